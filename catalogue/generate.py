@@ -1,0 +1,550 @@
+#!/usr/bin/env python3
+"""Turns the catalogue of exported names into everything that would otherwise repeat a name.
+
+    generate.py --output DIR CATALOGUE...
+
+docs/architecture.md tells the form of an entry; `parse` below is its definition. Each `emit_*` function makes one kind
+of file. A file is only touched when its text changes, so that a new meaning rebuilds nothing.
+"""
+
+import argparse
+import re
+import sys
+from dataclasses import dataclass, field
+from pathlib import Path
+
+CXX_TYPES = {
+    "s": ("float", "float"),
+    "d": ("double", "double"),
+    "c": ("std::complex<float>", "float"),
+    "z": ("std::complex<double>", "double"),
+}
+C_TYPES = {"Int": "int", "Logical": "int", "std::complex<float>": "nuv_complex8", "std::complex<double>": "nuv_complex16"}
+FORTRAN_TYPES = {
+    "int": "integer(c_int)",
+    "float": "real(c_float)",
+    "double": "real(c_double)",
+    "nuv_complex8": "complex(c_float_complex)",
+    "nuv_complex16": "complex(c_double_complex)",
+}
+
+ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
+SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "data", "hook")
+PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
+STUB_MACRO = {
+    "kernel": "configured_kernel_stub",
+    "kernel_service": "configured_kernel_stub",
+    "special": "kernel_stub",
+    "level3": "layer_stub",
+    "layer": "layer_stub",
+    "layer_service": "layer_stub",
+}
+
+
+class CatalogueError(Exception):
+    pass
+
+
+@dataclass(frozen=True)
+class Argument:
+    """One argument of a routine. `type` is Int, Logical, T, R, char, text or a C++ type; by value in C++ unless
+    `pointer` or `out`; always by reference in C."""
+
+    type: str
+    name: str
+    const: bool = False
+    pointer: bool = False
+    out: bool = False
+
+    @property
+    def has_hidden_length(self):
+        return self.type in ("char", "text")
+
+
+@dataclass(frozen=True)
+class Routine:
+    kind: str
+    precisions: tuple
+    pattern: str
+    arguments: tuple
+    result: str
+    meaning: str
+    family: str
+    layer_family: str
+
+    @property
+    def function(self):
+        """Name of the C++ function template, and of the wrappers that call a stub."""
+        return self.pattern.replace("?", "")
+
+
+@dataclass(frozen=True)
+class Service:
+    """A function or datum whose C declaration stands in the catalogue as it is."""
+
+    kind: str
+    declaration: str
+    name: str
+    target: str
+    meaning: str
+
+
+@dataclass
+class Catalogue:
+    routines: list = field(default_factory=list)
+    services: list = field(default_factory=list)
+
+
+# ---------------------------------------------------------------------------------------------------------- reading
+
+
+def logical_lines(text):
+    """Entries begin at the margin; an argument list may run over indented lines, and the indented lines behind the
+    closing parenthesis are the meaning. Yields (line number, entry, meaning)."""
+    entry, meaning, start = "", "", 0
+    for number, line in enumerate(text.splitlines(), 1):
+        line = line.split("#", 1)[0].rstrip()
+        if not line:
+            continue
+        if not line[0].isspace():
+            if entry:
+                yield start, entry, meaning
+            entry, meaning, start = line, "", number
+        elif entry.count("(") > entry.count(")"):
+            entry += " " + line.strip()
+        else:
+            meaning = (meaning + " " + line.strip()).strip()
+    if entry:
+        yield start, entry, meaning
+
+
+def parse_argument(text):
+    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)\s*(\*)?\s*(\w+)", text.strip())
+    if not match:
+        raise CatalogueError(f"not an argument: '{text}'")
+    out, const, kind, pointer, name = match.groups()
+    if out and pointer or const and not pointer:
+        raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
+    return Argument(kind, name, bool(const), bool(pointer), bool(out))
+
+
+def parse_precisions(text):
+    if text == "-":
+        return ("",)
+    return tuple(text.split(",")) if "," in text else tuple(text)
+
+
+def parse(text, file_name="catalogue"):
+    catalogue = Catalogue()
+    family = layer_family = ""
+    names = set()
+    for number, entry, meaning in logical_lines(text):
+        try:
+            kind, rest = entry.split(None, 1)
+            if kind == "family":
+                family, layer_family = rest, ""
+                continue
+            if kind == "layer_family":
+                layer_family = rest
+                continue
+            if not meaning:
+                raise CatalogueError("an entry needs a meaning")
+            if kind in ROUTINE_KINDS:
+                parsed = parse_routine(kind, rest, meaning, family, layer_family)
+                catalogue.routines.append(parsed)
+                new_names = [exported for _, exported in exported_names(parsed)]
+            elif kind in SERVICE_KINDS:
+                parsed = parse_service(kind, rest, meaning)
+                catalogue.services.append(parsed)
+                new_names = [parsed.name]
+            else:
+                raise CatalogueError(f"unknown kind '{kind}'")
+            for name in new_names:
+                if name in names:
+                    raise CatalogueError(f"'{name}' stands twice")
+                names.add(name)
+        except (CatalogueError, ValueError) as error:
+            raise CatalogueError(f"{file_name}:{number}: {error}") from None
+    return catalogue
+
+
+def parse_routine(kind, rest, meaning, family, layer_family):
+    match = re.fullmatch(r"([\w,-]+)\s+([\w?]+)\s*\((.*)\)\s*(?:->\s*([\w:<>]+))?", rest)
+    if not match:
+        raise CatalogueError(f"not a routine: '{rest}'")
+    precisions, pattern, arguments, result = match.groups()
+    precisions = parse_precisions(precisions)
+    if (precisions != ("",)) != ("?" in pattern):
+        raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
+    parsed = tuple(parse_argument(a) for a in arguments.split(",")) if arguments.strip() else ()
+    if not family or kind == "layer" and not layer_family:
+        raise CatalogueError(f"'{pattern}' belongs to no family")
+    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family)
+
+
+def parse_service(kind, rest, meaning):
+    declaration, _, target = rest.partition(" asks ")
+    signature = declaration.split("(")[0].split("[")[0]
+    name = re.search(r"(\w+)\s*$", signature).group(1)
+    return Service(kind, declaration.strip(), name, target.strip() or name, meaning)
+
+
+# ------------------------------------------------------------------------------------------------------ translation
+
+
+def exported_names(routine, x_variant=False):
+    """(precision, exported name) of each member."""
+    prefix = PREFIX[routine.kind] + ("x" if x_variant else "")
+    return [(p, prefix + routine.pattern.replace("?", p)) for p in routine.precisions]
+
+
+def scalar_types(precision):
+    """(T, R) of a precision; a mixed one such as 'cs' takes the complex letter for T."""
+    letter = next((p for p in precision if p in "cz"), precision[:1])
+    return CXX_TYPES.get(letter, ("", ""))
+
+
+def cxx_type(name, precision):
+    t, r = scalar_types(precision)
+    return {"T": t, "R": r}.get(name, name)
+
+
+def c_type(name, precision):
+    cxx = cxx_type(name, precision)
+    return C_TYPES.get(cxx, cxx)
+
+
+def c_parameters(routine, precision):
+    parameters = []
+    for a in routine.arguments:
+        base = "char" if a.has_hidden_length else c_type(a.type, precision)
+        const = "const " if a.const or not (a.pointer or a.out) else ""
+        parameters.append(f"{const}{base}* {a.name}")
+    if routine.result != "void" and cxx_type(routine.result, precision).startswith("std::complex"):
+        parameters.insert(0, f"{c_type(routine.result, precision)}* result")
+    parameters += [f"int {a.name}_length" for a in routine.arguments if a.has_hidden_length]
+    return parameters
+
+
+def c_prototype(routine, precision, exported):
+    result = c_type(routine.result, precision)
+    if result.startswith("nuv_complex"):
+        result = "void"
+    return f"{result} {exported}({', '.join(c_parameters(routine, precision)) or 'void'})"
+
+
+def qualified_type(name, precision):
+    """A type as it is spelt outside namespace nuv."""
+    return {"text": "nuv::Text", "Int": "nuv::Int", "Logical": "nuv::Logical"}.get(name, cxx_type(name, precision))
+
+
+def cxx_parameters(routine, precision):
+    parameters = []
+    for a in routine.arguments:
+        base = qualified_type(a.type, precision)
+        const = "const " if a.const else ""
+        parameters.append(f"{const}{base}{'*' if a.pointer else '&' if a.out else ''}")
+    return parameters
+
+
+def wrap(head, items, tail, indent="    ", limit=118):
+    """head + items joined by commas + tail, broken where a line would be too long."""
+    lines, line = [], head
+    for i, item in enumerate(items):
+        piece = item + (", " if i + 1 < len(items) else tail)
+        if len(line) + len(piece.rstrip()) > limit:
+            lines.append(line.rstrip())
+            line = indent
+        line += piece
+    if not items:
+        line += tail
+    return "\n".join(lines + [line])
+
+
+GENERATED = "Made from the catalogue by generate.py; not to be edited."
+
+# ------------------------------------------------------------------------------------------- entry points and wrappers
+
+
+def emit_entry_points(routines, x_variant, namespace):
+    """The extern "C" functions of one family: references and hidden lengths become plain values, and the templates
+    get their explicit instantiations."""
+    out = [f"// {GENERATED}", "", "#include <nuv/nuv_lapack.h>", ""]
+    for routine in routines:
+        function = ("x" if x_variant and routine.kind == "layer" else "") + routine.function
+        out.append("")
+        for precision, exported in exported_names(routine, x_variant and routine.kind == "layer"):
+            values = []
+            for a in routine.arguments:
+                if a.type == "text":
+                    values.append(f"nuv::Text{{{a.name}, {a.name}_length}}")
+                else:
+                    values.append(a.name if a.pointer else "*" + a.name)
+            template = f"<{scalar_types(precision)[0]}>" if precision else ""
+            call = f"{namespace}::{function}{template}"
+            if template:
+                result = qualified_type(routine.result, precision)
+                out.append(wrap(f"template {result} {call}(", cxx_parameters(routine, precision), ");"))
+            head, _, parameters = c_prototype(routine, precision, exported).partition("(")
+            # Lengths of single characters are taken and not used.
+            for a in routine.arguments:
+                if a.type == "char":
+                    parameters = parameters.replace(f"int {a.name}_length", "int")
+            complex_result = cxx_type(routine.result, precision).startswith("std::complex")
+            before = "*result = " if complex_result else "return " if routine.result != "void" else ""
+            out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ") {"))
+            out.append("  " + wrap(f"{before}{call}(", values, ");", "      "))
+            out.append("}")
+    return "\n".join(out) + "\n"
+
+
+def folded(arguments):
+    """Groups the arguments of a wrapper: a pointer and the leading dimension or increment behind it become one view.
+    Yields (view class or None, argument)."""
+    i = 0
+    while i < len(arguments):
+        a = arguments[i]
+        following = arguments[i + 1].name if i + 1 < len(arguments) else ""
+        if a.pointer and following == "ld" + a.name:
+            yield "Matrix", a
+            i += 2
+        elif a.pointer and following == "inc" + a.name:
+            yield "Vector", a
+            i += 2
+        else:
+            yield None, a
+            i += 1
+
+
+def emit_wrapper(routine, precision, exported):
+    """An inline function under the plain name that calls one exported function."""
+    parameters, passed, lengths = [], [], []
+    complex_result = cxx_type(routine.result, precision).startswith("std::complex")
+    if complex_result:
+        passed.append("&result")
+    for view, a in folded(routine.arguments):
+        base = {"text": "Text"}.get(a.type, cxx_type(a.type, precision))
+        const = "const " if a.const else ""
+        if view:
+            parameters.append(f"{view}<{const}{base}> {a.name}")
+            passed += [f"{a.name}.data", f"&{a.name}.{'ld' if view == 'Matrix' else 'inc'}"]
+        elif a.type == "text":
+            parameters.append(f"Text {a.name}")
+            passed.append(f"{a.name}.data")
+            lengths.append(f"{a.name}.length")
+        else:
+            parameters.append(f"{const}{base}{'*' if a.pointer else '&' if a.out else ''} {a.name}")
+            passed.append(a.name if a.pointer else "&" + a.name)
+            if a.type == "char":
+                lengths.append("1")
+    result = cxx_type(routine.result, precision)
+    lines = [wrap(f"inline {result} {routine.function}(", parameters, ") {")]
+    if complex_result:
+        lines.append(f"  {result} result;")
+    before = "return " if routine.result != "void" and not complex_result else ""
+    lines.append("  " + wrap(f"{before}{exported}(", passed + lengths, ");", "      "))
+    if complex_result:
+        lines.append("  return result;")
+    return "\n".join(lines + ["}"])
+
+
+def emit_wrappers(routines, namespace, purpose, x_variant=False):
+    out = ["#pragma once", "", f"// {GENERATED}", f"// {purpose}", "", "#include <nuv/nuv_lapack.h>", ""]
+    out += ['#include "base/matrix.hpp"', '#include "base/types.hpp"', "", f"namespace nuv::{namespace} {{"]
+    for routine in routines:
+        out += ["", f"// {routine.meaning}"]
+        out += [emit_wrapper(routine, p, exported) for p, exported in exported_names(routine, x_variant)]
+    return "\n".join(out + ["", f"}}  // namespace nuv::{namespace}"]) + "\n"
+
+
+# ---------------------------------------------------------------------------------------------------- public headers
+
+HEADER_TOP = f"""#ifndef NUV_LAPACK_H
+#define NUV_LAPACK_H
+
+/* {GENERATED}
+ *
+ * Every function under nuv_lapack_ and nuv_blas_ follows the Fortran calling convention: all arguments by reference,
+ * matrices column by column with a leading dimension, and behind the last argument the length of each character
+ * argument, by value (1 will do: only the first character of an option counts). A complex function gives its value
+ * through a leading pointer. */
+
+#include <stddef.h>
+
+#ifdef __cplusplus
+#include <complex>
+typedef std::complex<float> nuv_complex8;
+typedef std::complex<double> nuv_complex16;
+extern "C" {{
+#else
+#include <complex.h>
+typedef float _Complex nuv_complex8;
+typedef double _Complex nuv_complex16;
+#endif
+
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+"""
+
+HEADER_BOTTOM = """
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
+"""
+
+
+def library_members(routine):
+    """(precision, exported name) of all that libnuv_lapack exports for a routine, x-variants last."""
+    names = exported_names(routine)
+    return names + exported_names(routine, x_variant=True) if routine.kind == "layer" else names
+
+
+def emit_c_header(catalogue):
+    out = [HEADER_TOP]
+    for service in catalogue.services:
+        out.append(f"/* {service.meaning} */")
+        if service.kind == "data":
+            out.append(f"extern {service.declaration};")
+        elif service.kind == "hook":
+            result, arguments = re.fullmatch(r"(.*?)\s*\w+\s*(\(.*\))", service.declaration).groups()
+            out.append(f"extern {result} (*{service.name}){arguments};")
+        else:
+            out.append(service.declaration.replace("()", "(void)") + ";")
+    for routine in catalogue.routines:
+        out += ["", f"/* {routine.meaning} */"]
+        for precision, exported in library_members(routine):
+            head, _, parameters = c_prototype(routine, precision, exported).partition("(")
+            out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ");"))
+    return "\n".join(out) + "\n" + HEADER_BOTTOM
+
+
+def fortran_argument(a, precision):
+    if a.has_hidden_length:
+        return "character(kind=c_char), intent(in)"
+    base = FORTRAN_TYPES[c_type(a.type, precision)]
+    if not a.pointer:
+        return f"{base}, intent({'inout' if a.out else 'in'})"
+    return f"{base}, intent({'in' if a.const else 'inout'}), dimension(*)"
+
+
+def emit_fortran_module(catalogue):
+    out = [f"! {GENERATED}", "module nuv_lapack", "  use, intrinsic :: iso_c_binding", "  implicit none", "  interface"]
+    for routine in catalogue.routines:
+        for precision, exported in exported_names(routine):
+            result = c_type(routine.result, precision)
+            by_pointer = result.startswith("nuv_complex")
+            arguments = [(a.name, fortran_argument(a, precision)) for a in routine.arguments]
+            if by_pointer:
+                arguments.insert(0, ("result", f"{FORTRAN_TYPES[result]}, intent(out)"))
+            arguments += [(f"{a.name}_length", "integer(c_int), value") for a in routine.arguments if a.has_hidden_length]
+            kind = "function" if result != "void" and not by_pointer else "subroutine"
+            names = wrap(f"    {kind} {exported}(", [name for name, _ in arguments], f') bind(c, name="{exported}")', "      ", 100)
+            out += ["", f"    ! {routine.meaning}", names.replace("\n", " &\n"), "      import"]
+            out += [f"      {declaration} :: {name}" for name, declaration in arguments]
+            if kind == "function":
+                out.append(f"      {FORTRAN_TYPES[result]} :: {exported}")
+            out.append(f"    end {kind}")
+    return "\n".join(out + ["", "  end interface", "end module nuv_lapack"]) + "\n"
+
+
+# -------------------------------------------------------------------------------------------------- stubs and exports
+
+
+def emit_stubs(catalogue):
+    out = [f"/* {GENERATED} */", '#include "frame/stub_pattern.S"', ""]
+    for service in catalogue.services:
+        if service.kind in STUB_MACRO:
+            out.append(f"{STUB_MACRO[service.kind]} {service.name}, {service.target}")
+    for routine in catalogue.routines:
+        if routine.kind in STUB_MACRO:
+            out += [f"{STUB_MACRO[routine.kind]} {name}, {name}" for _, name in exported_names(routine)]
+    return "\n".join(out) + "\n"
+
+
+def exports(catalogue):
+    """Library -> sorted exported names."""
+    lapack = [s.name for s in catalogue.services]
+    kernel = [s.target for s in catalogue.services if s.kind == "kernel_service"]
+    layer = [s.target for s in catalogue.services if s.kind == "layer_service"]
+    for routine in catalogue.routines:
+        lapack += [name for _, name in library_members(routine)]
+        names = [name for _, name in exported_names(routine)]
+        if routine.kind in ("kernel", "special"):
+            kernel += names
+        if routine.kind in ("layer", "level3"):
+            layer += names
+    return {"lapack": sorted(lapack), "kernel": sorted(kernel), "layer": sorted(layer)}
+
+
+def emit_version_script(names):
+    return f"/* {GENERATED} */\n{{\n  global:\n" + "".join(f"    {n};\n" for n in names) + "  local:\n    *;\n};\n"
+
+
+# ------------------------------------------------------------------------------------------------------------- main
+
+
+def all_files(catalogue):
+    """Path relative to the output folder -> text."""
+    of_kind = lambda *kinds: [r for r in catalogue.routines if r.kind in kinds]
+    files = {
+        "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
+        "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
+        "stubs.S": emit_stubs(catalogue),
+        "internal/blas.hpp": emit_wrappers(
+            of_kind("kernel", "special", "level3"), "blas", "Typed calls of the kernel and level-3 stubs."),
+        "internal/layer.hpp": emit_wrappers(of_kind("layer"), "layer", "Typed calls of the layer stubs."),
+        "internal/x_variants.hpp": emit_wrappers(
+            of_kind("layer"), "x_variant", "Typed calls of the serial bodies behind the layer stubs.", x_variant=True),
+        "internal/routines.hpp": emit_wrappers(
+            of_kind("routine"), "routine_call", "Typed calls of the plain routines, for programs outside the library."),
+    }
+    namespaces = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
+    for family in dict.fromkeys(r.family for r in catalogue.routines):
+        members = [r for r in catalogue.routines if r.family == family]
+        files[f"entries/{family}.entries.inc"] = emit_entry_points(members, True, namespaces[members[0].kind])
+    for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
+        members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
+        files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
+    for library, names in exports(catalogue).items():
+        files[f"exports/{library}.map"] = emit_version_script(names)
+        files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)
+    return files
+
+
+def write_if_changed(path, text):
+    if not path.exists() or path.read_text() != text:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text)
+
+
+def main(argv):
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--output", type=Path, required=True, metavar="DIR")
+    parser.add_argument("catalogue", type=Path, nargs="+")
+    options = parser.parse_args(argv)
+    try:
+        catalogue = Catalogue()
+        for file in options.catalogue:
+            part = parse(file.read_text(), file.name)
+            catalogue.routines += part.routines
+            catalogue.services += part.services
+        twice = {n for names in exports(catalogue).values() for n in names if names.count(n) > 1}
+        if twice:
+            raise CatalogueError(f"names that stand in two files: {', '.join(sorted(twice))}")
+    except (CatalogueError, OSError) as error:
+        print(f"generate.py: {error}", file=sys.stderr)
+        return 1
+    for name, text in all_files(catalogue).items():
+        write_if_changed(options.output / name, text)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,27 @@
+# Runs the catalogue's generator whenever an entry or the generator changes. Every library depends on target `catalogue`.
+
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
+file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.cat)
+set(NUV_GENERATOR ${CMAKE_SOURCE_DIR}/catalogue/generate.py)
+set(NUV_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
+set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
+
+add_custom_command(
+  OUTPUT ${NUV_GENERATED_DIR}/stamp
+  BYPRODUCTS ${NUV_STUBS}
+             ${NUV_GENERATED_DIR}/exports/lapack.map
+             ${NUV_GENERATED_DIR}/exports/kernel.map
+             ${NUV_GENERATED_DIR}/exports/layer.map
+  COMMAND Python3::Interpreter ${NUV_GENERATOR} --output ${NUV_GENERATED_DIR} ${NUV_CATALOGUE_FILES}
+  COMMAND ${CMAKE_COMMAND} -E touch ${NUV_GENERATED_DIR}/stamp
+  DEPENDS ${NUV_GENERATOR} ${NUV_CATALOGUE_FILES}
+  COMMENT "Reading the catalogue"
+  VERBATIM)
+add_custom_target(catalogue DEPENDS ${NUV_GENERATED_DIR}/stamp)
+
+# What a source of the libraries sees: the tree by its folders, and the generated headers.
+add_library(nuv_internal_headers INTERFACE)
+target_include_directories(nuv_internal_headers
+  INTERFACE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${NUV_GENERATED_DIR}/include ${NUV_GENERATED_DIR}/internal
+            ${NUV_GENERATED_DIR}/entries)

@@ -1,0 +1,20 @@
+#pragma once
+
+// How a routine reports a bad argument.
+
+#include <nuv/nuv_lapack.h>
+
+#include "base/types.hpp"
+
+namespace nuv {
+
+/// Hands the name of a routine and the position of its bad argument to the error handler of the process. `info` is what
+/// the routine returns: minus that position.
+template <Scalar T, std::size_t Size>
+void report_bad_argument(const char (&operation)[Size], Int info) {
+  const RoutineName<T> name(operation);
+  const Int position = -info;
+  nuv_serv_xerbla(Text(name).data, &position, 6);
+}
+
+}  // namespace nuv

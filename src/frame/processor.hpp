@@ -1,0 +1,24 @@
+#pragma once
+
+// The processor tier: a small integer for what the processor offers, the index of its kernel library in dll_cfg_names.
+// The exported functions are declared in <nuv/nuv_lapack.h>.
+//
+//   -1          not found out yet
+//   0           no SSE, or no cpuid instruction
+//   1 2 3 4     SSE, SSE2, SSE3, SSSE3
+//   -1 ... -4   that tier's library could not be opened, and entry 0 serves
+//
+// Tier 1 negated reads as not found out. That is accepted: nuv_serv_cpu_detect then tries once more, and
+// nuv_serv_load_dll does not get there, since its handle is set.
+
+namespace nuv {
+
+/// The tier in use. Both loaders write it without a lock: all threads find the same tier, but one that comes between
+/// the tier and the handle is served by entry 0.
+extern int nuv_cpu_type;
+
+/// The tier that the environment asks for or the processor has, 0 to 4; leaves nuv_cpu_type alone. An override in the
+/// environment beats the hardware, and may name a tier whose instructions the processor lacks.
+int detect_tier();
+
+}  // namespace nuv

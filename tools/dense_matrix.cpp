@@ -1,0 +1,153 @@
+#include "dense_matrix.hpp"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <string>
+#include <type_traits>
+
+#include "error.hpp"
+
+namespace nuv::tools {
+namespace {
+
+template <class T>
+using Wide = std::conditional_t<is_complex<T>, std::complex<long double>, long double>;
+
+template <class T>
+Wide<T> widen(T x) {
+  return Wide<T>(x);
+}
+
+long double product(long double x, long double y) {
+  return x * y;
+}
+
+// The operator of std::complex looks after infinite operands, at the price of a function call for each product.
+std::complex<long double> product(std::complex<long double> x, std::complex<long double> y) {
+  return {x.real() * y.real() - x.imag() * y.imag(), x.real() * y.imag() + x.imag() * y.real()};
+}
+
+bool is_finite(double x) {
+  return std::isfinite(x);
+}
+bool is_finite(std::complex<double> x) {
+  return std::isfinite(x.real()) && std::isfinite(x.imag());
+}
+
+template <class T>
+T narrowed(std::complex<double> x) {
+  using R = Real<T>;
+  if constexpr (is_complex<T>) {
+    return {static_cast<R>(x.real()), static_cast<R>(x.imag())};
+  } else {
+    return static_cast<R>(x.real());
+  }
+}
+
+std::complex<double> mirrored(Symmetry symmetry, std::complex<double> value) {
+  switch (symmetry) {
+    case Symmetry::SkewSymmetric:
+      return -value;
+    case Symmetry::Hermitian:
+      return std::conj(value);
+    default:
+      return value;
+  }
+}
+
+/// r := A x - b for one column.
+template <class T>
+void residual_column(const DenseMatrix<T>& a, const T* x, const T* b, std::vector<Wide<T>>& r) {
+  std::transform(b, b + a.rows, r.begin(), [](T value) { return -widen(value); });
+  for (std::int32_t j = 1; j <= a.columns; ++j) {
+    const Wide<T> factor = widen(x[j - 1]);
+    const T* column = a.column(j);
+    for (std::int32_t i = 0; i < a.rows; ++i) r[static_cast<std::size_t>(i)] += product(widen(column[i]), factor);
+  }
+}
+
+void append(std::string& text, double value) {
+  fmt::format_to(std::back_inserter(text), "{}\n", value);
+}
+void append(std::string& text, float value) {
+  fmt::format_to(std::back_inserter(text), "{}\n", value);
+}
+
+template <class R>
+void append(std::string& text, std::complex<R> value) {
+  fmt::format_to(std::back_inserter(text), "{} {}\n", value.real(), value.imag());
+}
+
+}  // namespace
+
+template <class T>
+DenseMatrix<T> to_dense(MatrixMarket file) {
+  DenseMatrix<T> a(file.rows, file.columns);
+  for_each_stored(file, [&](std::int32_t i, std::int32_t j, std::complex<double> value) {
+    a(i, j) += narrowed<T>(value);
+    if (file.symmetry != Symmetry::General && i != j) a(j, i) += narrowed<T>(mirrored(file.symmetry, value));
+  });
+  if (!all_finite(a)) throw FileError(file.file, "the sum of duplicate entries overflows the precision");
+  return a;
+}
+
+template <class T>
+bool all_finite(const DenseMatrix<T>& a) {
+  return std::all_of(a.elements.begin(), a.elements.end(), [](T x) { return is_finite(x); });
+}
+
+template <class T>
+long double infinity_norm(const DenseMatrix<T>& a) {
+  std::vector<long double> sums(static_cast<std::size_t>(a.rows));
+  for (std::int32_t j = 1; j <= a.columns; ++j) {
+    const T* column = a.column(j);
+    for (std::int32_t i = 0; i < a.rows; ++i) sums[static_cast<std::size_t>(i)] += std::abs(widen(column[i]));
+  }
+  return sums.empty() ? 0 : *std::max_element(sums.begin(), sums.end());
+}
+
+template <class T>
+long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b) {
+  constexpr long double unit_roundoff = std::numeric_limits<Real<T>>::epsilon() / 2;
+  std::vector<long double> sums(static_cast<std::size_t>(a.rows));
+  std::vector<Wide<T>> r(sums.size());
+  for (std::int32_t k = 1; k <= b.columns; ++k) {
+    residual_column(a, x.column(k), b.column(k), r);
+    std::transform(sums.begin(), sums.end(), r.begin(), sums.begin(),
+                   [](long double sum, Wide<T> value) { return sum + std::abs(value); });
+  }
+  const long double largest = sums.empty() ? 0 : *std::max_element(sums.begin(), sums.end());
+  return largest == 0 ? 0 : largest / (infinity_norm(a) * infinity_norm(x) * a.rows * unit_roundoff);
+}
+
+template <class T>
+void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink) {
+  constexpr std::size_t piece = 32768;
+  std::string text = fmt::format("%%MatrixMarket matrix array {} general\n{} {}\n", is_complex<T> ? "complex" : "real",
+                                 a.rows, a.columns);
+  for (const T value : a.elements) {
+    append(text, value);
+    if (text.size() < piece) continue;
+    sink(text);
+    text.clear();
+  }
+  sink(text);
+}
+
+#define NUV_INSTANTIATE(T)                                                                                   \
+  template DenseMatrix<T> to_dense(MatrixMarket);                                                            \
+  template bool all_finite(const DenseMatrix<T>&);                                                           \
+  template long double infinity_norm(const DenseMatrix<T>&);                                                 \
+  template long double scaled_residual(const DenseMatrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&); \
+  template void write_matrix_market(const DenseMatrix<T>&, const std::function<void(std::string_view)>&);
+
+NUV_INSTANTIATE(float)
+NUV_INSTANTIATE(double)
+NUV_INSTANTIATE(std::complex<float>)
+NUV_INSTANTIATE(std::complex<double>)
+#undef NUV_INSTANTIATE
+
+}  // namespace nuv::tools

@@ -1,0 +1,186 @@
+#include "solve.hpp"
+
+#include <fmt/format.h>
+#include <nuv/nuv_lapack.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <complex>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "dense_matrix.hpp"
+#include "error.hpp"
+#include "matrix_market.hpp"
+#include "output.hpp"
+
+namespace nuv::tools {
+namespace {
+
+template <class T>
+struct Solver;
+
+template <>
+struct Solver<float> {
+  static constexpr auto gesv = nuv_lapack_sgesv;
+  static constexpr std::string_view name = "nuv_lapack_sgesv, single precision";
+};
+
+template <>
+struct Solver<double> {
+  static constexpr auto gesv = nuv_lapack_dgesv;
+  static constexpr std::string_view name = "nuv_lapack_dgesv, double precision";
+};
+
+template <>
+struct Solver<std::complex<float>> {
+  static constexpr auto gesv = nuv_lapack_cgesv;
+  static constexpr std::string_view name = "nuv_lapack_cgesv, complex single precision";
+};
+
+template <>
+struct Solver<std::complex<double>> {
+  static constexpr auto gesv = nuv_lapack_zgesv;
+  static constexpr std::string_view name = "nuv_lapack_zgesv, complex double precision";
+};
+
+long double physical_memory() {
+  return static_cast<long double>(sysconf(_SC_PHYS_PAGES)) * static_cast<long double>(sysconf(_SC_PAGE_SIZE));
+}
+
+// Sizes whose product leaves the range of integers are still told apart here: 2^31 squared times 16 is exact.
+void require_memory(const MatrixMarket& file, std::size_t element_size) {
+  // The solver overwrites its arguments, the residual needs the originals: two copies of everything.
+  const long double needed = 2.0L * file.rows * file.columns * static_cast<long double>(element_size);
+  const long double there =
+      std::min<long double>(physical_memory(), static_cast<long double>(std::numeric_limits<std::ptrdiff_t>::max()));
+  if (needed <= there) return;
+  constexpr long double gibibyte = 1L << 30;
+  throw FileError(file.file, file.size_line,
+                  fmt::format("a {} by {} matrix takes {:.3g} GiB to solve, this machine can give {:.3g}", file.rows,
+                              file.columns, needed / gibibyte, there / gibibyte));
+}
+
+void require_matching_sizes(const MatrixMarket& a, const MatrixMarket& b) {
+  if (a.rows != a.columns) {
+    throw FileError(a.file, a.size_line,
+                    fmt::format("the matrix is {} by {}, a system needs a square one", a.rows, a.columns));
+  }
+  if (b.rows != a.rows) {
+    throw FileError(b.file, b.size_line,
+                    fmt::format("the right-hand sides have {} rows, the matrix has order {}", b.rows, a.rows));
+  }
+}
+
+void require_real(const MatrixMarket& file, char precision) {
+  if (file.is_complex()) {
+    throw FileError(file.file, 1, fmt::format("complex data cannot be solved in the real precision {}", precision));
+  }
+}
+
+/// An account of the solve for the user, in which the residual is the figure to look at.
+struct Report {
+  std::string_view solver;
+  std::int32_t order;
+  std::int32_t right_hand_sides;
+  long double residual;
+  std::chrono::duration<double> time;
+};
+
+void print(const Report& report, const SolveOptions& options) {
+  const std::string text = fmt::format(
+      "system             {0} by {0}, {1}\n"
+      "right-hand sides   {2}, {3}\n"
+      "solved by          {4}\n"
+      "scaled residual    {5:.3g}   ||A X - B|| / (||A|| ||X|| n eps)\n"
+      "time               {6:.3g} s\n",
+      report.order, printable(options.matrix_file), report.right_hand_sides, printable(options.right_hand_side_file),
+      report.solver, report.residual, report.time.count());
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+/// X := A^-1 B by the library, in the place of B; the factors take the place of A. Returns the time taken.
+template <class T>
+std::chrono::duration<double> call_solver(DenseMatrix<T>& a, DenseMatrix<T>& x, const std::string& matrix_file) {
+  const std::int32_t n = a.rows, nrhs = x.columns, lda = a.ld(), ldx = x.ld();
+  std::vector<std::int32_t> pivots(static_cast<std::size_t>(n));
+  std::int32_t info = 0;
+
+  nuv_serv_load_dll();  // loading the kernel library is no part of the solve
+  const auto start = std::chrono::steady_clock::now();
+  Solver<T>::gesv(&n, &nrhs, a.elements.data(), &lda, pivots.data(), x.elements.data(), &ldx, &info);
+  const auto end = std::chrono::steady_clock::now();
+
+  if (info < 0) throw std::logic_error(fmt::format("argument {} of the solver was refused", -info));
+  if (info > 0) {
+    throw FileError(matrix_file, fmt::format("the matrix is singular: pivot U({0},{0}) is exactly zero", info));
+  }
+  return end - start;
+}
+
+template <class T>
+void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& options, Output& output) {
+  require_memory(a_file, sizeof(T));
+  require_memory(b_file, sizeof(T));
+  const auto a = to_dense<T>(std::move(a_file));
+  const auto b = to_dense<T>(std::move(b_file));
+
+  auto x = b;
+  auto factors = a;
+  const auto time = call_solver(factors, x, options.matrix_file);
+  if (!all_finite(x)) throw FileError(options.matrix_file, "the solution overflows the precision");
+
+  write_matrix_market(x, [&](std::string_view text) { output.write(text); });
+  output.commit();
+  print({Solver<T>::name, a.rows, b.columns, scaled_residual(a, x, b), time}, options);
+}
+
+void solve_to(Output& output, const SolveOptions& options) {
+  const bool single = options.precision == 's' || options.precision == 'c';
+  const Precision precision = single ? Precision::Single : Precision::Double;
+  MatrixMarket a = read_matrix_market_file(options.matrix_file, precision);
+  MatrixMarket b = read_matrix_market_file(options.right_hand_side_file, precision);
+  require_matching_sizes(a, b);
+
+  const char letter = options.precision.value_or(a.is_complex() || b.is_complex() ? 'z' : 'd');
+  if (letter == 's' || letter == 'd') {
+    require_real(a, letter);
+    require_real(b, letter);
+  }
+  switch (letter) {
+    case 's':
+      return solve_in<float>(std::move(a), std::move(b), options, output);
+    case 'd':
+      return solve_in<double>(std::move(a), std::move(b), options, output);
+    case 'c':
+      return solve_in<std::complex<float>>(std::move(a), std::move(b), options, output);
+    default:
+      return solve_in<std::complex<double>>(std::move(a), std::move(b), options, output);
+  }
+}
+
+}  // namespace
+
+void solve(const SolveOptions& options) {
+  try {
+    if (options.output_file) {
+      Output output(*options.output_file);
+      solve_to(output, options);
+    } else {
+      Output output;
+      solve_to(output, options);
+    }
+  } catch (const std::bad_alloc&) {
+    throw FileError(options.matrix_file, "the system does not fit into memory");
+  } catch (const std::length_error&) {
+    throw FileError(options.matrix_file, "the system does not fit into memory");
+  }
+}
+
+}  // namespace nuv::tools
