@@ -15,19 +15,10 @@
 #define FAMILY_KERNEL 1
 #define FAMILY_LAYER 2
 
-.section .note.GNU-stack, "", @progbits
-
-#if defined(__x86_64__)
-#define WORD 8
-#define STATE_AREA 2688
-#else
-#define WORD 4
-#define STATE_AREA 512
-#endif
+#include "frame/stub_bind.S"
 
 .macro stub_data name, symbol, family
-    .local FunctionAddress.\name
-    .comm FunctionAddress.\name, WORD, WORD
+    stub_word \name
     .section .rodata
     .balign 4
 .Ldescriptor.\name:
@@ -37,61 +28,16 @@
     .text
 .endm
 
-.macro stub_begin name
-    .globl \name
-    .type \name, @function
-    .balign 16
-\name:
-    .cfi_startproc
-.endm
-
-.macro stub_end name
-    .cfi_endproc
-    .size \name, . - \name
-.endm
-
-#if defined(__x86_64__)
-
 /* The configuration word is exported data, so it is reached the way a program may have relocated it. */
 .macro test_configuration
+#if defined(__x86_64__)
     movq __nuv_cfg_file_readed_extern@GOTPCREL(%rip), %r11
     cmpl $0, (%r11)
-    je 1f
-.endm
-
-.macro jump_to_target name
-    movq FunctionAddress.\name(%rip), %r11
-    testq %r11, %r11
-    je 1f
-    jmpq *%r11
-1:  leaq .Ldescriptor.\name(%rip), %r11
-    jmp stub_bind
-.endm
-
 #else
-
-.macro test_configuration
     movl __nuv_cfg_file_readed_extern@GOT(%ecx), %edx
     cmpl $0, (%edx)
-    je 1f
-.endm
-
-.macro jump_to_target name
-    movl FunctionAddress.\name@GOTOFF(%ecx), %edx
-    testl %edx, %edx
-    je 1f
-    jmpl *%edx
-1:  leal .Ldescriptor.\name@GOTOFF(%ecx), %ecx
-    jmp stub_bind
-.endm
-
 #endif
-
-.macro load_base
-#if defined(__i386__)
-    call stub_base
-    addl $_GLOBAL_OFFSET_TABLE_, %ecx
-#endif
+    je 1f
 .endm
 
 .macro configured_kernel_stub name, symbol
@@ -118,121 +64,3 @@
     jump_to_target \name
     stub_end \name
 .endm
-
-    .text
-
-#if defined(__x86_64__)
-
-/* In: %r11 the descriptor; the caller's stack and registers as at the call. Keeps all but %r11.
- *
- * Vector registers are saved whole by xsave where the system has it switched on (x87, SSE, AVX and AVX-512 state,
- * which ends at byte 2688 of the standard layout), by fxsave elsewhere. */
-    .type stub_bind, @function
-    .balign 16
-stub_bind:
-    .cfi_startproc
-    pushq %rbp
-    .cfi_def_cfa_offset 16
-    .cfi_offset %rbp, -16
-    movq %rsp, %rbp
-    .cfi_def_cfa_register %rbp
-    pushq %rbx
-    .cfi_offset %rbx, -24
-    pushq %r12
-    .cfi_offset %r12, -32
-    pushq %rax
-    pushq %rcx
-    pushq %rdx
-    pushq %rsi
-    pushq %rdi
-    pushq %r8
-    pushq %r9
-    pushq %r10
-    movq %r11, %r12
-    subq $STATE_AREA, %rsp
-    andq $-64, %rsp
-
-    movl $1, %eax
-    cpuid
-    xorl %ebx, %ebx
-    btl $27, %ecx                   /* OSXSAVE */
-    jnc 1f
-    xorl %ecx, %ecx
-    xgetbv
-    movl %eax, %ebx
-    andl $0xe7, %ebx
-    xorl %eax, %eax
-    xorl %edx, %edx
-    movl $8, %ecx
-    leaq 512(%rsp), %rdi            /* the header must be zero before xsave */
-    rep stosq
-    movl %ebx, %eax
-    xsave64 (%rsp)
-    jmp 2f
-1:  fxsave64 (%rsp)
-
-2:  movq %r12, %rdi
-    call nuv_bind_stub
-    movq %rax, %r11
-
-    testl %ebx, %ebx
-    je 3f
-    movl %ebx, %eax
-    xorl %edx, %edx
-    xrstor64 (%rsp)
-    jmp 4f
-3:  fxrstor64 (%rsp)
-4:  leaq -80(%rbp), %rsp
-    popq %r10
-    popq %r9
-    popq %r8
-    popq %rdi
-    popq %rsi
-    popq %rdx
-    popq %rcx
-    popq %rax
-    popq %r12
-    popq %rbx
-    popq %rbp
-    .cfi_def_cfa %rsp, 8
-    jmpq *%r11
-    .cfi_endproc
-    .size stub_bind, . - stub_bind
-
-#else
-
-/* Out: %ecx the address of the instruction behind the call. */
-    .type stub_base, @function
-stub_base:
-    movl (%esp), %ecx
-    ret
-
-/* In: %ecx the descriptor; the caller's stack as at the call. Keeps all but %ecx, vector registers included. */
-    .type stub_bind, @function
-    .balign 16
-stub_bind:
-    .cfi_startproc
-    pushl %ebp
-    .cfi_def_cfa_offset 8
-    .cfi_offset %ebp, -8
-    movl %esp, %ebp
-    .cfi_def_cfa_register %ebp
-    pushl %eax
-    pushl %edx
-    subl $STATE_AREA + 16, %esp
-    andl $-16, %esp
-    fxsave 16(%esp)
-    movl %ecx, (%esp)
-    call nuv_bind_stub
-    movl %eax, %ecx
-    fxrstor 16(%esp)
-    leal -8(%ebp), %esp
-    popl %edx
-    popl %eax
-    popl %ebp
-    .cfi_def_cfa %esp, 4
-    jmpl *%ecx
-    .cfi_endproc
-    .size stub_bind, . - stub_bind
-
-#endif
