@@ -2,8 +2,11 @@
 // program has a handler of its own; where there is none, or another, the probe is run.
 
 #include <nuv/nuv_lapack.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <climits>
+#include <cstdlib>
 
 #include "base/platform.hpp"
 #include "binding_probe_support.hpp"
@@ -165,6 +168,24 @@ TEST_F(ReportText, OfARoutineThatReturns) {
              "NUV ERROR : Parameter 4 was incorrect on entry to DGESV \n");
   expect_end(probe({"bad_dgetrf"}, "_sequential"), 0, "dgetrf returned -1\n",
              "NUV ERROR : Parameter 1 was incorrect on entry to DGETRF\n");
+}
+
+TEST(DefaultHandler, ReadsTheNameNoFurtherThanItsLength) {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(pages, MAP_FAILED);
+  char* end = static_cast<char*>(pages) + page;
+  ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+  const std::string name = "ABCDEFGHIJKLMN";
+  name.copy(end - name.size(), name.size());
+  const auto report = [&](int length) {
+    const int code = 4;
+    nuv_serv_default_xerbla(end - length, &code, length);
+    std::exit(0);
+  };
+  EXPECT_EXIT(report(6), testing::ExitedWithCode(0), "on entry to IJKLMN\n");
+  EXPECT_EXIT(report(14), testing::ExitedWithCode(0), "on entry to ABCDEFGHIJKL\n");
+  munmap(pages, 2 * page);
 }
 
 class HandlerInTheProcess : public ProbeTest {

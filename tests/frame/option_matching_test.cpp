@@ -56,10 +56,17 @@ TEST(Lsamen, NothingToCompareIsTheSame) {
 
 TEST(Lsamen, AWordShorterThanTheCountIsNever) {
   EXPECT_EQ(lsamen(3, "ge", "ge"), no);
-  EXPECT_EQ(lsamen(3, "gex", "ge"), no);
-  EXPECT_EQ(lsamen(3, "ge", "gex"), no);
   EXPECT_EQ(lsamen(1, "", ""), no);
   EXPECT_EQ(lsamen(2147483647, "ge", "ge"), no);
+}
+
+// The characters behind the length given agree too, and are not to be looked at.
+TEST(Lsamen, GoesByTheLengthsGiven) {
+  const int n = 3;
+  EXPECT_EQ(nuv_lapack_lsamen(&n, "gex", "gex", 3, 3), yes);
+  EXPECT_EQ(nuv_lapack_lsamen(&n, "gex", "gex", 2, 3), no);
+  EXPECT_EQ(nuv_lapack_lsamen(&n, "gex", "gex", 3, 2), no);
+  EXPECT_EQ(nuv_lapack_lsamen(&n, "gex", "gex", 2, 2), no);
 }
 
 TEST(Lsamen, ComparesLettersUpToTheCount) {

@@ -84,7 +84,7 @@ void open_parcel(Parcel* parcel) {
 unsigned some_size(std::mt19937& random) {
   const unsigned draw = random();
   if (draw % 40'000 == 0) return above_the_pool;
-  if (draw % 2'000 == 0) return mebibyte + random() % (largest_large - mebibyte);
+  if (draw % 8'000 == 0) return mebibyte + random() % (largest_large - mebibyte);
   const unsigned common[] = {64, 512, 1024, largest_small};
   return draw % 4 == 0 ? 16 + random() % (largest_small - 16) : common[draw / 4 % 4];
 }

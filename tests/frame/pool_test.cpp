@@ -658,6 +658,17 @@ TEST_F(Pool, FreebuffersFreesBlocksInUseToo) {
   EXPECT_EQ(fake.take_events(), Events{freed(nothing)}) << "no slot is searched any more";
 }
 
+TEST_F(Pool, FreebuffersForgetsABlockWithoutASize) {
+  void* nothing = nuv_serv_allocate(0, 0);
+  nuv_serv_deallocate(nothing);
+  testing::internal::CaptureStdout();
+  nuv_serv_freebuffers();
+  testing::internal::GetCapturedStdout();
+  fake.take_events();
+  nuv_serv_deallocate(nothing);
+  EXPECT_EQ(fake.take_events(), Events{freed(nothing)});
+}
+
 // -------------------------------------------------------------------------------------------------------- shrinking
 
 TEST_F(Pool, ShrinkMovesOnlyEmptySlots) {
@@ -665,6 +676,8 @@ TEST_F(Pool, ShrinkMovesOnlyEmptySlots) {
   for (unsigned i = 0; i < 6; ++i) blocks.push_back(nuv_serv_allocate(100 + i, 0));
   for (const int slot : {1, 2, 4}) nuv_serv_deallocate(blocks[slot]);
   nuv_free_extra_mem();
+  nuv_serv_deallocate(blocks[5]);
+  EXPECT_EQ(nuv_serv_allocate(105, 0), blocks[5]) << "just found, and lost from sight below all the same";
   expect_counters(6, 3, 100 + 103 + 105, 100 + 103 + 105);
   EXPECT_EQ(NUV_shrink_mem_slots(), 0);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "blas.hpp"
 #include "layer.hpp"
 #include "routines.hpp"
 #include "solvers/factored.hpp"
@@ -329,92 +328,6 @@ TYPED_TEST(Factorisation, ClearsInfoOfAnEmptyMatrix) {
     EXPECT_EQ(info, 0) << to_string(shape);
   }
   EXPECT_TRUE(ipiv.unchanged());
-}
-
-// ------------------------------------------------------------------------------------------------------ block widths
-
-/// One level of the right-looking form, with the usual exchanges to the left after every panel.
-template <Scalar T>
-void right_looking(Int nb, Int m, Int n, Matrix<T> A, Int* ipiv, Int& info) {
-  const Int k = std::min(m, n);
-  for (Int j = 1; j <= k; j += nb) {
-    const Int jb = std::min(nb, k - j + 1), behind = j + jb;
-    Int panel_info = 0;
-    x_variant::getrf(m - j + 1, jb, block(A, j, j), ipiv + j - 1, panel_info);
-    if (info == 0 && panel_info > 0) info = j - 1 + panel_info;
-    for (Int i = j; i < behind; ++i) ipiv[i - 1] += j - 1;
-    routine_call::laswp(j - 1, A, j, behind - 1, ipiv, 1);
-    if (behind > n) continue;
-    const Int r = n - behind + 1;
-    routine_call::laswp(r, block(A, 1, behind), j, behind - 1, ipiv, 1);
-    blas::trsm('L', 'L', 'N', 'U', jb, r, T(1), block(A, j, j), block(A, j, behind));
-    blas::gemm('N', 'N', m - behind + 1, r, jb, T(-1), block(A, behind, j), block(A, j, behind), T(1),
-               block(A, behind, behind));
-  }
-}
-
-/// One level of the left-looking form; j columns are done.
-template <Scalar T>
-void left_looking(Int nb, Int m, Int n, Matrix<T> A, Int* ipiv, Int& info) {
-  const Int k = std::min(m, n);
-  for (Int j = 0; j < k; j += nb) {
-    const Int jb = std::min(nb, k - j), r = n - j - jb;
-    const Matrix<T> beside = block(A, j + 1, j + jb + 1);
-    blas::gemm('N', 'N', m - j, jb, j, T(-1), block(A, j + 1, 1), block(A, 1, j + 1), T(1), block(A, j + 1, j + 1));
-    Int panel_info = 0;
-    x_variant::getrf(m - j, jb, block(A, j + 1, j + 1), ipiv + j, panel_info);
-    if (info == 0 && panel_info > 0) info = j + panel_info;
-    for (Int i = j; i < j + jb; ++i) ipiv[i] += j;
-    routine_call::laswp(j, A, j + 1, j + jb, ipiv, 1);
-    routine_call::laswp(r, block(A, 1, j + jb + 1), j + 1, j + jb, ipiv, 1);
-    blas::gemm('N', 'N', jb, r, j, T(-1), block(A, j + 1, 1), block(A, 1, j + jb + 1), T(1), beside);
-    blas::trsm('L', 'L', 'N', 'U', jb, r, T(1), block(A, j + 1, j + 1), beside);
-  }
-}
-
-/// A number of columns and the width of the first level's blocks, 0 or 1 for a matrix that goes to the unblocked code
-/// whole.
-struct Width {
-  Int columns, width;
-};
-
-const Width right_looking_widths[] = {{1, 1},   {8, 1},    {9, 8},    {32, 8},    {33, 32},    {128, 32},
-                                      {129, 128}, {256, 128}, {257, 256}, {512, 256}, {1025, 1024}};
-const Width left_looking_widths[] = {{1, 0},  {16, 0},   {17, 16},   {32, 16},    {33, 32},      {64, 32},
-                                     {65, 64}, {128, 64}, {129, 128}, {1024, 128}, {1025, 1024}, {2049, 2048}};
-
-template <Scalar T>
-std::vector<Width> first_level_widths() {
-  if constexpr (std::same_as<T, double>) {
-    return {std::begin(right_looking_widths), std::end(right_looking_widths)};
-  } else {
-    return {std::begin(left_looking_widths), std::end(left_looking_widths)};
-  }
-}
-
-TYPED_TEST(Factorisation, TakesItsOwnOrderOfWork) {
-  using T = TypeParam;
-  constexpr bool is_right_looking = std::same_as<T, double>;
-  for (const auto& [n, nb] : first_level_widths<T>()) {
-    if (is_sanitized && n > 300) continue;
-    for (const Int m : {5, 20, 40, 150, std::clamp(nb, 1, 256), n <= 300 ? n + 10 : 200}) {
-      SCOPED_TRACE(to_string(Shape{m, n}));
-      const GuardedMatrix<T> A = random_matrix<T>(this->random, m, n, padded(m));
-      const bool in_one_piece = nb <= 1 || (is_right_looking && nb >= std::min(m, n));
-      const Factored<T> expected = factor(A, [&](auto&&... arguments) {
-        if (in_one_piece) {
-          routine_call::getf2(arguments...);
-        } else if (is_right_looking) {
-          right_looking<T>(nb, arguments...);
-        } else {
-          left_looking<T>(nb, arguments...);
-        }
-      });
-      const Factored<T> lu = factor(A, serial<T>.factor);
-      EXPECT_TRUE(lu.factors.same_as(expected.factors));
-      EXPECT_TRUE(lu.ipiv.same_as(expected.ipiv));
-    }
-  }
 }
 
 // --------------------------------------------------------------------------------------------------------- arguments

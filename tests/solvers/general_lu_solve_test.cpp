@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include "blas.hpp"
 #include "routines.hpp"
 #include "solvers/factored.hpp"
 #include "support/argument_checks.hpp"
@@ -136,60 +135,6 @@ TYPED_TEST(GeneralSolve, SolvesASystemOfOrderOneInClosedForm) {
     EXPECT_EQ(getrs(trans, lu, B), 0);
     const Wide<T> expected = wide(!ComplexScalar<T> ? T(1) : trans == 'C' ? number(1, 3) : number(3, 1));
     EXPECT_LT(std::abs(wide(B(1, 1)) - expected), 10 * epsilon<T>) << trans;
-  }
-}
-
-/// The solves by the thread layer's kernel, whatever the number of right-hand sides.
-template <Scalar T>
-void solve_by_trsm(char trans, const Factored<T>& lu, GuardedMatrix<T>& B) {
-  const Int n = lu.factors.rows(), nrhs = B.columns();
-  if (trans == 'N') {
-    routine_call::laswp(nrhs, B, 1, n, lu.ipiv.data(), 1);
-    blas::trsm('L', 'L', 'N', 'U', n, nrhs, T(1), lu.factors, B);
-    blas::trsm('L', 'U', 'N', 'N', n, nrhs, T(1), lu.factors, B);
-  } else {
-    blas::trsm('L', 'U', trans, 'N', n, nrhs, T(1), lu.factors, B);
-    blas::trsm('L', 'L', trans, 'U', n, nrhs, T(1), lu.factors, B);
-    routine_call::laswp(nrhs, B, 1, n, lu.ipiv.data(), -1);
-  }
-}
-
-/// The solves of one right-hand side by the vector kernel.
-template <Scalar T>
-void solve_by_trsv(char trans, const Factored<T>& lu, GuardedMatrix<T>& B) {
-  const Int n = lu.factors.rows();
-  const Vector<T> b{B.data(), 1};
-  if (trans == 'N') {
-    routine_call::laswp(1, B, 1, n, lu.ipiv.data(), 1);
-    blas::trsv('L', 'N', 'U', n, lu.factors, b);
-    blas::trsv('U', 'N', 'N', n, lu.factors, b);
-  } else {
-    blas::trsv('U', trans, 'N', n, lu.factors, b);
-    blas::trsv('L', trans, 'U', n, lu.factors, b);
-    routine_call::laswp(1, B, 1, n, lu.ipiv.data(), -1);
-  }
-}
-
-TYPED_TEST(GeneralSolve, TakesTheVectorKernelForOneRightHandSideInDoubleAlone) {
-  using T = TypeParam;
-  for (const Int n : {1, 2, 9, 33, 65, 129}) {
-    const Factored<T> lu = factor(this->matrix(n, n));
-    for (const char trans : transes) {
-      for (const Int nrhs : {1, 2, 3}) {
-        SCOPED_TRACE("order " + std::to_string(n) + ", trans " + trans + ", right-hand sides " + std::to_string(nrhs));
-        const GuardedMatrix<T> B = this->matrix(n, nrhs);
-        GuardedMatrix<T> X = B, by_trsm = B, by_trsv = B;
-        getrs(trans, lu, X);
-        solve_by_trsm(trans, lu, by_trsm);
-        if (std::same_as<T, double> && nrhs == 1) {
-          solve_by_trsv(trans, lu, by_trsv);
-          EXPECT_TRUE(X.same_as(by_trsv));
-          EXPECT_LT(solution_residual<T>(op<T>(trans, lu.A), wide(by_trsm), wide(B)), threshold);
-        } else {
-          EXPECT_TRUE(X.same_as(by_trsm));
-        }
-      }
-    }
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "blas.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 #include "support/options.hpp"
@@ -79,37 +78,6 @@ TYPED_TEST(Triangular, InvertsUpToTheBlockWidthInOnePiece) {
         trti2<T>.invert(uplo, diag, n, B, info);
         EXPECT_TRUE(A.same_as(B)) << uplo << diag << " of order " << n;
       }
-    }
-  }
-}
-
-TYPED_TEST(Triangular, InvertsByBlocksOf64InTheirOrder) {
-  using T = TypeParam;
-  constexpr Int nb = 64;
-  for (const Int n : {65, 130, 200}) {
-    for (const char diag : diags) {
-      Int info = 99;
-      GuardedMatrix<T> A = this->triangle('U', diag, n), expected = A;
-      trtri<T>.invert('U', diag, n, A, info);
-      Matrix<T> X = expected;
-      for (Int j = 1; j <= n; j += nb) {
-        const Int jb = std::min(nb, n - j + 1);
-        blas::trmm('L', 'U', 'N', diag, j - 1, jb, T(1), X, block(X, 1, j));
-        blas::trsm('R', 'U', 'N', diag, j - 1, jb, T(-1), block(X, j, j), block(X, 1, j));
-        trti2<T>.invert('U', diag, jb, block(X, j, j), info);
-      }
-      EXPECT_TRUE(A.same_as(expected)) << "upper, " << diag << ", order " << n;
-
-      GuardedMatrix<T> B = this->triangle('L', diag, n), mirrored = B;
-      trtri<T>.invert('L', diag, n, B, info);
-      X = mirrored;
-      for (Int done = n, j = (n - 1) / nb * nb + 1; j >= 1; done = j - 1, j -= nb) {
-        const Int jb = done - j + 1, below = n - done;
-        blas::trmm('L', 'L', 'N', diag, below, jb, T(1), block(X, done + 1, done + 1), block(X, done + 1, j));
-        blas::trsm('R', 'L', 'N', diag, below, jb, T(-1), block(X, j, j), block(X, done + 1, j));
-        trti2<T>.invert('L', diag, jb, block(X, j, j), info);
-      }
-      EXPECT_TRUE(B.same_as(mirrored)) << "lower, " << diag << ", order " << n;
     }
   }
 }
