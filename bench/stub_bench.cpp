@@ -22,7 +22,9 @@ void call(Kernel* function) {
   benchmark::DoNotOptimize(function(&n, &x, &incx));
 }
 
-void call(LayerRoutine* function) { benchmark::DoNotOptimize(function()); }
+void call(LayerRoutine* function) {
+  benchmark::DoNotOptimize(function());
+}
 
 /// Mean time of one call in a block of many, in nanoseconds.
 template <class Function>

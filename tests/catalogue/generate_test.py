@@ -11,9 +11,9 @@ from pathlib import Path
 
 CATALOGUE = Path(__file__).resolve().parents[2] / "catalogue"
 
-specification = importlib.util.spec_from_file_location("generate", CATALOGUE / "generate.py")
-generate = importlib.util.module_from_spec(specification)
-specification.loader.exec_module(generate)
+definition = importlib.util.spec_from_file_location("generate", CATALOGUE / "generate.py")
+generate = importlib.util.module_from_spec(definition)
+definition.loader.exec_module(generate)
 
 HEADER = "include/nuv/nuv_lapack.h"
 MODULE = "include/nuv/nuv_lapack.f90"

@@ -98,7 +98,9 @@ void print_found(const std::string& name, void* address) {
   std::printf("%s %s\n", name.c_str(), address != nullptr ? "found" : "null");
 }
 
-void call_number(void* address) { std::printf("number %d\n", reinterpret_cast<int (*)()>(address)()); }
+void call_number(void* address) {
+  std::printf("number %d\n", reinterpret_cast<int (*)()>(address)());
+}
 
 /// The field in front of a separator, which is taken off together with it.
 std::string take_field(std::string& text) {
@@ -127,7 +129,8 @@ const std::map<std::string, Operation> operations = {
     {"dgemm", [](auto&) { call_dgemm(); }},
     {"dgetrf", [](auto&) { call_dgetrf(); }},
     {"threads", [](auto&) { std::printf("threads %d\n", IN_LAPACK(nuv_serv_nuv_get_max_threads)()); }},
-    {"bind_kernels", [](auto&) { IN_LAPACK(nuv_serv_load_dll)(); }},
+    {"bind_kernels", [](auto&) { IN_LAPACK(nuv_serv_load_dll)
+                                 (); }},
     {"detect", [](auto&) { std::printf("detect %d\n", IN_LAPACK(nuv_serv_cpu_detect)()); }},
     {"word", [](auto&) { std::printf("word %d\n", IN_LAPACK(__nuv_cfg_file_readed_extern)); }},
     {"clear_word", [](auto&) { IN_LAPACK(__nuv_cfg_file_readed_extern) = 0; }},

@@ -18,7 +18,9 @@
 
 namespace nuv::test {
 
-inline std::string fake_libraries(const std::string& folder) { return NUV_FAKE_LIBRARIES "/" + folder; }
+inline std::string fake_libraries(const std::string& folder) {
+  return NUV_FAKE_LIBRARIES "/" + folder;
+}
 
 /// What the loader says about a library that it can't find.
 inline std::string missing_file_text(const std::string& file) {

@@ -22,9 +22,13 @@ const std::string absent = NUV_LIBRARY_FILE("libnuv_absent");
 
 const std::string no_layer = "\nNUV FATAL ERROR: Can't load nuv-thread-layer library.";
 
-std::string fatal_error(const std::string& loader_text) { return "NUV FATAL ERROR: " + loader_text + "\n"; }
+std::string fatal_error(const std::string& loader_text) {
+  return "NUV FATAL ERROR: " + loader_text + "\n";
+}
 
-std::string real_library(const std::string& file) { return NUV_LIBRARIES "/" + file; }
+std::string real_library(const std::string& file) {
+  return NUV_LIBRARIES "/" + file;
+}
 
 class KernelBinding : public ProbeTest {
  protected:
@@ -61,8 +65,7 @@ TEST_F(KernelBinding, AConfiguredLibraryThatIsAbsentGivesWayToTheFallback) {
   configure("nuv_sse1so=" + absent + "\nnuv_sse2so=" + absent + "\nnuv_sse3so=" + absent + "\n");
   for (int tier = 2; tier <= 3; ++tier) {
     set_tier(tier);
-    expect_end(probe({"idamax", "detect", "dgemv"}), 0,
-               "idamax 10\ndetect " + std::to_string(-tier) + "\ndgemv 10\n");
+    expect_end(probe({"idamax", "detect", "dgemv"}), 0, "idamax 10\ndetect " + std::to_string(-tier) + "\ndgemv 10\n");
   }
 }
 

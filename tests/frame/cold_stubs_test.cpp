@@ -100,26 +100,24 @@ bool gesv_is_right() {
   return info == 0 && b[0] == T(5) && b[1] == T(6);
 }
 
-bool thread_count_is_right() { return nuv_serv_nuv_get_max_threads() >= 1; }
+bool thread_count_is_right() {
+  return nuv_serv_nuv_get_max_threads() >= 1;
+}
 
-using Check = bool();
-
-constexpr std::array checks = {
-    &iamax_is_right<float>, &iamax_is_right<double>, &iamax_is_right<std::complex<float>>,
-    &iamax_is_right<std::complex<double>>, &scal_is_right<float>, &scal_is_right<double>,
-    &scal_is_right<std::complex<float>>, &scal_is_right<std::complex<double>>, &swap_is_right<float>,
-    &swap_is_right<double>, &swap_is_right<std::complex<float>>, &swap_is_right<std::complex<double>>,
-    &gemv_is_right<float>, &gemv_is_right<double>, &gemv_is_right<std::complex<float>>,
-    &gemv_is_right<std::complex<double>>, &trmv_is_right<float>, &trmv_is_right<double>,
-    &trmv_is_right<std::complex<float>>, &trmv_is_right<std::complex<double>>, &trsv_is_right<float>,
-    &trsv_is_right<double>, &trsv_is_right<std::complex<float>>, &trsv_is_right<std::complex<double>>,
-    &gemm_is_right<float>, &gemm_is_right<double>, &gemm_is_right<std::complex<float>>,
-    &gemm_is_right<std::complex<double>>, &trsm_is_right<float>, &trsm_is_right<double>,
-    &trsm_is_right<std::complex<float>>, &trsm_is_right<std::complex<double>>, &getrf_is_right<float>,
-    &getrf_is_right<double>, &getrf_is_right<std::complex<float>>, &getrf_is_right<std::complex<double>>,
-    &gesv_is_right<float>, &gesv_is_right<double>, &gesv_is_right<std::complex<float>>,
-    &gesv_is_right<std::complex<double>>, &thread_count_is_right,
+template <Scalar T>
+constexpr std::array checks_of = {
+    &iamax_is_right<T>, &scal_is_right<T>, &swap_is_right<T>,      &gemv_is_right<T>,
+    &trmv_is_right<T>,  &trsv_is_right<T>, &gemm_is_right<T>,      &trsm_is_right<T>,
+    &getrf_is_right<T>, &gesv_is_right<T>, &thread_count_is_right,
 };
+
+constexpr std::array checks = {checks_of<float>, checks_of<double>, checks_of<std::complex<float>>,
+                               checks_of<std::complex<double>>};
+constexpr int check_count = checks.size() * checks[0].size();
+
+bool is_right(int check) {
+  return checks[check % checks.size()][check / checks.size()]();
+}
 
 struct Worker {
   pthread_barrier_t* start;
@@ -130,9 +128,9 @@ struct Worker {
 void* enter_stubs(void* argument) {
   Worker& worker = *static_cast<Worker*>(argument);
   pthread_barrier_wait(worker.start);
-  for (std::size_t i = 0; i < checks.size(); ++i) {
-    const int check = static_cast<int>((worker.first + i) % checks.size());
-    if (!checks[check]()) worker.wrong = check + 1;
+  for (int i = 0; i < check_count; ++i) {
+    const int check = (worker.first + i) % check_count;
+    if (!is_right(check)) worker.wrong = check + 1;
   }
   return nullptr;
 }
@@ -169,10 +167,14 @@ void expect_right_results(int stride) {
 }
 
 // The word of a stub is found and stored by all threads at once.
-TEST(ColdStubs, AllThreadsInTheSameStub) { expect_right_results(0); }
+TEST(ColdStubs, AllThreadsInTheSameStub) {
+  expect_right_results(0);
+}
 
 // Kernel and layer stubs, and so the bindings of both libraries, at once.
-TEST(ColdStubs, EachThreadInAnother) { expect_right_results(5); }
+TEST(ColdStubs, EachThreadInAnother) {
+  expect_right_results(5);
+}
 
 }  // namespace
 }  // namespace nuv::test

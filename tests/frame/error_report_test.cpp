@@ -138,7 +138,9 @@ class ReportText : public ProbeTest {
   }
 };
 
-TEST_F(ReportText, OfThisLibrary) { expect_lines("print"); }
+TEST_F(ReportText, OfThisLibrary) {
+  expect_lines("print");
+}
 
 TEST_F(ReportText, OfBothKernelLibraries) {
   for (int tier : {0, 4}) {

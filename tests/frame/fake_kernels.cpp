@@ -4,7 +4,9 @@
 
 extern "C" {
 
-int nuv_blas_idamax(const int*, const double*, const int*) { return NUV_FAKE_NUMBER; }
+int nuv_blas_idamax(const int*, const double*, const int*) {
+  return NUV_FAKE_NUMBER;
+}
 
 #ifndef NUV_FAKE_WITHOUT_DGEMV
 void nuv_blas_dgemv(const char*, const int*, const int*, const double*, const double*, const int*, const double*,
@@ -16,5 +18,4 @@ void nuv_blas_dgemv(const char*, const int*, const int*, const double*, const do
 int nuv_serv_default_xerbla(const char* name, const int* code, int length) {
   return std::fprintf(stderr, "kernel library %d: %.*s, %d\n", NUV_FAKE_NUMBER, length, name, *code);
 }
-
 }

@@ -2,9 +2,13 @@
 
 extern "C" {
 
-int nuv_serv_nuv_get_max_threads() { return NUV_FAKE_NUMBER; }
+int nuv_serv_nuv_get_max_threads() {
+  return NUV_FAKE_NUMBER;
+}
 
-void nuv_lapack_dgetrf(const int*, const int*, double*, const int*, int*, int* info) { *info = NUV_FAKE_NUMBER; }
+void nuv_lapack_dgetrf(const int*, const int*, double*, const int*, int*, int* info) {
+  *info = NUV_FAKE_NUMBER;
+}
 
 #ifndef NUV_FAKE_WITHOUT_DGEMM
 void nuv_blas_dgemm(const char*, const char*, const int*, const int*, const int*, const double*, const double*,
@@ -12,5 +16,4 @@ void nuv_blas_dgemm(const char*, const char*, const int*, const int*, const int*
   *c = NUV_FAKE_NUMBER;
 }
 #endif
-
 }

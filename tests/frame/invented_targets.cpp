@@ -43,16 +43,22 @@ double weigh_doubles(double a, double b, double c, double d, double e, double f,
   return weigh<double>(a, b, c, d, e, f, g, h, i, j, k, l);
 }
 
-double mix(int a, double b, const int* c, float d, char e, std::int64_t f, double g, int h, double i, double j, double k,
-           double l, double m, double n, double o, int p) {
+double mix(int a, double b, const int* c, float d, char e, std::int64_t f, double g, int h, double i, double j,
+           double k, double l, double m, double n, double o, int p) {
   return in_turn(a, b, *c, d, e, f, g, h, i, j, k, l, m, n, o, p);
 }
 
-float half(float x) { return x / 2; }
+float half(float x) {
+  return x / 2;
+}
 
-long double reciprocal(long double x) { return 1 / x; }
+long double reciprocal(long double x) {
+  return 1 / x;
+}
 
-nuv::test::TwoDoubles swapped(double first, double second) { return {second, first}; }
+nuv::test::TwoDoubles swapped(double first, double second) {
+  return {second, first};
+}
 
 nuv::test::ManyWords from_one(std::int64_t first) {
   nuv::test::ManyWords result;
@@ -60,6 +66,10 @@ nuv::test::ManyWords from_one(std::int64_t first) {
   return result;
 }
 
-int file_number() { return NUV_FAKE_NUMBER; }
+int file_number() {
+  return NUV_FAKE_NUMBER;
+}
 
-const nuv::test::RegisterImage* last_register_dump() { return &register_dump; }
+const nuv::test::RegisterImage* last_register_dump() {
+  return &register_dump;
+}

@@ -11,7 +11,9 @@ namespace {
 constexpr int yes = -1;  // all bits set
 constexpr int no = 0;
 
-bool is_letter(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool is_letter(int c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
 
 TEST(Lsame, EveryPairOfBytes) {
   for (int i = 0; i < 256; ++i) {
