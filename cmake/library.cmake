@@ -31,3 +31,53 @@ function(nuv_shared_library name)
     target_link_options(${name} PRIVATE -nostartfiles)
   endif()
 endfunction()
+
+# Instruction sets for which the bodies behind the stubs are compiled, and the flags of each. 32-bit x86 has the baseline
+# alone, and no choice to make at run time.
+set(NUV_FLAGS_sse2 "")
+set(NUV_FLAGS_ssse3 -mssse3)
+set(NUV_FLAGS_avx2 -march=x86-64-v3)
+set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(NUV_INSTRUCTION_SETS sse2 ssse3 avx2 avx512)
+else()
+  set(NUV_INSTRUCTION_SETS sse2)
+endif()
+
+# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set.
+function(nuv_bodies name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+  foreach(set IN LISTS NUV_INSTRUCTION_SETS)
+    nuv_body(${name} ${set} ${set} "${arg_SOURCES}")
+  endforeach()
+endfunction()
+
+# Bodies under the exported names themselves, for a library that has one instruction set.
+function(nuv_only_bodies name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+  nuv_body(${name} sse2 only "${arg_SOURCES}")
+  target_compile_definitions(${name}_only PRIVATE NUV_ONLY_BODY)
+endfunction()
+
+function(nuv_body name set suffix sources)
+  add_library(${name}_${suffix} OBJECT ${sources})
+  nuv_compile(${name}_${suffix})
+  target_compile_definitions(${name}_${suffix} PRIVATE NUV_ISA=${set})
+  target_compile_options(${name}_${suffix} PRIVATE ${NUV_FLAGS_${set}})
+endfunction()
+
+# nuv_entries(TARGET NAME ENTRIES): gives a shared library the bodies NAME_<set> and the entries that choose among them,
+# or the bodies NAME_only where there is no choice.
+function(nuv_entries target name entries)
+  if(TARGET ${name}_only)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_only>)
+    return()
+  endif()
+  set_source_files_properties(${entries} PROPERTIES GENERATED TRUE
+    OBJECT_DEPENDS "${CMAKE_SOURCE_DIR}/src/frame/isa_pattern.S;${CMAKE_SOURCE_DIR}/src/frame/stub_bind.S")
+  target_sources(${target} PRIVATE ${entries} ${CMAKE_SOURCE_DIR}/src/frame/isa_binding.cpp
+    ${CMAKE_SOURCE_DIR}/src/base/instruction_set.cpp)
+  foreach(set IN LISTS NUV_INSTRUCTION_SETS)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_${set}>)
+  endforeach()
+endfunction()

@@ -3,7 +3,7 @@
 #include "frame/error_report.hpp"
 #include "x_variants.hpp"
 
-namespace nuv::threading {
+namespace nuv::threading::inline NUV_ISA {
 
 /// LU factorisation of a general m by n matrix with partial pivoting: the checks that the serial body leaves out, then
 /// that body.
@@ -18,6 +18,6 @@ void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   x_variant::getrf(m, n, {a, lda}, ipiv, info);
 }
 
-}  // namespace nuv::threading
+}  // namespace nuv::threading::inline NUV_ISA
 
 #include "threading/routines/getrf.entries.inc"
