@@ -29,7 +29,7 @@ FORTRAN_TYPES = {
 }
 
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
-SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "data", "hook")
+SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
 PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
 STUB_MACRO = {
     "kernel": "configured_kernel_stub",
@@ -492,9 +492,9 @@ def emit_isa_stubs(catalogue, *kinds):
 
 def exports(catalogue):
     """Library -> sorted exported names."""
-    lapack = [s.name for s in catalogue.services]
+    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"]
     kernel = [s.target for s in catalogue.services if s.kind == "kernel_service"]
-    layer = [s.target for s in catalogue.services if s.kind == "layer_service"]
+    layer = [s.target for s in catalogue.services if s.kind in ("layer_service", "layer_only")]
     for routine in catalogue.routines:
         lapack += [name for _, name in library_members(routine)]
         names = [name for _, name in exported_names(routine)]

@@ -1,7 +1,6 @@
 # How the shared libraries of the set are compiled and linked.
 #
-# They need the C library alone: no C++ runtime, no exceptions, no run-time type information, no start-up files, so that
-# nothing of ours runs before main or after it. Arithmetic is as written: products are not contracted into
+# They need the C library alone: no C++ runtime, no exceptions, no run-time type information. Arithmetic is as written: products are not contracted into
 # multiply-adds, and complex products take the plain formula.
 
 add_library(nuv_library_options INTERFACE)
@@ -27,9 +26,6 @@ function(nuv_shared_library name)
   target_link_options(${name}
     PRIVATE -static-libgcc LINKER:--as-needed LINKER:--version-script=${map} LINKER:-Bsymbolic-functions
             LINKER:--enable-new-dtags LINKER:-z,noexecstack)
-  if(NOT NUV_SANITIZE)
-    target_link_options(${name} PRIVATE -nostartfiles)
-  endif()
 endfunction()
 
 # Instruction sets for which the bodies behind the stubs are compiled, and the flags of each. 32-bit x86 has the baseline

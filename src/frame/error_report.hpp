@@ -16,7 +16,7 @@ template <Scalar T, std::size_t Size>
 static void report_bad_argument(const char (&operation)[Size], Int info) {
   const RoutineName<T> name(operation);
   const Int position = -info;
-  nuv_serv_xerbla(Text(name).data, &position, 6);
+  nuv_serv_xerbla(Text(name).data, &position, Text(name).length);
 }
 
 }  // namespace nuv

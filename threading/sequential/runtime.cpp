@@ -13,3 +13,7 @@ void run_pieces(int pieces, void (*piece)(void* context, int index), void* conte
 }  // namespace nuv::threading
 
 int nuv_serv_nuv_get_max_threads() { return nuv::threading::available_threads(); }
+
+void nuv_thread_set_num_threads(int) {}
+
+int nuv_thread_get_num_threads() { return 1; }
