@@ -19,6 +19,10 @@ CXX_TYPES = {
     "c": ("std::complex<float>", "float"),
     "z": ("std::complex<double>", "double"),
 }
+# What an entry may speak of; a value is of one of these types or there is none.
+TYPES = ("Int", "Logical", "T", "R", "char", "text", "float", "double", "std::complex<float>", "std::complex<double>")
+# A mixed precision is written as in the name: scasum, csscal.
+PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
 C_TYPES = {"Int": "int", "Logical": "int", "std::complex<float>": "nuv_complex8", "std::complex<double>": "nuv_complex16"}
 FORTRAN_TYPES = {
     "int": "integer(c_int)",
@@ -31,6 +35,7 @@ FORTRAN_TYPES = {
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
 SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
 PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
+NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
 STUB_MACRO = {
     "kernel": "configured_kernel_stub",
     "kernel_service": "configured_kernel_stub",
@@ -112,17 +117,21 @@ def logical_lines(text):
             entry, meaning, start = line, "", number
         elif entry.count("(") > entry.count(")"):
             entry += " " + line.strip()
-        else:
+        elif entry:
             meaning = (meaning + " " + line.strip()).strip()
+        else:
+            raise CatalogueError(f"{number}: an indented line that continues no entry")
     if entry:
         yield start, entry, meaning
 
 
 def parse_argument(text):
-    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)\s*(\*)?\s*(\w+)", text.strip())
+    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)(?:\s*(\*)\s*|\s+)(\w+)", text.strip())
     if not match:
         raise CatalogueError(f"not an argument: '{text}'")
     out, const, kind, pointer, name = match.groups()
+    if kind not in TYPES:
+        raise CatalogueError(f"unknown type '{kind}'")
     if out and pointer or const and not pointer:
         raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
     return Argument(kind, name, bool(const), bool(pointer), bool(out))
@@ -131,16 +140,24 @@ def parse_argument(text):
 def parse_precisions(text):
     if text == "-":
         return ("",)
-    return tuple(text.split(",")) if "," in text else tuple(text)
+    precisions = tuple(text.split(",")) if "," in text else tuple(text)
+    unknown = [p for p in precisions if p not in PRECISIONS]
+    if unknown:
+        raise CatalogueError(f"unknown precision '{unknown[0]}'")
+    return precisions
 
 
 def parse(text, file_name="catalogue"):
     catalogue = Catalogue()
     family = layer_family = ""
     names = set()
-    for number, entry, meaning in logical_lines(text):
+    kind_of_family = {}
+    for number, entry, meaning in located_lines(text, file_name):
         try:
-            kind, rest = entry.split(None, 1)
+            kind, _, rest = entry.partition(" ")
+            rest = rest.strip()
+            if not rest:
+                raise CatalogueError(f"'{kind}' stands alone")
             if kind == "family":
                 family, layer_family = rest, ""
                 continue
@@ -151,6 +168,8 @@ def parse(text, file_name="catalogue"):
                 raise CatalogueError("an entry needs a meaning")
             if kind in ROUTINE_KINDS:
                 parsed = parse_routine(kind, rest, meaning, family, layer_family)
+                if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
+                    raise CatalogueError(f"family {family} would stand in two namespaces")
                 catalogue.routines.append(parsed)
                 new_names = [exported for _, exported in exported_names(parsed)]
             elif kind in SERVICE_KINDS:
@@ -163,9 +182,16 @@ def parse(text, file_name="catalogue"):
                 if name in names:
                     raise CatalogueError(f"'{name}' stands twice")
                 names.add(name)
-        except (CatalogueError, ValueError) as error:
+        except CatalogueError as error:
             raise CatalogueError(f"{file_name}:{number}: {error}") from None
     return catalogue
+
+
+def located_lines(text, file_name):
+    try:
+        yield from logical_lines(text)
+    except CatalogueError as error:
+        raise CatalogueError(f"{file_name}:{error}") from None
 
 
 def parse_routine(kind, rest, meaning, family, layer_family):
@@ -177,6 +203,8 @@ def parse_routine(kind, rest, meaning, family, layer_family):
     if (precisions != ("",)) != ("?" in pattern):
         raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
     parsed = tuple(parse_argument(a) for a in arguments.split(",")) if arguments.strip() else ()
+    if result and result not in TYPES:
+        raise CatalogueError(f"unknown type '{result}'")
     if not family or kind == "layer" and not layer_family:
         raise CatalogueError(f"'{pattern}' belongs to no family")
     return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family)
@@ -185,8 +213,10 @@ def parse_routine(kind, rest, meaning, family, layer_family):
 def parse_service(kind, rest, meaning):
     declaration, _, target = rest.partition(" asks ")
     signature = declaration.split("(")[0].split("[")[0]
-    name = re.search(r"(\w+)\s*$", signature).group(1)
-    return Service(kind, declaration.strip(), name, target.strip() or name, meaning)
+    match = re.search(r"\S[\s*](\w+)\s*$", signature)
+    if not match or kind != "data" and not re.search(r"\(.*\)$", declaration.strip()):
+        raise CatalogueError(f"not a {kind.replace('_', ' ')}: '{rest}'")
+    return Service(kind, declaration.strip(), match.group(1), target.strip() or match.group(1), meaning)
 
 
 # ------------------------------------------------------------------------------------------------------ translation
@@ -441,7 +471,7 @@ def emit_c_header(catalogue):
 
 def fortran_argument(a, precision):
     if a.has_hidden_length:
-        return "character(kind=c_char), intent(in)"
+        return f"character(kind=c_char), intent({'inout' if a.out else 'in'})"
     base = FORTRAN_TYPES[c_type(a.type, precision)]
     if not a.pointer:
         return f"{base}, intent({'inout' if a.out else 'in'})"
@@ -529,10 +559,9 @@ def all_files(catalogue):
         "internal/routines.hpp": emit_wrappers(
             of_kind("routine"), "routine_call", "Typed calls of the plain routines, for programs outside the library."),
     }
-    namespaces = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
     for family in dict.fromkeys(r.family for r in catalogue.routines):
         members = [r for r in catalogue.routines if r.family == family]
-        files[f"entries/{family}.entries.inc"] = emit_entry_points(members, True, namespaces[members[0].kind])
+        files[f"entries/{family}.entries.inc"] = emit_entry_points(members, True, NAMESPACE[members[0].kind])
     for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")

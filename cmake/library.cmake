@@ -21,7 +21,7 @@ function(nuv_shared_library name)
   add_library(${name} SHARED ${arg_SOURCES})
   nuv_compile(${name})
   set(map ${NUV_GENERATED_DIR}/exports/${arg_EXPORTS}.map)
-  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map} BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map} BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
   target_include_directories(${name} INTERFACE ${NUV_GENERATED_DIR}/include)
   target_link_options(${name}
     PRIVATE -static-libgcc LINKER:--as-needed LINKER:--version-script=${map} LINKER:-Bsymbolic-functions

@@ -5,11 +5,12 @@
 
 #if defined(__x86_64__)
 #define WORD 8
-#define STATE_AREA 2688
 #else
 #define WORD 4
-#define STATE_AREA 512
 #endif
+
+/* x87, SSE, AVX and AVX-512 state in the standard layout of xsave. */
+#define STATE_AREA 2688
 
 /* The target word of a stub. */
 .macro stub_word name
@@ -66,8 +67,7 @@
 
 /* In: %r11 the descriptor; the caller's stack and registers as at the call. Keeps all but %r11.
  *
- * Vector registers are saved whole by xsave where the system has it switched on (x87, SSE, AVX and AVX-512 state,
- * which ends at byte 2688 of the standard layout), by fxsave elsewhere. */
+ * Vector registers are saved whole by xsave where the system has it switched on, by fxsave elsewhere. */
     .type stub_bind, @function
     .balign 16
 stub_bind:
@@ -148,7 +148,7 @@ stub_base:
     movl (%esp), %ecx
     ret
 
-/* In: %ecx the descriptor; the caller's stack as at the call. Keeps all but %ecx, vector registers included. */
+/* In: %ecx the descriptor; the caller's stack as at the call. Keeps all but %ecx. Vector registers as above. */
     .type stub_bind, @function
     .balign 16
 stub_bind:
@@ -158,18 +158,54 @@ stub_bind:
     .cfi_offset %ebp, -8
     movl %esp, %ebp
     .cfi_def_cfa_register %ebp
+    pushl %ebx
+    .cfi_offset %ebx, -12
+    pushl %esi
+    .cfi_offset %esi, -16
+    pushl %edi
+    .cfi_offset %edi, -20
     pushl %eax
     pushl %edx
-    subl $STATE_AREA + 16, %esp
-    andl $-16, %esp
-    fxsave 16(%esp)
-    movl %ecx, (%esp)
+    movl %ecx, %esi
+    subl $STATE_AREA + 64, %esp
+    andl $-64, %esp
+
+    movl $1, %eax
+    cpuid
+    xorl %ebx, %ebx
+    btl $27, %ecx                   /* OSXSAVE */
+    jnc 1f
+    xorl %ecx, %ecx
+    xgetbv
+    movl %eax, %ebx
+    andl $0xe7, %ebx
+    xorl %eax, %eax
+    movl $16, %ecx
+    leal 64 + 512(%esp), %edi       /* the header must be zero before xsave */
+    rep stosl
+    movl %ebx, %eax
+    xorl %edx, %edx
+    xsave 64(%esp)
+    jmp 2f
+1:  fxsave 64(%esp)
+
+2:  movl %esi, (%esp)
     call nuv_bind_stub
     movl %eax, %ecx
-    fxrstor 16(%esp)
-    leal -8(%ebp), %esp
+
+    testl %ebx, %ebx
+    je 3f
+    movl %ebx, %eax
+    xorl %edx, %edx
+    xrstor 64(%esp)
+    jmp 4f
+3:  fxrstor 64(%esp)
+4:  leal -20(%ebp), %esp
     popl %edx
     popl %eax
+    popl %edi
+    popl %esi
+    popl %ebx
     popl %ebp
     .cfi_def_cfa %esp, 4
     jmpl *%ecx
