@@ -6,7 +6,8 @@
 add_library(nuv_library_options INTERFACE)
 target_compile_options(nuv_library_options
   INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
-                                      -ffp-contract=off -fcx-limited-range -fno-math-errno>)
+                                      -ffp-contract=off -fno-math-errno>
+            $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fcx-limited-range>)
 target_link_libraries(nuv_library_options INTERFACE nuv_internal_headers)
 
 # nuv_compile(TARGET): compiles the sources of a library's target in the manner above.

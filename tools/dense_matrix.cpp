@@ -13,10 +13,10 @@
 namespace nuv::tools {
 namespace {
 
-template <class T>
-using Wide = std::conditional_t<is_complex<T>, std::complex<long double>, long double>;
+template <Scalar T>
+using Wide = std::conditional_t<ComplexScalar<T>, std::complex<long double>, long double>;
 
-template <class T>
+template <Scalar T>
 Wide<T> widen(T x) {
   return Wide<T>(x);
 }
@@ -37,10 +37,10 @@ bool is_finite(std::complex<double> x) {
   return std::isfinite(x.real()) && std::isfinite(x.imag());
 }
 
-template <class T>
+template <Scalar T>
 T narrowed(std::complex<double> x) {
   using R = Real<T>;
-  if constexpr (is_complex<T>) {
+  if constexpr (ComplexScalar<T>) {
     return {static_cast<R>(x.real()), static_cast<R>(x.imag())};
   } else {
     return static_cast<R>(x.real());
@@ -59,34 +59,32 @@ std::complex<double> mirrored(Symmetry symmetry, std::complex<double> value) {
 }
 
 /// r := A x - b for one column.
-template <class T>
+template <Scalar T>
 void residual_column(const DenseMatrix<T>& a, const T* x, const T* b, std::vector<Wide<T>>& r) {
   std::transform(b, b + a.rows, r.begin(), [](T value) { return -widen(value); });
-  for (std::int32_t j = 1; j <= a.columns; ++j) {
+  for (Int j = 1; j <= a.columns; ++j) {
     const Wide<T> factor = widen(x[j - 1]);
     const T* column = a.column(j);
-    for (std::int32_t i = 0; i < a.rows; ++i) r[static_cast<std::size_t>(i)] += product(widen(column[i]), factor);
+    for (Int i = 0; i < a.rows; ++i) r[static_cast<std::size_t>(i)] += product(widen(column[i]), factor);
   }
 }
 
-void append(std::string& text, double value) {
-  fmt::format_to(std::back_inserter(text), "{}\n", value);
-}
-void append(std::string& text, float value) {
+template <RealScalar R>
+void append(std::string& text, R value) {
   fmt::format_to(std::back_inserter(text), "{}\n", value);
 }
 
-template <class R>
+template <RealScalar R>
 void append(std::string& text, std::complex<R> value) {
   fmt::format_to(std::back_inserter(text), "{} {}\n", value.real(), value.imag());
 }
 
 }  // namespace
 
-template <class T>
+template <Scalar T>
 DenseMatrix<T> to_dense(MatrixMarket file) {
   DenseMatrix<T> a(file.rows, file.columns);
-  for_each_stored(file, [&](std::int32_t i, std::int32_t j, std::complex<double> value) {
+  for_each_stored(file, [&](Int i, Int j, std::complex<double> value) {
     a(i, j) += narrowed<T>(value);
     if (file.symmetry != Symmetry::General && i != j) a(j, i) += narrowed<T>(mirrored(file.symmetry, value));
   });
@@ -94,27 +92,27 @@ DenseMatrix<T> to_dense(MatrixMarket file) {
   return a;
 }
 
-template <class T>
+template <Scalar T>
 bool all_finite(const DenseMatrix<T>& a) {
   return std::all_of(a.elements.begin(), a.elements.end(), [](T x) { return is_finite(x); });
 }
 
-template <class T>
+template <Scalar T>
 long double infinity_norm(const DenseMatrix<T>& a) {
   std::vector<long double> sums(static_cast<std::size_t>(a.rows));
-  for (std::int32_t j = 1; j <= a.columns; ++j) {
+  for (Int j = 1; j <= a.columns; ++j) {
     const T* column = a.column(j);
-    for (std::int32_t i = 0; i < a.rows; ++i) sums[static_cast<std::size_t>(i)] += std::abs(widen(column[i]));
+    for (Int i = 0; i < a.rows; ++i) sums[static_cast<std::size_t>(i)] += std::abs(widen(column[i]));
   }
   return sums.empty() ? 0 : *std::max_element(sums.begin(), sums.end());
 }
 
-template <class T>
+template <Scalar T>
 long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b) {
   constexpr long double unit_roundoff = std::numeric_limits<Real<T>>::epsilon() / 2;
   std::vector<long double> sums(static_cast<std::size_t>(a.rows));
   std::vector<Wide<T>> r(sums.size());
-  for (std::int32_t k = 1; k <= b.columns; ++k) {
+  for (Int k = 1; k <= b.columns; ++k) {
     residual_column(a, x.column(k), b.column(k), r);
     std::transform(sums.begin(), sums.end(), r.begin(), sums.begin(),
                    [](long double sum, Wide<T> value) { return sum + std::abs(value); });
@@ -123,11 +121,11 @@ long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, co
   return largest == 0 ? 0 : largest / (infinity_norm(a) * infinity_norm(x) * a.rows * unit_roundoff);
 }
 
-template <class T>
+template <Scalar T>
 void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink) {
   constexpr std::size_t piece = 32768;
-  std::string text = fmt::format("%%MatrixMarket matrix array {} general\n{} {}\n", is_complex<T> ? "complex" : "real",
-                                 a.rows, a.columns);
+  std::string text = fmt::format("%%MatrixMarket matrix array {} general\n{} {}\n",
+                                 ComplexScalar<T> ? "complex" : "real", a.rows, a.columns);
   for (const T value : a.elements) {
     append(text, value);
     if (text.size() < piece) continue;

@@ -1,15 +1,15 @@
 // The nuv command: solves a system that stands in files, and tells which libraries would do it.
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
+#include "error.hpp"
 #include "info.hpp"
 #include "output.hpp"
 #include "solve.hpp"
@@ -21,15 +21,6 @@ using namespace nuv::tools;
 constexpr int exit_failure = 1;
 constexpr int exit_usage = 2;
 
-// A file opened later must not land on a descriptor that the messages or the result are written to. A closed standard
-// output stays one that can't be written.
-void occupy_standard_descriptors() {
-  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (fcntl(descriptor, F_GETFD) != -1) continue;
-    [[maybe_unused]] const int opened = open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);
-  }
-}
-
 void print(const std::string& text) {
   Output output;
   output.write(text);
@@ -37,7 +28,7 @@ void print(const std::string& text) {
 }
 
 void complain(const std::string& message) {
-  const std::string line = fmt::format("nuv: {}\n", message);
+  const std::string line = fmt::format("nuv: {}\n", printable(message));
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -83,6 +74,14 @@ struct CommandLine {
   }
 };
 
+// The parser misses a command before it looks at the words that it could not place; the user mistyped one of them.
+std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> unplaced = app.remaining();
+  const bool mistyped = app.get_subcommands().empty() && !unplaced.empty();
+  return fmt::format("{} (nuv --help tells more)",
+                     mistyped ? "no such command or option: " + unplaced.front() : error.what());
+}
+
 int run(int argc, char** argv) {
   CommandLine command_line;
   try {
@@ -97,7 +96,7 @@ int run(int argc, char** argv) {
     print(std::string(version.what()) + "\n");
     return 0;
   } catch (const CLI::ParseError& error) {
-    complain(fmt::format("{} (nuv --help tells more)", error.what()));
+    complain(usage_message(command_line.app, error));
     return exit_usage;
   }
 }
@@ -105,7 +104,6 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  occupy_standard_descriptors();
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows up as an error of the write
   try {
     return run(argc, argv);

@@ -13,7 +13,9 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <new>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -22,7 +24,7 @@
 namespace nuv::tools {
 namespace {
 
-constexpr std::int32_t largest_dimension = std::numeric_limits<std::int32_t>::max();
+constexpr Int largest_dimension = std::numeric_limits<Int>::max();
 
 constexpr bool is_blank(char c) {
   return c == ' ' || c == '\t';
@@ -51,16 +53,14 @@ class LineReader {
     line_.clear();
     int c = buffer_.sbumpc();
     if (c == end_of_stream) return false;
-    bool cut = false;
     for (; c != end_of_stream && c != '\n'; c = buffer_.sbumpc()) {
       if (line_.size() < longest_line) {
         line_ += static_cast<char>(c);
-      } else {
-        cut = true;
+      } else if (!line_.starts_with('%')) {
+        fail(fmt::format("line of more than {} characters", longest_line));
       }
     }
     if (line_.ends_with('\r')) line_.pop_back();
-    if (cut && !line_.starts_with('%')) fail(fmt::format("line of more than {} characters", longest_line));
     return true;
   }
 
@@ -197,19 +197,19 @@ std::int64_t take_integer(Words& words, std::string_view what) {
   return word.starts_with('-') ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
 }
 
-std::int32_t take_dimension(Words& words, std::string_view what) {
+Int take_dimension(Words& words, std::string_view what) {
   const std::int64_t value = take_integer(words, what);
   if (value < 0) words.line().fail(fmt::format("{} is negative", what));
   if (value > largest_dimension) words.line().fail(fmt::format("{} is more than {}", what, largest_dimension));
-  return static_cast<std::int32_t>(value);
+  return static_cast<Int>(value);
 }
 
-std::int32_t take_index(Words& words, std::string_view what, std::int32_t dimension) {
+Int take_index(Words& words, std::string_view what, Int dimension) {
   const std::int64_t value = take_integer(words, what);
   if (value < 1 || value > dimension) {
     words.line().fail(fmt::format("{} is out of range 1 to {}", what, dimension));
   }
-  return static_cast<std::int32_t>(value);
+  return static_cast<Int>(value);
 }
 
 template <class Value, std::size_t count>
@@ -284,7 +284,7 @@ std::uint64_t read_sizes(LineReader& line, MatrixMarket& matrix) {
   return matrix.layout == Layout::Coordinate ? static_cast<std::uint64_t>(entries) : array_count(matrix);
 }
 
-void check_triangle(const LineReader& line, Symmetry symmetry, std::int32_t i, std::int32_t j) {
+void check_triangle(const LineReader& line, Symmetry symmetry, Int i, Int j) {
   if (symmetry == Symmetry::General) return;
   if (i < j) line.fail(fmt::format("entry ({}, {}) lies above the diagonal, which the symmetry already gives", i, j));
 }
@@ -315,8 +315,8 @@ void read_entries(LineReader& line, MatrixMarket& matrix, std::uint64_t count, P
     Words words(line);
     bool on_diagonal = false;
     if (matrix.layout == Layout::Coordinate) {
-      const std::int32_t i = take_index(words, "the row index", matrix.rows);
-      const std::int32_t j = take_index(words, "the column index", matrix.columns);
+      const Int i = take_index(words, "the row index", matrix.rows);
+      const Int j = take_index(words, "the column index", matrix.columns);
       check_triangle(line, matrix.symmetry, i, j);
       matrix.row_of.push_back(i);
       matrix.column_of.push_back(j);

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "base/types.hpp"
+
 namespace nuv::tools {
 
 enum class Layout { Array, Coordinate };
@@ -33,10 +35,10 @@ struct MatrixMarket {
   Layout layout = Layout::Array;
   Field field = Field::Real;
   Symmetry symmetry = Symmetry::General;
-  std::int32_t rows = 0;
-  std::int32_t columns = 0;
-  std::vector<std::int32_t> row_of, column_of;  ///< one-based, coordinate layout alone
-  std::vector<double> values;                   ///< real and imaginary parts alternate in a complex field
+  Int rows = 0;
+  Int columns = 0;
+  std::vector<Int> row_of, column_of;  ///< one-based, coordinate layout alone
+  std::vector<double> values;          ///< real and imaginary parts alternate in a complex field
 
   bool is_complex() const { return field == Field::Complex; }
 
@@ -75,8 +77,8 @@ void for_each_stored(const MatrixMarket& matrix, Visit visit) {
     return;
   }
   std::size_t k = 0;
-  for (std::int32_t j = 1; k < matrix.stored(); ++j) {
-    for (auto i = static_cast<std::int32_t>(first_stored_row(matrix.symmetry, j)); i <= matrix.rows; ++i) {
+  for (Int j = 1; k < matrix.stored(); ++j) {
+    for (auto i = static_cast<Int>(first_stored_row(matrix.symmetry, j)); i <= matrix.rows; ++i) {
       visit(i, j, matrix.value(k++));
     }
   }

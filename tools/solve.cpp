@@ -7,14 +7,15 @@
 #include <algorithm>
 #include <chrono>
 #include <complex>
-#include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/types.hpp"
 #include "dense_matrix.hpp"
 #include "error.hpp"
 #include "matrix_market.hpp"
@@ -23,7 +24,7 @@
 namespace nuv::tools {
 namespace {
 
-template <class T>
+template <Scalar T>
 struct Solver;
 
 template <>
@@ -87,8 +88,8 @@ void require_real(const MatrixMarket& file, char precision) {
 /// An account of the solve for the user, in which the residual is the figure to look at.
 struct Report {
   std::string_view solver;
-  std::int32_t order;
-  std::int32_t right_hand_sides;
+  Int order;
+  Int right_hand_sides;
   long double residual;
   std::chrono::duration<double> time;
 };
@@ -106,11 +107,11 @@ void print(const Report& report, const SolveOptions& options) {
 }
 
 /// X := A^-1 B by the library, in the place of B; the factors take the place of A. Returns the time taken.
-template <class T>
+template <Scalar T>
 std::chrono::duration<double> call_solver(DenseMatrix<T>& a, DenseMatrix<T>& x, const std::string& matrix_file) {
-  const std::int32_t n = a.rows, nrhs = x.columns, lda = a.ld(), ldx = x.ld();
-  std::vector<std::int32_t> pivots(static_cast<std::size_t>(n));
-  std::int32_t info = 0;
+  const Int n = a.rows, nrhs = x.columns, lda = a.ld(), ldx = x.ld();
+  std::vector<Int> pivots(static_cast<std::size_t>(n));
+  Int info = 0;
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
   const auto start = std::chrono::steady_clock::now();
@@ -124,7 +125,7 @@ std::chrono::duration<double> call_solver(DenseMatrix<T>& a, DenseMatrix<T>& x, 
   return end - start;
 }
 
-template <class T>
+template <Scalar T>
 void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& options, Output& output) {
   require_memory(a_file, sizeof(T));
   require_memory(b_file, sizeof(T));
@@ -141,7 +142,8 @@ void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& opti
   print({Solver<T>::name, a.rows, b.columns, scaled_residual(a, x, b), time}, options);
 }
 
-void solve_to(Output& output, const SolveOptions& options) {
+void read_and_solve(const SolveOptions& options) {
+  Output output = options.output_file ? Output(*options.output_file) : Output();
   const bool single = options.precision == 's' || options.precision == 'c';
   const Precision precision = single ? Precision::Single : Precision::Double;
   MatrixMarket a = read_matrix_market_file(options.matrix_file, precision);
@@ -169,13 +171,7 @@ void solve_to(Output& output, const SolveOptions& options) {
 
 void solve(const SolveOptions& options) {
   try {
-    if (options.output_file) {
-      Output output(*options.output_file);
-      solve_to(output, options);
-    } else {
-      Output output;
-      solve_to(output, options);
-    }
+    read_and_solve(options);
   } catch (const std::bad_alloc&) {
     throw FileError(options.matrix_file, "the system does not fit into memory");
   } catch (const std::length_error&) {

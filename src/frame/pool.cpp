@@ -103,6 +103,22 @@ unsigned next_not_in_use(unsigned slot) {
   return slot + static_cast<unsigned>(static_cast<const std::uint8_t*>(found) - from);
 }
 
+std::uint32_t low_word(std::uintptr_t word) { return static_cast<std::uint32_t>(word); }
+std::uint32_t low_word(const void* word) { return low_word(reinterpret_cast<std::uintptr_t>(word)); }
+
+/// Slots looked at in one go, from a multiple of their number on.
+constexpr unsigned scan_width = 32;
+static_assert(pool_slots % scan_width == 0);
+
+/// False if none of scan_width words is the one wanted. Their low halves compared without an early way out go through
+/// vector registers, several slots at a time.
+template <class Word>
+bool may_hold(const Word* words, const Word wanted) {
+  std::uint32_t found = 0;
+  for (unsigned i = 0; i < scan_width; ++i) found |= low_word(words[i]) == low_word(wanted);
+  return found != 0;
+}
+
 /// What a thread's own free slots offer to a request: the first slot of each kind.
 struct Offer {
   unsigned fitting = no_slot;  ///< of exactly the real size, else the first larger one
@@ -114,7 +130,11 @@ Offer search_slots(const Request& request) {
   Offer offer;
   const std::uint32_t wanted = request.real_size();
   for (unsigned slot = next_not_in_use(0); slot < pool.mem_banks_used; slot = next_not_in_use(slot + 1)) {
-    if (pool.mem_th[slot] != request.thread) continue;
+    if (pool.mem_th[slot] != request.thread) {
+      const bool at_stretch = slot % scan_width == 0;
+      if (at_stretch && !may_hold(pool.mem_th + slot, request.thread)) slot += scan_width - 1;
+      continue;
+    }
     const std::uint32_t held = pool.mem_size_r[slot];
     if (held == wanted) {
       offer.fitting = slot;
@@ -174,26 +194,9 @@ unsigned serve(const Request& request) {
   return offer.smaller;
 }
 
-std::uint32_t low_word(const void* pointer) {
-  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer));
-}
-
-constexpr unsigned scan_width = 32;
-static_assert(pool_slots % scan_width == 0);
-
-/// False if none of scan_width slots has the pointer. Low words compared without an early way out go through vector
-/// registers, several slots at a time.
-bool may_be_among(const void* pointer, unsigned first_slot) {
-  const std::uint32_t wanted = low_word(pointer);
-  void* const* slots = pool.mem_align + first_slot;
-  std::uint32_t found = 0;
-  for (unsigned i = 0; i < scan_width; ++i) found |= low_word(slots[i]) == wanted;
-  return found != 0;
-}
-
-unsigned scan_for_pointer(const void* pointer) {
+unsigned scan_for_pointer(void* pointer) {
   for (unsigned first = 0; first < pool.mem_banks_used; first += scan_width) {
-    if (!may_be_among(pointer, first)) continue;
+    if (!may_hold(pool.mem_align + first, pointer)) continue;
     const unsigned end = std::min(first + scan_width, pool.mem_banks_used);
     for (unsigned slot = first; slot < end; ++slot) {
       if (pool.mem_align[slot] == pointer) return slot;

@@ -84,6 +84,7 @@ std::vector<std::string> changed_environment(const ChildCommand& command) {
 
 std::vector<char*> pointers_to(std::vector<std::string>& strings) {
   std::vector<char*> pointers;
+  pointers.reserve(strings.size() + 1);
   for (std::string& string : strings) pointers.push_back(string.data());
   pointers.push_back(nullptr);
   return pointers;

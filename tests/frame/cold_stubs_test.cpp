@@ -1,0 +1,178 @@
+// Eight threads that enter stubs at once in a process where nothing is bound. Each round runs in a child, so that every
+// stub is cold again.
+
+#include <gtest/gtest.h>
+#include <nuv/nuv_lapack.h>
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <complex>
+#include <cstdio>
+
+#include "blas.hpp"
+#include "layer.hpp"
+#include "routines.hpp"
+#include "support/precisions.hpp"
+
+namespace nuv::test {
+namespace {
+
+constexpr int thread_count = 8;
+constexpr int rounds = is_sanitized ? 500 : 1000;
+
+// Each check calls one stub on a problem whose result is exact in any order of operations.
+
+template <Scalar T>
+bool iamax_is_right() {
+  const T x[] = {T(1), T(-3), T(2)};
+  return blas::iamax(3, Vector<const T>(x, 1)) == 2;
+}
+
+template <Scalar T>
+bool scal_is_right() {
+  T x[] = {T(1), T(-3), T(2)};
+  blas::scal(2, T(2), Vector<T>(x, 2));
+  return x[0] == T(2) && x[1] == T(-3) && x[2] == T(4);
+}
+
+template <Scalar T>
+bool swap_is_right() {
+  T x[] = {T(1), T(2)}, y[] = {T(3), T(4)};
+  blas::swap(2, Vector<T>(x, 1), Vector<T>(y, 1));
+  return x[0] == T(3) && x[1] == T(4) && y[0] == T(1) && y[1] == T(2);
+}
+
+template <Scalar T>
+bool gemv_is_right() {
+  const T a[] = {T(1), T(2), T(3), T(4)}, x[] = {T(5), T(6)};
+  T y[] = {T(7), T(8)};
+  blas::gemv('N', 2, 2, T(1), Matrix<const T>(a, 2), Vector<const T>(x, 1), T(-1), Vector<T>(y, 1));
+  return y[0] == T(16) && y[1] == T(26);
+}
+
+template <Scalar T>
+bool trmv_is_right() {
+  const T a[] = {T(1), T(2), T(3), T(4)};
+  T x[] = {T(5), T(6)};
+  blas::trmv('U', 'N', 'N', 2, Matrix<const T>(a, 2), Vector<T>(x, 1));
+  return x[0] == T(23) && x[1] == T(24);
+}
+
+template <Scalar T>
+bool trsv_is_right() {
+  const T a[] = {T(1), T(2), T(3), T(4)};
+  T x[] = {T(23), T(24)};
+  blas::trsv('U', 'N', 'N', 2, Matrix<const T>(a, 2), Vector<T>(x, 1));
+  return x[0] == T(5) && x[1] == T(6);
+}
+
+template <Scalar T>
+bool gemm_is_right() {
+  const T a[] = {T(1), T(2), T(3), T(4)}, b[] = {T(5), T(6)};
+  T c[] = {T(7), T(8)};
+  blas::gemm('N', 'N', 2, 1, 2, T(1), Matrix<const T>(a, 2), Matrix<const T>(b, 2), T(-1), Matrix<T>(c, 2));
+  return c[0] == T(16) && c[1] == T(26);
+}
+
+template <Scalar T>
+bool trsm_is_right() {
+  const T a[] = {T(1), T(2), T(3), T(4)};
+  T b[] = {T(23), T(24)};
+  blas::trsm('L', 'U', 'N', 'N', 2, 1, T(1), Matrix<const T>(a, 2), Matrix<T>(b, 2));
+  return b[0] == T(5) && b[1] == T(6);
+}
+
+template <Scalar T>
+bool getrf_is_right() {
+  T a[] = {T(1), T(2), T(3), T(4)};
+  Int ipiv[2] = {}, info = -1;
+  layer::getrf(2, 2, Matrix<T>(a, 2), ipiv, info);
+  return info == 0 && ipiv[0] == 2 && ipiv[1] == 2 && a[0] == T(2) && a[1] == T(0.5) && a[2] == T(4) && a[3] == T(1);
+}
+
+template <Scalar T>
+bool gesv_is_right() {
+  T a[] = {T(1), T(2), T(3), T(4)}, b[] = {T(23), T(34)};
+  Int ipiv[2] = {}, info = -1;
+  routine_call::gesv(2, 1, Matrix<T>(a, 2), ipiv, Matrix<T>(b, 2), info);
+  return info == 0 && b[0] == T(5) && b[1] == T(6);
+}
+
+bool thread_count_is_right() { return nuv_serv_nuv_get_max_threads() >= 1; }
+
+using Check = bool();
+
+constexpr std::array checks = {
+    &iamax_is_right<float>, &iamax_is_right<double>, &iamax_is_right<std::complex<float>>,
+    &iamax_is_right<std::complex<double>>, &scal_is_right<float>, &scal_is_right<double>,
+    &scal_is_right<std::complex<float>>, &scal_is_right<std::complex<double>>, &swap_is_right<float>,
+    &swap_is_right<double>, &swap_is_right<std::complex<float>>, &swap_is_right<std::complex<double>>,
+    &gemv_is_right<float>, &gemv_is_right<double>, &gemv_is_right<std::complex<float>>,
+    &gemv_is_right<std::complex<double>>, &trmv_is_right<float>, &trmv_is_right<double>,
+    &trmv_is_right<std::complex<float>>, &trmv_is_right<std::complex<double>>, &trsv_is_right<float>,
+    &trsv_is_right<double>, &trsv_is_right<std::complex<float>>, &trsv_is_right<std::complex<double>>,
+    &gemm_is_right<float>, &gemm_is_right<double>, &gemm_is_right<std::complex<float>>,
+    &gemm_is_right<std::complex<double>>, &trsm_is_right<float>, &trsm_is_right<double>,
+    &trsm_is_right<std::complex<float>>, &trsm_is_right<std::complex<double>>, &getrf_is_right<float>,
+    &getrf_is_right<double>, &getrf_is_right<std::complex<float>>, &getrf_is_right<std::complex<double>>,
+    &gesv_is_right<float>, &gesv_is_right<double>, &gesv_is_right<std::complex<float>>,
+    &gesv_is_right<std::complex<double>>, &thread_count_is_right,
+};
+
+struct Worker {
+  pthread_barrier_t* start;
+  int first;  ///< the check that it begins with
+  int wrong;  ///< one more than the last check that gave a wrong result, 0 for none
+};
+
+void* enter_stubs(void* argument) {
+  Worker& worker = *static_cast<Worker*>(argument);
+  pthread_barrier_wait(worker.start);
+  for (std::size_t i = 0; i < checks.size(); ++i) {
+    const int check = static_cast<int>((worker.first + i) % checks.size());
+    if (!checks[check]()) worker.wrong = check + 1;
+  }
+  return nullptr;
+}
+
+/// One round: the threads begin together, `stride` checks apart from each other. The child's exit status.
+int run_threads(int first, int stride) {
+  pthread_barrier_t start;
+  pthread_barrier_init(&start, nullptr, thread_count);
+  std::array<Worker, thread_count> workers;
+  std::array<pthread_t, thread_count> threads;
+  for (int i = 0; i < thread_count; ++i) {
+    workers[i] = {&start, first + i * stride, 0};
+    if (pthread_create(&threads[i], nullptr, enter_stubs, &workers[i]) != 0) return 255;
+  }
+  int status = 0;
+  for (int i = 0; i < thread_count; ++i) {
+    pthread_join(threads[i], nullptr);
+    if (workers[i].wrong != 0) status = workers[i].wrong;
+  }
+  pthread_barrier_destroy(&start);
+  return status;
+}
+
+void expect_right_results(int stride) {
+  for (int round = 0; round < rounds; ++round) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) _exit(run_threads(round, stride));
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << "round " << round << " ended by signal " << WTERMSIG(status);
+    ASSERT_EQ(WEXITSTATUS(status), 0) << "round " << round;
+  }
+}
+
+// The word of a stub is found and stored by all threads at once.
+TEST(ColdStubs, AllThreadsInTheSameStub) { expect_right_results(0); }
+
+// Kernel and layer stubs, and so the bindings of both libraries, at once.
+TEST(ColdStubs, EachThreadInAnother) { expect_right_results(5); }
+
+}  // namespace
+}  // namespace nuv::test

@@ -1,0 +1,15 @@
+#pragma once
+
+// A thread layer for tests that notes what is asked of it and hands the work on to the sequential layer. A program that
+// links it ahead of nuv_sequential has its own calls noted too.
+
+#include <string>
+#include <vector>
+
+namespace nuv::test {
+
+/// The calls since the last time, each with its options as capitals and its sizes: "gemm NT 5 3 8" for m, n, k. Calls that
+/// have nothing to write are left out.
+std::vector<std::string> take_recorded_calls();
+
+}  // namespace nuv::test

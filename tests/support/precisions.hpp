@@ -1,0 +1,42 @@
+#pragma once
+
+// What typed tests over the four precisions share.
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+#include "base/types.hpp"
+
+namespace nuv::test {
+
+using Precisions = testing::Types<float, double, std::complex<float>, std::complex<double>>;
+
+/// Names the instances of a typed test by the letter of the precision.
+struct PrecisionLetter {
+  template <class T>
+  static std::string GetName(int) {
+    return {precision_letter<T>};
+  }
+};
+
+template <Scalar T>
+inline constexpr Real<T> epsilon = std::numeric_limits<Real<T>>::epsilon();
+
+/// The name under which a routine reports its bad arguments.
+template <Scalar T>
+std::string reported_name(const std::string& operation) {
+  std::string name = precision_letter<T> + operation;
+  name.resize(6, ' ');
+  return name;
+}
+
+/// True in a build whose checks make every access dear; tests leave out their largest sizes then.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool is_sanitized = true;
+#else
+inline constexpr bool is_sanitized = false;
+#endif
+
+}  // namespace nuv::test

@@ -1,0 +1,183 @@
+#include "support/wide.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "frame/option_matching.hpp"
+
+namespace nuv::test {
+namespace {
+
+/// The one-norm; zero for an empty matrix. A NaN stays one.
+template <class Matrix>
+auto norm(const Matrix& A) {
+  using Norm = typename Matrix::RealScalar;
+  return A.size() == 0 ? Norm(0) : A.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>();
+}
+
+/// numerator / denominator, where nothing over nothing is nothing.
+double ratio(long double numerator, long double denominator) {
+  return numerator == 0 ? 0 : double(numerator / denominator);
+}
+
+template <class Matrix>
+Matrix multiply(const Matrix& A, const Matrix& B) {
+  if (A.size() == 0 || B.size() == 0) return Matrix::Zero(A.rows(), B.cols());
+  return A * B;
+}
+
+template <Scalar T>
+WideMatrix<T> random_signs(Eigen::Index n) {
+  std::mt19937 engine(11);
+  return WideMatrix<T>::NullaryExpr(n, 4, [&] { return Wide<T>(engine() % 2 == 0 ? 1 : -1); });
+}
+
+/// The triangle of A that uplo names, with zeros elsewhere; on the diagonal ones, or what A has.
+template <class Matrix>
+Matrix triangle(const Matrix& A, bool upper, bool unit_diagonal) {
+  Matrix result = Matrix::Identity(A.rows(), A.cols());
+  for (Eigen::Index j = 0; j < A.cols(); ++j) {
+    for (Eigen::Index i = 0; i < A.rows(); ++i) {
+      if (i == j ? !unit_diagonal : (upper ? i < j : i > j)) result(i, j) = A(i, j);
+    }
+  }
+  return result;
+}
+
+}  // namespace
+
+template <Scalar T>
+WideMatrix<T> wide(const GuardedMatrix<T>& A) {
+  WideMatrix<T> copy(A.rows(), A.columns());
+  for (Int j = 1; j <= A.columns(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) copy(i - 1, j - 1) = wide(A(i, j));
+  }
+  return copy;
+}
+
+template <Scalar T>
+WideMatrix<T> wide(const GuardedVector<T>& x) {
+  WideMatrix<T> column(x.size(), 1);
+  for (Int i = 1; i <= x.size(); ++i) column(i - 1, 0) = wide(x(i));
+  return column;
+}
+
+template <Scalar T>
+WideMatrix<T> wide_triangle(const GuardedMatrix<T>& A, bool upper, bool unit_diagonal) {
+  return triangle(wide(A), upper, unit_diagonal);
+}
+
+template <Scalar T>
+WideMatrix<T> op(char trans, const WideMatrix<T>& A) {
+  if (same_letter(trans, 'N')) return A;
+  if (same_letter(trans, 'T')) return A.transpose();
+  return A.adjoint();
+}
+
+template <Scalar T>
+WideMatrix<T> product(const WideMatrix<T>& A, const WideMatrix<T>& B) {
+  return multiply(A, B);
+}
+
+template <Scalar T>
+double solution_residual(const WideMatrix<T>& A, const WideMatrix<T>& X, const WideMatrix<T>& B) {
+  const WideMatrix<T> rest = B - multiply(A, X);
+  return ratio(norm(rest), norm(A) * norm(X) * A.cols() * epsilon<T>);
+}
+
+template <Scalar T>
+double inverse_residual(const WideMatrix<T>& A, const WideMatrix<T>& X) {
+  const WideMatrix<T> V = random_signs<T>(A.cols());
+  const WideMatrix<T> rest = V - multiply(X, multiply(A, V));
+  return ratio(norm(rest), norm(A) * norm(X) * A.cols() * epsilon<T>);
+}
+
+template <Scalar T>
+double factor_residual(const WideMatrix<T>& A, const GuardedMatrix<T>& factors, const GuardedVector<Int>& ipiv) {
+  const Eigen::Index k = std::min(A.rows(), A.cols());
+  const WideMatrix<T> LU = wide(factors), V = random_signs<T>(A.cols());
+  const WideMatrix<T> L = triangle<WideMatrix<T>>(LU.leftCols(k), false, true);
+  const WideMatrix<T> U = triangle<WideMatrix<T>>(LU.topRows(k), true, false);
+  WideMatrix<T> rest = multiply(A, V);
+  for (Int i = 1; i <= ipiv.size(); ++i) rest.row(i - 1).swap(rest.row(ipiv(i) - 1));
+  rest -= multiply(L, multiply(U, V));
+  return ratio(norm(rest), norm(A) * std::max(A.rows(), A.cols()) * epsilon<T>);
+}
+
+template <Scalar T>
+std::vector<Int> wide_pivots(WideMatrix<T> A) {
+  const auto size = [](const Wide<T>& x) { return std::abs(std::real(x)) + std::abs(std::imag(x)); };
+  std::vector<Int> pivots;
+  for (Eigen::Index j = 0; j < std::min(A.rows(), A.cols()); ++j) {
+    Eigen::Index jp = j;
+    for (Eigen::Index i = j + 1; i < A.rows(); ++i) {
+      if (size(A(i, j)) > size(A(jp, j))) jp = i;
+    }
+    pivots.push_back(Int(jp + 1));
+    A.row(j).swap(A.row(jp));
+    for (Eigen::Index i = j + 1; i < A.rows(); ++i) A(i, j) /= A(j, j);
+    for (Eigen::Index c = j + 1; c < A.cols(); ++c) {
+      for (Eigen::Index i = j + 1; i < A.rows(); ++i) A(i, c) -= A(i, j) * A(j, c);
+    }
+  }
+  return pivots;
+}
+
+template <Scalar T>
+Sum<T>::Sum(Int rows, Int columns)
+    : value_(WideMatrix<T>::Zero(rows, columns)), magnitude_(WideMatrix<Real<T>>::Zero(rows, columns)) {}
+
+template <Scalar T>
+Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
+  value_ += wide(factor) * A;
+  magnitude_ += std::abs(wide(factor)) * A.cwiseAbs();
+  terms_ += 1;
+  return *this;
+}
+
+template <Scalar T>
+Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A, const WideMatrix<T>& B) {
+  const WideMatrix<Real<T>> magnitude_of_A = A.cwiseAbs(), magnitude_of_B = B.cwiseAbs();
+  value_ += wide(factor) * multiply(A, B);
+  magnitude_ += std::abs(wide(factor)) * multiply(magnitude_of_A, magnitude_of_B);
+  terms_ += A.cols() + 1;
+  return *this;
+}
+
+template <Scalar T>
+double Sum<T>::error_of(const WideMatrix<T>& X) const {
+  double largest = 0;
+  for (Eigen::Index j = 0; j < X.cols(); ++j) {
+    for (Eigen::Index i = 0; i < X.rows(); ++i) {
+      const double error = ratio(std::abs(X(i, j) - value_(i, j)), magnitude_(i, j) * terms_ * epsilon<T>);
+      if (std::isnan(error)) return error;
+      largest = std::max(largest, error);
+    }
+  }
+  return largest;
+}
+
+template <Scalar T>
+double Sum<T>::distance_from_zero() const {
+  return error_of(WideMatrix<T>::Zero(value_.rows(), value_.cols()));
+}
+
+#define NUV_INSTANTIATE(T)                                                                                     \
+  template WideMatrix<T> wide(const GuardedMatrix<T>&);                                                        \
+  template WideMatrix<T> wide(const GuardedVector<T>&);                                                        \
+  template WideMatrix<T> wide_triangle(const GuardedMatrix<T>&, bool, bool);                                   \
+  template WideMatrix<T> op<T>(char, const WideMatrix<T>&);                                                    \
+  template WideMatrix<T> product<T>(const WideMatrix<T>&, const WideMatrix<T>&);                               \
+  template double solution_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);      \
+  template double inverse_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&);                             \
+  template double factor_residual<T>(const WideMatrix<T>&, const GuardedMatrix<T>&, const GuardedVector<Int>&); \
+  template std::vector<Int> wide_pivots<T>(WideMatrix<T>);                                                     \
+  template class Sum<T>;
+
+NUV_INSTANTIATE(float)
+NUV_INSTANTIATE(double)
+NUV_INSTANTIATE(std::complex<float>)
+NUV_INSTANTIATE(std::complex<double>)
+
+}  // namespace nuv::test

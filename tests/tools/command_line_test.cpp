@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "nuv_command.hpp"
+
+namespace nuv::test {
+namespace {
+
+class CommandLine : public testing::Test {
+ protected:
+  CommandLine() {
+    for (const char* name : {"A.mtx", "b.mtx", "solve", "info"}) {
+      folder.write(name, "%%MatrixMarket matrix array real general\n1 1\n2\n");
+    }
+  }
+
+  TemporaryFolder folder;
+};
+
+TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
+  struct Wrong {
+    std::vector<std::string> arguments;
+    std::string culprit;  ///< what the message must name
+  };
+  const std::vector<Wrong> wrong = {
+      {{}, "subcommand"},
+      {{"frobnicate"}, "no such command or option: frobnicate"},
+      {{"--frobnicate"}, "no such command or option: --frobnicate"},
+      {{"two\nlines"}, "two\\x0alines"},
+      {{"solve"}, "A is required"},
+      {{"solve", "A.mtx"}, "B is required"},
+      {{"solve", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
+      {{"solve", "A.mtx", "b.mtx", "--frobnicate"}, "--frobnicate"},
+      {{"solve", "A.mtx", "b.mtx", "-x"}, "-x"},
+      {{"solve", "A.mtx", "b.mtx", "-p"}, "--precision"},
+      {{"solve", "A.mtx", "b.mtx", "-p", "q"}, "q not in {s,d,c,z}"},
+      {{"solve", "A.mtx", "b.mtx", "-p", "D"}, "D not in {s,d,c,z}"},
+      {{"solve", "A.mtx", "b.mtx", "-p", "dz"}, "dz not in {s,d,c,z}"},
+      {{"solve", "A.mtx", "b.mtx", "-p", ""}, "--precision"},
+      {{"solve", "A.mtx", "b.mtx", "-p", "d", "-p", "z"}, "--precision"},
+      {{"solve", "A.mtx", "b.mtx", "-o"}, "--output"},
+      {{"solve", "A.mtx", "b.mtx", "-o", ""}, "--output: a file name must not be empty"},
+      {{"solve", "A.mtx", "b.mtx", "-o", "x", "-o", "y"}, "--output"},
+      {{"solve", "", "b.mtx"}, "A: a file name must not be empty"},
+      {{"solve", "A.mtx", ""}, "B: a file name must not be empty"},
+      {{"info", "A.mtx"}, "A.mtx"},
+      {{"info", "-p", "d"}, "-p"},
+      {{"info", "solve", "A.mtx", "b.mtx"}, "solve"},
+  };
+  const std::vector<std::string> before = folder.names();
+  for (const auto& [arguments, culprit] : wrong) {
+    const ChildResult result = run_nuv(folder, arguments);
+    SCOPED_TRACE(testing::PrintToString(arguments) + to_string(result));
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_TRUE(result.error.starts_with("nuv: "));
+    EXPECT_TRUE(result.error.ends_with(" (nuv --help tells more)\n"));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1);
+    EXPECT_NE(result.error.find(culprit), std::string::npos);
+  }
+  EXPECT_EQ(folder.names(), before);
+}
+
+TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
+  for (const char* option : {"-h", "--help"}) {
+    const ChildResult result = run_nuv(folder, {option});
+    EXPECT_EQ(result.exit_status, 0);
+    EXPECT_EQ(result.error, "");
+    for (const char* word : {"solve", "info", "--version"})
+      EXPECT_NE(result.output.find(word), std::string::npos) << word;
+
+    const ChildResult of_solve = run_nuv(folder, {"solve", option});
+    EXPECT_EQ(of_solve.exit_status, 0);
+    EXPECT_EQ(of_solve.error, "");
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "s, d, c or z", "more than once are summed"}) {
+      EXPECT_NE(of_solve.output.find(word), std::string::npos) << word;
+    }
+    EXPECT_EQ(run_nuv(folder, {"info", option}).exit_status, 0);
+  }
+}
+
+TEST_F(CommandLine, VersionIsTheProjects) {
+  const ChildResult result = run_nuv(folder, {"--version"});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.output, "nuv " NUV_VERSION "\n");
+  EXPECT_EQ(result.error, "");
+}
+
+TEST_F(CommandLine, TakesOptionsInAnyPlaceAndForm) {
+  const std::string real = "%%MatrixMarket matrix array real general\n1 1\n1\n";
+  const std::string complex = "%%MatrixMarket matrix array complex general\n1 1\n1 0\n";
+  EXPECT_EQ(run_nuv(folder, {"solve", "-p", "s", "A.mtx", "b.mtx"}).output, real);
+  EXPECT_EQ(run_nuv(folder, {"solve", "A.mtx", "-pc", "b.mtx"}).output, complex);
+  EXPECT_EQ(run_nuv(folder, {"solve", "A.mtx", "b.mtx", "--precision", "z"}).output, complex);
+  EXPECT_EQ(run_nuv(folder, {"solve", "A.mtx", "b.mtx", "--precision=d"}).output, real);
+  EXPECT_EQ(run_nuv(folder, {"solve", "--", "A.mtx", "b.mtx"}).output, real);
+  EXPECT_TRUE(run_nuv(folder, {"solve", "-ox.mtx", "A.mtx", "b.mtx"}).succeeded());
+  EXPECT_EQ(folder.read("x.mtx"), real);
+  EXPECT_TRUE(run_nuv(folder, {"solve", "A.mtx", "b.mtx", "--output", "y.mtx"}).succeeded());
+  EXPECT_EQ(folder.read("y.mtx"), real);
+}
+
+TEST_F(CommandLine, TakesFilesNamedLikeCommandsAndOptions) {
+  const std::string real = "%%MatrixMarket matrix array real general\n1 1\n1\n";
+  EXPECT_EQ(run_nuv(folder, {"solve", "solve", "info"}).output, real);
+  folder.write("-p", folder.read("A.mtx"));
+  EXPECT_EQ(run_nuv(folder, {"solve", "--", "-p", "b.mtx"}).output, real);
+  EXPECT_EQ(run_nuv(folder, {"solve", "./-p", "b.mtx"}).output, real);
+}
+
+}  // namespace
+}  // namespace nuv::test

@@ -1,0 +1,201 @@
+#include "tools/matrix_market.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "tools/error.hpp"
+#include "wrong_files.hpp"
+
+namespace nuv::tools {
+namespace {
+
+using Complex = std::complex<double>;
+using Entry = std::tuple<Int, Int, Complex>;
+
+MatrixMarket read(const std::string& text, Precision precision = Precision::Double) {
+  std::istringstream stream(text);
+  return read_matrix_market(stream, "test.mtx", precision);
+}
+
+std::vector<Entry> entries_of(const MatrixMarket& matrix) {
+  std::vector<Entry> entries;
+  for_each_stored(matrix, [&](Int i, Int j, Complex value) { entries.emplace_back(i, j, value); });
+  return entries;
+}
+
+double only_value(const std::string& number, Precision precision = Precision::Double) {
+  return read("%%MatrixMarket matrix array real general\n1 1\n" + number + "\n", precision).values.at(0);
+}
+
+TEST(MatrixMarket, ReadsAnArrayByColumns) {
+  const MatrixMarket matrix = read("%%MatrixMarket matrix array real general\n2 3\n1\n2\n3\n4\n5\n6\n");
+  EXPECT_EQ(matrix.file, "test.mtx");
+  EXPECT_EQ(matrix.size_line, 2u);
+  EXPECT_EQ(matrix.layout, Layout::Array);
+  EXPECT_EQ(matrix.field, Field::Real);
+  EXPECT_EQ(matrix.symmetry, Symmetry::General);
+  EXPECT_EQ(matrix.rows, 2);
+  EXPECT_EQ(matrix.columns, 3);
+  EXPECT_EQ(entries_of(matrix),
+            (std::vector<Entry>{{1, 1, 1.}, {2, 1, 2.}, {1, 2, 3.}, {2, 2, 4.}, {1, 3, 5.}, {2, 3, 6.}}));
+}
+
+TEST(MatrixMarket, ReadsCoordinatesInTheOrderOfTheFile) {
+  const MatrixMarket matrix =
+      read("%%MatrixMarket matrix coordinate complex general\n3 2 3\n3 1 1 -1\n1 2 2 0\n3 1 4 8\n");
+  EXPECT_EQ(matrix.layout, Layout::Coordinate);
+  EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{3, 1, {1, -1}}, {1, 2, {2, 0}}, {3, 1, {4, 8}}}));
+}
+
+TEST(MatrixMarket, StoresTheLowerTriangleOfASymmetricArray) {
+  EXPECT_EQ(entries_of(read("%%MatrixMarket matrix array integer symmetric\n3 3\n1\n2\n3\n4\n5\n6\n")),
+            (std::vector<Entry>{{1, 1, 1.}, {2, 1, 2.}, {3, 1, 3.}, {2, 2, 4.}, {3, 2, 5.}, {3, 3, 6.}}));
+  EXPECT_EQ(entries_of(read("%%MatrixMarket matrix array complex hermitian\n2 2\n1 0\n2 3\n4 0\n")),
+            (std::vector<Entry>{{1, 1, 1.}, {2, 1, {2, 3}}, {2, 2, 4.}}));
+}
+
+TEST(MatrixMarket, StoresTheStrictlyLowerTriangleOfASkewSymmetricArray) {
+  EXPECT_EQ(entries_of(read("%%MatrixMarket matrix array real skew-symmetric\n3 3\n1\n2\n3\n")),
+            (std::vector<Entry>{{2, 1, 1.}, {3, 1, 2.}, {3, 2, 3.}}));
+  EXPECT_EQ(read("%%MatrixMarket matrix array real skew-symmetric\n1 1\n").stored(), 0u);
+}
+
+TEST(MatrixMarket, TakesZerosOnTheDiagonalOfASkewSymmetricMatrix) {
+  EXPECT_EQ(read("%%MatrixMarket matrix coordinate real skew-symmetric\n2 2 2\n1 1 0\n2 1 3\n").stored(), 2u);
+}
+
+TEST(MatrixMarket, ReadsTheBannerWithoutRegardToCase) {
+  for (const char* banner :
+       {"%%MatrixMarket matrix coordinate complex hermitian", "%%matrixmarket MATRIX COORDINATE COMPLEX HERMITIAN",
+        "%%MATRIXMARKET Matrix Coordinate Complex Hermitian",
+        "%%MatrixMarket\tmatrix  coordinate complex\thermitian "}) {
+    const MatrixMarket matrix = read(std::string(banner) + "\n1 1 1\n1 1 7 0\n");
+    EXPECT_EQ(matrix.layout, Layout::Coordinate) << banner;
+    EXPECT_TRUE(matrix.is_complex()) << banner;
+    EXPECT_EQ(matrix.symmetry, Symmetry::Hermitian) << banner;
+    EXPECT_EQ(matrix.value(0), Complex(7)) << banner;
+  }
+}
+
+TEST(MatrixMarket, SkipsCommentsAndBlankLinesAnywhereBehindTheBanner) {
+  const MatrixMarket matrix = read(
+      "%%MatrixMarket matrix coordinate real general\n% c\n\n   \t\n%\n 2 2\t2 \n%%\n\n1 1 5\n  % indented\n\t2 2 "
+      "6\t\n\n%");
+  EXPECT_EQ(matrix.size_line, 6u);
+  EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{1, 1, 5.}, {2, 2, 6.}}));
+}
+
+TEST(MatrixMarket, TakesCommentsOfAnyLength) {
+  const std::string comment = "%" + std::string(100000, 'x') + "\n";
+  EXPECT_EQ(read("%%MatrixMarket matrix array real general\n" + comment + "1 1\n" + comment + "5\n").values,
+            std::vector<double>{5});
+}
+
+TEST(MatrixMarket, AcceptsCarriageReturnsAtLineEnds) {
+  const MatrixMarket matrix =
+      read("%%MatrixMarket matrix coordinate integer symmetric\r\n% c\r\n\r\n2 2 2\r\n1 1 5\r\n2 1 -6\r");
+  EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{1, 1, 5.}, {2, 1, -6.}}));
+}
+
+TEST(MatrixMarket, AcceptsALastLineWithoutEnd) {
+  EXPECT_EQ(read("%%MatrixMarket matrix array real general\n2 1\n1\n2.5").values, (std::vector<double>{1, 2.5}));
+}
+
+TEST(MatrixMarket, AcceptsEmptyMatrices) {
+  for (const char* sizes : {"0 0", "0 5", "2147483647 0"}) {
+    EXPECT_EQ(read("%%MatrixMarket matrix array real general\n" + std::string(sizes) + "\n").stored(), 0u);
+  }
+  EXPECT_EQ(read("%%MatrixMarket matrix array real skew-symmetric\n0 0\n").stored(), 0u);
+  EXPECT_EQ(read("%%MatrixMarket matrix coordinate real general\n3 3 0\n").rows, 3);
+}
+
+TEST(MatrixMarket, ReadsEveryWayToWriteANumber) {
+  const std::vector<std::pair<const char*, double>> numbers = {
+      {"1", 1},
+      {"+1", 1},
+      {"-1", -1},
+      {"007", 7},
+      {"1.5", 1.5},
+      {".5", .5},
+      {"-.5", -.5},
+      {"5.", 5},
+      {"1e3", 1000},
+      {"1E+3", 1000},
+      {"1.e-3", 1e-3},
+      {"+1.25e+02", 125},
+      {"0e99999999", 0},
+      {"1e-400", 0},
+      {"4.9e-324", 5e-324},
+      {"1e308", 1e308},
+      {"1e00000000000000000001", 10},
+      {"179769313486231570e291", std::numeric_limits<double>::max()},
+  };
+  for (const auto& [text, value] : numbers) EXPECT_EQ(only_value(text), value) << text;
+  EXPECT_TRUE(std::signbit(only_value("-0")));
+  EXPECT_TRUE(std::signbit(only_value("-0.0e5")));
+}
+
+TEST(MatrixMarket, RoundsOnceToThePrecisionAskedFor) {
+  // Below the midpoint of two floats by less than a double can tell: rounding through double would go up.
+  const char* text = "1.00000017881393432617187499999";
+  EXPECT_EQ(only_value(text, Precision::Single), 1.00000011920928955078125);
+  EXPECT_EQ(only_value(text, Precision::Double), 1.000000178813934326171875);
+  EXPECT_EQ(only_value("0.1", Precision::Single), static_cast<double>(0.1f));
+  EXPECT_EQ(only_value("1e-60", Precision::Single), 0);
+  EXPECT_EQ(only_value("3.4028234e38", Precision::Single), std::numeric_limits<float>::max());
+}
+
+TEST(MatrixMarket, ReadsIntegersOfAnyLength) {
+  const MatrixMarket matrix =
+      read("%%MatrixMarket matrix array integer general\n3 1\n+12\n-9007199254740993\n100000000000000000000\n");
+  EXPECT_EQ(matrix.values, (std::vector<double>{12, -9007199254740992., 1e20}));
+}
+
+TEST(MatrixMarket, TakesMemoryByTheEntriesThatAreThere) {
+  const MatrixMarket matrix =
+      read("%%MatrixMarket matrix coordinate real general\n2000000000 2000000000 1\n2000000000 1 5\n");
+  EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{2000000000, 1, 5.}}));
+  EXPECT_LT(matrix.values.capacity(), 1000u);
+}
+
+TEST(MatrixMarket, TellsAboutFilesThatCannotBeRead) {
+  const auto message = [](const std::string& file) -> std::string {
+    try {
+      read_matrix_market_file(file, Precision::Double);
+    } catch (const FileError& error) {
+      return error.what();
+    }
+    return "read";
+  };
+  EXPECT_EQ(message("no such file"), "no such file: cannot open: No such file or directory");
+  EXPECT_EQ(message("."), ".: Is a directory");
+  EXPECT_EQ(message("/proc/self/mem"), "/proc/self/mem: cannot read: Input/output error");
+  EXPECT_EQ(message("no\nfile"), "no\\x0afile: cannot open: No such file or directory");
+  EXPECT_EQ(message("/dev/zero"), "/dev/zero:1: line of more than 4096 characters");
+}
+
+class WrongFile : public testing::TestWithParam<test::WrongFile> {};
+
+TEST_P(WrongFile, IsRefusedWithItsLine) {
+  const bool single = GetParam().precision == 'c';
+  try {
+    read(GetParam().text, single ? Precision::Single : Precision::Double);
+    FAIL() << "accepted:\n" << GetParam().text;
+  } catch (const FileError& error) {
+    EXPECT_EQ(error.what(), "test.mtx" + GetParam().message);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(MatrixMarket, WrongFile, testing::ValuesIn(test::wrong_files()),
+                         [](const auto& test) { return test.param.label; });
+
+}  // namespace
+}  // namespace nuv::tools
