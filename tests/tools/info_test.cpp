@@ -125,5 +125,13 @@ TEST_F(Info, TellsThatTheTiersLibraryIsMissing) {
   EXPECT_EQ(library(lines({{"NUV_PROCESSOR_TIER", "3"}}).at("kernel library")), "libnuv_kpb.so");
 }
 
+TEST_F(Info, ShowsTheInstructionSetAndWhy) {
+  EXPECT_EQ(lines({{"NUV_ISA", "sse2"}})["instruction set"], "sse2, asked for by NUV_ISA");
+  const std::string widest = lines({{"NUV_ISA", std::nullopt}})["instruction set"];
+  EXPECT_TRUE(widest.ends_with(", the widest of the machine")) << widest;
+  EXPECT_EQ(lines({{"NUV_ISA", ""}})["instruction set"], widest);
+  EXPECT_EQ(lines({{"NUV_ISA", "AVX2"}})["instruction set"], widest + "; NUV_ISA=AVX2 is ignored");
+}
+
 }  // namespace
 }  // namespace nuv::test
