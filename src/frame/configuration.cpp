@@ -41,14 +41,16 @@ struct KeyedEntry {
 
 /// In the order in which a line is compared. The kernel library of the highest tier has no key.
 constexpr KeyedEntry keyed_entries[] = {
-    {"nuv_x87so=", dll_cfg_names[0]},  {"nuv_sse1so=", dll_cfg_names[1]},       {"nuv_sse2so=", dll_cfg_names[2]},
+    {"nuv_x87so=", dll_cfg_names[0]},  {"nuv_sse1so=", dll_cfg_names[1]},      {"nuv_sse2so=", dll_cfg_names[2]},
     {"nuv_sse3so=", dll_cfg_names[3]}, {"nuv_intervalso=", dll_cfg_names_oql}, {"nuv_lapackso=", dll_cfg_names_l},
 };
 
 /// The file that was read stays open for the life of the process.
 std::FILE* configuration_stream = nullptr;
 
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_blank(char c) {
+  return c == ' ' || c == '\t';
+}
 
 void set_name(char* entry, const char* name) {
   std::size_t i = 0;
@@ -202,7 +204,9 @@ void forget_configuration() {
 
 }  // namespace nuv
 
-int nuv_cfg_file(int skip_keys) { return nuv::read_configuration(skip_keys); }
+int nuv_cfg_file(int skip_keys) {
+  return nuv::read_configuration(skip_keys);
+}
 
 int SearchPath(const char*, const char* name, const char*, int, char* result) {
   char path[nuv::name_room];

@@ -103,8 +103,12 @@ unsigned next_not_in_use(unsigned slot) {
   return slot + static_cast<unsigned>(static_cast<const std::uint8_t*>(found) - from);
 }
 
-std::uint32_t low_word(std::uintptr_t word) { return static_cast<std::uint32_t>(word); }
-std::uint32_t low_word(const void* word) { return low_word(reinterpret_cast<std::uintptr_t>(word)); }
+std::uint32_t low_word(std::uintptr_t word) {
+  return static_cast<std::uint32_t>(word);
+}
+std::uint32_t low_word(const void* word) {
+  return low_word(reinterpret_cast<std::uintptr_t>(word));
+}
 
 /// Slots looked at in one go, from a multiple of their number on.
 constexpr unsigned scan_width = 32;
@@ -276,7 +280,9 @@ void nuv_serv_deallocate(void* pointer) {
   i_free(pointer);
 }
 
-void nuv_free_extra_mem() { trim(); }
+void nuv_free_extra_mem() {
+  trim();
+}
 
 void nuv_serv_freebuffers() {
   if (pool_is_off()) return;
@@ -297,7 +303,7 @@ void nuv_serv_freebuffers() {
 int NUV_shrink_mem_slots() {
   std::uint32_t left = pool.mem_banks_used;
   for (unsigned slot = pool.mem_banks_used; slot-- > 0 && left != pool.mem_banks_really_used;) {
-    if (slot == 0 || pool.mem[slot] != nullptr) continue;
+    if (pool.mem[slot] != nullptr) continue;
     const unsigned target = first_without_block(slot);
     if (target == slot) continue;
     move_slot(slot, target);
@@ -317,7 +323,13 @@ int NUV_read_env() {
   return 0;
 }
 
-unsigned long NUV_ThreadID() { return pthread_self(); }
+unsigned long NUV_ThreadID() {
+  return pthread_self();
+}
 
-void nuv_serv_lock() { pthread_mutex_lock(&mutex); }
-void nuv_serv_unlock() { pthread_mutex_unlock(&mutex); }
+void nuv_serv_lock() {
+  pthread_mutex_lock(&mutex);
+}
+void nuv_serv_unlock() {
+  pthread_mutex_unlock(&mutex);
+}

@@ -34,8 +34,12 @@ CpuidAnswer ask_cpuid(unsigned leaf) {
   return answer;
 }
 
-bool edx_of_leaf_1_has(int bit) { return (ask_cpuid(1).edx >> bit & 1) != 0; }
-bool ecx_of_leaf_1_has(int bit) { return (ask_cpuid(1).ecx >> bit & 1) != 0; }
+bool edx_of_leaf_1_has(int bit) {
+  return (ask_cpuid(1).edx >> bit & 1) != 0;
+}
+bool ecx_of_leaf_1_has(int bit) {
+  return (ask_cpuid(1).ecx >> bit & 1) != 0;
+}
 
 /// The tier that the environment asks for, or -1. Zero is believed only when written as the one character "0", since
 /// any text that is not a number reads as zero too.
@@ -104,11 +108,21 @@ int NUV_CPUIDavailable() {
   return ((before ^ after) & id_flag) != 0;
 }
 
-int NUV_CPUhasSSE() { return edx_of_leaf_1_has(25); }
-int NUV_CPUhasSSE2() { return edx_of_leaf_1_has(26); }
-int NUV_CPUhasSSE3() { return ecx_of_leaf_1_has(0); }
-int NUV_CPUhasSSSE3() { return ecx_of_leaf_1_has(9); }
-int NUV_CPUhasSSE41() { return ecx_of_leaf_1_has(19); }
+int NUV_CPUhasSSE() {
+  return edx_of_leaf_1_has(25);
+}
+int NUV_CPUhasSSE2() {
+  return edx_of_leaf_1_has(26);
+}
+int NUV_CPUhasSSE3() {
+  return ecx_of_leaf_1_has(0);
+}
+int NUV_CPUhasSSSE3() {
+  return ecx_of_leaf_1_has(9);
+}
+int NUV_CPUhasSSE41() {
+  return ecx_of_leaf_1_has(19);
+}
 
 int NUV_CPUisORVO() {
   const CpuidAnswer answer = ask_cpuid(0);

@@ -14,7 +14,9 @@ template <class T>
 class Types : public testing::Test {};
 TYPED_TEST_SUITE(Types, Precisions, PrecisionLetter);
 
-std::string as_string(Text text) { return {text.data, std::size_t(text.length)}; }
+std::string as_string(Text text) {
+  return {text.data, std::size_t(text.length)};
+}
 
 TYPED_TEST(Types, NameARoutineInSixCharacters) {
   using T = TypeParam;

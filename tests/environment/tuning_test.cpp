@@ -17,21 +17,25 @@ Int ask(Int ispec, const std::string& name, Int n1 = -1, Int n2 = -1) {
 constexpr Int largest = std::numeric_limits<Int>::max();
 const Int sizes[] = {-1, 0, 1, 8, 9, 64, 129, 1000, 100000, largest};
 
-TEST(Tuning, SplitsTheRightLookingFactorisationByItsColumns) {
-  constexpr struct {
-    Int columns, width;
-  } expected[] = {
-      {-1, 1},     {0, 1},      {1, 1},      {8, 1},      {9, 8},      {32, 8},       {33, 32},     {128, 32},
-      {129, 128},  {256, 128},  {257, 256},  {512, 256},  {513, 512},  {1000, 512},   {1024, 512},  {1025, 1024},
-      {2048, 1024}, {2049, 2048}, {1 << 30, 1 << 29}, {(1 << 30) + 1, 1 << 30}, {largest, 1 << 30},
-  };
-  for (const auto& [columns, width] : expected) {
-    for (const Int rows : sizes) {
-      for (const char* name : {"DGETRF", "dgetrf", "dGeTrF"}) {
-        EXPECT_EQ(ask(1, name, rows, columns), width) << name << " " << rows << " by " << columns;
-      }
+void expect_width(Int columns, Int width) {
+  for (const Int rows : sizes) {
+    for (const char* name : {"DGETRF", "dgetrf", "dGeTrF"}) {
+      EXPECT_EQ(ask(1, name, rows, columns), width) << name << " " << rows << " by " << columns;
     }
   }
+}
+
+TEST(Tuning, SplitsTheRightLookingFactorisationByItsColumns) {
+  for (const Int columns : {-1, 0, 1, 8}) expect_width(columns, 1);
+  for (const Int columns : {9, 32}) expect_width(columns, 8);
+  for (const Int columns : {33, 128}) expect_width(columns, 32);
+  // Beyond that the largest power of two below the number of columns.
+  for (Int power = 128; power > 0; power = power < 1 << 30 ? 2 * power : 0) {
+    expect_width(power + 1, power);
+    expect_width(power + power / 2, power);
+    if (power > 128) expect_width(power, power / 2);
+  }
+  expect_width(largest, 1 << 30);
 }
 
 TEST(Tuning, GivesTheOtherSolversOneWidth) {

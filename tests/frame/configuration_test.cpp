@@ -207,10 +207,13 @@ TEST_F(Configuration, TheLastValueWins) {
 }
 
 TEST_F(Configuration, OtherLinesAreIgnored) {
-  EXPECT_EQ(tables_after("# nuv_sse2so=a\n\n[nuv]\nnuv_sse2so\n=\nx nuv_sse2so=b\nnuv_sse2so:c\nnuv_sse2s=o=d\n"), read({}));
+  EXPECT_EQ(tables_after("# nuv_sse2so=a\n\n[nuv]\nnuv_sse2so\n=\nx nuv_sse2so=b\nnuv_sse2so:c\nnuv_sse2s=o=d\n"),
+            read({}));
 }
 
-TEST_F(Configuration, AnEmptyFileIsReadToItsEnd) { EXPECT_EQ(tables_after(""), read({})); }
+TEST_F(Configuration, AnEmptyFileIsReadToItsEnd) {
+  EXPECT_EQ(tables_after(""), read({}));
+}
 
 TEST_F(Configuration, ACarriageReturnBeforeTheLineFeedStaysInTheValue) {
   Tables expected;
@@ -268,8 +271,7 @@ TEST_F(Configuration, TheWorkingFolderComesFirstWithoutTheVariable) {
   folder.file("path/nuv.cfg", "nuv_lapackso=path\n");
   Tables expected;
   expected.lapack = "here";
-  EXPECT_EQ(run({{"PATH", folder.path("path")}}, {"cfg:0", "tables", "opened"}),
-            read(expected) + opened({"nuv.cfg"}));
+  EXPECT_EQ(run({{"PATH", folder.path("path")}}, {"cfg:0", "tables", "opened"}), read(expected) + opened({"nuv.cfg"}));
 }
 
 TEST_F(Configuration, TheVariableNamesAFile) {
@@ -305,8 +307,9 @@ TEST_F(Configuration, AMissingNamedFileDoesNotStopTheSearch) {
   folder.file("nuv.cfg", "nuv_lapackso=here\n");
   Tables expected;
   expected.lapack = "here";
-  EXPECT_EQ(run({{"NUV_CFG_FILE", "/nowhere/x"}, {"PATH", "/nowhere"}}, {"cfg:0", "tables", "opened"}),
-            read(expected) + opened({"/nowhere/x", "/nowhere/x/nuv.cfg", "/nowhere/nuv.cfg", "./nuv.cfg", "./nuv.cfg"}));
+  EXPECT_EQ(
+      run({{"NUV_CFG_FILE", "/nowhere/x"}, {"PATH", "/nowhere"}}, {"cfg:0", "tables", "opened"}),
+      read(expected) + opened({"/nowhere/x", "/nowhere/x/nuv.cfg", "/nowhere/nuv.cfg", "./nuv.cfg", "./nuv.cfg"}));
 }
 
 TEST_F(Configuration, AFileThatCannotBeOpenedCountsAsMissing) {
@@ -435,9 +438,9 @@ TEST_F(Configuration, SearchPathFindsAnyFileAlongPath) {
   const std::string found = folder.file("b/some.file", "");
   folder.file("some.file", "");
   const std::string a = folder.path("a"), b = folder.path("b");
-  EXPECT_EQ(run({{"PATH", a + ":" + b}}, {"search:some.file", "opened", "held", "word"}),
-            "search " + std::to_string(found.size()) + " [" + found + "]\n" + opened({a + "/some.file", found}) +
-                "word 0\n");
+  EXPECT_EQ(
+      run({{"PATH", a + ":" + b}}, {"search:some.file", "opened", "held", "word"}),
+      "search " + std::to_string(found.size()) + " [" + found + "]\n" + opened({a + "/some.file", found}) + "word 0\n");
 }
 
 TEST_F(Configuration, SearchPathLooksInTheWorkingFolderLast) {
@@ -461,7 +464,8 @@ TEST_F(Configuration, SearchPathLeavesTheResultAloneWhenNothingIsFound) {
 TEST_F(Configuration, SearchPathHeedsTheRoom) {
   const std::string file = folder.file("some.file", "");
   const std::string fits = stretched(file, 1021);
-  EXPECT_EQ(run({{"PATH", "/nowhere"}}, {"search:" + fits, "search:/" + fits}), "search 0 [untouched]\nsearch 0 [untouched]\n");
+  EXPECT_EQ(run({{"PATH", "/nowhere"}}, {"search:" + fits, "search:/" + fits}),
+            "search 0 [untouched]\nsearch 0 [untouched]\n");
   EXPECT_EQ(run({{"PATH", "/"}}, {"search:/" + fits, "search://" + fits}),
             "search 1023 [//" + fits + "]\nsearch 0 [untouched]\n");
 }
@@ -477,8 +481,9 @@ TEST(StringHelpers, RemoveCrCutsOneCharacterAndTellsTheLengthBefore) {
   struct Case {
     std::string text, left;
   };
-  for (const auto& [text, left] : {Case{"", ""}, Case{"a", "a"}, Case{"a\n", "a"}, Case{"a\r", "a"}, Case{"a\r\n", "a\r"},
-                                   Case{"a\n\n", "a\n"}, Case{"\n", ""}, Case{"\na", "\na"}, Case{"a ", "a "}}) {
+  for (const auto& [text, left] :
+       {Case{"", ""}, Case{"a", "a"}, Case{"a\n", "a"}, Case{"a\r", "a"}, Case{"a\r\n", "a\r"}, Case{"a\n\n", "a\n"},
+        Case{"\n", ""}, Case{"\na", "\na"}, Case{"a ", "a "}}) {
     std::string work = text;
     EXPECT_EQ(remove_cr(work.data()), static_cast<int>(text.size())) << testing::PrintToString(text);
     EXPECT_EQ(std::string(work.c_str()), left) << testing::PrintToString(text);

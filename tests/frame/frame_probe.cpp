@@ -77,8 +77,12 @@ void print_held(const std::set<std::string>& at_start) {
 }  // namespace
 
 // The reader's own calls come here first, by either name that the C library gives it.
-extern "C" std::FILE* fopen(const char* path, const char* mode) { return open_and_note(path, mode, "fopen"); }
-extern "C" std::FILE* fopen64(const char* path, const char* mode) { return open_and_note(path, mode, "fopen64"); }
+extern "C" std::FILE* fopen(const char* path, const char* mode) {
+  return open_and_note(path, mode, "fopen");
+}
+extern "C" std::FILE* fopen64(const char* path, const char* mode) {
+  return open_and_note(path, mode, "fopen64");
+}
 
 int main(int argument_count, char** arguments) {
   const std::set<std::string> at_start = open_files();

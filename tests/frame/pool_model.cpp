@@ -30,11 +30,15 @@ void FakeAllocator::free(void* block) {
   if (block != nullptr) freed_.push_back(block);
 }
 
-std::vector<std::string> FakeAllocator::take_events() { return std::exchange(events_, {}); }
+std::vector<std::string> FakeAllocator::take_events() {
+  return std::exchange(events_, {});
+}
 
 namespace {
 
-std::uint32_t room_for(std::int32_t alignment) { return alignment < 8 ? 0 : static_cast<std::uint32_t>(alignment); }
+std::uint32_t room_for(std::int32_t alignment) {
+  return alignment < 8 ? 0 : static_cast<std::uint32_t>(alignment);
+}
 
 void* aligned(void* block, std::int32_t alignment) {
   const std::uintptr_t mask = alignment < 8 ? 0 : static_cast<std::uintptr_t>(alignment) - 1;

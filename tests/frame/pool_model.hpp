@@ -36,7 +36,9 @@ class FakeAllocator {
   std::uintptr_t count_ = 0;
 };
 
-inline void* address(std::uintptr_t value) { return reinterpret_cast<void*>(value); }
+inline void* address(std::uintptr_t value) {
+  return reinterpret_cast<void*>(value);
+}
 
 /// Slots, counters and operations as in the pool. The allocator is the caller's.
 class PoolModel {

@@ -1,6 +1,6 @@
 // The workspace pool under many threads: blocks are asked for here and freed there, large ones come and go so that the
-// pool trims, and threads end and leave their idle blocks to that. What the pool holds stays bounded, nobody gets memory
-// that somebody else has, and nothing is lost.
+// pool trims, and threads end and leave their idle blocks to that. What the pool holds stays bounded, nobody gets
+// memory that somebody else has, and nothing is lost.
 
 #include <gtest/gtest.h>
 #include <malloc.h>

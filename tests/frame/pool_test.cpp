@@ -3,88 +3,15 @@
 #include <gtest/gtest.h>
 #include <nuv/nuv_lapack.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "frame/pool.hpp"
-#include "frame/pool_model.hpp"
+#include "frame/pool_fixture.hpp"
 
 namespace nuv::test {
 namespace {
-
-constexpr unsigned mebibyte = 1u << 20;
-using Events = std::vector<std::string>;
-
-FakeAllocator* allocator = nullptr;
-bool lock_was_held = false;
-
-bool lock_is_held() {
-  if (pthread_mutex_trylock(&mutex) != 0) return true;
-  pthread_mutex_unlock(&mutex);
-  return false;
-}
-
-void* fake_malloc(std::size_t size) {
-  lock_was_held = lock_is_held();
-  return allocator->allocate(size);
-}
-
-void fake_free(void* block) {
-  lock_was_held = lock_is_held();
-  allocator->free(block);
-}
-
-std::string freed(void* block) { return allocator_event('-', reinterpret_cast<std::uintptr_t>(block)); }
-
-template <class Action>
-void in_another_thread(Action action) {
-  std::thread(action).join();
-}
-
-/// A fresh pool on top of the fake allocator.
-class Pool : public testing::Test {
- protected:
-  Pool() {
-    pool = {};
-    env_readed = disable_fast_mm = -1;
-    unsetenv("NUV_DISABLE_FAST_MM");
-    unsetenv("NUV_MM_DISABLE");
-    allocator = &fake;
-    i_malloc = fake_malloc;
-    i_free = fake_free;
-  }
-
-  ~Pool() override {
-    EXPECT_FALSE(lock_is_held());
-    i_malloc = std::malloc;
-    i_free = std::free;
-    pool = {};
-    env_readed = disable_fast_mm = -1;
-    unsetenv("NUV_DISABLE_FAST_MM");
-    unsetenv("NUV_MM_DISABLE");
-  }
-
-  void expect_counters(unsigned banks, unsigned really, unsigned allocated, unsigned used) {
-    EXPECT_EQ(pool.mem_banks_used, banks);
-    EXPECT_EQ(pool.mem_banks_really_used, really);
-    EXPECT_EQ(pool.mem_total_allocated, allocated);
-    EXPECT_EQ(pool.mem_total_used, used);
-  }
-
-  void expect_empty(unsigned slot) {
-    EXPECT_EQ(pool.mem[slot], nullptr);
-    EXPECT_EQ(pool.mem_align[slot], nullptr);
-    EXPECT_EQ(pool.mem_size[slot], 0u);
-    EXPECT_EQ(pool.mem_size_r[slot], 0u);
-    EXPECT_EQ(pool.mem_th[slot], 0u);
-  }
-
-  FakeAllocator fake;
-};
 
 // ------------------------------------------------------------------------------------------------------------ reuse
 
@@ -792,102 +719,6 @@ TEST_F(Pool, WorkspaceGivesItsMemoryBack) {
   EXPECT_EQ(pool.mem_in_use[1], 1) << "a refusal has nothing to give back";
   EXPECT_EQ(Workspace<double>(std::size_t{1} << 29).data(), nullptr) << "4 GiB are more than a request can say";
 }
-
-// --------------------------------------------------------------------------------------------- against the model
-
-class PoolAgainstModel : public Pool, public testing::WithParamInterface<unsigned> {
- protected:
-  PoolAgainstModel() : random(GetParam()), model(model_allocator) { NUV_read_env(); }
-
-  unsigned below(unsigned bound) { return std::uniform_int_distribution<unsigned>(0, bound - 1)(random); }
-
-  unsigned some_size() {
-    const unsigned sizes[] = {0, 1, 100, 1000, 1000, 5000, 40 * mebibyte, 41943041};
-    return below(4) == 0 ? below(20000) : sizes[below(std::size(sizes))];
-  }
-
-  void allocate() {
-    const int alignments[] = {0, 4, 8, 16, 128, 128, 128, 4096};
-    const unsigned size = some_size();
-    const int alignment = alignments[below(std::size(alignments))];
-    if (below(50) == 0) {
-      fake.answers.push_back(nullptr);
-      model_allocator.answers.push_back(nullptr);
-    }
-    void* pointer = nullptr;
-    const auto work = [&] {
-      pointer = nuv_serv_allocate(size, alignment);
-      EXPECT_EQ(model.allocate(size, alignment, pthread_self()), pointer);
-    };
-    below(20) == 0 ? in_another_thread(work) : work();
-    pointers.push_back(pointer);
-  }
-
-  // Mostly a block that is out, now and then one that came back long ago or a null pointer.
-  void deallocate() {
-    if (pointers.empty()) return;
-    const unsigned index = below(2) == 0 ? pointers.size() - 1 : below(pointers.size());
-    void* pointer = below(100) == 0 ? nullptr : pointers[index];
-    nuv_serv_deallocate(pointer);
-    model.deallocate(pointer);
-    if (below(200) != 0) pointers.erase(pointers.begin() + index);
-  }
-
-  void tidy_up() {
-    switch (below(4)) {
-      case 0:
-        nuv_free_extra_mem();
-        return model.free_extra_memory();
-      case 1:
-        NUV_shrink_mem_slots();
-        return model.shrink();
-      case 2:
-        nuv_free_extra_mem();
-        NUV_shrink_mem_slots();
-        model.free_extra_memory();
-        return model.shrink();
-      default:
-        testing::internal::CaptureStdout();
-        nuv_serv_freebuffers();
-        testing::internal::GetCapturedStdout();
-        return model.free_all();
-    }
-  }
-
-  void expect_agreement() {
-    expect_counters(model.mem_banks_used, model.mem_banks_really_used, model.mem_total_allocated,
-                    model.mem_total_used);
-    EXPECT_EQ(fake.take_events(), model_allocator.take_events());
-    for (unsigned i = 0; i < pool_slots; ++i) {
-      const PoolModel::Slot slot = {pool.mem[i],        pool.mem_align[i], pool.mem_size[i],
-                                    pool.mem_size_r[i], pool.mem_th[i],    pool.mem_in_use[i]};
-      ASSERT_EQ(slot, model.slots[i]) << "slot " << i;
-    }
-  }
-
-  std::mt19937 random;
-  FakeAllocator model_allocator;
-  PoolModel model;
-  std::vector<void*> pointers;
-};
-
-TEST_P(PoolAgainstModel, AnySequenceLeavesTheSameState) {
-  // Runs of mostly requests, to fill the table, alternate with runs of mostly releases.
-  for (int step = 0; step < 12000; ++step) {
-    const unsigned releases = step / 1500 % 2 == 0 ? 35 : 65;
-    if (below(1500) == 0) {
-      tidy_up();
-    } else if (below(100) < releases) {
-      deallocate();
-    } else {
-      allocate();
-    }
-    expect_agreement();
-    if (HasFailure()) FAIL() << "in step " << step << " of seed " << GetParam();
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Seeds, PoolAgainstModel, testing::Range(1u, 7u));
 
 }  // namespace
 }  // namespace nuv::test

@@ -29,7 +29,9 @@ constexpr FeatureRegisters sse3 = {.ecx = 1u << 0};
 constexpr FeatureRegisters ssse3 = {.ecx = 1u << 9};
 constexpr FeatureRegisters sse41 = {.ecx = 1u << 19};
 
-constexpr FeatureRegisters operator|(FeatureRegisters a, FeatureRegisters b) { return {a.ecx | b.ecx, a.edx | b.edx}; }
+constexpr FeatureRegisters operator|(FeatureRegisters a, FeatureRegisters b) {
+  return {a.ecx | b.ecx, a.edx | b.edx};
+}
 
 MadeUpProcessor with(FeatureRegisters features) {
   return {.leaf_1_ecx = features.ecx, .leaf_1_edx = features.edx};
@@ -148,7 +150,9 @@ TEST_F(Tier, DoesNotDependOnTheMaker) {
   }
 }
 
-TEST_F(Tier, OfThisProcessor) { EXPECT_EQ(detect_tier(), tier_of_this_processor()); }
+TEST_F(Tier, OfThisProcessor) {
+  EXPECT_EQ(detect_tier(), tier_of_this_processor());
+}
 
 TEST_F(Tier, OverridesBeatTheHardware) {
   struct Case {
@@ -238,7 +242,9 @@ class Loader : public testing::Test {
   ScratchFolder folder;
 };
 
-TEST_F(Loader, NothingIsDetectedOrBoundAtTheStart) { EXPECT_EQ(output("3", {"state"}), "state -1 none\n"); }
+TEST_F(Loader, NothingIsDetectedOrBoundAtTheStart) {
+  EXPECT_EQ(output("3", {"state"}), "state -1 none\n");
+}
 
 TEST_F(Loader, EachTierOpensItsEntry) {
   configure();
@@ -291,7 +297,8 @@ TEST_F(Loader, AFailedTierIsNegatedAndTheFallbackServes) {
   for (const bool absent : {true, false}) {
     absent ? remove(kpb) : spoil(kpb);
     EXPECT_EQ(output("4", {"load", "state"}), "state -4 zero\n");
-    EXPECT_EQ(output("4", {"detect", "state", "detect", "state"}), "detect 0\nstate -4 none\ndetect -4\nstate -4 none\n");
+    EXPECT_EQ(output("4", {"detect", "state", "detect", "state"}),
+              "detect 0\nstate -4 none\ndetect -4\nstate -4 none\n");
     EXPECT_EQ(output("4", {"detect", "load", "state", "detect"}), "detect 0\nstate -4 zero\ndetect -4\n");
     EXPECT_EQ(output("4", {"load", "detect", "state"}), "detect -4\nstate -4 zero\n");
   }

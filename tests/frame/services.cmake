@@ -18,6 +18,7 @@ add_dependencies(frame_probe catalogue)
 nuv_test(configuration_test SOURCES configuration_test.cpp LIBRARIES nuv_frame_objects ${CMAKE_DL_LIBS})
 nuv_test(processor_test SOURCES processor_test.cpp stepped_processor.cpp LIBRARIES nuv_frame_objects ${CMAKE_DL_LIBS})
 nuv_test(pool_test SOURCES pool_test.cpp pool_model.cpp LIBRARIES nuv_frame_objects ${CMAKE_DL_LIBS})
+nuv_test(pool_sequence_test SOURCES pool_sequence_test.cpp pool_model.cpp LIBRARIES nuv_frame_objects ${CMAKE_DL_LIBS})
 nuv_test(pool_stress_test SOURCES pool_stress_test.cpp LIBRARIES nuv_frame_objects ${CMAKE_DL_LIBS})
 
 foreach(test configuration_test processor_test)

@@ -47,11 +47,14 @@ Names names_in_tables() {
   return names;
 }
 
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_blank(char c) {
+  return c == ' ' || c == '\t';
+}
 
 void apply(std::string_view line, Names& names) {
-  constexpr std::pair<std::string_view, int> keys[] = {{"nuv_x87so=", 0},  {"nuv_sse1so=", 1},     {"nuv_sse2so=", 2},
-                                                       {"nuv_sse3so=", 3}, {"nuv_intervalso=", oql}, {"nuv_lapackso=", lapack}};
+  constexpr std::pair<std::string_view, int> keys[] = {{"nuv_x87so=", 0},        {"nuv_sse1so=", 1},
+                                                       {"nuv_sse2so=", 2},       {"nuv_sse3so=", 3},
+                                                       {"nuv_intervalso=", oql}, {"nuv_lapackso=", lapack}};
   std::string folded;
   for (const char c : line) {
     if (!is_blank(c)) folded += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

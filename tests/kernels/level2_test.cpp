@@ -90,7 +90,8 @@ TYPED_TEST(Level2, ChecksTheArgumentsOfGemv) {
 
 // ------------------------------------------------------------------------------------------------------ trmv and trsv
 
-/// Calls visit(uplo, trans, diag, A, x, op(A)) for all options and sizes, and expects that A and what lies around x stays.
+/// Calls visit(uplo, trans, diag, A, x, op(A)) for all options and sizes, and expects that A and what lies around x
+/// stays.
 template <Scalar T, class Visit>
 void for_each_triangle(Random& random, Visit visit) {
   for (const Int n : kernel_sizes()) {

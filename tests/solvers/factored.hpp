@@ -40,7 +40,9 @@ inline std::string to_string(const Shape& shape) {
 }
 
 /// A leading dimension for m rows; most leave a gap.
-inline Int padded(Int m) { return m % 4 == 1 ? m : m + 5; }
+inline Int padded(Int m) {
+  return m % 4 == 1 ? m : m + 5;
+}
 
 /// A matrix, its factors and what the factorisation said.
 template <Scalar T>

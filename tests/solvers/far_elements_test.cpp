@@ -1,5 +1,5 @@
-// Matrices whose elements lie more than 2^31 elements apart, although their sizes are small: each routine is to give the
-// bits that it gives for the same matrix stored close together. Needs 64-bit addresses.
+// Matrices whose elements lie more than 2^31 elements apart, although their sizes are small: each routine is to give
+// the bits that it gives for the same matrix stored close together. Needs 64-bit addresses.
 
 #include <algorithm>
 

@@ -93,8 +93,8 @@ TYPED_TEST(Factorisation, IsTheSameThroughTheLayerAndBesideIt) {
 
 // ------------------------------------------------------------------------------------------------------------ pivots
 
-/// A well-conditioned matrix in which each pivot is at least twice as large as the other candidates, so that no rounding
-/// changes the choice.
+/// A well-conditioned matrix in which each pivot is at least twice as large as the other candidates, so that no
+/// rounding changes the choice.
 template <Scalar T>
 GuardedMatrix<T> decisive_matrix(Random& random, Int m, Int n) {
   const Int k = std::min(m, n);
@@ -117,7 +117,9 @@ GuardedMatrix<T> decisive_matrix(Random& random, Int m, Int n) {
   return rounded;
 }
 
-std::vector<Int> as_vector(const GuardedVector<Int>& ipiv) { return {ipiv.data(), ipiv.data() + ipiv.size()}; }
+std::vector<Int> as_vector(const GuardedVector<Int>& ipiv) {
+  return {ipiv.data(), ipiv.data() + ipiv.size()};
+}
 
 TYPED_TEST(Factorisation, ChoosesThePivotsOfPlainElimination) {
   using T = TypeParam;
@@ -217,7 +219,7 @@ void clear_column(GuardedMatrix<T>& A, Int j) {
   for (Int i = 1; i <= A.rows(); ++i) A(i, j) = T(0);
 }
 
-const Shape singular_shapes[] = {{1, 1},   {3, 1},   {2, 2},   {9, 9},   {17, 17}, {20, 17},
+const Shape singular_shapes[] = {{1, 1},   {3, 1},   {2, 2},   {9, 9},   {17, 17},  {20, 17},
                                  {17, 21}, {40, 33}, {65, 65}, {40, 90}, {135, 130}};
 
 TYPED_TEST(Factorisation, ReportsAZeroColumnAndGoesOnBehindIt) {
@@ -292,7 +294,7 @@ TYPED_TEST(Factorisation, LeavesInfoToTheCallerInTheSerialBody) {
   const GuardedMatrix<T> regular = random_matrix<T>(this->random, n, n, n);
   GuardedMatrix<T> singular = regular;
   clear_column(singular, 40);
-    EXPECT_EQ(factor(regular, serial<T>.factor, before).info, before);
+  EXPECT_EQ(factor(regular, serial<T>.factor, before).info, before);
   EXPECT_EQ(factor(singular, serial<T>.factor, before).info, before);
   EXPECT_EQ(factor(regular, layered<T>.factor, before).info, 0);
   EXPECT_EQ(factor(singular, layered<T>.factor, before).info, 40);

@@ -23,7 +23,9 @@ class GeneralSolve : public ReportingTest {
 TYPED_TEST_SUITE(GeneralSolve, Precisions, PrecisionLetter);
 
 /// Numbers of right-hand sides for a test of many orders; some orders get one of them only.
-std::vector<Int> right_hand_sides(Int n) { return n > 129 ? std::vector<Int>{3} : std::vector<Int>{0, 1, 3}; }
+std::vector<Int> right_hand_sides(Int n) {
+  return n > 129 ? std::vector<Int>{3} : std::vector<Int>{0, 1, 3};
+}
 
 // -------------------------------------------------------------------------------------------------------------- gesv
 

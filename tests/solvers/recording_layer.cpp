@@ -35,7 +35,9 @@ void* next_layer(const char* name) {
 
 }  // namespace
 
-std::vector<std::string> take_recorded_calls() { return std::exchange(recorded_calls, {}); }
+std::vector<std::string> take_recorded_calls() {
+  return std::exchange(recorded_calls, {});
+}
 
 }  // namespace nuv::test
 
@@ -43,29 +45,29 @@ using nuv::test::record;
 
 #define NEXT(function) reinterpret_cast<decltype(&function)>(nuv::test::next_layer(#function))
 
-#define RECORDING(p, T)                                                                                              \
-  void nuv_lapack_##p##getrf(const int* m, const int* n, T* a, const int* lda, int* ipiv, int* info) {               \
-    record("getrf", {}, {*m, *n});                                                                                   \
-    NEXT(nuv_lapack_##p##getrf)(m, n, a, lda, ipiv, info);                                                           \
-  }                                                                                                                  \
-  void nuv_blas_##p##gemm(const char* transa, const char* transb, const int* m, const int* n, const int* k,          \
-                          const T* alpha, const T* a, const int* lda, const T* b, const int* ldb, const T* beta,     \
-                          T* c, const int* ldc, int length_a, int length_b) {                                        \
-    record("gemm", {transa, transb}, {*m, *n, *k});                                                                  \
-    NEXT(nuv_blas_##p##gemm)                                                                                         \
-    (transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, length_a, length_b);                              \
-  }                                                                                                                  \
-  void nuv_blas_##p##trmm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,    \
-                          const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,    \
-                          int l2, int l3, int l4) {                                                                  \
-    record("trmm", {side, uplo, transa, diag}, {*m, *n});                                                            \
-    NEXT(nuv_blas_##p##trmm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                 \
-  }                                                                                                                  \
-  void nuv_blas_##p##trsm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,    \
-                          const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,    \
-                          int l2, int l3, int l4) {                                                                  \
-    record("trsm", {side, uplo, transa, diag}, {*m, *n});                                                            \
-    NEXT(nuv_blas_##p##trsm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                 \
+#define RECORDING(p, T)                                                                                                \
+  void nuv_lapack_##p##getrf(const int* m, const int* n, T* a, const int* lda, int* ipiv, int* info) {                 \
+    record("getrf", {}, {*m, *n});                                                                                     \
+    NEXT(nuv_lapack_##p##getrf)(m, n, a, lda, ipiv, info);                                                             \
+  }                                                                                                                    \
+  void nuv_blas_##p##gemm(const char* transa, const char* transb, const int* m, const int* n, const int* k,            \
+                          const T* alpha, const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c, \
+                          const int* ldc, int length_a, int length_b) {                                                \
+    record("gemm", {transa, transb}, {*m, *n, *k});                                                                    \
+    NEXT(nuv_blas_##p##gemm)                                                                                           \
+    (transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, length_a, length_b);                                \
+  }                                                                                                                    \
+  void nuv_blas_##p##trmm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \
+                          const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,      \
+                          int l2, int l3, int l4) {                                                                    \
+    record("trmm", {side, uplo, transa, diag}, {*m, *n});                                                              \
+    NEXT(nuv_blas_##p##trmm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                   \
+  }                                                                                                                    \
+  void nuv_blas_##p##trsm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \
+                          const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,      \
+                          int l2, int l3, int l4) {                                                                    \
+    record("trsm", {side, uplo, transa, diag}, {*m, *n});                                                              \
+    NEXT(nuv_blas_##p##trsm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                   \
   }
 
 RECORDING(s, float)
@@ -73,4 +75,6 @@ RECORDING(d, double)
 RECORDING(c, nuv_complex8)
 RECORDING(z, nuv_complex16)
 
-int nuv_serv_nuv_get_max_threads() { return NEXT(nuv_serv_nuv_get_max_threads)(); }
+int nuv_serv_nuv_get_max_threads() {
+  return NEXT(nuv_serv_nuv_get_max_threads)();
+}

@@ -8,8 +8,8 @@
 
 namespace nuv::test {
 
-/// The calls since the last time, each with its options as capitals and its sizes: "gemm NT 5 3 8" for m, n, k. Calls that
-/// have nothing to write are left out.
+/// The calls since the last time, each with its options as capitals and its sizes: "gemm NT 5 3 8" for m, n, k. Calls
+/// that have nothing to write are left out.
 std::vector<std::string> take_recorded_calls();
 
 }  // namespace nuv::test

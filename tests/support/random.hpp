@@ -38,7 +38,9 @@ class Random {
   }
 
   /// Uniform in from ... to.
-  Int integer(Int from, Int to) { return from + static_cast<Int>(engine_() % static_cast<std::uint64_t>(to - from + 1)); }
+  Int integer(Int from, Int to) {
+    return from + static_cast<Int>(engine_() % static_cast<std::uint64_t>(to - from + 1));
+  }
 
   /// One entry of a list.
   template <class List>
@@ -47,7 +49,9 @@ class Random {
   }
 
   /// An option letter as a capital or a small one.
-  char in_some_case(char letter) { return integer(0, 1) == 0 ? char(std::toupper(letter)) : char(std::tolower(letter)); }
+  char in_some_case(char letter) {
+    return integer(0, 1) == 0 ? char(std::toupper(letter)) : char(std::tolower(letter));
+  }
 
  private:
   std::mt19937_64 engine_;

@@ -163,16 +163,16 @@ double Sum<T>::distance_from_zero() const {
   return error_of(WideMatrix<T>::Zero(value_.rows(), value_.cols()));
 }
 
-#define NUV_INSTANTIATE(T)                                                                                     \
-  template WideMatrix<T> wide(const GuardedMatrix<T>&);                                                        \
-  template WideMatrix<T> wide(const GuardedVector<T>&);                                                        \
-  template WideMatrix<T> wide_triangle(const GuardedMatrix<T>&, bool, bool);                                   \
-  template WideMatrix<T> op<T>(char, const WideMatrix<T>&);                                                    \
-  template WideMatrix<T> product<T>(const WideMatrix<T>&, const WideMatrix<T>&);                               \
-  template double solution_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);      \
-  template double inverse_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&);                             \
+#define NUV_INSTANTIATE(T)                                                                                      \
+  template WideMatrix<T> wide(const GuardedMatrix<T>&);                                                         \
+  template WideMatrix<T> wide(const GuardedVector<T>&);                                                         \
+  template WideMatrix<T> wide_triangle(const GuardedMatrix<T>&, bool, bool);                                    \
+  template WideMatrix<T> op<T>(char, const WideMatrix<T>&);                                                     \
+  template WideMatrix<T> product<T>(const WideMatrix<T>&, const WideMatrix<T>&);                                \
+  template double solution_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);       \
+  template double inverse_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&);                              \
   template double factor_residual<T>(const WideMatrix<T>&, const GuardedMatrix<T>&, const GuardedVector<Int>&); \
-  template std::vector<Int> wide_pivots<T>(WideMatrix<T>);                                                     \
+  template std::vector<Int> wide_pivots<T>(WideMatrix<T>);                                                      \
   template class Sum<T>;
 
 NUV_INSTANTIATE(float)

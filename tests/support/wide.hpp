@@ -52,8 +52,8 @@ double solution_residual(const WideMatrix<T>& A, const WideMatrix<T>& X, const W
 
 /// ||(I - X A) V|| / (||X|| ||A|| n eps)
 ///
-/// V are a few columns of random signs: where a residual E would take a product of matrices, E V takes far less and says
-/// no less, since the norm of E v is on average at least that of any column of E over the square root of two (the
+/// V are a few columns of random signs: where a residual E would take a product of matrices, E V takes far less and
+/// says no less, since the norm of E v is on average at least that of any column of E over the square root of two (the
 /// inequality of Khintchine for each row).
 template <Scalar T>
 double inverse_residual(const WideMatrix<T>& A, const WideMatrix<T>& X);

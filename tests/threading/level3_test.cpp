@@ -56,8 +56,8 @@ TYPED_TEST(Level3, MultipliesTwoMatrices) {
       for (const Int k : sizes) {
         for (const char transa : transes) {
           for (const char transb : transes) {
-            expect_product<T>(this->random, this->random.in_some_case(transa), this->random.in_some_case(transb), m, n, k,
-                              this->random.pick(alphas<T>()), this->random.pick(betas<T>()));
+            expect_product<T>(this->random, this->random.in_some_case(transa), this->random.in_some_case(transb), m, n,
+                              k, this->random.pick(alphas<T>()), this->random.pick(betas<T>()));
           }
         }
       }
@@ -73,9 +73,7 @@ struct GemmCall {
   GuardedMatrix<T> a = random_matrix<T>(random, 4, 4, 4), b = random_matrix<T>(random, 3, 3, 3);
   GuardedMatrix<T> c = random_matrix<T>(random, 4, 3, 5);
 
-  void run() {
-    blas::gemm(transa, transb, m, n, k, T(1), {a.data(), lda}, {b.data(), ldb}, T(2), {c.data(), ldc});
-  }
+  void run() { blas::gemm(transa, transb, m, n, k, T(1), {a.data(), lda}, {b.data(), ldb}, T(2), {c.data(), ldc}); }
   bool unchanged() const { return a.unchanged() && b.unchanged() && c.unchanged(); }
 };
 
@@ -159,8 +157,8 @@ void for_each_triangular_case(Random& random, Visit visit) {
           for (const char trans : transes) {
             for (const char diag : diags) {
               TriangularCase<T> one(random, side, uplo, trans, diag, m, n);
-              SCOPED_TRACE(testing::Message() << one.side << one.uplo << one.trans << one.diag << ", " << m << " by " << n
-                                              << ", alpha " << one.alpha);
+              SCOPED_TRACE(testing::Message() << one.side << one.uplo << one.trans << one.diag << ", " << m << " by "
+                                              << n << ", alpha " << one.alpha);
               visit(one);
               EXPECT_TRUE(one.A.unchanged());
               EXPECT_TRUE(one.B.guards_unchanged());
@@ -252,7 +250,9 @@ TYPED_TEST(Level3, ChecksTheArgumentsOfTriangularRoutines) {
   expect_triangular_matrix_checks<TrsmCall<T>>(reported_name<T>("TRSM"));
 }
 
-TEST(Threads, AreOneInTheSequentialLayer) { EXPECT_EQ(nuv_serv_nuv_get_max_threads(), 1); }
+TEST(Threads, AreOneInTheSequentialLayer) {
+  EXPECT_EQ(nuv_serv_nuv_get_max_threads(), 1);
+}
 
 }  // namespace
 }  // namespace nuv::test
