@@ -154,8 +154,8 @@ def parse(text, file_name="catalogue"):
     kind_of_family = {}
     for number, entry, meaning in located_lines(text, file_name):
         try:
-            kind, _, rest = entry.partition(" ")
-            rest = rest.strip()
+            kind, *rest = entry.split(None, 1)
+            rest = "".join(rest)
             if not rest:
                 raise CatalogueError(f"'{kind}' stands alone")
             if kind == "family":

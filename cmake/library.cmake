@@ -16,9 +16,10 @@ function(nuv_compile target)
   add_dependencies(${target} catalogue)
 endfunction()
 
-# nuv_shared_library(NAME EXPORTS MAP SOURCES ...): a library that exports just what the catalogue lists for MAP.
+# nuv_shared_library(NAME [RUNS_AT_START] EXPORTS MAP SOURCES ...): a library that exports just what the catalogue lists
+# for MAP. Unless it says so, nothing of it runs before main or after it, and it takes no start-up files.
 function(nuv_shared_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS" "SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "RUNS_AT_START" "EXPORTS" "SOURCES")
   add_library(${name} SHARED ${arg_SOURCES})
   nuv_compile(${name})
   set(map ${NUV_GENERATED_DIR}/exports/${arg_EXPORTS}.map)
@@ -27,6 +28,9 @@ function(nuv_shared_library name)
   target_link_options(${name}
     PRIVATE -static-libgcc LINKER:--as-needed LINKER:--version-script=${map} LINKER:-Bsymbolic-functions
             LINKER:--enable-new-dtags LINKER:-z,noexecstack)
+  if(NOT arg_RUNS_AT_START AND NOT NUV_SANITIZE)
+    target_link_options(${name} PRIVATE -nostartfiles)
+  endif()
 endfunction()
 
 # Instruction sets for which the bodies behind the stubs are compiled, and the flags of each. 32-bit x86 has the baseline

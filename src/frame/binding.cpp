@@ -64,6 +64,8 @@ void nuv_serv_load_dll() {
       plain_store(nuv_cpu_type, -tier);
     }
   }
+  // Another thread may have set the tier and not yet filled the tables.
+  if (plain_load(cfg_file_readed) == 0) read_configuration(0);
   plain_store(nuv_serv_dll_handle, open_or_exit(dll_cfg_names[0]));
 }
 

@@ -63,7 +63,7 @@ std::string hardware_tier() {
 
 TEST_F(Info, NamesTheBoundLibraries) {
   const auto info = lines();
-  EXPECT_EQ(info.size(), 7u);
+  EXPECT_EQ(info.size(), 8u);
   EXPECT_EQ(library(info.at("solver library")), "libnuv_lapack.so");
   EXPECT_EQ(library(info.at("kernel library")), __builtin_cpu_supports("ssse3") ? "libnuv_kpb.so" : "libnuv_kpa.so");
   EXPECT_EQ(library(info.at("thread layer")), "libnuv_sequential.so");
