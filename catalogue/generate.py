@@ -33,7 +33,7 @@ FORTRAN_TYPES = {
 }
 
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
-SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "data", "hook")
+SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
 PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
 NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
 STUB_MACRO = {
@@ -298,8 +298,10 @@ GENERATED = "Made from the catalogue by generate.py; not to be edited."
 
 def emit_entry_points(routines, x_variant, namespace):
     """The extern "C" functions of one family: references and hidden lengths become plain values, and the templates
-    get their explicit instantiations."""
-    out = [f"// {GENERATED}", "", "#include <nuv/nuv_lapack.h>", ""]
+    get their explicit instantiations. Behind the stubs they are bodies, one for each instruction set."""
+    bodies = namespace != "nuv"
+    out = [f"// {GENERATED}", ""]
+    out += ['#include "base/body.hpp"', '#include "base/types.hpp"'] if bodies else ["#include <nuv/nuv_lapack.h>"]
     for routine in routines:
         function = ("x" if x_variant and routine.kind == "layer" else "") + routine.function
         out.append("")
@@ -312,20 +314,32 @@ def emit_entry_points(routines, x_variant, namespace):
                     values.append(a.name if a.pointer else "*" + a.name)
             template = f"<{scalar_types(precision)[0]}>" if precision else ""
             call = f"{namespace}::{function}{template}"
-            if template:
+            if template and not bodies:
                 result = qualified_type(routine.result, precision)
                 out.append(wrap(f"template {result} {call}(", cxx_parameters(routine, precision), ");"))
-            head, _, parameters = c_prototype(routine, precision, exported).partition("(")
+            if bodies:
+                head, parameters = body_declaration(routine, precision, exported)
+            else:
+                head, _, parameters = c_prototype(routine, precision, exported).partition("(")
             # Lengths of single characters are taken and not used.
             for a in routine.arguments:
                 if a.type == "char":
                     parameters = parameters.replace(f"int {a.name}_length", "int")
             complex_result = cxx_type(routine.result, precision).startswith("std::complex")
             before = "*result = " if complex_result else "return " if routine.result != "void" else ""
-            out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ") {"))
+            out.append(wrap(head + "(", [p for p in parameters.rstrip(")").split(", ") if p != "void"], ") {"))
             out.append("  " + wrap(f"{before}{call}(", values, ");", "      "))
             out.append("}")
     return "\n".join(out) + "\n"
+
+
+def body_declaration(routine, precision, exported):
+    """Head and parameters of a body: the prototype in C++ types under a name of its own."""
+    parameters = ", ".join(c_parameters(routine, precision))
+    for c_name, cxx_name in (("nuv_complex8", "std::complex<float>"), ("nuv_complex16", "std::complex<double>")):
+        parameters = parameters.replace(c_name, cxx_name)
+    result = c_type(routine.result, precision)
+    return f"NUV_BODY({'void' if result.startswith('nuv_complex') else result}, {exported})", parameters
 
 
 def folded(arguments):
@@ -498,11 +512,19 @@ def emit_stubs(catalogue):
     return "\n".join(out) + "\n"
 
 
+def emit_isa_stubs(catalogue, *kinds):
+    out = [f"/* {GENERATED} */", '#include "frame/isa_pattern.S"', ""]
+    for routine in catalogue.routines:
+        if routine.kind in kinds:
+            out += [f"isa_stub {name}" for _, name in exported_names(routine)]
+    return "\n".join(out) + "\n"
+
+
 def exports(catalogue):
     """Library -> sorted exported names."""
-    lapack = [s.name for s in catalogue.services]
+    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"]
     kernel = [s.target for s in catalogue.services if s.kind == "kernel_service"]
-    layer = [s.target for s in catalogue.services if s.kind == "layer_service"]
+    layer = [s.target for s in catalogue.services if s.kind in ("layer_service", "layer_only")]
     for routine in catalogue.routines:
         lapack += [name for _, name in library_members(routine)]
         names = [name for _, name in exported_names(routine)]
@@ -527,6 +549,8 @@ def all_files(catalogue):
         "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
         "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
         "stubs.S": emit_stubs(catalogue),
+        "kernel_entries.S": emit_isa_stubs(catalogue, "kernel", "special"),
+        "layer_entries.S": emit_isa_stubs(catalogue, "level3", "layer"),
         "internal/blas.hpp": emit_wrappers(
             of_kind("kernel", "special", "level3"), "blas", "Typed calls of the kernel and level-3 stubs."),
         "internal/layer.hpp": emit_wrappers(of_kind("layer"), "layer", "Typed calls of the layer stubs."),

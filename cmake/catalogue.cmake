@@ -6,10 +6,12 @@ file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.
 set(NUV_GENERATOR ${CMAKE_SOURCE_DIR}/catalogue/generate.py)
 set(NUV_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
+set(NUV_KERNEL_ENTRIES ${NUV_GENERATED_DIR}/kernel_entries.S)
+set(NUV_LAYER_ENTRIES ${NUV_GENERATED_DIR}/layer_entries.S)
 
 add_custom_command(
   OUTPUT ${NUV_GENERATED_DIR}/stamp
-  BYPRODUCTS ${NUV_STUBS}
+  BYPRODUCTS ${NUV_STUBS} ${NUV_KERNEL_ENTRIES} ${NUV_LAYER_ENTRIES}
              ${NUV_GENERATED_DIR}/exports/lapack.map
              ${NUV_GENERATED_DIR}/exports/kernel.map
              ${NUV_GENERATED_DIR}/exports/layer.map

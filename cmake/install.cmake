@@ -1,7 +1,7 @@
 # What a program outside the tree needs: libraries, headers, the command, a pkg-config file and a CMake package. Both
 # descriptions find the files relative to themselves, so that an installed tree can be moved.
 
-install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential nuv_orvo_thread LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(NUV_BUILD_TOOLS)
   install(TARGETS nuv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

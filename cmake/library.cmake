@@ -1,7 +1,6 @@
 # How the shared libraries of the set are compiled and linked.
 #
-# They need the C library alone: no C++ runtime, no exceptions, no run-time type information, no start-up files, so that
-# nothing of ours runs before main or after it. Arithmetic is as written: products are not contracted into
+# They need the C library alone: no C++ runtime, no exceptions, no run-time type information. Arithmetic is as written: products are not contracted into
 # multiply-adds, and complex products take the plain formula.
 
 add_library(nuv_library_options INTERFACE)
@@ -17,9 +16,10 @@ function(nuv_compile target)
   add_dependencies(${target} catalogue)
 endfunction()
 
-# nuv_shared_library(NAME EXPORTS MAP SOURCES ...): a library that exports just what the catalogue lists for MAP.
+# nuv_shared_library(NAME [RUNS_AT_START] EXPORTS MAP SOURCES ...): a library that exports just what the catalogue lists
+# for MAP. Unless it says so, nothing of it runs before main or after it, and it takes no start-up files.
 function(nuv_shared_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS" "SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "RUNS_AT_START" "EXPORTS" "SOURCES")
   add_library(${name} SHARED ${arg_SOURCES})
   nuv_compile(${name})
   set(map ${NUV_GENERATED_DIR}/exports/${arg_EXPORTS}.map)
@@ -28,7 +28,57 @@ function(nuv_shared_library name)
   target_link_options(${name}
     PRIVATE -static-libgcc LINKER:--as-needed LINKER:--version-script=${map} LINKER:-Bsymbolic-functions
             LINKER:--enable-new-dtags LINKER:-z,noexecstack)
-  if(NOT NUV_SANITIZE)
+  if(NOT arg_RUNS_AT_START AND NOT NUV_SANITIZE)
     target_link_options(${name} PRIVATE -nostartfiles)
   endif()
+endfunction()
+
+# Instruction sets for which the bodies behind the stubs are compiled, and the flags of each. 32-bit x86 has the baseline
+# alone, and no choice to make at run time.
+set(NUV_FLAGS_sse2 "")
+set(NUV_FLAGS_ssse3 -mssse3)
+set(NUV_FLAGS_avx2 -march=x86-64-v3)
+set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(NUV_INSTRUCTION_SETS sse2 ssse3 avx2 avx512)
+else()
+  set(NUV_INSTRUCTION_SETS sse2)
+endif()
+
+# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set.
+function(nuv_bodies name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+  foreach(set IN LISTS NUV_INSTRUCTION_SETS)
+    nuv_body(${name} ${set} ${set} "${arg_SOURCES}")
+  endforeach()
+endfunction()
+
+# Bodies under the exported names themselves, for a library that has one instruction set.
+function(nuv_only_bodies name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+  nuv_body(${name} sse2 only "${arg_SOURCES}")
+  target_compile_definitions(${name}_only PRIVATE NUV_ONLY_BODY)
+endfunction()
+
+function(nuv_body name set suffix sources)
+  add_library(${name}_${suffix} OBJECT ${sources})
+  nuv_compile(${name}_${suffix})
+  target_compile_definitions(${name}_${suffix} PRIVATE NUV_ISA=${set})
+  target_compile_options(${name}_${suffix} PRIVATE ${NUV_FLAGS_${set}})
+endfunction()
+
+# nuv_entries(TARGET NAME ENTRIES): gives a shared library the bodies NAME_<set> and the entries that choose among them,
+# or the bodies NAME_only where there is no choice.
+function(nuv_entries target name entries)
+  if(TARGET ${name}_only)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_only>)
+    return()
+  endif()
+  set_source_files_properties(${entries} PROPERTIES GENERATED TRUE
+    OBJECT_DEPENDS "${CMAKE_SOURCE_DIR}/src/frame/isa_pattern.S;${CMAKE_SOURCE_DIR}/src/frame/stub_bind.S")
+  target_sources(${target} PRIVATE ${entries} ${CMAKE_SOURCE_DIR}/src/frame/isa_binding.cpp
+    ${CMAKE_SOURCE_DIR}/src/base/instruction_set.cpp)
+  foreach(set IN LISTS NUV_INSTRUCTION_SETS)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_${set}>)
+  endforeach()
 endfunction()

@@ -4,7 +4,7 @@
 
 #include "base/types.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 
 /// The element that counts as first: x itself, or the far end when the increment is negative.
 template <class T>
@@ -18,4 +18,4 @@ T& element(T* first, Int i, Int incx) {
   return first[std::ptrdiff_t{i} * incx];
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA

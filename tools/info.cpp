@@ -13,6 +13,7 @@
 #include <optional>
 #include <string_view>
 
+#include "base/instruction_set.hpp"
 #include "error.hpp"
 
 namespace nuv::tools {
@@ -92,6 +93,15 @@ Choice choice_of_tier() {
   return {hardware_tier(), "by the processor's features" + ignored};
 }
 
+std::string instruction_set() {
+  const InstructionSetChoice choice = choose_instruction_set();
+  const char* name = instruction_set_names[static_cast<int>(choice.set)];
+  if (choice.forced) return fmt::format("{}, asked for by NUV_ISA", name);
+  const std::string ignored =
+      choice.ignored_value == nullptr ? "" : fmt::format("; NUV_ISA={} is ignored", printable(choice.ignored_value));
+  return fmt::format("{}, the widest of the machine{}", name, ignored);
+}
+
 std::string_view configuration(int word) {
   switch (word) {
     case -777:
@@ -122,6 +132,7 @@ std::string library_report() {
   line("thread layer", file_of(nuv_serv_load_thread_fun("nuv_blas_dgemm")));
   line("threads", fmt::format("{}", threads));
   line("processor", fmt::format("{}, {}", vendor(), brand()));
+  line("instruction set", instruction_set());
   line("tier",
        fmt::format("{} ({}), {}{}", choice.tier, tier_names[static_cast<std::size_t>(choice.tier)], choice.reason,
                    fell_back ? "; its kernel library cannot be opened, that of tier 0 serves" : ""));

@@ -2,7 +2,7 @@
 
 #include "kernels/strided.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 namespace {
 
 template <RealScalar T>
@@ -33,6 +33,6 @@ Int iamax(Int n, const T* x, Int incx) {
   return best;
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA
 
 #include "kernels/level1/iamax.entries.inc"

@@ -2,7 +2,7 @@
 
 #include "kernels/strided.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 
 /// Exchanges n elements of x and y.
 template <Scalar T>
@@ -13,6 +13,6 @@ void swap(Int n, T* x, Int incx, T* y, Int incy) {
   for (Int i = 0; i < n; ++i) std::swap(element(px, i, incx), element(py, i, incy));
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA
 
 #include "kernels/level1/swap.entries.inc"

@@ -5,7 +5,7 @@
 #include "frame/option_matching.hpp"
 #include "kernels/strided.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 namespace {
 
 /// y := beta y; a zero beta writes zeros, so that what y held does not matter.
@@ -56,6 +56,6 @@ void gemv(char trans, Int m, Int n, T alpha, const T* a, Int lda, const T* x, In
   }
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA
 
 #include "kernels/level2/gemv.entries.inc"

@@ -4,7 +4,7 @@
 
 #include "frame/option_matching.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 
 /// 0, or minus the position of the first bad argument of uplo, trans, diag, n, a, lda, x, incx.
 inline Int check_triangular_vector(char uplo, char trans, char diag, Int n, Int lda, Int incx) {
@@ -17,4 +17,4 @@ inline Int check_triangular_vector(char uplo, char trans, char diag, Int n, Int 
   return 0;
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA

@@ -3,7 +3,7 @@
 #include "kernels/level2/triangular.hpp"
 #include "kernels/strided.hpp"
 
-namespace nuv::kernels {
+namespace nuv::kernels::inline NUV_ISA {
 
 /// x := op(A) x for a triangular A of order n, lda >= max(1, n), incx not zero. The triangle that uplo does not name,
 /// and the diagonal when diag is 'U', are not read.
@@ -28,6 +28,6 @@ void trmv(char uplo, char trans, char diag, Int n, const T* a, Int lda, T* x, In
   }
 }
 
-}  // namespace nuv::kernels
+}  // namespace nuv::kernels::inline NUV_ISA
 
 #include "kernels/level2/trmv.entries.inc"

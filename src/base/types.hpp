@@ -76,20 +76,23 @@ struct Text {
   constexpr Text(const char (&literal)[Size]) : data(literal), length(Size - 1) {}
 };
 
-/// The upper-case name of a routine in one precision, padded to six characters: "DGETRS", "DGESV ".
+/// The upper-case name of a routine in one precision, padded to six characters: "DGETRS", "DGESV ". A few kernels have
+/// longer names.
 template <Scalar T>
 class RoutineName {
  public:
   template <std::size_t Size>
-  constexpr explicit RoutineName(const char (&operation)[Size]) {
-    static_assert(Size <= 6, "a routine name has at most six characters, the precision letter included");
+  constexpr explicit RoutineName(const char (&operation)[Size]) : length_(Size < 6 ? 6 : Size) {
+    static_assert(Size <= longest);
     for (std::size_t i = 0; i + 1 < Size; ++i) characters_[i + 1] = operation[i];
   }
 
-  constexpr operator Text() const { return {characters_, 6}; }
+  constexpr operator Text() const { return {characters_, length_}; }
 
  private:
-  char characters_[6] = {precision_letter<T>, ' ', ' ', ' ', ' ', ' '};
+  static constexpr int longest = 12;
+  char characters_[longest] = {precision_letter<T>, ' ', ' ', ' ', ' ', ' '};
+  Int length_;
 };
 
 }  // namespace nuv

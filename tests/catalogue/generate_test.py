@@ -243,10 +243,12 @@ class EntryPoints(unittest.TestCase):
         self.assertIn("int nuv_lapack_ida(const double* x) { return nuv::ia<double>(x);\n}",
                       self.family("routine d i?a (const T* x) -> Int"))
         text = self.family("kernel c ?dotu (const T* x) -> T")
-        self.assertIn("template std::complex<float> nuv::kernels::dotu<std::complex<float>>"
-                      "(const std::complex<float>*);", text)
-        self.assertIn("void nuv_blas_cdotu(nuv_complex8* result, const nuv_complex8* x) { "
+        self.assertIn("NUV_BODY(void, nuv_blas_cdotu)(std::complex<float>* result, const std::complex<float>* x) { "
                       "*result = nuv::kernels::dotu<std::complex<float>>(x);\n}", text)
+
+    def test_bodies_are_not_instantiated_beside_themselves(self):
+        self.assertNotIn("template", self.family("kernel d ?scal (Int n)"))
+        self.assertIn("template", self.family("routine d ?scal (Int n)"))
 
     def test_a_routine_without_precision_is_no_template(self):
         text = self.family("routine - ilaenv (Int n) -> Int")
@@ -258,13 +260,20 @@ class EntryPoints(unittest.TestCase):
                            ("special", "nuv::kernels::a<double>()"), ("level3", "nuv::threading::a<double>()")):
             self.assertIn(f"  {call};\n", files(entry(f"{kind} d ?a ()"))["entries/solvers/widget.entries.inc"])
 
+    def test_entries_of_the_companions_choose_a_body(self):
+        made = files(entry("layer d ?getrf ()") + "family t/l\nlevel3 sd ?gemm ()\n m\nfamily k/a\nkernel z ?a ()\n m\n"
+                     "special s ?b ()\n m\n")
+        self.assertEqual(made["kernel_entries.S"].splitlines()[3:], ["isa_stub nuv_blas_za", "isa_stub nuv_blas_sb"])
+        self.assertEqual(made["layer_entries.S"].splitlines()[3:], [
+            "isa_stub nuv_lapack_dgetrf", "isa_stub nuv_blas_sgemm", "isa_stub nuv_blas_dgemm"])
+
     def test_a_layer_routine_has_two_bodies(self):
         made = files(entry("layer d ?getrf (Int n)"))
         serial = unwrapped(made["entries/solvers/widget.entries.inc"])
         self.assertIn("void nuv_lapack_xdgetrf(const int* n) { nuv::xgetrf<double>(*n);\n}", serial)
         self.assertNotIn("nuv_lapack_dgetrf", serial)
         layer = unwrapped(made["entries/threading/widget.entries.inc"])
-        self.assertIn("void nuv_lapack_dgetrf(const int* n) { nuv::threading::getrf<double>(*n);\n}", layer)
+        self.assertIn("NUV_BODY(void, nuv_lapack_dgetrf)(const int* n) { nuv::threading::getrf<double>(*n);\n}", layer)
         self.assertNotIn("xdgetrf", layer)
 
 
@@ -410,7 +419,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, MODULE, "stubs.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
+            HEADER, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
 

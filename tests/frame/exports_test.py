@@ -90,6 +90,8 @@ class Libraries(unittest.TestCase):
 
     @for_each()
     def test_nothing_runs_before_the_first_call_or_after_the_last(self, library):
+        if library.name.startswith("libnuv_orvo_thread"):
+            return  # it watches forks from the start
         self.assertFalse([section for section in library.sections()
                           if re.match(r"\.(preinit_array|init|fini|ctors|dtors)", section)])
         for tag in ("INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"):

@@ -63,7 +63,7 @@ std::string hardware_tier() {
 
 TEST_F(Info, NamesTheBoundLibraries) {
   const auto info = lines();
-  EXPECT_EQ(info.size(), 7u);
+  EXPECT_EQ(info.size(), 8u);
   EXPECT_EQ(library(info.at("solver library")), "libnuv_lapack.so");
   EXPECT_EQ(library(info.at("kernel library")), __builtin_cpu_supports("ssse3") ? "libnuv_kpb.so" : "libnuv_kpa.so");
   EXPECT_EQ(library(info.at("thread layer")), "libnuv_sequential.so");
@@ -123,6 +123,14 @@ TEST_F(Info, TellsThatTheTiersLibraryIsMissing) {
             "2 (SSE2), asked for by NUV_PROCESSOR_TIER=2; its kernel library cannot be opened, that of tier 0 serves");
   EXPECT_EQ(library(absent.at("kernel library")), "libnuv_kpa.so");
   EXPECT_EQ(library(lines({{"NUV_PROCESSOR_TIER", "3"}}).at("kernel library")), "libnuv_kpb.so");
+}
+
+TEST_F(Info, ShowsTheInstructionSetAndWhy) {
+  EXPECT_EQ(lines({{"NUV_ISA", "sse2"}})["instruction set"], "sse2, asked for by NUV_ISA");
+  const std::string widest = lines({{"NUV_ISA", std::nullopt}})["instruction set"];
+  EXPECT_TRUE(widest.ends_with(", the widest of the machine")) << widest;
+  EXPECT_EQ(lines({{"NUV_ISA", ""}})["instruction set"], widest);
+  EXPECT_EQ(lines({{"NUV_ISA", "AVX2"}})["instruction set"], widest + "; NUV_ISA=AVX2 is ignored");
 }
 
 }  // namespace

@@ -1,16 +1,25 @@
 #pragma once
 
-#include "base/matrix.hpp"
+#include <algorithm>
 
-namespace nuv::threading {
+#include "threading/level3/product.hpp"
 
-/// X := factor X for an m by n matrix; a zero factor writes zeros, so that what X held does not matter.
+namespace nuv::threading::inline NUV_ISA {
+
+/// X := factor X on a region of an m by n matrix; a zero factor writes zeros, so that what X held does not matter.
 template <Scalar T>
-void scale(Int m, Int n, T factor, Matrix<T> X) {
+void scale(Int m, Int n, T factor, Matrix<T> X, Region region = Region::all) {
   if (factor == T(1)) return;
   for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= m; ++i) X(i, j) = factor == T(0) ? T(0) : factor * X(i, j);
+    const Int first = region == Region::lower ? j : 1;
+    const Int last = region == Region::upper ? std::min(m, j) : m;
+    T* const x = X.at(1, j);
+    if (factor == T(0)) {
+      std::fill(x + first - 1, x + std::max(first - 1, last), T(0));
+    } else {
+      for (Int i = first - 1; i < last; ++i) x[i] = factor * x[i];
+    }
   }
 }
 
-}  // namespace nuv::threading
+}  // namespace nuv::threading::inline NUV_ISA

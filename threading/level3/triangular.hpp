@@ -1,10 +1,15 @@
 #pragma once
 
+// What the triangular products and solves have in common. Both sides are treated alike: with Y the transpose of B for
+// side 'R', B op(A) is the transpose of M Y where M = op(A)^T.
+
 #include <algorithm>
 
 #include "frame/option_matching.hpp"
+#include "threading/level3/parallel.hpp"
+#include "threading/level3/scale.hpp"
 
-namespace nuv::threading {
+namespace nuv::threading::inline NUV_ISA {
 
 /// 0, or minus the position of the first bad argument of side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb.
 inline Int check_triangular_matrix(char side, char uplo, char transa, char diag, Int m, Int n, Int lda, Int ldb) {
@@ -19,14 +24,62 @@ inline Int check_triangular_matrix(char side, char uplo, char transa, char diag,
   return 0;
 }
 
-/// The indices 1 to n, upward or downward: the order in which a triangular product or solve may overwrite its operand.
-template <class Visit>
-void walk(Int n, bool upward, Visit visit) {
-  if (upward) {
-    for (Int i = 1; i <= n; ++i) visit(i);
-  } else {
-    for (Int i = n; i >= 1; --i) visit(i);
-  }
-}
+/// The triangular M beside Y: rows of Y are rows of B (side 'L') or columns of B (side 'R'); its columns, the right-hand
+/// sides, are independent of each other.
+template <Scalar T>
+struct TriangularProblem {
+  Operand<T> M;  ///< as a left operand: M(i, l), lower or upper triangular
+  bool left, lower;
+  Int order, columns;
+  Matrix<T> B;
 
-}  // namespace nuv::threading
+  TriangularProblem(char side, char uplo, char transa, char diag, Int m, Int n, Matrix<const T> A, Matrix<T> B_)
+      : M(left_operand(transa, A)),
+        left(same_letter(side, 'L')),
+        lower((same_letter(uplo, 'L') == same_letter(transa, 'N')) == left),
+        order(left ? m : n),
+        columns(left ? n : m),
+        B(B_) {
+    if (!left) std::swap(M.along, M.deep);
+    M.structure = lower ? Structure::lower_triangular : Structure::upper_triangular;
+    M.unit_diagonal = same_letter(diag, 'U');
+  }
+
+  /// The same problem for some of the columns of Y.
+  TriangularProblem restricted_to(Int from, Int until) const {
+    TriangularProblem part = *this;
+    part.columns = until - from;
+    part.B = left ? block(B, 1, from + 1) : block(B, from + 1, 1);
+    return part;
+  }
+
+  /// Address of Y(i, j), counted from zero.
+  T* y(Int i, Int j) const { return left ? B.at(i + 1, j + 1) : B.at(j + 1, i + 1); }
+
+  /// Y(i0 ...) := alpha M(i0 ..., l0 ...) Y(l0 ...) + beta Y(i0 ...), with `rows` by `depth` elements of M.
+  void multiply(Int i0, Int rows, Int l0, Int depth, T alpha, T beta) const {
+    Operand<T> m = M;
+    m.data = M.at(i0, l0);
+    if (i0 != l0) m.structure = Structure::full;
+    const Operand<T> y_side{y(l0, 0), left ? std::ptrdiff_t{B.ld} : 1, left ? 1 : std::ptrdiff_t{B.ld}};
+    const Matrix<T> target{y(i0, 0), B.ld};
+    if (left) {
+      product(rows, columns, depth, alpha, m, y_side, beta, target);
+    } else {
+      product(columns, rows, depth, alpha, y_side, m, beta, target);
+    }
+  }
+
+  /// Where to cut a range of `size` rows: about the middle, at a multiple of `leaf`.
+  static Int half(Int size, Int leaf) { return (size / leaf + 1) / 2 * leaf; }
+
+  /// Runs work(part) on all threads, each on some columns of Y.
+  template <class Work>
+  void split_columns(Work work) const {
+    const Int grain = left ? Tile<T>::columns : Tile<T>::rows;
+    split(columns, grain, double(order) * order / 2 * columns,
+          [&](Int from, Int until) { work(restricted_to(from, until)); });
+  }
+};
+
+}  // namespace nuv::threading::inline NUV_ISA

@@ -1,12 +1,37 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
+#include "threading/routines/recursive_lu.hpp"
+#include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
-namespace nuv::threading {
+namespace nuv::threading::inline NUV_ISA {
+namespace {
+
+/// The left-looking serial body, whose products find the threads by themselves.
+template <Scalar T>
+void factor(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
+  x_variant::getrf(m, n, {a, lda}, ipiv, info);
+}
+
+/// Columns and multiply-adds from which the tasks of the right-looking body pay, measured on two threads.
+constexpr Int fewest_columns = 256;
+constexpr double least_work = 16e6;
+
+template <>
+void factor(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
+  const Int k = std::min(m, n);
+  if (k >= fewest_columns && double(m) * n * k >= least_work) {
+    const int threads = available_threads();
+    if (threads > 1 && factor_by_tasks(m, n, a, lda, ipiv, info, threads)) return;
+  }
+  x_variant::getrf(m, n, {a, lda}, ipiv, info);
+}
+
+}  // namespace
 
 /// LU factorisation of a general m by n matrix with partial pivoting: the checks that the serial body leaves out, then
-/// that body.
+/// that body or, on several threads, the same operations in another order.
 template <Scalar T>
 void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   info = 0;
@@ -15,9 +40,9 @@ void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   if (info != 0) return report_bad_argument<T>("GETRF", info);
   if (m == 0 || n == 0) return;
-  x_variant::getrf(m, n, {a, lda}, ipiv, info);
+  factor(m, n, a, lda, ipiv, info);
 }
 
-}  // namespace nuv::threading
+}  // namespace nuv::threading::inline NUV_ISA
 
 #include "threading/routines/getrf.entries.inc"

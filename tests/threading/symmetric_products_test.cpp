@@ -1,0 +1,250 @@
+// Products with a symmetric or Hermitian matrix, updates of one, and the complex product by three real ones.
+
+#include <functional>
+
+#include "blas.hpp"
+#include "support/argument_checks.hpp"
+#include "support/kernel_cases.hpp"
+#include "support/random.hpp"
+#include "support/wide.hpp"
+
+namespace nuv::test {
+namespace {
+
+template <class T>
+class SymmetricProducts : public ReportingTest {
+ protected:
+  Random random{15};
+};
+TYPED_TEST_SUITE(SymmetricProducts, Precisions, PrecisionLetter);
+
+/// Sizes about the widths of tiles and small blocks; few, since options multiply.
+std::vector<Int> some_sizes() {
+  return is_sanitized ? std::vector<Int>{0, 1, 5, 26} : std::vector<Int>{0, 1, 3, 8, 25, 49, 70};
+}
+
+bool in_triangle(char uplo, Int i, Int j) { return is_upper(uplo) ? i <= j : i >= j; }
+
+/// Random entries in a triangle of a matrix of order n; guards elsewhere.
+template <Scalar T>
+GuardedMatrix<T> random_part(Random& random, char uplo, Int n, Int ld) {
+  const GuardedMatrix<T> all = random_matrix<T>(random, n, n, ld);
+  GuardedMatrix<T> part(n, n, ld);
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) {
+      if (in_triangle(uplo, i, j)) part(i, j) = all(i, j);
+    }
+  }
+  part.seal();
+  return part;
+}
+
+/// The whole matrix that a triangle stands for. The diagonal of a Hermitian one counts as real.
+template <Scalar T>
+WideMatrix<T> whole(bool hermitian, char uplo, const GuardedMatrix<T>& A) {
+  const Int n = A.rows();
+  WideMatrix<T> full(n, n);
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) {
+      T x = in_triangle(uplo, i, j) ? A(i, j) : hermitian ? conjugate(A(j, i)) : A(j, i);
+      if (hermitian && i == j) x = T(std::real(x));
+      full(i - 1, j - 1) = wide(x);
+    }
+  }
+  return full;
+}
+
+template <Scalar T>
+void check_product_with_symmetric(Random& random, bool hermitian) {
+  for (const Int m : some_sizes()) {
+    for (const Int n : some_sizes()) {
+      for (const char side_ : sides) {
+        for (const char uplo_ : uplos) {
+          const char side = random.in_some_case(side_), uplo = random.in_some_case(uplo_);
+          const Int order = is_left(side) ? m : n;
+          const T alpha = random.pick(alphas<T>()), beta = random.pick(betas<T>());
+          SCOPED_TRACE(testing::Message() << side << uplo << ", " << m << " by " << n << ", " << alpha << ", " << beta);
+          GuardedMatrix<T> A(order, order, order + 2), B(m, n, m + 1), C(m, n, m + 3);
+          Sum<T> expected(m, n);
+          if (beta != T(0)) {
+            C = random_matrix<T>(random, m, n, m + 3);
+            expected.add(beta, wide(C));
+          }
+          if (alpha != T(0)) {
+            A = random_part<T>(random, uplo, order, order + 2);
+            B = random_matrix<T>(random, m, n, m + 1);
+            const WideMatrix<T> full = whole(hermitian, uplo, A);
+            is_left(side) ? expected.add(alpha, full, wide(B)) : expected.add(alpha, wide(B), full);
+          }
+          if constexpr (ComplexScalar<T>) {
+            if (hermitian) blas::hemm(side, uplo, m, n, alpha, A, B, beta, C);
+          }
+          if (!hermitian) blas::symm(side, uplo, m, n, alpha, A, B, beta, C);
+          EXPECT_TRUE(A.unchanged());
+          EXPECT_TRUE(B.unchanged());
+          EXPECT_TRUE(C.guards_unchanged());
+          EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) { check_product_with_symmetric<TypeParam>(this->random, false); }
+
+TYPED_TEST(SymmetricProducts, MultipliesByHermitian) {
+  if constexpr (ComplexScalar<TypeParam>) check_product_with_symmetric<TypeParam>(this->random, true);
+}
+
+/// One update of a triangle: with two operands for the rank-2k form, with the same one twice for rank k.
+template <Scalar T>
+void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char trans, Int n, Int k) {
+  const Real<T> real_factor = random.pick(std::vector<Real<T>>{Real<T>(0.75), Real<T>(1), Real<T>(0)});
+  const T alpha = hermitian && !rank_2k ? T(real_factor) : random.pick(alphas<T>());
+  const T beta = hermitian ? T(random.pick(std::vector<Real<T>>{0, 1, Real<T>(-0.5)})) : random.pick(betas<T>());
+  SCOPED_TRACE(testing::Message() << uplo << trans << ", n " << n << ", k " << k << ", " << alpha << ", " << beta);
+  const Int rows = is_transposed(trans) ? k : n, columns = is_transposed(trans) ? n : k;
+  GuardedMatrix<T> A = random_matrix<T>(random, rows, columns, rows + 2);
+  GuardedMatrix<T> B = random_matrix<T>(random, rows, columns, rows + 1);
+  GuardedMatrix<T> C = random_part<T>(random, uplo, n, n + 3);
+
+  const bool untouched = (alpha == T(0) || k == 0) && beta == T(1);
+  Sum<T> expected(n, n);
+  expected.add(beta, whole(hermitian && !untouched, uplo, C));
+  const auto op_of = [&](const GuardedMatrix<T>& X) { return is_transposed(trans) ? op<T>(trans, wide(X)) : wide(X); };
+  const auto op_primed = [&](const GuardedMatrix<T>& X) -> WideMatrix<T> {
+    if (is_transposed(trans)) return wide(X);
+    return op<T>(hermitian ? 'C' : 'T', wide(X));
+  };
+  if (alpha != T(0) && k > 0) {
+    expected.add(alpha, op_of(A), op_primed(rank_2k ? B : A));
+    if (rank_2k) expected.add(hermitian ? conjugate(alpha) : alpha, op_of(B), op_primed(A));
+  }
+  if constexpr (ComplexScalar<T>) {
+    if (hermitian && rank_2k) blas::her2k(uplo, trans, n, k, alpha, A, B, std::real(beta), C);
+    if (hermitian && !rank_2k) blas::herk(uplo, trans, n, k, std::real(alpha), A, std::real(beta), C);
+  }
+  if (!hermitian && rank_2k) blas::syr2k(uplo, trans, n, k, alpha, A, B, beta, C);
+  if (!hermitian && !rank_2k) blas::syrk(uplo, trans, n, k, alpha, A, beta, C);
+
+  EXPECT_TRUE(A.unchanged());
+  EXPECT_TRUE(B.unchanged());
+  EXPECT_TRUE(C.unchanged_except([&](Int i, Int j) { return in_triangle(uplo, i, j); }));
+  for (Int j = 1; hermitian && !untouched && j <= n; ++j) EXPECT_EQ(std::imag(C(j, j)), 0);
+  EXPECT_LT(expected.error_of(whole(hermitian && !untouched, uplo, C)), kernel_threshold);
+}
+
+template <Scalar T>
+void check_updates(Random& random, bool hermitian, bool rank_2k) {
+  const std::vector<char> options = hermitian ? std::vector<char>{'N', 'C'} : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
+                                                                            : std::vector<char>{'N', 'T', 'C'};
+  for (const Int n : some_sizes()) {
+    for (const Int k : some_sizes()) {
+      for (const char uplo : uplos) {
+        for (const char trans : options) {
+          check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k);
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(SymmetricProducts, UpdatesByRankK) { check_updates<TypeParam>(this->random, false, false); }
+TYPED_TEST(SymmetricProducts, UpdatesByRank2K) { check_updates<TypeParam>(this->random, false, true); }
+
+TYPED_TEST(SymmetricProducts, UpdatesHermitianByRankK) {
+  if constexpr (ComplexScalar<TypeParam>) check_updates<TypeParam>(this->random, true, false);
+}
+TYPED_TEST(SymmetricProducts, UpdatesHermitianByRank2K) {
+  if constexpr (ComplexScalar<TypeParam>) check_updates<TypeParam>(this->random, true, true);
+}
+
+TYPED_TEST(SymmetricProducts, MultipliesByThreeRealProducts) {
+  using T = TypeParam;
+  if constexpr (ComplexScalar<T>) {
+    for (const Int n : some_sizes()) {
+      for (const char transa : transes) {
+        for (const char transb : transes) {
+          const Int m = n + 3, k = n / 2 + 1;
+          const T alpha = this->random.pick(alphas<T>()), beta = this->random.pick(betas<T>());
+          SCOPED_TRACE(testing::Message() << transa << transb << ", " << m << " by " << n << ", " << alpha << beta);
+          const bool ta = is_transposed(transa), tb = is_transposed(transb);
+          const GuardedMatrix<T> A = random_matrix<T>(this->random, ta ? k : m, ta ? m : k, (ta ? k : m) + 1);
+          const GuardedMatrix<T> B = random_matrix<T>(this->random, tb ? n : k, tb ? k : n, (tb ? n : k) + 1);
+          GuardedMatrix<T> C(m, n, m + 2);
+          Sum<T> expected(m, n);
+          if (beta != T(0)) {
+            C = random_matrix<T>(this->random, m, n, m + 2);
+            expected.add(beta, wide(C));
+          }
+          expected.add(alpha, op<T>(transa, wide(A)), op<T>(transb, wide(B)));
+          blas::gemm3m(transa, transb, m, n, k, alpha, A, B, beta, C);
+          EXPECT_TRUE(C.guards_unchanged());
+          EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
+        }
+      }
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------------------------------------- arguments
+
+template <Scalar T, int operation>
+struct Call {
+  char first = 'L', second = 'U';  // side and uplo, or uplo and trans
+  Int m = 4, n = 3, lda = 4, ldb = 4, ldc = 4;
+  Random random{1};
+  GuardedMatrix<T> a = random_matrix<T>(random, 4, 4, 4), b = random_matrix<T>(random, 4, 4, 4);
+  GuardedMatrix<T> c = random_matrix<T>(random, 4, 4, 4);
+
+  Call() {
+    if (operation != 0 && operation != 3) second = 'N';
+  }
+  void run() {
+    const Matrix<const T> A{a.data(), lda}, B{b.data(), ldb};
+    const Matrix<T> C{c.data(), ldc};
+    if constexpr (operation == 0) blas::symm(first, second, m, n, T(1), A, B, T(2), C);
+    if constexpr (operation == 1) blas::syrk(first, second, m, n, T(1), A, T(2), C);
+    if constexpr (operation == 2) blas::syr2k(first, second, m, n, T(1), A, B, T(2), C);
+    if constexpr (operation == 3) blas::hemm(first, second, m, n, T(1), A, B, T(2), C);
+    if constexpr (operation == 4) blas::herk(first, second, m, n, Real<T>(1), A, Real<T>(2), C);
+    if constexpr (operation == 5) blas::her2k(first, second, m, n, T(1), A, B, Real<T>(2), C);
+  }
+  bool unchanged() const { return a.unchanged() && b.unchanged() && c.unchanged(); }
+};
+
+template <Scalar T, int operation>
+void check_arguments(const char* name, std::initializer_list<Spoiler<Call<T, operation>>> more) {
+  using C = Call<T, operation>;
+  std::vector<Spoiler<C>> all = {{1, [](C& c) { c.first = 'X'; }},
+                                 {2, [](C& c) { c.second = 'X'; }},
+                                 {3, [](C& c) { c.m = -1; }},
+                                 {4, [](C& c) { c.n = -1; }},
+                                 {7, [](C& c) { c.lda = 3; }}};
+  all.insert(all.end(), more);
+  const std::string reported = reported_name<T>(name);
+  C good;
+  expect_report(good, reported, 0);
+  for (const auto& one : all) {
+    C call;
+    one.spoil(call);
+    expect_report(call, reported, one.position);
+  }
+}
+
+TYPED_TEST(SymmetricProducts, CheckTheirArguments) {
+  using T = TypeParam;
+  check_arguments<T, 0>("SYMM", {{9, [](auto& c) { c.ldb = 3; }}, {12, [](auto& c) { c.ldc = 3; }}});
+  check_arguments<T, 1>("SYRK", {{10, [](auto& c) { c.ldc = 3; }}});
+  check_arguments<T, 2>("SYR2K", {{9, [](auto& c) { c.ldb = 3; }}, {12, [](auto& c) { c.ldc = 3; }}});
+  if constexpr (ComplexScalar<T>) {
+    check_arguments<T, 1>("SYRK", {{2, [](auto& c) { c.second = 'C'; }}});
+    check_arguments<T, 2>("SYR2K", {{2, [](auto& c) { c.second = 'C'; }}});
+    check_arguments<T, 3>("HEMM", {{9, [](auto& c) { c.ldb = 3; }}, {12, [](auto& c) { c.ldc = 3; }}});
+    check_arguments<T, 4>("HERK", {{2, [](auto& c) { c.second = 'T'; }}, {10, [](auto& c) { c.ldc = 3; }}});
+    check_arguments<T, 5>("HER2K", {{2, [](auto& c) { c.second = 'T'; }}, {12, [](auto& c) { c.ldc = 3; }}});
+  }
+}
+
+}  // namespace
+}  // namespace nuv::test

@@ -1,0 +1,165 @@
+// The threaded layer gives the bits of the sequential one, at any number of threads, and goes on alone where it must.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <nuv/nuv_lapack.h>
+#include <omp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "blas.hpp"
+#include "layer.hpp"
+#include "support/precisions.hpp"
+#include "support/random.hpp"
+
+namespace nuv::test {
+namespace {
+
+template <class T>
+class Threads : public testing::Test {
+ protected:
+  void TearDown() override { nuv_thread_set_num_threads(0); }
+  Random random{16};
+};
+TYPED_TEST_SUITE(Threads, Precisions, PrecisionLetter);
+
+template <class T>
+std::vector<T> numbers(Random& random, Int m, Int n) {
+  const GuardedMatrix<T> A = random_matrix<T>(random, m, n, std::max(1, m));
+  return {A.data(), A.data() + std::size_t(m) * n};
+}
+
+/// The result of work on a copy of `before`, at each number of threads; all must be the same bits.
+template <class T, class Work>
+void expect_same_bits(const std::vector<T>& before, Work work) {
+  nuv_thread_set_num_threads(1);
+  std::vector<T> alone = before;
+  work(alone.data());
+  for (const int threads : {2, 3, 8}) {
+    nuv_thread_set_num_threads(threads);
+    std::vector<T> together = before;
+    work(together.data());
+    EXPECT_EQ(std::memcmp(alone.data(), together.data(), alone.size() * sizeof(T)), 0) << threads << " threads";
+  }
+}
+
+TYPED_TEST(Threads, GiveTheBitsOfOne) {
+  using T = TypeParam;
+  const Int m = 150, n = 131, k = 83, q = 150;
+  const auto a = numbers<T>(this->random, q, q), b = numbers<T>(this->random, q, q), c = numbers<T>(this->random, q, q);
+  std::vector<T> triangle = a;
+  for (Int i = 0; i < q; ++i) triangle[i + std::size_t(i) * q] = T(q);
+  const Matrix<const T> A{a.data(), q}, B{b.data(), q}, R{triangle.data(), q};
+  for (const char option : {'N', 'T'}) {
+    expect_same_bits(c, [&](T* x) { blas::gemm(option, 'N', m, n, k, T(2), A, B, T(1), {x, q}); });
+    expect_same_bits(c, [&](T* x) { blas::gemm('N', option, n, m, k, T(2), A, B, T(1), {x, q}); });
+    for (const char uplo : {'L', 'U'}) {
+      expect_same_bits(c, [&](T* x) { blas::syrk(uplo, option, m, k, T(2), A, T(1), {x, q}); });
+      expect_same_bits(c, [&](T* x) { blas::syr2k(uplo, option, m, k, T(2), A, B, T(1), {x, q}); });
+      for (const char side : {'L', 'R'}) {
+        expect_same_bits(c, [&](T* x) { blas::trmm(side, uplo, option, 'N', q, q, T(2), A, {x, q}); });
+        expect_same_bits(c, [&](T* x) { blas::trsm(side, uplo, option, 'N', q, q, T(2), R, {x, q}); });
+        expect_same_bits(c, [&](T* x) { blas::symm(side, uplo, q, q, T(2), A, B, T(1), {x, q}); });
+      }
+    }
+  }
+}
+
+TYPED_TEST(Threads, GiveTheFactorsOfOne) {
+  using T = TypeParam;
+  for (const auto& [m, n] : {std::pair(300, 300), std::pair(513, 400), std::pair(400, 520), std::pair(257, 700)}) {
+    std::vector<T> a = numbers<T>(this->random, m, n);
+    for (const int zero_column : {-1, 200}) {
+      if (zero_column >= 0) std::fill_n(a.begin() + std::ptrdiff_t(zero_column) * m, m, T(0));
+      std::vector<Int> pivots;
+      Int info = 0;
+      expect_same_bits(a, [&](T* x) {
+        std::vector<Int> mine(std::min(m, n));
+        Int my_info = -7;
+        layer::getrf(m, n, {x, m}, mine.data(), my_info);
+        if (pivots.empty()) {
+          pivots = mine;
+          info = my_info;
+        }
+        EXPECT_EQ(pivots, mine);
+        EXPECT_EQ(info, my_info);
+      });
+      EXPECT_EQ(info, zero_column + 1);
+    }
+  }
+}
+
+/// A product large enough for several threads; true if each element is right.
+bool product_is_right() {
+  const Int n = 200;
+  const std::vector<double> ones(std::size_t(n) * n, 1.0);
+  std::vector<double> c(ones.size());
+  blas::gemm('N', 'N', n, n, n, 1.0, {ones.data(), n}, {ones.data(), n}, 0.0, {c.data(), n});
+  return std::all_of(c.begin(), c.end(), [](double x) { return x == n; });
+}
+
+TEST(ThreadedLayer, IsBoundAndListens) {
+  const char* layer = "libnuv_orvo_thread.so";
+  void* const handle = dlopen(layer, RTLD_NOLOAD | RTLD_LAZY);
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(nuv_serv_load_thread_fun("nuv_blas_dgemm"), dlsym(handle, "nuv_blas_dgemm"));
+  nuv_thread_set_num_threads(5);
+  EXPECT_EQ(nuv_thread_get_num_threads(), 5);
+  EXPECT_EQ(nuv_serv_nuv_get_max_threads(), 5);
+  nuv_thread_set_num_threads(-1);
+  EXPECT_EQ(nuv_thread_get_num_threads(), omp_get_max_threads());
+}
+
+TEST(ThreadedLayer, WorksAloneInsideAParallelRegion) {
+  nuv_thread_set_num_threads(4);
+  int right = 0, widest = 0;
+#pragma omp parallel num_threads(3) reduction(+ : right) reduction(max : widest)
+  {
+    widest = nuv_serv_nuv_get_max_threads();
+    right = product_is_right();
+  }
+  EXPECT_EQ(right, 3);
+  EXPECT_EQ(widest, 1);
+}
+
+TEST(ThreadedLayer, EndsInAForkedChild) {
+  nuv_thread_set_num_threads(4);
+  ASSERT_TRUE(product_is_right());
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(30);
+    _exit(product_is_right() && nuv_serv_nuv_get_max_threads() == 1 ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+TEST(ThreadedLayer, ServesManyThreadsOfTheProgram) {
+  nuv_thread_set_num_threads(2);
+  std::vector<int> right(8);
+  std::vector<std::thread> callers;
+  for (int& mine : right) {
+    callers.emplace_back([&mine] {
+      for (int i = 0; i < 20; ++i) mine += product_is_right();
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  for (const int mine : right) EXPECT_EQ(mine, 20);
+}
+
+TEST(ThreadedLayer, LeavesTheProcessSettings) {
+  const int threads = omp_get_max_threads(), dynamic = omp_get_dynamic(), levels = omp_get_max_active_levels();
+  nuv_thread_set_num_threads(threads + 3);
+  ASSERT_TRUE(product_is_right());
+  EXPECT_EQ(omp_get_max_threads(), threads);
+  EXPECT_EQ(omp_get_dynamic(), dynamic);
+  EXPECT_EQ(omp_get_max_active_levels(), levels);
+}
+
+}  // namespace
+}  // namespace nuv::test

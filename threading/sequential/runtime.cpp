@@ -1,0 +1,19 @@
+#include "threading/runtime.hpp"
+
+#include <nuv/nuv_lapack.h>
+
+namespace nuv::threading {
+
+int available_threads() { return 1; }
+
+void run_pieces(int pieces, void (*piece)(void* context, int index), void* context) {
+  for (int index = 0; index < pieces; ++index) piece(context, index);
+}
+
+}  // namespace nuv::threading
+
+int nuv_serv_nuv_get_max_threads() { return nuv::threading::available_threads(); }
+
+void nuv_thread_set_num_threads(int) {}
+
+int nuv_thread_get_num_threads() { return 1; }
