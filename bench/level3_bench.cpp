@@ -43,7 +43,8 @@ void add_product(const std::string& routine, char ta, char tb, int m, int n, int
     };
   });
   add(routine, "blis", size, measure, [=] {
-    return [=, x = operands()]() mutable { peer_gemm(ta, tb, m, n, k, x.a.data(), lda, x.b.data(), ldb, x.c.data(), m); };
+    return
+        [=, x = operands()]() mutable { peer_gemm(ta, tb, m, n, k, x.a.data(), lda, x.b.data(), ldb, x.c.data(), m); };
   });
   add(routine, "eigen", size, measure, product_by_eigen<T>(ta, tb, m, n, k));
 }
@@ -83,23 +84,20 @@ void add_symmetric_and_triangular() {
   for (const char uplo : {'L', 'U'}) {
     for (const char trans : {'N', 'T'}) {
       const std::string options = std::string("_") + uplo + trans;
-      add_square<T>("syrk" + options, 0.5, [=](int n, auto A, auto, auto C) { blas::syrk(uplo, trans, n, n, T(1), A, T(0), C); });
-      add_square<T>("syr2k" + options, 1, [=](int n, auto A, auto B, auto C) {
-        blas::syr2k(uplo, trans, n, n, T(1), A, B, T(0), C);
-      });
+      add_square<T>("syrk" + options, 0.5,
+                    [=](int n, auto A, auto, auto C) { blas::syrk(uplo, trans, n, n, T(1), A, T(0), C); });
+      add_square<T>("syr2k" + options, 1,
+                    [=](int n, auto A, auto B, auto C) { blas::syr2k(uplo, trans, n, n, T(1), A, B, T(0), C); });
     }
     for (const char side : {'L', 'R'}) {
       const std::string options = std::string("_") + side + uplo;
-      add_square<T>("symm" + options, 1, [=](int n, auto A, auto B, auto C) {
-        blas::symm(side, uplo, n, n, T(1), A, B, T(0), C);
-      });
+      add_square<T>("symm" + options, 1,
+                    [=](int n, auto A, auto B, auto C) { blas::symm(side, uplo, n, n, T(1), A, B, T(0), C); });
       for (const char trans : {'N', 'T'}) {
-        add_square<T>("trmm" + options + trans, 0.5, [=](int n, auto A, auto B, auto) {
-          blas::trmm(side, uplo, trans, 'N', n, n, T(1), A, B);
-        });
-        add_square<T>("trsm" + options + trans, 0.5, [=](int n, auto A, auto B, auto) {
-          blas::trsm(side, uplo, trans, 'N', n, n, T(1), A, B);
-        });
+        add_square<T>("trmm" + options + trans, 0.5,
+                      [=](int n, auto A, auto B, auto) { blas::trmm(side, uplo, trans, 'N', n, n, T(1), A, B); });
+        add_square<T>("trsm" + options + trans, 0.5,
+                      [=](int n, auto A, auto B, auto) { blas::trsm(side, uplo, trans, 'N', n, n, T(1), A, B); });
       }
     }
   }
@@ -109,14 +107,12 @@ void add_hermitian() {
   using Z = std::complex<double>;
   for (const char uplo : {'L', 'U'}) {
     for (const char trans : {'N', 'C'}) {
-      add_square<Z>(std::string("herk_") + uplo + trans, 0.5, [=](int n, auto A, auto, auto C) {
-        blas::herk(uplo, trans, n, n, 1.0, A, 0.0, C);
-      });
+      add_square<Z>(std::string("herk_") + uplo + trans, 0.5,
+                    [=](int n, auto A, auto, auto C) { blas::herk(uplo, trans, n, n, 1.0, A, 0.0, C); });
     }
   }
-  add_square<Z>("gemm3m_NN", 1, [](int n, auto A, auto B, auto C) {
-    blas::gemm3m('N', 'N', n, n, n, Z(1), A, B, Z(0), C);
-  });
+  add_square<Z>("gemm3m_NN", 1,
+                [](int n, auto A, auto B, auto C) { blas::gemm3m('N', 'N', n, n, n, Z(1), A, B, Z(0), C); });
 }
 
 }  // namespace

@@ -30,7 +30,8 @@ void add_solve(int n) {
   const Measure measure = multiply_adds<double>(double(n) * n * n / 3 + double(n) * n);
   add("dgesv", "nuv", n, measure, [=] {
     return [=, a = random_numbers<double>(std::size_t(n) * n), b = random_numbers<double>(n),
-            w = std::vector<double>(std::size_t(n) * n), x = std::vector<double>(n), pivots = std::vector<int>(n)]() mutable {
+            w = std::vector<double>(std::size_t(n) * n), x = std::vector<double>(n),
+            pivots = std::vector<int>(n)]() mutable {
       w = a;
       x = b;
       const int one = 1;

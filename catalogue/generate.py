@@ -98,6 +98,13 @@ class Service:
 class Catalogue:
     routines: list = field(default_factory=list)
     services: list = field(default_factory=list)
+    # Exported names of stubs whose routines no layer has yet. No header offers them.
+    bare_stubs: list = field(default_factory=list)
+
+    def add(self, other):
+        self.routines += other.routines
+        self.services += other.services
+        self.bare_stubs += other.bare_stubs
 
 
 # ---------------------------------------------------------------------------------------------------------- reading
@@ -164,9 +171,12 @@ def parse(text, file_name="catalogue"):
             if kind == "layer_family":
                 layer_family = rest
                 continue
-            if not meaning:
+            if not meaning and kind != "layer_stub":
                 raise CatalogueError("an entry needs a meaning")
-            if kind in ROUTINE_KINDS:
+            if kind == "layer_stub":
+                new_names = parse_bare_stubs(rest)
+                catalogue.bare_stubs += new_names
+            elif kind in ROUTINE_KINDS:
                 parsed = parse_routine(kind, rest, meaning, family, layer_family)
                 if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
                     raise CatalogueError(f"family {family} would stand in two namespaces")
@@ -208,6 +218,14 @@ def parse_routine(kind, rest, meaning, family, layer_family):
     if not family or kind == "layer" and not layer_family:
         raise CatalogueError(f"'{pattern}' belongs to no family")
     return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family)
+
+
+def parse_bare_stubs(rest):
+    precisions, *patterns = rest.split()
+    for pattern in patterns:
+        if not re.fullmatch(r"\?\w+", pattern):
+            raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
+    return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
 
 
 def parse_service(kind, rest, meaning):
@@ -360,29 +378,52 @@ def folded(arguments):
             i += 1
 
 
-def emit_wrapper(routine, precision, exported):
-    """An inline function under the plain name that calls one exported function."""
-    parameters, passed, lengths = [], [], []
-    complex_result = cxx_type(routine.result, precision).startswith("std::complex")
-    if complex_result:
-        passed.append("&result")
+def tells_precision(routine):
+    """Whether the arguments tell the members of a routine apart."""
+    return len(routine.precisions) == 1 or any(a.type in ("T", "R") for a in routine.arguments)
+
+
+def wrapper_parameters(routine, precision):
+    parameters = []
     for view, a in folded(routine.arguments):
         base = {"text": "Text"}.get(a.type, cxx_type(a.type, precision))
         const = "const " if a.const else ""
         if view:
             parameters.append(f"{view}<{const}{base}> {a.name}")
-            passed += [f"{a.name}.data", f"&{a.name}.{'ld' if view == 'Matrix' else 'inc'}"]
         elif a.type == "text":
             parameters.append(f"Text {a.name}")
+        else:
+            parameters.append(f"{const}{base}{'*' if a.pointer else '&' if a.out else ''} {a.name}")
+    return parameters
+
+
+def emit_wrapper_template(routine):
+    """The template whose specialisations are the wrappers of a routine that takes its precision as an argument."""
+    result = {"R": "Real<T>"}.get(routine.result, routine.result)
+    return "template <Scalar T>\n" + wrap(f"{result} {routine.function}(", wrapper_parameters(routine, ""), ");")
+
+
+def emit_wrapper(routine, precision, exported):
+    """An inline function under the plain name that calls one exported function."""
+    passed, lengths = [], []
+    complex_result = cxx_type(routine.result, precision).startswith("std::complex")
+    if complex_result:
+        passed.append("&result")
+    for view, a in folded(routine.arguments):
+        if view:
+            passed += [f"{a.name}.data", f"&{a.name}.{'ld' if view == 'Matrix' else 'inc'}"]
+        elif a.type == "text":
             passed.append(f"{a.name}.data")
             lengths.append(f"{a.name}.length")
         else:
-            parameters.append(f"{const}{base}{'*' if a.pointer else '&' if a.out else ''} {a.name}")
             passed.append(a.name if a.pointer else "&" + a.name)
             if a.type == "char":
                 lengths.append("1")
     result = cxx_type(routine.result, precision)
-    lines = [wrap(f"inline {result} {routine.function}(", parameters, ") {")]
+    head = f"inline {result} {routine.function}"
+    if not tells_precision(routine):
+        head = f"template <>\n{head}<{scalar_types(precision)[0]}>"
+    lines = [wrap(head + "(", wrapper_parameters(routine, precision), ") {")]
     if complex_result:
         lines.append(f"  {result} result;")
     before = "return " if routine.result != "void" and not complex_result else ""
@@ -397,21 +438,21 @@ def emit_wrappers(routines, namespace, purpose, x_variant=False):
     out += ['#include "base/matrix.hpp"', '#include "base/types.hpp"', "", f"namespace nuv::{namespace} {{"]
     for routine in routines:
         out += ["", f"// {routine.meaning}"]
+        if not tells_precision(routine):
+            out.append(emit_wrapper_template(routine))
         out += [emit_wrapper(routine, p, exported) for p, exported in exported_names(routine, x_variant)]
     return "\n".join(out + ["", f"}}  // namespace nuv::{namespace}"]) + "\n"
 
 
 # ---------------------------------------------------------------------------------------------------- public headers
 
-HEADER_TOP = f"""#ifndef NUV_LAPACK_H
-#define NUV_LAPACK_H
+SERVICES_TOP = f"""#ifndef NUV_SERVICES_H
+#define NUV_SERVICES_H
 
 /* {GENERATED}
  *
- * Every function under nuv_lapack_ and nuv_blas_ follows the Fortran calling convention: all arguments by reference,
- * matrices column by column with a leading dimension, and behind the last argument the length of each character
- * argument, by value (1 will do: only the first character of an option counts). A complex function gives its value
- * through a leading pointer. */
+ * What the library offers beside its routines: error reports, configuration, memory, and functions that compiled callers
+ * expect. */
 
 #include <stddef.h>
 
@@ -424,6 +465,27 @@ extern "C" {{
 #include <complex.h>
 typedef float _Complex nuv_complex8;
 typedef double _Complex nuv_complex16;
+#endif
+
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+"""
+
+HEADER_TOP = f"""#ifndef NUV_LAPACK_H
+#define NUV_LAPACK_H
+
+/* {GENERATED}
+ *
+ * Every function under nuv_lapack_ and nuv_blas_ follows the Fortran calling convention: all arguments by reference,
+ * matrices column by column with a leading dimension, and behind the last argument the length of each character
+ * argument, by value (1 will do: only the first character of an option counts). A complex function gives its value
+ * through a leading pointer. */
+
+#include "nuv_services.h"
+
+#ifdef __cplusplus
+extern "C" {{
 #endif
 
 #if defined(__GNUC__)
@@ -450,8 +512,9 @@ def library_members(routine):
     return names + exported_names(routine, x_variant=True) if routine.kind == "layer" else names
 
 
-def emit_c_header(catalogue):
-    out = [HEADER_TOP]
+def emit_services_header(catalogue):
+    """Apart from the routines, so that what needs a service alone is not compiled again for each new routine."""
+    out = [SERVICES_TOP]
     for service in catalogue.services:
         out.append(f"/* {service.meaning} */")
         if service.kind == "data":
@@ -461,6 +524,11 @@ def emit_c_header(catalogue):
             out.append(f"extern {result} (*{service.name}){arguments};")
         else:
             out.append(service.declaration.replace("()", "(void)") + ";")
+    return "\n".join(out) + "\n" + HEADER_BOTTOM
+
+
+def emit_c_header(catalogue):
+    out = [HEADER_TOP]
     for routine in catalogue.routines:
         out += ["", f"/* {routine.meaning} */"]
         for precision, exported in library_members(routine):
@@ -509,6 +577,7 @@ def emit_stubs(catalogue):
     for routine in catalogue.routines:
         if routine.kind in STUB_MACRO:
             out += [f"{STUB_MACRO[routine.kind]} {name}, {name}" for _, name in exported_names(routine)]
+    out += [f"{STUB_MACRO['layer']} {name}, {name}" for name in catalogue.bare_stubs]
     return "\n".join(out) + "\n"
 
 
@@ -522,7 +591,7 @@ def emit_isa_stubs(catalogue, *kinds):
 
 def exports(catalogue):
     """Library -> sorted exported names."""
-    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"]
+    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"] + catalogue.bare_stubs
     kernel = [s.target for s in catalogue.services if s.kind == "kernel_service"]
     layer = [s.target for s in catalogue.services if s.kind in ("layer_service", "layer_only")]
     for routine in catalogue.routines:
@@ -547,6 +616,7 @@ def all_files(catalogue):
     of_kind = lambda *kinds: [r for r in catalogue.routines if r.kind in kinds]
     files = {
         "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
+        "include/nuv/nuv_services.h": emit_services_header(catalogue),
         "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
         "stubs.S": emit_stubs(catalogue),
         "kernel_entries.S": emit_isa_stubs(catalogue, "kernel", "special"),
@@ -585,9 +655,7 @@ def main(argv):
     try:
         catalogue = Catalogue()
         for file in options.catalogue:
-            part = parse(file.read_text(), file.name)
-            catalogue.routines += part.routines
-            catalogue.services += part.services
+            catalogue.add(parse(file.read_text(), file.name))
         twice = {n for names in exports(catalogue).values() for n in names if names.count(n) > 1}
         if twice:
             raise CatalogueError(f"names that stand in two files: {', '.join(sorted(twice))}")

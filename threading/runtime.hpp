@@ -9,23 +9,20 @@
 
 namespace nuv::threading {
 
-/// Number of threads that a call may use now: 1 in the sequential layer, inside somebody else's parallel region and in a
-/// forked child.
+/// Number of threads that a call may use now: 1 in the sequential layer, inside somebody else's parallel region and in
+/// a forked child.
 int available_threads();
 
 /// Runs piece(context, 0) ... piece(context, pieces - 1), each on a thread of its own, and waits for all.
 void run_pieces(int pieces, void (*piece)(void* context, int index), void* context);
 
-/// Work, in multiply-adds, below which a second thread costs more than it brings.
-inline constexpr double work_for_two_threads = 400e3;
-
-/// Cuts 0 ... n into contiguous parts, one for each thread, at multiples of `grain`, and runs work(from, until) on each.
-/// The parts must write to different places; what is computed for an index must not depend on where the cuts are.
+/// Cuts 0 ... n into contiguous parts, one for each thread, at multiples of `grain`, and runs work(from, until) on
+/// each, or all on one thread where there is little to do. The parts must write to different places; what is computed
+/// for an index must not depend on where the cuts are.
 template <class Work>
-void split(Int n, Int grain, double multiply_adds, Work work) {
+void split(Int n, Int grain, bool is_little, Work work) {
   const Int grains = (n + grain - 1) / grain;
-  const int threads =
-      multiply_adds < work_for_two_threads ? 1 : static_cast<int>(std::min<Int>(available_threads(), grains));
+  const int threads = is_little ? 1 : static_cast<int>(std::min<Int>(available_threads(), grains));
   if (threads <= 1) return work(Int{0}, n);
   struct Context {
     Int n, grain, grains;

@@ -64,6 +64,8 @@ struct CommandLine {
                      "s, d, c or z: real or complex, single or double (default: d, or z for complex data)")
         ->type_name("LETTER")
         ->check(CLI::IsMember({"s", "d", "c", "z"}));
+    solve->add_flag("--spd", options.positive_definite,
+                    "A is symmetric (Hermitian) positive definite: solve by Cholesky factorisation");
     solve->footer(
         "Files may be array or coordinate, real, complex or integer, general, symmetric, skew-symmetric or hermitian.\n"
         "Coordinate entries given more than once are summed. X is written as a general array with as many digits as\n"

@@ -5,12 +5,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <complex>
 #include <cstdio>
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -30,26 +32,37 @@ struct Solver;
 template <>
 struct Solver<float> {
   static constexpr auto gesv = nuv_lapack_sgesv;
-  static constexpr std::string_view name = "nuv_lapack_sgesv, single precision";
+  static constexpr auto posv = nuv_lapack_sposv;
+  static constexpr std::string_view precision = "single precision";
 };
 
 template <>
 struct Solver<double> {
   static constexpr auto gesv = nuv_lapack_dgesv;
-  static constexpr std::string_view name = "nuv_lapack_dgesv, double precision";
+  static constexpr auto posv = nuv_lapack_dposv;
+  static constexpr std::string_view precision = "double precision";
 };
 
 template <>
 struct Solver<std::complex<float>> {
   static constexpr auto gesv = nuv_lapack_cgesv;
-  static constexpr std::string_view name = "nuv_lapack_cgesv, complex single precision";
+  static constexpr auto posv = nuv_lapack_cposv;
+  static constexpr std::string_view precision = "complex single precision";
 };
 
 template <>
 struct Solver<std::complex<double>> {
   static constexpr auto gesv = nuv_lapack_zgesv;
-  static constexpr std::string_view name = "nuv_lapack_zgesv, complex double precision";
+  static constexpr auto posv = nuv_lapack_zposv;
+  static constexpr std::string_view precision = "complex double precision";
 };
+
+/// The routine's name, in small letters.
+template <Scalar T>
+std::string solver_name(bool positive_definite) {
+  return fmt::format("nuv_lapack_{}{}, {}", static_cast<char>(std::tolower(precision_letter<T>)),
+                     positive_definite ? "posv" : "gesv", Solver<T>::precision);
+}
 
 long double physical_memory() {
   return static_cast<long double>(sysconf(_SC_PHYS_PAGES)) * static_cast<long double>(sysconf(_SC_PAGE_SIZE));
@@ -87,7 +100,7 @@ void require_real(const MatrixMarket& file, char precision) {
 
 /// An account of the solve for the user, in which the residual is the figure to look at.
 struct Report {
-  std::string_view solver;
+  std::string solver;
   Int order;
   Int right_hand_sides;
   long double residual;
@@ -106,23 +119,47 @@ void print(const Report& report, const SolveOptions& options) {
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
-/// X := A^-1 B by the library, in the place of B; the factors take the place of A. Returns the time taken.
+/// The solver for definite matrices reads half of one, so that the other half must say the same.
 template <Scalar T>
-std::chrono::duration<double> call_solver(DenseMatrix<T>& a, DenseMatrix<T>& x, const std::string& matrix_file) {
-  const Int n = a.rows, nrhs = x.columns, lda = a.ld(), ldx = x.ld();
-  std::vector<Int> pivots(static_cast<std::size_t>(n));
-  Int info = 0;
+void require_hermitian(const DenseMatrix<T>& a, const std::string& matrix_file) {
+  for (Int j = 1; j <= a.columns; ++j) {
+    for (Int i = j; i <= a.rows; ++i) {
+      if (a(i, j) == conjugate(a(j, i))) continue;
+      const std::string reason = i == j             ? fmt::format("A({0},{0}) is not real", i)
+                                 : ComplexScalar<T> ? fmt::format("A({0},{1}) is not the conjugate of A({1},{0})", i, j)
+                                                    : fmt::format("A({0},{1}) is not A({1},{0})", i, j);
+      throw FileError(matrix_file,
+                      fmt::format("the matrix is not {}: {}", ComplexScalar<T> ? "Hermitian" : "symmetric", reason));
+    }
+  }
+}
 
+/// X := A^-1 B by the library, in the place of B; the factors take the place of A.
+template <Scalar T>
+void call_solver(DenseMatrix<T>& a, DenseMatrix<T>& x, const SolveOptions& options) {
+  const Int n = a.rows, nrhs = x.columns, lda = a.ld(), ldx = x.ld();
+  Int info = 0;
+  if (options.positive_definite) {
+    Solver<T>::posv("L", &n, &nrhs, a.elements.data(), &lda, x.elements.data(), &ldx, &info, 1);
+  } else {
+    std::vector<Int> pivots(static_cast<std::size_t>(n));
+    Solver<T>::gesv(&n, &nrhs, a.elements.data(), &lda, pivots.data(), x.elements.data(), &ldx, &info);
+  }
+  if (info < 0) throw std::logic_error(fmt::format("argument {} of the solver was refused", -info));
+  if (info == 0) return;
+  throw FileError(
+      options.matrix_file,
+      options.positive_definite
+          ? fmt::format("the matrix is not positive definite: its leading minor of order {} is not positive", info)
+          : fmt::format("the matrix is singular: pivot U({0},{0}) is exactly zero", info));
+}
+
+template <Scalar T>
+std::chrono::duration<double> timed_solve(DenseMatrix<T>& a, DenseMatrix<T>& x, const SolveOptions& options) {
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
   const auto start = std::chrono::steady_clock::now();
-  Solver<T>::gesv(&n, &nrhs, a.elements.data(), &lda, pivots.data(), x.elements.data(), &ldx, &info);
-  const auto end = std::chrono::steady_clock::now();
-
-  if (info < 0) throw std::logic_error(fmt::format("argument {} of the solver was refused", -info));
-  if (info > 0) {
-    throw FileError(matrix_file, fmt::format("the matrix is singular: pivot U({0},{0}) is exactly zero", info));
-  }
-  return end - start;
+  call_solver(a, x, options);
+  return std::chrono::steady_clock::now() - start;
 }
 
 template <Scalar T>
@@ -131,15 +168,16 @@ void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& opti
   require_memory(b_file, sizeof(T));
   const auto a = to_dense<T>(std::move(a_file));
   const auto b = to_dense<T>(std::move(b_file));
+  if (options.positive_definite) require_hermitian(a, options.matrix_file);
 
   auto x = b;
   auto factors = a;
-  const auto time = call_solver(factors, x, options.matrix_file);
+  const auto time = timed_solve(factors, x, options);
   if (!all_finite(x)) throw FileError(options.matrix_file, "the solution overflows the precision");
 
   write_matrix_market(x, [&](std::string_view text) { output.write(text); });
   output.commit();
-  print({Solver<T>::name, a.rows, b.columns, scaled_residual(a, x, b), time}, options);
+  print({solver_name<T>(options.positive_definite), a.rows, b.columns, scaled_residual(a, x, b), time}, options);
 }
 
 void read_and_solve(const SolveOptions& options) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// How the benchmarks name and count what they measure. A benchmark is called ROUTINE/WHO/SIZE; its counters are the rate
-// and the share of the machine's limit, so that a script can draw ROUTINE's plot with a line for each WHO.
+// How the benchmarks name and count what they measure. A benchmark is called ROUTINE/WHO/SIZE; its counters are the
+// rate and the share of the machine's limit, so that a script can draw ROUTINE's plot with a line for each WHO.
 
 #include <benchmark/benchmark.h>
 
@@ -40,8 +40,15 @@ template <class T>
 Measure multiply_adds(double count) {
   return {count * flops_per_multiply_add<T>, "FLOP/s", arithmetic_limit<Real<T>>};
 }
-inline Measure bytes_read(double bytes) { return {bytes, "B/s", read_limit}; }
-inline Measure bytes_read_and_written(double bytes) { return {bytes, "B/s", read_write_limit}; }
+inline Measure bytes_read(double bytes) {
+  return {bytes, "B/s", read_limit};
+}
+inline Measure bytes_written(double bytes) {
+  return {bytes, "B/s", write_limit};
+}
+inline Measure bytes_read_and_written(double bytes) {
+  return {bytes, "B/s", read_write_limit};
+}
 
 /// Registers ROUTINE/WHO/SIZE. `prepare` runs once and gives the work of an iteration.
 template <class Prepare>

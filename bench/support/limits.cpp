@@ -12,7 +12,9 @@
 namespace nuv::bench {
 namespace {
 
-double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+double now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 /// Best rate of several runs of `work`, which does `amount`.
 template <class Work>
@@ -30,15 +32,14 @@ constexpr long rounds = 400'000;
 constexpr int chains = 12;  // more than latency times units of any x86 processor, and all in registers
 
 // The chains are kept in registers by inline assembly that claims to change them.
-#define NUV_FMA_LOOP(name, target_set, vector, broadcast, step)                      \
-  template <class R>                                                                 \
-  [[gnu::target(target_set), gnu::noinline]] void name() {                           \
-    vector x0{}, x1{}, x2{}, x3{}, x4{}, x5{}, x6{}, x7{}, x8{}, x9{}, x10{}, x11{}; \
-    vector factor = broadcast;                                                       \
-    for (long i = 0; i < rounds; ++i) {                                              \
-      step(x0) step(x1) step(x2) step(x3) step(x4) step(x5)                          \
-      step(x6) step(x7) step(x8) step(x9) step(x10) step(x11)                        \
-    }                                                                                \
+#define NUV_FMA_LOOP(name, target_set, vector, broadcast, step)                                                     \
+  template <class R>                                                                                                \
+  [[gnu::target(target_set), gnu::noinline]] void name() {                                                          \
+    vector x0{}, x1{}, x2{}, x3{}, x4{}, x5{}, x6{}, x7{}, x8{}, x9{}, x10{}, x11{};                                \
+    vector factor = broadcast;                                                                                      \
+    for (long i = 0; i < rounds; ++i) {                                                                             \
+      step(x0) step(x1) step(x2) step(x3) step(x4) step(x5) step(x6) step(x7) step(x8) step(x9) step(x10) step(x11) \
+    }                                                                                                               \
   }
 
 #define NUV_FMA_PD(x) asm volatile("vfmadd213pd %1, %1, %0" : "+v"(x) : "v"(factor));
@@ -105,6 +106,24 @@ double read_write_limit() {
     for (std::size_t i = 0; i < memory_bytes / sizeof(double); ++i) x[i] += 1.0;
     asm volatile("" ::"r"(x) : "memory");
   });
+  return rate;
+}
+
+double write_limit() {
+  static const double rate = std::max(best_rate(memory_bytes,
+                                                [] {
+                                                  double* const x = memory();
+                                                  std::fill_n(x, memory_bytes / sizeof(double), 1.0);
+                                                  asm volatile("" ::"r"(x) : "memory");
+                                                }),
+                                      best_rate(memory_bytes, [] {
+                                        double* const x = memory();
+                                        const __m128d ones = _mm_set1_pd(1.0);
+                                        for (std::size_t i = 0; i < memory_bytes / sizeof(double); i += 2) {
+                                          _mm_stream_pd(x + i, ones);
+                                        }
+                                        _mm_sfence();
+                                      }));
   return rate;
 }
 

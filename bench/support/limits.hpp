@@ -15,4 +15,8 @@ double read_limit();
 /// ... and at which it reads and writes back; both directions count.
 double read_write_limit();
 
+/// Bytes per second at which one thread writes memory far larger than the caches, past them or through them, whichever
+/// is faster.
+double write_limit();
+
 }  // namespace nuv::bench

@@ -7,8 +7,8 @@
 #include <complex>
 
 extern "C" {
-#define NUV_PEER_PRODUCT(name, T)                                                                                      \
-  void name(const char*, const char*, const int*, const int*, const int*, const T*, const T*, const int*, const T*,    \
+#define NUV_PEER_PRODUCT(name, T)                                                                                   \
+  void name(const char*, const char*, const int*, const int*, const int*, const T*, const T*, const int*, const T*, \
             const int*, const T*, T*, const int*);
 NUV_PEER_PRODUCT(sgemm_, float)
 NUV_PEER_PRODUCT(dgemm_, double)

@@ -1,16 +1,13 @@
 #include <utility>
 
-#include "kernels/strided.hpp"
+#include "kernels/level1/walks.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
 
 /// Exchanges n elements of x and y.
 template <Scalar T>
-void swap(Int n, T* x, Int incx, T* y, Int incy) {
-  if (n < 1) return;
-  T* const px = first_element(x, n, incx);
-  T* const py = first_element(y, n, incy);
-  for (Int i = 0; i < n; ++i) std::swap(element(px, i, incx), element(py, i, incy));
+[[gnu::always_inline]] inline void swap(Int n, T* x, Int incx, T* y, Int incy) {
+  for_each_pair(n, x, incx, y, incy, [](auto& xi, auto& yi) { std::swap(xi, yi); });
 }
 
 }  // namespace nuv::kernels::inline NUV_ISA

@@ -1,21 +1,8 @@
-#include <algorithm>
-
-#include "base/matrix.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "kernels/strided.hpp"
+#include "kernels/level2/product.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
-namespace {
-
-/// y := beta y; a zero beta writes zeros, so that what y held does not matter.
-template <Scalar T>
-void scale(Int n, T beta, T* y, Int incy) {
-  if (beta == T(1)) return;
-  for (Int i = 0; i < n; ++i) element(y, i, incy) = beta == T(0) ? T(0) : beta * element(y, i, incy);
-}
-
-}  // namespace
 
 /// y := alpha op(A) x + beta y.
 ///
@@ -35,24 +22,17 @@ void gemv(char trans, Int m, Int n, T alpha, const T* a, Int lda, const T* x, In
 
   const Matrix A{a, lda};
   const bool transposed = !same_letter(trans, 'N');
-  const bool conjugated = same_letter(trans, 'C');
   const Int length_x = transposed ? m : n;
   const Int length_y = transposed ? n : m;
-  const T* const px = first_element(x, length_x, incx);
-  T* const py = first_element(y, length_y, incy);
+  const Vector X = from_first(x, length_x, incx);
+  const Vector Y = from_first(y, length_y, incy);
 
-  scale(length_y, beta, py, incy);
+  scale(length_y, beta, Y);
   if (alpha == T(0)) return;
-  for (Int j = 1; j <= n; ++j) {
-    const T* const column = A.at(1, j);
-    if (transposed) {
-      T sum(0);
-      for (Int i = 0; i < m; ++i) sum += (conjugated ? conjugate(column[i]) : column[i]) * element(px, i, incx);
-      element(py, j - 1, incy) += alpha * sum;
-    } else {
-      const T factor = alpha * element(px, j - 1, incx);
-      for (Int i = 0; i < m; ++i) element(py, i, incy) += factor * column[i];
-    }
+  if (transposed) {
+    add_transposed_product(same_letter(trans, 'C'), m, n, alpha, A, X, Y);
+  } else {
+    add_product(m, n, alpha, A, X, Y);
   }
 }
 

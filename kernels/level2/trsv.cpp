@@ -1,10 +1,63 @@
 #include "base/quotient.hpp"
-#include "base/triangular_operator.hpp"
 #include "frame/error_report.hpp"
+#include "kernels/level2/panel.hpp"
+#include "kernels/level2/product.hpp"
 #include "kernels/level2/triangular.hpp"
-#include "kernels/strided.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
+namespace {
+
+/// a b subtracted from c
+template <RealScalar T>
+[[gnu::always_inline]] inline T minus_product(T c, T a, T b) {
+  return simd::fnma(a, b, c);
+}
+template <ComplexScalar T>
+[[gnu::always_inline]] inline T minus_product(T c, T a, T b) {
+  return {simd::fma(a.imag(), b.imag(), simd::fnma(a.real(), b.real(), c.real())),
+          simd::fnma(a.imag(), b.real(), simd::fnma(a.real(), b.imag(), c.imag()))};
+}
+
+/// x := L^-1 x
+template <int order, Scalar T>
+[[gnu::noinline]] void solve_block(const LowerBlock<T>& L) {
+  T x[order];
+#pragma GCC unroll 8
+  for (int i = 0; i < order; ++i) x[i] = L.x[i * L.x_step];
+#pragma GCC unroll 8
+  for (int j = 0; j < order; ++j) {
+    if (!L.unit_diagonal) x[j] = quotient(x[j], L(j, j));
+    L.x[j * L.x_step] = x[j];
+#pragma GCC unroll 8
+    for (int i = j + 1; i < order; ++i) x[i] = minus_product(x[i], L(i, j), x[j]);
+  }
+}
+
+/// x := op(A)^-1 x for contiguous x.
+template <Scalar T>
+void solve(const TriangularMatrix<T>& A, Int n, T* x) {
+  constexpr int most = column_group<T>;
+  for_each_panel(n, A.upper, !A.is_upper(), most, [&](Int j, Int k) {
+    const Panel panel = panel_of(A.A, A.upper, n, j, k);
+    T* const beside = x + rows_beside(A.upper, n, j, k).first;
+    if (A.transposed && panel.height > 0) {
+      T products[padded<T>(most)];
+      with_constant(ComplexScalar<T> && A.conjugated, [&](auto choice) {
+        constexpr bool conjugated = choice && ComplexScalar<T>;
+        multiply_by_columns<most, conjugated>(panel.height, panel.rectangle, panel.ld, beside, products);
+      });
+      add_scaled<T>(most, T(-1), products, Vector{x + j, 1});
+    }
+    with_number<most>(k, [&](auto order) { solve_block<order>(A.diagonal_block(j, k, x)); });
+    if (!A.transposed && panel.height > 0) {
+      T factors[most];
+      for (Int i = 0; i < most; ++i) factors[i] = negated(x[j + i]);
+      add_columns<most>(panel.height, panel.rectangle, panel.ld, factors, beside);
+    }
+  });
+}
+
+}  // namespace
 
 /// Solves op(A) x = b for a triangular A of order n, lda >= max(1, n), incx not zero; b in, x out. No test for
 /// singularity is made. The triangle that uplo does not name, and the diagonal when diag is 'U', are not read.
@@ -13,19 +66,18 @@ void trsv(char uplo, char trans, char diag, Int n, const T* a, Int lda, T* x, In
   const Int info = check_triangular_vector(uplo, trans, diag, n, lda, incx);
   if (info != 0) return report_bad_argument<T>("TRSV", info);
 
-  const TriangularOperator A(uplo, trans, diag, a, lda);
-  T* const first = first_element(x, n, incx);
-  const auto X = [&](Int i) -> T& { return element(first, i - 1, incx); };
-  const auto solve_row = [&](Int i, Int from, Int to) {
-    T rest = X(i);
-    for (Int j = from; j <= to; ++j) rest -= A(i, j) * X(j);
-    X(i) = A.unit_diagonal() ? rest : quotient(rest, A(i, i));
-  };
-  if (A.upper()) {
-    for (Int i = n; i >= 1; --i) solve_row(i, i + 1, n);
-  } else {
-    for (Int i = 1; i <= n; ++i) solve_row(i, 1, i - 1);
-  }
+  const TriangularMatrix<T> A(uplo, trans, diag, a, lda);
+  const Vector X = from_first(x, n, incx);
+  for_each_panel(n, A.upper, !A.is_upper(), rows_at_a_time<T>(incx), [&](Int j, Int k) {
+    Piece<T> copy;
+    T* const part = contiguous(tail(X, j), k, copy);
+    const auto [first, count] = rows_beside(A.upper, n, j, k);
+    const Matrix rectangle = block(A.A, first + 1, j + 1);
+    if (A.transposed) add_transposed_product(A.conjugated, count, k, T(-1), rectangle, tail(X, first), Vector{part, 1});
+    solve(A.from(j), k, part);
+    if (!A.transposed) add_product(count, k, T(-1), rectangle, {part, 1}, tail(X, first));
+    put_back(tail(X, j), k, copy);
+  });
 }
 
 }  // namespace nuv::kernels::inline NUV_ISA

@@ -19,7 +19,9 @@ std::uint32_t enabled_state() {
 constexpr std::uint32_t avx_state = 0x06;     // SSE and AVX
 constexpr std::uint32_t avx512_state = 0xe6;  // and opmask, upper halves, upper registers
 
-constexpr bool has_all(unsigned word, unsigned bits) { return (word & bits) == bits; }
+constexpr bool has_all(unsigned word, unsigned bits) {
+  return (word & bits) == bits;
+}
 
 }  // namespace
 
@@ -32,8 +34,8 @@ InstructionSet widest_instruction_set() {
   if (!__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) || !has_all(ebx, bit_AVX2 | bit_BMI2)) {
     return InstructionSet::ssse3;
   }
-  const bool avx512 = has_all(ebx, bit_AVX512F | bit_AVX512DQ | bit_AVX512BW | bit_AVX512VL) &&
-                      has_all(enabled_state(), avx512_state);
+  const bool avx512 =
+      has_all(ebx, bit_AVX512F | bit_AVX512DQ | bit_AVX512BW | bit_AVX512VL) && has_all(enabled_state(), avx512_state);
   return avx512 ? InstructionSet::avx512 : InstructionSet::avx2;
 }
 

@@ -13,7 +13,7 @@ InstructionSet widest_instruction_set();
 
 struct InstructionSetChoice {
   InstructionSet set;
-  bool forced;               ///< NUV_ISA decided
+  bool forced;                ///< NUV_ISA decided
   const char* ignored_value;  ///< what NUV_ISA says if that is unknown or not supported here, else null
 };
 

@@ -1,81 +1,110 @@
 #include "environment/tuning.hpp"
 
-#include <bit>
-#include <cstring>
-#include <span>
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
-#include "frame/option_matching.hpp"
+#include "environment/tuning_tables.hpp"
 
 namespace nuv {
 namespace {
 
-struct Sizes {
-  Int n1, n2, n3, n4;
-};
+using tuning::Name;
 
-/// The right-looking factorisation recurses on panels whose width is the largest power of two below the number of
-/// columns, down to widths that the unblocked code takes.
-Int recursive_panel_width(const Sizes& sizes) {
-  const Int n = sizes.n2;
-  if (n <= 8) return 1;
-  if (n <= 32) return 8;
-  if (n <= 128) return 32;
-  return static_cast<Int>(std::bit_floor(static_cast<std::uint32_t>(n - 1)));
+/// Rows, or columns, from which a matrix with n of the other kind gets a QR factorisation before its SVD.
+Int svd_crossover(Int n) {
+  const float crossover = static_cast<float>(n) * 1.6f;
+  constexpr Int most = std::numeric_limits<Int>::max();
+  return crossover < static_cast<float>(most) ? static_cast<Int>(crossover) : most;
 }
 
-/// One line of a tuning table: an answer for an operation in the precisions given, fixed or by size.
-struct Rule {
-  const char* precisions;
-  const char* operation;  ///< five characters, behind the precision letter
-  Int answer;
-  Int (*by_size)(const Sizes&) = nullptr;
-};
+/// The Hessenberg QR iteration and the routines inside it, which ask for its smallest order.
+bool is_hessenberg_iteration(const Name& name) {
+  constexpr std::uint64_t driver = tuning::packed_letters("HSEQR"), inner = tuning::packed_letters("LAQR\0") >> 8;
+  return name.precision != 0 && (name.letters == driver || name.letters >> 8 == inner);
+}
 
-constexpr Rule block_sizes[] = {
-    {"D", "GETRF", 0, recursive_panel_width},
-    {"SCZ", "GETRF", 64},
-    {"SDCZ", "GETRI", 64},
-    {"SDCZ", "TRTRI", 64},
-};
-
-/// A name as the tables spell it: six upper-case characters.
-struct Name {
-  char precision;
-  char operation[5];
-
-  explicit Name(Text name) {
-    precision = static_cast<char>(to_upper_ascii(static_cast<unsigned char>(name.data[0])));
-    for (int i = 0; i < 5; ++i) {
-      operation[i] = static_cast<char>(to_upper_ascii(static_cast<unsigned char>(name.data[i + 1])));
-    }
-  }
-
-  bool has_precision() const { return std::strchr("SDCZ", precision) != nullptr && precision != '\0'; }
-};
-
-Int look_up(std::span<const Rule> table, const Name& name, const Sizes& sizes, Int otherwise) {
-  for (const Rule& rule : table) {
-    if (std::strchr(rule.precisions, name.precision) == nullptr) continue;
-    if (std::memcmp(rule.operation, name.operation, sizeof name.operation) != 0) continue;
-    return rule.by_size != nullptr ? rule.by_size(sizes) : rule.answer;
-  }
-  return otherwise;
+/// Shifts for an active block of order n, an even number.
+Int shift_count(std::int64_t n) {
+  if (n < 30) return 2;
+  if (n < 60) return 4;
+  if (n < 150) return 10;
+  if (n >= 6000) return 256;
+  if (n >= 3000) return 128;
+  if (n >= 590) return 64;
+  const auto order = static_cast<double>(n);
+  const Int count = std::max(10, static_cast<Int>(order / (std::log(order) / std::log(2.0))));
+  return count - count % 2;
 }
 
 }  // namespace
 
-Int ilaenv(Int ispec, Text name_text, Text /*opts*/, Int n1, Int n2, Int n3, Int n4) {
-  if (ispec < 1 || ispec > 16) return -1;
-  const Name name(name_text);
-  if (!name.has_precision()) return 1;
+Int ilaenv(Int ispec, Text name_text, Text opts, Int n1, Int n2, Int n3, Int n4) {
   switch (ispec) {
-    case 1:
-      return look_up(block_sizes, name, {n1, n2, n3, n4}, 1);
-    case 2:
+    case 4:
+      return 6;
+    case 5:
       return 2;
-    default:
+    case 6:
+      return svd_crossover(std::min(n1, n2));
+    case 7:
+      return 1;
+    case 8:
+      return 50;
+    case 9:
+      return 25;
+    case 10:
+      return 1;
+    case 11:
       return 0;
+    case 13:
+    case 14:
+    case 15:
+    case 16:
+      return iparmq(ispec, name_text, opts, n1, n2, n3, n4);
+    default:
+      break;
   }
+  if (ispec < 1 || ispec > 16) return -1;
+
+  const Name name(name_text);
+  if (name.precision == 0) return 1;
+  const tuning::Sizes sizes{n1, n2, n3, n4};
+  switch (ispec) {
+    case 2:
+      return tuning::look_up<tuning::least_block_sizes>(name, opts.data, sizes, 2);
+    case 3:
+      return tuning::look_up<tuning::crossovers>(name, opts.data, sizes, 0);
+    case 12:
+      if (is_hessenberg_iteration(name)) return iparmq(ispec, name_text, opts, n1, n2, n3, n4);
+      [[fallthrough]];
+    default:
+      return tuning::look_up<tuning::block_sizes>(name, opts.data, sizes, 1);
+  }
+}
+
+Int iparmq(Int ispec, Text /*name*/, Text /*opts*/, Int /*n*/, Int ilo, Int ihi, Int /*lwork*/) {
+  const std::int64_t order = std::int64_t{ihi} - ilo + 1;
+  switch (ispec) {
+    case 12:
+      return 75;
+    case 13:
+      return order <= 500 ? shift_count(order) : 3 * shift_count(order) / 2;
+    case 14:
+      return 14;
+    case 15:
+      return shift_count(order);
+    case 16:
+      return shift_count(order) >= 14 ? 2 : 0;
+    default:
+      return -1;
+  }
+}
+
+void ilaver(Int& major_version, Int& minor_version, Int& patch) {
+  major_version = 3;
+  minor_version = 1;
+  patch = 1;
 }
 
 }  // namespace nuv

@@ -1,6 +1,6 @@
 #include "frame/binding.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdio>
 #include <cstdlib>

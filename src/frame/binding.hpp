@@ -1,6 +1,6 @@
 #pragma once
 
-// The libraries behind the stubs. The exported functions are declared in <nuv/nuv_lapack.h>.
+// The libraries behind the stubs. The exported functions are declared in <nuv/nuv_services.h>.
 //
 // Nothing here takes a lock and nothing is ever unloaded. A handle goes from null to a value once. Threads that race at
 // the first call store the same handle, with one accepted exception: a thread that finds the processor tier set and the

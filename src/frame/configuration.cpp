@@ -3,7 +3,7 @@
 
 #include "frame/configuration.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/stat.h>
 
 #include <cctype>

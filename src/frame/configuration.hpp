@@ -1,7 +1,7 @@
 #pragma once
 
 // The file nuv.cfg, in which a site names other files for the libraries behind this one, and the tables of names that
-// the loaders hand to dlopen. The exported functions are declared in <nuv/nuv_lapack.h>.
+// the loaders hand to dlopen. The exported functions are declared in <nuv/nuv_services.h>.
 //
 // The reader takes no lock. Threads that meet in it all run it: each sets the tables to the defaults and applies the
 // file again, so that a loader may see an entry half written. That race is accepted; an application that wants

@@ -1,7 +1,7 @@
 // The chain from a routine's report to the text on the error stream. Every library of the set holds it, so that a
 // kernel's report finds an application's handler as well.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 // How a routine reports a bad argument.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include "base/types.hpp"
 

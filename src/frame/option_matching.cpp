@@ -1,6 +1,6 @@
 #include "frame/option_matching.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 namespace nuv {
 

@@ -1,13 +1,13 @@
 #pragma once
 
 // The pool of work memory: freed blocks wait in a table for the next request of the same thread. The exported functions
-// are declared in <nuv/nuv_lapack.h>.
+// are declared in <nuv/nuv_services.h>.
 //
 // A slot of the table is empty (no block), in use, or idle (a block, free for reuse). Empty becomes in use when a block
 // is appended; in use becomes idle in nuv_serv_deallocate; idle becomes in use by a later request of the thread that
 // owns the slot; idle becomes empty when idle blocks are trimmed. A thread that ends leaves its idle blocks to that.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <pthread.h>
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "frame/processor.hpp"
 
 #include <cpuid.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #pragma once
 
 // The processor tier: a small integer for what the processor offers, the index of its kernel library in dll_cfg_names.
-// The exported functions are declared in <nuv/nuv_lapack.h>.
+// The exported functions are declared in <nuv/nuv_services.h>.
 //
 //   -1          not found out yet
 //   0           no SSE, or no cpuid instruction

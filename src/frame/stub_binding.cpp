@@ -1,6 +1,6 @@
 // What a stub does when it does not yet know its target.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdint>
 

@@ -1,5 +1,6 @@
 """Tests of the catalogue's generator, on small catalogues of invented names."""
 
+import collections
 import contextlib
 import importlib.util
 import io
@@ -16,6 +17,7 @@ generate = importlib.util.module_from_spec(definition)
 definition.loader.exec_module(generate)
 
 HEADER = "include/nuv/nuv_lapack.h"
+SERVICES = "include/nuv/nuv_services.h"
 MODULE = "include/nuv/nuv_lapack.f90"
 FAMILIES = "family solvers/widget\nlayer_family threading/widget\n"
 
@@ -104,6 +106,11 @@ class Parsing(unittest.TestCase):
                                    "family other\nroutine d ?c ()\n m\n")
         self.assertEqual([(r.family, r.layer_family) for r in catalogue.routines],
                          [("solvers/widget", "threading/widget")] * 2 + [("other", "")])
+
+    def test_bare_stubs_need_names_with_precisions(self):
+        self.refused("layer_stub sd getrf\n", "1: not the name of a layer stub: 'getrf'")
+        self.refused("layer_stub sx ?getrf\n", "1: unknown precision 'x'")
+        self.refused("layer_stub sd ?getrf\nlayer_stub s ?getrf\n", "2: 'nuv_lapack_sgetrf' stands twice")
 
     def test_errors_name_file_and_line(self):
         self.refused("\n# a comment\nwidget d ?a ()\n  m\n", "3: unknown kind 'widget'")
@@ -211,7 +218,7 @@ class Header(unittest.TestCase):
     def test_services(self):
         header = files("service void bind ()\n Binds.\nweak_service void nothing ()\n m\n"
                        "data const char* names [2]\n m\nhook void* take (size_t size)\n m\n"
-                       "hook void give (void* p)\n m\n")[HEADER]
+                       "hook void give (void* p)\n m\n")[SERVICES]
         for declaration in ("/* Binds. */\nvoid bind (void);", "void nothing (void);", "extern const char* names [2];",
                             "extern void* (*take)(size_t size);", "extern void (*give)(void* p);"):
             self.assertIn(declaration + "\n", header)
@@ -303,6 +310,16 @@ class Wrappers(unittest.TestCase):
         self.assertIn("inline std::complex<double> dotu(Int n) { std::complex<double> result; "
                       "nuv_blas_zdotu(&result, &n); return result;\n}", self.wrapper("kernel z ?dotu (Int n) -> T"))
 
+    def test_members_that_no_argument_tells_apart_are_a_template(self):
+        text = self.wrapper("routine sd ?lamch (char cmach) -> R", "internal/routines.hpp")
+        self.assertIn("template <Scalar T>\nReal<T> lamch(char cmach);\n"
+                      "template <>\ninline float lamch<float>(char cmach) { return nuv_lapack_slamch(&cmach, 1);\n}\n"
+                      "template <>\ninline double lamch<double>(char cmach) { return nuv_lapack_dlamch(&cmach, 1);\n}", text)
+        text = self.wrapper("routine cz ?larnd (Int idist, Int* iseed) -> T", "internal/routines.hpp")
+        self.assertIn("template <Scalar T>\nT larnd(Int idist, Int* iseed);\n"
+                      "template <>\ninline std::complex<float> larnd<std::complex<float>>(Int idist, Int* iseed) {", text)
+        self.assertNotIn("template", self.wrapper("kernel sd ?a (Int n, T alpha) -> T"))
+
     def test_layer_stubs_and_serial_bodies_have_wrappers_of_the_same_name(self):
         text = "layer d ?getrf (Int n)"
         self.assertIn("inline void getrf(Int n) { nuv_lapack_dgetrf(&n);\n}", self.wrapper(text, "internal/layer.hpp"))
@@ -380,6 +397,15 @@ class StubsAndExports(unittest.TestCase):
             "layer_stub nuv_blas_dgemm, nuv_blas_dgemm"])
         self.assertEqual([line for line in lines if line.startswith("#")], ['#include "frame/stub_pattern.S"'])
 
+    def test_a_stub_without_its_routine_is_exported_and_not_offered(self):
+        made = files("layer_stub cz ?getrf ?potrf\n")
+        names = ["nuv_lapack_cgetrf", "nuv_lapack_cpotrf", "nuv_lapack_zgetrf", "nuv_lapack_zpotrf"]
+        for name in names:
+            self.assertIn(f"layer_stub {name}, {name}\n", made["stubs.S"])
+            self.assertNotIn(name, made[HEADER] + made[MODULE] + made["layer_entries.S"])
+        self.assertEqual(made["exports/lapack.txt"].split(), names)
+        self.assertEqual(made["exports/layer.txt"], "")
+
     def test_export_lists(self):
         made = files(self.TEXT)
         expected = {
@@ -419,7 +445,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
+            HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
 
@@ -461,9 +487,7 @@ class TheCatalogue(unittest.TestCase):
     def setUp(self):
         self.catalogue = generate.Catalogue()
         for path in sorted(CATALOGUE.glob("*.cat")):
-            part = generate.parse(path.read_text(), path.name)
-            self.catalogue.routines += part.routines
-            self.catalogue.services += part.services
+            self.catalogue.add(generate.parse(path.read_text(), path.name))
 
     def test_only_xerbla_has_a_trailing_underscore(self):
         names = generate.exports(self.catalogue)["lapack"]
@@ -487,16 +511,36 @@ class TheCatalogue(unittest.TestCase):
             "nuv_serv_dll_xerbla", "nuv_serv_default_xerbla", "xerbla_", "nuv_serv_lsame", "nuv_lapack_lsamen",
             "nuv_serv_nuv_get_max_threads", "nuv_serv_cpu_detect"}, names)
 
+    def test_every_layer_stub_is_there(self):
+        layered = """
+            sdcz getrf gbtrf gbtrs gttrs pbtrs potrf pptrf pptrs pttrs tbtrs tptrs sptrs sytrs lasyf laspf geqrf latrd
+            laed0 laeh2
+            cz hetrs hptrs lahef lahpf unmqr unmlq unmql unmrq hetrd hptrd
+            sd ormqr ormlq ormql ormrq sytrd sptrd lasr3"""
+        expected, precisions = set(), ""
+        for word in layered.split():
+            if word in ("sdcz", "cz", "sd"):
+                precisions = word
+            else:
+                expected |= {f"nuv_lapack_{p}{word}" for p in precisions}
+        self.assertEqual(len(expected), 110)
+        found = self.catalogue.bare_stubs + [
+            name for r in self.catalogue.routines if r.kind == "layer" for _, name in generate.exported_names(r)]
+        self.assertEqual(sorted(found), sorted(expected))
+
     def test_families_of_stubs(self):
         """Which stubs test the configuration word is a fixed property of each name."""
         special = re.compile(r"nuv_blas_[sdcz](lasr_\w+|rot[23]|(potrf|sytrf)_[lu]_small|gtsv_small|"
                              r"(symv|syr2k?|hemv|her2k?)_nb)$")
+        count = collections.Counter()
         level3 = re.compile(r"nuv_blas_[sdcz](gemm|symm|syrk|syr2k|trmm|trsm|hemm|herk|her2k|gemm3m)$")
         for routine in self.catalogue.routines:
             for _, name in generate.exported_names(routine):
                 if name.startswith("nuv_blas_"):
                     kind = "special" if special.match(name) else "level3" if level3.match(name) else "kernel"
                     self.assertEqual(routine.kind, kind, name)
+                    count[kind] += 1
+        self.assertEqual(count, {"kernel": 158, "special": 58, "level3": 32})
         asked = {s.name: (s.kind, s.target) for s in self.catalogue.services if s.kind in generate.STUB_MACRO}
         self.assertEqual(asked, {
             "xerbla_": ("kernel_service", "nuv_serv_default_xerbla"),

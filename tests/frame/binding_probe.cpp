@@ -129,8 +129,11 @@ const std::map<std::string, Operation> operations = {
     {"dgemm", [](auto&) { call_dgemm(); }},
     {"dgetrf", [](auto&) { call_dgetrf(); }},
     {"threads", [](auto&) { std::printf("threads %d\n", IN_LAPACK(nuv_serv_nuv_get_max_threads)()); }},
-    {"bind_kernels", [](auto&) { IN_LAPACK(nuv_serv_load_dll)
-                                 (); }},
+    {"bind_kernels",
+     [](auto&) {
+       IN_LAPACK(nuv_serv_load_dll)
+       ();
+     }},
     {"detect", [](auto&) { std::printf("detect %d\n", IN_LAPACK(nuv_serv_cpu_detect)()); }},
     {"word", [](auto&) { std::printf("word %d\n", IN_LAPACK(__nuv_cfg_file_readed_extern)); }},
     {"clear_word", [](auto&) { IN_LAPACK(__nuv_cfg_file_readed_extern) = 0; }},

@@ -1,5 +1,5 @@
-// The reader of matrix files under arbitrary contents: it gives a matrix whose parts fit each other, or refuses with one
-// line of text.
+// The reader of matrix files under arbitrary contents: it gives a matrix whose parts fit each other, or refuses with
+// one line of text.
 
 #include <cmath>
 #include <cstdint>

@@ -5,6 +5,7 @@
 
 #include "layer.hpp"
 #include "routines.hpp"
+#include "solvers/definite.hpp"
 #include "solvers/factored.hpp"
 #include "support/options.hpp"
 #include "support/reported_errors.hpp"
@@ -153,6 +154,30 @@ TYPED_TEST(FarElements, AreInvertedAndSolvedForInATriangle) {
     routine_call::trti2(uplo, 'N', n, close, info);
     routine_call::trti2(uplo, 'N', n, unblocked, info);
     unblocked.expect_same_as(close);
+  }
+}
+
+TYPED_TEST(FarElements, AreFactoredAsADefiniteMatrix) {
+  using T = TypeParam;
+  for (const char uplo : uplos) {
+    GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n), B = this->matrix(3);
+    FarMatrix<T> far_A(A), far_B(B), unblocked(A);
+    Int info = 99, far_info = 99;
+    GuardedMatrix<T> close = A;
+    routine_call::potf2(uplo, n, close, info);
+    routine_call::potf2(uplo, n, unblocked, far_info);
+    EXPECT_EQ(info, far_info);
+    unblocked.expect_same_as(close);
+    routine_call::posv(uplo, n, 3, A, B, info);
+    routine_call::posv(uplo, n, 3, far_A, far_B, far_info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(far_info, 0);
+    far_A.expect_same_as(A);
+    far_B.expect_same_as(B);
+    routine_call::potri(uplo, n, A, info);
+    routine_call::potri(uplo, n, far_A, far_info);
+    EXPECT_EQ(far_info, 0);
+    far_A.expect_same_as(A);
   }
 }
 

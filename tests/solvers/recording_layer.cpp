@@ -50,12 +50,21 @@ using nuv::test::record;
     record("getrf", {}, {*m, *n});                                                                                     \
     NEXT(nuv_lapack_##p##getrf)(m, n, a, lda, ipiv, info);                                                             \
   }                                                                                                                    \
+  void nuv_lapack_##p##potrf(const char* uplo, const int* n, T* a, const int* lda, int* info, int length) {            \
+    record("potrf", {uplo}, {*n});                                                                                     \
+    NEXT(nuv_lapack_##p##potrf)(uplo, n, a, lda, info, length);                                                        \
+  }                                                                                                                    \
   void nuv_blas_##p##gemm(const char* transa, const char* transb, const int* m, const int* n, const int* k,            \
                           const T* alpha, const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c, \
                           const int* ldc, int length_a, int length_b) {                                                \
     record("gemm", {transa, transb}, {*m, *n, *k});                                                                    \
     NEXT(nuv_blas_##p##gemm)                                                                                           \
     (transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, length_a, length_b);                                \
+  }                                                                                                                    \
+  void nuv_blas_##p##syrk(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha, const T* a, \
+                          const int* lda, const T* beta, T* c, const int* ldc, int l1, int l2) {                       \
+    record("syrk", {uplo, trans}, {*n, *k});                                                                           \
+    NEXT(nuv_blas_##p##syrk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }                                                                                                                    \
   void nuv_blas_##p##trmm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \
                           const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,      \
@@ -70,10 +79,19 @@ using nuv::test::record;
     NEXT(nuv_blas_##p##trsm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                   \
   }
 
+#define RECORDING_HERMITIAN(p, T, R)                                                                                   \
+  void nuv_blas_##p##herk(const char* uplo, const char* trans, const int* n, const int* k, const R* alpha, const T* a, \
+                          const int* lda, const R* beta, T* c, const int* ldc, int l1, int l2) {                       \
+    record("herk", {uplo, trans}, {*n, *k});                                                                           \
+    NEXT(nuv_blas_##p##herk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
+  }
+
 RECORDING(s, float)
 RECORDING(d, double)
 RECORDING(c, nuv_complex8)
 RECORDING(z, nuv_complex16)
+RECORDING_HERMITIAN(c, nuv_complex8, float)
+RECORDING_HERMITIAN(z, nuv_complex16, double)
 
 int nuv_serv_nuv_get_max_threads() {
   return NEXT(nuv_serv_nuv_get_max_threads)();

@@ -69,6 +69,14 @@ WideMatrix<T> wide_triangle(const GuardedMatrix<T>& A, bool upper, bool unit_dia
 }
 
 template <Scalar T>
+WideMatrix<T> wide_hermitian(const GuardedMatrix<T>& A, bool upper) {
+  const WideMatrix<T> stored = wide_triangle(A, upper, false);
+  WideMatrix<T> result = stored + stored.adjoint();
+  for (Eigen::Index i = 0; i < result.rows(); ++i) result(i, i) = std::real(stored(i, i));
+  return result;
+}
+
+template <Scalar T>
 WideMatrix<T> op(char trans, const WideMatrix<T>& A) {
   if (same_letter(trans, 'N')) return A;
   if (same_letter(trans, 'T')) return A.transpose();
@@ -103,6 +111,13 @@ double factor_residual(const WideMatrix<T>& A, const GuardedMatrix<T>& factors, 
   for (Int i = 1; i <= ipiv.size(); ++i) rest.row(i - 1).swap(rest.row(ipiv(i) - 1));
   rest -= multiply(L, multiply(U, V));
   return ratio(norm(rest), norm(A) * std::max(A.rows(), A.cols()) * epsilon<T>);
+}
+
+template <Scalar T>
+double product_residual(const WideMatrix<T>& A, const WideMatrix<T>& F, const WideMatrix<T>& G) {
+  const WideMatrix<T> V = random_signs<T>(A.cols());
+  const WideMatrix<T> rest = multiply(A, V) - multiply(F, multiply(G, V));
+  return ratio(norm(rest), norm(A) * A.cols() * epsilon<T>);
 }
 
 template <Scalar T>
@@ -167,11 +182,13 @@ double Sum<T>::distance_from_zero() const {
   template WideMatrix<T> wide(const GuardedMatrix<T>&);                                                         \
   template WideMatrix<T> wide(const GuardedVector<T>&);                                                         \
   template WideMatrix<T> wide_triangle(const GuardedMatrix<T>&, bool, bool);                                    \
+  template WideMatrix<T> wide_hermitian(const GuardedMatrix<T>&, bool);                                         \
   template WideMatrix<T> op<T>(char, const WideMatrix<T>&);                                                     \
   template WideMatrix<T> product<T>(const WideMatrix<T>&, const WideMatrix<T>&);                                \
   template double solution_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);       \
   template double inverse_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&);                              \
   template double factor_residual<T>(const WideMatrix<T>&, const GuardedMatrix<T>&, const GuardedVector<Int>&); \
+  template double product_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);        \
   template std::vector<Int> wide_pivots<T>(WideMatrix<T>);                                                      \
   template class Sum<T>;
 

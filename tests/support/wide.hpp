@@ -39,6 +39,11 @@ WideMatrix<T> wide(const GuardedVector<T>& x);
 template <Scalar T>
 WideMatrix<T> wide_triangle(const GuardedMatrix<T>& A, bool upper, bool unit_diagonal);
 
+/// The Hermitian matrix of which A stores a triangle; the rest of A, and imaginary parts on its diagonal, may be
+/// anything.
+template <Scalar T>
+WideMatrix<T> wide_hermitian(const GuardedMatrix<T>& A, bool upper);
+
 /// op(A) for an option letter 'N', 'T' or 'C'.
 template <Scalar T>
 WideMatrix<T> op(char trans, const WideMatrix<T>& A);
@@ -61,6 +66,10 @@ double inverse_residual(const WideMatrix<T>& A, const WideMatrix<T>& X);
 /// ||(P A - L U) V|| / (||A|| n eps) for the factors of an m by n matrix, with n the larger size and V as above.
 template <Scalar T>
 double factor_residual(const WideMatrix<T>& A, const GuardedMatrix<T>& factors, const GuardedVector<Int>& ipiv);
+
+/// ||(A - F G) V|| / (||A|| n eps) for a square A and its factors, with V as above.
+template <Scalar T>
+double product_residual(const WideMatrix<T>& A, const WideMatrix<T>& F, const WideMatrix<T>& G);
 
 /// The row exchanges, counted from one, that partial pivoting makes in plain elimination.
 template <Scalar T>

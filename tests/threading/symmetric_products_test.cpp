@@ -23,7 +23,9 @@ std::vector<Int> some_sizes() {
   return is_sanitized ? std::vector<Int>{0, 1, 5, 26} : std::vector<Int>{0, 1, 3, 8, 25, 49, 70};
 }
 
-bool in_triangle(char uplo, Int i, Int j) { return is_upper(uplo) ? i <= j : i >= j; }
+bool in_triangle(char uplo, Int i, Int j) {
+  return is_upper(uplo) ? i <= j : i >= j;
+}
 
 /// Random entries in a triangle of a matrix of order n; guards elsewhere.
 template <Scalar T>
@@ -90,7 +92,9 @@ void check_product_with_symmetric(Random& random, bool hermitian) {
   }
 }
 
-TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) { check_product_with_symmetric<TypeParam>(this->random, false); }
+TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) {
+  check_product_with_symmetric<TypeParam>(this->random, false);
+}
 
 TYPED_TEST(SymmetricProducts, MultipliesByHermitian) {
   if constexpr (ComplexScalar<TypeParam>) check_product_with_symmetric<TypeParam>(this->random, true);
@@ -109,6 +113,10 @@ void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char 
   GuardedMatrix<T> C = random_part<T>(random, uplo, n, n + 3);
 
   const bool untouched = (alpha == T(0) || k == 0) && beta == T(1);
+  if constexpr (ComplexScalar<T>) {
+    for (Int j = 1; hermitian && !untouched && j <= n; ++j) C(j, j).imag(guard<Real<T>>());
+    C.seal();
+  }
   Sum<T> expected(n, n);
   expected.add(beta, whole(hermitian && !untouched, uplo, C));
   const auto op_of = [&](const GuardedMatrix<T>& X) { return is_transposed(trans) ? op<T>(trans, wide(X)) : wide(X); };
@@ -136,8 +144,9 @@ void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char 
 
 template <Scalar T>
 void check_updates(Random& random, bool hermitian, bool rank_2k) {
-  const std::vector<char> options = hermitian ? std::vector<char>{'N', 'C'} : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
-                                                                            : std::vector<char>{'N', 'T', 'C'};
+  const std::vector<char> options = hermitian          ? std::vector<char>{'N', 'C'}
+                                    : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
+                                                       : std::vector<char>{'N', 'T', 'C'};
   for (const Int n : some_sizes()) {
     for (const Int k : some_sizes()) {
       for (const char uplo : uplos) {
@@ -149,8 +158,12 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   }
 }
 
-TYPED_TEST(SymmetricProducts, UpdatesByRankK) { check_updates<TypeParam>(this->random, false, false); }
-TYPED_TEST(SymmetricProducts, UpdatesByRank2K) { check_updates<TypeParam>(this->random, false, true); }
+TYPED_TEST(SymmetricProducts, UpdatesByRankK) {
+  check_updates<TypeParam>(this->random, false, false);
+}
+TYPED_TEST(SymmetricProducts, UpdatesByRank2K) {
+  check_updates<TypeParam>(this->random, false, true);
+}
 
 TYPED_TEST(SymmetricProducts, UpdatesHermitianByRankK) {
   if constexpr (ComplexScalar<TypeParam>) check_updates<TypeParam>(this->random, true, false);

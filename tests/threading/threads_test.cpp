@@ -7,12 +7,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "blas.hpp"
 #include "layer.hpp"
+#include "support/child_process.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
 
@@ -90,6 +94,43 @@ TYPED_TEST(Threads, GiveTheFactorsOfOne) {
       });
       EXPECT_EQ(info, zero_column + 1);
     }
+  }
+}
+
+/// A positive definite matrix of order n.
+template <class T>
+std::vector<T> definite_numbers(Random& random, Int n) {
+  std::vector<T> a = numbers<T>(random, n, n);
+  for (Int i = 0; i < n; ++i) a[i + std::size_t(i) * n] = T(2 * std::sqrt(n + 1.0) + 2);
+  return a;
+}
+
+TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
+  using T = TypeParam;
+  for (const Int n : {100, 129, 300, 520}) {
+    for (const Int bad_minor : {0, n - 50}) {
+      std::vector<T> a = definite_numbers<T>(this->random, n);
+      if (bad_minor > 0) a[std::size_t(bad_minor - 1) * (n + 1)] = T(-1);
+      for (const char uplo : {'U', 'L'}) {
+        expect_same_bits(a, [&](T* x) {
+          Int info = -7;
+          layer::potrf(uplo, n, {x, n}, info);
+          EXPECT_EQ(info, bad_minor) << uplo << ", order " << n;
+        });
+      }
+    }
+  }
+}
+
+TEST(ThreadLayers, GiveTheSameFactors) {
+  const ChildResult alone = run_child({.arguments = {NUV_PRINT_FACTORS_SEQUENTIAL}});
+  EXPECT_TRUE(alone.succeeded()) << to_string(alone);
+  EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * 6 * 5);
+  for (const char* threads : {"1", "2", "3", "8"}) {
+    const ChildResult together =
+        run_child({.arguments = {"env", std::string("NUV_NUM_THREADS=") + threads, NUV_PRINT_FACTORS_THREADED}});
+    EXPECT_TRUE(together.succeeded()) << to_string(together);
+    EXPECT_EQ(together.output, alone.output) << threads << " threads";
   }
 }
 

@@ -75,7 +75,8 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult of_solve = run_nuv(folder, {"solve", option});
     EXPECT_EQ(of_solve.exit_status, 0);
     EXPECT_EQ(of_solve.error, "");
-    for (const char* word : {"-o,--output FILE", "-p,--precision", "s, d, c or z", "more than once are summed"}) {
+    for (const char* word :
+         {"-o,--output FILE", "-p,--precision", "s, d, c or z", "--spd", "more than once are summed"}) {
       EXPECT_NE(of_solve.output.find(word), std::string::npos) << word;
     }
     EXPECT_EQ(run_nuv(folder, {"info", option}).exit_status, 0);

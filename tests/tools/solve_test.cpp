@@ -82,11 +82,10 @@ long double residual(const Table& a, const Table& x, const Table& b, char precis
 }
 
 /// The residual that the account on standard error gives; -1 if the account isn't as it should be.
-double reported_residual(const std::string& account, const Table& a, const Table& b, char precision) {
-  const std::string words = precision == 's'   ? "sgesv, single"
-                            : precision == 'd' ? "dgesv, double"
-                            : precision == 'c' ? "cgesv, complex single"
-                                               : "zgesv, complex double";
+double reported_residual(const std::string& account, const Table& a, const Table& b, char precision,
+                         const std::string& solver) {
+  const std::string words = fmt::format("{}{}, {}{}", precision, solver, is_real(precision) ? "" : "complex ",
+                                        is_single(precision) ? "single" : "double");
   const auto found = match(account, fmt::format(R"(system             {0} by {0}, A\.mtx
 right-hand sides   {1}, b\.mtx
 solved by          nuv_lapack_{2} precision
@@ -98,11 +97,14 @@ time               [0-9.e+-]+ s
   return found.empty() ? -1 : std::stod(found[1]);
 }
 
+enum class Ask { General, Definite };
+
 /// Solves the files A.mtx and b.mtx of the folder and expects a solution of the system that the tables hold.
 Table expect_solution(const TemporaryFolder& folder, const Table& a, const Table& b, char precision,
-                      bool precision_given = true) {
+                      bool precision_given = true, Ask ask = Ask::General) {
   SCOPED_TRACE(std::string("precision ") + precision);
   std::vector<std::string> arguments = {"solve", "A.mtx", "b.mtx"};
+  if (ask == Ask::Definite) arguments.insert(arguments.begin() + 1, "--spd");
   if (precision_given) arguments.insert(arguments.end(), {"-p", std::string(1, precision)});
   const ChildResult result = run_nuv(folder, arguments);
   EXPECT_TRUE(result.succeeded()) << to_string(result);
@@ -113,7 +115,8 @@ Table expect_solution(const TemporaryFolder& folder, const Table& a, const Table
   EXPECT_EQ(x.columns, b.columns);
   const auto expected = static_cast<double>(residual(a, x, b, precision));
   EXPECT_LT(expected, 10);
-  EXPECT_NEAR(reported_residual(result.error, a, b, precision), expected, 0.01 * expected);
+  EXPECT_NEAR(reported_residual(result.error, a, b, precision, ask == Ask::Definite ? "posv" : "gesv"), expected,
+              0.01 * expected);
   return x;
 }
 
@@ -286,6 +289,56 @@ TEST(Solve, LargerSystemsWithSeveralRightHandSides) {
   }
 }
 
+/// A positive definite matrix of numbers of few digits, and its file: all of it, or its lower triangle.
+struct DefiniteFile {
+  Table values;
+  std::string text;
+
+  DefiniteFile(int n, bool is_complex, bool whole, unsigned seed) : values(table(n, n)) {
+    std::mt19937 random(seed);
+    const auto number = [&] { return (static_cast<int>(random() % 2001) - 1000) / 1024.0; };
+    for (int j = 0; j < n; ++j) {
+      values(j, j) = 2 * n + 1 + number();
+      for (int i = j + 1; i < n; ++i) {
+        values(i, j) = Complex(number(), is_complex ? number() : 0);
+        values(j, i) = std::conj(values(i, j));
+      }
+    }
+    text = fmt::format("%%MatrixMarket matrix array {} {}\n{} {}\n", is_complex ? "complex" : "real",
+                       whole        ? "general"
+                       : is_complex ? "hermitian"
+                                    : "symmetric",
+                       n, n);
+    for (int j = 0; j < n; ++j) {
+      for (int i = whole ? 0 : j; i < n; ++i) {
+        const auto real = static_cast<double>(values(i, j).real()),
+                   imaginary = static_cast<double>(values(i, j).imag());
+        text += is_complex ? fmt::format("{} {}\n", real, imaginary) : fmt::format("{}\n", real);
+      }
+    }
+  }
+};
+
+TEST(Solve, DefiniteSystemsByCholeskyFactorisation) {
+  for (const int n : {1, 2, 33, 150}) {
+    for (const bool is_complex : {false, true}) {
+      for (const bool whole : {false, true}) {
+        SCOPED_TRACE(fmt::format("order {}, complex {}, whole {}", n, is_complex, whole));
+        const DefiniteFile a(n, is_complex, whole, 5);
+        const RandomFile b(n, 3, false, 6);
+        const TemporaryFolder folder;
+        folder.write("A.mtx", a.text);
+        folder.write("b.mtx", b.text);
+        for (const char precision : {'s', 'd', 'c', 'z'}) {
+          if (is_complex && is_real(precision)) continue;
+          expect_solution(folder, a.values, b.values, precision, true, Ask::Definite);
+        }
+        expect_solution(folder, a.values, b.values, is_complex ? 'z' : 'd', false, Ask::Definite);
+      }
+    }
+  }
+}
+
 TEST(Solve, ComplexRightHandSidesOfARealMatrix) {
   const RandomFile a(20, 20, false, 1), b(20, 3, true, 2);
   const TemporaryFolder folder;
@@ -329,11 +382,11 @@ TEST(Solve, SystemsWithoutUnknownsOrWithoutRightHandSides) {
   folder.write("b.mtx", "%%MatrixMarket matrix array real general\n0 2\n");
   folder.write("A1.mtx", "%%MatrixMarket matrix array real general\n1 1\n4\n");
   folder.write("b0.mtx", "%%MatrixMarket matrix array real general\n1 0\n");
-  for (const char* precision : {"s", "d"}) {
-    const ChildResult nothing = run_nuv(folder, {"solve", "A.mtx", "b.mtx", "-p", precision});
+  for (const std::string option : {"-ps", "-pd", "--spd"}) {
+    const ChildResult nothing = run_nuv(folder, {"solve", "A.mtx", "b.mtx", option});
     EXPECT_TRUE(nothing.succeeded()) << to_string(nothing);
     EXPECT_EQ(nothing.output, "%%MatrixMarket matrix array real general\n0 2\n");
-    const ChildResult none = run_nuv(folder, {"solve", "A1.mtx", "b0.mtx", "-p", precision});
+    const ChildResult none = run_nuv(folder, {"solve", "A1.mtx", "b0.mtx", option});
     EXPECT_TRUE(none.succeeded()) << to_string(none);
     EXPECT_EQ(none.output, "%%MatrixMarket matrix array real general\n1 0\n");
   }

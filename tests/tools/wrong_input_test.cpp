@@ -66,6 +66,52 @@ TEST_F(WrongInput, SingularMatricesNameTheirPivot) {
   }
 }
 
+TEST_F(WrongInput, MatricesThatAreNotDefiniteNameTheirLeadingMinor) {
+  const std::string symmetric = "%%MatrixMarket matrix coordinate real symmetric\n";
+  folder.write("zero.mtx", coordinate + "2 2 0\n");
+  folder.write("negative.mtx", symmetric + "2 2 2\n1 1 -1\n2 2 1\n");
+  folder.write("indefinite.mtx", array + "2 2\n1\n2\n2\n1\n");
+  folder.write("semidefinite.mtx", symmetric + "3 3 4\n1 1 4\n2 2 1\n3 3 1\n3 1 2\n");
+  folder.write("rhs3.mtx", array + "3 1\n1\n1\n1\n");
+  // Beyond the first block of the factorisation in every precision.
+  std::string late = symmetric + "300 300 301\n280 277 1\n", late_rhs = array + "300 1\n";
+  for (int i = 1; i <= 300; ++i) {
+    late += std::to_string(i) + " " + std::to_string(i) + " 1\n";
+    late_rhs += "1\n";
+  }
+  folder.write("late.mtx", late);
+  folder.write("rhs300.mtx", late_rhs);
+  for (const char* precision : {"s", "d", "c", "z"}) {
+    const auto refused = [&](const std::string& a, const std::string& b, int minor) {
+      expect_refused(a, b,
+                     a + ": the matrix is not positive definite: its leading minor of order " + std::to_string(minor) +
+                         " is not positive",
+                     {"--spd", "-p", precision});
+    };
+    refused("zero.mtx", "rhs.mtx", 1);
+    refused("negative.mtx", "rhs.mtx", 1);
+    refused("indefinite.mtx", "rhs.mtx", 2);
+    refused("semidefinite.mtx", "rhs3.mtx", 3);
+    refused("late.mtx", "rhs300.mtx", 280);
+  }
+}
+
+TEST_F(WrongInput, MatricesThatAreNotTheirOwnTranspose) {
+  folder.write("lower.mtx", array + "2 2\n2\n0.5\n0\n4\n");
+  folder.write("skew.mtx", "%%MatrixMarket matrix array real skew-symmetric\n2 2\n1\n");
+  folder.write("symmetric.mtx", "%%MatrixMarket matrix array complex symmetric\n2 2\n2 0\n0 1\n2 0\n");
+  folder.write("diagonal.mtx", "%%MatrixMarket matrix array complex general\n2 2\n2 0\n0 0\n0 0\n2 0.5\n");
+  for (const char* name : {"lower", "skew"}) {
+    const std::string file = std::string(name) + ".mtx";
+    expect_refused(file, "rhs.mtx", file + ": the matrix is not symmetric: A(2,1) is not A(1,2)", {"--spd"});
+    expect_refused(file, "rhs.mtx", file + ": the matrix is not Hermitian: A(2,1) is not the conjugate of A(1,2)",
+                   {"--spd", "-pc"});
+  }
+  expect_refused("symmetric.mtx", "rhs.mtx",
+                 "symmetric.mtx: the matrix is not Hermitian: A(2,1) is not the conjugate of A(1,2)", {"--spd"});
+  expect_refused("diagonal.mtx", "rhs.mtx", "diagonal.mtx: the matrix is not Hermitian: A(2,2) is not real", {"--spd"});
+}
+
 TEST_F(WrongInput, AMatrixThatIsNotSquare) {
   folder.write("wide.mtx", array + "% sizes follow\n2 3\n1\n2\n3\n4\n5\n6\n");
   expect_refused("wide.mtx", "rhs.mtx", "wide.mtx:3: the matrix is 2 by 3, a system needs a square one");

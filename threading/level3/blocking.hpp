@@ -9,8 +9,8 @@ namespace nuv::threading::inline NUV_ISA {
 
 using simd::lanes;
 
-/// A register tile has row_vectors vectors by `columns` columns of C: row_vectors * columns accumulators (twice that for
-/// a complex product, whose real and imaginary parts are apart), row_vectors operands and a broadcast must fit the
+/// A register tile has row_vectors vectors by `columns` columns of C: row_vectors * columns accumulators (twice that
+/// for a complex product, whose real and imaginary parts are apart), row_vectors operands and a broadcast must fit the
 /// register file.
 template <Scalar T>
 struct Tile {
@@ -25,14 +25,42 @@ struct Tile {
 };
 
 /// Sizes of the packed blocks, in elements. A sliver of B (depth by Tile::columns) stays in the first-level cache while
-/// the slivers of A pass by; the block of A (height by depth) takes half of a second-level cache of 512 KiB or more; the
-/// block of B (depth by width) takes a part of the last-level cache.
+/// the slivers of A pass by; the block of A (height by depth) takes half of a second-level cache of 512 KiB or more;
+/// the block of B (depth by width) takes a part of the last-level cache.
 template <Scalar T>
 struct Block {
+  static constexpr bool wide_tiles = simd::vector_registers == 32;
+
   static constexpr Int depth = sizeof(T) == 4 ? 384 : sizeof(T) == 8 ? 256 : 192;
-  static constexpr Int height_bytes = simd::vector_registers == 32 ? 384 * 1024 : 192 * 1024;
-  static constexpr Int height = height_bytes / (depth * Int{sizeof(T)}) / Tile<T>::rows * Tile<T>::rows;
   static constexpr Int width = 4096 / Tile<T>::columns * Tile<T>::columns;
+
+  /// A product of few steps takes more rows at once, so that C is walked in long pieces of columns.
+  static constexpr Int height_bytes = (wide_tiles ? 384 : 192) * 1024;
+  static constexpr Int height(Int steps) {
+    return height_bytes / (steps * Int{sizeof(T)}) / Tile<T>::rows * Tile<T>::rows;
+  }
+
+  /// Columns that a sliver of A meets before the next sliver's turn. A narrow tile spends so few cycles on a step that
+  /// slivers of A would come too slowly from the second-level cache; there the slivers of B, a third as long, take
+  /// turns.
+  static constexpr Int panel = (wide_tiles ? 1 : 16) * Tile<T>::columns;
+
+  /// Packing pays when enough tiles read a sliver, and when it mends the way memory is read. With at most few_rows rows
+  /// B is read where it is, each element by up to 16 tiles. A is read where it is, by columns, with at most few_columns
+  /// columns of C, or if all of it stays in a cache that feeds the tile: half of a second-level one, or, for narrow
+  /// tiles, of a first-level one. (Measured on Zen 4: from 8 by 8 to 384 by 384 it wins over packing, by 30 to 3 %.)
+  static constexpr Int few_rows = 16 * Tile<T>::rows;
+  static constexpr Int few_columns = 8 * Tile<T>::columns;
+  static constexpr Int near_elements = (wide_tiles ? 512 : 16) * 1024 / Int{sizeof(T)};
+
+  /// Multiply-adds below which a second thread costs more than it brings. To start a team and to wait for it takes
+  /// about 2 us. Measured on Zen 4 with AVX-512, one thread against two: products of order 32 1.3 and 2.9 us, 48 4.2
+  /// and 4.5 us (110e3 multiply-adds: even), 80 19 and 12 us; solves of order 32 1.9 and 4.2 us, 64 9.8 and 8.3 us
+  /// (131e3), 100 32 and 22 us; complex products of order 32 (33e3 complex multiply-adds) 6.1 and 5.2 us. Twice the
+  /// number of the even case, so that a machine with other work loses nothing; numbers of one register width count
+  /// alike.
+  static constexpr double work_for_two_threads = 200e3 / (ComplexScalar<T> ? 4 : 1);
+  static constexpr bool is_little(double multiply_adds) { return multiply_adds < work_for_two_threads; }
 
   /// Order of the triangle at which triangular products and solves stop dividing.
   static constexpr Int leaf = ComplexScalar<T> ? 32 : 64;

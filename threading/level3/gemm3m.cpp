@@ -15,10 +15,7 @@ struct Parts {
   Int ld;
 
   Parts(R* room, Int rows, Int columns)
-      : re(room),
-        im(room + std::ptrdiff_t{rows} * columns),
-        sum(room + 2 * std::ptrdiff_t{rows} * columns),
-        ld(rows) {}
+      : re(room), im(room + std::ptrdiff_t{rows} * columns), sum(room + 2 * std::ptrdiff_t{rows} * columns), ld(rows) {}
 
   /// Takes apart op(X) with the element (i, j) at X[i * down + j * across].
   void take(Int rows, Int columns, const std::complex<R>* x, std::ptrdiff_t down, std::ptrdiff_t across,
@@ -96,7 +93,7 @@ void gemm3m(char transa, char transb, Int m, Int n, Int k, T alpha, const T* a, 
   const Matrix C{c, ldc};
   if (k == 0 || alpha == T(0)) return scale(m, n, beta, C);
   const Operand<T> A = left_operand(transa, Matrix{a, lda}), B = right_operand(transb, Matrix{b, ldb});
-  split(n, block_columns, double(m) * n * k, [&](Int from, Int until) {
+  split(n, block_columns, Block<T>::is_little(double(m) * n * k), [&](Int from, Int until) {
     const Operand<T> B_part = shifted(B, from);
     const Matrix<T> C_part = block(C, 1, from + 1);
     if (!product_by_parts(m, until - from, k, alpha, A, B_part, beta, C_part)) {

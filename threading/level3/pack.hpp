@@ -77,42 +77,181 @@ template <Layout layout, Scalar T>
   }
 }
 
-/// Packs `depth` steps of `count` elements, each step padded with zeros to `width`, from memory without structure.
-template <Layout layout, int fixed_width, Scalar T>
-void pack_strided(const T* from, std::ptrdiff_t along, std::ptrdiff_t deep, bool conjugated, int count, int width,
-                  Int depth, Real<T>* to) {
-  constexpr int parts = ComplexScalar<T> ? 2 : 1;
-  if (count < width) std::fill_n(to, std::ptrdiff_t{depth} * width * parts, Real<T>(0));
-  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts;
-  const auto copy_steps = [&](int n, int w, auto value) {
-    if (along == 1) {
-      for (Int l = 0; l < depth; ++l) {
-        for (int i = 0; i < n; ++i) put<layout, T>(to + l * step, w, i, value(from[l * deep + i]));
-      }
-    } else {
-      // A few columns of the source at a time, so that both sides stay in the first-level cache.
-      constexpr Int strip = 8;
-      for (Int l0 = 0; l0 < depth; l0 += strip) {
-        const Int l1 = std::min(depth, l0 + strip);
-        for (int i = 0; i < n; ++i) {
-          const T* source = from + i * along;
-          for (Int l = l0; l < l1; ++l) put<layout, T>(to + l * step, w, i, value(source[l * deep]));
+namespace pack_detail {
+
+using simd::Simd;
+
+/// Elements in a vector. A complex element takes two lanes beside each other, as it does in memory.
+template <Scalar T>
+inline constexpr int elements = simd::vector_bytes / static_cast<int>(sizeof(T));
+
+template <Scalar T>
+inline constexpr int parts = ComplexScalar<T> ? 2 : 1;
+
+/// The first `count` elements from memory, as many as a vector holds; the others are zero.
+template <bool conjugated, Scalar T>
+[[gnu::always_inline]] inline Simd<Real<T>> load_elements(const T* from, Int count) {
+  using R = Real<T>;
+  if (count <= 0) return Simd<R>{};
+  const R* const numbers = reinterpret_cast<const R*>(from);
+  const Simd<R> x =
+      count >= elements<T> ? simd::load(numbers) : simd::load_first(numbers, static_cast<int>(count) * parts<T>);
+  if constexpr (conjugated) return x * simd::alternating<R>(1, -1);
+  return x;
+}
+
+/// Elements x0 y0 x1 y1 ... of two vectors.
+template <Scalar T>
+[[gnu::always_inline]] inline simd::Pair<Real<T>> interleave_elements(Simd<Real<T>> x, Simd<Real<T>> y) {
+  using R = Real<T>;
+  if constexpr (RealScalar<T>) {
+    return simd::interleave<R>(x, y);
+  } else if constexpr (elements<T> == 1) {
+    return {x, y};
+  } else {
+    constexpr int half = elements<T> / 2;
+    const auto places = [](int first) {
+      return simd::detail::lane_choice<R>(
+          [first](int i) { return 2 * (first + i / 4) + i % 2 + (i / 2 % 2) * lanes<R>; });
+    };
+    return {__builtin_shuffle(x, y, places(0)), __builtin_shuffle(x, y, places(half))};
+  }
+}
+
+/// `rows` vectors, a power of two, become their columns: read one after the other they then hold the first element of
+/// each row, the second of each, and so on. Each step turns the bits of an element's place (row, column) by one.
+template <Scalar T, int rows>
+[[gnu::always_inline]] inline void transpose(Simd<Real<T>> (&x)[rows]) {
+#pragma GCC unroll 4
+  for (int step = 1; step < rows; step *= 2) {
+    Simd<Real<T>> turned[rows];
+#pragma GCC unroll 8
+    for (int i = 0; i < rows / 2; ++i) {
+      const auto pair = interleave_elements<T>(x[i], x[i + rows / 2]);
+      turned[2 * i] = pair.first;
+      turned[2 * i + 1] = pair.second;
+    }
+#pragma GCC unroll 16
+    for (int i = 0; i < rows; ++i) x[i] = turned[i];
+  }
+}
+
+/// Vectors that are written together: two of complex elements where their parts are set apart.
+template <Layout layout, Scalar T>
+inline constexpr int group = ComplexScalar<T>&& layout == Layout::parts_apart ? 2 : 1;
+
+/// Writes the elements from i on of a step; get(g) is vector g of a group. Parts are set apart in whole vectors.
+template <Layout layout, Scalar T, class Get>
+[[gnu::always_inline]] inline void store_group(Real<T>* step, int width, int i, Get get) {
+  if constexpr (group<layout, T> == 2) {
+    const auto [re, im] = simd::deinterleave<Real<T>>(get(0), get(1));
+    simd::store(step + i, re);
+    simd::store(step + width + i, im);
+  } else if (i + elements<T> <= width) {
+    simd::store(step + i * parts<T>, get(0));
+  } else {
+    simd::store_first(step + i * parts<T>, get(0), (width - i) * parts<T>);
+  }
+}
+
+/// A source whose elements lie side by side along C. Steps are far from each other in memory, and the processor does
+/// not foresee them.
+template <Layout layout, bool conjugated, Scalar T>
+[[gnu::always_inline]] inline void copy_steps(const T* from, std::ptrdiff_t deep, int count, int width, Int depth,
+                                              Real<T>* to) {
+  constexpr int together = elements<T> * group<layout, T>;
+  constexpr Int ahead = 16;
+  constexpr int line = 64 / static_cast<int>(sizeof(T));
+  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts<T>;
+  for (Int l = 0; l < depth; ++l) {
+    const T* const source = from + l * deep;
+    for (int i = 0; i < count; i += line) __builtin_prefetch(source + ahead * deep + i);
+    for (int i = 0; i < width; i += together) {
+      store_group<layout, T>(
+          to + l * step, width, i, [&](int g) __attribute__((always_inline)) {
+            const int first = i + g * elements<T>;
+            return load_elements<conjugated>(source + first, count - first);
+          });
+    }
+  }
+}
+
+/// A source whose steps lie side by side: squares of it are transposed in registers.
+template <Layout layout, bool conjugated, int fixed_width, Scalar T>
+[[gnu::always_inline]] inline void transpose_steps(const T* from, std::ptrdiff_t along, int count, int width, Int depth,
+                                                   Real<T>* to) {
+  constexpr int n = elements<T>;
+  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts<T>;
+  const auto load_row = [&](int i, Int l) __attribute__((always_inline)) {
+    return i < count ? load_elements<conjugated>(from + i * along + l, depth - l) : Simd<Real<T>>{};
+  };
+  if constexpr (group<layout, T> == 1 && fixed_width < n && (fixed_width & (fixed_width - 1)) == 0) {
+    for (Int l = 0; l < depth; l += n) {
+      Simd<Real<T>> x[fixed_width];
+#pragma GCC unroll 16
+      for (int i = 0; i < fixed_width; ++i) x[i] = load_row(i, l);
+      transpose<T, fixed_width>(x);
+      Real<T>* const target = to + l * step;
+      const Int numbers = (depth - l) * step;
+#pragma GCC unroll 16
+      for (int i = 0; i < fixed_width; ++i) {
+        const Int left = numbers - i * lanes<Real<T>>;
+        if (left >= lanes<Real<T>>) {
+          simd::store(target + i * lanes<Real<T>>, x[i]);
+        } else if (left > 0) {
+          simd::store_first(target + i * lanes<Real<T>>, x[i], static_cast<int>(left));
         }
       }
     }
-  };
-  const auto copy = [&](int n, int w) {
-    if (conjugated) {
-      copy_steps(n, w, [](T x) { return conjugate(x); });
+  } else {
+    constexpr int groups = group<layout, T>;
+    for (int i0 = 0; i0 < width; i0 += groups * n) {
+      for (Int l = 0; l < depth; l += n) {
+        Simd<Real<T>> x[groups][n];
+#pragma GCC unroll 2
+        for (int g = 0; g < groups; ++g) {
+#pragma GCC unroll 16
+          for (int i = 0; i < n; ++i) x[g][i] = load_row(i0 + g * n + i, l);
+          transpose<T, n>(x[g]);
+        }
+#pragma GCC unroll 16
+        for (int s = 0; s < n; ++s) {
+          if (l + s >= depth) break;
+          store_group<layout, T>(
+              to + (l + s) * step, width, i0, [&](int g) __attribute__((always_inline)) { return x[g][s]; });
+        }
+      }
+    }
+  }
+}
+
+}  // namespace pack_detail
+
+/// Packs `depth` steps of `count` elements, each step padded with zeros to `width`, from memory without structure in
+/// which either i or l runs through neighbours. Slivers of width fixed_width are the rule. Where parts are set apart,
+/// `width` is a multiple of the lanes.
+template <Layout layout, int fixed_width, Scalar T>
+void pack_strided(const T* from, std::ptrdiff_t along, std::ptrdiff_t deep, bool conjugated, int count, int width,
+                  Int depth, Real<T>* to) {
+  using namespace pack_detail;
+  const auto pack = [&]<bool conjugates>(int n, int w) __attribute__((always_inline)) {
+    if (along == 1) {
+      copy_steps<layout, conjugates>(from, deep, n, w, depth, to);
     } else {
-      copy_steps(n, w, [](T x) { return x; });
+      transpose_steps<layout, conjugates, fixed_width>(from, along, n, w, depth, to);
     }
   };
-  if (count == fixed_width && width == fixed_width) {
-    copy(fixed_width, fixed_width);
-  } else {
-    copy(count, width);
+  const auto pack_width = [&]<bool conjugates>() __attribute__((always_inline)) {
+    if (count == fixed_width && width == fixed_width) {
+      pack.template operator()<conjugates>(fixed_width, fixed_width);
+    } else {
+      pack.template operator()<conjugates>(count, width);
+    }
+  };
+  if constexpr (ComplexScalar<T>) {
+    if (conjugated) return pack_width.template operator()<true>();
   }
+  pack_width.template operator()<false>();
 }
 
 /// Packs elements i0 to i0 + count, steps l0 to l0 + depth, of an operand.

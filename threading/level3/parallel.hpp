@@ -15,13 +15,13 @@ Operand<T> shifted(Operand<T> x, Int i) {
 /// taller than wide.
 template <Scalar T>
 void parallel_product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C) {
-  const double work = double(m) * n * k;
+  const bool little = Block<T>::is_little(double(m) * n * k);
   if (n >= m || n >= 64 * Tile<T>::columns) {
-    split(n, Tile<T>::columns, work, [&](Int from, Int until) {
+    split(n, Tile<T>::columns, little, [&](Int from, Int until) {
       product(m, until - from, k, alpha, A, shifted(B, from), beta, block(C, 1, from + 1));
     });
   } else {
-    split(m, Tile<T>::rows, work, [&](Int from, Int until) {
+    split(m, Tile<T>::rows, little, [&](Int from, Int until) {
       product(until - from, n, k, alpha, shifted(A, from), B, beta, block(C, from + 1, 1));
     });
   }

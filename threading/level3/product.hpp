@@ -4,7 +4,7 @@
 // multiplication", ACM TOMS 34, 2008; F. Van Zee and R. van de Geijn, "BLIS: a framework for rapidly instantiating BLAS
 // functionality", ACM TOMS 41, 2015).
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 
@@ -19,7 +19,9 @@ enum class Region { all, lower, upper };
 
 namespace product_detail {
 
-constexpr Int round_up(Int n, Int multiple) { return (n + multiple - 1) / multiple * multiple; }
+constexpr Int round_up(Int n, Int multiple) {
+  return (n + multiple - 1) / multiple * multiple;
+}
 
 /// n split into equal parts of at most `limit`, each a multiple of `multiple`.
 constexpr Int even_part(Int n, Int limit, Int multiple) {
@@ -38,10 +40,12 @@ class PackingRoom {
   Int depth, height, width;
   Real<T>*a, *b;
 
-  PackingRoom(Int m, Int n, Int k)
+  PackingRoom(Int m, Int n, Int k, InPlace in_place)
       : depth(even_part(k, Block<T>::depth, 8)),
-        height(round_up(even_part(m, Block<T>::height, Tile<T>::rows), lanes<Real<T>>)),
-        width(round_up(std::min(n, Block<T>::width), Tile<T>::columns)) {
+        height(round_up(even_part(m, Block<T>::height(depth), Tile<T>::rows), lanes<Real<T>>)),
+        width(round_up(std::min(n, Block<T>::width), Tile<T>::columns)),
+        holds_a_(in_place != InPlace::both),
+        holds_b_(in_place == InPlace::none) {
     if (bytes() <= stack_bytes) {
       lay_out(stack_);
     } else if (void* room = nuv_serv_allocate(static_cast<unsigned>(bytes()), alignment)) {
@@ -63,13 +67,16 @@ class PackingRoom {
   PackingRoom& operator=(const PackingRoom&) = delete;
 
  private:
-  std::size_t bytes_of_a() const { return (std::size_t(depth) * height * sizeof(T) + alignment - 1) / alignment * alignment; }
-  std::size_t bytes() const { return bytes_of_a() + std::size_t(depth) * width * sizeof(T); }
+  std::size_t bytes_of_a() const {
+    return holds_a_ ? (std::size_t(depth) * height * sizeof(T) + alignment - 1) / alignment * alignment : 0;
+  }
+  std::size_t bytes() const { return bytes_of_a() + (holds_b_ ? std::size_t(depth) * width * sizeof(T) : 0); }
   void lay_out(void* room) {
     a = static_cast<Real<T>*>(room);
     b = reinterpret_cast<Real<T>*>(static_cast<char*>(room) + bytes_of_a());
   }
 
+  bool holds_a_, holds_b_;
   void* pooled_ = nullptr;
   alignas(alignment) char stack_[stack_bytes];
 };
@@ -102,55 +109,151 @@ template <Scalar T>
   each_inside([](T& mine, T& theirs) { theirs = mine; });
 }
 
-}  // namespace product_detail
-
-/// C := alpha A B + beta C on a region of C, m by n, with A m by k and B k by n; m, n, k > 0.
-///
-/// With n and k at most Block::leaf, all that the product reads of a row or column is packed before that row or column
-/// of C is written: C may then be one of the operands.
+/// Operands that pay no packing, because few tiles would read each sliver.
 template <Scalar T>
-void product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C,
-             Region region = Region::all) {
-  using namespace product_detail;
-  constexpr int tile_rows = Tile<T>::rows, tile_columns = Tile<T>::columns, parts = Tile<T>::parts;
-  PackingRoom<T> room(m, n, k);
+InPlace choose_in_place(Int m, Int n, Int k, const Operand<T>& A, const Operand<T>& B, Region region) {
+  if constexpr (ComplexScalar<T>) return InPlace::none;
+  if (region != Region::all || A.structure != Structure::full || B.structure != Structure::full) return InPlace::none;
+  const bool few_rows = m <= Block<T>::few_rows, few_columns = n <= Block<T>::few_columns;
+  const bool a_stays_near = few_rows && std::ptrdiff_t{m} * k <= Block<T>::near_elements;
+  if (A.along == 1 && (few_columns || a_stays_near)) return InPlace::both;
+  return few_rows ? InPlace::b : InPlace::none;
+}
 
-  for (Int jc = 0; jc < n; jc += room.width) {
-    const Int width = std::min(room.width, n - jc);
-    for (Int pc = 0; pc < k; pc += room.depth) {
-      const Int depth = std::min(room.depth, k - pc);
-      const Update<T> update{alpha, pc == 0 ? beta : T(1)};
-      for (Int j = 0; j < width; j += tile_columns) {
-        const int columns = std::min<Int>(tile_columns, width - j);
-        pack_sliver<Layout::pairs, tile_columns>(B, jc + j, columns, tile_columns, pc, depth,
-                                                 room.b + std::ptrdiff_t{j} * depth * parts);
-      }
-      for (Int ic = 0; ic < m; ic += room.height) {
-        const Int height = std::min(room.height, m - ic);
-        if (is_outside(region, ic, jc, height, width)) continue;
-        for (Int i = 0; i < height; i += tile_rows) {
-          const int rows = std::min<Int>(tile_rows, height - i);
-          pack_sliver<Layout::parts_apart, tile_rows>(A, ic + i, rows, round_up(rows, lanes<Real<T>>), pc, depth,
-                                                      room.a + std::ptrdiff_t{i} * depth * parts);
-        }
-        for (Int j = 0; j < width; j += tile_columns) {
-          const int columns = std::min<Int>(tile_columns, width - j);
-          const Real<T>* const b = room.b + std::ptrdiff_t{j} * depth * parts;
-          for (Int i = 0; i < height; i += tile_rows) {
-            const int rows = std::min<Int>(tile_rows, height - i);
-            const Real<T>* const a = room.a + std::ptrdiff_t{i} * depth * parts;
-            const Int i0 = ic + i, j0 = jc + j;
-            if (is_outside(region, i0, j0, rows, columns)) continue;
-            if (crosses_diagonal(region, i0, j0, rows, columns)) {
-              multiply_tile_in_region(region, i0, j0, depth, a, b, update, C, rows, columns);
-            } else {
-              multiply_tile_of_height<T>(depth, a, b, update, C.at(i0 + 1, j0 + 1), C.ld, rows, columns);
-            }
-          }
+/// Steps of a block of `depth` from step l0 on that may be other than zero for elements i0 to i0 + count of an operand.
+struct Steps {
+  Int from, until;
+};
+template <Scalar T>
+Steps steps_of(const Operand<T>& x, Int i0, Int count, Int l0, Int depth) {
+  if (x.structure == Structure::lower_triangular) return {0, std::clamp(i0 + count - l0, Int{0}, depth)};
+  if (x.structure == Structure::upper_triangular) return {std::clamp(i0 - l0, Int{0}, depth), depth};
+  return {0, depth};
+}
+
+/// The loops of a product around its tiles.
+template <InPlace in_place, Scalar T>
+class BlockedProduct {
+ public:
+  BlockedProduct(Int m, Int n, Int k, const Operand<T>& A, const Operand<T>& B, Matrix<T> C, Region region)
+      : m_(m), n_(n), k_(k), A_(A), B_(B), C_(C), region_(region), room_(m, n, k, in_place) {}
+
+  void multiply(T alpha, T beta) const {
+    for (Int j = 0; j < n_; j += room_.width) {
+      const Range columns{j, std::min(room_.width, n_ - j)};
+      for (Int l = 0; l < k_; l += room_.depth) {
+        const Range steps{l, std::min(room_.depth, k_ - l)};
+        const Update<T> update{alpha, l == 0 ? beta : T(1)};
+        if constexpr (!b_in_place) pack_b(columns, steps);
+        for (Int i = 0; i < m_; i += room_.height) {
+          const Range rows{i, std::min(room_.height, m_ - i)};
+          if (is_outside(region_, rows.first, columns.first, rows.count, columns.count)) continue;
+          if constexpr (!a_in_place) pack_a(rows, steps);
+          multiply_block(rows, columns, steps, update);
         }
       }
     }
   }
+
+ private:
+  static constexpr int tile_rows = Tile<T>::rows, tile_columns = Tile<T>::columns, parts = Tile<T>::parts;
+  static constexpr bool a_in_place = in_place == InPlace::both, b_in_place = in_place != InPlace::none;
+
+  struct Range {
+    Int first, count;
+  };
+
+  static Int padded(int rows) { return round_up(rows, lanes<Real<T>>); }
+  Real<T>* sliver_of_a(Int i, Int depth) const { return room_.a + std::ptrdiff_t{i} * depth * parts; }
+  Real<T>* sliver_of_b(Int j, Int depth) const { return room_.b + std::ptrdiff_t{j} * depth * parts; }
+
+  void pack_a(Range rows, Range steps) const {
+    for (Int i = 0; i < rows.count; i += tile_rows) {
+      const int count = std::min<Int>(tile_rows, rows.count - i);
+      pack_sliver<Layout::parts_apart, tile_rows>(A_, rows.first + i, count, padded(count), steps.first, steps.count,
+                                                  sliver_of_a(i, steps.count));
+    }
+  }
+
+  void pack_b(Range columns, Range steps) const {
+    for (Int j = 0; j < columns.count; j += tile_columns) {
+      const int count = std::min<Int>(tile_columns, columns.count - j);
+      pack_sliver<Layout::pairs, tile_columns>(B_, columns.first + j, count, tile_columns, steps.first, steps.count,
+                                               sliver_of_b(j, steps.count));
+    }
+  }
+
+  void multiply_block(Range rows, Range columns, Range steps, Update<T> update) const {
+    constexpr Int panel = Block<T>::panel;
+    for (Int panel_from = 0; panel_from < columns.count; panel_from += panel) {
+      const Int panel_until = std::min(columns.count, panel_from + panel);
+      for (Int i = 0; i < rows.count; i += tile_rows) {
+        for (Int j = panel_from; j < panel_until; j += tile_columns)
+          multiply_tile_at(i, j, rows, columns, steps, update);
+      }
+    }
+  }
+
+  /// The tile with row i and column j of a block.
+  [[gnu::always_inline]] void multiply_tile_at(Int i, Int j, Range rows, Range columns, Range steps,
+                                               Update<T> update) const {
+    const int height = std::min<Int>(tile_rows, rows.count - i), width = std::min<Int>(tile_columns, columns.count - j);
+    const Int i0 = rows.first + i, j0 = columns.first + j;
+    if (is_outside(region_, i0, j0, height, width)) return;
+    const Steps of_a = steps_of(A_, i0, height, steps.first, steps.count);
+    const Steps of_b = steps_of(B_, j0, width, steps.first, steps.count);
+    const Int first = std::max(of_a.from, of_b.from);
+    const Int depth = std::max(Int{0}, std::min(of_a.until, of_b.until) - first);
+
+    TileOperands<T> from;
+    if constexpr (a_in_place) {
+      from.a = A_.at(i0, steps.first);
+      from.a_deep = A_.deep;
+    } else {
+      from.a = sliver_of_a(i, steps.count) + std::ptrdiff_t{first} * padded(height) * parts;
+    }
+    if constexpr (b_in_place) {
+      from.b = B_.at(j0, steps.first);
+      from.b_deep = B_.deep;
+      from.b_along = B_.along;
+    } else {
+      from.b = sliver_of_b(j, steps.count) + std::ptrdiff_t{first} * tile_columns * parts;
+    }
+    if (crosses_diagonal(region_, i0, j0, height, width)) {
+      multiply_tile_in_region(region_, i0, j0, depth, from.a, from.b, update, C_, height, width);
+    } else {
+      multiply_tile_of_height<in_place>(depth, from, update, C_.at(i0 + 1, j0 + 1), C_.ld, height, width);
+    }
+  }
+
+  Int m_, n_, k_;
+  const Operand<T>&A_, &B_;
+  Matrix<T> C_;
+  Region region_;
+  PackingRoom<T> room_;
+};
+
+}  // namespace product_detail
+
+/// C := alpha A B + beta C on a region of C, m by n, with A m by k and B k by n; m, n, k > 0.
+///
+/// With a triangular operand, and n and k at most Block::leaf, all that the product reads of a row or column is packed
+/// before that row or column of C is written: C may then be one of the operands.
+template <Scalar T>
+void product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C,
+             Region region = Region::all) {
+  using namespace product_detail;
+  if constexpr (RealScalar<T>) {
+    switch (choose_in_place(m, n, k, A, B, region)) {
+      case InPlace::none:
+        break;
+      case InPlace::b:
+        return BlockedProduct<InPlace::b, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
+      case InPlace::both:
+        return BlockedProduct<InPlace::both, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
+    }
+  }
+  BlockedProduct<InPlace::none, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
 }
 
 /// op(X), by its option letter, as the left operand of a product ...

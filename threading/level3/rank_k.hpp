@@ -11,7 +11,9 @@
 
 namespace nuv::threading::inline NUV_ISA {
 
-inline Region region_of(char uplo) { return same_letter(uplo, 'L') ? Region::lower : Region::upper; }
+inline Region region_of(char uplo) {
+  return same_letter(uplo, 'L') ? Region::lower : Region::upper;
+}
 
 /// op(A) as the left operand of op(A) op(B)', where ' transposes, or conjugates as well for a Hermitian update.
 template <Scalar T>
@@ -29,7 +31,7 @@ Operand<T> rank_k_right(bool hermitian, char trans, Matrix<const T> B) {
   return x;
 }
 
-/// A Hermitian matrix has a real diagonal.
+/// A Hermitian matrix has a real diagonal: imaginary parts are not looked at before an update, and zero after it.
 template <Scalar T>
 void make_diagonal_real(Int n, Matrix<T> C) {
   for (Int j = 1; j <= n; ++j) C(j, j) = T(std::real(C(j, j)));
@@ -46,7 +48,7 @@ void split_triangle(Region region, Int n, double multiply_adds, Work work) {
     const double x = region == Region::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);
     return cell == cells ? n : static_cast<Int>(x * n) / grain * grain;
   };
-  split(cells, 1, multiply_adds, [&](Int from, Int until) {
+  split(cells, 1, Block<T>::is_little(multiply_adds), [&](Int from, Int until) {
     const Int first = column_at(from), last = column_at(until);
     if (first < last) work(first, last);
   });
@@ -62,7 +64,8 @@ void product_in_triangle(Region region, Int n, Int from, Int until, Int k, T alp
   };
   const Int columns = until - from;
   if (region == Region::lower) {
-    product(n - from, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1), region);
+    product(n - from, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1),
+            region);
     return;
   }
   // Above the diagonal block the whole rectangle belongs to the triangle.

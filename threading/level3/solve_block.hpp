@@ -58,8 +58,8 @@ template <Scalar T>
 struct SolveShape {
   static constexpr bool complex = ComplexScalar<T>;
   static constexpr int vectors = simd::vector_registers == 32 ? (complex ? 2 : 4) : (complex ? 1 : 2);
-  static constexpr int columns = vectors * lanes<Real<T>>;        ///< right-hand sides taken together
-  static constexpr int row_reals = columns * (complex ? 2 : 1);   ///< reals in a row of the buffer
+  static constexpr int columns = vectors * lanes<Real<T>>;       ///< right-hand sides taken together
+  static constexpr int row_reals = columns * (complex ? 2 : 1);  ///< reals in a row of the buffer
   static constexpr int rows_together = 4;
 };
 

@@ -31,14 +31,14 @@ void multiply_by_symmetric(bool hermitian, char side, char uplo, Int m, Int n, T
   symmetric.hermitian = hermitian;
 
   // Only the operand without structure can be cut, so threads share the work along its side of C.
-  const double work = double(m) * n * (left ? m : n);
+  const bool little = Block<T>::is_little(double(m) * n * (left ? m : n));
   if (left) {
-    split(n, Tile<T>::columns, work, [&](Int from, Int until) {
+    split(n, Tile<T>::columns, little, [&](Int from, Int until) {
       product(m, until - from, m, alpha, symmetric, right_operand('N', block(B, 1, from + 1)), beta,
               block(C, 1, from + 1));
     });
   } else {
-    split(m, Tile<T>::rows, work, [&](Int from, Int until) {
+    split(m, Tile<T>::rows, little, [&](Int from, Int until) {
       product(until - from, n, n, alpha, left_operand('N', block(B, from + 1, 1)), symmetric, beta,
               block(C, from + 1, 1));
     });
@@ -50,7 +50,8 @@ void multiply_by_symmetric(bool hermitian, char side, char uplo, Int m, Int n, T
 /// C := alpha A B + beta C (side 'L', A of order m) or C := alpha B A + beta C (side 'R', A of order n), A symmetric, B
 /// and C m by n. Only the triangle of A that uplo names is read; beta zero writes C without reading it.
 template <Scalar T>
-void symm(char side, char uplo, Int m, Int n, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c, Int ldc) {
+void symm(char side, char uplo, Int m, Int n, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c,
+          Int ldc) {
   const Int info = check(side, uplo, m, n, lda, ldb, ldc);
   if (info != 0) return report_bad_argument<T>("SYMM", info);
   multiply_by_symmetric(false, side, uplo, m, n, alpha, {a, lda}, {b, ldb}, beta, Matrix{c, ldc});
@@ -58,7 +59,8 @@ void symm(char side, char uplo, Int m, Int n, T alpha, const T* a, Int lda, cons
 
 /// The same for a Hermitian A, whose diagonal counts as real.
 template <ComplexScalar T>
-void hemm(char side, char uplo, Int m, Int n, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c, Int ldc) {
+void hemm(char side, char uplo, Int m, Int n, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c,
+          Int ldc) {
   const Int info = check(side, uplo, m, n, lda, ldb, ldc);
   if (info != 0) return report_bad_argument<T>("HEMM", info);
   multiply_by_symmetric(true, side, uplo, m, n, alpha, {a, lda}, {b, ldb}, beta, Matrix{c, ldc});

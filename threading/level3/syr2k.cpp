@@ -24,6 +24,7 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
             Matrix<T> C) {
   if (n == 0 || ((alpha == T(0) || k == 0) && beta == T(1))) return;
   const Region region = region_of(uplo);
+  if (hermitian && beta != T(0)) make_diagonal_real(n, C);
   if (alpha == T(0) || k == 0) {
     scale(n, n, beta, C, region);
   } else {
@@ -41,8 +42,8 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
 
 }  // namespace
 
-/// C := alpha A B^T + alpha B A^T + beta C (trans 'N', A and B n by k) or C := alpha A^T B + alpha B^T A + beta C (trans
-/// 'T', or 'C' in real precisions, A and B k by n) on the triangle of the symmetric C that uplo names.
+/// C := alpha A B^T + alpha B A^T + beta C (trans 'N', A and B n by k) or C := alpha A^T B + alpha B^T A + beta C
+/// (trans 'T', or 'C' in real precisions, A and B k by n) on the triangle of the symmetric C that uplo names.
 template <Scalar T>
 void syr2k(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c,
            Int ldc) {

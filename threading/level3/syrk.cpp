@@ -21,6 +21,7 @@ template <Scalar T>
 void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, T beta, Matrix<T> C) {
   if (n == 0 || ((alpha == T(0) || k == 0) && beta == T(1))) return;
   const Region region = region_of(uplo);
+  if (hermitian && beta != T(0)) make_diagonal_real(n, C);
   if (alpha == T(0) || k == 0) {
     scale(n, n, beta, C, region);
   } else {

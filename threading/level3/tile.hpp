@@ -2,6 +2,8 @@
 
 // The register tile: the one inner loop of all products.
 
+#include <algorithm>
+
 #include "base/matrix.hpp"
 #include "base/simd.hpp"
 #include "threading/level3/blocking.hpp"
@@ -35,16 +37,35 @@ template <RealScalar R>
 
 }  // namespace tile_detail
 
+/// Where a tile finds its operands. Element (l, j) of B stands at b[l * b_deep + j * b_along]; in a packed sliver
+/// b_along is 1 and b_deep the number of columns. Of A a tile reads whole vectors of rows, a_deep apart; in a packed
+/// sliver all of its vectors are padded with zeros, else what lies below the last row is not touched.
+template <Scalar T>
+struct TileOperands {
+  const Real<T>*a, *b;
+  std::ptrdiff_t a_deep = 0, b_deep = 0, b_along = 1;
+};
+
+/// Which operands are read where they are: there are no slivers of them.
+enum class InPlace { none, b, both };
+
 /// C := alpha A B + beta C for one tile of C with `rows` by `columns` elements, 0 < rows <= row_vectors vectors,
-/// 0 < columns <= Tile::columns.
-///
-/// a   packed sliver of A: for each of `depth` steps row_vectors vectors, padded with zeros
-/// b   packed sliver of B: for each step Tile::columns numbers, padded with zeros
-template <int row_vectors, RealScalar R>
-[[gnu::noinline]] void multiply_tile(Int depth, const R* a, const R* b, Update<R> update, R* c, Int ldc, int rows,
+/// 0 < columns <= Tile::columns, from `depth` steps.
+template <int row_vectors, InPlace in_place, RealScalar R>
+[[gnu::noinline]] void multiply_tile(Int depth, TileOperands<R> from, Update<R> update, R* c, Int ldc, int rows,
                                      int columns) {
   constexpr int tile_columns = Tile<R>::columns;
   constexpr int width = lanes<R>;
+  constexpr bool a_in_place = in_place == InPlace::both, b_in_place = in_place != InPlace::none;
+  const std::ptrdiff_t a_deep = a_in_place ? from.a_deep : row_vectors * width;
+  const std::ptrdiff_t b_deep = b_in_place ? from.b_deep : tile_columns;
+  const R *a = from.a, *b = from.b;
+  // Columns of B that are not there are read as the last one.
+  std::ptrdiff_t b_offset[tile_columns];
+#pragma GCC unroll 16
+  for (int j = 0; j < tile_columns; ++j) b_offset[j] = b_in_place ? std::min(j, columns - 1) * from.b_along : j;
+  const int last_rows = rows - (row_vectors - 1) * width;
+
   Simd<R> sum[tile_columns][row_vectors];
 #pragma GCC unroll 16
   for (int j = 0; j < tile_columns; ++j) {
@@ -52,20 +73,24 @@ template <int row_vectors, RealScalar R>
     for (int i = 0; i < row_vectors; ++i) sum[j][i] = Simd<R>{};
   }
   for (int j = 0; j < columns; ++j) {
-    for (int i = 0; i < rows; i += 64 / static_cast<int>(sizeof(R))) __builtin_prefetch(c + std::ptrdiff_t{j} * ldc + i, 1);
+    for (int i = 0; i < rows; i += 64 / static_cast<int>(sizeof(R)))
+      __builtin_prefetch(c + std::ptrdiff_t{j} * ldc + i, 1);
   }
   for (Int l = 0; l < depth; ++l) {
     Simd<R> column[row_vectors];
 #pragma GCC unroll 4
-    for (int i = 0; i < row_vectors; ++i) column[i] = simd::load(a + i * width);
+    for (int i = 0; i < row_vectors; ++i) {
+      column[i] = a_in_place && i + 1 == row_vectors ? tile_detail::load_rows(a + i * width, last_rows)
+                                                     : simd::load(a + i * width);
+    }
 #pragma GCC unroll 16
     for (int j = 0; j < tile_columns; ++j) {
-      const Simd<R> factor = simd::broadcast(b[j]);
+      const Simd<R> factor = simd::broadcast(b[b_offset[j]]);
 #pragma GCC unroll 4
       for (int i = 0; i < row_vectors; ++i) sum[j][i] = simd::fma(column[i], factor, sum[j][i]);
     }
-    a += row_vectors * width;
-    b += tile_columns;
+    a += a_deep;
+    b += b_deep;
   }
   const Simd<R> alpha = simd::broadcast(update.alpha);
   const Simd<R> beta = simd::broadcast(update.beta);
@@ -88,13 +113,15 @@ template <int row_vectors, RealScalar R>
   }
 }
 
-/// The same for complex numbers. A sliver of A holds for each step the real parts, then the imaginary parts of its rows;
-/// a sliver of B holds for each step pairs of real and imaginary part.
-template <int row_vectors, RealScalar R>
-[[gnu::noinline]] void multiply_tile(Int depth, const R* a, const R* b, Update<std::complex<R>> update,
+/// The same for complex numbers. A sliver of A holds for each step the real parts, then the imaginary parts of its
+/// rows; a sliver of B holds for each step pairs of real and imaginary part.
+template <int row_vectors, InPlace in_place, RealScalar R>
+[[gnu::noinline]] void multiply_tile(Int depth, TileOperands<std::complex<R>> from, Update<std::complex<R>> update,
                                      std::complex<R>* c, Int ldc, int rows, int columns) {
+  static_assert(in_place == InPlace::none);
   constexpr int tile_columns = Tile<std::complex<R>>::columns;
   constexpr int width = lanes<R>;
+  const R *a = from.a, *b = from.b;
   Simd<R> re[tile_columns][row_vectors], im[tile_columns][row_vectors];
 #pragma GCC unroll 16
   for (int j = 0; j < tile_columns; ++j) {
@@ -155,15 +182,22 @@ template <int row_vectors, RealScalar R>
 }
 
 /// A tile with as many row vectors as `rows` needs.
-template <Scalar T, int row_vectors = Tile<T>::row_vectors>
-void multiply_tile_of_height(Int depth, const Real<T>* a, const Real<T>* b, Update<T> update, T* c, Int ldc, int rows,
+template <InPlace in_place, Scalar T, int row_vectors = Tile<T>::row_vectors>
+void multiply_tile_of_height(Int depth, const TileOperands<T>& from, Update<T> update, T* c, Int ldc, int rows,
                              int columns) {
   if constexpr (row_vectors > 1) {
     if (rows <= (row_vectors - 1) * lanes<Real<T>>) {
-      return multiply_tile_of_height<T, row_vectors - 1>(depth, a, b, update, c, ldc, rows, columns);
+      return multiply_tile_of_height<in_place, T, row_vectors - 1>(depth, from, update, c, ldc, rows, columns);
     }
   }
-  multiply_tile<row_vectors>(depth, a, b, update, c, ldc, rows, columns);
+  multiply_tile<row_vectors, in_place>(depth, from, update, c, ldc, rows, columns);
+}
+
+/// The same for packed slivers.
+template <Scalar T>
+void multiply_tile_of_height(Int depth, const Real<T>* a, const Real<T>* b, Update<T> update, T* c, Int ldc, int rows,
+                             int columns) {
+  multiply_tile_of_height<InPlace::none>(depth, TileOperands<T>{a, b}, update, c, ldc, rows, columns);
 }
 
 }  // namespace nuv::threading::inline NUV_ISA

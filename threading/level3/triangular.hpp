@@ -24,8 +24,8 @@ inline Int check_triangular_matrix(char side, char uplo, char transa, char diag,
   return 0;
 }
 
-/// The triangular M beside Y: rows of Y are rows of B (side 'L') or columns of B (side 'R'); its columns, the right-hand
-/// sides, are independent of each other.
+/// The triangular M beside Y: rows of Y are rows of B (side 'L') or columns of B (side 'R'); its columns, the
+/// right-hand sides, are independent of each other.
 template <Scalar T>
 struct TriangularProblem {
   Operand<T> M;  ///< as a left operand: M(i, l), lower or upper triangular
@@ -77,7 +77,7 @@ struct TriangularProblem {
   template <class Work>
   void split_columns(Work work) const {
     const Int grain = left ? Tile<T>::columns : Tile<T>::rows;
-    split(columns, grain, double(order) * order / 2 * columns,
+    split(columns, grain, Block<T>::is_little(double(order) * order / 2 * columns),
           [&](Int from, Int until) { work(restricted_to(from, until)); });
   }
 };

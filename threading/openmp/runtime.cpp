@@ -2,7 +2,7 @@
 
 #include "threading/runtime.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <omp.h>
 #include <pthread.h>
 
@@ -30,7 +30,9 @@ bool team_at_work = false;
 pthread_key_t owner_key;
 bool has_owner = false;
 
-void release_ownership(void*) { plain_store(has_owner, false); }
+void release_ownership(void*) {
+  plain_store(has_owner, false);
+}
 
 [[gnu::constructor]] void watch_forks_and_owner() {
   pthread_atfork(nullptr, nullptr, [] { plain_store(in_forked_child, true); });
@@ -78,8 +80,14 @@ void run_pieces(int pieces, void (*piece)(void* context, int index), void* conte
 
 }  // namespace nuv::threading
 
-int nuv_serv_nuv_get_max_threads() { return nuv::threading::available_threads(); }
+int nuv_serv_nuv_get_max_threads() {
+  return nuv::threading::available_threads();
+}
 
-void nuv_thread_set_num_threads(int threads) { plain_store(requested_threads, threads > 0 ? threads : 0); }
+void nuv_thread_set_num_threads(int threads) {
+  plain_store(requested_threads, threads > 0 ? threads : 0);
+}
 
-int nuv_thread_get_num_threads() { return configured_threads(); }
+int nuv_thread_get_num_threads() {
+  return configured_threads();
+}

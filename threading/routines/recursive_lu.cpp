@@ -99,7 +99,8 @@ class Plan {
       if (panel.until < columns.until) add_task(Kind::update, panel, {panel.until, columns.until}, panel);
     }
     if (panels_only_) {
-      for (Int j = end; j < columns.until; j += trailing_width) add_block({j, std::min(columns.until, j + trailing_width)});
+      for (Int j = end; j < columns.until; j += trailing_width)
+        add_block({j, std::min(columns.until, j + trailing_width)});
       return;
     }
     // Each strip gets the exchanges of all panels behind it in one pass, once no update reads it any more.
@@ -148,8 +149,8 @@ class Factorisation {
   Factorisation(Plan& plan, Int m, Matrix<double> A, Int* ipiv)
       : plan_(plan), m_(m), A_(A), ipiv_(ipiv), left_(plan.block_count()) {}
 
-  /// What each thread does: the task nearest to the left that may run, until all are done. Left ones go first, since the
-  /// panels wait for them.
+  /// What each thread does: the task nearest to the left that may run, until all are done. Left ones go first, since
+  /// the panels wait for them.
   void work() {
     pthread_mutex_lock(&mutex_);
     while (left_ > 0) {

@@ -3,10 +3,10 @@
 // The right-looking recursive factorisation as a set of tasks on column blocks.
 //
 // The serial body halves the columns down to panels, and after each panel, of whatever width, brings the columns to its
-// right up to date. Here every column block carries the list of what happens to it in that order: updates from the left,
-// its own panel, exchanges that later panels ask for. A task may run once the columns it reads are far enough. So the next
-// panel is factored while other threads still update the columns behind it, and every element goes through the very
-// operations of the serial body.
+// right up to date. Here every column block carries the list of what happens to it in that order: updates from the
+// left, its own panel, exchanges that later panels ask for. A task may run once the columns it reads are far enough. So
+// the next panel is factored while other threads still update the columns behind it, and every element goes through the
+// very operations of the serial body.
 
 #include "base/types.hpp"
 

@@ -1,10 +1,12 @@
 #include "threading/runtime.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 namespace nuv::threading {
 
-int available_threads() { return 1; }
+int available_threads() {
+  return 1;
+}
 
 void run_pieces(int pieces, void (*piece)(void* context, int index), void* context) {
   for (int index = 0; index < pieces; ++index) piece(context, index);
@@ -12,8 +14,12 @@ void run_pieces(int pieces, void (*piece)(void* context, int index), void* conte
 
 }  // namespace nuv::threading
 
-int nuv_serv_nuv_get_max_threads() { return nuv::threading::available_threads(); }
+int nuv_serv_nuv_get_max_threads() {
+  return nuv::threading::available_threads();
+}
 
 void nuv_thread_set_num_threads(int) {}
 
-int nuv_thread_get_num_threads() { return 1; }
+int nuv_thread_get_num_threads() {
+  return 1;
+}

@@ -1,0 +1,140 @@
+#pragma once
+
+// Elements of a matrix in the lanes of vectors: a complex number takes two lanes beside each other, as it does in
+// memory.
+
+#include <utility>
+
+#include "base/simd.hpp"
+
+namespace nuv::kernels::inline NUV_ISA {
+
+using simd::lanes;
+using simd::Simd;
+
+template <Scalar T>
+inline constexpr int lanes_per_element = ComplexScalar<T> ? 2 : 1;
+
+template <Scalar T>
+inline constexpr int elements_per_vector = simd::vector_bytes / static_cast<int>(sizeof(T));
+
+/// The numbers that elements consist of.
+template <Scalar T>
+[[gnu::always_inline]] inline const Real<T>* parts_of(const T* x) {
+  return reinterpret_cast<const Real<T>*>(x);
+}
+template <Scalar T>
+[[gnu::always_inline]] inline Real<T>* parts_of(T* x) {
+  return reinterpret_cast<Real<T>*>(x);
+}
+
+template <Scalar T>
+[[gnu::always_inline]] inline Simd<Real<T>> load_elements(const T* from) {
+  return simd::load(parts_of(from));
+}
+template <Scalar T>
+[[gnu::always_inline]] inline Simd<Real<T>> load_elements(const T* from, int count) {
+  return simd::load_first(parts_of(from), count * lanes_per_element<T>);
+}
+template <Scalar T>
+[[gnu::always_inline]] inline void store_elements(T* to, Simd<Real<T>> x) {
+  simd::store(parts_of(to), x);
+}
+template <Scalar T>
+[[gnu::always_inline]] inline void store_elements(T* to, Simd<Real<T>> x, int count) {
+  simd::store_first(parts_of(to), x, count * lanes_per_element<T>);
+}
+
+/// Elements `begin` to `end` of those that a vector at `from` would hold, in their lanes; the memory of the others is
+/// not touched, and their lanes are zero.
+template <Scalar T>
+[[gnu::always_inline]] inline Simd<Real<T>> load_element_range(const T* from, int begin, int end) {
+  return simd::load_between(parts_of(from), begin * lanes_per_element<T>, end * lanes_per_element<T>);
+}
+
+/// One lane in all lanes.
+template <RealScalar R, int lane>
+[[gnu::always_inline]] inline Simd<R> broadcast_lane(Simd<R> x) {
+  return [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+    return __builtin_shufflevector(x, x, (i * 0 + lane)...);
+  }
+  (std::make_integer_sequence<int, lanes<R>>());
+}
+
+/// i x for complex elements.
+template <RealScalar R>
+[[gnu::always_inline]] inline Simd<R> times_i(Simd<R> x) {
+  return simd::swap_neighbours<R>(x) * simd::alternating(R(-1), R(1));
+}
+
+/// A number in all lanes, to multiply elements by.
+template <Scalar T>
+struct Factor {
+  Simd<T> value;
+
+  Factor() = default;
+  [[gnu::always_inline]] explicit Factor(T x) : value(simd::broadcast(x)) {}
+
+  /// sum + x f
+  [[gnu::always_inline]] Simd<T> add_product(Simd<T> sum, Simd<T> x) const { return simd::fma(x, value, sum); }
+  /// sum - x f
+  [[gnu::always_inline]] Simd<T> subtract_product(Simd<T> sum, Simd<T> x) const { return simd::fnma(x, value, sum); }
+  /// x f
+  [[gnu::always_inline]] Simd<T> product(Simd<T> x) const { return x * value; }
+};
+
+template <RealScalar R>
+struct Factor<std::complex<R>> {
+  Simd<R> re, im;  // im holds -Im f, Im f, -Im f, ...: what meets an element with its parts exchanged
+
+  Factor() = default;
+  [[gnu::always_inline]] explicit Factor(std::complex<R> x)
+      : re(simd::broadcast(x.real())), im(simd::alternating(R(0) - x.imag(), x.imag())) {}
+
+  [[gnu::always_inline]] Simd<R> add_product(Simd<R> sum, Simd<R> x) const {
+    return simd::fma(simd::swap_neighbours<R>(x), im, simd::fma(x, re, sum));
+  }
+  [[gnu::always_inline]] Simd<R> subtract_product(Simd<R> sum, Simd<R> x) const {
+    return simd::fnma(simd::swap_neighbours<R>(x), im, simd::fnma(x, re, sum));
+  }
+  [[gnu::always_inline]] Simd<R> product(Simd<R> x) const { return simd::fma(simd::swap_neighbours<R>(x), im, x * re); }
+};
+
+/// Elements x0 y0 x1 y1 ... of two vectors.
+template <Scalar T>
+[[gnu::always_inline]] inline simd::Pair<Real<T>> interleave_elements(Simd<Real<T>> x, Simd<Real<T>> y) {
+  using R = Real<T>;
+  if constexpr (RealScalar<T>) {
+    return simd::interleave<R>(x, y);
+  } else if constexpr (std::same_as<R, float>) {
+    const auto pair = simd::interleave<double>(Simd<double>(x), Simd<double>(y));
+    return {Simd<R>(pair.first), Simd<R>(pair.second)};
+  } else {
+    constexpr int n = lanes<R>;
+    const auto places = [](int offset) {
+      return simd::detail::lane_choice<R>([offset](int i) { return (i / 4) * 2 + i % 2 + (i / 2 % 2) * n + offset; });
+    };
+    return {__builtin_shuffle(x, y, places(0)), __builtin_shuffle(x, y, places(n / 2))};
+  }
+}
+
+/// Turns the rows of a square of elements, a vector each, into its columns. Each step turns the bits of an element's
+/// place (row, column) by one.
+template <Scalar T>
+[[gnu::always_inline]] inline void transpose(Simd<Real<T>> (&x)[elements_per_vector<T>]) {
+  constexpr int n = elements_per_vector<T>;
+#pragma GCC unroll 4
+  for (int step = 1; step < n; step *= 2) {
+    Simd<Real<T>> turned[n];
+#pragma GCC unroll 8
+    for (int i = 0; i < n / 2; ++i) {
+      const auto pair = interleave_elements<T>(x[i], x[i + n / 2]);
+      turned[2 * i] = pair.first;
+      turned[2 * i + 1] = pair.second;
+    }
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) x[i] = turned[i];
+  }
+}
+
+}  // namespace nuv::kernels::inline NUV_ISA

@@ -1,0 +1,3 @@
+#include "environment/division.hpp"
+
+#include "environment/division.entries.inc"

@@ -1,0 +1,3 @@
+#include "environment/rotation.hpp"
+
+#include "environment/rotation.entries.inc"

@@ -1,0 +1,342 @@
+// Blocks of reflectors: the triangular factor, and the application to a matrix.
+
+#include <algorithm>
+#include <utility>
+
+#include "environment/tuning.hpp"
+#include "frame/error_report.hpp"
+#include "orthogonal/householder.hpp"
+#include "orthogonal/stored_reflectors.hpp"
+
+namespace nuv {
+namespace {
+
+/// y := alpha V^H x + beta y for some elements of some of the reflectors; y is left alone where there are none.
+template <class V, Scalar T>
+void inner_products(const StoredReflectors<V>& reflectors, Range elements, Range some, T alpha, Vector<const T> x,
+                    T beta, Vector<T> y) {
+  const Matrix part = reflectors.from(elements.first, some.first);
+  if (reflectors.columnwise()) {
+    blas::gemv(adjoint<T>, elements.count, some.count, alpha, part, x, beta, y);
+  } else {
+    blas::gemv('N', some.count, elements.count, alpha, part, x, beta, y);
+  }
+}
+
+/// One triangle of T grows column by column or block by block from where the product of reflectors begins: from the
+/// first column (upper triangle) or from the last (lower triangle).
+template <Scalar T>
+struct TriangularFactor {
+  Matrix<T> t;
+  Int k;
+  bool upper;
+
+  char uplo() const { return upper ? 'U' : 'L'; }
+
+  /// The column that is made in step 1 ... k.
+  Int column_of_step(Int step) const { return upper ? step : k + 1 - step; }
+
+  /// Columns finished before these were begun.
+  Range before(Range columns) const {
+    const Int end = columns.first + columns.count;
+    return upper ? Range{1, columns.first - 1} : Range{end, k - end + 1};
+  }
+
+  /// The part of column j in those rows.
+  Vector<T> in_rows(Range rows, Int j) const { return column(t, rows.first, j); }
+
+  void clear(Range rows, Int j) const { std::fill_n(t.at(rows.first, j), std::max(rows.count, 0), T(0)); }
+
+  /// x := T x for a finished diagonal block of T.
+  void apply_to_vector(Range rows, Vector<T> x) const {
+    blas::trmv(uplo(), 'N', 'N', rows.count, block(t, rows.first, rows.first), x);
+  }
+};
+
+}  // namespace
+
+template <RealScalar T>
+void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
+  if (n == 0) return;
+  const StoredReflectors<T> V(direct, storev, n, k, v, ldv);
+  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
+  for (Int step = 1; step <= k; ++step) {
+    const Int i = F.column_of_step(step);
+    const Range done = F.before({i, 1}), reach = V.reach(i);
+    if (tau[i - 1] == 0) {
+      F.clear(done, i);
+      F.t(i, i) = 0;
+      continue;
+    }
+    if (done.count > 0) {
+      const T kept = std::exchange(V(V.unit(i), i), T(1));
+      inner_products<T, T>(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
+      V(V.unit(i), i) = kept;
+      F.apply_to_vector(done, F.in_rows(done, i));
+    }
+    F.t(i, i) = tau[i - 1];
+  }
+}
+
+namespace {
+
+/// What larft does with one column of T inside a block of columns: inner products of its reflector with those before
+/// the block and with those of the block that are done, all of them scaled by minus tau.
+///
+/// inside   elements of the reflector that lie in the rows of the block's unit elements, beyond its own
+/// The inner products of the elements beyond the block stand in T(earlier, j) already.
+template <RealScalar T>
+class ColumnProducts {
+ public:
+  explicit ColumnProducts(Int) {}
+  bool ready() const { return true; }
+
+  // The kernels do not apply beta where a sum has no terms. The unit elements come in with an axpy each.
+  void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
+            Range done, T scale) const {
+    const Range tail = V.tail(j);
+    const Vector<T> above = F.in_rows(earlier, j), beside = F.in_rows(done, j);
+    if (inside.count > 0) {
+      inner_products<const T, T>(V, inside, earlier, scale, V.along(inside.first, j), scale, above);
+    } else {
+      blas::scal(earlier.count, scale, above);
+    }
+    blas::axpy(earlier.count, scale, V.across(V.unit(j), earlier.first), above);
+    if (tail.count > 0) {
+      inner_products<const T, T>(V, tail, done, scale, V.along(tail.first, j), T(0), beside);
+    } else {
+      F.clear(done, j);
+    }
+    blas::axpy(done.count, scale, V.across(V.unit(j), done.first), beside);
+  }
+};
+
+/// A reflector is laid out in memory from the pool, with its unit element, since the kernels take no conjugated vector.
+template <ComplexScalar T>
+class ComplexColumnProducts {
+ public:
+  explicit ComplexColumnProducts(Int n) {
+    const std::uint64_t bytes = std::uint64_t(n) * sizeof(T);
+    if (bytes <= UINT32_MAX) v_ = static_cast<T*>(nuv_serv_allocate(static_cast<unsigned>(bytes), 128));
+  }
+  ComplexColumnProducts(const ComplexColumnProducts&) = delete;
+  ~ComplexColumnProducts() {
+    if (ready()) nuv_serv_deallocate(v_);
+  }
+  bool ready() const { return v_ != nullptr; }
+
+  void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
+            Range done, T scale) const {
+    lay_out(V, j);
+    const Range reach = V.reach(j);
+    const Int unit = V.unit(j);
+    const Range inside_with_unit{std::min(inside.first, unit), inside.count + 1};
+    inner_products<const T, T>(V, inside_with_unit, earlier, scale, element(inside_with_unit.first), scale,
+                               F.in_rows(earlier, j));
+    inner_products<const T, T>(V, reach, done, scale, element(reach.first), T(0), F.in_rows(done, j));
+  }
+
+ private:
+  Vector<const T> element(Int e) const { return {v_ + (e - 1), 1}; }
+
+  void lay_out(const StoredReflectors<const T>& V, Int j) const {
+    const Range tail = V.tail(j);
+    const Vector<T> to{v_ + (tail.first - 1), 1};
+    blas::copy(tail.count, V.along(tail.first, j), to);
+    if (!V.columnwise()) conjugate_vector(tail.count, to);
+    v_[V.unit(j) - 1] = T(1);
+  }
+
+  T* v_ = nullptr;
+};
+
+template <Scalar T>
+struct ColumnProductsOf {
+  using type = ColumnProducts<T>;
+};
+template <ComplexScalar T>
+struct ColumnProductsOf<T> {
+  using type = ComplexColumnProducts<T>;
+};
+
+/// Elements of the reflectors of some columns beyond all of their unit elements.
+template <Scalar T>
+Range beyond(const StoredReflectors<const T>& V, Range columns) {
+  return V.tail(V.forward() ? columns.first + columns.count - 1 : columns.first);
+}
+
+/// Elements of reflector j in the rows of the unit elements of those columns, beyond its own.
+template <Scalar T>
+Range inside(const StoredReflectors<const T>& V, Range columns, Int j) {
+  const Int last = columns.first + columns.count - 1;
+  return V.forward() ? Range{j + 1, last - j} : Range{V.unit(columns.first), j - columns.first};
+}
+
+/// Adds a block of columns to a T that is finished up to them. With V1 the earlier reflectors and V2 those of the
+/// block,
+///
+///     T11 | T12      T12 = -T11 (V1^H V2) T22, T22 the factor of the block by itself:
+///         | T22
+///
+/// T11 is applied to the whole block at once, T22 as it comes into being, a column at a time.
+template <Scalar T, class Products>
+void add_columns(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Range columns, const T* tau,
+                 const Products& products) {
+  const Range earlier = F.before(columns), rest = beyond(V, columns);
+  const Matrix<T> T12 = block(F.t, earlier.first, columns.first);
+  const char op_before = V.columnwise() ? adjoint<T> : 'N', op_block = V.columnwise() ? 'N' : adjoint<T>;
+  blas::gemm(op_before, op_block, earlier.count, columns.count, rest.count, T(1), V.from(rest.first, earlier.first),
+             V.from(rest.first, columns.first), T(0), T12);
+
+  const auto for_each_column = [&](auto visit) {
+    const Int last = columns.first + columns.count - 1;
+    for (Int c = 0; c < columns.count; ++c) {
+      const Int j = V.forward() ? columns.first + c : last - c;
+      visit(j, V.forward() ? Range{columns.first, c} : Range{j + 1, c});
+    }
+  };
+  for_each_column(
+      [&](Int j, Range done) { products.form(V, F, j, inside(V, columns, j), earlier, done, negated(tau[j - 1])); });
+  blas::trmm('L', F.uplo(), 'N', 'N', earlier.count, columns.count, T(1), block(F.t, earlier.first, earlier.first),
+             T12);
+  // The product with the columns of T12 that are done comes first: it takes T(done, j) as it is before T22 is applied.
+  for_each_column([&](Int j, Range done) {
+    const bool is_identity = tau[j - 1] == T(0);
+    if (!is_identity) {
+      blas::gemv('N', earlier.count, done.count, T(1), block(F.t, earlier.first, done.first), F.in_rows(done, j), T(1),
+                 F.in_rows(earlier, j));
+      F.apply_to_vector(done, F.in_rows(done, j));
+    }
+    F.t(j, j) = is_identity ? T(0) : tau[j - 1];
+  });
+}
+
+}  // namespace
+
+template <Scalar T>
+void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt) {
+  if (n == 0 || k == 0) return;
+  const typename ColumnProductsOf<T>::type products(n);
+  if (!products.ready()) return report_bad_argument<T>("LARFT", -1000);
+
+  const StoredReflectors<const T> V(direct, storev, n, k, v, ldv);
+  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
+  const Int nb = ilaenv(1, RoutineName<T>("LARFT"), " ", n, k, -1, -1);
+  for (Int done = 0; done < k; done += nb) {
+    const Int ib = std::min(nb, k - done);
+    add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);
+  }
+}
+
+namespace {
+
+/// W := the first n elements of k rows of C, as columns, conjugated.
+template <Scalar T>
+void copy_rows(Int k, Int n, Matrix<const T> C, Matrix<T> W) {
+  for (Int j = 1; j <= k; ++j) {
+    blas::copy(n, row(C, j, 1), column(W, 1, j));
+    conjugate_vector(n, column(W, 1, j));
+  }
+}
+
+template <Scalar T>
+void copy_columns(Int m, Int k, Matrix<const T> C, Matrix<T> W) {
+  for (Int j = 1; j <= k; ++j) blas::copy(m, column(C, 1, j), column(W, 1, j));
+}
+
+/// C := C - W^H for a C of `rows` by `columns`, both known to the compiler.
+template <Int rows, Int columns, Scalar T>
+[[gnu::always_inline]] inline void subtract_adjoint_tile(const T* w, Int ldw, T* c, Int ldc) {
+  T tile[rows][columns];
+#pragma GCC unroll 8
+  for (std::ptrdiff_t j = 0; j < rows; ++j) {
+#pragma GCC unroll 8
+    for (std::ptrdiff_t i = 0; i < columns; ++i) tile[j][i] = conjugate(w[i + j * ldw]);
+  }
+#pragma GCC unroll 8
+  for (std::ptrdiff_t i = 0; i < columns; ++i) {
+#pragma GCC unroll 8
+    for (std::ptrdiff_t j = 0; j < rows; ++j) c[j + i * ldc] -= tile[j][i];
+  }
+}
+
+/// C := C - W^H for a k by n matrix C, by tiles: neither matrix is walked along its rows.
+template <Scalar T>
+void subtract_adjoint(Int k, Int n, Matrix<const T> W, Matrix<T> C) {
+  constexpr Int tile = 4;
+  Int i = 1;
+  for (; i + tile <= n + 1; i += tile) {
+    Int j = 1;
+    for (; j + tile <= k + 1; j += tile) subtract_adjoint_tile<tile, tile>(W.at(i, j), W.ld, C.at(j, i), C.ld);
+    for (; j <= k; ++j) subtract_adjoint_tile<1, tile>(W.at(i, j), W.ld, C.at(j, i), C.ld);
+  }
+  for (; i <= n; ++i) {
+    for (Int j = 1; j <= k; ++j) C(j, i) -= conjugate(W(i, j));
+  }
+}
+
+/// C := C - W for m by k matrices.
+template <Scalar T>
+void subtract(Int m, Int k, Matrix<const T> W, Matrix<T> C) {
+  for (Int j = 1; j <= k; ++j) {
+    const T* const w = W.at(1, j);
+    T* const c = C.at(1, j);
+    for (Int i = 0; i < m; ++i) c[i] -= w[i];
+  }
+}
+
+}  // namespace
+
+// V and C in parts; on the right C^H stands for C. V1 is the unit triangle of V, V2 the rest:
+//
+//     columnwise, forward   V1 | C1      H C = C - V T V^H C:  W := C1^H V1 + C2^H V2, W := W T^H,
+//                           V2 | C2                            C1 := C1 - V1 W^H, C2 := C2 - V2 W^H
+//
+// Backward has V1 and C1 below. Rowwise has the adjoint of V.
+template <Scalar T>
+void larfb(char side, char trans, char direct, char storev, Int m, Int n, Int k, const T* v, Int ldv, const T* t,
+           Int ldt, T* c, Int ldc, T* work, Int ldwork) {
+  if (m <= 0 || n <= 0) return;
+  if (!is_one_of(storev, 'C', 'R') || !is_one_of(side, 'L', 'R')) return;
+  const bool left = same_letter(side, 'L');
+  const Int order = left ? m : n, p = left ? n : m, rest = order - k;
+
+  const StoredReflectors<const T> V(direct, storev, order, k, v, ldv);
+  const bool forward = V.forward(), columnwise = V.columnwise();
+  const Int first1 = V.unit(1), first2 = forward ? k + 1 : 1;
+  const Matrix V1 = V.from(first1, 1), V2 = V.from(first2, 1);
+  const char triangle = columnwise == forward ? 'L' : 'U', triangle_of_t = forward ? 'U' : 'L';
+  const char op = columnwise ? 'N' : adjoint<T>, op_adjoint = columnwise ? adjoint<T> : 'N';
+  const char op_t = same_letter(trans, 'N') == left ? adjoint<T> : 'N';
+
+  const Matrix C{c, ldc};
+  const Matrix C1 = left ? block(C, first1, 1) : block(C, 1, first1);
+  const Matrix C2 = left ? block(C, first2, 1) : block(C, 1, first2);
+  const Matrix W{work, ldwork};
+
+  if (left) {
+    copy_rows<T>(k, n, C1, W);
+  } else {
+    copy_columns<T>(m, k, C1, W);
+  }
+  blas::trmm('R', triangle, op, 'U', p, k, T(1), V1, W);
+  if (rest > 0) blas::gemm(left ? adjoint<T> : 'N', op, p, k, rest, T(1), C2, V2, T(1), W);
+  blas::trmm('R', triangle_of_t, op_t, 'N', p, k, T(1), Matrix{t, ldt}, W);
+  if (rest > 0) {
+    if (left) {
+      blas::gemm(op, adjoint<T>, rest, n, k, T(-1), V2, W, T(1), C2);
+    } else {
+      blas::gemm('N', op_adjoint, m, rest, k, T(-1), W, V2, T(1), C2);
+    }
+  }
+  blas::trmm('R', triangle, op_adjoint, 'U', p, k, T(1), V1, W);
+  if (left) {
+    subtract_adjoint<T>(k, n, W, C1);
+  } else {
+    subtract<T>(m, k, W, C1);
+  }
+}
+
+}  // namespace nuv
+
+#include "orthogonal/block_reflector.entries.inc"

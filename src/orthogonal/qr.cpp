@@ -1,0 +1,127 @@
+#include "orthogonal/qr.hpp"
+
+#include "environment/tuning.hpp"
+#include "orthogonal/factor_by_reflectors.hpp"
+
+namespace nuv {
+
+// In a step, ib columns are factored, and the columns behind them updated:
+//
+//     R11 | R12     A11, A21 factored with their T in the first ib rows of work,
+//     V21 | A22     (A12, A22) := (I - V T V^H)^H (A12, A22) with the rows of work below T as workspace.
+template <Scalar T>
+void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
+  info = 0;
+  const Int k = std::min(m, n);
+  const auto ask = [](Int ispec, Int rows, Int columns) {
+    return ilaenv(ispec, RoutineName<T>("GEQRF"), " ", rows, columns, -1, -1);
+  };
+  Int nb = ask(1, m, n), nx = 0;
+  std::int64_t iws = n;
+  if (nb < k) {
+    nx = std::max(nb, ask(3, m, n));
+    if (nx < k) {
+      iws = std::int64_t{nb} * n;
+      if (lwork < iws) nb = lwork / n;
+    }
+  }
+  work[0] = T(static_cast<Real<T>>(iws));
+  if (lwork == -1) return;
+
+  const Matrix A{a, lda};
+  Int i = 1;
+  if (nb < k && nx < k) {
+    // Block width and crossover are asked anew for what remains; the width never grows.
+    while (nx <= k - i) {
+      const Int ib = std::min(k - i + 1, nb), rows = m - i + 1, rest = n - i - ib + 1;
+      laqrf(rows, ib, A.at(i, i), lda, tau + (i - 1), work, n);
+      larfb('L', adjoint<T>, 'F', 'C', rows, rest, ib, A.at(i, i), lda, work, n, A.at(i, i + ib), lda, work + ib, n);
+      i += ib;
+      nx = ask(3, m - i + 1, k - i + 1);
+      nb = std::min(nb, ask(1, m - i + 1, k - i + 1));
+    }
+  }
+  if (i <= k) {
+    Int ignored = 0;
+    geqr2(m - i + 1, n - i + 1, A.at(i, i), lda, tau + (i - 1), work, ignored);
+  }
+  work[0] = T(static_cast<Real<T>>(iws));
+}
+
+namespace {
+
+/// Columns of a panel that the unblocked code may get: its workspace is on the stack.
+constexpr Int widest_base = 256;
+
+/// The factor T of a panel of the base case.
+template <Scalar T>
+void base_factor(Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
+  larft('F', 'C', n, k, v, ldv, tau, t, ldt);
+}
+
+template <>
+void base_factor(Int n, Int k, double* v, Int ldv, const double* tau, double* t, Int ldt) {
+  larf2('F', 'C', n, k, v, ldv, tau, t, ldt);
+}
+
+/// B := A^H for an m by n matrix A, two columns of B at a time.
+template <Scalar T>
+void copy_adjoint(Int m, Int n, Matrix<const T> A, Matrix<T> B) {
+  Int i = 1;
+  for (; i < m; i += 2) {
+    for (Int j = 1; j <= n; ++j) {
+      B(j, i) = conjugate(A(i, j));
+      B(j, i + 1) = conjugate(A(i + 1, j));
+    }
+  }
+  if (i > m) return;
+  for (Int j = 1; j <= n; ++j) B(j, i) = conjugate(A(i, j));
+}
+
+/// The factor of two neighbouring groups of reflectors, of which each has its own:
+///
+///     T11 | T12     T12 := -T11 (V1^H V2) T22; the first `before` reflectors end in row m, as do the ib behind them.
+///         | T22
+template <Scalar T>
+void link_factors(Int m, Int before, Int ib, Matrix<const T> V, Matrix<T> factor) {
+  const Int j = before + 1;
+  const Matrix<const T> V2 = block(V, j, j);
+  const Matrix<T> T12 = block(factor, 1, j), T22 = block(factor, j, j);
+  copy_adjoint(ib, before, block(V, j, 1), T12);
+  blas::trmm('R', 'L', 'N', 'U', before, ib, T(1), V2, T12);
+  blas::gemm('C', 'N', before, ib, m - before - ib, T(1), block(V, j + ib, 1), block(V, j + ib, j), T(1), T12);
+  blas::trmm('L', 'U', 'N', 'N', before, ib, T(1), factor, T12);
+  blas::trmm('R', 'U', 'N', 'N', before, ib, T(-1), T22, T12);
+}
+
+}  // namespace
+
+template <Scalar T>
+void laqrf(Int m, Int n, T* a, Int lda, T* tau, T* t, Int ldt) {
+  const Int k = std::min(m, n);
+  const Int nb = std::min(widest_base, ilaenv(1, RoutineName<T>("LAQRF"), " ", m, n, -1, -1));
+  if (n <= nb) {
+    T scratch[widest_base];
+    Int ignored = 0;
+    geqr2(m, n, a, lda, tau, scratch, ignored);
+    return base_factor(m, k, a, lda, tau, t, ldt);
+  }
+
+  const Matrix A{a, lda}, F{t, ldt};
+  for (Int j = 1; j <= k; j += nb) {
+    const Int ib = std::min(nb, k - j + 1);
+    laqrf(m - j + 1, ib, A.at(j, j), lda, tau + (j - 1), F.at(j, j), ldt);
+    larfb('L', adjoint<T>, 'F', 'C', m - j + 1, n - j - ib + 1, ib, A.at(j, j), lda, F.at(j, j), ldt, A.at(j, j + ib),
+          lda, F.at(j + ib, j), ldt);
+    if (j > 1) link_factors<T>(m, j - 1, ib, A, F);
+  }
+}
+
+template <Scalar T>
+void geqr2(Int m, Int n, T* a, Int lda, T* tau, T* work, Int& info) {
+  checked_unblocked("GEQR2", qr, m, n, a, lda, tau, work, info);
+}
+
+}  // namespace nuv
+
+#include "orthogonal/qr.entries.inc"

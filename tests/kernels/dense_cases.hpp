@@ -1,0 +1,127 @@
+#pragma once
+
+// Sizes, factors and operands for the tests of the dense matrix-vector kernels.
+
+#include <vector>
+
+#include "kernels/vector_cases.hpp"
+#include "support/argument_checks.hpp"
+#include "support/options.hpp"
+
+namespace nuv::test {
+
+template <class T>
+class DenseKernels : public ReportingTest {
+ protected:
+  Random random{31};
+};
+template <class T>
+class ComplexDenseKernels : public DenseKernels<T> {};
+TYPED_TEST_SUITE(DenseKernels, Precisions, PrecisionLetter);
+TYPED_TEST_SUITE(ComplexDenseKernels, ComplexPrecisions, PrecisionLetter);
+
+/// All orders up to several registers of the widest kind, and some larger ones.
+inline std::vector<Int> dense_orders() {
+  std::vector<Int> all;
+  for (Int n = 0; n <= 70; ++n) all.push_back(n);
+  if (!is_sanitized) all.insert(all.end(), {127, 130, 257});
+  return all;
+}
+
+/// Orders for which vectors with other increments than one take more room than the kernels set aside for copies.
+template <Scalar T>
+constexpr Int order_of_several_pieces = is_sanitized ? 71 : 16384 / Int{sizeof(T)} + 37;
+
+/// Contiguous vectors longer than what the kernels work on at a time.
+template <Scalar T>
+constexpr Int length_of_several_pieces = 2 * 131072 / Int{sizeof(T)} + 37;
+
+/// Most calls have contiguous vectors.
+inline Int random_increment(Random& random) {
+  constexpr Int increments[] = {1, 1, 1, 1, -1, 2, -3, 101};
+  return random.pick(increments);
+}
+
+template <Scalar T>
+T random_alpha(Random& random) {
+  const T alphas[] = {number<T>(0.75, -0.5), number<T>(0.75, -0.5), T(1), T(-1), T(0)};
+  return random.pick(alphas);
+}
+
+template <Scalar T>
+T random_beta(Random& random) {
+  const T betas[] = {T(0), number<T>(-0.5, 1.25), T(1), T(-1)};
+  return random.pick(betas);
+}
+
+/// Threshold for the errors of sums, in units of the bound for any order of summation.
+inline constexpr double dense_threshold = 8;
+
+/// A vector of n random elements at a random distance from an aligned address.
+template <Scalar T>
+Operand<T> random_operand(Random& random, Int n, Int inc) {
+  return Operand<T>(random, n, inc, random.integer(0, 15));
+}
+
+/// One that holds guards instead of numbers.
+template <Scalar T>
+Operand<T> unset_operand(Random& random, Int n, Int inc) {
+  Operand<T> x = random_operand<T>(random, n, inc);
+  for (Int i = 0; i < n; ++i) x[i] = guard<T>();
+  x.seal();
+  return x;
+}
+
+/// The first n elements as a column.
+template <Scalar T>
+WideMatrix<T> wide(const Operand<T>& x) {
+  WideMatrix<T> column(x.stored(), 1);
+  for (Int i = 0; i < x.stored(); ++i) column(i, 0) = wide(x[i]);
+  return column;
+}
+
+/// A leading dimension for m rows.
+inline Int random_ld(Random& random, Int m) {
+  return std::max(1, m) + random.integer(0, 5);
+}
+
+inline bool is_in_triangle(char uplo, Int i, Int j) {
+  return is_upper(uplo) ? i <= j : i >= j;
+}
+
+/// A triangle of a symmetric or Hermitian matrix; guards elsewhere, and as the imaginary parts of a Hermitian diagonal.
+template <Scalar T>
+GuardedMatrix<T> random_stored_triangle(Random& random, char uplo, Int n, Int ld) {
+  GuardedMatrix<T> A(n, n, ld);
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) {
+      if (is_in_triangle(uplo, i, j)) A(i, j) = random.scalar<T>();
+    }
+    if constexpr (ComplexScalar<T>) A(j, j) = {std::real(A(j, j)), guard<Real<T>>()};
+  }
+  A.seal();
+  return A;
+}
+
+/// That triangle with a real diagonal and zeros elsewhere.
+template <Scalar T>
+WideMatrix<T> wide_stored_triangle(const GuardedMatrix<T>& A, char uplo) {
+  WideMatrix<T> result = WideMatrix<T>::Zero(A.rows(), A.rows());
+  for (Int j = 1; j <= A.rows(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) {
+      if (is_in_triangle(uplo, i, j)) result(i - 1, j - 1) = i == j ? wide(T(std::real(A(i, j)))) : wide(A(i, j));
+    }
+  }
+  return result;
+}
+
+/// The symmetric or Hermitian matrix that it stands for.
+template <Scalar T>
+WideMatrix<T> wide_symmetric(const GuardedMatrix<T>& A, char uplo) {
+  WideMatrix<T> result = wide_stored_triangle(A, uplo);
+  result += WideMatrix<T>(result.adjoint());
+  result.diagonal() /= Wide<T>(2);
+  return result;
+}
+
+}  // namespace nuv::test

@@ -1,0 +1,227 @@
+// LQ, QL and RQ factorisation: gelqf, geqlf, gerqf and their unblocked forms.
+
+#include "orthogonal/factored.hpp"
+#include "support/argument_checks.hpp"
+
+namespace nuv::test {
+namespace {
+
+constexpr Int block_width = 32;
+
+template <class T>
+class LqQlRq : public ReportingTest {
+ protected:
+  GuardedMatrix<T> matrix(const Shape& shape) { return random_matrix<T>(random, shape.m, shape.n, padded(shape.m)); }
+
+  Random random{61};
+};
+TYPED_TEST_SUITE(LqQlRq, Precisions, PrecisionLetter);
+
+constexpr Form all_forms[] = {lq_form, ql_form, rq_form};
+
+/// Order of the workspace: rows of the matrix for LQ and RQ, columns for QL.
+Int lines_of(const Form& form, const Shape& shape) {
+  return form.columnwise() ? shape.n : shape.m;
+}
+
+template <Scalar T>
+void call_blocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int lwork, Int& info) {
+  if (form.columnwise()) {
+    routine_call::geqlf(m, n, A, tau, work, lwork, info);
+  } else if (form.forward()) {
+    routine_call::gelqf(m, n, A, tau, work, lwork, info);
+  } else {
+    routine_call::gerqf(m, n, A, tau, work, lwork, info);
+  }
+}
+
+template <Scalar T>
+void call_unblocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int& info) {
+  if (form.columnwise()) {
+    routine_call::geql2(m, n, A, tau, work, info);
+  } else if (form.forward()) {
+    routine_call::gelq2(m, n, A, tau, work, info);
+  } else {
+    routine_call::gerq2(m, n, A, tau, work, info);
+  }
+}
+
+template <Scalar T>
+Factored<T> factor(const Form& form, const GuardedMatrix<T>& A, Int lwork) {
+  return factor(form, A, lwork, [&](auto&&... arguments) { call_blocked<T>(form, arguments...); });
+}
+
+template <Scalar T>
+Factored<T> factor_unblocked(const Form& form, const GuardedMatrix<T>& A) {
+  const Int lines = lines_of(form, {A.rows(), A.columns()});
+  return factor(form, A, lines, [&](Int m, Int n, Matrix<T> a, T* tau, T* work, Int, Int& info) {
+    call_unblocked<T>(form, m, n, a, tau, work, info);
+  });
+}
+
+std::string name_of(const Form& form, char last) {
+  return std::string(form.columnwise() ? "GEQL" : form.forward() ? "GELQ" : "GERQ") + last;
+}
+
+std::vector<Shape> shapes() {
+  std::vector<Shape> all = {{1, 1},    {1, 40},   {40, 1},    {20, 300}, {300, 20},
+                            {100, 40}, {40, 100}, {200, 180}, {180, 200}};
+  for (const Int n : {2, 8, 31, 32, 33, 63, 64, 65, 96, 97, 129}) {
+    for (const Shape& shape : {Shape{n, n}, {n + 1, n}, {n, n + 1}, {3 * n, n}, {n, 3 * n}}) all.push_back(shape);
+  }
+  if (is_sanitized) std::erase_if(all, [](const Shape& shape) { return shape.m * shape.n > 15000; });
+  return all;
+}
+
+TYPED_TEST(LqQlRq, FactorsMatricesOfAllShapes) {
+  using T = TypeParam;
+  for (const Form& form : all_forms) {
+    for (const Shape& shape : shapes()) {
+      SCOPED_TRACE(name_of(form, 'F') + ", " + to_string(shape));
+      const Int lines = lines_of(form, shape), k = std::min(shape.m, shape.n);
+      const GuardedMatrix<T> A = this->matrix(shape);
+      const Factored<T> f = factor(form, A, block_width * lines), unblocked = factor_unblocked(form, A);
+      expect_factored(f);
+      expect_factored(unblocked);
+      const bool by_blocks = k > block_width;
+      EXPECT_EQ(bool(f.factors.same_as(unblocked.factors)), !by_blocks);
+      EXPECT_EQ(f.work(1), T(Real<T>(by_blocks ? block_width * lines : lines)));
+    }
+  }
+}
+
+TYPED_TEST(LqQlRq, TakesBlocksThatTheWorkspaceHolds) {
+  using T = TypeParam;
+  for (const Form& form : all_forms) {
+    for (const Shape& shape : {Shape{70, 90}, {90, 70}, {66, 66}}) {
+      const Int lines = lines_of(form, shape);
+      const GuardedMatrix<T> A = this->matrix(shape);
+      const Factored<T> unblocked = factor_unblocked(form, A);
+      for (const Int lwork : {lines, 2 * lines - 1, 2 * lines, 5 * lines + 3, block_width * lines - 1}) {
+        SCOPED_TRACE(name_of(form, 'F') + ", " + to_string(shape) + ", lwork " + std::to_string(lwork));
+        const Factored<T> f = factor(form, A, lwork);
+        expect_factored(f);
+        EXPECT_EQ(f.work(1), T(Real<T>(block_width * lines)));
+        // Blocks of a single reflector are not worth it.
+        EXPECT_EQ(bool(f.factors.same_as(unblocked.factors)), lwork < 2 * lines);
+      }
+    }
+  }
+}
+
+TYPED_TEST(LqQlRq, AnswersTheQuestionForWorkspace) {
+  using T = TypeParam;
+  for (const Form& form : all_forms) {
+    for (const Shape& shape : {Shape{0, 4}, {4, 0}, {7, 5}, {5, 7}, {100, 200}}) {
+      T work(0);
+      Int info = 99;
+      call_blocked<T>(form, shape.m, shape.n, {nullptr, std::max(1, shape.m)}, nullptr, &work, -1, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_EQ(work, T(Real<T>(block_width * lines_of(form, shape))));
+    }
+  }
+}
+
+TYPED_TEST(LqQlRq, OfAnEmptyMatrixIsNoWork) {
+  using T = TypeParam;
+  for (const Form& form : all_forms) {
+    for (const Shape& shape : {Shape{0, 4}, {4, 0}, {0, 0}}) {
+      GuardedMatrix<T> A(4, 4, 4);
+      GuardedVector<T> tau(4), work(4);
+      Int info = 99;
+      call_blocked<T>(form, shape.m, shape.n, A, tau.data(), work.data(), std::max(1, lines_of(form, shape)), info);
+      EXPECT_EQ(info, 0);
+      EXPECT_EQ(work(1), T(1));
+      call_unblocked<T>(form, shape.m, shape.n, A, tau.data(), work.data(), info);
+      EXPECT_EQ(info, 0);
+      EXPECT_TRUE(work.unchanged_outside(1, 1));
+      EXPECT_TRUE(A.unchanged());
+      EXPECT_TRUE(tau.unchanged());
+    }
+  }
+}
+
+TYPED_TEST(LqQlRq, FactorsLinesOfVeryDifferentScales) {
+  using T = TypeParam;
+  for (const Form& form : all_forms) {
+    for (const Shape& shape : {Shape{9, 12}, {12, 9}, {70, 80}}) {
+      SCOPED_TRACE(name_of(form, 'F') + ", " + to_string(shape));
+      const GuardedMatrix<T> A = badly_scaled_matrix<T>(this->random, form.columnwise(), shape.m, shape.n);
+      const Factored<T> f = factor(form, A, block_width * lines_of(form, shape));
+      EXPECT_LT(largest_residual_of_a_line(f), threshold);
+      EXPECT_LT(orthogonality(f), threshold);
+    }
+  }
+}
+
+/// A call for a 4 by 3 or, where the order of the workspace is the number of rows, a 3 by 4 matrix.
+template <Scalar T, Int form_index>
+struct BlockedCall {
+  static constexpr Form form = all_forms[form_index];
+  Int m = form.columnwise() ? 4 : 3, n = form.columnwise() ? 3 : 4, lda = 5, lwork = 3;
+  GuardedMatrix<T> A = GuardedMatrix<T>(4, 4, 5);
+  GuardedVector<T> tau = GuardedVector<T>(3), work = GuardedVector<T>(3);
+
+  BlockedCall() {
+    for (Int j = 1; j <= 4; ++j) {
+      for (Int i = 1; i <= 4; ++i) A(i, j) = T(Real<T>(i * j));
+    }
+    A.seal();
+  }
+
+  Int run() {
+    Int info = 99;
+    call_blocked<T>(form, m, n, {A.data(), lda}, tau.data(), work.data(), lwork, info);
+    if (info != 0) {
+      EXPECT_EQ(work(1), T(Real<T>(block_width * (form.columnwise() ? n : m))));
+    }
+    return info;
+  }
+  bool unchanged() const { return A.unchanged() && tau.unchanged() && work.unchanged_outside(1, 1); }
+};
+
+template <Scalar T, Int form_index>
+struct UnblockedCall : BlockedCall<T, form_index> {
+  Int run() {
+    Int info = 99;
+    call_unblocked<T>(this->form, this->m, this->n, {this->A.data(), this->lda}, this->tau.data(), this->work.data(),
+                      info);
+    return info;
+  }
+  bool unchanged() const { return BlockedCall<T, form_index>::unchanged() && this->work.unchanged(); }
+};
+
+template <Scalar T, Int form_index>
+void expect_checks() {
+  using Blocked = BlockedCall<T, form_index>;
+  using Unblocked = UnblockedCall<T, form_index>;
+  expect_argument_checks<Blocked>(reported_name<T>(name_of(Blocked::form, 'F')),
+                                  {{1, [](Blocked& call) { call.m = -1; }},
+                                   {2, [](Blocked& call) { call.n = -1; }},
+                                   {4, [](Blocked& call) { call.lda = 2; }},
+                                   {7, [](Blocked& call) { call.lwork = 2; }}});
+  expect_argument_checks<Unblocked>(reported_name<T>(name_of(Blocked::form, '2')),
+                                    {{1, [](Unblocked& call) { call.m = -1; }},
+                                     {2, [](Unblocked& call) { call.n = -1; }},
+                                     {4, [](Unblocked& call) { call.lda = 2; }}});
+
+  // A question with a bad argument.
+  Blocked question;
+  question.lwork = -1;
+  question.lda = 2;
+  expect_report(question, reported_name<T>(name_of(Blocked::form, 'F')), 4);
+  for (const Int lwork : {0, -2}) {
+    Blocked call;
+    call.lwork = lwork;
+    expect_report(call, reported_name<T>(name_of(Blocked::form, 'F')), 7);
+  }
+}
+
+TYPED_TEST(LqQlRq, ReportsBadArguments) {
+  expect_checks<TypeParam, 0>();
+  expect_checks<TypeParam, 1>();
+  expect_checks<TypeParam, 2>();
+}
+
+}  // namespace
+}  // namespace nuv::test

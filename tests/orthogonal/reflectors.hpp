@@ -1,0 +1,153 @@
+#pragma once
+
+// Reflectors in a wider type, one after another, for the tests of the blocked forms.
+
+#include <cmath>
+#include <string>
+
+#include "routines.hpp"
+#include "support/random.hpp"
+#include "support/wide.hpp"
+
+namespace nuv::test {
+
+/// How a block of reflectors is stored.
+struct Form {
+  char direct, storev;
+
+  bool forward() const { return direct == 'F'; }
+  bool columnwise() const { return storev == 'C'; }
+};
+
+inline constexpr Form forms[] = {{'F', 'C'}, {'F', 'R'}, {'B', 'C'}, {'B', 'R'}};
+
+inline std::string to_string(const Form& form) {
+  return std::string{form.direct, form.storev};
+}
+
+/// (I - tau v v^H) X
+template <Scalar T>
+void reflect(const WideMatrix<T>& v, Wide<T> tau, WideMatrix<T>& X) {
+  const WideMatrix<T> products = v.adjoint() * X;
+  X.noalias() -= v * (tau * products);
+}
+
+/// Where element e of reflector i stands.
+struct Place {
+  Int row, column;
+};
+inline Place place_of(const Form& form, Int e, Int i) {
+  return form.columnwise() ? Place{e, i} : Place{i, e};
+}
+
+/// Element of reflector i of k, of order n, that is one and not stored.
+inline Int unit_element(const Form& form, Int n, Int k, Int i) {
+  return form.forward() ? i : n - k + i;
+}
+
+/// The vectors of the reflectors in storage, n by k, with their unit elements and zeros.
+template <Scalar T>
+WideMatrix<T> vectors_in(const Form& form, Int n, Int k, const GuardedMatrix<T>& V, Int row = 1, Int column = 1) {
+  WideMatrix<T> vectors = WideMatrix<T>::Zero(n, k);
+  for (Int i = 1; i <= k; ++i) {
+    const Int unit = unit_element(form, n, k, i);
+    vectors(unit - 1, i - 1) = 1;
+    for (Int e = form.forward() ? unit + 1 : 1; e <= (form.forward() ? n : unit - 1); ++e) {
+      const Place place = place_of(form, e, i);
+      const T element = V(row - 1 + place.row, column - 1 + place.column);
+      vectors(e - 1, i - 1) = wide(form.columnwise() ? element : conjugate(element));
+    }
+  }
+  return vectors;
+}
+
+/// H X or H^H X for the product H of reflectors.
+template <Scalar T>
+WideMatrix<T> apply(const Form& form, bool adjoint_of_h, const WideMatrix<T>& vectors, const GuardedVector<T>& tau,
+                    WideMatrix<T> X) {
+  const Int k = tau.size();
+  for (Int step = 1; step <= k; ++step) {
+    // H = H1 ... Hk forward, H = Hk ... H1 backward; the last factor meets X first.
+    const Int i = form.forward() == adjoint_of_h ? step : k + 1 - step;
+    const Wide<T> factor = wide(tau(i));
+    reflect<T>(vectors.col(i - 1), adjoint_of_h ? Wide<T>(Eigen::numext::conj(factor)) : factor, X);
+  }
+  return X;
+}
+
+/// A block of k unitary reflectors of order n. Whatever does not belong to it holds guards.
+template <Scalar T>
+struct ReflectorBlock {
+  Form form;
+  Int n, k;
+  GuardedMatrix<T> V;
+  GuardedVector<T> tau;
+
+  ReflectorBlock(Random& random, Form form_, Int n_, Int k_)
+      : form(form_),
+        n(n_),
+        k(k_),
+        V(form.columnwise() ? n : k, form.columnwise() ? k : n, (form.columnwise() ? n : k) + 3),
+        tau(k) {
+    const auto size = Real<T>(1 / std::sqrt(double(n)));
+    for (Int i = 1; i <= k; ++i) {
+      const Int unit = unit_element(form, n, k, i);
+      for (Int e = form.forward() ? unit + 1 : 1; e <= (form.forward() ? n : unit - 1); ++e) {
+        const Place place = place_of(form, e, i);
+        V(place.row, place.column) = size * random.scalar<T>();
+      }
+    }
+    V.seal();
+    const WideMatrix<T> v = vectors();
+    for (Int i = 1; i <= k; ++i) {
+      const auto square = Real<T>(v.col(i - 1).squaredNorm());
+      if constexpr (ComplexScalar<T>) {
+        tau(i) = (T(1) + std::polar(Real<T>(1), Real<T>(2 * random.real()))) / square;
+      } else {
+        tau(i) = 2 / square;
+      }
+    }
+    tau.seal();
+  }
+
+  WideMatrix<T> vectors() const { return vectors_in(form, n, k, V); }
+
+  /// H X or H^H X
+  WideMatrix<T> times(bool adjoint_of_h, const WideMatrix<T>& X) const {
+    return apply(form, adjoint_of_h, vectors(), tau, X);
+  }
+};
+
+/// The one-norm.
+template <class Matrix>
+double one_norm(const Matrix& A) {
+  return A.size() == 0 ? 0 : double(A.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>());
+}
+
+/// ||A - B|| / (||B|| n eps)
+template <Scalar T>
+double relative_distance(const WideMatrix<T>& A, const WideMatrix<T>& B, Int n) {
+  const double distance = one_norm(WideMatrix<T>(A - B));
+  return distance == 0 ? 0 : distance / (one_norm(B) * std::max(n, 1) * epsilon<T>);
+}
+
+/// Whether (i, j) lies in the triangle of the factor T of a block.
+inline bool in_triangle(const Form& form, Int i, Int j) {
+  return form.forward() ? i <= j : i >= j;
+}
+
+/// The triangular factor with zeros beside it.
+template <Scalar T>
+WideMatrix<T> wide_factor(const Form& form, const GuardedMatrix<T>& t) {
+  return wide_triangle(t, form.forward(), false);
+}
+
+template <Scalar T>
+WideMatrix<T> random_wide(Random& random, Int m, Int n) {
+  return WideMatrix<T>::NullaryExpr(m, n, [&] { return wide(random.scalar<T>()); });
+}
+
+/// Threshold for errors in units of their natural size.
+inline constexpr double threshold = 10;
+
+}  // namespace nuv::test

@@ -1,0 +1,57 @@
+// Prints a checksum of what each factorisation of the thread layer leaves, one line each. Linked with either layer.
+
+#include <cstdio>
+#include <cstring>
+
+#include "layer.hpp"
+#include "solvers/definite.hpp"
+
+namespace nuv::test {
+namespace {
+
+/// FNV-1a of all bytes, guards included.
+template <class T>
+std::uint64_t checksum(const GuardedMatrix<T>& A) {
+  std::uint64_t sum = 0xCBF29CE484222325;
+  for (Int j = 1; j <= A.columns(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) {
+      unsigned char bytes[sizeof(T)];
+      std::memcpy(bytes, &A(i, j), sizeof bytes);
+      for (const unsigned char byte : bytes) sum = (sum ^ byte) * 0x100000001B3;
+    }
+  }
+  return sum;
+}
+
+template <Scalar T>
+void print_factors() {
+  Random random(16);
+  for (const Int n : {1, 50, 128, 129, 300, 520}) {
+    for (const char uplo : {'U', 'L'}) {
+      for (const Int bad : {0, (n + 1) / 2}) {
+        GuardedMatrix<T> A = random_definite<T>(random, uplo, n);
+        if (bad > 0) A(bad, bad) = T(-1);
+        Int info = 99;
+        layer::potrf(uplo, n, A, info);
+        std::printf("%cpotrf %c %d %d %016llx\n", precision_letter<T>, uplo, n, info,
+                    static_cast<unsigned long long>(checksum(A)));
+      }
+    }
+    GuardedMatrix<T> A = random_matrix<T>(random, n, n, n);
+    GuardedVector<Int> pivots(n);
+    Int info = 99;
+    layer::getrf(n, n, A, pivots.data(), info);
+    std::printf("%cgetrf %d %d %016llx\n", precision_letter<T>, n, info, static_cast<unsigned long long>(checksum(A)));
+  }
+}
+
+}  // namespace
+}  // namespace nuv::test
+
+int main() {
+  using namespace nuv::test;
+  print_factors<float>();
+  print_factors<double>();
+  print_factors<std::complex<float>>();
+  print_factors<std::complex<double>>();
+}

@@ -1,0 +1,23 @@
+#include <algorithm>
+
+#include "frame/error_report.hpp"
+#include "x_variants.hpp"
+
+namespace nuv::threading::inline NUV_ISA {
+
+/// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then that body. Nearly all
+/// of its work is in products of matrices, which find the threads by themselves.
+template <Scalar T>
+void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
+  info = 0;
+  if (m < 0) info = -1;
+  else if (n < 0) info = -2;
+  else if (lda < std::max(1, m)) info = -4;
+  else if (lwork < std::max(1, n) && lwork != -1) info = -7;
+  if (info != 0) return report_bad_argument<T>("GEQRF", info);
+  x_variant::geqrf(m, n, Matrix{a, lda}, tau, work, lwork, info);
+}
+
+}  // namespace nuv::threading::inline NUV_ISA
+
+#include "threading/routines/geqrf.entries.inc"
