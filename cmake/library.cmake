@@ -45,18 +45,39 @@ else()
   set(NUV_INSTRUCTION_SETS sse2)
 endif()
 
-# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set.
+# The sanitizers watch one set, the widest that this machine runs: four would take four times as long to compile and show
+# little more.
+if(NUV_SANITIZE)
+  file(WRITE ${CMAKE_BINARY_DIR}/widest_set.cpp
+    "#include \"base/instruction_set.cpp\"\n#include <cstdio>\n"
+    "int main() { std::fputs(nuv::instruction_set_names[static_cast<int>(nuv::widest_instruction_set())], stdout); }\n")
+  try_run(exit_status compiled ${CMAKE_BINARY_DIR}/widest_set ${CMAKE_BINARY_DIR}/widest_set.cpp
+    CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${CMAKE_SOURCE_DIR}/src RUN_OUTPUT_VARIABLE NUV_WIDEST_SET)
+  if(NOT compiled OR NOT exit_status EQUAL 0)
+    message(FATAL_ERROR "The widest instruction set of this machine can't be found out.")
+  endif()
+endif()
+
+# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set, or NAME_only.
 function(nuv_bodies name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+  if(NUV_SANITIZE)
+    nuv_only_bodies(${name} ${ARGN})
+    return()
+  endif()
   foreach(set IN LISTS NUV_INSTRUCTION_SETS)
     nuv_body(${name} ${set} ${set} "${arg_SOURCES}")
   endforeach()
 endfunction()
 
-# Bodies under the exported names themselves, for a library that has one instruction set.
+# Bodies under the exported names themselves, for a library that has one set: the baseline, or what the sanitizers watch.
 function(nuv_only_bodies name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
-  nuv_body(${name} sse2 only "${arg_SOURCES}")
+  if(NUV_SANITIZE)
+    nuv_body(${name} ${NUV_WIDEST_SET} only "${arg_SOURCES}")
+  else()
+    nuv_body(${name} sse2 only "${arg_SOURCES}")
+  endif()
   target_compile_definitions(${name}_only PRIVATE NUV_ONLY_BODY)
 endfunction()
 

@@ -39,7 +39,7 @@ void solve_columns(Int n, const Real<T>* d, const T* e, Matrix<T> B) {
 
 template <bool conjugated, Scalar T>
 void solve(Int n, Int nrhs, const Real<T>* d, const T* e, Matrix<T> B) {
-  if (n < 1) return;
+  if (n < 1 || nrhs < 1) return;
   constexpr int group = 4;
   Int j = 1;
   for (; j <= nrhs - (group - 1); j += group) solve_columns<group, conjugated>(n, d, e, block(B, 1, j));

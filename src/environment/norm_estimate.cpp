@@ -120,7 +120,7 @@ class Estimator {
   }
 
   void after_product() {
-    std::copy_n(x_, n_, v_);
+    blas::copy(n_, Vector{x_, 1}, Vector{v_, 1});
     const R last_estimate = est_;
     est_ = vectors_.norm(n_, v_);
     if (vectors_.has_same_signs(n_, x_) || est_ <= last_estimate) return try_alternating_vector();
@@ -151,7 +151,7 @@ class Estimator {
   void after_last_product() {
     const R estimate = 2 * (vectors_.norm(n_, x_) / static_cast<R>(3 * std::int64_t{n_}));
     if (estimate > est_) {
-      std::copy_n(x_, n_, v_);
+      blas::copy(n_, Vector{x_, 1}, Vector{v_, 1});
       est_ = estimate;
     }
     kase_ = 0;

@@ -68,7 +68,8 @@ double hypotenuse_beyond_squares(double a, double b);
 }  // namespace detail
 
 /// sqrt(a^2 + b^2) from the squares themselves, scaled where they would leave the range. An infinity outweighs a NaN. A
-/// result above the largest double is not infinity: it has the exponent of one and the mantissa of the result.
+/// result above the largest double does not come out as infinity: it has the exponent of an infinity beside its own
+/// mantissa.
 inline double hypotenuse(double a, double b) {
   const std::uint32_t ha = detail::high_word(a), hb = detail::high_word(b);
   const auto [low, high] = std::minmax(ha, hb);

@@ -14,14 +14,15 @@ using tuning::Name;
 /// Rows, or columns, from which a matrix with n of the other kind gets a QR factorisation before its SVD.
 Int svd_crossover(Int n) {
   const float crossover = static_cast<float>(n) * 1.6f;
-  constexpr Int most = std::numeric_limits<Int>::max();
-  return crossover < static_cast<float>(most) ? static_cast<Int>(crossover) : most;
+  using Limits = std::numeric_limits<Int>;
+  if (crossover >= static_cast<float>(Limits::max())) return Limits::max();
+  return crossover > static_cast<float>(Limits::min()) ? static_cast<Int>(crossover) : Limits::min();
 }
 
-/// The Hessenberg QR iteration and the routines inside it, which ask for its smallest order.
+/// The Hessenberg QR iteration and the routines inside it, numbered from 0, which ask for its smallest order.
 bool is_hessenberg_iteration(const Name& name) {
-  constexpr std::uint64_t driver = tuning::packed_letters("HSEQR"), inner = tuning::packed_letters("LAQR\0") >> 8;
-  return name.precision != 0 && (name.letters == driver || name.letters >> 8 == inner);
+  constexpr std::uint64_t driver = tuning::packed_letters("HSEQR"), inner = tuning::packed_letters("LAQR0");
+  return name.letters == driver || (name.letters >= inner && name.letters <= inner + 5);
 }
 
 /// Shifts for an active block of order n, an even number.

@@ -55,6 +55,9 @@ extern int env_readed;
 /// 1 if the environment switches the pool off. Written before env_readed says so.
 extern int disable_fast_mm;
 
+/// What a routine that can't go on without memory reports in place of an argument's position.
+inline constexpr int memory_refused = -1000;
+
 /// Boundary that every routine asks for, in bytes.
 inline constexpr int work_alignment = 128;
 

@@ -5,6 +5,7 @@
 
 #include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
+#include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
 #include "orthogonal/stored_reflectors.hpp"
 
@@ -115,15 +116,8 @@ class ColumnProducts {
 template <ComplexScalar T>
 class ComplexColumnProducts {
  public:
-  explicit ComplexColumnProducts(Int n) {
-    const std::uint64_t bytes = std::uint64_t(n) * sizeof(T);
-    if (bytes <= UINT32_MAX) v_ = static_cast<T*>(nuv_serv_allocate(static_cast<unsigned>(bytes), 128));
-  }
-  ComplexColumnProducts(const ComplexColumnProducts&) = delete;
-  ~ComplexColumnProducts() {
-    if (ready()) nuv_serv_deallocate(v_);
-  }
-  bool ready() const { return v_ != nullptr; }
+  explicit ComplexColumnProducts(Int n) : room_(std::size_t(n)) {}
+  bool ready() const { return room_.data() != nullptr; }
 
   void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
             Range done, T scale) const {
@@ -137,17 +131,17 @@ class ComplexColumnProducts {
   }
 
  private:
-  Vector<const T> element(Int e) const { return {v_ + (e - 1), 1}; }
+  Vector<const T> element(Int e) const { return {room_.data() + (e - 1), 1}; }
 
   void lay_out(const StoredReflectors<const T>& V, Int j) const {
     const Range tail = V.tail(j);
-    const Vector<T> to{v_ + (tail.first - 1), 1};
+    const Vector<T> to{room_.data() + (tail.first - 1), 1};
     blas::copy(tail.count, V.along(tail.first, j), to);
     if (!V.columnwise()) conjugate_vector(tail.count, to);
-    v_[V.unit(j) - 1] = T(1);
+    room_.data()[V.unit(j) - 1] = T(1);
   }
 
-  T* v_ = nullptr;
+  Workspace<T> room_;
 };
 
 template <Scalar T>
@@ -217,7 +211,7 @@ template <Scalar T>
 void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt) {
   if (n == 0 || k == 0) return;
   const typename ColumnProductsOf<T>::type products(n);
-  if (!products.ready()) return report_bad_argument<T>("LARFT", -1000);
+  if (!products.ready()) return report_bad_argument<T>("LARFT", memory_refused);
 
   const StoredReflectors<const T> V(direct, storev, n, k, v, ldv);
   const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
@@ -307,7 +301,9 @@ void larfb(char side, char trans, char direct, char storev, Int m, Int n, Int k,
   const Matrix V1 = V.from(first1, 1), V2 = V.from(first2, 1);
   const char triangle = columnwise == forward ? 'L' : 'U', triangle_of_t = forward ? 'U' : 'L';
   const char op = columnwise ? 'N' : adjoint<T>, op_adjoint = columnwise ? adjoint<T> : 'N';
-  const char op_t = same_letter(trans, 'N') == left ? adjoint<T> : 'N';
+  // On the left W^H stands for W, and so T^H for T.
+  const bool plain = same_letter(trans, 'N');
+  const char op_t = left ? (plain ? adjoint<T> : 'N') : (plain ? 'N' : adjoint<T>);
 
   const Matrix C{c, ldc};
   const Matrix C1 = left ? block(C, first1, 1) : block(C, 1, first1);

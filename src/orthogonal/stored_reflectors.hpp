@@ -30,7 +30,6 @@ class StoredReflectors {
   StoredReflectors(char direct, char storev, Int n, Int k, T* v, Int ldv)
       : V_(v, ldv), n_(n), k_(k), columnwise_(same_letter(storev, 'C')), forward_(same_letter(direct, 'F')) {}
 
-  Int order() const { return n_; }
   bool columnwise() const { return columnwise_; }
   bool forward() const { return forward_; }
 

@@ -117,7 +117,7 @@ void potri(char uplo, Int n, T* a, Int lda, Int& info) {
   lauum(uplo, n, a, lda, info);
 }
 
-// In step i, for an upper triangle; what stands left of or above the block row is final, the rest still the factor:
+// In step i, for an upper triangle; what stands left of the block column is final, the rest still the factor:
 //
 //      .  | U01 |  .         U01 := U01 U11^H + U02 U12^H,
 //      .  | U11 | U12        U11 := U11 U11^H + U12 U12^H.

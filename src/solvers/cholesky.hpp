@@ -4,8 +4,7 @@
 //
 // uplo    'U' or 'L': the triangle that holds the matrix and then its factor; the other is neither read nor written
 // info    0; -k: argument k was bad (reported); where a routine factors, k: the leading minor of order k is not
-// positive
-//         definite, and the columns before the block it lies in are factored
+//         positive definite, and the columns before the block it lies in are factored
 
 #include "base/types.hpp"
 

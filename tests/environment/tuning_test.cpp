@@ -648,6 +648,7 @@ TEST(Questions, TwelveGoByTheName) {
   EXPECT_EQ(ask(12, "DGETRF", " ", {1000, 129, -1, -1}), 128);
   EXPECT_EQ(ask(12, "DHSEQX"), 1);
   EXPECT_EQ(ask(12, "DLAQPS"), 32);
+  EXPECT_EQ(ask(12, "DLAQRF", " ", {100, 40, -1, -1}), 40);
   EXPECT_EQ(ask(12, "DZZZZZ"), 1);
 }
 

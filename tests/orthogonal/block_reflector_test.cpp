@@ -178,6 +178,47 @@ TEST(PlainFactor, OfOrderZeroIsNotWritten) {
   EXPECT_TRUE(t.unchanged());
 }
 
+/// The letters of a form, of which the ones that are no capitals stand for the same: small ones and, for backward and
+/// rowwise, any others.
+std::vector<Form> other_letters(const Form& form) {
+  const auto letters = [](char capital, bool any_other) {
+    std::vector<char> all = {char(std::tolower(capital))};
+    if (any_other) all.insert(all.end(), {'x', 'Z', ' ', 'T'});
+    return all;
+  };
+  std::vector<Form> all;
+  for (const char direct : letters(form.direct, !form.forward())) {
+    for (const char storev : letters(form.storev, !form.columnwise())) all.push_back({direct, storev});
+  }
+  return all;
+}
+
+TEST(PlainFactor, IsBackwardAndRowwiseForAllLettersButTwo) {
+  Random random(46);
+  for (const Form& form : forms) {
+    ReflectorBlock<double> block(random, form, 12, 9);
+    const GuardedMatrix<double> t = plain_factor(block);
+    for (const auto& [direct, storev] : other_letters(form)) {
+      GuardedMatrix<double> again(9, 9, 11);
+      routine_call::larf2(direct, storev, 12, 9, block.V, block.tau.data(), again);
+      EXPECT_TRUE(again.same_as(t)) << direct << storev;
+    }
+  }
+}
+
+TYPED_TEST(BlockReflector, HasAFactorThatIsBackwardAndRowwiseForAllLettersButTwo) {
+  using T = TypeParam;
+  for (const Form& form : forms) {
+    ReflectorBlock<T> block(this->random, form, 50, 20);
+    const GuardedMatrix<T> t = blocked_factor(block);
+    for (const auto& [direct, storev] : other_letters(form)) {
+      GuardedMatrix<T> again(20, 20, 22);
+      routine_call::larft(direct, storev, 50, 20, block.V, block.tau.data(), again);
+      EXPECT_TRUE(again.same_as(t)) << direct << storev;
+    }
+  }
+}
+
 TYPED_TEST(BlockReflector, ReportsThatThereIsNoMemoryForItsFactor) {
   using T = TypeParam;
   for (const Form& form : forms) {

@@ -152,6 +152,59 @@ TYPED_TEST(Qr, WritesNothingButTheAnswerToAQuestion) {
   EXPECT_TRUE(work.unchanged_outside(1, 1));
 }
 
+TYPED_TEST(Qr, AnswersTheQuestionInItsSerialBodyToo) {
+  using T = TypeParam;
+  for (const Shape& shape : {Shape{20, 15}, {15, 20}, {170, 165}, {0, 4}, {4, 0}}) {
+    GuardedMatrix<T> A(shape.m, shape.n, padded(shape.m));
+    GuardedVector<T> tau(15), work(15);
+    Int info = 99;
+    x_variant::geqrf(shape.m, shape.n, A, tau.data(), work.data(), -1, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(work(1), T(Real<T>(shape.n > 100 ? 16 * shape.n : shape.n)));
+    EXPECT_TRUE(A.unchanged());
+    EXPECT_TRUE(tau.unchanged());
+    EXPECT_TRUE(work.unchanged_outside(1, 1));
+  }
+}
+
+TYPED_TEST(Qr, ChecksNoArgumentsInItsSerialBody) {
+  using T = TypeParam;
+  // Sizes below zero are as good as zero.
+  for (const Shape& shape : {Shape{-1, 3}, {3, -1}, {-2, -3}}) {
+    GuardedMatrix<T> A(4, 4, 4);
+    GuardedVector<T> tau(4), work(4);
+    Int info = 99;
+    x_variant::geqrf(shape.m, shape.n, A, tau.data(), work.data(), 4, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(work(1), T(Real<T>(shape.n)));
+    EXPECT_TRUE(work.unchanged_outside(1, 1));
+    EXPECT_TRUE(A.unchanged());
+    EXPECT_TRUE(tau.unchanged());
+  }
+  // Without panels the size of the workspace does not matter.
+  const GuardedMatrix<T> A = this->matrix({9, 4});
+  const Factored<T> f = factor(A, 4);
+  for (const Int lwork : {3, 0, -2}) {
+    GuardedMatrix<T> result = A;
+    GuardedVector<T> tau(4), work(4);
+    Int info = 99;
+    x_variant::geqrf(9, 4, result, tau.data(), work.data(), lwork, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(work(1), T(4));
+    EXPECT_TRUE(result.same_as(f.factors));
+    EXPECT_TRUE(tau.same_as(f.tau));
+  }
+  // The unblocked code has checks of its own, of whose findings the caller hears nothing.
+  GuardedMatrix<T> unchanged = A;
+  GuardedVector<T> tau(4), work(4);
+  Int info = 99;
+  x_variant::geqrf(9, 4, {unchanged.data(), 8}, tau.data(), work.data(), 4, info);
+  EXPECT_EQ(info, 0);
+  EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("GEQR2"), 4}}));
+  EXPECT_TRUE(unchanged.unchanged());
+  EXPECT_TRUE(tau.unchanged());
+}
+
 TYPED_TEST(Qr, OfAnEmptyMatrixIsNoWork) {
   using T = TypeParam;
   for (const Shape& shape : {Shape{0, 4}, {4, 0}, {0, 0}}) {

@@ -283,6 +283,62 @@ TYPED_TEST(Reflector, OfSmallOrderNeedsNoWorkspaceOnTheLeft) {
   }
 }
 
+/// The members that are routines of this library.
+template <class T>
+class ShortReflector : public testing::Test {
+ protected:
+  Random random{45};
+};
+using RoutineMembers = testing::Types<float, std::complex<double>>;
+TYPED_TEST_SUITE(ShortReflector, RoutineMembers, PrecisionLetter);
+
+TYPED_TEST(ShortReflector, TakesEachColumnInThisOrder) {
+  using T = TypeParam;
+  for (Int m = 1; m <= 10; ++m) {
+    for (const Int n : {0, 1, 2, 3, 17}) {
+      for (const char side : {'L', 'l'}) {
+        SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n));
+        const GuardedMatrix<T> C = random_matrix<T>(this->random, m, n, m + 3);
+        const GuardedVector<T> v = random_vector<T>(this->random, m, 1);
+        const T tau = this->random.template scalar<T>();
+        GuardedMatrix<T> expected = C, result = C;
+        for (Int j = 1; j <= n; ++j) {
+          T sum = conjugate(v(1)) * C(1, j);
+          for (Int i = 2; i <= m; ++i) sum = sum + conjugate(v(i)) * C(i, j);
+          for (Int i = 1; i <= m; ++i) expected(i, j) = C(i, j) - sum * (tau * v(i));
+        }
+        GuardedVector<T> work(n);
+        routine_call::larfx(side, m, n, v.data(), tau, result, work.data());
+        EXPECT_TRUE(result.same_as(expected));
+        EXPECT_TRUE(work.unchanged());
+      }
+    }
+  }
+}
+
+TYPED_TEST(ShortReflector, IsAnOrdinaryOneOnTheRightAndForHigherOrders) {
+  using T = TypeParam;
+  const auto expect_ordinary = [&](char side, Int m, Int n) {
+    SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n) + ", side " + side);
+    const bool left = is_left(side);
+    GuardedMatrix<T> result = random_matrix<T>(this->random, m, n, m + 1), expected = result;
+    const GuardedVector<T> v = random_vector<T>(this->random, left ? m : n, 1);
+    const T tau = this->random.template scalar<T>();
+    GuardedVector<T> work(left ? n : m), work_of_larf(left ? n : m);
+    routine_call::larfx(side, m, n, v.data(), tau, result, work.data());
+    routine_call::larf(side, m, n, v, tau, expected, work_of_larf.data());
+    EXPECT_TRUE(result.same_as(expected));
+    EXPECT_TRUE(work.same_as(work_of_larf));
+    for (Int i = 1; i <= work.size(); ++i) EXPECT_FALSE(same_bits(work(i), work.sealed(i)));
+  };
+  for (Int n = 1; n <= 12; ++n) {
+    for (const char side : {'R', 'r'}) {
+      for (const Int m : {1, 4, 10, 30}) expect_ordinary(side, m, n);
+    }
+  }
+  for (const Int m : {11, 12, 40}) expect_ordinary('L', m, 6);
+}
+
 TYPED_TEST(Reflector, OfSmallOrderThatIsTheIdentityTouchesNothing) {
   using T = TypeParam;
   for (const char side : sides) {

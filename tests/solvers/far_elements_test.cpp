@@ -1,47 +1,16 @@
 // Matrices whose elements lie more than 2^31 elements apart, although their sizes are small: each routine is to give
 // the bits that it gives for the same matrix stored close together. Needs 64-bit addresses.
 
-#include <algorithm>
-
 #include "layer.hpp"
 #include "routines.hpp"
 #include "solvers/definite.hpp"
 #include "solvers/factored.hpp"
+#include "support/far_matrix.hpp"
 #include "support/options.hpp"
 #include "support/reported_errors.hpp"
-#include "support/sparse_array.hpp"
 
 namespace nuv::test {
 namespace {
-
-static_assert(sizeof(void*) == 8);
-
-constexpr std::ptrdiff_t far = std::ptrdiff_t{1} << 31;
-
-/// A copy of a matrix whose last column starts behind 2^31 elements.
-template <Scalar T>
-class FarMatrix {
- public:
-  explicit FarMatrix(const GuardedMatrix<T>& A)
-      : m_(A.rows()), n_(A.columns()), ld_(Int(far / (n_ - 1) + 1)), store_(std::size_t(n_ - 1) * ld_ + m_) {
-    for (Int j = 1; j <= n_; ++j) std::copy_n(&A(1, j), m_, Matrix<T>(*this).at(1, j));
-  }
-
-  operator Matrix<T>() { return {store_.data(), ld_}; }
-  operator Matrix<const T>() { return {store_.data(), ld_}; }
-
-  /// Expects the elements of A.
-  void expect_same_as(const GuardedMatrix<T>& A) {
-    const Matrix<T> self(*this);
-    for (Int j = 1; j <= n_; ++j) {
-      for (Int i = 1; i <= m_; ++i) ASSERT_TRUE(same_bits(self(i, j), A(i, j))) << i << ", " << j;
-    }
-  }
-
- private:
-  Int m_, n_, ld_;
-  SparseArray<T> store_;
-};
 
 /// Beyond every block width at which a routine of this size splits its work in two.
 constexpr Int n = 135;

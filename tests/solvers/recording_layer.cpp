@@ -4,7 +4,9 @@
 #include <nuv/nuv_lapack.h>
 
 #include <algorithm>
+#include <complex>
 #include <initializer_list>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -14,15 +16,33 @@
 namespace nuv::test {
 namespace {
 
-std::vector<std::string> recorded_calls;
+struct RecordedCall {
+  std::string call, factors;
+};
 
-void record(const char* routine, std::initializer_list<const char*> options, std::initializer_list<int> sizes) {
+std::vector<RecordedCall> recorded_calls;
+
+/// Complex factors have to be real, too, to be written as a number alone.
+template <class T>
+std::string text(T factor) {
+  std::ostringstream stream;
+  if (std::imag(factor) == 0) {
+    stream << ", " << std::real(factor);
+  } else {
+    stream << ", " << factor;
+  }
+  return stream.str();
+}
+
+template <class... Factors>
+void record(const char* routine, std::initializer_list<const char*> options, std::initializer_list<int> sizes,
+            Factors... factors) {
   if (std::any_of(sizes.begin(), sizes.end(), [](int size) { return size == 0; })) return;
   std::string call = routine;
   if (options.size() != 0) call += ' ';
   for (const char* option : options) call += char(to_upper_ascii(static_cast<unsigned char>(*option)));
   for (const int size : sizes) call += ' ' + std::to_string(size);
-  recorded_calls.push_back(call);
+  recorded_calls.push_back({call, (std::string() + ... + text(factors))});
 }
 
 /// The sequential layer's function of that name.
@@ -36,7 +56,17 @@ void* next_layer(const char* name) {
 }  // namespace
 
 std::vector<std::string> take_recorded_calls() {
-  return std::exchange(recorded_calls, {});
+  std::vector<std::string> calls;
+  for (const RecordedCall& recorded : std::exchange(recorded_calls, {})) calls.push_back(recorded.call);
+  return calls;
+}
+
+std::vector<std::string> take_recorded_calls_with_factors() {
+  std::vector<std::string> calls;
+  for (const RecordedCall& recorded : std::exchange(recorded_calls, {})) {
+    calls.push_back(recorded.call + recorded.factors);
+  }
+  return calls;
 }
 
 }  // namespace nuv::test
@@ -54,10 +84,15 @@ using nuv::test::record;
     record("potrf", {uplo}, {*n});                                                                                     \
     NEXT(nuv_lapack_##p##potrf)(uplo, n, a, lda, info, length);                                                        \
   }                                                                                                                    \
+  void nuv_lapack_##p##geqrf(const int* m, const int* n, T* a, const int* lda, T* tau, T* work, const int* lwork,      \
+                             int* info) {                                                                              \
+    record("geqrf", {}, {*m, *n});                                                                                     \
+    NEXT(nuv_lapack_##p##geqrf)(m, n, a, lda, tau, work, lwork, info);                                                 \
+  }                                                                                                                    \
   void nuv_blas_##p##gemm(const char* transa, const char* transb, const int* m, const int* n, const int* k,            \
                           const T* alpha, const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c, \
                           const int* ldc, int length_a, int length_b) {                                                \
-    record("gemm", {transa, transb}, {*m, *n, *k});                                                                    \
+    record("gemm", {transa, transb}, {*m, *n, *k}, *alpha, *beta);                                                     \
     NEXT(nuv_blas_##p##gemm)                                                                                           \
     (transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, length_a, length_b);                                \
   }                                                                                                                    \
@@ -69,7 +104,7 @@ using nuv::test::record;
   void nuv_blas_##p##trmm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \
                           const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,      \
                           int l2, int l3, int l4) {                                                                    \
-    record("trmm", {side, uplo, transa, diag}, {*m, *n});                                                              \
+    record("trmm", {side, uplo, transa, diag}, {*m, *n}, *alpha);                                                      \
     NEXT(nuv_blas_##p##trmm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                   \
   }                                                                                                                    \
   void nuv_blas_##p##trsm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \

@@ -12,4 +12,7 @@ namespace nuv::test {
 /// that have nothing to write are left out.
 std::vector<std::string> take_recorded_calls();
 
+/// The same calls, those of gemm and trmm with alpha and beta behind the sizes: "gemm NT 5 3 8, 1, 0".
+std::vector<std::string> take_recorded_calls_with_factors();
+
 }  // namespace nuv::test

@@ -2,7 +2,6 @@
 
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
