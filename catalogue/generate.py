@@ -76,11 +76,13 @@ class Routine:
     meaning: str
     family: str
     layer_family: str
+    alias: str = ""
 
     @property
     def function(self):
-        """Name of the C++ function template, and of the wrappers that call a stub."""
-        return self.pattern.replace("?", "")
+        """Name of the C++ function template, and of the wrappers that call a stub: that of the exported names, or what
+        `as` says, so that ?ormqr and ?unmqr are one template."""
+        return self.alias or self.pattern.replace("?", "")
 
 
 @dataclass(frozen=True)
@@ -205,10 +207,10 @@ def located_lines(text, file_name):
 
 
 def parse_routine(kind, rest, meaning, family, layer_family):
-    match = re.fullmatch(r"([\w,-]+)\s+([\w?]+)\s*\((.*)\)\s*(?:->\s*([\w:<>]+))?", rest)
+    match = re.fullmatch(r"([\w,-]+)\s+([\w?]+)(?:\s+as\s+(\w+))?\s*\((.*)\)\s*(?:->\s*([\w:<>]+))?", rest)
     if not match:
         raise CatalogueError(f"not a routine: '{rest}'")
-    precisions, pattern, arguments, result = match.groups()
+    precisions, pattern, alias, arguments, result = match.groups()
     precisions = parse_precisions(precisions)
     if (precisions != ("",)) != ("?" in pattern):
         raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
@@ -217,7 +219,7 @@ def parse_routine(kind, rest, meaning, family, layer_family):
         raise CatalogueError(f"unknown type '{result}'")
     if not family or kind == "layer" and not layer_family:
         raise CatalogueError(f"'{pattern}' belongs to no family")
-    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family)
+    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
 
 
 def parse_bare_stubs(rest):

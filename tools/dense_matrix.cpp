@@ -5,6 +5,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <type_traits>
 
@@ -122,6 +123,18 @@ long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, co
 }
 
 template <Scalar T>
+std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b) {
+  std::vector<long double> norms;
+  std::vector<Wide<T>> r(static_cast<std::size_t>(a.rows));
+  for (Int k = 1; k <= b.columns; ++k) {
+    residual_column(a, x.column(k), b.column(k), r);
+    norms.push_back(std::sqrt(std::accumulate(r.begin(), r.end(), 0.0L,
+                                              [](long double sum, Wide<T> value) { return sum + std::norm(value); })));
+  }
+  return norms;
+}
+
+template <Scalar T>
 void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink) {
   constexpr std::size_t piece = 32768;
   std::string text = fmt::format("%%MatrixMarket matrix array {} general\n{} {}\n",
@@ -140,6 +153,8 @@ void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::
   template bool all_finite(const DenseMatrix<T>&);                                                           \
   template long double infinity_norm(const DenseMatrix<T>&);                                                 \
   template long double scaled_residual(const DenseMatrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&); \
+  template std::vector<long double> residual_norms(const DenseMatrix<T>&, const DenseMatrix<T>&,             \
+                                                   const DenseMatrix<T>&);                                   \
   template void write_matrix_market(const DenseMatrix<T>&, const std::function<void(std::string_view)>&);
 
 NUV_INSTANTIATE(float)

@@ -50,6 +50,10 @@ long double infinity_norm(const DenseMatrix<T>& a);
 template <Scalar T>
 long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b);
 
+/// The Euclidean norms of the columns of A X - B, accumulated in long double.
+template <Scalar T>
+std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b);
+
 /// Writes a matrix as a Matrix Market array, each number by the fewest digits that read back as the same bits. The
 /// text is handed to the sink in pieces of some ten thousand characters.
 template <Scalar T>

@@ -2,15 +2,12 @@
 
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <complex>
 #include <cstdio>
-#include <limits>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,6 +16,7 @@
 
 #include "base/types.hpp"
 #include "dense_matrix.hpp"
+#include "equations.hpp"
 #include "error.hpp"
 #include "matrix_market.hpp"
 #include "output.hpp"
@@ -33,52 +31,31 @@ template <>
 struct Solver<float> {
   static constexpr auto gesv = nuv_lapack_sgesv;
   static constexpr auto posv = nuv_lapack_sposv;
-  static constexpr std::string_view precision = "single precision";
 };
 
 template <>
 struct Solver<double> {
   static constexpr auto gesv = nuv_lapack_dgesv;
   static constexpr auto posv = nuv_lapack_dposv;
-  static constexpr std::string_view precision = "double precision";
 };
 
 template <>
 struct Solver<std::complex<float>> {
   static constexpr auto gesv = nuv_lapack_cgesv;
   static constexpr auto posv = nuv_lapack_cposv;
-  static constexpr std::string_view precision = "complex single precision";
 };
 
 template <>
 struct Solver<std::complex<double>> {
   static constexpr auto gesv = nuv_lapack_zgesv;
   static constexpr auto posv = nuv_lapack_zposv;
-  static constexpr std::string_view precision = "complex double precision";
 };
 
 /// The routine's name, in small letters.
 template <Scalar T>
 std::string solver_name(bool positive_definite) {
   return fmt::format("nuv_lapack_{}{}, {}", static_cast<char>(std::tolower(precision_letter<T>)),
-                     positive_definite ? "posv" : "gesv", Solver<T>::precision);
-}
-
-long double physical_memory() {
-  return static_cast<long double>(sysconf(_SC_PHYS_PAGES)) * static_cast<long double>(sysconf(_SC_PAGE_SIZE));
-}
-
-// Sizes whose product leaves the range of integers are still told apart here: 2^31 squared times 16 is exact.
-void require_memory(const MatrixMarket& file, std::size_t element_size) {
-  // The solver overwrites its arguments, the residual needs the originals: two copies of everything.
-  const long double needed = 2.0L * file.rows * file.columns * static_cast<long double>(element_size);
-  const long double there =
-      std::min<long double>(physical_memory(), static_cast<long double>(std::numeric_limits<std::ptrdiff_t>::max()));
-  if (needed <= there) return;
-  constexpr long double gibibyte = 1L << 30;
-  throw FileError(file.file, file.size_line,
-                  fmt::format("a {} by {} matrix takes {:.3g} GiB to solve, this machine can give {:.3g}", file.rows,
-                              file.columns, needed / gibibyte, there / gibibyte));
+                     positive_definite ? "posv" : "gesv", precision_words<T>());
 }
 
 void require_matching_sizes(const MatrixMarket& a, const MatrixMarket& b) {
@@ -89,12 +66,6 @@ void require_matching_sizes(const MatrixMarket& a, const MatrixMarket& b) {
   if (b.rows != a.rows) {
     throw FileError(b.file, b.size_line,
                     fmt::format("the right-hand sides have {} rows, the matrix has order {}", b.rows, a.rows));
-  }
-}
-
-void require_real(const MatrixMarket& file, char precision) {
-  if (file.is_complex()) {
-    throw FileError(file.file, 1, fmt::format("complex data cannot be solved in the real precision {}", precision));
   }
 }
 
@@ -163,11 +134,11 @@ std::chrono::duration<double> timed_solve(DenseMatrix<T>& a, DenseMatrix<T>& x, 
 }
 
 template <Scalar T>
-void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& options, Output& output) {
-  require_memory(a_file, sizeof(T));
-  require_memory(b_file, sizeof(T));
-  const auto a = to_dense<T>(std::move(a_file));
-  const auto b = to_dense<T>(std::move(b_file));
+void solve_in(EquationFiles files, const SolveOptions& options, Output& output) {
+  require_memory(files.a, files.a.rows, files.a.columns, sizeof(T));
+  require_memory(files.b, files.b.rows, files.b.columns, sizeof(T));
+  const auto a = to_dense<T>(std::move(files.a));
+  const auto b = to_dense<T>(std::move(files.b));
   if (options.positive_definite) require_hermitian(a, options.matrix_file);
 
   auto x = b;
@@ -175,46 +146,21 @@ void solve_in(MatrixMarket a_file, MatrixMarket b_file, const SolveOptions& opti
   const auto time = timed_solve(factors, x, options);
   if (!all_finite(x)) throw FileError(options.matrix_file, "the solution overflows the precision");
 
-  write_matrix_market(x, [&](std::string_view text) { output.write(text); });
-  output.commit();
+  write_solution(x, output);
   print({solver_name<T>(options.positive_definite), a.rows, b.columns, scaled_residual(a, x, b), time}, options);
 }
 
 void read_and_solve(const SolveOptions& options) {
   Output output = options.output_file ? Output(*options.output_file) : Output();
-  const bool single = options.precision == 's' || options.precision == 'c';
-  const Precision precision = single ? Precision::Single : Precision::Double;
-  MatrixMarket a = read_matrix_market_file(options.matrix_file, precision);
-  MatrixMarket b = read_matrix_market_file(options.right_hand_side_file, precision);
-  require_matching_sizes(a, b);
-
-  const char letter = options.precision.value_or(a.is_complex() || b.is_complex() ? 'z' : 'd');
-  if (letter == 's' || letter == 'd') {
-    require_real(a, letter);
-    require_real(b, letter);
-  }
-  switch (letter) {
-    case 's':
-      return solve_in<float>(std::move(a), std::move(b), options, output);
-    case 'd':
-      return solve_in<double>(std::move(a), std::move(b), options, output);
-    case 'c':
-      return solve_in<std::complex<float>>(std::move(a), std::move(b), options, output);
-    default:
-      return solve_in<std::complex<double>>(std::move(a), std::move(b), options, output);
-  }
+  EquationFiles files = read_equation_files(options);
+  require_matching_sizes(files.a, files.b);
+  in_precision(precision_for(files, options), [&]<Scalar T>(T) { solve_in<T>(std::move(files), options, output); });
 }
 
 }  // namespace
 
 void solve(const SolveOptions& options) {
-  try {
-    read_and_solve(options);
-  } catch (const std::bad_alloc&) {
-    throw FileError(options.matrix_file, "the system does not fit into memory");
-  } catch (const std::length_error&) {
-    throw FileError(options.matrix_file, "the system does not fit into memory");
-  }
+  within_memory(options, [&] { read_and_solve(options); });
 }
 
 }  // namespace nuv::tools

@@ -12,11 +12,15 @@ namespace nuv {
 /// the routine returns: minus that position.
 ///
 /// Static, since sources compiled for different instruction sets must not share a function.
+[[maybe_unused]] static void report_bad_argument(Text name, Int info) {
+  const Int position = -info;
+  nuv_serv_xerbla(name.data, &position, name.length);
+}
+
+/// The same for the member of precision T of an operation.
 template <Scalar T, std::size_t Size>
 static void report_bad_argument(const char (&operation)[Size], Int info) {
-  const RoutineName<T> name(operation);
-  const Int position = -info;
-  nuv_serv_xerbla(Text(name).data, &position, Text(name).length);
+  report_bad_argument(RoutineName<T>(operation), info);
 }
 
 }  // namespace nuv

@@ -85,6 +85,15 @@ class Parsing(unittest.TestCase):
             routine = only_routine(entry(f"kernel {precisions} {pattern} (Int n)"))
             self.assertEqual([name for _, name in generate.exported_names(routine)], names)
 
+    def test_exported_names_may_share_a_template(self):
+        text = entry("layer sd ?ormqr (Int n)") + "layer cz ?unmqr as ormqr (Int n)\n m\n"
+        routine = generate.parse(text).routines[1]
+        self.assertEqual((routine.pattern, routine.function), ("?unmqr", "ormqr"))
+        made = files(text)
+        self.assertIn("void nuv_lapack_xzunmqr(const int* n) {\n  nuv::xormqr<std::complex<double>>(*n);",
+                      made["entries/solvers/widget.entries.inc"])
+        self.assertIn("nuv_lapack_cunmqr(&n);", made["internal/layer.hpp"])
+
     def test_prefixes(self):
         for kind, prefix in (("routine", "nuv_lapack_d"), ("layer", "nuv_lapack_d"), ("level3", "nuv_blas_d"),
                              ("kernel", "nuv_blas_d"), ("special", "nuv_blas_d")):

@@ -42,6 +42,12 @@ void print_factors() {
     Int info = 99;
     layer::getrf(n, n, A, pivots.data(), info);
     std::printf("%cgetrf %d %d %016llx\n", precision_letter<T>, n, info, static_cast<unsigned long long>(checksum(A)));
+
+    A = random_matrix<T>(random, n, n, n);
+    GuardedMatrix<T> tau(n, 1, n), work(n, 64, n);
+    layer::geqrf(n, n, A, tau.data(), work.data(), 64 * n, info);
+    std::printf("%cgeqrf %d %d %016llx %016llx\n", precision_letter<T>, n, info,
+                static_cast<unsigned long long>(checksum(A)), static_cast<unsigned long long>(checksum(tau)));
   }
 }
 

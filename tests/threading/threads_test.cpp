@@ -122,10 +122,27 @@ TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
   }
 }
 
+TYPED_TEST(Threads, GiveTheQrFactorsOfOne) {
+  using T = TypeParam;
+  for (const auto& [m, n] : {std::pair(200, 200), std::pair(400, 170), std::pair(240, 360), std::pair(900, 40)}) {
+    SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n));
+    const std::vector<T> a = numbers<T>(this->random, m, n);
+    std::vector<T> tau;
+    expect_same_bits(a, [&](T* x) {
+      std::vector<T> mine(std::min(m, n)), work(std::size_t(64) * n);
+      Int info = -7;
+      layer::geqrf(m, n, {x, m}, mine.data(), work.data(), Int(work.size()), info);
+      EXPECT_EQ(info, 0);
+      if (tau.empty()) tau = mine;
+      EXPECT_EQ(std::memcmp(tau.data(), mine.data(), mine.size() * sizeof(T)), 0);
+    });
+  }
+}
+
 TEST(ThreadLayers, GiveTheSameFactors) {
   const ChildResult alone = run_child({.arguments = {NUV_PRINT_FACTORS_SEQUENTIAL}});
   EXPECT_TRUE(alone.succeeded()) << to_string(alone);
-  EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * 6 * 5);
+  EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * 6 * 6);
   for (const char* threads : {"1", "2", "3", "8"}) {
     const ChildResult together =
         run_child({.arguments = {"env", std::string("NUV_NUM_THREADS=") + threads, NUV_PRINT_FACTORS_THREADED}});

@@ -46,6 +46,13 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"solve", "A.mtx", "b.mtx", "-o", "x", "-o", "y"}, "--output"},
       {{"solve", "", "b.mtx"}, "A: a file name must not be empty"},
       {{"solve", "A.mtx", ""}, "B: a file name must not be empty"},
+      {{"lstsq"}, "A is required"},
+      {{"lstsq", "A.mtx"}, "B is required"},
+      {{"lstsq", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
+      {{"lstsq", "A.mtx", "b.mtx", "--spd"}, "--spd"},
+      {{"lstsq", "A.mtx", "b.mtx", "-p", "q"}, "q not in {s,d,c,z}"},
+      {{"lstsq", "A.mtx", "b.mtx", "-o", ""}, "--output: a file name must not be empty"},
+      {{"lstsq", "", "b.mtx"}, "A: a file name must not be empty"},
       {{"info", "A.mtx"}, "A.mtx"},
       {{"info", "-p", "d"}, "-p"},
       {{"info", "solve", "A.mtx", "b.mtx"}, "solve"},
@@ -69,7 +76,7 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult result = run_nuv(folder, {option});
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.error, "");
-    for (const char* word : {"solve", "info", "--version"})
+    for (const char* word : {"solve", "lstsq", "info", "--version"})
       EXPECT_NE(result.output.find(word), std::string::npos) << word;
 
     const ChildResult of_solve = run_nuv(folder, {"solve", option});
@@ -78,6 +85,11 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     for (const char* word :
          {"-o,--output FILE", "-p,--precision", "s, d, c or z", "--spd", "more than once are summed"}) {
       EXPECT_NE(of_solve.output.find(word), std::string::npos) << word;
+    }
+    const ChildResult of_lstsq = run_nuv(folder, {"lstsq", option});
+    EXPECT_EQ(of_lstsq.exit_status, 0);
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "least norm", "more than once are summed"}) {
+      EXPECT_NE(of_lstsq.output.find(word), std::string::npos) << word;
     }
     EXPECT_EQ(run_nuv(folder, {"info", option}).exit_status, 0);
   }

@@ -199,6 +199,26 @@ TEST(DenseMatrix, ResidualMultipliesComplexNumbers) {
   EXPECT_NEAR(static_cast<double>(scaled_residual(a, x, b) * 0x1p-24L), 1 / (std::sqrt(5.) * std::sqrt(10.)), 1e-12);
 }
 
+TEST(DenseMatrix, NormsOfResidualsAreEuclideanByColumns) {
+  DenseMatrix<float> a(2, 1), x(1, 2), b(2, 2);
+  a.elements = {1, 2};
+  x.elements = {5, 1e-20f};
+  b.elements = {2, 14, 0, 0};
+  const auto norms = residual_norms(a, x, b);
+  ASSERT_EQ(norms.size(), 2u);
+  EXPECT_EQ(norms[0], 5);
+  // The squares are far below what single precision holds.
+  EXPECT_NEAR(static_cast<double>(norms[1]) * 1e20, std::sqrt(5.), 1e-6);
+
+  using T = std::complex<double>;
+  DenseMatrix<T> az(1, 1), xz(1, 1), bz(1, 1);
+  az.elements = {T(0, 1)};
+  xz.elements = {T(0, 1)};
+  bz.elements = {T(2, 4)};
+  EXPECT_EQ(residual_norms(az, xz, bz), std::vector<long double>{5});
+  EXPECT_TRUE(residual_norms(a, DenseMatrix<float>(1, 0), DenseMatrix<float>(2, 0)).empty());
+}
+
 TEST(DenseMatrix, ResidualOfNothingIsZero) {
   EXPECT_EQ(scaled_residual(DenseMatrix<double>(0, 0), DenseMatrix<double>(0, 2), DenseMatrix<double>(0, 2)), 0);
   DenseMatrix<double> a(1, 1);

@@ -1,0 +1,23 @@
+#pragma once
+
+// Least squares with matrices of full rank.
+
+#include "base/types.hpp"
+
+namespace nuv {
+
+/// Solves op(A) X = B for an m by n matrix A of full rank: where there are more equations than unknowns, each column of
+/// X minimises the norm of its residual; where there are fewer, it is the solution of least norm.
+///
+/// trans   'N': A, 'T' (real) or 'C' (complex): A^H
+/// a       m by n, lda >= max(1, m); the matrix in, its QR (m >= n) or LQ factorisation out
+/// b       ldb >= max(1, m, n); right-hand sides in, as many elements each as op(A) has rows; solutions out, as many as
+///         it has columns. Below a solution of more equations than unknowns stand numbers whose sum of squares is that
+///         of its residual.
+/// work    lwork elements; work(1) returns the best lwork, which is zero for no equations and no right-hand sides
+/// lwork   at least max(1, mn + max(mn, nrhs)) with mn = min(m, n); -1 asks for the best and does nothing else
+/// info    0, or -k: argument k was bad (reported). A matrix without full rank is not noticed.
+template <Scalar T>
+void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* work, Int lwork, Int& info);
+
+}  // namespace nuv

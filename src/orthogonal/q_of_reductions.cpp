@@ -1,0 +1,210 @@
+#include "orthogonal/q_of_reductions.hpp"
+
+#include <algorithm>
+
+#include "environment/tuning.hpp"
+#include "frame/error_report.hpp"
+#include "frame/option_matching.hpp"
+#include "layer.hpp"
+#include "orthogonal/form_q.hpp"
+#include "orthogonal/forms.hpp"
+
+namespace nuv {
+namespace {
+
+template <Scalar T>
+T as_work_size(Int unit, Int nb) {
+  return T(static_cast<Real<T>>(std::int64_t{std::max(1, unit)} * nb));
+}
+
+/// The name of a routine whose complex member begins with other letters.
+template <Scalar T, std::size_t Size>
+constexpr RoutineName<T> name_of(const char (&real_name)[Size], const char (&complex_name)[Size]) {
+  return RoutineName<T>(ComplexScalar<T> ? complex_name : real_name);
+}
+
+/// Block size of a product with Q of order nq - 1, which leaves one row or column of C alone.
+template <Scalar T>
+Int inner_block_size(Text name, char side, char trans, Int m, Int n) {
+  const char opts[] = {side, trans};
+  if (same_letter(side, 'L')) return ilaenv(1, name, {opts, 2}, m - 1, n, m - 1, -1);
+  return ilaenv(1, name, {opts, 2}, m, n - 1, n - 1, -1);
+}
+
+/// What an embedded Q of order nq - 1 works on: all of C but its first row (left) or column (right).
+template <Scalar T>
+struct Inner {
+  Int m, n;
+  Matrix<T> C;
+
+  Inner(bool left, Int m_, Int n_, Matrix<T> whole)
+      : m(left ? m_ - 1 : m_), n(left ? n_ : n_ - 1), C(left ? block(whole, 2, 1) : block(whole, 1, 2)) {}
+};
+
+template <Scalar T>
+void set_unit_row_and_column(Int n, Matrix<T> A, Int place) {
+  for (Int i = 1; i <= n; ++i) A(i, place) = A(place, i) = T(0);
+  A(place, place) = T(1);
+}
+
+}  // namespace
+
+template <Scalar T>
+void ormbr(char vect, char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
+           Int lwork, Int& info) {
+  const bool with_q = same_letter(vect, 'Q'), left = same_letter(side, 'L');
+  const bool query = lwork == -1;
+  const Int nq = left ? m : n, nw = left ? n : m;
+  info = 0;
+  if (!is_one_of(vect, 'Q', 'P')) info = -1;
+  else if (!is_one_of(side, 'L', 'R')) info = -2;
+  else if (!is_one_of(trans, 'N', adjoint<T>)) info = -3;
+  else if (m < 0) info = -4;
+  else if (n < 0) info = -5;
+  else if (k < 0) info = -6;
+  else if (lda < std::max(1, with_q ? nq : std::min(nq, k))) info = -8;
+  else if (ldc < std::max(1, m)) info = -11;
+  else if (lwork < std::max(1, nw) && !query) info = -13;
+  if (info != 0) return report_bad_argument(name_of<T>("ORMBR", "UNMBR"), info);
+
+  const Int nb =
+      inner_block_size<T>(with_q ? name_of<T>("ORMQR", "UNMQR") : name_of<T>("ORMLQ", "UNMLQ"), side, trans, m, n);
+  const T best_lwork = as_work_size<T>(nw, nb);
+  work[0] = best_lwork;
+  if (query) return;
+  if (m == 0 || n == 0) {
+    work[0] = T(1);
+    return;
+  }
+  const Matrix A{a, lda}, C{c, ldc};
+  const Inner<T> inner(left, m, n, C);
+  if (with_q) {
+    if (nq >= k) {
+      layer::ormqr(side, trans, m, n, k, A, tau, C, work, lwork, info);
+    } else if (nq > 1) {
+      layer::ormqr(side, trans, inner.m, inner.n, nq - 1, block(A, 2, 1), tau, inner.C, work, lwork, info);
+    }
+  } else {
+    // The reflectors are those of P^H.
+    const char transt = reversed<T>(!same_letter(trans, 'N'));
+    if (nq > k) {
+      layer::ormlq(side, transt, m, n, k, A, tau, C, work, lwork, info);
+    } else if (nq > 1) {
+      layer::ormlq(side, transt, inner.m, inner.n, nq - 1, block(A, 1, 2), tau, inner.C, work, lwork, info);
+    }
+  }
+  work[0] = best_lwork;
+}
+
+template <Scalar T>
+void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
+           Int lwork, Int& info) {
+  const bool left = same_letter(side, 'L'), upper = same_letter(uplo, 'U');
+  const bool query = lwork == -1;
+  const Int nq = left ? m : n, nw = left ? n : m;
+  info = 0;
+  if (!is_one_of(side, 'L', 'R')) info = -1;
+  else if (!is_one_of(uplo, 'U', 'L')) info = -2;
+  else if (!is_one_of(trans, 'N', adjoint<T>)) info = -3;
+  else if (m < 0) info = -4;
+  else if (n < 0) info = -5;
+  else if (lda < std::max(1, nq)) info = -7;
+  else if (ldc < std::max(1, m)) info = -10;
+  else if (lwork < std::max(1, nw) && !query) info = -12;
+  if (info != 0) return report_bad_argument(name_of<T>("ORMTR", "UNMTR"), info);
+
+  const Int nb =
+      inner_block_size<T>(upper ? name_of<T>("ORMQL", "UNMQL") : name_of<T>("ORMQR", "UNMQR"), side, trans, m, n);
+  const T best_lwork = as_work_size<T>(nw, nb);
+  work[0] = best_lwork;
+  if (query) return;
+  if (m == 0 || n == 0 || nq == 1) {
+    work[0] = T(1);
+    return;
+  }
+  const Matrix A{a, lda}, C{c, ldc};
+  const Inner<T> inner(left, m, n, C);
+  if (upper) {
+    layer::ormql(side, trans, inner.m, inner.n, nq - 1, block(A, 1, 2), tau, C, work, lwork, info);
+  } else {
+    layer::ormqr(side, trans, inner.m, inner.n, nq - 1, block(A, 2, 1), tau, inner.C, work, lwork, info);
+  }
+  work[0] = best_lwork;
+}
+
+template <Scalar T>
+void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
+  const bool with_q = same_letter(vect, 'Q'), query = lwork == -1;
+  const Int smaller = std::min(m, n);
+  const bool bad_n = with_q ? n > m || n < std::min(m, k) : m > n || m < std::min(n, k);
+  info = 0;
+  if (!is_one_of(vect, 'Q', 'P')) info = -1;
+  else if (m < 0) info = -2;
+  else if (n < 0 || bad_n) info = -3;
+  else if (k < 0) info = -4;
+  else if (lda < std::max(1, m)) info = -6;
+  else if (lwork < std::max(1, smaller) && !query) info = -9;
+  if (info != 0) return report_bad_argument(name_of<T>("ORGBR", "UNGBR"), info);
+
+  const Int nb = ilaenv(1, with_q ? name_of<T>("ORGQR", "UNGQR") : name_of<T>("ORGLQ", "UNGLQ"), " ", m, n, k, -1);
+  const T best_lwork = as_work_size<T>(smaller, nb);
+  work[0] = best_lwork;
+  if (query) return;
+  if (m == 0 || n == 0) {
+    work[0] = T(1);
+    return;
+  }
+  const Matrix A{a, lda};
+  if (with_q && m >= k) {
+    orgqr(m, n, k, a, lda, tau, work, lwork, info);
+  } else if (with_q) {
+    // m = n: Q = (1, Q1), its reflectors one column too far to the left.
+    for (Int j = m; j >= 2; --j) std::copy(A.at(j + 1, j - 1), A.at(m + 1, j - 1), A.at(j + 1, j));
+    set_unit_row_and_column(m, A, 1);
+    if (m > 1) orgqr(m - 1, m - 1, m - 1, A.at(2, 2), lda, tau, work, lwork, info);
+  } else if (k < n) {
+    orglq(m, n, k, a, lda, tau, work, lwork, info);
+  } else {
+    // m = n: P^H = (1, P1^H), its reflectors one row too high.
+    for (Int j = 2; j <= n; ++j) std::copy_backward(A.at(1, j), A.at(j - 1, j), A.at(j, j));
+    set_unit_row_and_column(n, A, 1);
+    if (n > 1) orglq(n - 1, n - 1, n - 1, A.at(2, 2), lda, tau, work, lwork, info);
+  }
+  work[0] = best_lwork;
+}
+
+template <Scalar T>
+void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
+  const bool upper = same_letter(uplo, 'U'), query = lwork == -1;
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) info = -1;
+  else if (n < 0) info = -2;
+  else if (lda < std::max(1, n)) info = -4;
+  else if (lwork < std::max(1, n - 1) && !query) info = -7;
+  if (info != 0) return report_bad_argument(name_of<T>("ORGTR", "UNGTR"), info);
+
+  const Int nb =
+      ilaenv(1, upper ? name_of<T>("ORGQL", "UNGQL") : name_of<T>("ORGQR", "UNGQR"), " ", n - 1, n - 1, n - 1, -1);
+  const T best_lwork = as_work_size<T>(n - 1, nb);
+  work[0] = best_lwork;
+  if (query) return;
+  if (n == 0) {
+    work[0] = T(1);
+    return;
+  }
+  const Matrix A{a, lda};
+  if (upper) {
+    for (Int j = 1; j < n; ++j) std::copy(A.at(1, j + 1), A.at(j, j + 1), A.at(1, j));
+    set_unit_row_and_column(n, A, n);
+    orgql(n - 1, n - 1, n - 1, a, lda, tau, work, lwork, info);
+  } else {
+    for (Int j = n; j >= 2; --j) std::copy(A.at(j + 1, j - 1), A.at(n + 1, j - 1), A.at(j + 1, j));
+    set_unit_row_and_column(n, A, 1);
+    if (n > 1) orgqr(n - 1, n - 1, n - 1, A.at(2, 2), lda, tau, work, lwork, info);
+  }
+  work[0] = best_lwork;
+}
+
+}  // namespace nuv
+
+#include "orthogonal/q_of_reductions.entries.inc"

@@ -1,0 +1,293 @@
+// Least squares with matrices of full rank: gels.
+
+#include <Eigen/QR>
+#include <limits>
+
+#include "orthogonal/products_with_q.hpp"
+#include "support/argument_checks.hpp"
+#include "support/options.hpp"
+
+namespace nuv::test {
+namespace {
+
+template <class T>
+class LeastSquares : public ReportingTest {
+ protected:
+  Random random{101};
+};
+TYPED_TEST_SUITE(LeastSquares, Precisions, PrecisionLetter);
+
+struct Sizes {
+  Int m, n, nrhs;
+};
+
+std::string to_string(const Sizes& sizes) {
+  return std::to_string(sizes.m) + " by " + std::to_string(sizes.n) + ", " + std::to_string(sizes.nrhs) +
+         " right-hand sides";
+}
+
+/// The workspace that the routine works best with.
+template <Scalar T>
+Int best_lwork(bool transposed, const Sizes& s) {
+  const char t = adjoint_letter<T>;
+  const Int mn = std::min(s.m, s.n);
+  const auto larger_block = [&](const char* factor, const char* form, char trans, Int rows, Int k) {
+    return std::max(ask(1, reported_name<T>(factor), " ", s.m, s.n, -1),
+                    ask(1, name_with_q<T>("M", form), {'L', trans}, rows, s.nrhs, k));
+  };
+  const Int nb = s.m >= s.n ? larger_block("GEQRF", "QR", transposed ? 'N' : t, s.m, s.n)
+                            : larger_block("GELQF", "LQ", transposed ? t : 'N', s.n, s.m);
+  return mn + std::max(mn, s.nrhs) * nb;
+}
+
+Int least_lwork(const Sizes& s) {
+  const Int mn = std::min(s.m, s.n);
+  return std::max(1, mn + std::max(mn, s.nrhs));
+}
+
+/// op(A) X = B in the sense of least squares.
+template <Scalar T>
+struct Problem {
+  bool transposed;
+  Sizes sizes;
+  GuardedMatrix<T> A, B;  ///< B with room for the solution
+
+  /// The elements of A and of B are scaled.
+  Problem(Random& random, bool transposed_, Sizes sizes_, Real<T> a_scale = 1, Real<T> b_scale = 1)
+      : transposed(transposed_),
+        sizes(sizes_),
+        A(random_matrix<T>(random, sizes.m, sizes.n, std::max(1, sizes.m + random.integer(0, 2)))),
+        B(std::max(sizes.m, sizes.n), sizes.nrhs, std::max(1, std::max(sizes.m, sizes.n) + random.integer(0, 2))) {
+    for (Int j = 1; j <= sizes.n; ++j) {
+      for (Int i = 1; i <= sizes.m; ++i) A(i, j) *= a_scale;
+    }
+    for (Int j = 1; j <= sizes.nrhs; ++j) {
+      for (Int i = 1; i <= equations(); ++i) B(i, j) = b_scale * random.scalar<T>();
+    }
+    A.seal();
+    B.seal();
+  }
+
+  Int equations() const { return transposed ? sizes.n : sizes.m; }
+  Int unknowns() const { return transposed ? sizes.m : sizes.n; }
+  Int longer() const { return std::max(sizes.m, sizes.n); }
+
+  WideMatrix<T> matrix() const { return transposed ? WideMatrix<T>(wide(A).adjoint()) : wide(A); }
+  WideMatrix<T> right_hand_sides() const { return wide(B).topRows(equations()); }
+};
+
+template <Scalar T>
+struct Solved {
+  GuardedMatrix<T> A, B;
+  GuardedVector<T> work;
+};
+
+template <Scalar T>
+Solved<T> solve(Random& random, const Problem<T>& problem, Int lwork) {
+  Solved<T> result{problem.A, problem.B, GuardedVector<T>(std::max(1, lwork))};
+  const auto& [m, n, nrhs] = problem.sizes;
+  Int info = 99;
+  routine_call::gels(random.in_some_case(problem.transposed ? adjoint_letter<T> : 'N'), m, n, nrhs, Matrix<T>(result.A),
+                     Matrix<T>(result.B), result.work.data(), lwork, info);
+  EXPECT_EQ(info, 0);
+  EXPECT_TRUE(result.A.guards_unchanged());
+  EXPECT_TRUE(result.B.guards_unchanged());
+  EXPECT_TRUE(result.work.guards_unchanged());
+  return result;
+}
+
+/// A matrix over its largest magnitude, so that its norms and their products are numbers of type double.
+template <Scalar T>
+WideMatrix<T> normalized(const WideMatrix<T>& A) {
+  return A / A.cwiseAbs().maxCoeff();
+}
+
+/// ||op(A)^H R|| / (||A|| ||B|| n eps) for the residuals R: zero where no other X comes nearer to B.
+template <Scalar T>
+double error_of_least_squares(const Problem<T>& problem, const WideMatrix<T>& X) {
+  const WideMatrix<T> A = problem.matrix(), B = problem.right_hand_sides();
+  const WideMatrix<T> R = (B - A * X) / B.cwiseAbs().maxCoeff(), adjoint = normalized<T>(A).adjoint();
+  return one_norm(WideMatrix<T>(adjoint * R)) /
+         (one_norm(adjoint) * one_norm(normalized<T>(B)) * problem.longer() * epsilon<T>);
+}
+
+/// ||B - op(A) X|| / (||A|| ||X|| n eps), or the part of X in the null space of op(A) over (||X|| n eps), whichever is
+/// larger: zero for the solution of least norm.
+template <Scalar T>
+double error_of_least_norm(const Problem<T>& problem, const WideMatrix<T>& X) {
+  const WideMatrix<T> A = problem.matrix();
+  const double residual = solution_residual<T>(A, X, problem.right_hand_sides());
+  const Eigen::HouseholderQR<WideMatrix<T>> qr(A.adjoint());
+  WideMatrix<T> parts = qr.householderQ().adjoint() * X;
+  parts.topRows(A.rows()).setZero();
+  const double in_null_space = one_norm(parts) / (one_norm(X) * problem.longer() * epsilon<T>);
+  return residual <= in_null_space ? in_null_space : residual;
+}
+
+template <Scalar T>
+void expect_solution(const Problem<T>& problem, const Solved<T>& solved) {
+  const WideMatrix<T> rows = wide(solved.B), X = rows.topRows(problem.unknowns());
+  if (problem.equations() < problem.unknowns()) {
+    EXPECT_LT(error_of_least_norm(problem, X), threshold);
+    return;
+  }
+  EXPECT_LT(error_of_least_squares(problem, X), threshold);
+  if (problem.equations() == problem.unknowns()) {
+    EXPECT_LT(solution_residual<T>(problem.matrix(), X, problem.right_hand_sides()), threshold);
+  }
+}
+
+/// The rows below the solution have the norms of the residuals.
+template <Scalar T>
+void expect_norms_of_residuals(const Problem<T>& problem, const Solved<T>& solved) {
+  const WideMatrix<T> rows = wide(solved.B), X = rows.topRows(problem.unknowns());
+  const WideMatrix<T> R = problem.right_hand_sides() - problem.matrix() * X;
+  for (Int j = 0; j < problem.sizes.nrhs; ++j) {
+    const auto norm = R.col(j).norm();
+    const auto reported = rows.col(j).bottomRows(problem.equations() - problem.unknowns()).norm();
+    EXPECT_NEAR(double(reported / norm), 1, double(100 * epsilon<T>)) << j;
+  }
+}
+
+std::vector<Sizes> sizes() {
+  std::vector<Sizes> all = {{1, 1, 1},     {5, 1, 2},     {1, 5, 2},     {5, 3, 1},    {3, 5, 1},    {20, 20, 3},
+                            {60, 33, 4},   {33, 60, 4},   {90, 66, 70},  {66, 90, 70}, {130, 40, 1}, {40, 130, 1},
+                            {200, 120, 9}, {120, 200, 9}, {60, 20, 300}, {20, 60, 300}};
+  if (is_sanitized) std::erase_if(all, [](const Sizes& s) { return std::max({s.m, s.n, s.nrhs}) > 130; });
+  return all;
+}
+
+TYPED_TEST(LeastSquares, FitsAndFindsTheShortestSolution) {
+  using T = TypeParam;
+  for (const Sizes& s : sizes()) {
+    for (const bool transposed : {false, true}) {
+      SCOPED_TRACE(to_string(s) + (transposed ? ", transposed" : ""));
+      const Problem<T> problem(this->random, transposed, s);
+      const Int best = best_lwork<T>(transposed, s);
+      for (const Int lwork : {least_lwork(s), (least_lwork(s) + best) / 2, best, best + 3}) {
+        SCOPED_TRACE(lwork);
+        const Solved<T> solved = solve(this->random, problem, lwork);
+        expect_solution(problem, solved);
+        EXPECT_EQ(solved.work(1), T(Real<T>(best)));
+      }
+      if (problem.equations() > problem.unknowns()) {
+        expect_norms_of_residuals(problem, solve(this->random, problem, best));
+      }
+    }
+  }
+}
+
+TYPED_TEST(LeastSquares, IsIndependentOfScale) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const bool is_single = std::same_as<R, float>;
+  // Beyond the range in which products of elements are safe, yet with quotients in range; and so far out that a
+  // factorisation would lose digits below the least normal number, or overflow.
+  const R tiny = is_single ? R(1e-35) : R(1e-300), huge = is_single ? R(1e35) : R(1e300);
+  const R subnormal = std::numeric_limits<R>::min() / 1024, largest = std::numeric_limits<R>::max() / 2;
+  const std::pair<R, R> scales[] = {
+      {tiny, 1},         {huge, 1}, {1, tiny}, {1, huge}, {tiny, tiny}, {huge, huge}, {subnormal, subnormal},
+      {largest, largest}};
+  for (const Sizes& s : {Sizes{12, 7, 2}, {7, 12, 2}, {80, 60, 3}, {60, 80, 3}}) {
+    for (const bool transposed : {false, true}) {
+      for (const auto& [a_scale, b_scale] : scales) {
+        SCOPED_TRACE(to_string(s) + (transposed ? ", transposed" : "") + ", A of size " +
+                     testing::PrintToString(a_scale) + ", B of size " + testing::PrintToString(b_scale));
+        const Problem<T> problem(this->random, transposed, s, a_scale, b_scale);
+        expect_solution(problem, solve(this->random, problem, best_lwork<T>(transposed, s)));
+      }
+    }
+  }
+}
+
+TYPED_TEST(LeastSquares, OfAZeroMatrixIsZero) {
+  using T = TypeParam;
+  for (const Sizes& s : {Sizes{6, 4, 3}, {4, 6, 3}, {5, 5, 1}}) {
+    for (const bool transposed : {false, true}) {
+      const Problem<T> problem(this->random, transposed, s, Real<T>(0));
+      const Int best = best_lwork<T>(transposed, s);
+      const Solved<T> solved = solve(this->random, problem, best);
+      for (Int j = 1; j <= s.nrhs; ++j) {
+        for (Int i = 1; i <= problem.longer(); ++i) EXPECT_EQ(solved.B(i, j), T(0)) << i << ' ' << j;
+      }
+      EXPECT_EQ(solved.work(1), T(Real<T>(best)));
+    }
+  }
+}
+
+TYPED_TEST(LeastSquares, WithoutEquationsUnknownsOrRightHandSidesIsZero) {
+  using T = TypeParam;
+  for (const Sizes& s : {Sizes{0, 5, 3}, {5, 0, 3}, {5, 4, 0}, {4, 5, 0}, {0, 0, 2}, {0, 5, 0}, {0, 0, 0}}) {
+    for (const bool transposed : {false, true}) {
+      SCOPED_TRACE(to_string(s));
+      const Problem<T> problem(this->random, transposed, s);
+      const Solved<T> solved = solve(this->random, problem, least_lwork(s));
+      for (Int j = 1; j <= s.nrhs; ++j) {
+        for (Int i = 1; i <= problem.longer(); ++i) EXPECT_EQ(solved.B(i, j), T(0)) << i << ' ' << j;
+      }
+      EXPECT_EQ(solved.work(1), T(Real<T>(best_lwork<T>(transposed, s))));
+      EXPECT_TRUE(solved.A.same_as(problem.A));
+    }
+  }
+}
+
+TYPED_TEST(LeastSquares, AnswersTheWorkspaceQuestionAndDoesNothingElse) {
+  using T = TypeParam;
+  for (const Sizes& s : {Sizes{50, 30, 2}, {30, 50, 2}, {90, 80, 100}, {400, 310, 1}, {0, 3, 4}, {0, 0, 0}}) {
+    for (const bool transposed : {false, true}) {
+      GuardedMatrix<T> A(1, 1, 1), B(1, 1, 1);
+      GuardedVector<T> work(2);
+      Int info = 99;
+      routine_call::gels(transposed ? adjoint_letter<T> : 'N', s.m, s.n, s.nrhs, Matrix<T>{A.data(), std::max(1, s.m)},
+                         Matrix<T>{B.data(), std::max({1, s.m, s.n})}, work.data(), -1, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_EQ(work(1), T(Real<T>(best_lwork<T>(transposed, s))));
+      EXPECT_TRUE(work.unchanged_outside(1, 1));
+      EXPECT_TRUE(A.unchanged());
+      EXPECT_TRUE(B.unchanged());
+    }
+  }
+}
+
+/// A fit of two unknowns to four equations.
+template <Scalar T>
+struct GelsCall {
+  char trans = 'N';
+  Int m = 4, n = 2, nrhs = 3, lda = 4, ldb = 4, lwork = 5;
+  Random random = Random(5);
+  GuardedMatrix<T> A = random_matrix<T>(random, 4, 2, 4), B = random_matrix<T>(random, 4, 3, 4);
+  GuardedVector<T> work = GuardedVector<T>(5);
+
+  Int run() {
+    Int info = 99;
+    routine_call::gels(trans, m, n, nrhs, Matrix<T>{A.data(), lda}, Matrix<T>{B.data(), ldb}, work.data(), lwork, info);
+    return info;
+  }
+  bool unchanged() const { return A.unchanged() && B.unchanged() && work.unchanged(); }
+};
+
+TYPED_TEST(LeastSquares, ReportsBadArguments) {
+  using T = TypeParam;
+  using Call = GelsCall<T>;
+  const std::string name = reported_name<T>("GELS");
+  expect_argument_checks<Call>(name, {{1, [](Call& call) { call.trans = ComplexScalar<T> ? 'T' : 'C'; }},
+                                      {2, [](Call& call) { call.m = -1; }},
+                                      {3, [](Call& call) { call.n = -1; }},
+                                      {4, [](Call& call) { call.nrhs = -1; }},
+                                      {6, [](Call& call) { call.lda = 3; }},
+                                      {8, [](Call& call) { call.ldb = 3; }},
+                                      {10, [](Call& call) { call.lwork = 4; }}});
+  Call wide_matrix;  // the solution has more elements than the right-hand side
+  wide_matrix.m = 2;
+  wide_matrix.n = 4;
+  wide_matrix.ldb = 3;
+  expect_report(wide_matrix, name, 8);
+  for (const Int lwork : {0, -2}) {
+    Call call;
+    call.lwork = lwork;
+    expect_report(call, name, 10);
+  }
+}
+
+}  // namespace
+}  // namespace nuv::test
