@@ -1,22 +1,18 @@
 #pragma once
 
-// Elements of a matrix in the lanes of vectors: a complex number takes two lanes beside each other, as it does in
-// memory.
+// Loads and stores of elements of a matrix, and arithmetic with them in vectors.
 
 #include <utility>
 
-#include "base/simd.hpp"
+#include "base/elements.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
 
+using simd::elements_per_vector;
 using simd::lanes;
+using simd::lanes_per_element;
 using simd::Simd;
-
-template <Scalar T>
-inline constexpr int lanes_per_element = ComplexScalar<T> ? 2 : 1;
-
-template <Scalar T>
-inline constexpr int elements_per_vector = simd::vector_bytes / static_cast<int>(sizeof(T));
+using simd::transpose;
 
 /// The numbers that elements consist of.
 template <Scalar T>
@@ -99,42 +95,5 @@ struct Factor<std::complex<R>> {
   }
   [[gnu::always_inline]] Simd<R> product(Simd<R> x) const { return simd::fma(simd::swap_neighbours<R>(x), im, x * re); }
 };
-
-/// Elements x0 y0 x1 y1 ... of two vectors.
-template <Scalar T>
-[[gnu::always_inline]] inline simd::Pair<Real<T>> interleave_elements(Simd<Real<T>> x, Simd<Real<T>> y) {
-  using R = Real<T>;
-  if constexpr (RealScalar<T>) {
-    return simd::interleave<R>(x, y);
-  } else if constexpr (std::same_as<R, float>) {
-    const auto pair = simd::interleave<double>(Simd<double>(x), Simd<double>(y));
-    return {Simd<R>(pair.first), Simd<R>(pair.second)};
-  } else {
-    constexpr int n = lanes<R>;
-    const auto places = [](int offset) {
-      return simd::detail::lane_choice<R>([offset](int i) { return (i / 4) * 2 + i % 2 + (i / 2 % 2) * n + offset; });
-    };
-    return {__builtin_shuffle(x, y, places(0)), __builtin_shuffle(x, y, places(n / 2))};
-  }
-}
-
-/// Turns the rows of a square of elements, a vector each, into its columns. Each step turns the bits of an element's
-/// place (row, column) by one.
-template <Scalar T>
-[[gnu::always_inline]] inline void transpose(Simd<Real<T>> (&x)[elements_per_vector<T>]) {
-  constexpr int n = elements_per_vector<T>;
-#pragma GCC unroll 4
-  for (int step = 1; step < n; step *= 2) {
-    Simd<Real<T>> turned[n];
-#pragma GCC unroll 8
-    for (int i = 0; i < n / 2; ++i) {
-      const auto pair = interleave_elements<T>(x[i], x[i + n / 2]);
-      turned[2 * i] = pair.first;
-      turned[2 * i + 1] = pair.second;
-    }
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) x[i] = turned[i];
-  }
-}
 
 }  // namespace nuv::kernels::inline NUV_ISA

@@ -1,40 +1,11 @@
 #include <algorithm>
 
+#include "base/short_reflector.hpp"
 #include "frame/option_matching.hpp"
 #include "kernels/special/elements.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
 namespace {
-
-/// Reflectors of at most so many elements are held in registers or in the first-level cache as a whole, and have code
-/// of their own for each number.
-constexpr int longest_short_reflector = 10;
-
-/// Calls visit(std::integral_constant<int, order>) for 1 <= order <= longest_short_reflector.
-template <int order = 1, class Visit>
-void with_constant(Int n, Visit visit) {
-  if (n == order) return visit(std::integral_constant<int, order>());
-  if constexpr (order < longest_short_reflector) with_constant<order + 1>(n, visit);
-}
-
-/// C := C - tau v (v^H C), column by column, for a short v: as long as a column.
-template <int order, Scalar T>
-void apply_short_from_left(Int n, const T* v, T tau, T* c, Int ldc) {
-  T weight[order], multiple[order];
-#pragma GCC unroll 10
-  for (int i = 0; i < order; ++i) {
-    weight[i] = conjugate(v[i]);
-    multiple[i] = tau * v[i];
-  }
-  for (Int j = 0; j < n; ++j) {
-    T* const column = c + std::ptrdiff_t{j} * ldc;
-    T sum = weight[0] * column[0];
-#pragma GCC unroll 10
-    for (int i = 1; i < order; ++i) sum += weight[i] * column[i];
-#pragma GCC unroll 10
-    for (int i = 0; i < order; ++i) column[i] -= sum * multiple[i];
-  }
-}
 
 /// Calls visit(offset, count) for whole vectors of elements, count known to the compiler, and for the rest behind them.
 template <Scalar T, class Visit>

@@ -15,15 +15,16 @@ using namespace threading::product_detail;
 /// Steps of the product that are packed at once, and columns of C beside each other that they are packed for.
 constexpr Int depth_of_block = 64;
 template <Scalar T>
-inline constexpr Int width_of_block = 32 * 1024 /
-                                      (depth_of_block * Int{sizeof(T)}) / Tile<T>::columns* Tile<T>::columns;
+constexpr Int width_of_block() {
+  constexpr Int fitting = 32 * 1024 / (depth_of_block * Int{sizeof(T)});
+  return fitting - fitting % Tile<T>::columns;
+}
 
-/// C := alpha A B + beta C on a triangle of C, of order n, with A n by k and B k by n; n, k > 0.
+/// Adds the term to a triangle of C, of order n; its operands are n by k and k by n, with n, k > 0.
 template <Scalar T>
-void product_on_stack(Region region, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta,
-                      Matrix<T> C) {
+void product_on_stack(Region region, Int n, Int k, const Term<T>& term, Matrix<T> C) {
   constexpr int tile_rows = Tile<T>::rows, tile_columns = Tile<T>::columns;
-  constexpr Int block_width = width_of_block<T>, block_depth = depth_of_block;
+  constexpr Int block_width = width_of_block<T>(), block_depth = depth_of_block;
   alignas(alignment) Real<T> rows_of_a[block_depth * tile_rows * Tile<T>::parts];
   alignas(alignment) Real<T> columns_of_b[block_depth * block_width * Tile<T>::parts];
 
@@ -31,16 +32,17 @@ void product_on_stack(Region region, Int n, Int k, T alpha, const Operand<T>& A,
     const Int width = std::min(block_width, n - jc);
     for (Int pc = 0; pc < k; pc += block_depth) {
       const Int depth = std::min(block_depth, k - pc);
-      const Update<T> update{alpha, pc == 0 ? beta : T(1)};
+      const Update<T> update{term.alpha, pc == 0 ? term.beta : T(1)};
       const auto sliver_of_b = [&](Int j) { return columns_of_b + std::ptrdiff_t{j} * depth * Tile<T>::parts; };
       for (Int j = 0; j < width; j += tile_columns) {
         const int columns = std::min<Int>(tile_columns, width - j);
-        pack_sliver<Layout::pairs, tile_columns>(B, jc + j, columns, tile_columns, pc, depth, sliver_of_b(j));
+        pack_sliver<Layout::pairs, tile_columns>(term.right, jc + j, columns, tile_columns, pc, depth, sliver_of_b(j));
       }
       for (Int i = 0; i < n; i += tile_rows) {
         const int rows = std::min<Int>(tile_rows, n - i);
         if (is_outside(region, i, jc, rows, width)) continue;
-        pack_sliver<Layout::parts_apart, tile_rows>(A, i, rows, round_up(rows, lanes<Real<T>>), pc, depth, rows_of_a);
+        pack_sliver<Layout::parts_apart, tile_rows>(term.left, i, rows, round_up(rows, lanes<Real<T>>), pc, depth,
+                                                    rows_of_a);
         for (Int j = 0; j < width; j += tile_columns) {
           const int columns = std::min<Int>(tile_columns, width - j);
           if (is_outside(region, i, jc + j, rows, columns)) continue;
@@ -56,36 +58,14 @@ void product_on_stack(Region region, Int n, Int k, T alpha, const Operand<T>& A,
   }
 }
 
-/// 0, or minus the position of the first bad argument of uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc.
-Int check(bool trans_is_known, char uplo, char trans, Int n, Int k, Int lda, Int ldb, Int ldc) {
-  const Int rows = same_letter(trans, 'N') ? n : k;
-  if (!is_one_of(uplo, 'U', 'L')) return -1;
-  if (!trans_is_known) return -2;
-  if (n < 0) return -3;
-  if (k < 0) return -4;
-  if (lda < std::max(1, rows)) return -7;
-  if (ldb < std::max(1, rows)) return -9;
-  if (ldc < std::max(1, n)) return -12;
-  return 0;
-}
-
 template <Scalar T>
-void update_triangle(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B,
-                     T beta, Matrix<T> C) {
-  if (n == 0 || ((alpha == T(0) || k == 0) && beta == T(1))) return;
-  const Region region = region_of(uplo);
-  // What C holds as imaginary parts of its diagonal doesn't count.
-  if (hermitian) make_diagonal_real(n, C);
-  if (alpha == T(0) || k == 0) {
-    scale(n, n, beta, C, region);
-  } else {
-    // In A^H B + B^H A the two terms are conjugates of each other, and so are their factors.
-    const T other_alpha = hermitian ? conjugate(alpha) : alpha;
-    product_on_stack(region, n, k, alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, B), beta, C);
-    product_on_stack(region, n, k, other_alpha, rank_k_left(hermitian, trans, B), rank_k_right(hermitian, trans, A),
-                     T(1), C);
-  }
-  if (hermitian) make_diagonal_real(n, C);
+void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B, T beta,
+            Matrix<T> C) {
+  rank_2k_update(hermitian, uplo, trans, n, k, alpha, A, B, beta, C,
+                 [&](Region region, const Term<T>& first, const Term<T>& second) {
+                   product_on_stack(region, n, k, first, C);
+                   product_on_stack(region, n, k, second, C);
+                 });
 }
 
 }  // namespace
@@ -96,9 +76,9 @@ void update_triangle(bool hermitian, char uplo, char trans, Int n, Int k, T alph
 template <RealScalar T>
 void syr2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c,
               Int ldc, Int) {
-  const Int info = check(is_one_of(trans, 'N', 'T', 'C'), uplo, trans, n, k, lda, ldb, ldc);
+  const Int info = check_rank_2k(is_one_of(trans, 'N', 'T', 'C'), uplo, trans, n, k, lda, ldb, ldc);
   if (info != 0) return report_bad_argument<T>("SYR2K", info);
-  update_triangle(false, uplo, trans, n, k, alpha, {a, lda}, {b, ldb}, beta, Matrix{c, ldc});
+  update(false, uplo, trans, n, k, alpha, {a, lda}, {b, ldb}, beta, Matrix{c, ldc});
 }
 
 /// C := alpha A B^H + conj(alpha) B A^H + beta C (trans 'N') or C := alpha A^H B + conj(alpha) B^H A + beta C (trans
@@ -106,9 +86,9 @@ void syr2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda,
 template <ComplexScalar T>
 void her2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, Real<T> beta,
               T* c, Int ldc, Int) {
-  const Int info = check(is_one_of(trans, 'N', 'C'), uplo, trans, n, k, lda, ldb, ldc);
+  const Int info = check_rank_2k(is_one_of(trans, 'N', 'C'), uplo, trans, n, k, lda, ldb, ldc);
   if (info != 0) return report_bad_argument<T>("HER2K", info);
-  update_triangle(true, uplo, trans, n, k, alpha, {a, lda}, {b, ldb}, T(beta), Matrix{c, ldc});
+  update(true, uplo, trans, n, k, alpha, {a, lda}, {b, ldb}, T(beta), Matrix{c, ldc});
 }
 
 }  // namespace nuv::kernels::inline NUV_ISA

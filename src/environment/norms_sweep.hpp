@@ -108,52 +108,18 @@ R largest_magnitude(const std::complex<R>* x, Int count) {
   return largest;
 }
 
-/// Sum of squares of any numbers.
-///
-/// Entries that are far from the ends of the exponent range are squared and added as they are; a run whose plain sum is
-/// not safe is added entry by entry in scaled form, which is also where infinities and NaN go.
+/// Sum of squares of any numbers, held as scale^2 sumsq; the entries go in one by one, in their order.
 template <RealScalar R>
-class SquareSum {
- public:
-  /// Starts from scale^2 sumsq.
-  explicit SquareSum(R scale = 0, R sumsq = 1) : scale_(scale), sumsq_(sumsq) {}
+struct SquareSum {
+  R scale = 0;
+  R sumsq = 1;
 
   template <Scalar T>
   void add(Int count, const T* x) {
-    const R sum = plain_sum(reinterpret_cast<const R*>(x), std::ptrdiff_t{count} * (sizeof(T) / sizeof(R)));
-    if (sum >= smallest_safe && sum <= largest_safe) {
-      plain_ += sum;
-    } else {
-      lassq(count, x, 1, scale_, sumsq_);
-    }
+    lassq(count, x, 1, scale, sumsq);
   }
 
-  void double_it() {
-    plain_ *= 2;
-    sumsq_ *= 2;
-  }
-
-  R root() const {
-    R scale = scale_, sumsq = sumsq_;
-    const R plain_root = std::sqrt(plain_);
-    lassq(1, &plain_root, 1, scale, sumsq);
-    return scale * std::sqrt(sumsq);
-  }
-
- private:
-  // Squares below the normal range lose at most half a unit of the smallest number each, 2^32 of them nothing to
-  // speak of beside the smallest safe sum; 2^32 of the largest safe sums, twice, are still below overflow.
-  static constexpr R smallest_safe = std::numeric_limits<R>::min() / std::numeric_limits<R>::epsilon() * R(0x1p32);
-  static constexpr R largest_safe = std::numeric_limits<R>::max() * R(0x1p-34);
-
-  [[gnu::noinline]] static R plain_sum(const R* x, std::ptrdiff_t count) {
-    using Pack = detail::Pack<R>;
-    return detail::fold(
-        x, count, [](Pack sum, Pack v) { return sum + v * v; }, [](Pack a, Pack b) { return a + b; });
-  }
-
-  R scale_, sumsq_;
-  R plain_ = 0;
+  R root() const { return scale * std::sqrt(sumsq); }
 };
 
 /// What a sweep over the columns adds up.
@@ -278,7 +244,8 @@ Real<T> norm_by_columns(Norm norm, Int m, Int n, const Columns& columns, bool un
           n, columns, work, [](Int) { return R(0); }, [](Int, R) {});
       return larger(largest_magnitude(work, m), value);
     case Norm::frobenius: {
-      SquareSum<R> squares = unit_diagonal ? SquareSum<R>(1, R(diagonal)) : SquareSum<R>();
+      SquareSum<R> squares;
+      if (unit_diagonal) squares = {.scale = 1, .sumsq = R(diagonal)};
       for (Int j = 1; j <= n; ++j) squares.add(columns(j).count, columns(j).entries);
       return squares.root();
     }

@@ -56,7 +56,7 @@ Real<T> symmetric_norm(Norm norm, bool upper, Int n, const Columns& columns, Rea
     case Norm::frobenius: {
       SquareSum<R> squares;
       for (Int j = 1; j <= n; ++j) squares.add(off_diagonal(j).count, off_diagonal(j).entries);
-      squares.double_it();
+      squares.sumsq *= 2;
       for (Int j = 1; j <= n; ++j) squares.add(1, &diagonal(j));
       return squares.root();
     }
@@ -103,7 +103,7 @@ Real<T> lansb(char norm, char uplo, Int n, Int k, const T* ab, Int ldab, Real<T>
 
 template <RealScalar T>
 T lanst(char norm, Int n, const T* d, const T* e) {
-  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, e, d, e);
+  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, SymmetricTridiagonal{d, e});
 }
 
 template <ComplexScalar T>
@@ -123,7 +123,7 @@ Real<T> lanhb(char norm, char uplo, Int n, Int k, const T* ab, Int ldab, Real<T>
 
 template <ComplexScalar T>
 Real<T> lanht(char norm, Int n, const Real<T>* d, const T* e) {
-  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, e, d, e);
+  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, SymmetricTridiagonal{d, e});
 }
 
 }  // namespace nuv

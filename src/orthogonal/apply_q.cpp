@@ -36,7 +36,7 @@ struct Application {
     if (m < 0) return -3;
     if (n < 0) return -4;
     if (k < 0 || k > nq()) return -5;
-    if (A.ld < std::max(1, is_rowwise<form> ? k : nq())) return -7;
+    if (A.ld < std::max(1, form.rowwise ? k : nq())) return -7;
     if (C.ld < std::max(1, m)) return -10;
     return 0;
   }
@@ -45,7 +45,7 @@ struct Application {
   /// and QL, with the adjoint of each H where they are rows.
   template <Form form>
   bool ascends() const {
-    constexpr bool begins_with_the_last = form == Form::lq || form == Form::ql;
+    constexpr bool begins_with_the_last = form.rowwise != form.backward;
     return (left() == plain()) == begins_with_the_last;
   }
 };
@@ -65,8 +65,8 @@ struct Place {
 
 template <Form form, Scalar T>
 Place<T> place_of(const Application<T>& q, Range r) {
-  if constexpr (is_backward<form>) {
-    return {is_rowwise<form> ? block(q.A, r.i, 1) : block(q.A, 1, r.i), 1, q.nq() - q.k + r.i + r.count - 1};
+  if constexpr (form.backward) {
+    return {form.rowwise ? block(q.A, r.i, 1) : block(q.A, 1, r.i), 1, q.nq() - q.k + r.i + r.count - 1};
   } else {
     return {block(q.A, r.i, r.i), r.i, q.nq() - r.i + 1};
   }
@@ -87,23 +87,23 @@ template <Form form, Scalar T>
 void apply_one_by_one(const Application<T>& q, T* work) {
   for_each_block<form>(q, 1, [&](Range r) {
     const auto [V, first, length] = place_of<form>(q, r);
-    const Int unit = is_backward<form> ? length : 1;
-    T& unit_element = is_rowwise<form> ? V(1, unit) : V(unit, 1);
-    const Int inc = is_rowwise<form> ? V.ld : 1;
+    const Int unit = form.backward ? length : 1;
+    T& unit_element = form.rowwise ? V(1, unit) : V(unit, 1);
+    const Int inc = form.rowwise ? V.ld : 1;
     // A row holds the conjugate of its reflector, so that Q takes the adjoints of the reflectors proper.
-    const Vector<T> others = is_backward<form> ? Vector<T>{V.data, inc} : Vector<T>{V.data + inc, inc};
-    if constexpr (is_rowwise<form>) conjugate_vector(length - 1, others);
+    const Vector<T> others = form.backward ? Vector<T>{V.data, inc} : Vector<T>{V.data + inc, inc};
+    if constexpr (form.rowwise) conjugate_vector(length - 1, others);
     const T kept = unit_element;
     unit_element = T(1);
     const T factor = q.tau[r.i - 1];
-    const T tau = q.plain() == is_rowwise<form> ? conjugate(factor) : factor;
+    const T tau = q.plain() == form.rowwise ? conjugate(factor) : factor;
     if (q.left()) {
       larf('L', length, q.n, V.data, inc, tau, q.C.at(first, 1), q.C.ld, work);
     } else {
       larf('R', q.m, length, V.data, inc, tau, q.C.at(1, first), q.C.ld, work);
     }
     unit_element = kept;
-    if constexpr (is_rowwise<form>) conjugate_vector(length - 1, others);
+    if constexpr (form.rowwise) conjugate_vector(length - 1, others);
   });
 }
 
@@ -114,15 +114,15 @@ void apply_by_blocks(const Application<T>& q, Int nb, T* t, T* w) {
   const auto factor_of = [&](Range r) { return t + std::ptrdiff_t{(r.i - 1) / nb} * nb * nb; };
   for_each_block<form>(q, nb, [&](Range r) {
     const auto [V, first, length] = place_of<form>(q, r);
-    larft(direct<form>, storev<form>, length, r.count, V.data, V.ld, q.tau + (r.i - 1), factor_of(r), nb);
+    larft(form.direct(), form.storev(), length, r.count, V.data, V.ld, q.tau + (r.i - 1), factor_of(r), nb);
   });
-  const char trans = is_rowwise<form> ? reversed<T>(!q.plain()) : q.trans;
+  const char trans = form.rowwise ? reversed<T>(!q.plain()) : q.trans;
   for (Int start = 1; start <= q.nw(); start += strip) {
     const Int width = std::min(strip, q.nw() - start + 1);
     for_each_block<form>(q, nb, [&](Range r) {
       const auto [V, first, length] = place_of<form>(q, r);
       const Matrix<T> C = q.left() ? block(q.C, first, start) : block(q.C, start, first);
-      larfb(q.side, trans, direct<form>, storev<form>, q.left() ? length : width, q.left() ? width : length, r.count,
+      larfb(q.side, trans, form.direct(), form.storev(), q.left() ? length : width, q.left() ? width : length, r.count,
             V.data, V.ld, factor_of(r), nb, C.data, C.ld, w, q.nw());
     });
   }
@@ -174,43 +174,39 @@ void apply_unblocked(const char (&name)[Size], const char (&complex_name)[Size],
 template <Scalar T>
 void xormqr(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int lwork,
             Int& info) {
-  apply<Form::qr>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
+  apply<qr>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
 }
 template <Scalar T>
 void xormlq(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int lwork,
             Int& info) {
-  apply<Form::lq>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
+  apply<lq>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
 }
 template <Scalar T>
 void xormql(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int lwork,
             Int& info) {
-  apply<Form::ql>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
+  apply<ql>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
 }
 template <Scalar T>
 void xormrq(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int lwork,
             Int& info) {
-  apply<Form::rq>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
+  apply<rq>(Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, lwork, info);
 }
 
 template <Scalar T>
 void orm2r(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int& info) {
-  apply_unblocked<Form::qr>("ORM2R", "UNM2R", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work,
-                            info);
+  apply_unblocked<qr>("ORM2R", "UNM2R", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, info);
 }
 template <Scalar T>
 void orml2(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int& info) {
-  apply_unblocked<Form::lq>("ORML2", "UNML2", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work,
-                            info);
+  apply_unblocked<lq>("ORML2", "UNML2", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, info);
 }
 template <Scalar T>
 void orm2l(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int& info) {
-  apply_unblocked<Form::ql>("ORM2L", "UNM2L", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work,
-                            info);
+  apply_unblocked<ql>("ORM2L", "UNM2L", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, info);
 }
 template <Scalar T>
 void ormr2(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int& info) {
-  apply_unblocked<Form::rq>("ORMR2", "UNMR2", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work,
-                            info);
+  apply_unblocked<rq>("ORMR2", "UNMR2", Application<T>{side, trans, m, n, k, {a, lda}, tau, {c, ldc}}, work, info);
 }
 
 }  // namespace nuv

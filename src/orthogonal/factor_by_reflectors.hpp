@@ -14,17 +14,10 @@
 
 #include "base/matrix.hpp"
 #include "frame/error_report.hpp"
+#include "orthogonal/forms.hpp"
 #include "orthogonal/householder.hpp"
-#include "solvers/hermitian.hpp"
 
 namespace nuv {
-
-struct Factorisation {
-  bool rowwise, forward;
-};
-
-inline constexpr Factorisation qr{.rowwise = false, .forward = true}, lq{.rowwise = true, .forward = true},
-    ql{.rowwise = false, .forward = false}, rq{.rowwise = true, .forward = false};
 
 /// Some neighbouring reflectors and the part of the matrix that they are applied to.
 template <Scalar T>
@@ -34,18 +27,18 @@ struct Panel {
   Int rest;     ///< columns of C, or its rows
   Matrix<T> C;
 
-  Panel(Factorisation form, Int m, Int n, Matrix<T> A, Int i, Int ib) : V(A), C(A) {
+  Panel(Form form, Int m, Int n, Matrix<T> A, Int i, Int ib) : V(A), C(A) {
     const Int length = form.rowwise ? n : m, lines = form.rowwise ? m : n, k = std::min(m, n);
-    if (form.forward) {
-      order = length - i + 1;
-      V = block(A, i, i);
-      rest = lines - i - ib + 1;
-      C = form.rowwise ? block(A, i + ib, i) : block(A, i, i + ib);
-    } else {
+    if (form.backward) {
       const Int first = lines - k + i;
       order = length - k + i + ib - 1;
       V = form.rowwise ? block(A, first, 1) : block(A, 1, first);
       rest = first - 1;
+    } else {
+      order = length - i + 1;
+      V = block(A, i, i);
+      rest = lines - i - ib + 1;
+      C = form.rowwise ? block(A, i + ib, i) : block(A, i, i + ib);
     }
   }
 };
@@ -54,16 +47,16 @@ struct Panel {
 ///
 /// tau     min(m, n), out;  work  n (QR, QL) or m (LQ, RQ) elements
 template <Scalar T>
-void factor_unblocked(Factorisation form, Int m, Int n, Matrix<T> A, T* tau, T* work) {
+void factor_unblocked(Form form, Int m, Int n, Matrix<T> A, T* tau, T* work) {
   const Int k = std::min(m, n);
   for (Int step = 1; step <= k; ++step) {
-    const Int i = form.forward ? step : k + 1 - step;
+    const Int i = form.backward ? k + 1 - step : step;
     const Panel<T> panel(form, m, n, A, i, 1);
     const Vector<T> v = form.rowwise ? row(panel.V, 1, 1) : column(panel.V, 1, 1);
     if (form.rowwise) conjugate_vector(panel.order, v);
 
-    T& corner = v.data[form.forward ? 0 : std::ptrdiff_t{panel.order - 1} * v.inc];
-    T* const others = form.forward ? v.data + v.inc : v.data;
+    T& corner = v.data[form.backward ? std::ptrdiff_t{panel.order - 1} * v.inc : 0];
+    T* const others = form.backward ? v.data : v.data + v.inc;
     larfg(panel.order, corner, others, v.inc, tau[i - 1]);
     if (panel.rest > 0) {
       const T kept = std::exchange(corner, T(1));
@@ -88,8 +81,7 @@ inline Int check_matrix(Int m, Int n, Int lda) {
 
 /// The exported unblocked routine of that name.
 template <Scalar T, std::size_t Size>
-void checked_unblocked(const char (&name)[Size], Factorisation form, Int m, Int n, T* a, Int lda, T* tau, T* work,
-                       Int& info) {
+void checked_unblocked(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T* tau, T* work, Int& info) {
   info = check_matrix(m, n, lda);
   if (info != 0) return report_bad_argument<T>(name, info);
   factor_unblocked(form, m, n, {a, lda}, tau, work);

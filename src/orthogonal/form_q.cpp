@@ -17,9 +17,9 @@ struct Lines {
   Int length, count;
   Matrix<T> A;
 
-  Matrix<T> from(Int place, Int line) const { return is_rowwise<form> ? block(A, line, place) : block(A, place, line); }
-  T& operator()(Int place, Int line) const { return is_rowwise<form> ? A(line, place) : A(place, line); }
-  Vector<T> along(Int place, Int line) const { return {from(place, line).data, is_rowwise<form> ? A.ld : 1}; }
+  Matrix<T> from(Int place, Int line) const { return form.rowwise ? block(A, line, place) : block(A, place, line); }
+  T& operator()(Int place, Int line) const { return form.rowwise ? A(line, place) : A(place, line); }
+  Vector<T> along(Int place, Int line) const { return {from(place, line).data, form.rowwise ? A.ld : 1}; }
 
   Lines part(Int place, Int line, Int part_length, Int part_count) const {
     return {part_length, part_count, from(place, line)};
@@ -39,7 +39,7 @@ struct Start {
 
 template <Form form, Scalar T>
 Start start_of(const Lines<form, T>& q, Int k) {
-  if constexpr (is_backward<form>) return {q.count - k + 1, q.length - k + 1};
+  if constexpr (form.backward) return {q.count - k + 1, q.length - k + 1};
   return {1, 1};
 }
 
@@ -48,33 +48,33 @@ Start start_of(const Lines<form, T>& q, Int k) {
 template <Form form, Scalar T>
 void form_one_by_one(const Lines<form, T>& q, Int k, const T* tau, T* work) {
   const Start start = start_of(q, k);
-  const Int first_plain = is_backward<form> ? 1 : k + 1, last_plain = is_backward<form> ? q.count - k : q.count;
+  const Int first_plain = form.backward ? 1 : k + 1, last_plain = form.backward ? q.count - k : q.count;
   q.clear(1, q.length, first_plain, last_plain);
   for (Int line = first_plain; line <= last_plain; ++line) q(line + start.unit - start.line, line) = T(1);
 
   for (Int step = 1; step <= k; ++step) {
-    const Int i = is_backward<form> ? step : k + 1 - step;
+    const Int i = form.backward ? step : k + 1 - step;
     const Int line = start.line + i - 1, unit = start.unit + i - 1;
     // The reflector works on places first ... first + length - 1 of the lines beside its own that are formed already.
-    const Int first = is_backward<form> ? 1 : unit, length = is_backward<form> ? unit : q.length - unit + 1;
-    const Int first_other = is_backward<form> ? 1 : line + 1, others = is_backward<form> ? line - 1 : q.count - line;
-    const Vector<T> v = q.along(first, line), beside_unit = q.along(is_backward<form> ? 1 : unit + 1, line);
-    const T factor = is_rowwise<form> ? conjugate(tau[i - 1]) : tau[i - 1];
+    const Int first = form.backward ? 1 : unit, length = form.backward ? unit : q.length - unit + 1;
+    const Int first_other = form.backward ? 1 : line + 1, others = form.backward ? line - 1 : q.count - line;
+    const Vector<T> v = q.along(first, line), beside_unit = q.along(form.backward ? 1 : unit + 1, line);
+    const T factor = form.rowwise ? conjugate(tau[i - 1]) : tau[i - 1];
 
-    if constexpr (is_rowwise<form>) conjugate_vector(length - 1, beside_unit);
+    if constexpr (form.rowwise) conjugate_vector(length - 1, beside_unit);
     if (others > 0) {
       q(unit, line) = T(1);
       const Matrix<T> C = q.from(first, first_other);
-      if constexpr (is_rowwise<form>) {
+      if constexpr (form.rowwise) {
         larf('R', others, length, v.data, v.inc, factor, C.data, C.ld, work);
       } else {
         larf('L', length, others, v.data, v.inc, factor, C.data, C.ld, work);
       }
     }
     if (length > 1) blas::scal(length - 1, negated(tau[i - 1]), beside_unit);
-    if constexpr (is_rowwise<form>) conjugate_vector(length - 1, beside_unit);
+    if constexpr (form.rowwise) conjugate_vector(length - 1, beside_unit);
     q(unit, line) = T(1) - factor;
-    q.clear(is_backward<form> ? unit + 1 : 1, is_backward<form> ? q.length : unit - 1, line, line);
+    q.clear(form.backward ? unit + 1 : 1, form.backward ? q.length : unit - 1, line, line);
   }
 }
 
@@ -83,26 +83,26 @@ template <Form form, Scalar T>
 void form_block(const Lines<form, T>& q, Int k, Int i, Int ib, const T* tau, T* work, Int ldwork) {
   const Start start = start_of(q, k);
   const Int line = start.line + i - 1, unit = start.unit + i - 1;
-  const Int first = is_backward<form> ? 1 : unit;
-  const Int length = is_backward<form> ? unit + ib - 1 : q.length - unit + 1;
-  const Int others = is_backward<form> ? line - 1 : q.count - line - ib + 1;
+  const Int first = form.backward ? 1 : unit;
+  const Int length = form.backward ? unit + ib - 1 : q.length - unit + 1;
+  const Int others = form.backward ? line - 1 : q.count - line - ib + 1;
   const Lines own = q.part(first, line, length, ib);
   if (others > 0) {
-    const Matrix<T> V = own.A, C = q.from(first, is_backward<form> ? 1 : line + ib);
-    larft(direct<form>, storev<form>, length, ib, V.data, V.ld, tau + (i - 1), work, ldwork);
-    larfb(is_rowwise<form> ? 'R' : 'L', is_rowwise<form> ? adjoint<T> : 'N', direct<form>, storev<form>,
-          is_rowwise<form> ? others : length, is_rowwise<form> ? length : others, ib, V.data, V.ld, work, ldwork,
-          C.data, C.ld, work + ib, ldwork);
+    const Matrix<T> V = own.A, C = q.from(first, form.backward ? 1 : line + ib);
+    larft(form.direct(), form.storev(), length, ib, V.data, V.ld, tau + (i - 1), work, ldwork);
+    larfb(form.rowwise ? 'R' : 'L', form.rowwise ? adjoint<T> : 'N', form.direct(), form.storev(),
+          form.rowwise ? others : length, form.rowwise ? length : others, ib, V.data, V.ld, work, ldwork, C.data, C.ld,
+          work + ib, ldwork);
   }
   form_one_by_one(own, ib, tau + (i - 1), work);
-  q.clear(is_backward<form> ? first + length : 1, is_backward<form> ? q.length : unit - 1, line, line + ib - 1);
+  q.clear(form.backward ? first + length : 1, form.backward ? q.length : unit - 1, line, line + ib - 1);
 }
 
 /// The first (forward) or last (backward) kk reflectors are applied by blocks, the others before them one by one.
 template <Form form, Scalar T>
 void form_by_blocks(const Lines<form, T>& q, Int k, Int kk, Int nb, const T* tau, T* work) {
   const Int ldwork = q.count;
-  if constexpr (is_backward<form>) {
+  if constexpr (form.backward) {
     q.clear(q.length - kk + 1, q.length, 1, q.count - kk);
     form_one_by_one(q.part(1, 1, q.length - kk, q.count - kk), k - kk, tau, work);
     for (Int i = k - kk + 1; i <= k; i += nb) form_block(q, k, i, std::min(nb, k - i + 1), tau, work, ldwork);
@@ -119,15 +119,15 @@ void form_by_blocks(const Lines<form, T>& q, Int k, Int kk, Int nb, const T* tau
 
 template <Form form, Scalar T>
 Lines<form, T> lines_of(Int m, Int n, Matrix<T> A) {
-  return {is_rowwise<form> ? n : m, is_rowwise<form> ? m : n, A};
+  return {form.rowwise ? n : m, form.rowwise ? m : n, A};
 }
 
 /// 0, or minus the position of the first bad argument of m, n, k, a, lda.
 template <Form form>
 Int check(Int m, Int n, Int k, Int lda) {
   if (m < 0) return -1;
-  if (is_rowwise<form> ? n < m : n < 0 || n > m) return -2;
-  if (k < 0 || k > (is_rowwise<form> ? m : n)) return -3;
+  if (form.rowwise ? n < m : n < 0 || n > m) return -2;
+  if (k < 0 || k > (form.rowwise ? m : n)) return -3;
   if (lda < std::max(1, m)) return -5;
   return 0;
 }
@@ -180,36 +180,36 @@ void form_unblocked(const char (&name)[Size], const char (&complex_name)[Size], 
 
 template <Scalar T>
 void orgqr(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
-  form_q<Form::qr>(m, n, k, a, lda, tau, work, lwork, info);
+  form_q<qr>(m, n, k, a, lda, tau, work, lwork, info);
 }
 template <Scalar T>
 void orglq(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
-  form_q<Form::lq>(m, n, k, a, lda, tau, work, lwork, info);
+  form_q<lq>(m, n, k, a, lda, tau, work, lwork, info);
 }
 template <Scalar T>
 void orgql(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
-  form_q<Form::ql>(m, n, k, a, lda, tau, work, lwork, info);
+  form_q<ql>(m, n, k, a, lda, tau, work, lwork, info);
 }
 template <Scalar T>
 void orgrq(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
-  form_q<Form::rq>(m, n, k, a, lda, tau, work, lwork, info);
+  form_q<rq>(m, n, k, a, lda, tau, work, lwork, info);
 }
 
 template <Scalar T>
 void org2r(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int& info) {
-  form_unblocked<Form::qr>("ORG2R", "UNG2R", m, n, k, a, lda, tau, work, info);
+  form_unblocked<qr>("ORG2R", "UNG2R", m, n, k, a, lda, tau, work, info);
 }
 template <Scalar T>
 void orgl2(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int& info) {
-  form_unblocked<Form::lq>("ORGL2", "UNGL2", m, n, k, a, lda, tau, work, info);
+  form_unblocked<lq>("ORGL2", "UNGL2", m, n, k, a, lda, tau, work, info);
 }
 template <Scalar T>
 void org2l(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int& info) {
-  form_unblocked<Form::ql>("ORG2L", "UNG2L", m, n, k, a, lda, tau, work, info);
+  form_unblocked<ql>("ORG2L", "UNG2L", m, n, k, a, lda, tau, work, info);
 }
 template <Scalar T>
 void orgr2(Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int& info) {
-  form_unblocked<Form::rq>("ORGR2", "UNGR2", m, n, k, a, lda, tau, work, info);
+  form_unblocked<rq>("ORGR2", "UNGR2", m, n, k, a, lda, tau, work, info);
 }
 
 }  // namespace nuv

@@ -2,33 +2,28 @@
 
 // The four factorisations whose reflectors a matrix may hold, and what tells them apart.
 
-#include "base/matrix.hpp"
+#include "base/hermitian.hpp"
 #include "base/types.hpp"
-#include "solvers/hermitian.hpp"
 
 namespace nuv {
 
-enum class Form { qr, lq, ql, rq };
+struct Form {
+  bool rowwise;   ///< reflectors are made of rows (LQ, RQ), not of columns (QR, QL)
+  bool backward;  ///< from the last row or column (QL, RQ): reflector i of k has its unit element in place nq - k + i
+                  ///< of nq
 
-template <Form form>
-inline constexpr bool is_rowwise = form == Form::lq || form == Form::rq;
+  constexpr char storev() const { return rowwise ? 'R' : 'C'; }
+  constexpr char direct() const { return backward ? 'B' : 'F'; }
+};
 
-/// QL and RQ factor from the last column or row: reflector i of k has its unit element in place nq - k + i of nq.
-template <Form form>
-inline constexpr bool is_backward = form == Form::ql || form == Form::rq;
-
-template <Form form>
-inline constexpr char storev = is_rowwise<form> ? 'R' : 'C';
-
-template <Form form>
-inline constexpr char direct = is_backward<form> ? 'B' : 'F';
+inline constexpr Form qr{.rowwise = false, .backward = false}, lq{.rowwise = true, .backward = false},
+    ql{.rowwise = false, .backward = true}, rq{.rowwise = true, .backward = true};
 
 /// The name of a routine that comes in four forms, "?ORM" and the like with the letters of the form behind: "DORMQR".
 template <Form form, Scalar T>
 constexpr RoutineName<T> name_of_form(const char (&real_stem)[4], const char (&complex_stem)[4]) {
-  constexpr const char* letters[] = {"QR", "LQ", "QL", "RQ"};
   const auto& stem = ComplexScalar<T> ? complex_stem : real_stem;
-  const char* const end = letters[static_cast<int>(form)];
+  const char* const end = form.backward ? (form.rowwise ? "RQ" : "QL") : (form.rowwise ? "LQ" : "QR");
   const char name[] = {stem[0], stem[1], stem[2], end[0], end[1], '\0'};
   return RoutineName<T>(name);
 }

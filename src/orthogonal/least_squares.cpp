@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/norms_general.hpp"
@@ -11,7 +12,6 @@
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
 #include "orthogonal/lq_ql_rq.hpp"
-#include "solvers/hermitian.hpp"
 
 namespace nuv {
 namespace {

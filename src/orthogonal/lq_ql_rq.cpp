@@ -9,12 +9,12 @@ namespace {
 /// Factors the panel of reflectors i ... i + ib - 1 and applies it to the rest. work has its factor in the first ib of
 /// its ldwork rows, and the workspace of the update below.
 template <Scalar T>
-void factor_panel(Factorisation form, Int m, Int n, Int i, Int ib, Matrix<T> A, T* tau, T* work, Int ldwork) {
+void factor_panel(Form form, Int m, Int n, Int i, Int ib, Matrix<T> A, T* tau, T* work, Int ldwork) {
   const Panel<T> panel(form, m, n, A, i, ib);
   const Int order = panel.order, rest = panel.rest;
   factor_unblocked(form, form.rowwise ? ib : order, form.rowwise ? order : ib, panel.V, tau, work);
   if (rest == 0) return;
-  const char direct = form.forward ? 'F' : 'B', storev = form.rowwise ? 'R' : 'C';
+  const char direct = form.direct(), storev = form.storev();
   larft(direct, storev, order, ib, panel.V.data, A.ld, tau, work, ldwork);
   if (form.rowwise) {
     larfb('R', 'N', direct, storev, rest, order, ib, panel.V.data, A.ld, work, ldwork, panel.C.data, A.ld, work + ib,
@@ -27,26 +27,25 @@ void factor_panel(Factorisation form, Int m, Int n, Int i, Int ib, Matrix<T> A, 
 
 /// Panels of nb reflectors until about nx are left, then the unblocked code.
 template <Scalar T>
-void factor_blocked(Factorisation form, Int m, Int n, Int nb, Int nx, Matrix<T> A, T* tau, T* work, Int ldwork) {
+void factor_blocked(Form form, Int m, Int n, Int nb, Int nx, Matrix<T> A, T* tau, T* work, Int ldwork) {
   const Int k = std::min(m, n);
-  if (form.forward) {
-    Int i = 1;
-    for (; i <= k - nx; i += nb) {
-      factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
-    }
-    if (i <= k) factor_unblocked(form, m - i + 1, n - i + 1, block(A, i, i), tau + (i - 1), work);
-  } else {
+  if (form.backward) {
     const Int last = (k - nx - 1) / nb * nb, done = std::min(k, last + nb), left = k - done;
     for (Int i = left + last + 1; i > left; i -= nb) {
       factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
     }
     factor_unblocked(form, m - done, n - done, A, tau, work);
+  } else {
+    Int i = 1;
+    for (; i <= k - nx; i += nb) {
+      factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
+    }
+    if (i <= k) factor_unblocked(form, m - i + 1, n - i + 1, block(A, i, i), tau + (i - 1), work);
   }
 }
 
 template <Scalar T, std::size_t Size>
-void factor(const char (&name)[Size], Factorisation form, Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork,
-            Int& info) {
+void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   const auto ask = [&](Int ispec) { return ilaenv(ispec, RoutineName<T>(name), " ", m, n, -1, -1); };
   const Int lines = form.rowwise ? m : n;
   Int nb = ask(1);

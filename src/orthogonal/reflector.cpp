@@ -1,12 +1,13 @@
 // One reflector: generated, and applied to a matrix.
 
+#include "base/hermitian.hpp"
 #include "base/quotient.hpp"
+#include "base/short_reflector.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/service_math.hpp"
 #include "environment/sums_of_squares.hpp"
 #include "frame/option_matching.hpp"
 #include "orthogonal/householder.hpp"
-#include "solvers/hermitian.hpp"
 
 namespace nuv {
 namespace {
@@ -75,21 +76,6 @@ void larfg(Int n, T& alpha, T* x, Int incx, T& tau) {
   alpha = beta;
 }
 
-namespace {
-
-/// A := A + alpha x y^H
-template <RealScalar T>
-void add_outer_product(Int m, Int n, T alpha, Vector<const T> x, Vector<const T> y, Matrix<T> A) {
-  blas::ger(m, n, alpha, x, y, A);
-}
-template <RealScalar R>
-void add_outer_product(Int m, Int n, std::complex<R> alpha, Vector<const std::complex<R>> x,
-                       Vector<const std::complex<R>> y, Matrix<std::complex<R>> A) {
-  blas::gerc(m, n, alpha, x, y, A);
-}
-
-}  // namespace
-
 template <Scalar T>
 void larf(char side, Int m, Int n, const T* v, Int incv, T tau, T* c, Int ldc, T* work) {
   if (tau == T(0)) return;
@@ -98,50 +84,18 @@ void larf(char side, Int m, Int n, const T* v, Int incv, T tau, T* c, Int ldc, T
   const Vector W{work, 1};
   if (same_letter(side, 'L')) {
     blas::gemv(adjoint<T>, m, n, T(1), C, V, T(0), W);
-    add_outer_product<Real<T>>(m, n, negated(tau), V, W, C);
+    add_outer_product<T>(m, n, negated(tau), V, W, C);
   } else {
     blas::gemv('N', m, n, T(1), C, V, T(0), W);
-    add_outer_product<Real<T>>(m, n, negated(tau), W, V, C);
+    add_outer_product<T>(m, n, negated(tau), W, V, C);
   }
 }
-
-namespace {
-
-/// Reflectors of at most so many elements have code of their own for each number.
-constexpr Int longest_short_reflector = 10;
-
-/// C := C - tau v (v^H C) column by column, v and tau v in registers.
-template <int order, Scalar T>
-void apply_short_from_left(Int n, const T* v, T tau, T* c, Int ldc) {
-  T weight[order], multiple[order];
-#pragma GCC unroll 10
-  for (int i = 0; i < order; ++i) {
-    weight[i] = conjugate(v[i]);
-    multiple[i] = tau * v[i];
-  }
-  for (Int j = 0; j < n; ++j) {
-    T* const column = c + std::ptrdiff_t{j} * ldc;
-    T sum = weight[0] * column[0];
-#pragma GCC unroll 10
-    for (int i = 1; i < order; ++i) sum += weight[i] * column[i];
-#pragma GCC unroll 10
-    for (int i = 0; i < order; ++i) column[i] -= sum * multiple[i];
-  }
-}
-
-template <int order, Scalar T>
-void apply_short_from_left(Int m, Int n, const T* v, T tau, T* c, Int ldc) {
-  if (m == order) return apply_short_from_left<order>(n, v, tau, c, ldc);
-  if constexpr (order < longest_short_reflector) apply_short_from_left<order + 1>(m, n, v, tau, c, ldc);
-}
-
-}  // namespace
 
 template <Scalar T>
 void larfx(char side, Int m, Int n, const T* v, T tau, T* c, Int ldc, T* work) {
   if (tau == T(0)) return;
   if (same_letter(side, 'L') && m >= 1 && m <= longest_short_reflector) {
-    return apply_short_from_left<1>(m, n, v, tau, c, ldc);
+    return with_constant(m, [=](auto order) { apply_short_from_left<order()>(n, v, tau, c, ldc); });
   }
   larf(side, m, n, v, 1, tau, c, ldc, work);
 }

@@ -12,9 +12,9 @@
 //                             1 v                          v v v v 1
 //                               1
 
+#include "base/hermitian.hpp"
 #include "base/matrix.hpp"
 #include "frame/option_matching.hpp"
-#include "solvers/hermitian.hpp"
 
 namespace nuv {
 

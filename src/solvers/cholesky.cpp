@@ -7,7 +7,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
-#include "solvers/hermitian.hpp"
+#include "base/hermitian.hpp"
 #include "solvers/triangular.hpp"
 
 namespace nuv {
@@ -166,7 +166,7 @@ void lauu2(char uplo, Int n, T* a, Int lda, Int& info) {
     const Int rest = n - i;
     const Vector<T> before = upper ? column(A, 1, i) : row(A, i, 1);
     const Vector<T> beyond = upper ? row(A, i, i + 1) : column(A, i + 1, i);
-    A(i, i) = aii * aii + squared_length<Real<T>>(rest, beyond);
+    A(i, i) = aii * aii + squared_length<T>(rest, beyond);
     if (rest == 0) {
       blas::scal(i - 1, aii, before);
       break;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <set>
 
+#include "environment/service_calls.hpp"
 #include "stored_matrices.hpp"
 
 namespace nuv::test {
@@ -280,25 +281,96 @@ TYPED_TEST(Norms, AreZeroForEmptyMatrices) {
   }
 }
 
+/// How the routine that a stored matrix is for goes through the entries.
+struct Order {
+  bool symmetric, upper, tridiagonal, unit_diagonal;
+};
+
+template <Scalar T>
+Order order_of(const StoredMatrix<T>& A) {
+  const std::string routine = A.name.substr(0, 5);
+  Order order{};
+  order.tridiagonal = routine == "langt" || routine == "lanst" || routine == "lanht";
+  order.symmetric = (routine.starts_with("lans") || routine.starts_with("lanh")) && routine != "lanhs";
+  order.upper = A.name[6] == 'U';
+  order.unit_diagonal = routine.starts_with("lant") && A.name[7] == 'u';
+  return order;
+}
+
+/// The sums of magnitudes of columns or rows, one addition after the other: tridiagonal matrices start from the
+/// diagonal and go on below (to the right), a diagonal of ones comes before all else, other sums follow the indices.
+template <Scalar T>
+Real<T> largest_sum(const StoredMatrix<T>& A, bool of_columns) {
+  using R = Real<T>;
+  const auto magnitude = [](T x) {
+    if constexpr (ComplexScalar<T>) return serv_abs(x);
+    else return std::abs(x);
+  };
+  const WideMatrix<T> lines = of_columns ? A.dense : WideMatrix<T>(A.dense.transpose());
+  const auto entry = [&](Eigen::Index i, Eigen::Index j) { return magnitude(T(lines(i, j))); };
+  const Order order = order_of(A);
+  R largest = 0;
+  for (Eigen::Index j = 0; j < lines.cols(); ++j) {
+    R sum = 0;
+    if (order.tridiagonal) {
+      sum = entry(j, j);
+      if (j + 1 < lines.rows()) sum += entry(j + 1, j);
+      if (j > 0) sum += entry(j - 1, j);
+    } else {
+      const bool has_one = order.unit_diagonal && j < lines.rows();
+      if (has_one) sum = 1;
+      for (Eigen::Index i = 0; i < lines.rows(); ++i) {
+        if (!(has_one && i == j)) sum += entry(i, j);
+      }
+    }
+    largest = std::max(largest, sum);
+  }
+  return largest;
+}
+
+/// A scaled sum of squares, entry by entry: of symmetric matrices one triangle, which counts twice, before the
+/// diagonal; of tridiagonal ones the diagonals one after the other; of all others column after column, ones on the
+/// diagonal first.
+template <Scalar T>
+Real<T> ordered_frobenius_norm(const StoredMatrix<T>& A) {
+  using R = Real<T>;
+  const Eigen::Index m = A.dense.rows(), n = A.dense.cols(), least = std::min(m, n);
+  const Order order = order_of(A);
+  R scale = order.unit_diagonal ? 1 : 0, sumsq = order.unit_diagonal ? R(least) : R(1);
+  const auto add = [&](Eigen::Index i, Eigen::Index j) {
+    const T x = T(A.dense(i, j));
+    routine_call::lassq(1, {&x, 1}, scale, sumsq);
+  };
+  const auto add_diagonal = [&](Eigen::Index below) {
+    for (Eigen::Index j = std::max<Eigen::Index>(0, -below); j < n && j + below < m; ++j) add(j + below, j);
+  };
+  const auto add_columns = [&](auto wanted) {
+    for (Eigen::Index j = 0; j < n; ++j) {
+      for (Eigen::Index i = 0; i < m; ++i) {
+        if (wanted(i, j)) add(i, j);
+      }
+    }
+  };
+  if (order.symmetric) {
+    add_columns([&](Eigen::Index i, Eigen::Index j) { return order.upper ? i < j : i > j; });
+    sumsq *= 2;
+    add_diagonal(0);
+  } else if (order.tridiagonal) {
+    for (const Eigen::Index below : {0, 1, -1}) add_diagonal(below);
+  } else {
+    add_columns([&](Eigen::Index i, Eigen::Index j) { return !order.unit_diagonal || i != j; });
+  }
+  return scale * std::sqrt(sumsq);
+}
+
 TYPED_TEST(Norms, AddUpInTheOrderOfTheEntries) {
   using T = TypeParam;
-  using R = Real<T>;
-  if constexpr (RealScalar<T>) {
-    for (const auto& [m, n] : {std::pair{1, 1}, {7, 3}, {50, 9}, {33, 60}}) {
-      const GuardedMatrix<T> A = random_matrix<T>(this->random, m, n, m + 1);
-      std::vector<R> rows(std::size_t(m), R(0)), columns;
-      for (Int j = 1; j <= n; ++j) {
-        R sum = 0;
-        for (Int i = 1; i <= m; ++i) {
-          sum += std::abs(A(i, j));
-          rows[std::size_t(i - 1)] += std::abs(A(i, j));
-        }
-        columns.push_back(sum);
-      }
-      std::vector<R> work(rows.size());
-      EXPECT_EQ(routine_call::lange('O', m, n, A, work.data()), *std::max_element(columns.begin(), columns.end()));
-      EXPECT_EQ(routine_call::lange('I', m, n, A, work.data()), *std::max_element(rows.begin(), rows.end()));
-      EXPECT_EQ(work, rows);
+  for (const Shape& shape : shapes()) {
+    StoredMatrices<T> matrices([&](Int, Int) { return this->random.template scalar<T>(); }, this->not_a_number);
+    for (const StoredMatrix<T>& A : matrices.all(shape.m, shape.n, shape.kl, shape.ku)) {
+      EXPECT_EQ(this->norm(A, 'O'), largest_sum(A, true)) << A.name;
+      EXPECT_EQ(this->norm(A, 'I'), largest_sum(A, false)) << A.name;
+      EXPECT_EQ(this->norm(A, 'F'), ordered_frobenius_norm(A)) << A.name;
     }
   }
 }

@@ -6,6 +6,7 @@
 #include <cfenv>
 
 #include "environment/quad.hpp"
+#include "environment/service_calls.hpp"
 #include "routines.hpp"
 
 namespace nuv::test {
@@ -33,12 +34,6 @@ double serv_power(double x, Int n) {
 }
 float serv_power(float x, Int n) {
   return nuv_serv_s_powi(&x, &n);
-}
-double serv_abs(std::complex<double> z) {
-  return nuv_serv_z_abs(&z);
-}
-float serv_abs(std::complex<float> z) {
-  return nuv_serv_c_abs(&z);
 }
 std::complex<double> serv_root(std::complex<double> z) {
   std::complex<double> result = guard<std::complex<double>>();

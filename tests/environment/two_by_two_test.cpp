@@ -3,6 +3,7 @@
 #include <array>
 
 #include "environment/quad.hpp"
+#include "environment/service_calls.hpp"
 #include "routines.hpp"
 
 namespace nuv::test {
@@ -184,9 +185,7 @@ TYPED_TEST(HermitianTwoByTwo, IsTheRealOneTurned) {
   for (int count = 0; count < cases / 10; ++count) {
     const R a = R(random.real()), c = R(random.real());
     const T b = count % 100 == 0 ? T(0) : random.scalar<T>();
-    R abs_b;
-    if constexpr (std::same_as<R, float>) abs_b = nuv_serv_c_abs(&b);
-    else abs_b = nuv_serv_z_abs(&b);
+    const R abs_b = serv_abs(b);
     const SymmetricPair<T> pair(T(a, 1), b, T(c, 2));
     const SymmetricPair<R> real_pair(a, abs_b, c);
     const T w = abs_b == 0 ? T(1) : T(b.real() / abs_b, (0 - b.imag()) / abs_b);

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "base/elements.hpp"
 #include "base/matrix.hpp"
-#include "base/simd.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 
@@ -79,14 +79,10 @@ template <Layout layout, Scalar T>
 
 namespace pack_detail {
 
+using simd::elements_per_vector;
+using simd::lanes_per_element;
 using simd::Simd;
-
-/// Elements in a vector. A complex element takes two lanes beside each other, as it does in memory.
-template <Scalar T>
-inline constexpr int elements = simd::vector_bytes / static_cast<int>(sizeof(T));
-
-template <Scalar T>
-inline constexpr int parts = ComplexScalar<T> ? 2 : 1;
+using simd::transpose;
 
 /// The first `count` elements from memory, as many as a vector holds; the others are zero.
 template <bool conjugated, Scalar T>
@@ -94,46 +90,11 @@ template <bool conjugated, Scalar T>
   using R = Real<T>;
   if (count <= 0) return Simd<R>{};
   const R* const numbers = reinterpret_cast<const R*>(from);
-  const Simd<R> x =
-      count >= elements<T> ? simd::load(numbers) : simd::load_first(numbers, static_cast<int>(count) * parts<T>);
+  const Simd<R> x = count >= elements_per_vector<T>
+                        ? simd::load(numbers)
+                        : simd::load_first(numbers, static_cast<int>(count) * lanes_per_element<T>);
   if constexpr (conjugated) return x * simd::alternating<R>(1, -1);
   return x;
-}
-
-/// Elements x0 y0 x1 y1 ... of two vectors.
-template <Scalar T>
-[[gnu::always_inline]] inline simd::Pair<Real<T>> interleave_elements(Simd<Real<T>> x, Simd<Real<T>> y) {
-  using R = Real<T>;
-  if constexpr (RealScalar<T>) {
-    return simd::interleave<R>(x, y);
-  } else if constexpr (elements<T> == 1) {
-    return {x, y};
-  } else {
-    constexpr int half = elements<T> / 2;
-    const auto places = [](int first) {
-      return simd::detail::lane_choice<R>(
-          [first](int i) { return 2 * (first + i / 4) + i % 2 + (i / 2 % 2) * lanes<R>; });
-    };
-    return {__builtin_shuffle(x, y, places(0)), __builtin_shuffle(x, y, places(half))};
-  }
-}
-
-/// `rows` vectors, a power of two, become their columns: read one after the other they then hold the first element of
-/// each row, the second of each, and so on. Each step turns the bits of an element's place (row, column) by one.
-template <Scalar T, int rows>
-[[gnu::always_inline]] inline void transpose(Simd<Real<T>> (&x)[rows]) {
-#pragma GCC unroll 4
-  for (int step = 1; step < rows; step *= 2) {
-    Simd<Real<T>> turned[rows];
-#pragma GCC unroll 8
-    for (int i = 0; i < rows / 2; ++i) {
-      const auto pair = interleave_elements<T>(x[i], x[i + rows / 2]);
-      turned[2 * i] = pair.first;
-      turned[2 * i + 1] = pair.second;
-    }
-#pragma GCC unroll 16
-    for (int i = 0; i < rows; ++i) x[i] = turned[i];
-  }
 }
 
 /// Vectors that are written together: two of complex elements where their parts are set apart.
@@ -147,10 +108,10 @@ template <Layout layout, Scalar T, class Get>
     const auto [re, im] = simd::deinterleave<Real<T>>(get(0), get(1));
     simd::store(step + i, re);
     simd::store(step + width + i, im);
-  } else if (i + elements<T> <= width) {
-    simd::store(step + i * parts<T>, get(0));
+  } else if (i + elements_per_vector<T> <= width) {
+    simd::store(step + i * lanes_per_element<T>, get(0));
   } else {
-    simd::store_first(step + i * parts<T>, get(0), (width - i) * parts<T>);
+    simd::store_first(step + i * lanes_per_element<T>, get(0), (width - i) * lanes_per_element<T>);
   }
 }
 
@@ -159,17 +120,17 @@ template <Layout layout, Scalar T, class Get>
 template <Layout layout, bool conjugated, Scalar T>
 [[gnu::always_inline]] inline void copy_steps(const T* from, std::ptrdiff_t deep, int count, int width, Int depth,
                                               Real<T>* to) {
-  constexpr int together = elements<T> * group<layout, T>;
+  constexpr int together = elements_per_vector<T> * group<layout, T>;
   constexpr Int ahead = 16;
   constexpr int line = 64 / static_cast<int>(sizeof(T));
-  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts<T>;
+  const std::ptrdiff_t step = std::ptrdiff_t{width} * lanes_per_element<T>;
   for (Int l = 0; l < depth; ++l) {
     const T* const source = from + l * deep;
     for (int i = 0; i < count; i += line) __builtin_prefetch(source + ahead * deep + i);
     for (int i = 0; i < width; i += together) {
       store_group<layout, T>(
           to + l * step, width, i, [&](int g) __attribute__((always_inline)) {
-            const int first = i + g * elements<T>;
+            const int first = i + g * elements_per_vector<T>;
             return load_elements<conjugated>(source + first, count - first);
           });
     }
@@ -180,8 +141,8 @@ template <Layout layout, bool conjugated, Scalar T>
 template <Layout layout, bool conjugated, int fixed_width, Scalar T>
 [[gnu::always_inline]] inline void transpose_steps(const T* from, std::ptrdiff_t along, int count, int width, Int depth,
                                                    Real<T>* to) {
-  constexpr int n = elements<T>;
-  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts<T>;
+  constexpr int n = elements_per_vector<T>;
+  const std::ptrdiff_t step = std::ptrdiff_t{width} * lanes_per_element<T>;
   const auto load_row = [&](int i, Int l) __attribute__((always_inline)) {
     return i < count ? load_elements<conjugated>(from + i * along + l, depth - l) : Simd<Real<T>>{};
   };
@@ -257,8 +218,7 @@ void pack_strided(const T* from, std::ptrdiff_t along, std::ptrdiff_t deep, bool
 /// Packs elements i0 to i0 + count, steps l0 to l0 + depth, of an operand.
 template <Layout layout, int fixed_width, Scalar T>
 void pack_sliver(const Operand<T>& x, Int i0, int count, int width, Int l0, Int depth, Real<T>* to) {
-  constexpr int parts = ComplexScalar<T> ? 2 : 1;
-  const std::ptrdiff_t step = std::ptrdiff_t{width} * parts;
+  const std::ptrdiff_t step = std::ptrdiff_t{width} * simd::lanes_per_element<T>;
   const auto plain = [&](Int from, Int until) {
     if (from < until) {
       pack_strided<layout, fixed_width>(x.at(i0, from), x.along, x.deep, x.conjugated, count, width, until - from,

@@ -2,6 +2,7 @@
 
 // What the rank-k updates of a symmetric or Hermitian matrix have in common.
 
+#include <algorithm>
 #include <cmath>
 
 #include "frame/option_matching.hpp"
@@ -35,6 +36,46 @@ Operand<T> rank_k_right(bool hermitian, char trans, Matrix<const T> B) {
 template <Scalar T>
 void make_diagonal_real(Int n, Matrix<T> C) {
   for (Int j = 1; j <= n; ++j) C(j, j) = T(std::real(C(j, j)));
+}
+
+/// One of the two products of a rank-2k update: C := alpha left right + beta C.
+template <Scalar T>
+struct Term {
+  T alpha;
+  Operand<T> left, right;
+  T beta;
+};
+
+/// C := alpha A B' + alpha' B A' + beta C (trans 'N') or alpha A' B + alpha' B' A + beta C on the triangle that uplo
+/// names, where ' transposes, and conjugates as well for a Hermitian C. add(region, first, second) adds the two
+/// products, the second of which finds the first in C.
+template <Scalar T, class Add>
+void rank_2k_update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B,
+                    T beta, Matrix<T> C, Add add) {
+  if (n == 0 || ((alpha == T(0) || k == 0) && beta == T(1))) return;
+  const Region region = region_of(uplo);
+  if (hermitian && beta != T(0)) make_diagonal_real(n, C);
+  if (alpha == T(0) || k == 0) {
+    scale(n, n, beta, C, region);
+  } else {
+    add(region, Term<T>{alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, B), beta},
+        Term<T>{hermitian ? conjugate(alpha) : alpha, rank_k_left(hermitian, trans, B),
+                rank_k_right(hermitian, trans, A), T(1)});
+  }
+  if (hermitian) make_diagonal_real(n, C);
+}
+
+/// 0, or minus the position of the first bad argument of uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc.
+inline Int check_rank_2k(bool trans_is_known, char uplo, char trans, Int n, Int k, Int lda, Int ldb, Int ldc) {
+  const Int rows = same_letter(trans, 'N') ? n : k;
+  if (!is_one_of(uplo, 'U', 'L')) return -1;
+  if (!trans_is_known) return -2;
+  if (n < 0) return -3;
+  if (k < 0) return -4;
+  if (lda < std::max(1, rows)) return -7;
+  if (ldb < std::max(1, rows)) return -9;
+  if (ldc < std::max(1, n)) return -12;
+  return 0;
 }
 
 /// Runs update(from, until) on column ranges of a triangle of order n that hold about the same number of elements each.

@@ -2,6 +2,7 @@
 
 // Names under which a symmetric and a Hermitian matrix are treated alike.
 
+#include "base/matrix.hpp"
 #include "blas.hpp"
 
 namespace nuv {
@@ -21,13 +22,23 @@ void add_square(char uplo, char trans, Int n, Int k, Real<T> alpha, Matrix<const
 }
 
 /// x^H x for n elements.
-template <RealScalar T>
-T squared_length(Int n, Vector<const T> x) {
-  return blas::dot(n, x, x);
+template <Scalar T>
+Real<T> squared_length(Int n, Vector<const T> x) {
+  if constexpr (ComplexScalar<T>) {
+    return blas::dotc(n, x, x).real();
+  } else {
+    return blas::dot(n, x, x);
+  }
 }
-template <RealScalar R>
-R squared_length(Int n, Vector<const std::complex<R>> x) {
-  return blas::dotc(n, x, x).real();
+
+/// A := A + alpha x y^H for an m by n matrix.
+template <Scalar T>
+void add_outer_product(Int m, Int n, T alpha, Vector<const T> x, Vector<const T> y, Matrix<T> A) {
+  if constexpr (ComplexScalar<T>) {
+    blas::gerc(m, n, alpha, x, y, A);
+  } else {
+    blas::ger(m, n, alpha, x, y, A);
+  }
 }
 
 /// Conjugates n elements; nothing to do for real ones.
