@@ -95,4 +95,16 @@ class RoutineName {
   Int length_;
 };
 
+/// The name of a routine whose complex members begin with other letters than the real ones: "ORMBR", "UNMBR".
+template <Scalar T, std::size_t Size>
+constexpr RoutineName<T> name_of(const char (&real_name)[Size], const char (&complex_name)[Size]) {
+  return RoutineName<T>(ComplexScalar<T> ? complex_name : real_name);
+}
+
+/// A number of elements as work(1) returns it.
+template <Scalar T>
+T as_work_size(std::int64_t elements) {
+  return T(static_cast<Real<T>>(elements));
+}
+
 }  // namespace nuv

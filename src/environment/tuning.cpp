@@ -21,8 +21,22 @@ Int svd_crossover(Int n) {
 
 /// The Hessenberg QR iteration and the routines inside it, numbered from 0, which ask for its smallest order.
 bool is_hessenberg_iteration(const Name& name) {
+  if (name.precision == 0) return false;
   constexpr std::uint64_t driver = tuning::packed_letters("HSEQR"), inner = tuning::packed_letters("LAQR0");
   return name.letters == driver || (name.letters >= inner && name.letters <= inner + 5);
+}
+
+/// Block size (1), least block size (2) or crossover (3) of the routine; 1 for a name without a precision.
+Int entry_of_routine(Int ispec, const Name& name, Text opts, const tuning::Sizes& sizes) {
+  if (name.precision == 0) return 1;
+  switch (ispec) {
+    case 2:
+      return tuning::look_up<tuning::least_block_sizes>(name, opts.data, sizes, 2);
+    case 3:
+      return tuning::look_up<tuning::crossovers>(name, opts.data, sizes, 0);
+    default:
+      return tuning::look_up<tuning::block_sizes>(name, opts.data, sizes, 1);
+  }
 }
 
 /// Shifts for an active block of order n, an even number.
@@ -42,6 +56,10 @@ Int shift_count(std::int64_t n) {
 
 Int ilaenv(Int ispec, Text name_text, Text opts, Int n1, Int n2, Int n3, Int n4) {
   switch (ispec) {
+    case 1:
+    case 2:
+    case 3:
+      return entry_of_routine(ispec, Name(name_text), opts, {n1, n2, n3, n4});
     case 4:
       return 6;
     case 5:
@@ -58,29 +76,16 @@ Int ilaenv(Int ispec, Text name_text, Text opts, Int n1, Int n2, Int n3, Int n4)
       return 1;
     case 11:
       return 0;
+    case 12:
+      if (is_hessenberg_iteration(Name(name_text))) return iparmq(ispec, name_text, opts, n1, n2, n3, n4);
+      return entry_of_routine(1, Name(name_text), opts, {n1, n2, n3, n4});
     case 13:
     case 14:
     case 15:
     case 16:
       return iparmq(ispec, name_text, opts, n1, n2, n3, n4);
     default:
-      break;
-  }
-  if (ispec < 1 || ispec > 16) return -1;
-
-  const Name name(name_text);
-  if (name.precision == 0) return 1;
-  const tuning::Sizes sizes{n1, n2, n3, n4};
-  switch (ispec) {
-    case 2:
-      return tuning::look_up<tuning::least_block_sizes>(name, opts.data, sizes, 2);
-    case 3:
-      return tuning::look_up<tuning::crossovers>(name, opts.data, sizes, 0);
-    case 12:
-      if (is_hessenberg_iteration(name)) return iparmq(ispec, name_text, opts, n1, n2, n3, n4);
-      [[fallthrough]];
-    default:
-      return tuning::look_up<tuning::block_sizes>(name, opts.data, sizes, 1);
+      return -1;
   }
 }
 

@@ -6,9 +6,8 @@
 //
 // trans   'N' for Q; 'T' (real) or 'C' (complex) for Q^H
 // k       0 <= k <= nq
-// a       the reflectors as the factorisation left them: k columns of nq elements (QR, QL), lda >= max(1, nq), or k
-// rows
-//         (LQ, RQ), lda >= max(1, k); read, with unit elements put in place and taken back on the way
+// a       the reflectors as the factorisation left them: k columns of nq elements with lda >= max(1, nq) (QR, QL), or k
+//         rows with lda >= max(1, k) (LQ, RQ); read, with unit elements put in place and taken back on the way
 // tau     k factors;  c  ldc >= max(1, m)
 // info    0, or -i: argument i was bad (reported)
 //

@@ -13,9 +13,9 @@ namespace nuv {
 namespace {
 
 /// y := alpha V^H x + beta y for some elements of some of the reflectors; y is left alone where there are none.
-template <class V, Scalar T>
-void inner_products(const StoredReflectors<V>& reflectors, Range elements, Range some, T alpha, Vector<const T> x,
-                    T beta, Vector<T> y) {
+template <class V, Scalar T = std::remove_const_t<V>>
+void inner_products(const StoredReflectors<V>& reflectors, Range elements, Range some, T alpha,
+                    std::type_identity_t<Vector<const T>> x, std::type_identity_t<T> beta, Vector<T> y) {
   const Matrix part = reflectors.from(elements.first, some.first);
   if (reflectors.columnwise()) {
     blas::gemv(adjoint<T>, elements.count, some.count, alpha, part, x, beta, y);
@@ -39,8 +39,7 @@ struct TriangularFactor {
 
   /// Columns finished before these were begun.
   Range before(Range columns) const {
-    const Int end = columns.first + columns.count;
-    return upper ? Range{1, columns.first - 1} : Range{end, k - end + 1};
+    return upper ? Range{1, columns.first - 1} : Range{columns.last() + 1, k - columns.last()};
   }
 
   /// The part of column j in those rows.
@@ -71,7 +70,7 @@ void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, 
     }
     if (done.count > 0) {
       const T kept = std::exchange(V(V.unit(i), i), T(1));
-      inner_products<T, T>(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
+      inner_products(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
       V(V.unit(i), i) = kept;
       F.apply_to_vector(done, F.in_rows(done, i));
     }
@@ -86,7 +85,7 @@ namespace {
 ///
 /// inside   elements of the reflector that lie in the rows of the block's unit elements, beyond its own
 /// The inner products of the elements beyond the block stand in T(earlier, j) already.
-template <RealScalar T>
+template <Scalar T>
 class ColumnProducts {
  public:
   explicit ColumnProducts(Int) {}
@@ -98,13 +97,13 @@ class ColumnProducts {
     const Range tail = V.tail(j);
     const Vector<T> above = F.in_rows(earlier, j), beside = F.in_rows(done, j);
     if (inside.count > 0) {
-      inner_products<const T, T>(V, inside, earlier, scale, V.along(inside.first, j), scale, above);
+      inner_products(V, inside, earlier, scale, V.along(inside.first, j), scale, above);
     } else {
       blas::scal(earlier.count, scale, above);
     }
     blas::axpy(earlier.count, scale, V.across(V.unit(j), earlier.first), above);
     if (tail.count > 0) {
-      inner_products<const T, T>(V, tail, done, scale, V.along(tail.first, j), T(0), beside);
+      inner_products(V, tail, done, scale, V.along(tail.first, j), T(0), beside);
     } else {
       F.clear(done, j);
     }
@@ -114,9 +113,9 @@ class ColumnProducts {
 
 /// A reflector is laid out in memory from the pool, with its unit element, since the kernels take no conjugated vector.
 template <ComplexScalar T>
-class ComplexColumnProducts {
+class ColumnProducts<T> {
  public:
-  explicit ComplexColumnProducts(Int n) : room_(std::size_t(n)) {}
+  explicit ColumnProducts(Int n) : room_(std::size_t(n)) {}
   bool ready() const { return room_.data() != nullptr; }
 
   void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
@@ -125,9 +124,8 @@ class ComplexColumnProducts {
     const Range reach = V.reach(j);
     const Int unit = V.unit(j);
     const Range inside_with_unit{std::min(inside.first, unit), inside.count + 1};
-    inner_products<const T, T>(V, inside_with_unit, earlier, scale, element(inside_with_unit.first), scale,
-                               F.in_rows(earlier, j));
-    inner_products<const T, T>(V, reach, done, scale, element(reach.first), T(0), F.in_rows(done, j));
+    inner_products(V, inside_with_unit, earlier, scale, element(inside_with_unit.first), scale, F.in_rows(earlier, j));
+    inner_products(V, reach, done, scale, element(reach.first), T(0), F.in_rows(done, j));
   }
 
  private:
@@ -144,26 +142,16 @@ class ComplexColumnProducts {
   Workspace<T> room_;
 };
 
-template <Scalar T>
-struct ColumnProductsOf {
-  using type = ColumnProducts<T>;
-};
-template <ComplexScalar T>
-struct ColumnProductsOf<T> {
-  using type = ComplexColumnProducts<T>;
-};
-
 /// Elements of the reflectors of some columns beyond all of their unit elements.
 template <Scalar T>
-Range beyond(const StoredReflectors<const T>& V, Range columns) {
-  return V.tail(V.forward() ? columns.first + columns.count - 1 : columns.first);
+Range elements_beyond(const StoredReflectors<const T>& V, Range columns) {
+  return V.tail(V.forward() ? columns.last() : columns.first);
 }
 
 /// Elements of reflector j in the rows of the unit elements of those columns, beyond its own.
 template <Scalar T>
-Range inside(const StoredReflectors<const T>& V, Range columns, Int j) {
-  const Int last = columns.first + columns.count - 1;
-  return V.forward() ? Range{j + 1, last - j} : Range{V.unit(columns.first), j - columns.first};
+Range shared_elements(const StoredReflectors<const T>& V, Range columns, Int j) {
+  return V.forward() ? Range{j + 1, columns.last() - j} : Range{V.unit(columns.first), j - columns.first};
 }
 
 /// Adds a block of columns to a T that is finished up to them. With V1 the earlier reflectors and V2 those of the
@@ -173,24 +161,24 @@ Range inside(const StoredReflectors<const T>& V, Range columns, Int j) {
 ///         | T22
 ///
 /// T11 is applied to the whole block at once, T22 as it comes into being, a column at a time.
-template <Scalar T, class Products>
+template <Scalar T>
 void add_columns(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Range columns, const T* tau,
-                 const Products& products) {
-  const Range earlier = F.before(columns), rest = beyond(V, columns);
+                 const ColumnProducts<T>& products) {
+  const Range earlier = F.before(columns), rest = elements_beyond(V, columns);
   const Matrix<T> T12 = block(F.t, earlier.first, columns.first);
   const char op_before = V.columnwise() ? adjoint<T> : 'N', op_block = V.columnwise() ? 'N' : adjoint<T>;
   blas::gemm(op_before, op_block, earlier.count, columns.count, rest.count, T(1), V.from(rest.first, earlier.first),
              V.from(rest.first, columns.first), T(0), T12);
 
   const auto for_each_column = [&](auto visit) {
-    const Int last = columns.first + columns.count - 1;
     for (Int c = 0; c < columns.count; ++c) {
-      const Int j = V.forward() ? columns.first + c : last - c;
+      const Int j = V.forward() ? columns.first + c : columns.last() - c;
       visit(j, V.forward() ? Range{columns.first, c} : Range{j + 1, c});
     }
   };
-  for_each_column(
-      [&](Int j, Range done) { products.form(V, F, j, inside(V, columns, j), earlier, done, negated(tau[j - 1])); });
+  for_each_column([&](Int j, Range done) {
+    products.form(V, F, j, shared_elements(V, columns, j), earlier, done, negated(tau[j - 1]));
+  });
   blas::trmm('L', F.uplo(), 'N', 'N', earlier.count, columns.count, T(1), block(F.t, earlier.first, earlier.first),
              T12);
   // The product with the columns of T12 that are done comes first: it takes T(done, j) as it is before T22 is applied.
@@ -210,7 +198,7 @@ void add_columns(const StoredReflectors<const T>& V, const TriangularFactor<T>& 
 template <Scalar T>
 void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt) {
   if (n == 0 || k == 0) return;
-  const typename ColumnProductsOf<T>::type products(n);
+  const ColumnProducts<T> products(n);
   if (!products.ready()) return report_bad_argument<T>("LARFT", memory_refused);
 
   const StoredReflectors<const T> V(direct, storev, n, k, v, ldv);
@@ -303,7 +291,7 @@ void larfb(char side, char trans, char direct, char storev, Int m, Int n, Int k,
   const char op = columnwise ? 'N' : adjoint<T>, op_adjoint = columnwise ? adjoint<T> : 'N';
   // On the left W^H stands for W, and so T^H for T.
   const bool plain = same_letter(trans, 'N');
-  const char op_t = left ? (plain ? adjoint<T> : 'N') : (plain ? 'N' : adjoint<T>);
+  const char op_t = left ? reversed<T>(!plain) : trans;
 
   const Matrix C{c, ldc};
   const Matrix C1 = left ? block(C, first1, 1) : block(C, 1, first1);

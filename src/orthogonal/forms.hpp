@@ -20,8 +20,8 @@ inline constexpr Form qr{.rowwise = false, .backward = false}, lq{.rowwise = tru
     ql{.rowwise = false, .backward = true}, rq{.rowwise = true, .backward = true};
 
 /// The name of a routine that comes in four forms, "?ORM" and the like with the letters of the form behind: "DORMQR".
-template <Form form, Scalar T>
-constexpr RoutineName<T> name_of_form(const char (&real_stem)[4], const char (&complex_stem)[4]) {
+template <Scalar T>
+constexpr RoutineName<T> name_of_form(const char (&real_stem)[4], const char (&complex_stem)[4], Form form) {
   const auto& stem = ComplexScalar<T> ? complex_stem : real_stem;
   const char* const end = form.backward ? (form.rowwise ? "RQ" : "QL") : (form.rowwise ? "LQ" : "QR");
   const char name[] = {stem[0], stem[1], stem[2], end[0], end[1], '\0'};

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/norms_general.hpp"
@@ -11,6 +10,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
+#include "orthogonal/forms.hpp"
 #include "orthogonal/lq_ql_rq.hpp"
 
 namespace nuv {
@@ -20,11 +20,11 @@ template <Scalar T>
 Int best_block_size(bool transposed, Int m, Int n, Int nrhs) {
   constexpr char plain_opts[] = {'L', 'N'}, transposed_opts[] = {'L', adjoint<T>};
   if (m >= n) {
-    const RoutineName<T> apply(ComplexScalar<T> ? "UNMQR" : "ORMQR");
+    const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", qr);
     return std::max(ilaenv(1, RoutineName<T>("GEQRF"), " ", m, n, -1, -1),
                     ilaenv(1, apply, {transposed ? plain_opts : transposed_opts, 2}, m, nrhs, n, -1));
   }
-  const RoutineName<T> apply(ComplexScalar<T> ? "UNMLQ" : "ORMLQ");
+  const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", lq);
   return std::max(ilaenv(1, RoutineName<T>("GELQF"), " ", m, n, -1, -1),
                   ilaenv(1, apply, {transposed ? transposed_opts : plain_opts, 2}, n, nrhs, m, -1));
 }
@@ -68,7 +68,7 @@ void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* w
 
   const bool transposed = !same_letter(trans, 'N');
   const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
-  const T best_lwork = T(static_cast<R>(best));
+  const T best_lwork = as_work_size<T>(best);
   work[0] = best_lwork;
   if (query) return;
 

@@ -30,8 +30,8 @@ template <Scalar T>
 void factor_blocked(Form form, Int m, Int n, Int nb, Int nx, Matrix<T> A, T* tau, T* work, Int ldwork) {
   const Int k = std::min(m, n);
   if (form.backward) {
-    const Int last = (k - nx - 1) / nb * nb, done = std::min(k, last + nb), left = k - done;
-    for (Int i = left + last + 1; i > left; i -= nb) {
+    const Int last_step = (k - nx - 1) / nb * nb, done = std::min(k, last_step + nb), left = k - done;
+    for (Int i = left + last_step + 1; i > left; i -= nb) {
       factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
     }
     factor_unblocked(form, m - done, n - done, A, tau, work);
@@ -49,7 +49,7 @@ void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T*
   const auto ask = [&](Int ispec) { return ilaenv(ispec, RoutineName<T>(name), " ", m, n, -1, -1); };
   const Int lines = form.rowwise ? m : n;
   Int nb = ask(1);
-  work[0] = T(static_cast<Real<T>>(std::int64_t{nb} * lines));
+  work[0] = as_work_size<T>(std::int64_t{nb} * lines);
   info = check_matrix(m, n, lda);
   if (info == 0 && lwork < std::max(1, lines) && lwork != -1) info = -7;
   if (info != 0) return report_bad_argument<T>(name, info);
@@ -60,7 +60,7 @@ void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T*
     return;
   }
 
-  Int nbmin = 2, nx = 0;
+  Int nbmin = 2, nx = form.backward ? 1 : 0;
   std::int64_t iws = lines;
   if (nb > 1 && nb < k) {
     nx = std::max(0, ask(3));
@@ -77,7 +77,7 @@ void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T*
   } else {
     factor_unblocked(form, m, n, Matrix{a, lda}, tau, work);
   }
-  work[0] = T(static_cast<Real<T>>(iws));
+  work[0] = as_work_size<T>(iws);
 }
 
 }  // namespace

@@ -12,17 +12,6 @@
 namespace nuv {
 namespace {
 
-template <Scalar T>
-T as_work_size(Int unit, Int nb) {
-  return T(static_cast<Real<T>>(std::int64_t{std::max(1, unit)} * nb));
-}
-
-/// The name of a routine whose complex member begins with other letters.
-template <Scalar T, std::size_t Size>
-constexpr RoutineName<T> name_of(const char (&real_name)[Size], const char (&complex_name)[Size]) {
-  return RoutineName<T>(ComplexScalar<T> ? complex_name : real_name);
-}
-
 /// Block size of a product with Q of order nq - 1, which leaves one row or column of C alone.
 template <Scalar T>
 Int inner_block_size(Text name, char side, char trans, Int m, Int n) {
@@ -40,6 +29,24 @@ struct Inner {
   Inner(bool left, Int m_, Int n_, Matrix<T> whole)
       : m(left ? m_ - 1 : m_), n(left ? n_ : n_ - 1), C(left ? block(whole, 2, 1) : block(whole, 1, 2)) {}
 };
+
+/// What is below the diagonal of a matrix of order n moves one column to the right.
+template <Scalar T>
+void shift_right(Int n, Matrix<T> A) {
+  for (Int j = n; j >= 2; --j) std::copy(A.at(j + 1, j - 1), A.at(n + 1, j - 1), A.at(j + 1, j));
+}
+
+/// What is above it moves one column to the left.
+template <Scalar T>
+void shift_left(Int n, Matrix<T> A) {
+  for (Int j = 1; j < n; ++j) std::copy(A.at(1, j + 1), A.at(j, j + 1), A.at(1, j));
+}
+
+/// What is above it moves one row down.
+template <Scalar T>
+void shift_down(Int n, Matrix<T> A) {
+  for (Int j = 2; j <= n; ++j) std::copy_backward(A.at(1, j), A.at(j - 1, j), A.at(j, j));
+}
 
 template <Scalar T>
 void set_unit_row_and_column(Int n, Matrix<T> A, Int place) {
@@ -67,9 +74,8 @@ void ormbr(char vect, char side, char trans, Int m, Int n, Int k, T* a, Int lda,
   else if (lwork < std::max(1, nw) && !query) info = -13;
   if (info != 0) return report_bad_argument(name_of<T>("ORMBR", "UNMBR"), info);
 
-  const Int nb =
-      inner_block_size<T>(with_q ? name_of<T>("ORMQR", "UNMQR") : name_of<T>("ORMLQ", "UNMLQ"), side, trans, m, n);
-  const T best_lwork = as_work_size<T>(nw, nb);
+  const Int nb = inner_block_size<T>(name_of_form<T>("ORM", "UNM", with_q ? qr : lq), side, trans, m, n);
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nw)} * nb);
   work[0] = best_lwork;
   if (query) return;
   if (m == 0 || n == 0) {
@@ -113,9 +119,8 @@ void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const 
   else if (lwork < std::max(1, nw) && !query) info = -12;
   if (info != 0) return report_bad_argument(name_of<T>("ORMTR", "UNMTR"), info);
 
-  const Int nb =
-      inner_block_size<T>(upper ? name_of<T>("ORMQL", "UNMQL") : name_of<T>("ORMQR", "UNMQR"), side, trans, m, n);
-  const T best_lwork = as_work_size<T>(nw, nb);
+  const Int nb = inner_block_size<T>(name_of_form<T>("ORM", "UNM", upper ? ql : qr), side, trans, m, n);
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nw)} * nb);
   work[0] = best_lwork;
   if (query) return;
   if (m == 0 || n == 0 || nq == 1) {
@@ -146,8 +151,8 @@ void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work,
   else if (lwork < std::max(1, smaller) && !query) info = -9;
   if (info != 0) return report_bad_argument(name_of<T>("ORGBR", "UNGBR"), info);
 
-  const Int nb = ilaenv(1, with_q ? name_of<T>("ORGQR", "UNGQR") : name_of<T>("ORGLQ", "UNGLQ"), " ", m, n, k, -1);
-  const T best_lwork = as_work_size<T>(smaller, nb);
+  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", with_q ? qr : lq), " ", m, n, k, -1);
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, smaller)} * nb);
   work[0] = best_lwork;
   if (query) return;
   if (m == 0 || n == 0) {
@@ -159,14 +164,14 @@ void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work,
     orgqr(m, n, k, a, lda, tau, work, lwork, info);
   } else if (with_q) {
     // m = n: Q = (1, Q1), its reflectors one column too far to the left.
-    for (Int j = m; j >= 2; --j) std::copy(A.at(j + 1, j - 1), A.at(m + 1, j - 1), A.at(j + 1, j));
+    shift_right(m, A);
     set_unit_row_and_column(m, A, 1);
     if (m > 1) orgqr(m - 1, m - 1, m - 1, A.at(2, 2), lda, tau, work, lwork, info);
   } else if (k < n) {
     orglq(m, n, k, a, lda, tau, work, lwork, info);
   } else {
     // m = n: P^H = (1, P1^H), its reflectors one row too high.
-    for (Int j = 2; j <= n; ++j) std::copy_backward(A.at(1, j), A.at(j - 1, j), A.at(j, j));
+    shift_down(n, A);
     set_unit_row_and_column(n, A, 1);
     if (n > 1) orglq(n - 1, n - 1, n - 1, A.at(2, 2), lda, tau, work, lwork, info);
   }
@@ -183,9 +188,8 @@ void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, In
   else if (lwork < std::max(1, n - 1) && !query) info = -7;
   if (info != 0) return report_bad_argument(name_of<T>("ORGTR", "UNGTR"), info);
 
-  const Int nb =
-      ilaenv(1, upper ? name_of<T>("ORGQL", "UNGQL") : name_of<T>("ORGQR", "UNGQR"), " ", n - 1, n - 1, n - 1, -1);
-  const T best_lwork = as_work_size<T>(n - 1, nb);
+  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", upper ? ql : qr), " ", n - 1, n - 1, n - 1, -1);
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, n - 1)} * nb);
   work[0] = best_lwork;
   if (query) return;
   if (n == 0) {
@@ -194,11 +198,11 @@ void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, In
   }
   const Matrix A{a, lda};
   if (upper) {
-    for (Int j = 1; j < n; ++j) std::copy(A.at(1, j + 1), A.at(j, j + 1), A.at(1, j));
+    shift_left(n, A);
     set_unit_row_and_column(n, A, n);
-    orgql(n - 1, n - 1, n - 1, a, lda, tau, work, lwork, info);
+    if (n > 1) orgql(n - 1, n - 1, n - 1, a, lda, tau, work, lwork, info);
   } else {
-    for (Int j = n; j >= 2; --j) std::copy(A.at(j + 1, j - 1), A.at(n + 1, j - 1), A.at(j + 1, j));
+    shift_right(n, A);
     set_unit_row_and_column(n, A, 1);
     if (n > 1) orgqr(n - 1, n - 1, n - 1, A.at(2, 2), lda, tau, work, lwork, info);
   }

@@ -25,7 +25,7 @@ void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) 
       if (lwork < iws) nb = lwork / n;
     }
   }
-  work[0] = T(static_cast<Real<T>>(iws));
+  work[0] = as_work_size<T>(iws);
   if (lwork == -1) return;
 
   const Matrix A{a, lda};
@@ -45,7 +45,7 @@ void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) 
     Int ignored = 0;
     geqr2(m - i + 1, n - i + 1, A.at(i, i), lda, tau + (i - 1), work, ignored);
   }
-  work[0] = T(static_cast<Real<T>>(iws));
+  work[0] = as_work_size<T>(iws);
 }
 
 namespace {

@@ -12,51 +12,76 @@
 //                             1 v                          v v v v 1
 //                               1
 
+#include <algorithm>
 #include "base/hermitian.hpp"
+
 #include "base/matrix.hpp"
 #include "frame/option_matching.hpp"
+#include "orthogonal/forms.hpp"
 
 namespace nuv {
 
 /// Indices first, first + 1, ...
 struct Range {
   Int first, count;
+
+  Int last() const { return first + count - 1; }
 };
 
 /// T may be const.
 template <class T>
 class StoredReflectors {
  public:
+  StoredReflectors(Form form, Int n, Int k, Matrix<T> V) : V_(V), n_(n), k_(k), form_(form) {}
   StoredReflectors(char direct, char storev, Int n, Int k, T* v, Int ldv)
-      : V_(v, ldv), n_(n), k_(k), columnwise_(same_letter(storev, 'C')), forward_(same_letter(direct, 'F')) {}
+      : StoredReflectors({.rowwise = !same_letter(storev, 'C'), .backward = !same_letter(direct, 'F')}, n, k,
+                         {v, ldv}) {}
 
-  bool columnwise() const { return columnwise_; }
-  bool forward() const { return forward_; }
+  Form form() const { return form_; }
+  bool columnwise() const { return !form_.rowwise; }
+  bool forward() const { return !form_.backward; }
+  Int order() const { return n_; }
+  Int count() const { return k_; }
 
   /// Element of reflector i that is one and not stored.
-  Int unit(Int i) const { return forward_ ? i : n_ - k_ + i; }
+  Int unit(Int i) const { return forward() ? i : n_ - k_ + i; }
 
   /// Elements of reflector i that are stored, on one side of its unit element.
-  Range tail(Int i) const { return forward_ ? Range{i + 1, n_ - i} : Range{1, unit(i) - 1}; }
+  Range tail(Int i) const { return forward() ? Range{i + 1, n_ - i} : Range{1, unit(i) - 1}; }
 
   /// The same with the unit element.
-  Range reach(Int i) const { return forward_ ? Range{i, n_ - i + 1} : Range{1, unit(i)}; }
+  Range reach(Int i) const { return reach(Range{i, 1}); }
+
+  /// Elements that some of the reflectors reach.
+  Range reach(Range some) const {
+    return forward() ? Range{some.first, n_ - some.first + 1} : Range{1, unit(some.last())};
+  }
+
+  /// The other elements.
+  Range outside(Range reached) const {
+    return forward() ? Range{1, reached.first - 1} : Range{reached.count + 1, n_ - reached.count};
+  }
 
   /// The stored matrix from element e of reflector i on.
-  Matrix<T> from(Int e, Int i) const { return columnwise_ ? block(V_, e, i) : block(V_, i, e); }
+  Matrix<T> from(Int e, Int i) const { return columnwise() ? block(V_, e, i) : block(V_, i, e); }
 
   T& operator()(Int e, Int i) const { return *from(e, i).data; }
 
+  /// Some elements of some reflectors, as reflectors.
+  StoredReflectors part(Range elements, Range some) const {
+    return {form_, elements.count, some.count, from(elements.first, some.first)};
+  }
+
   /// Reflector i from its element e on.
-  Vector<T> along(Int e, Int i) const { return {from(e, i).data, columnwise_ ? 1 : V_.ld}; }
+  Vector<T> along(Int e, Int i) const { return {from(e, i).data, columnwise() ? 1 : V_.ld}; }
 
   /// Element e of reflectors i, i + 1, ...
-  Vector<T> across(Int e, Int i) const { return {from(e, i).data, columnwise_ ? V_.ld : 1}; }
+  Vector<T> across(Int e, Int i) const { return {from(e, i).data, columnwise() ? V_.ld : 1}; }
 
  private:
   Matrix<T> V_;
   Int n_, k_;
-  bool columnwise_, forward_;
+  Form form_;
 };
 
 }  // namespace nuv

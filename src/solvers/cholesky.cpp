@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "base/hermitian.hpp"
 #include "base/matrix.hpp"
 #include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
-#include "base/hermitian.hpp"
 #include "solvers/triangular.hpp"
 
 namespace nuv {

@@ -3,10 +3,7 @@
 #include <cmath>
 
 #include "blas.hpp"
-#include "support/options.hpp"
-#include "support/precisions.hpp"
-#include "support/random.hpp"
-#include "support/wide.hpp"
+#include "solvers/definite.hpp"
 
 namespace nuv::test {
 namespace {
@@ -37,34 +34,6 @@ Int run_kernel(char uplo, char letter, Int n, GuardedMatrix<T>& A) {
   return info;
 }
 
-/// Element (i, j), i >= j, of the lower triangle L, or of U^H.
-template <Scalar T>
-T& element(GuardedMatrix<T>& A, char uplo, Int i, Int j) {
-  return is_upper(uplo) ? A(j, i) : A(i, j);
-}
-
-bool is_in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
-}
-
-/// A triangle of a well-conditioned positive definite matrix. The other triangle, and the imaginary parts of the
-/// diagonal, hold guards.
-template <Scalar T>
-GuardedMatrix<T> definite_triangle(Random& random, char uplo, Int n, Int ld) {
-  GuardedMatrix<T> A(n, n, ld);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = j + 1; i <= n; ++i) element(A, uplo, i, j) = random.scalar<T>();
-    const auto diagonal = Real<T>(2 * std::sqrt(n + 1.0) + 1 + random.real());
-    if constexpr (ComplexScalar<T>) {
-      A(j, j) = {diagonal, guard<Real<T>>()};
-    } else {
-      A(j, j) = diagonal;
-    }
-  }
-  A.seal();
-  return A;
-}
-
 /// L of a lower triangle, by the definition; of an upper triangle U^H.
 template <Scalar T>
 WideMatrix<T> wide_factor(GuardedMatrix<T> A, char uplo) {
@@ -72,7 +41,7 @@ WideMatrix<T> wide_factor(GuardedMatrix<T> A, char uplo) {
   WideMatrix<T> L = WideMatrix<T>::Zero(n, n);
   for (Int j = 0; j < n; ++j) {
     for (Int i = j; i < n; ++i) {
-      const T stored = element(A, uplo, i + 1, j + 1);
+      const T stored = lower_element(A, uplo, i + 1, j + 1);
       Wide<T> rest = wide(is_upper(uplo) ? conjugate(stored) : stored);
       if (i == j) rest = std::real(rest);
       for (Int l = 0; l < j; ++l) {
@@ -95,7 +64,7 @@ double error_of_factor(GuardedMatrix<T>& A, char uplo, const WideMatrix<T>& L, I
   double worst = 0, largest = 1;
   for (Int j = 1; j <= columns; ++j) {
     for (Int i = j; i <= n; ++i) {
-      const T computed = element(A, uplo, i, j);
+      const T computed = lower_element(A, uplo, i, j);
       const double error = double(std::abs(wide(is_upper(uplo) ? conjugate(computed) : computed) - L(i - 1, j - 1)));
       if (std::isnan(error)) return error;
       worst = std::max(worst, error);
@@ -105,28 +74,18 @@ double error_of_factor(GuardedMatrix<T>& A, char uplo, const WideMatrix<T>& L, I
   return worst / (double(std::max(n, 1)) * epsilon<T> * largest);
 }
 
-template <Scalar T>
-testing::AssertionResult has_real_positive_diagonal(const GuardedMatrix<T>& A, Int columns) {
-  for (Int j = 1; j <= columns; ++j) {
-    if (!(std::real(A(j, j)) > 0) || std::imag(A(j, j)) != 0) {
-      return testing::AssertionFailure() << "(" << j << ", " << j << ") is " << A(j, j);
-    }
-  }
-  return testing::AssertionSuccess();
-}
-
 TYPED_TEST(PotrfSmall, FactorsDefiniteMatrices) {
   using T = TypeParam;
   for (const Int n : orders()) {
     for (const char uplo : uplos) {
       for (const Int padding : {0, 5}) {
         SCOPED_TRACE(testing::Message() << uplo << ", order " << n << ", padding " << padding);
-        GuardedMatrix<T> A = definite_triangle<T>(this->random, uplo, n, std::max(1, n + padding));
+        GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n, std::max(1, n + padding));
         const WideMatrix<T> L = wide_factor(A, uplo);
         EXPECT_EQ(run_kernel(uplo, uplo, n, A), 0);
         EXPECT_LT(error_of_factor(A, uplo, L, n), 1);
-        EXPECT_TRUE(has_real_positive_diagonal(A, n));
-        EXPECT_TRUE(A.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); }));
+        EXPECT_TRUE(has_positive_diagonal(A, n));
+        EXPECT_TRUE(stayed_in_triangle(uplo, A));
       }
     }
   }
@@ -138,13 +97,13 @@ TYPED_TEST(PotrfSmall, FactorsOrdersBeyondSmall) {
   const Int n = is_sanitized ? 275 : 537;
   for (const char uplo : uplos) {
     SCOPED_TRACE(uplo);
-    GuardedMatrix<T> A = definite_triangle<T>(this->random, uplo, n, n + 1);
+    GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n, n + 1);
     const WideMatrix<T> L = wide_factor(A, uplo);
     EXPECT_EQ(run_kernel(uplo, uplo, n, A), 0);
     EXPECT_LT(error_of_factor(A, uplo, L, n), 1);
-    EXPECT_TRUE(A.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); }));
+    EXPECT_TRUE(stayed_in_triangle(uplo, A));
 
-    GuardedMatrix<T> bad = definite_triangle<T>(this->random, uplo, n, n);
+    GuardedMatrix<T> bad = random_definite<T>(this->random, uplo, n, n);
     bad(n - 3, n - 3) = T(-1);
     EXPECT_EQ(run_kernel(uplo, uplo, n, bad), n - 3);
   }
@@ -158,7 +117,7 @@ void expect_stop(char uplo, GuardedMatrix<T> A, Int k, const WideMatrix<T>& L) {
   A.seal();
   ASSERT_EQ(run_kernel(uplo, uplo, n, A), k);
   EXPECT_LT(error_of_factor(A, uplo, L, k - 1), 1);
-  EXPECT_TRUE(has_real_positive_diagonal(A, k - 1));
+  EXPECT_TRUE(has_positive_diagonal(A, k - 1));
   EXPECT_TRUE(A.unchanged_except(
       [&](Int i, Int j) { return is_in_triangle(uplo, i, j) && (std::min(i, j) < k || (i == k && j == k)); }));
 }
@@ -168,7 +127,7 @@ TYPED_TEST(PotrfSmall, StopsAtTheFirstPivotThatIsNotPositive) {
   using R = Real<T>;
   for (const Int n : {1, 2, 3, 7, 8, 9, 16, 17, 31, 40, 67}) {
     for (const char uplo : uplos) {
-      const GuardedMatrix<T> A = definite_triangle<T>(this->random, uplo, n, n + 1);
+      const GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n, n + 1);
       const WideMatrix<T> L = wide_factor(A, uplo);
       for (Int k = 1; k <= n; ++k) {
         SCOPED_TRACE(testing::Message() << uplo << ", order " << n << ", pivot " << k);
@@ -198,7 +157,7 @@ TYPED_TEST(PotrfSmall, StopsAtAZeroPivot) {
         SCOPED_TRACE(testing::Message() << uplo << ", order " << n << ", pivot " << k);
         GuardedMatrix<T> A(n, n, n);
         for (Int j = 1; j <= n; ++j) {
-          for (Int i = j; i <= n; ++i) element(A, uplo, i, j) = T(i == j && i != k ? 4 : 0);
+          for (Int i = j; i <= n; ++i) lower_element(A, uplo, i, j) = T(i == j && i != k ? 4 : 0);
         }
         EXPECT_EQ(run_kernel(uplo, uplo, n, A), k);
         for (Int j = 1; j < k; ++j) EXPECT_EQ(A(j, j), T(2));
@@ -215,8 +174,8 @@ TYPED_TEST(PotrfSmall, StopsWhereANaNReachesTheDiagonal) {
   const Int n = 37;
   for (const char uplo : uplos) {
     for (const Int row : {2, 9, 24, 37}) {
-      GuardedMatrix<T> A = definite_triangle<T>(this->random, uplo, n, n);
-      element(A, uplo, row, row / 2) = guard<T>();
+      GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n, n);
+      lower_element(A, uplo, row, row / 2) = guard<T>();
       EXPECT_EQ(run_kernel(uplo, uplo, n, A), row);
     }
   }
@@ -226,7 +185,7 @@ TYPED_TEST(PotrfSmall, TakesTheTriangleFromItsNameAlone) {
   using T = TypeParam;
   const Int n = 19;
   for (const char uplo : uplos) {
-    const GuardedMatrix<T> A = definite_triangle<T>(this->random, uplo, n, n + 2);
+    const GuardedMatrix<T> A = random_definite<T>(this->random, uplo, n, n + 2);
     GuardedMatrix<T> expected = A;
     run_kernel(uplo, uplo, n, expected);
     for (const char letter : {'u', 'l', 'U', 'L'}) {

@@ -2,6 +2,7 @@
 
 #include <nuv/nuv_lapack.h>
 
+#include <array>
 #include <cstdlib>
 #include <set>
 #include <vector>
@@ -89,6 +90,50 @@ TYPED_TEST(ApplyQ, AnswersTheWorkspaceQuestionAndDoesNothingElse) {
   }
 }
 
+TYPED_TEST(ApplyQ, TakesBlocksAsWideAsTheirTableSays) {
+  using T = TypeParam;
+  // 128 reflectors from 1500000 elements on in the real precisions, 64 from 256000 on.
+  for (const auto& [m, n, real_width] :
+       {std::array{1500, 1000, 128}, {1500, 999, 64}, {640, 400, 64}, {639, 400, 32}}) {
+    const Int nb = ComplexScalar<T> ? 32 : real_width, k = 200;
+    for (const Form& form : forms) {
+      for (const bool left : {true, false}) {
+        SCOPED_TRACE(letters_of(form) + ", " + std::to_string(m) + " by " + std::to_string(n));
+        T work(0);
+        Int info = 99;
+        ByLayer::call(form, left ? 'L' : 'R', 'N', m, n, k, Matrix<T>(nullptr, 1500), static_cast<const T*>(nullptr),
+                      Matrix<T>(nullptr, 1500), &work, Int{-1}, info);
+        EXPECT_EQ(info, 0);
+        EXPECT_EQ(work, T(Real<T>(((left ? n : m) + k) * nb)));
+      }
+    }
+  }
+}
+
+TYPED_TEST(ApplyQ, TakesItsWidestBlocks) {
+  using T = TypeParam;
+  if constexpr (!ComplexScalar<T> && !is_sanitized) {
+    const ProductWithQ<T> product(this->random, forms[0], true, false, {1500, 1000, 130});
+    ASSERT_EQ(product.block_size(), 128);
+    const GuardedMatrix<T> expected = product.by_blocks();
+    for (const Int lwork : {product.best_lwork(), product.sizes.nw}) {
+      EXPECT_TRUE(product.template compute_by<ByLayer>(lwork).C.same_as(expected));
+    }
+  }
+}
+
+TYPED_TEST(ApplyQ, MayHoldIdentities) {
+  using T = TypeParam;
+  for (const ProductSizes& s : {ProductSizes{12, 7, 9}, {50, 30, 40}}) {
+    for_each_product<T>(this->random, s, [&](ProductWithQ<T> product) {
+      for (const Int i : {1, 4, s.k - 1, s.k}) product.Q.tau(i) = T(0);
+      product.Q.tau.seal();
+      EXPECT_LT(product.error_of(product.template compute_by<ByLayer>(product.best_lwork()).C), threshold);
+      EXPECT_LT(product.error_of(product.one_by_one()), threshold);
+    });
+  }
+}
+
 TYPED_TEST(ApplyQ, LeavesCAloneWhereThereIsNothingToDo) {
   using T = TypeParam;
   for (const ProductSizes& s : {ProductSizes{12, 9, 0}, {12, 0, 5}, {0, 9, 0}, {0, 0, 0}}) {
@@ -128,6 +173,9 @@ class WatchedPool {
 
   /// Whether a block of that many bytes, with room to align it, was asked for.
   bool was_asked_for(std::size_t bytes) const { return sizes_.contains(bytes + 128); }
+
+  /// How many blocks were asked for.
+  std::size_t requests() const { return sizes_.size(); }
 
   /// Blocks that stay with somebody when the pool lets go of what it has.
   int blocks_in_use() const {
@@ -174,6 +222,31 @@ TYPED_TEST(ApplyQ, TakesFromThePoolWhatTheCallerDoesNotGive) {
           EXPECT_TRUE(computed.work.unchanged_outside(1, 1));
         }
       }
+    });
+  }
+}
+
+TYPED_TEST(ApplyQ, AsksThePoolForNothingItself) {
+  using T = TypeParam;
+  if constexpr (!ComplexScalar<T>) {  // a complex factor of reflectors needs a vector
+    // Products of such sizes are formed without packed copies, which would come from the pool.
+    for_each_product<T>(this->random, {40, 30, 36}, [&](const ProductWithQ<T>& product) {
+      ASSERT_TRUE(product.goes_by_blocks());
+      const WatchedPool pool;
+      product.template compute_by<ByLayer>(product.best_lwork());
+      EXPECT_EQ(pool.requests(), 0u);
+    });
+  }
+}
+
+TYPED_TEST(ApplyQ, AsksThePoolForNothingWhereItGoesOneByOne) {
+  using T = TypeParam;
+  const Int nb = ComplexScalar<T> ? 32 : 16;
+  for (const ProductSizes& s : {ProductSizes{40, 30, nb}, {40, 30, 3}, {40, 30, 0}, {0, 30, 0}}) {
+    for_each_product<T>(this->random, s, [&](const ProductWithQ<T>& product) {
+      const WatchedPool pool;
+      product.template compute_by<ByLayer>(s.nw);
+      EXPECT_EQ(pool.requests(), 0u);
     });
   }
 }
@@ -249,9 +322,12 @@ void expect_checks_of_values(const std::string& name) {
   Call too_many;
   too_many.k = 6;
   expect_report(too_many, name, 5);
-  Call other_letter;  // the one of the other field
-  other_letter.trans = Call::is_complex ? 'T' : 'C';
-  expect_report(other_letter, name, 2);
+  // The letter of the other field.
+  for (const char letter : {Call::is_complex ? 'T' : 'C', Call::is_complex ? 't' : 'c'}) {
+    Call call;
+    call.trans = letter;
+    expect_report(call, name, 2);
+  }
 }
 
 template <class Call>
@@ -264,10 +340,14 @@ void expect_checks_with_workspace(const std::string& name) {
     call.lwork = lwork;
     expect_report(call, name, 12);
   }
-  Call question;  // checked like any other call
-  question.lwork = -1;
-  question.ldc = 4;
-  expect_report(question, name, 10);
+  // A question is checked like any other call.
+  for (const auto& [position, spoil] :
+       {Bad<Call>::side, Bad<Call>::trans, Bad<Call>::m, Bad<Call>::n, Bad<Call>::k, Bad<Call>::lda, Bad<Call>::ldc}) {
+    Call question;
+    question.lwork = -1;
+    spoil(question);
+    expect_report(question, name, position);
+  }
 }
 
 template <Scalar T, int form_index>

@@ -28,6 +28,31 @@ inline Int padded(Int m) {
 /// Which of the four factorisations, by how its reflectors are stored.
 inline constexpr Form qr_form = forms[0], lq_form = forms[1], ql_form = forms[2], rq_form = forms[3];
 
+/// How many lines of the matrix the workspace has room for one of each of: rows for LQ and RQ, columns for QR and QL.
+inline Int lines_of(const Form& form, const Shape& shape) {
+  return form.columnwise() ? shape.n : shape.m;
+}
+
+template <Scalar T>
+void call_blocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int lwork, Int& info) {
+  if (form.columnwise()) {
+    form.forward() ? layer::geqrf(m, n, A, tau, work, lwork, info)
+                   : routine_call::geqlf(m, n, A, tau, work, lwork, info);
+  } else {
+    form.forward() ? routine_call::gelqf(m, n, A, tau, work, lwork, info)
+                   : routine_call::gerqf(m, n, A, tau, work, lwork, info);
+  }
+}
+
+template <Scalar T>
+void call_unblocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int& info) {
+  if (form.columnwise()) {
+    form.forward() ? routine_call::geqr2(m, n, A, tau, work, info) : routine_call::geql2(m, n, A, tau, work, info);
+  } else {
+    form.forward() ? routine_call::gelq2(m, n, A, tau, work, info) : routine_call::gerq2(m, n, A, tau, work, info);
+  }
+}
+
 /// What a factorisation left.
 template <Scalar T>
 struct Factored {
@@ -80,6 +105,14 @@ Factored<T> factor(const Form& form, const GuardedMatrix<T>& A, Int lwork, Routi
   EXPECT_TRUE(result.tau.guards_unchanged());
   EXPECT_TRUE(result.work.guards_unchanged());
   return result;
+}
+
+template <Scalar T>
+Factored<T> factor_unblocked(const Form& form, const GuardedMatrix<T>& A) {
+  const Int lines = lines_of(form, {A.rows(), A.columns()});
+  return factor(form, A, lines, [&](Int m, Int n, Matrix<T> a, T* tau, T* work, Int, Int& info) {
+    call_unblocked<T>(form, m, n, a, tau, work, info);
+  });
 }
 
 /// ||(A - Q R) X|| / (||A|| n eps) with n the larger size, for a few columns or rows X of random signs: E X takes less

@@ -2,7 +2,9 @@
 
 #include <Eigen/QR>
 #include <limits>
+#include <utility>
 
+#include "blas.hpp"
 #include "orthogonal/products_with_q.hpp"
 #include "support/argument_checks.hpp"
 #include "support/options.hpp"
@@ -200,6 +202,77 @@ TYPED_TEST(LeastSquares, IsIndependentOfScale) {
   }
 }
 
+/// The solution with the calls made from here. A and B are brought from the norms of `from` to those of `to` where
+/// these differ.
+template <Scalar T>
+GuardedMatrix<T> solve_by_hand(const Problem<T>& problem, std::pair<Real<T>, Real<T>> from,
+                               std::pair<Real<T>, Real<T>> to) {
+  const auto& [m, n, nrhs] = problem.sizes;
+  const Int mn = std::min(m, n), lwork = best_lwork<T>(problem.transposed, problem.sizes) - mn;
+  GuardedMatrix<T> a = problem.A, b = problem.B;
+  const Matrix<T> A(a), B(b);
+  GuardedVector<T> factors(mn), room(lwork);
+  T *const tau = factors.data(), *const work = room.data();
+  Int info = 99;
+  const auto scale = [&](Real<T> old_norm, Real<T> new_norm, Int rows, Int columns, Matrix<T> X) {
+    if (old_norm != new_norm) routine_call::lascl('G', 0, 0, old_norm, new_norm, rows, columns, X, info);
+  };
+  scale(from.first, to.first, m, n, A);
+  scale(from.second, to.second, problem.equations(), nrhs, B);
+
+  const bool upper = m >= n;
+  const auto apply = [&, m = m, n = n, nrhs = nrhs](char trans) {
+    upper ? layer::ormqr('L', trans, m, nrhs, n, A, tau, B, work, lwork, info)
+          : layer::ormlq('L', trans, n, nrhs, m, A, tau, B, work, lwork, info);
+  };
+  const auto solve_triangle = [&, nrhs = nrhs](char trans) {
+    blas::trsm('L', upper ? 'U' : 'L', trans, 'N', mn, nrhs, T(1), A, B);
+  };
+  upper ? layer::geqrf(m, n, A, tau, work, lwork, info) : routine_call::gelqf(m, n, A, tau, work, lwork, info);
+  if (upper != problem.transposed) {
+    apply(upper ? adjoint_letter<T> : 'N');
+    solve_triangle(upper ? 'N' : adjoint_letter<T>);
+  } else {
+    solve_triangle(upper ? adjoint_letter<T> : 'N');
+    for (Int j = 1; j <= nrhs; ++j) std::fill(B.at(mn + 1, j), B.at(problem.longer() + 1, j), T(0));
+    apply(upper ? 'N' : adjoint_letter<T>);
+  }
+  scale(from.first, to.first, problem.unknowns(), nrhs, B);
+  scale(to.second, from.second, problem.unknowns(), nrhs, B);
+  return b;
+}
+
+template <Scalar T>
+Real<T> largest_magnitude(Int m, Int n, const GuardedMatrix<T>& A) {
+  return routine_call::lange('M', m, n, Matrix<const T>(A), static_cast<Real<T>*>(nullptr));
+}
+
+TYPED_TEST(LeastSquares, ScalesWhatIsBelowOrBeyondTheseNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R least = routine_call::lamch<R>('S') / routine_call::lamch<R>('P'), largest = 1 / least;
+  // What a matrix with that norm is brought to.
+  const auto target = [&](R norm) { return norm < least ? least : norm > largest ? largest : norm; };
+  const R norms[] = {R(1), R(1.25) * least, least, R(0.8) * least, R(0.8) * largest, largest, R(1.25) * largest};
+  for (const Sizes& s : {Sizes{9, 6, 2}, {6, 9, 2}}) {
+    for (const bool transposed : {false, true}) {
+      for (const R a_norm : norms) {
+        for (const R b_norm : norms) {
+          SCOPED_TRACE(to_string(s) + (transposed ? ", transposed" : "") + ", norms " + testing::PrintToString(a_norm) +
+                       " and " + testing::PrintToString(b_norm));
+          Problem<T> problem(this->random, transposed, s, a_norm / 4, b_norm / 4);
+          problem.A(2, 3) = T(a_norm);
+          problem.B(2, 1) = T(b_norm);
+          ASSERT_EQ(largest_magnitude<T>(s.m, s.n, problem.A), a_norm);
+          ASSERT_EQ(largest_magnitude<T>(problem.equations(), s.nrhs, problem.B), b_norm);
+          const GuardedMatrix<T> solution = solve(this->random, problem, best_lwork<T>(transposed, s)).B;
+          EXPECT_TRUE(solution.same_as(solve_by_hand<T>(problem, {a_norm, b_norm}, {target(a_norm), target(b_norm)})));
+        }
+      }
+    }
+  }
+}
+
 TYPED_TEST(LeastSquares, OfAZeroMatrixIsZero) {
   using T = TypeParam;
   for (const Sizes& s : {Sizes{6, 4, 3}, {4, 6, 3}, {5, 5, 1}}) {
@@ -233,7 +306,14 @@ TYPED_TEST(LeastSquares, WithoutEquationsUnknownsOrRightHandSidesIsZero) {
 
 TYPED_TEST(LeastSquares, AnswersTheWorkspaceQuestionAndDoesNothingElse) {
   using T = TypeParam;
-  for (const Sizes& s : {Sizes{50, 30, 2}, {30, 50, 2}, {90, 80, 100}, {400, 310, 1}, {0, 3, 4}, {0, 0, 0}}) {
+  for (const Sizes& s : {Sizes{50, 30, 2},
+                         {30, 50, 2},
+                         {90, 80, 100},
+                         {400, 310, 1},
+                         {10, 600, 500},
+                         {600, 10, 500},
+                         {0, 3, 4},
+                         {0, 0, 0}}) {
     for (const bool transposed : {false, true}) {
       GuardedMatrix<T> A(1, 1, 1), B(1, 1, 1);
       GuardedVector<T> work(2);

@@ -19,44 +19,9 @@ TYPED_TEST_SUITE(LqQlRq, Precisions, PrecisionLetter);
 
 constexpr Form all_forms[] = {lq_form, ql_form, rq_form};
 
-/// Order of the workspace: rows of the matrix for LQ and RQ, columns for QL.
-Int lines_of(const Form& form, const Shape& shape) {
-  return form.columnwise() ? shape.n : shape.m;
-}
-
-template <Scalar T>
-void call_blocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int lwork, Int& info) {
-  if (form.columnwise()) {
-    routine_call::geqlf(m, n, A, tau, work, lwork, info);
-  } else if (form.forward()) {
-    routine_call::gelqf(m, n, A, tau, work, lwork, info);
-  } else {
-    routine_call::gerqf(m, n, A, tau, work, lwork, info);
-  }
-}
-
-template <Scalar T>
-void call_unblocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int& info) {
-  if (form.columnwise()) {
-    routine_call::geql2(m, n, A, tau, work, info);
-  } else if (form.forward()) {
-    routine_call::gelq2(m, n, A, tau, work, info);
-  } else {
-    routine_call::gerq2(m, n, A, tau, work, info);
-  }
-}
-
 template <Scalar T>
 Factored<T> factor(const Form& form, const GuardedMatrix<T>& A, Int lwork) {
   return factor(form, A, lwork, [&](auto&&... arguments) { call_blocked<T>(form, arguments...); });
-}
-
-template <Scalar T>
-Factored<T> factor_unblocked(const Form& form, const GuardedMatrix<T>& A) {
-  const Int lines = lines_of(form, {A.rows(), A.columns()});
-  return factor(form, A, lines, [&](Int m, Int n, Matrix<T> a, T* tau, T* work, Int, Int& info) {
-    call_unblocked<T>(form, m, n, a, tau, work, info);
-  });
 }
 
 std::string name_of(const Form& form, char last) {
@@ -215,6 +180,17 @@ void expect_checks() {
     call.lwork = lwork;
     expect_report(call, reported_name<T>(name_of(Blocked::form, 'F')), 7);
   }
+
+  // The least leading dimension and the least workspace are one, also where there is nothing to do.
+  Blocked no_rows;
+  no_rows.m = no_rows.lda = 0;
+  expect_report(no_rows, reported_name<T>(name_of(Blocked::form, 'F')), 4);
+  Unblocked no_rows_either;
+  no_rows_either.m = no_rows_either.lda = 0;
+  expect_report(no_rows_either, reported_name<T>(name_of(Blocked::form, '2')), 4);
+  Blocked no_lines;
+  (Blocked::form.columnwise() ? no_lines.n : no_lines.m) = no_lines.lwork = 0;
+  expect_report(no_lines, reported_name<T>(name_of(Blocked::form, 'F')), 7);
 }
 
 TYPED_TEST(LqQlRq, ReportsBadArguments) {

@@ -12,9 +12,6 @@
 
 namespace nuv::test {
 
-template <Scalar T>
-inline constexpr char adjoint_letter = ComplexScalar<T> ? 'C' : 'T';
-
 /// "QR", "LQ", "QL" or "RQ".
 inline std::string letters_of(const Form& form) {
   if (form.columnwise()) return form.forward() ? "QR" : "QL";

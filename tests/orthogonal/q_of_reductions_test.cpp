@@ -116,7 +116,10 @@ struct BidiagonalSizes {
 
 TYPED_TEST(QOfReductions, OfBidiagonalFormMultiply) {
   using T = TypeParam;
-  for (const auto& [nq, k] : {BidiagonalSizes{1, 1},
+  // With one row or column of C left alone, the block size is that of order 64 where Q is of order 65.
+  for (const auto& [nq, k] : {BidiagonalSizes{0, 0},
+                              {0, 3},
+                              {1, 1},
                               {1, 3},
                               {2, 2},
                               {5, 3},
@@ -125,6 +128,8 @@ TYPED_TEST(QOfReductions, OfBidiagonalFormMultiply) {
                               {40, 36},
                               {40, 40},
                               {40, 41},
+                              {65, 60},
+                              {65, 70},
                               {70, 66},
                               {70, 90},
                               {6, 0}}) {
@@ -152,7 +157,7 @@ TYPED_TEST(QOfReductions, OfBidiagonalFormMultiply) {
 
 TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
   using T = TypeParam;
-  for (const Int nq : {2, 3, 17, 40, 70}) {
+  for (const Int nq : {0, 2, 3, 17, 40, 65, 70}) {
     for (const bool upper : choices) {
       for (const bool left : choices) {
         for (const bool plain : choices) {
@@ -160,7 +165,7 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
             SCOPED_TRACE((std::string{upper ? 'U' : 'L', left ? 'L' : 'R', plain ? 'N' : 'T'}) + ", nq " +
                          std::to_string(nq) + ", nw " + std::to_string(nw));
             const Embedded<T> Q = tridiagonal_factor<T>(this->random, upper, nq);
-            const GuardedMatrix<T> A = Q.stored(nq, nq, nq);
+            const GuardedMatrix<T> A = Q.stored(nq, nq, std::max(1, nq));
             const char uplo = this->random.in_some_case(upper ? 'U' : 'L');
             expect_product(this->random, Q, A, left, plain, nw, name_with_q<T>("M", upper ? "QL" : "QR"),
                            [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c,
@@ -176,19 +181,24 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
 
 TYPED_TEST(QOfReductions, OfOrderOneIsTheNumberOne) {
   using T = TypeParam;
+  const Int nb = ComplexScalar<T> ? 32 : 16;
   for (const char uplo : uplos) {
     GuardedMatrix<T> A(1, 1, 1);
-    GuardedMatrix<T> C = random_matrix<T>(this->random, 1, 6, 2);
     GuardedVector<T> tau(1), work(6);
     Int info = 99;
-    routine_call::ormtr('L', uplo, 'N', 1, 6, Matrix<T>(A), static_cast<const T*>(tau.data()), Matrix<T>(C),
-                        work.data(), 6, info);
-    EXPECT_EQ(info, 0);
-    EXPECT_TRUE(C.unchanged());
-    EXPECT_TRUE(A.unchanged());
+    for (const bool left : choices) {
+      GuardedMatrix<T> C = random_matrix<T>(this->random, left ? 1 : 6, left ? 6 : 1, 7);
+      routine_call::ormtr(left ? 'L' : 'R', uplo, 'N', C.rows(), C.columns(), Matrix<T>(A),
+                          static_cast<const T*>(tau.data()), Matrix<T>(C), work.data(), 6, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_EQ(work(1), T(1));
+      EXPECT_TRUE(C.unchanged());
+      EXPECT_TRUE(A.unchanged());
+    }
 
     routine_call::orgtr(uplo, 1, Matrix<T>(A), static_cast<const T*>(tau.data()), work.data(), 6, info);
     EXPECT_EQ(info, 0);
+    EXPECT_EQ(work(1), T(Real<T>(nb)));
     EXPECT_EQ(A(1, 1), T(1));
     EXPECT_TRUE(A.guards_unchanged());
   }
@@ -244,6 +254,7 @@ TYPED_TEST(QOfReductions, OfBidiagonalFormAreFormed) {
                              {50, 50, 51},
                              {50, 40, 40},
                              {90, 80, 70},
+                             {65, 65, 66},
                              {75, 75, 80},
                              {1, 1, 4},
                              {5, 3, 0},
@@ -269,7 +280,7 @@ TYPED_TEST(QOfReductions, OfBidiagonalFormAreFormed) {
 
 TYPED_TEST(QOfReductions, OfTridiagonalFormAreFormed) {
   using T = TypeParam;
-  for (const Int n : {0, 2, 3, 17, 34, 50, 80, 100}) {
+  for (const Int n : {0, 2, 3, 17, 34, 50, 65, 80, 100}) {
     for (const bool upper : choices) {
       SCOPED_TRACE(std::string(upper ? "upper " : "lower ") + std::to_string(n));
       const Embedded<T> Q = tridiagonal_factor<T>(this->random, upper, n);
@@ -342,6 +353,30 @@ struct OrgtrCall : ReductionCall<T> {
   }
 };
 
+/// Expects reports of too little workspace, the argument at this position, and of another bad argument of a question.
+template <class Call>
+void expect_checks_of_workspace(const std::string& name, int position, const Spoiler<Call>& other) {
+  for (const Int lwork : {0, -2}) {
+    Call call;
+    call.lwork = lwork;
+    expect_report(call, name, position);
+  }
+  Call question;
+  question.lwork = -1;
+  other.spoil(question);
+  expect_report(question, name, other.position);
+}
+
+/// The letters of transposition in the other field.
+template <class Call>
+void expect_checks_of_letters(const std::string& name, bool is_complex) {
+  for (const char letter : {is_complex ? 'T' : 'C', is_complex ? 't' : 'c'}) {
+    Call call;
+    call.trans = letter;
+    expect_report(call, name, 3);
+  }
+}
+
 TYPED_TEST(QOfReductions, ReportBadArguments) {
   using T = TypeParam;
   using Ormbr = OrmbrCall<T>;
@@ -355,6 +390,8 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
                                         {8, [](Ormbr& call) { call.lda = 3; }},
                                         {11, [](Ormbr& call) { call.ldc = 3; }},
                                         {13, [](Ormbr& call) { call.lwork = 3; }}});
+  expect_checks_of_workspace<Ormbr>(ormbr, 13, {11, [](Ormbr& call) { call.ldc = 3; }});
+  expect_checks_of_letters<Ormbr>(ormbr, ComplexScalar<T>);
   // The rows of P that are stored: min(nq, k).
   for (const auto& [k, lda, position] : {std::array<Int, 3>{3, 3, 0}, {3, 2, 8}, {9, 3, 8}, {0, 1, 0}, {0, 0, 8}}) {
     Ormbr call;
@@ -365,15 +402,17 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
   }
 
   using Ormtr = OrmtrCall<T>;
-  expect_argument_checks<Ormtr>(name_with_q<T>("M", "TR"),
-                                {{1, [](Ormtr& call) { call.side = 'U'; }},
-                                 {2, [](Ormtr& call) { call.uplo = 'X'; }},
-                                 {3, [](Ormtr& call) { call.trans = ComplexScalar<T> ? 'T' : 'C'; }},
-                                 {4, [](Ormtr& call) { call.m = -1; }},
-                                 {5, [](Ormtr& call) { call.n = -1; }},
-                                 {7, [](Ormtr& call) { call.lda = 3; }},
-                                 {10, [](Ormtr& call) { call.ldc = 3; }},
-                                 {12, [](Ormtr& call) { call.lwork = 3; }}});
+  const std::string ormtr = name_with_q<T>("M", "TR");
+  expect_argument_checks<Ormtr>(ormtr, {{1, [](Ormtr& call) { call.side = 'U'; }},
+                                        {2, [](Ormtr& call) { call.uplo = 'X'; }},
+                                        {3, [](Ormtr& call) { call.trans = ComplexScalar<T> ? 'T' : 'C'; }},
+                                        {4, [](Ormtr& call) { call.m = -1; }},
+                                        {5, [](Ormtr& call) { call.n = -1; }},
+                                        {7, [](Ormtr& call) { call.lda = 3; }},
+                                        {10, [](Ormtr& call) { call.ldc = 3; }},
+                                        {12, [](Ormtr& call) { call.lwork = 3; }}});
+  expect_checks_of_workspace<Ormtr>(ormtr, 12, {10, [](Ormtr& call) { call.ldc = 3; }});
+  expect_checks_of_letters<Ormtr>(ormtr, ComplexScalar<T>);
 
   using Orgbr = OrgbrCall<T>;
   const std::string orgbr = name_with_q<T>("G", "BR");
@@ -383,6 +422,7 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
                                         {4, [](Orgbr& call) { call.k = -1; }},
                                         {6, [](Orgbr& call) { call.lda = 3; }},
                                         {9, [](Orgbr& call) { call.lwork = 3; }}});
+  expect_checks_of_workspace<Orgbr>(orgbr, 9, {6, [](Orgbr& call) { call.lda = 3; }});
   struct Shape {
     char vect;
     Int m, n, k;
@@ -408,10 +448,12 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
   }
 
   using Orgtr = OrgtrCall<T>;
-  expect_argument_checks<Orgtr>(name_with_q<T>("G", "TR"), {{1, [](Orgtr& call) { call.uplo = 'X'; }},
-                                                            {2, [](Orgtr& call) { call.n = -1; }},
-                                                            {4, [](Orgtr& call) { call.lda = 3; }},
-                                                            {7, [](Orgtr& call) { call.lwork = 2; }}});
+  const std::string orgtr = name_with_q<T>("G", "TR");
+  expect_argument_checks<Orgtr>(orgtr, {{1, [](Orgtr& call) { call.uplo = 'X'; }},
+                                        {2, [](Orgtr& call) { call.n = -1; }},
+                                        {4, [](Orgtr& call) { call.lda = 3; }},
+                                        {7, [](Orgtr& call) { call.lwork = 2; }}});
+  expect_checks_of_workspace<Orgtr>(orgtr, 7, {4, [](Orgtr& call) { call.lda = 3; }});
 }
 
 }  // namespace

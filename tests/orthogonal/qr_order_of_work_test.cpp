@@ -190,17 +190,6 @@ TYPED_TEST(QrOrder, GoesThroughTheLayerByItsOrdinaryName) {
 
 // ------------------------------------------------------------------------------------------------- gelqf, geqlf, gerqf
 
-template <Scalar T>
-void call_blocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int lwork, Int& info) {
-  if (form.columnwise()) {
-    routine_call::geqlf(m, n, A, tau, work, lwork, info);
-  } else if (form.forward()) {
-    routine_call::gelqf(m, n, A, tau, work, lwork, info);
-  } else {
-    routine_call::gerqf(m, n, A, tau, work, lwork, info);
-  }
-}
-
 /// Blocks of that width up to a rest of `left` reflectors: the last ones of LQ, the first ones of QL and RQ. A block
 /// that nothing is left behind needs no factor.
 template <Scalar T>
@@ -229,7 +218,7 @@ TYPED_TEST(QrOrder, OfLqQlAndRqTakesBlocksUntilTheCrossoverIsReached) {
   for (const Form& form : {lq_form, ql_form, rq_form}) {
     for (const auto& [k, width, left] : cases) {
       for (const Shape& shape : {Shape{k, k}, {k, k + 20}, {k + 20, k}}) {
-        const Int lines = form.columnwise() ? shape.n : shape.m;
+        const Int lines = lines_of(form, shape);
         SCOPED_TRACE(to_string(form) + ", " + to_string(shape) + ", width " + std::to_string(width));
         ExpectedCalls<T> expected;
         add_blocks(expected, form, shape.m, shape.n, width, left);

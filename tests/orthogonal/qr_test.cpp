@@ -57,13 +57,6 @@ Factored<T> factor(const GuardedMatrix<T>& A, Int lwork) {
   return factor(qr_form, A, lwork, [](auto&&... arguments) { layer::geqrf(arguments...); });
 }
 
-template <Scalar T>
-Factored<T> factor_unblocked(const GuardedMatrix<T>& A) {
-  return factor(qr_form, A, A.columns(), [](Int m, Int n, Matrix<T> a, T* tau, T* work, Int, Int& info) {
-    routine_call::geqr2(m, n, a, tau, work, info);
-  });
-}
-
 TYPED_TEST(Qr, FactorsMatricesOfAllShapes) {
   using T = TypeParam;
   for (const Shape& shape : shapes()) {
@@ -79,7 +72,7 @@ TYPED_TEST(Qr, FactorsOneReflectorAfterAnother) {
   for (const Shape& shape : shapes()) {
     if (shape.m * shape.n > 30000) continue;
     SCOPED_TRACE(to_string(shape));
-    expect_factored(factor_unblocked(this->matrix(shape)));
+    expect_factored(factor_unblocked(qr_form, this->matrix(shape)));
   }
 }
 
@@ -350,6 +343,26 @@ TYPED_TEST(Qr, ReportsBadArguments) {
     call.lwork = lwork;
     expect_report(call, reported_name<TypeParam>("GEQRF"), 7);
   }
+  // The least leading dimension and the least workspace are one, also where there is nothing to do.
+  Call no_rows;
+  no_rows.m = no_rows.lda = 0;
+  expect_report(no_rows, reported_name<TypeParam>("GEQRF"), 4);
+  Call no_columns;
+  no_columns.n = no_columns.lwork = 0;
+  expect_report(no_columns, reported_name<TypeParam>("GEQRF"), 7);
+}
+
+/// A question for the workspace.
+template <Scalar T>
+struct GeqrfQuestion : GeqrfCall<T> {
+  GeqrfQuestion() { this->lwork = -1; }
+};
+
+TYPED_TEST(Qr, ReportsBadArgumentsOfAQuestion) {
+  using Call = GeqrfQuestion<TypeParam>;
+  expect_argument_checks<Call>(reported_name<TypeParam>("GEQRF"), {{1, [](Call& call) { call.m = -1; }},
+                                                                   {2, [](Call& call) { call.n = -1; }},
+                                                                   {4, [](Call& call) { call.lda = 3; }}});
 }
 
 TYPED_TEST(Qr, ReportsBadArgumentsOfTheUnblockedCode) {
@@ -357,6 +370,9 @@ TYPED_TEST(Qr, ReportsBadArgumentsOfTheUnblockedCode) {
   expect_argument_checks<Call>(reported_name<TypeParam>("GEQR2"), {{1, [](Call& call) { call.m = -1; }},
                                                                    {2, [](Call& call) { call.n = -1; }},
                                                                    {4, [](Call& call) { call.lda = 3; }}});
+  Call no_rows;
+  no_rows.m = no_rows.lda = 0;
+  expect_report(no_rows, reported_name<TypeParam>("GEQR2"), 4);
 }
 
 }  // namespace

@@ -174,38 +174,17 @@ TYPED_TEST(Reflector, ComesToAnEndOnANaN) {
 
 // -------------------------------------------------------------------------------------------------------------- larf
 
-/// What is to come of C, and the errors that its terms allow.
-template <Scalar T>
-Sum<T> reflected(bool left, const GuardedMatrix<T>& C, const WideMatrix<T>& v, T tau) {
-  Sum<T> sum(C.rows(), C.columns());
-  sum.add(T(1), wide(C));
-  const WideMatrix<T> product_of_columns = product<T>(v, v.adjoint());
-  if (left) {
-    sum.add(negated(tau), product_of_columns, wide(C));
-  } else {
-    sum.add(negated(tau), wide(C), product_of_columns);
-  }
-  return sum;
-}
-
 TYPED_TEST(Reflector, IsAppliedFromEitherSide) {
   using T = TypeParam;
   for (const Int m : {1, 2, 7, 16, 33, 60}) {
     for (const Int n : {1, 3, 8, 17, 50}) {
       for (const char side : {'L', 'l', 'R', 'x'}) {
         for (const Int inc : {1, 2, -1}) {
-          const bool left = is_left(side);
           SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n) + ", side " + side);
-          const GuardedMatrix<T> C = random_matrix<T>(this->random, m, n, m + 2);
-          const GuardedVector<T> v = random_vector<T>(this->random, left ? m : n, inc);
-          const T tau = this->random.template scalar<T>();
-          GuardedMatrix<T> result = C;
-          GuardedVector<T> work(left ? n : m);
-          routine_call::larf(side, m, n, v, tau, result, work.data());
-          EXPECT_LT(reflected(left, C, wide(v), tau).error_of(wide(result)), threshold);
-          EXPECT_TRUE(result.guards_unchanged());
-          EXPECT_TRUE(work.guards_unchanged());
-          EXPECT_TRUE(v.unchanged());
+          const auto apply = [&](Vector<const T> v, T tau, Matrix<T> C, T* work) {
+            routine_call::larf(side, m, n, v, tau, C, work);
+          };
+          EXPECT_LT(error_of_reflection<T>(this->random, is_left(side), m, n, inc, apply), threshold);
         }
       }
     }
@@ -237,6 +216,55 @@ TYPED_TEST(Reflector, WithANaNForTauIsNotTheIdentity) {
   }
 }
 
+// A zero times an infinity or a NaN is a NaN, and no zero is left out.
+TYPED_TEST(Reflector, SpreadsWhatIsNotANumberThroughItsTrailingZeros) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr Int order = 9, other = 6;
+  for (const R bad : {std::numeric_limits<R>::quiet_NaN(), std::numeric_limits<R>::infinity()}) {
+    for (const char side : sides) {
+      for (const Int zeros : {1, 4}) {
+        const bool left = is_left(side);
+        SCOPED_TRACE(std::string("side ") + side + ", " + std::to_string(zeros) + " zeros, " + std::to_string(bad));
+        GuardedVector<T> v = random_vector<T>(this->random, order, 1), work(other);
+        for (Int i = order - zeros + 1; i <= order; ++i) v(i) = T(0);
+        GuardedMatrix<T> C = random_matrix<T>(this->random, left ? order : other, left ? other : order, order + 1);
+        // The bad number meets a zero of v, and spoils the inner product of its column, or row, alone.
+        constexpr Int spoilt = 3;
+        (left ? C(order, spoilt) : C(spoilt, order)) = T(bad);
+        routine_call::larf(side, C.rows(), C.columns(), v, T(1), C, work.data());
+        for (Int line = 1; line <= other; ++line) {
+          for (Int i = 1; i <= order; ++i) {
+            const T element = left ? C(i, line) : C(line, i);
+            EXPECT_EQ(std::isnan(std::real(element)), line == spoilt) << i << " of line " << line;
+          }
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(Reflector, ThatHoldsANaNSpoilsLinesOfZerosToo) {
+  using T = TypeParam;
+  constexpr Int order = 9, other = 6, zeros = 2;
+  for (const char side : sides) {
+    const bool left = is_left(side);
+    SCOPED_TRACE(std::string("side ") + side);
+    GuardedVector<T> v = random_vector<T>(this->random, order, 1), work(other);
+    v(4) = T(std::numeric_limits<Real<T>>::quiet_NaN());
+    GuardedMatrix<T> C = random_matrix<T>(this->random, left ? order : other, left ? other : order, order + 1);
+    for (Int line = other - zeros + 1; line <= other; ++line) {
+      for (Int i = 1; i <= order; ++i) (left ? C(i, line) : C(line, i)) = T(0);
+    }
+    routine_call::larf(side, C.rows(), C.columns(), v, T(1), C, work.data());
+    for (Int line = 1; line <= other; ++line) {
+      for (Int i = 1; i <= order; ++i) {
+        EXPECT_TRUE(std::isnan(std::real(left ? C(i, line) : C(line, i)))) << i << " of line " << line;
+      }
+    }
+  }
+}
+
 // ------------------------------------------------------------------------------------------------------------- larfx
 
 /// Two members are routines, two are kernels.
@@ -257,15 +285,10 @@ TYPED_TEST(Reflector, OfEverySmallOrderIsAppliedFromEitherSide) {
         const bool left = is_left(side);
         SCOPED_TRACE("order " + std::to_string(order) + ", side " + side);
         const Int m = left ? order : other, n = left ? other : order;
-        const GuardedMatrix<T> C = random_matrix<T>(this->random, m, n, m + 1);
-        const GuardedVector<T> v = random_vector<T>(this->random, order, 1);
-        const T tau = this->random.template scalar<T>();
-        GuardedMatrix<T> result = C;
-        GuardedVector<T> work(other);
-        call_larfx<T>(side, m, n, v.data(), tau, result, work.data());
-        EXPECT_LT(reflected(left, C, wide(v), tau).error_of(wide(result)), threshold);
-        EXPECT_TRUE(result.guards_unchanged());
-        EXPECT_TRUE(work.guards_unchanged());
+        const auto apply = [&](Vector<const T> v, T tau, Matrix<T> C, T* work) {
+          call_larfx<T>(side, m, n, v.data, tau, C, work);
+        };
+        EXPECT_LT(error_of_reflection<T>(this->random, left, m, n, 1, apply), threshold);
       }
     }
   }
@@ -332,7 +355,7 @@ TYPED_TEST(ShortReflector, IsAnOrdinaryOneOnTheRightAndForHigherOrders) {
     for (Int i = 1; i <= work.size(); ++i) EXPECT_FALSE(same_bits(work(i), work.sealed(i)));
   };
   for (Int n = 1; n <= 12; ++n) {
-    for (const char side : {'R', 'r'}) {
+    for (const char side : {'R', 'r', 'x', 'T', ' '}) {
       for (const Int m : {1, 4, 10, 30}) expect_ordinary(side, m, n);
     }
   }

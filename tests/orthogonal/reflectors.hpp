@@ -11,6 +11,9 @@
 
 namespace nuv::test {
 
+template <Scalar T>
+inline constexpr char adjoint_letter = ComplexScalar<T> ? 'C' : 'T';
+
 /// How a block of reflectors is stored.
 struct Form {
   char direct, storev;
@@ -30,6 +33,31 @@ template <Scalar T>
 void reflect(const WideMatrix<T>& v, Wide<T> tau, WideMatrix<T>& X) {
   const WideMatrix<T> products = v.adjoint() * X;
   X.noalias() -= v * (tau * products);
+}
+
+/// Applies a random reflector to a random matrix by apply(v, tau, C, work): H C or C H. Gives the largest error of an
+/// element in units of what its terms allow; the guards must stay.
+template <Scalar T, class Apply>
+double error_of_reflection(Random& random, bool left, Int m, Int n, Int inc, Apply apply) {
+  const GuardedMatrix<T> C = random_matrix<T>(random, m, n, m + random.integer(0, 4));
+  const GuardedVector<T> v = random_vector<T>(random, left ? m : n, inc);
+  const T tau = random.scalar<T>();
+  GuardedMatrix<T> result = C;
+  GuardedVector<T> work(left ? n : m);
+  apply(v, tau, Matrix<T>(result), work.data());
+  EXPECT_TRUE(result.guards_unchanged());
+  EXPECT_TRUE(work.guards_unchanged());
+  EXPECT_TRUE(v.unchanged());
+
+  Sum<T> expected(m, n);
+  expected.add(T(1), wide(C));
+  const WideMatrix<T> outer_product = product<T>(wide(v), wide(v).adjoint());
+  if (left) {
+    expected.add(negated(tau), outer_product, wide(C));
+  } else {
+    expected.add(negated(tau), wide(C), outer_product);
+  }
+  return expected.error_of(wide(result));
 }
 
 /// Where element e of reflector i stands.

@@ -46,8 +46,8 @@ testing::AssertionResult stayed_in_triangle(char uplo, const GuardedMatrix<T>& A
 /// than about 1.7 sqrt(n), to which the diagonal adds more. The other triangle, and the imaginary parts of the
 /// diagonal, hold guards.
 template <Scalar T>
-GuardedMatrix<T> random_definite(Random& random, char uplo, Int n) {
-  GuardedMatrix<T> A(n, n, n % 3 == 1 ? n : n + 4);
+GuardedMatrix<T> random_definite(Random& random, char uplo, Int n, Int ld) {
+  GuardedMatrix<T> A(n, n, ld);
   for (Int j = 1; j <= n; ++j) {
     for (Int i = j + 1; i <= n; ++i) lower_element(A, uplo, i, j) = random.scalar<T>();
     const auto diagonal = Real<T>(2 * std::sqrt(n + 1.0) + 1 + random.real());
@@ -59,6 +59,11 @@ GuardedMatrix<T> random_definite(Random& random, char uplo, Int n) {
   }
   A.seal();
   return A;
+}
+
+template <Scalar T>
+GuardedMatrix<T> random_definite(Random& random, char uplo, Int n) {
+  return random_definite<T>(random, uplo, n, n % 3 == 1 ? n : n + 4);
 }
 
 /// ||(A - L L^H) V|| / (||A|| n eps), or the same with U^H U, for the matrix and the factor in the triangles named.

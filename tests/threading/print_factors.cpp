@@ -1,9 +1,11 @@
-// Prints a checksum of what each factorisation of the thread layer leaves, one line each. Linked with either layer.
+// Prints a checksum of what each factorisation and each product with Q of the thread layer leaves, one line each.
+// Linked with either layer.
 
 #include <cstdio>
 #include <cstring>
 
 #include "layer.hpp"
+#include "orthogonal/products_with_q.hpp"
 #include "solvers/definite.hpp"
 
 namespace nuv::test {
@@ -21,6 +23,19 @@ std::uint64_t checksum(const GuardedMatrix<T>& A) {
     }
   }
   return sum;
+}
+
+template <Scalar T>
+void print_products() {
+  Random random(17);
+  for (const ProductSizes& sizes : {ProductSizes{1, 1, 1}, {50, 60, 40}, {129, 100, 129}, {200, 300, 70}}) {
+    for (const Form& form : forms) {
+      const bool left = sizes.k % 2 == 0, plain = left == form.columnwise();
+      const ProductWithQ<T> product(random, form, left, plain, sizes);
+      const GuardedMatrix<T> C = product.template compute_by<ByLayer>(sizes.nw).C;
+      std::printf("%s %016llx\n", to_string(product).c_str(), static_cast<unsigned long long>(checksum(C)));
+    }
+  }
 }
 
 template <Scalar T>
@@ -57,7 +72,11 @@ void print_factors() {
 int main() {
   using namespace nuv::test;
   print_factors<float>();
+  print_products<float>();
   print_factors<double>();
+  print_products<double>();
   print_factors<std::complex<float>>();
+  print_products<std::complex<float>>();
   print_factors<std::complex<double>>();
+  print_products<std::complex<double>>();
 }

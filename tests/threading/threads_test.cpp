@@ -16,6 +16,7 @@
 
 #include "blas.hpp"
 #include "layer.hpp"
+#include "orthogonal/products_with_q.hpp"
 #include "support/child_process.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
@@ -139,10 +140,51 @@ TYPED_TEST(Threads, GiveTheQrFactorsOfOne) {
   }
 }
 
+TYPED_TEST(Threads, GiveTheProductsWithQOfOne) {
+  using T = TypeParam;
+  // Several blocks of reflectors and two strips of C, large enough for several threads.
+  const ProductSizes sizes = is_sanitized ? ProductSizes{70, 270, 40} : ProductSizes{200, 300, 70};
+  for (const Form& form : forms) {
+    for (const bool left : {true, false}) {
+      const ProductWithQ<T> product(this->random, form, left, left == form.forward(), sizes);
+      SCOPED_TRACE(to_string(product));
+      const Int lwork = left ? sizes.nw : product.best_lwork();
+      nuv_thread_set_num_threads(1);
+      const GuardedMatrix<T> alone = product.template compute_by<ByLayer>(lwork).C;
+      EXPECT_FALSE(alone.unchanged());
+      for (const int threads : {2, 3, 8}) {
+        nuv_thread_set_num_threads(threads);
+        EXPECT_TRUE(product.template compute_by<ByLayer>(lwork).C.same_as(alone)) << threads << " threads";
+      }
+    }
+  }
+}
+
+TYPED_TEST(Threads, OfTheProgramMultiplyByQWithMemoryOfTheirOwn) {
+  using T = TypeParam;
+  nuv_thread_set_num_threads(2);
+  for (const Form& form : forms) {
+    SCOPED_TRACE(letters_of(form));
+    // Least workspace, so that each call takes its own from the pool.
+    const ProductWithQ<T> product(this->random, form, true, false, {120, 90, 70});
+    const GuardedMatrix<T> expected = product.template compute_by<ByLayer>(product.best_lwork()).C;
+    std::vector<int> right(6);
+    std::vector<std::thread> callers;
+    for (int& mine : right) {
+      callers.emplace_back([&] {
+        for (int i = 0; i < 5; ++i)
+          mine += bool(product.template compute_by<ByLayer>(product.sizes.nw).C.same_as(expected));
+      });
+    }
+    for (std::thread& caller : callers) caller.join();
+    for (const int mine : right) EXPECT_EQ(mine, 5);
+  }
+}
+
 TEST(ThreadLayers, GiveTheSameFactors) {
   const ChildResult alone = run_child({.arguments = {NUV_PRINT_FACTORS_SEQUENTIAL}});
   EXPECT_TRUE(alone.succeeded()) << to_string(alone);
-  EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * 6 * 6);
+  EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * (6 * 6 + 4 * 4));
   for (const char* threads : {"1", "2", "3", "8"}) {
     const ChildResult together =
         run_child({.arguments = {"env", std::string("NUV_NUM_THREADS=") + threads, NUV_PRINT_FACTORS_THREADED}});
