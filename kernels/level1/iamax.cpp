@@ -90,10 +90,13 @@ template <class Order, Scalar T>
   return static_cast<Int>(start_of_best + first_of_magnitude(n - start_of_best, x + start_of_best, best)) + 1;
 }
 
+/// Numbers from which registers are faster: the way from their lanes to a place is long.
+constexpr int fewest_in_registers = 16;
+
 template <class Order, Scalar T>
 [[gnu::always_inline]] inline Int first_best(Int n, const T* x, Int incx) {
   if (n < 1 || incx < 1) return 0;
-  if (incx == 1 && n >= width<T>) return first_best_contiguous<Order>(n, x);
+  if (incx == 1 && n >= std::max(width<T>, fewest_in_registers)) return first_best_contiguous<Order>(n, x);
   Int place = 1;
   Real<T> best = magnitude(x[0]);
   for (Int i = 1; i < n; ++i) {

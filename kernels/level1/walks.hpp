@@ -94,10 +94,11 @@ template <Scalar T, class Step>
   if (i < end) step(i, First{static_cast<int>(end - i)});
 }
 
-/// Calls change(x_i) for each number of a vector, on numbers or on registers full of them.
+/// Calls change(x_i) for each number of a vector, on numbers or on registers full of them. Less than a register is
+/// changed by numbers: what is written under a mask takes long to be read again.
 template <Scalar T, class Change>
 [[gnu::always_inline]] inline void for_each_element(Int n, T* x, Int incx, Change change) {
-  if (incx == 1) {
+  if (incx == 1 && real_count<T>(n) >= simd::lanes<Real<T>>) {
     const auto reals = as_reals(x);
     for_each_register(n, x, [=](std::ptrdiff_t i, auto part) {
       auto xi = load(reals + i, part);

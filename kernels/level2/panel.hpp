@@ -32,7 +32,8 @@ Panel<T> panel_of(Matrix<T> A, bool upper, Int n, Int j, Int k) {
 /// first to the last or the other way. The panels have `size` columns, but for the one without a rectangle.
 template <class Visit>
 [[gnu::always_inline]] inline void for_each_panel(Int n, bool upper, bool forward, Int size, Visit visit) {
-  const Int panels = n / size + (n % size != 0 ? 1 : 0);
+  // A small matrix is spared the division.
+  const Int panels = n <= size ? std::min(n, 1) : n / size + (n % size != 0 ? 1 : 0);
   const Int shift = upper ? panels * size - n : 0;
   for (Int p = 0; p < panels; ++p) {
     const Int begin = (forward ? p : panels - 1 - p) * size - shift;

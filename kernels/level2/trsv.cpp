@@ -33,9 +33,15 @@ template <int order, Scalar T>
   }
 }
 
+/// Rows j ... j + k - 1 of x := D^-1 x, D the block of op(A) on the diagonal there, k at most column_group.
+template <Scalar T>
+[[gnu::always_inline]] inline void solve_diagonal_block(const TriangularMatrix<T>& A, Int j, Int k, T* x) {
+  with_number<column_group<T>>(k, [&](auto order) { solve_block<order>(A.diagonal_block(j, k, x)); });
+}
+
 /// x := op(A)^-1 x for contiguous x.
 template <Scalar T>
-void solve(const TriangularMatrix<T>& A, Int n, T* x) {
+[[gnu::noinline]] void solve(const TriangularMatrix<T>& A, Int n, T* x) {
   constexpr int most = column_group<T>;
   for_each_panel(n, A.upper, !A.is_upper(), most, [&](Int j, Int k) {
     const Panel panel = panel_of(A.A, A.upper, n, j, k);
@@ -48,7 +54,7 @@ void solve(const TriangularMatrix<T>& A, Int n, T* x) {
       });
       add_scaled<T>(most, T(-1), products, Vector{x + j, 1});
     }
-    with_number<most>(k, [&](auto order) { solve_block<order>(A.diagonal_block(j, k, x)); });
+    solve_diagonal_block(A, j, k, x);
     if (!A.transposed && panel.height > 0) {
       T factors[most];
       for (Int i = 0; i < most; ++i) factors[i] = negated(x[j + i]);
@@ -57,27 +63,34 @@ void solve(const TriangularMatrix<T>& A, Int n, T* x) {
   });
 }
 
+/// The same for an x that is not contiguous, or longer than the cache is to hold.
+template <Scalar T>
+[[gnu::noinline]] void solve_by_pieces(const TriangularMatrix<T>& A, Int n, Vector<T> x) {
+  for_each_panel(n, A.upper, !A.is_upper(), rows_at_a_time<T>(x.inc), [&](Int j, Int k) {
+    Piece<T> copy;
+    T* const part = contiguous(tail(x, j), k, copy);
+    const auto [first, count] = rows_beside(A.upper, n, j, k);
+    const Matrix rectangle = block(A.A, first + 1, j + 1);
+    if (A.transposed) add_transposed_product(A.conjugated, count, k, T(-1), rectangle, tail(x, first), Vector{part, 1});
+    solve(A.from(j), k, part);
+    if (!A.transposed) add_product(count, k, T(-1), rectangle, {part, 1}, tail(x, first));
+    put_back(tail(x, j), k, copy);
+  });
+}
+
 }  // namespace
 
 /// Solves op(A) x = b for a triangular A of order n, lda >= max(1, n), incx not zero; b in, x out. No test for
 /// singularity is made. The triangle that uplo does not name, and the diagonal when diag is 'U', are not read.
 template <Scalar T>
-void trsv(char uplo, char trans, char diag, Int n, const T* a, Int lda, T* x, Int incx) {
+[[gnu::always_inline]] inline void trsv(char uplo, char trans, char diag, Int n, const T* a, Int lda, T* x, Int incx) {
   const Int info = check_triangular_vector(uplo, trans, diag, n, lda, incx);
   if (info != 0) return report_bad_argument<T>("TRSV", info);
 
   const TriangularMatrix<T> A(uplo, trans, diag, a, lda);
-  const Vector X = from_first(x, n, incx);
-  for_each_panel(n, A.upper, !A.is_upper(), rows_at_a_time<T>(incx), [&](Int j, Int k) {
-    Piece<T> copy;
-    T* const part = contiguous(tail(X, j), k, copy);
-    const auto [first, count] = rows_beside(A.upper, n, j, k);
-    const Matrix rectangle = block(A.A, first + 1, j + 1);
-    if (A.transposed) add_transposed_product(A.conjugated, count, k, T(-1), rectangle, tail(X, first), Vector{part, 1});
-    solve(A.from(j), k, part);
-    if (!A.transposed) add_product(count, k, T(-1), rectangle, {part, 1}, tail(X, first));
-    put_back(tail(X, j), k, copy);
-  });
+  if (incx == 1 && n <= column_group<T>) return solve_diagonal_block(A, 0, n, x);
+  if (incx == 1 && n <= rows_at_a_time<T>(1)) return solve(A, n, x);
+  solve_by_pieces(A, n, from_first(x, n, incx));
 }
 
 }  // namespace nuv::kernels::inline NUV_ISA

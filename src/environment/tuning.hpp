@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bit>
+
 #include "base/types.hpp"
 
 namespace nuv {
@@ -18,6 +20,16 @@ namespace nuv {
 /// Answers -1 for an ispec outside 1 to 16; a name that the tables do not hold gets 1, 2 and 0 for ispec 1, 2 and 3,
 /// and a name that begins with no precision letter gets 1 for each of them.
 Int ilaenv(Int ispec, Text name, Text opts, Int n1, Int n2, Int n3, Int n4);
+
+/// The block size of double-precision getrf for n columns, as ilaenv answers it, without the search for the name: the
+/// factorisation asks again for each of its small panels. It recurses on panels whose width is the largest power of two
+/// below the number of columns, down to widths that the unblocked code takes.
+constexpr Int getrf_panel_width(Int n) {
+  if (n <= 8) return 1;
+  if (n <= 32) return 8;
+  if (n <= 128) return 32;
+  return static_cast<Int>(std::bit_floor(static_cast<std::uint32_t>(n - 1)));
+}
 
 /// Settings of the multishift QR iteration with aggressive early deflation on rows ilo to ihi of a Hessenberg matrix
 /// (K. Braman, R. Byers, R. Mathias, The multishift QR algorithm I and II, SIAM J. Matrix Anal. Appl. 23, 2002).

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "environment/tuning.hpp"
 #include "environment/tuning_rules.hpp"
 
 namespace nuv::tuning {
@@ -15,14 +16,8 @@ constexpr std::int64_t quotient_rounded_up(std::int64_t a, std::int64_t b) {
   return a / b + (a % b != 0 ? 1 : 0);
 }
 
-/// The right-looking factorisation recurses on panels whose width is the largest power of two below the number of
-/// columns, down to widths that the unblocked code takes.
 inline Int recursive_panel_width(const Sizes& sizes) {
-  const Int n = sizes.n2;
-  if (n <= 8) return 1;
-  if (n <= 32) return 8;
-  if (n <= 128) return 32;
-  return static_cast<Int>(std::bit_floor(static_cast<std::uint32_t>(n - 1)));
+  return getrf_panel_width(sizes.n2);
 }
 
 inline Int second_size(const Sizes& sizes) {

@@ -72,7 +72,7 @@ void xgetrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
 //     L20 | A21 | A22                   A22 := A22 - L21 A12; L10 and L20 wait for their exchanges.
 template <>
 void xgetrf<double>(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
-  const Int nb = ilaenv(1, RoutineName<double>("GETRF"), " ", m, n, -1, -1);
+  const Int nb = getrf_panel_width(n);
   const Int k = std::min(m, n);
   if (nb <= 1 || nb >= k) return getf2(m, n, a, lda, ipiv, info);
 
@@ -255,24 +255,34 @@ void laswp(Int n, T* a, Int lda, Int k1, Int k2, const Int* ipiv, Int incx) {
   }
 }
 
+namespace {
+
+/// The interchanges of laswp on neighbouring columns from `a` on, so many at once: they share the look at the pivot and
+/// do not wait for each other.
+template <int columns>
+void exchange_in_columns(double* a, Int lda, Int first, Int step, Int count, const Int* ip, std::ptrdiff_t incx) {
+  for (Int i = first; count > 0; --count, i += step, ip += incx) {
+    double *x = a + i - 1, *y = a + *ip - 1;
+#pragma GCC unroll 8
+    for (int j = 0; j < columns; ++j) std::swap(x[std::ptrdiff_t{j} * lda], y[std::ptrdiff_t{j} * lda]);
+  }
+}
+
+}  // namespace
+
 template <>
 void laswp<double>(Int n, double* a, Int lda, Int k1, Int k2, const Int* ipiv, Int incx) {
-  if (n < 1 || incx == 0) return;
+  if (incx == 0) return;
+  constexpr int together = 4;
   const Matrix A{a, lda};
   const Int step = incx > 0 ? 1 : -1;
   const Int first = incx > 0 ? k1 : k2;
-  const std::ptrdiff_t first_ix = incx > 0 ? std::ptrdiff_t{k1 - 1} * incx : std::ptrdiff_t{1 - k2} * incx;
-  for (Int j = 1; j <= n; ++j) {
-    double* const x = A.at(0, j);
-    std::ptrdiff_t ix = first_ix;
-    Int i = first;
-#pragma GCC unroll 4
-    for (Int count = k2 - k1 + 1; count > 0; --count) {
-      std::swap(x[i], x[ipiv[ix]]);
-      i += step;
-      ix += incx;
-    }
+  const Int* const ip = ipiv + (incx > 0 ? std::ptrdiff_t{k1 - 1} * incx : std::ptrdiff_t{1 - k2} * incx);
+  Int j = 1;
+  for (; j <= n - together + 1; j += together) {
+    exchange_in_columns<together>(A.at(1, j), lda, first, step, k2 - k1 + 1, ip, incx);
   }
+  for (; j <= n; ++j) exchange_in_columns<1>(A.at(1, j), lda, first, step, k2 - k1 + 1, ip, incx);
 }
 
 }  // namespace nuv
