@@ -541,7 +541,8 @@ def emit_c_header(catalogue):
 
 def fortran_argument(a, precision):
     if a.has_hidden_length:
-        return f"character(kind=c_char), intent({'inout' if a.out else 'in'})"
+        letters = ", dimension(*)" if a.pointer else ""
+        return f"character(kind=c_char), intent({'inout' if a.out else 'in'}){letters}"
     base = FORTRAN_TYPES[c_type(a.type, precision)]
     if not a.pointer:
         return f"{base}, intent({'inout' if a.out else 'in'})"

@@ -70,9 +70,6 @@ constexpr Powers powers_of_multiplier = [] {
   return powers;
 }();
 
-template <RealScalar R>
-constexpr R two_pi = R(6.283185307179586);
-
 /// Magnitude of a complex number with normal parts, or of either part before it gets its phase (G. E. P. Box,
 /// M. E. Muller, A note on the generation of random normal deviates, Ann. Math. Stat. 29, 1958).
 template <RealScalar R>

@@ -13,6 +13,9 @@
 
 namespace nuv {
 
+template <RealScalar R>
+inline constexpr R two_pi = R(6.283185307179586);
+
 /// One number, uniform on (0, 1).
 template <RealScalar R>
 R laran(Int* iseed);

@@ -1,70 +1,16 @@
 #include "generators/random_orthogonal.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 #include "base/matrix.hpp"
-#include "base/quotient.hpp"
 #include "blas.hpp"
+#include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "generators/random_numbers.hpp"
+#include "generators/random_reflector.hpp"
 
 namespace nuv {
-namespace {
-
-/// |x| for a random number, whose square neither overflows nor vanishes.
-template <Scalar T>
-Real<T> magnitude(T x) {
-  if constexpr (ComplexScalar<T>) {
-    return std::sqrt(x.real() * x.real() + x.imag() * x.imag());
-  } else {
-    return std::abs(x);
-  }
-}
-
-/// x / |x|, and 1 for zero.
-template <Scalar T>
-T direction(T x) {
-  if constexpr (ComplexScalar<T>) {
-    const Real<T> length = magnitude(x);
-    return length != 0 ? x / length : T(1);
-  } else {
-    return x >= T(0) ? T(1) : T(-1);
-  }
-}
-
-/// A := (I - tau v v^H) A for an m by n matrix; work holds n numbers.
-template <Scalar T>
-void reflect_from_left(Int m, Int n, Real<T> tau, const T* v, Matrix<T> A, T* work) {
-  blas::gemv('C', m, n, T(1), A, {v, 1}, T(0), {work, 1});
-  if constexpr (ComplexScalar<T>) {
-    blas::gerc(m, n, T(negated(tau)), {v, 1}, {work, 1}, A);
-  } else {
-    blas::ger(m, n, negated(tau), {v, 1}, {work, 1}, A);
-  }
-}
-
-/// A := A (I - tau v v^H) for an m by n matrix; work holds m numbers.
-template <Scalar T>
-void reflect_from_right(Int m, Int n, Real<T> tau, const T* v, Matrix<T> A, T* work) {
-  blas::gemv('N', m, n, T(1), A, {v, 1}, T(0), {work, 1});
-  if constexpr (ComplexScalar<T>) {
-    blas::gerc(m, n, T(negated(tau)), {work, 1}, {v, 1}, A);
-  } else {
-    blas::ger(m, n, negated(tau), {work, 1}, {v, 1}, A);
-  }
-}
-
-/// The identity, for m by n matrices with the columns or rows that there are.
-template <Scalar T>
-void set_identity(Int m, Int n, Matrix<T> A) {
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= m; ++i) A(i, j) = T(i == j ? 1 : 0);
-  }
-}
-
-}  // namespace
 
 // U is a product of reflections H(2) ... H(order), of which H(k) turns a vector of k normal numbers to the first of the
 // last k axes, and of a diagonal of random signs D: U = D H(order) ... H(2).
@@ -81,7 +27,7 @@ void laror(char side, char init, Int m, Int n, T* a, Int lda, Int* iseed, T* x, 
   if (m == 0 || n == 0) return;
 
   const Matrix A{a, lda};
-  if (same_letter(init, 'I')) set_identity(m, n, A);
+  if (same_letter(init, 'I')) laset('F', m, n, T(0), T(1), a, lda);
 
   const Int order = on_left ? m : n;
   T* const v = x;
@@ -100,8 +46,8 @@ void laror(char side, char init, Int m, Int n, T* a, Int lda, Int* iseed, T* x, 
     signs[first - 1] = negated(towards);
     const Real<T> tau = Real<T>(1) / (norm * (norm + magnitude(*head)));
     *head += towards * norm;
-    if (on_left) reflect_from_left<T>(k, n, tau, head, block(A, first, 1), work);
-    if (on_right) reflect_from_right<T>(m, k, tau, head, block(A, 1, first), work);
+    if (on_left) reflect_from_left<T>(k, n, tau, {head, 1}, block(A, first, 1), work);
+    if (on_right) reflect_from_right<T>(m, k, tau, {head, 1}, block(A, 1, first), work);
   }
   signs[order - 1] = direction(larnd<T>(3, iseed));
 
@@ -123,18 +69,9 @@ void large(Int n, T* a, Int lda, Int* iseed, T* work, Int& info) {
   const Matrix A{a, lda};
   for (Int i = n; i >= 1; --i) {
     const Int length = n - i + 1;
-    larnv(3, iseed, length, work);
-    const Real<T> norm = blas::nrm2(length, Vector<const T>(work, 1));
-    const T wa = direction(work[0]) * norm;
-    Real<T> tau = 0;
-    if (norm != 0) {
-      const T wb = work[0] + wa;
-      blas::scal(length - 1, quotient(T(1), wb), Vector<T>(work + 1, 1));
-      work[0] = 1;
-      tau = std::real(quotient(wb, wa));
-    }
-    reflect_from_left<T>(length, n, tau, work, block(A, i, 1), work + n);
-    reflect_from_right<T>(n, length, tau, work, block(A, 1, i), work + n);
+    const Real<T> tau = draw_reflector(iseed, length, work);
+    reflect_from_left<T>(length, n, tau, {work, 1}, block(A, i, 1), work + n);
+    reflect_from_right<T>(n, length, tau, {work, 1}, block(A, 1, i), work + n);
   }
 }
 

@@ -382,6 +382,10 @@ class FortranModule(unittest.TestCase):
         self.assertIn("      character(kind=c_char), intent(inout) :: equed",
                       self.interface("routine d ?a (out char equed)", "nuv_lapack_da"))
 
+    def test_characters_behind_a_pointer_are_an_array(self):
+        self.assertIn("      character(kind=c_char), intent(in), dimension(*) :: ei",
+                      self.interface("routine d ?a (const char* ei)", "nuv_lapack_da"))
+
     def test_lines_stay_within_the_limit_of_the_language(self):
         arguments = ", ".join(f"const T* quite_long_argument_{i}" for i in range(30))
         module = files(entry(f"routine z ?a ({arguments})"))[MODULE]

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <vector>
 
+#include "generators/spectrum_cases.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 #include "support/options.hpp"
@@ -16,9 +16,6 @@ namespace nuv::test {
 namespace {
 
 constexpr double threshold = 10;
-
-using Seed = std::array<Int, 4>;
-constexpr Seed first_seed = {1998, 56, 2013, 1979};
 
 template <class T>
 class RandomOrthogonal : public ReportingTest {
