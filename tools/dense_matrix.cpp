@@ -80,6 +80,27 @@ void append(std::string& text, std::complex<R> value) {
   fmt::format_to(std::back_inserter(text), "{} {}\n", value.real(), value.imag());
 }
 
+/// Calls visit(i, j, value) for the elements that a file with that symmetry holds, down the columns.
+template <Scalar T, class Visit>
+void for_each_stored(const DenseMatrix<T>& a, Symmetry symmetry, Visit visit) {
+  for (Int j = 1; j <= a.columns; ++j) {
+    for (auto i = static_cast<Int>(first_stored_row(symmetry, j)); i <= a.rows; ++i) visit(i, j, a(i, j));
+  }
+}
+
+constexpr std::string_view name_of(Symmetry symmetry) {
+  switch (symmetry) {
+    case Symmetry::Symmetric:
+      return "symmetric";
+    case Symmetry::SkewSymmetric:
+      return "skew-symmetric";
+    case Symmetry::Hermitian:
+      return "hermitian";
+    default:
+      return "general";
+  }
+}
+
 }  // namespace
 
 template <Scalar T>
@@ -135,16 +156,35 @@ std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatr
 }
 
 template <Scalar T>
-void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink) {
+StoredCount count_stored(const DenseMatrix<T>& a, Symmetry symmetry) {
+  StoredCount count;
+  for_each_stored(a, symmetry, [&](Int, Int, T value) {
+    ++count.elements;
+    if (value != T(0)) ++count.nonzeros;
+  });
+  return count;
+}
+
+template <Scalar T>
+void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink,
+                         const WrittenForm& form) {
   constexpr std::size_t piece = 32768;
-  std::string text = fmt::format("%%MatrixMarket matrix array {} general\n{} {}\n",
-                                 ComplexScalar<T> ? "complex" : "real", a.rows, a.columns);
-  for (const T value : a.elements) {
+  const bool is_array = form.layout == Layout::Array;
+  std::string text = fmt::format("%%MatrixMarket matrix {} {} {}\n", is_array ? "array" : "coordinate",
+                                 ComplexScalar<T> ? "complex" : "real", name_of(form.symmetry));
+  if (!form.comment.empty()) text += fmt::format("% {}\n", form.comment);
+  text += fmt::format("{} {}", a.rows, a.columns);
+  text += is_array ? "\n" : fmt::format(" {}\n", count_stored(a, form.symmetry).nonzeros);
+  for_each_stored(a, form.symmetry, [&](Int i, Int j, T value) {
+    if (!is_array) {
+      if (value == T(0)) return;
+      fmt::format_to(std::back_inserter(text), "{} {} ", i, j);
+    }
     append(text, value);
-    if (text.size() < piece) continue;
+    if (text.size() < piece) return;
     sink(text);
     text.clear();
-  }
+  });
   sink(text);
 }
 
@@ -155,7 +195,9 @@ void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::
   template long double scaled_residual(const DenseMatrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&); \
   template std::vector<long double> residual_norms(const DenseMatrix<T>&, const DenseMatrix<T>&,             \
                                                    const DenseMatrix<T>&);                                   \
-  template void write_matrix_market(const DenseMatrix<T>&, const std::function<void(std::string_view)>&);
+  template StoredCount count_stored(const DenseMatrix<T>&, Symmetry);                                        \
+  template void write_matrix_market(const DenseMatrix<T>&, const std::function<void(std::string_view)>&,     \
+                                    const WrittenForm&);
 
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)

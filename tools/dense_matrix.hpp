@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -54,9 +56,26 @@ long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, co
 template <Scalar T>
 std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b);
 
-/// Writes a matrix as a Matrix Market array, each number by the fewest digits that read back as the same bits. The
-/// text is handed to the sink in pieces of some ten thousand characters.
+/// What of a matrix a file with a symmetry holds: its elements in the array layout, its nonzeros in the other.
+struct StoredCount {
+  std::uint64_t elements = 0;
+  std::uint64_t nonzeros = 0;
+};
+
 template <Scalar T>
-void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink);
+StoredCount count_stored(const DenseMatrix<T>& a, Symmetry symmetry);
+
+/// How a file holds a matrix.
+struct WrittenForm {
+  Layout layout = Layout::Array;
+  Symmetry symmetry = Symmetry::General;  ///< that the matrix has; the lower triangle is written then
+  std::string comment = {};               ///< one line, none where empty
+};
+
+/// Writes a matrix in the Matrix Market format, each number by the fewest digits that read back as the same bits, in
+/// the coordinate layout without zeros. The text is handed to the sink in pieces of some ten thousand characters.
+template <Scalar T>
+void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink,
+                         const WrittenForm& form = {});
 
 }  // namespace nuv::tools

@@ -2,12 +2,8 @@
 
 // What the commands share that read a matrix A and right-hand sides B from files and write an X.
 
-#include <complex>
-#include <concepts>
 #include <cstddef>
-#include <new>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -15,7 +11,9 @@
 #include "dense_matrix.hpp"
 #include "error.hpp"
 #include "matrix_market.hpp"
+#include "memory.hpp"
 #include "output.hpp"
+#include "precision.hpp"
 
 namespace nuv::tools {
 
@@ -25,14 +23,6 @@ struct EquationOptions {
   std::optional<std::string> output_file;  ///< none: standard output
   std::optional<char> precision;           ///< s, d, c or z; none: d, or z where a file is complex
 };
-
-/// A precision in words: "complex single precision".
-template <Scalar T>
-constexpr std::string_view precision_words() {
-  constexpr bool is_single = std::same_as<Real<T>, float>;
-  if constexpr (ComplexScalar<T>) return is_single ? "complex single precision" : "complex double precision";
-  return is_single ? "single precision" : "double precision";
-}
 
 /// The two files as they stand there.
 struct EquationFiles {
@@ -48,21 +38,6 @@ void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t
 /// The letter of the precision to work in. Throws FileError where it is real and a file is not.
 char precision_for(const EquationFiles& files, const EquationOptions& options);
 
-/// Calls work(T()) with a number of the precision of that letter.
-template <class Work>
-void in_precision(char letter, Work work) {
-  switch (letter) {
-    case 's':
-      return work(float());
-    case 'd':
-      return work(double());
-    case 'c':
-      return work(std::complex<float>());
-    default:
-      return work(std::complex<double>());
-  }
-}
-
 /// Writes X and makes it final.
 template <Scalar T>
 void write_solution(const DenseMatrix<T>& x, Output& output) {
@@ -73,14 +48,7 @@ void write_solution(const DenseMatrix<T>& x, Output& output) {
 /// Runs a command; memory that there is not becomes a FileError about the matrix.
 template <class Command>
 void within_memory(const EquationOptions& options, Command command) {
-  constexpr std::string_view message = "the system does not fit into memory";
-  try {
-    command();
-  } catch (const std::bad_alloc&) {
-    throw FileError(options.matrix_file, message);
-  } catch (const std::length_error&) {
-    throw FileError(options.matrix_file, message);
-  }
+  within_memory(options.matrix_file, "the system does not fit into memory", command);
 }
 
 }  // namespace nuv::tools

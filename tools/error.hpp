@@ -14,6 +14,12 @@ class FileError : public std::runtime_error {
   FileError(std::string_view file, std::size_t line, std::string_view message);
 };
 
+/// A command that contradicts itself, beyond what the parser of the command line sees.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 /// The text with its control characters spelled out, so that whatever a file holds fits on one line of a terminal.
 std::string printable(std::string_view text);
 

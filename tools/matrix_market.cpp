@@ -67,10 +67,15 @@ class LineReader {
   /// The next line that is neither blank nor a comment.
   bool next_data() {
     while (next()) {
-      const auto first = std::find_if_not(line_.begin(), line_.end(), is_blank);
-      if (first != line_.end() && *first != '%') return true;
+      if (has_data()) return true;
     }
     return false;
+  }
+
+  /// Whether the line is neither blank nor a comment.
+  bool has_data() const {
+    const auto first = std::find_if_not(line_.begin(), line_.end(), is_blank);
+    return first != line_.end() && *first != '%';
   }
 
   std::string_view text() const { return line_; }
@@ -221,7 +226,8 @@ Value choose(const LineReader& line, std::string_view what, std::string_view wor
   return found->second;
 }
 
-void read_banner(LineReader& line, MatrixMarket& matrix) {
+/// Reads the banner, which is the line at hand.
+void read_banner(const LineReader& line, MatrixMarket& matrix) {
   constexpr std::array<std::pair<std::string_view, Layout>, 2> layouts = {
       {{"array", Layout::Array}, {"coordinate", Layout::Coordinate}}};
   constexpr std::array<std::pair<std::string_view, Field>, 3> fields = {
@@ -232,7 +238,6 @@ void read_banner(LineReader& line, MatrixMarket& matrix) {
        {"skew-symmetric", Symmetry::SkewSymmetric},
        {"hermitian", Symmetry::Hermitian}}};
 
-  if (!line.next()) line.fail("the file is empty");
   Words words(line);
   const auto first = words.next();
   if (!line.text().starts_with("%%") || in_lower_case(*first) != "%%matrixmarket") {
@@ -335,10 +340,8 @@ void read_entries(LineReader& line, MatrixMarket& matrix, std::uint64_t count, P
   }
 }
 
-}  // namespace
-
-MatrixMarket read_matrix_market(std::istream& stream, const std::string& file, Precision precision) {
-  LineReader line(stream, file);
+/// Reads a matrix of whose file the first line is at hand.
+MatrixMarket read_matrix(LineReader& line, const std::string& file, Precision precision) {
   MatrixMarket matrix;
   matrix.file = file;
   read_banner(line, matrix);
@@ -348,14 +351,16 @@ MatrixMarket read_matrix_market(std::istream& stream, const std::string& file, P
   return matrix;
 }
 
-MatrixMarket read_matrix_market_file(const std::string& file, Precision precision) {
+/// Opens a file and reads it; what goes wrong becomes a FileError.
+template <class Read>
+auto read_file(const std::string& file, Read read) {
   std::error_code ignored;
   if (std::filesystem::is_directory(file, ignored)) throw FileError(file, std::strerror(EISDIR));
   errno = 0;
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw FileError(file, fmt::format("cannot open: {}", std::strerror(errno)));
   try {
-    return read_matrix_market(stream, file, precision);
+    return read(stream);
   } catch (const std::ios_base::failure& failure) {
     throw FileError(file, fmt::format("cannot read: {}", failure.code().message()));
   } catch (const std::bad_alloc&) {
@@ -363,6 +368,41 @@ MatrixMarket read_matrix_market_file(const std::string& file, Precision precisio
   } catch (const std::length_error&) {
     throw FileError(file, "the file does not fit into memory");
   }
+}
+
+/// Reads a list of numbers of whose file the first line is at hand.
+MatrixMarket read_list(LineReader& line, const std::string& file, Precision precision) {
+  MatrixMarket list;
+  list.file = file;
+  list.columns = 1;
+  for (bool more = line.has_data() || line.next_data(); more; more = line.next_data()) {
+    if (list.rows == largest_dimension) line.fail(fmt::format("more than {} numbers", largest_dimension));
+    Words words(line);
+    list.values.push_back(take_number(words, list.field, precision, "a number"));
+    words.expect_end();
+    ++list.rows;
+  }
+  return list;
+}
+
+}  // namespace
+
+MatrixMarket read_matrix_market(std::istream& stream, const std::string& file, Precision precision) {
+  LineReader line(stream, file);
+  if (!line.next()) line.fail("the file is empty");
+  return read_matrix(line, file, precision);
+}
+
+MatrixMarket read_matrix_market_file(const std::string& file, Precision precision) {
+  return read_file(file, [&](std::istream& stream) { return read_matrix_market(stream, file, precision); });
+}
+
+MatrixMarket read_numbers_file(const std::string& file, Precision precision) {
+  return read_file(file, [&](std::istream& stream) {
+    LineReader line(stream, file);
+    if (!line.next()) line.fail("the file is empty");
+    return line.text().starts_with("%%") ? read_matrix(line, file, precision) : read_list(line, file, precision);
+  });
 }
 
 }  // namespace nuv::tools

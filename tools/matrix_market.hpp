@@ -57,6 +57,10 @@ MatrixMarket read_matrix_market(std::istream& stream, const std::string& file, P
 /// The same from a file on disk.
 MatrixMarket read_matrix_market_file(const std::string& file, Precision precision);
 
+/// Reads a file of numbers, one on each line, as a matrix of one column; blank lines and comments, which begin with %,
+/// may stand anywhere. A file that begins with %% is a Matrix Market file, and comes back as it stands there.
+MatrixMarket read_numbers_file(const std::string& file, Precision precision);
+
 /// Row at which the stored part of a column begins in an array file; past the last row, the column holds nothing.
 constexpr std::int64_t first_stored_row(Symmetry symmetry, std::int64_t column) {
   switch (symmetry) {

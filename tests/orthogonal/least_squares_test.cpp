@@ -7,6 +7,7 @@
 #include "blas.hpp"
 #include "orthogonal/products_with_q.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 #include "support/options.hpp"
 
 namespace nuv::test {
@@ -366,6 +367,35 @@ TYPED_TEST(LeastSquares, ReportsBadArguments) {
     Call call;
     call.lwork = lwork;
     expect_report(call, name, 10);
+  }
+}
+
+TYPED_TEST(LeastSquares, FitsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(8);
+  for (const Sizes& s : {Sizes{6, 6, 2}, {40, 40, 3}, {90, 33, 3}, {33, 90, 3}, {110, 100, 1}}) {
+    for (const Description& description : matrices_of_full_rank) {
+      for (const bool transposed : {false, true}) {
+        SCOPED_TRACE(to_string(s) + (transposed ? ", transposed, " : ", ") + description.name);
+        Problem<T> problem(this->random, transposed, s);
+        const GuardedMatrix<T> hard = matrices.general<T>(description, s.m, s.n, s.m);
+        for (Int j = 1; j <= s.n; ++j) std::copy_n(&hard(1, j), s.m, &problem.A(1, j));
+        problem.A.seal();
+        const Solved<T> solved = solve(this->random, problem, best_lwork<T>(transposed, s));
+        const WideMatrix<T> A = problem.matrix(), B = problem.right_hand_sides();
+        const WideMatrix<T> X = wide(solved.B).topRows(problem.unknowns());
+        if (problem.equations() <= problem.unknowns()) {
+          EXPECT_LT(solution_residual<T>(A, X, B), threshold);
+        }
+        if (problem.equations() >= problem.unknowns()) {
+          // The fit is the best one of a matrix A + E with E of size n eps ||A||; what that leaves in A^H R is
+          // A^H E X + E^H R, of which the former is the larger part where A is ill-conditioned and X large.
+          const double allowed = one_norm(WideMatrix<T>(A.adjoint())) * (one_norm(A) * one_norm(X) + one_norm(B));
+          const double left = one_norm(WideMatrix<T>(A.adjoint() * (B - A * X)));
+          EXPECT_LT(left / (allowed * problem.longer() * epsilon<T>), threshold);
+        }
+      }
+    }
   }
 }
 

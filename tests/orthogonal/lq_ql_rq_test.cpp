@@ -2,6 +2,7 @@
 
 #include "orthogonal/factored.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 
 namespace nuv::test {
 namespace {
@@ -197,6 +198,23 @@ TYPED_TEST(LqQlRq, ReportsBadArguments) {
   expect_checks<TypeParam, 0>();
   expect_checks<TypeParam, 1>();
   expect_checks<TypeParam, 2>();
+}
+
+TYPED_TEST(LqQlRq, FactorsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(7);
+  const auto expect_all_factored = [&](const Description& description, const Shape& shape) {
+    const GuardedMatrix<T> A = matrices.general<T>(description, shape.m, shape.n, padded(shape.m));
+    for (const Form& form : all_forms) {
+      SCOPED_TRACE(testing::Message() << name_of(form, 'F') << ", " << to_string(shape) << ", " << description.name);
+      expect_factored(factor(form, A, block_width * lines_of(form, shape)));
+      expect_factored(factor_unblocked(form, A));
+    }
+  };
+  for (const Shape& shape : {Shape{6, 6}, {40, 40}, {90, 33}, {33, 90}, {110, 100}}) {
+    for (const Description& description : matrices_of_full_rank) expect_all_factored(description, shape);
+    for (const Description& description : rank_deficient_matrices) expect_all_factored(description, shape);
+  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "orthogonal/factored.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 
 namespace nuv::test {
 namespace {
@@ -373,6 +374,21 @@ TYPED_TEST(Qr, ReportsBadArgumentsOfTheUnblockedCode) {
   Call no_rows;
   no_rows.m = no_rows.lda = 0;
   expect_report(no_rows, reported_name<TypeParam>("GEQR2"), 4);
+}
+
+TYPED_TEST(Qr, FactorsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(6);
+  const auto expect_both_factored = [&](const Description& description, const Shape& shape) {
+    SCOPED_TRACE(testing::Message() << to_string(shape) << ", " << description.name);
+    const GuardedMatrix<T> A = matrices.general<T>(description, shape.m, shape.n, padded(shape.m));
+    expect_factored(factor(A, std::max(1, best_lwork<T>(shape))));
+    expect_factored(factor_unblocked(qr_form, A));
+  };
+  for (const Shape& shape : {Shape{6, 6}, {40, 40}, {90, 33}, {33, 90}, {150, 140}}) {
+    for (const Description& description : matrices_of_full_rank) expect_both_factored(description, shape);
+    for (const Description& description : rank_deficient_matrices) expect_both_factored(description, shape);
+  }
 }
 
 }  // namespace

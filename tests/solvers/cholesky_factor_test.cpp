@@ -12,6 +12,7 @@
 #include "routines.hpp"
 #include "solvers/definite.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::test {
@@ -319,6 +320,46 @@ TYPED_TEST(Cholesky, ChecksNoArgumentInTheSerialBody) {
   FactorCall<T, serial<T>> one_piece;
   one_piece.uplo = 'X';
   expect_report(one_piece, reported_name<T>("POTF2"), 1);
+}
+
+TYPED_TEST(Cholesky, FactorsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(3);
+  for (const Int n : {6, 40, 150}) {
+    for (const Description& description : definite_matrices) {
+      const GuardedMatrix<T> full = matrices.hermitian<T>(description, n, n + 2);
+      for (const char uplo : uplos) {
+        const GuardedMatrix<T> A = definite_triangle(full, uplo);
+        for (const Member<T>& member : members<T>) {
+          SCOPED_TRACE(testing::Message() << member.name << " " << uplo << ", order " << n << ", " << description.name);
+          GuardedMatrix<T> F = A;
+          EXPECT_EQ(factor(member, uplo, F), 0);
+          EXPECT_TRUE(has_positive_diagonal(F, n));
+          EXPECT_LT(cholesky_residual(A, F, uplo), threshold);
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(Cholesky, GetsAsFarAsTheRankOfASemidefiniteMatrix) {
+  using T = TypeParam;
+  DescribedMatrices matrices(4);
+  for (const Int n : {6, 40, 150}) {
+    const Description description = {.name = "projection", .mode = 4, .rank = 0.5};
+    const Int rank = DescribedMatrices::rank(description, n);
+    const GuardedMatrix<T> full = matrices.hermitian<T>(description, n, n + 2);
+    for (const char uplo : uplos) {
+      for (const Member<T>& member : members<T>) {
+        SCOPED_TRACE(testing::Message() << member.name << " " << uplo << ", order " << n);
+        GuardedMatrix<T> F = definite_triangle(full, uplo);
+        // Rounding may leave a positive number where a zero would end the factorisation.
+        const Int info = factor(member, uplo, F);
+        EXPECT_GT(info == 0 ? n + 1 : info, rank);
+        EXPECT_TRUE(has_positive_diagonal(F, rank));
+      }
+    }
+  }
 }
 
 }  // namespace

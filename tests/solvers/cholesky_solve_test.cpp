@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "solvers/definite.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 
 namespace nuv::test {
 namespace {
@@ -320,6 +321,26 @@ TYPED_TEST(CholeskySolve, ChecksTheArgumentsOfTheInverseAndTheProducts) {
   expect_triangle_checks<T, routine_call::potri>(reported_name<T>("POTRI"));
   expect_triangle_checks<T, routine_call::lauum>(reported_name<T>("LAUUM"));
   expect_triangle_checks<T, routine_call::lauu2>(reported_name<T>("LAUU2"));
+}
+
+TYPED_TEST(CholeskySolve, SolvesWithMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(5);
+  for (const Int n : {6, 40, 150}) {
+    for (const Description& description : definite_matrices) {
+      const GuardedMatrix<T> full = matrices.hermitian<T>(description, n, n + 2);
+      for (const char uplo : uplos) {
+        SCOPED_TRACE(testing::Message() << uplo << ", order " << n << ", " << description.name);
+        const GuardedMatrix<T> A = definite_triangle(full, uplo), B = this->right_hand_sides(n, 3);
+        GuardedMatrix<T> F = A, X = B;
+        EXPECT_EQ(posv(uplo, F, X), 0);
+        const WideMatrix<T> original = wide_hermitian(A, is_upper(uplo));
+        EXPECT_LT(solution_residual<T>(original, wide(X), wide(B)), threshold);
+        EXPECT_EQ(potri(uplo, F), 0);
+        EXPECT_LT(inverse_residual<T>(original, wide_hermitian(F, is_upper(uplo))), threshold);
+      }
+    }
+  }
 }
 
 }  // namespace

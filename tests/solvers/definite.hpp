@@ -66,6 +66,19 @@ GuardedMatrix<T> random_definite(Random& random, char uplo, Int n) {
   return random_definite<T>(random, uplo, n, n % 3 == 1 ? n : n + 4);
 }
 
+/// The triangle of a Hermitian matrix, in the same surroundings.
+template <Scalar T>
+GuardedMatrix<T> definite_triangle(const GuardedMatrix<T>& full, char uplo) {
+  const Int n = full.columns();
+  GuardedMatrix<T> A(n, n, full.ld());
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = j; i <= n; ++i) lower_element(A, uplo, i, j) = is_upper(uplo) ? full(j, i) : full(i, j);
+    if constexpr (ComplexScalar<T>) A(j, j) = {std::real(full(j, j)), guard<Real<T>>()};
+  }
+  A.seal();
+  return A;
+}
+
 /// ||(A - L L^H) V|| / (||A|| n eps), or the same with U^H U, for the matrix and the factor in the triangles named.
 template <Scalar T>
 double cholesky_residual(const GuardedMatrix<T>& A, const GuardedMatrix<T>& factor, char uplo) {

@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "solvers/factored.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::test {
@@ -361,6 +362,26 @@ TYPED_TEST(Factorisation, ChecksItsArguments) {
   GetrfCall<T> empty;
   empty.m = empty.lda = 0;
   expect_report(empty, reported_name<T>("GETRF"), 4);
+}
+
+TYPED_TEST(Factorisation, FactorsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(1);
+  const auto expect_factored = [&](const Description& description, const Shape& shape, bool is_regular) {
+    const GuardedMatrix<T> A = matrices.general<T>(description, shape.m, shape.n, padded(shape.m));
+    for (const auto& [name, routine] : members<T>) {
+      SCOPED_TRACE(testing::Message() << name << " of " << to_string(shape) << ", " << description.name);
+      const Factored<T> lu = factor(A, routine);
+      if (is_regular) {
+        EXPECT_EQ(lu.info, 0);
+      }
+      expect_factors(lu);
+    }
+  };
+  for (const Shape& shape : {Shape{6, 6}, {40, 40}, {70, 33}, {33, 70}, {140, 140}}) {
+    for (const Description& description : matrices_of_full_rank) expect_factored(description, shape, true);
+    for (const Description& description : rank_deficient_matrices) expect_factored(description, shape, false);
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "solvers/factored.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 #include "support/options.hpp"
 
 namespace nuv::test {
@@ -451,6 +452,33 @@ TEST(GeneralSolveOptions, CountByTheirFirstCharacterAlone) {
   EXPECT_EQ(info, 0);
   getrs('T', lu, by_letter);
   EXPECT_TRUE(by_word.same_as(by_letter));
+}
+
+// ----------------------------------------------------------------------------------------------- hard to solve with
+
+TYPED_TEST(GeneralSolve, SolvesWithMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices matrices(2);
+  for (const Int n : {6, 40, 140}) {
+    for (const Description& description : matrices_of_full_rank) {
+      SCOPED_TRACE(testing::Message() << "order " << n << ", " << description.name);
+      const GuardedMatrix<T> A = matrices.general<T>(description, n, n, padded(n)), B = this->matrix(n, 3);
+      GuardedMatrix<T> F = A, X = B;
+      GuardedVector<Int> ipiv(n);
+      EXPECT_EQ(gesv(F, ipiv, X), 0);
+      EXPECT_LT(solution_residual<T>(wide(A), wide(X), wide(B)), threshold);
+
+      const Factored<T> lu = factor(A);
+      for (const char trans : transes) {
+        GuardedMatrix<T> Y = B;
+        EXPECT_EQ(getrs(trans, lu, Y), 0);
+        EXPECT_LT(solution_residual<T>(op<T>(trans, lu.A), wide(Y), wide(B)), threshold) << trans;
+      }
+      const Inverted<T> inverted = getri(lu, n * getri_block);
+      EXPECT_EQ(inverted.info, 0);
+      EXPECT_LT(inverse_residual<T>(lu.A, wide(inverted.inverse)), threshold);
+    }
+  }
 }
 
 }  // namespace

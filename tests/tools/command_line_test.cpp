@@ -53,6 +53,17 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"lstsq", "A.mtx", "b.mtx", "-p", "q"}, "q not in {s,d,c,z}"},
       {{"lstsq", "A.mtx", "b.mtx", "-o", ""}, "--output: a file name must not be empty"},
       {{"lstsq", "", "b.mtx"}, "A: a file name must not be empty"},
+      {{"make"}, "KIND is required"},
+      {{"make", "general"}, "ROWS is required"},
+      {{"make", "bidiagonal", "3"}, "bidiagonal not in {general,band,symmetric,hermitian,positive}"},
+      {{"make", "general", "3", "4", "5"}, "5"},
+      {{"make", "general", "3", "--mode", "7"}, "--mode"},
+      {{"make", "general", "3", "--mode", "1.5"}, "--mode"},
+      {{"make", "general", "3", "--mode", "6", "--distribution", "cauchy"}, "cauchy not in {uniform,symmetric,normal}"},
+      {{"make", "general", "3", "--cond", "x"}, "--cond"},
+      {{"make", "general", "3", "--spectrum", ""}, "--spectrum: a file name must not be empty"},
+      {{"make", "general", "3", "-p", "q"}, "q not in {s,d,c,z}"},
+      {{"make", "general", "3", "-o", ""}, "--output: a file name must not be empty"},
       {{"info", "A.mtx"}, "A.mtx"},
       {{"info", "-p", "d"}, "-p"},
       {{"info", "solve", "A.mtx", "b.mtx"}, "solve"},
@@ -76,7 +87,7 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult result = run_nuv(folder, {option});
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.error, "");
-    for (const char* word : {"solve", "lstsq", "info", "--version"})
+    for (const char* word : {"solve", "lstsq", "make", "info", "--version"})
       EXPECT_NE(result.output.find(word), std::string::npos) << word;
 
     const ChildResult of_solve = run_nuv(folder, {"solve", option});
@@ -90,6 +101,14 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     EXPECT_EQ(of_lstsq.exit_status, 0);
     for (const char* word : {"-o,--output FILE", "-p,--precision", "least norm", "more than once are summed"}) {
       EXPECT_NE(of_lstsq.output.find(word), std::string::npos) << word;
+    }
+    const ChildResult of_make = run_nuv(folder, {"make", option});
+    EXPECT_EQ(of_make.exit_status, 0);
+    for (const char* word :
+         {"KIND", "ROWS", "[COLUMNS]", "--cond COND", "--mode MODE", "--norm NORM", "--spectrum FILE",
+          "--distribution NAME", "--lower KL", "--upper KU", "--seed SEED", "-o,--output FILE", "-p,--precision",
+          "mode 3", "SplitMix64", "A comment in it repeats the command"}) {
+      EXPECT_NE(of_make.output.find(word), std::string::npos) << word;
     }
     EXPECT_EQ(run_nuv(folder, {"info", option}).exit_status, 0);
   }

@@ -28,9 +28,10 @@ DenseMatrix<T> dense(const std::string& text) {
 }
 
 template <Scalar T>
-std::string written(const DenseMatrix<T>& a) {
+std::string written(const DenseMatrix<T>& a, const WrittenForm& form = {}) {
   std::string text;
-  write_matrix_market(a, [&](std::string_view piece) { text += piece; });
+  write_matrix_market(
+      a, [&](std::string_view piece) { text += piece; }, form);
   return text;
 }
 
@@ -133,6 +134,41 @@ TEST(DenseMatrix, WritesRealAndComplexArrays) {
   z.elements = {{0.1f, -1}, {0, 3e-9f}};
   EXPECT_EQ(written(z), "%%MatrixMarket matrix array complex general\n1 2\n0.1 -1\n0 3e-09\n");
   EXPECT_EQ(written(DenseMatrix<float>(0, 3)), "%%MatrixMarket matrix array real general\n0 3\n");
+}
+
+TEST(DenseMatrix, WritesTheLowerTriangleOfASymmetry) {
+  DenseMatrix<double> a(3, 3);
+  a.elements = {1, 2, 3, 2, 4, 5, 3, 5, 6};
+  EXPECT_EQ(written(a, {.symmetry = Symmetry::Symmetric}),
+            "%%MatrixMarket matrix array real symmetric\n3 3\n1\n2\n3\n4\n5\n6\n");
+  EXPECT_EQ(written(a, {.symmetry = Symmetry::SkewSymmetric}),
+            "%%MatrixMarket matrix array real skew-symmetric\n3 3\n2\n3\n5\n");
+  DenseMatrix<std::complex<float>> z(2, 2);
+  z.elements = {1, {2, 3}, {2, -3}, 4};
+  EXPECT_EQ(written(z, {.symmetry = Symmetry::Hermitian, .comment = "made by hand"}),
+            "%%MatrixMarket matrix array complex hermitian\n% made by hand\n2 2\n1 0\n2 3\n4 0\n");
+}
+
+TEST(DenseMatrix, WritesCoordinatesWithoutZeros) {
+  DenseMatrix<double> a(2, 3);
+  a.elements = {0, 2.5, -1, 0, 0, 7};
+  EXPECT_EQ(written(a, {.layout = Layout::Coordinate}),
+            "%%MatrixMarket matrix coordinate real general\n2 3 3\n2 1 2.5\n1 2 -1\n2 3 7\n");
+  DenseMatrix<std::complex<double>> z(2, 2);
+  z.elements = {0, {0, 3}, {0, -3}, 4};
+  EXPECT_EQ(written(z, {.layout = Layout::Coordinate, .symmetry = Symmetry::Hermitian}),
+            "%%MatrixMarket matrix coordinate complex hermitian\n2 2 2\n2 1 0 3\n2 2 4 0\n");
+  EXPECT_EQ(written(DenseMatrix<float>(2, 2), {.layout = Layout::Coordinate}),
+            "%%MatrixMarket matrix coordinate real general\n2 2 0\n");
+}
+
+TEST(DenseMatrix, CountsWhatAFileHolds) {
+  DenseMatrix<double> a(2, 2);
+  a.elements = {1, 0, 2, 3};
+  EXPECT_EQ(count_stored(a, Symmetry::General).elements, 4u);
+  EXPECT_EQ(count_stored(a, Symmetry::General).nonzeros, 3u);
+  EXPECT_EQ(count_stored(a, Symmetry::Symmetric).elements, 3u);
+  EXPECT_EQ(count_stored(a, Symmetry::Symmetric).nonzeros, 2u);
 }
 
 TEST(DenseMatrix, WritesLargeMatricesInPieces) {

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "base/types.hpp"
+#include "error.hpp"
+
+namespace nuv::tools {
+
+/// How much more than the machine can hold so many copies of a rows by columns matrix are, in words that say what they
+/// are for; nothing where they fit.
+std::optional<std::string> memory_shortage(Int rows, Int columns, std::size_t element_size, int copies,
+                                           std::string_view purpose);
+
+/// Runs a command; memory that there is not becomes a FileError with that message.
+template <class Command>
+void within_memory(std::string_view file, std::string_view message, Command command) {
+  try {
+    command();
+  } catch (const std::bad_alloc&) {
+    throw FileError(file, message);
+  } catch (const std::length_error&) {
+    throw FileError(file, message);
+  }
+}
+
+}  // namespace nuv::tools
