@@ -19,7 +19,7 @@
 namespace nuv::test {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if NUV_SANITIZED
 constexpr long requests = 400'000;
 #else
 constexpr long requests = 10'000'000;

@@ -33,10 +33,6 @@ std::string reported_name(const std::string& operation) {
 }
 
 /// True in a build whose checks make every access dear; tests leave out their largest sizes then.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool is_sanitized = true;
-#else
-inline constexpr bool is_sanitized = false;
-#endif
+inline constexpr bool is_sanitized = NUV_SANITIZED;
 
 }  // namespace nuv::test

@@ -443,7 +443,7 @@ TEST_F(Make, RefusesMatricesBeyondTheRangeAndTheMemory) {
 }
 
 // The sanitizers reserve more address space than any limit allows.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !NUV_SANITIZED
 TEST_F(Make, RefusesMatricesThatTheProcessMayNotHave) {
   const ChildResult result = run_child({.arguments = {"sh", "-c", "ulimit -v 200000; exec \"$0\" \"$@\"", nuv_program(),
                                                       "make", "general", "6000", "-o", "made.mtx"},

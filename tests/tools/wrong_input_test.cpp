@@ -177,7 +177,7 @@ TEST_F(WrongInput, MatricesBeyondAnyMemory) {
 }
 
 // The sanitizers reserve more address space than any limit allows.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !NUV_SANITIZED
 TEST_F(WrongInput, MemoryThatTheProcessMayNotHave) {
   folder.write("large.mtx", coordinate + "6000 6000 0\n");
   folder.write("large-rhs.mtx", coordinate + "6000 1 0\n");
