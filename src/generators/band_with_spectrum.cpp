@@ -10,83 +10,21 @@
 #include "generators/driver_steps.hpp"
 #include "generators/random_with_spectrum.hpp"
 #include "generators/rotation_walk.hpp"
+#include "generators/storage.hpp"
 #include "generators/symmetry.hpp"
 
 namespace nuv {
 namespace {
 
-// ------------------------------------------------------------------------------------------------------------- options
-
-/// What a matrix equals. Real symmetric matrices count as Hermitian; positive ones are Hermitian.
-enum class Structure { unknown, general, complex_symmetric, hermitian, positive };
-
-template <Scalar T>
-constexpr Structure structure_of(char sym) {
-  if (same_letter(sym, 'N')) return Structure::general;
-  if (same_letter(sym, 'S')) return ComplexScalar<T> ? Structure::complex_symmetric : Structure::hermitian;
-  if (same_letter(sym, 'H')) return Structure::hermitian;
-  if (same_letter(sym, 'P')) return Structure::positive;
-  return Structure::unknown;
-}
-
-enum class Part { all, upper, lower };
-enum class Layout { full, packed, band };
-
-/// How a matrix is stored.
-struct Storage {
-  char letter;
-  Part part;
-  Layout layout;
-};
-
-constexpr Storage storages[] = {
-    {'N', Part::all, Layout::full},     {'U', Part::upper, Layout::full},   {'L', Part::lower, Layout::full},
-    {'C', Part::upper, Layout::packed}, {'R', Part::lower, Layout::packed}, {'B', Part::lower, Layout::band},
-    {'Q', Part::upper, Layout::band},   {'Z', Part::all, Layout::band},
-};
-
-constexpr const Storage* storage_of(char pack) {
-  for (const Storage& storage : storages) {
-    if (same_letter(pack, storage.letter)) return &storage;
-  }
-  return nullptr;
-}
-
-/// Whether a part of an m by n matrix that a storage stores says all of it.
-constexpr bool holds(const Storage& storage, Structure structure, Int m, Int n, Int kl, Int ku) {
-  if (storage.part == Part::all) return true;
-  if (m != n) return false;
-  if (structure != Structure::general) return true;
-  if (storage.layout == Layout::full) return false;
-  return storage.part == Part::upper ? kl == 0 : ku == 0;
-}
-
-/// The array that a form takes, with the bandwidths of the matrix.
-struct ArrayShape {
-  std::int64_t rows;          ///< least leading dimension
-  std::int64_t diagonal_row;  ///< of the main diagonal, in a band
-};
-
-constexpr ArrayShape array_for(const Storage& storage, std::int64_t m, std::int64_t kl, std::int64_t ku) {
-  if (storage.layout != Layout::band) return {m, 1};
-  switch (storage.part) {
-    case Part::upper:
-      return {ku + 1, ku + 1};
-    case Part::lower:
-      return {kl + 1, 1};
-    default:
-      return {2 * kl + ku + 1, kl + ku + 1};
-  }
-}
-
 // ------------------------------------------------------------------------------------------------------------ spectrum
 
-/// Makes the n numbers d. Gives info.
+/// Makes the n numbers d. Those of a positive matrix get no random signs and, where all is random, lose theirs. Gives
+/// info.
 template <RealScalar R>
-Int make_spectrum(Structure structure, Int mode, R cond, R dmax, Int idist, Int* iseed, Int n, R* d) {
-  const Int irsign = structure == Structure::hermitian ? 1 : 0;
+Int make_spectrum(Symmetry symmetry, bool is_positive, Int mode, R cond, R dmax, Int idist, Int* iseed, Int n, R* d) {
+  const Int irsign = symmetry == Symmetry::hermitian && !is_positive ? 1 : 0;
   const Int info = fill_diagonal(mode, cond, dmax, irsign, idist, iseed, d, n);
-  if (info == 0 && structure == Structure::positive && std::abs(mode) == 6) {
+  if (info == 0 && is_positive && std::abs(mode) == 6) {
     std::transform(d, d + n, d, [](R x) { return std::abs(x); });
   }
   return info;
@@ -105,23 +43,23 @@ void hermitian_with_spectrum(Int n, Int k, const Real<T>* d, T* a, Int lda, Int*
 
 /// A matrix without zeros, in full storage. Gives info.
 template <Scalar T>
-Int make_full(Structure structure, Int m, Int n, const Real<T>* d, T* a, Int lda, Int* iseed, T* work) {
+Int make_full(Symmetry symmetry, Int m, Int n, const Real<T>* d, T* a, Int lda, Int* iseed, T* work) {
   Int info = 0;
-  if (structure == Structure::general) lagge(m, n, m - 1, n - 1, d, a, lda, iseed, work, info);
-  else if (structure == Structure::complex_symmetric) lagsy(n, n - 1, d, a, lda, iseed, work, info);
+  if (symmetry == Symmetry::none) lagge(m, n, m - 1, n - 1, d, a, lda, iseed, work, info);
+  else if (symmetry == Symmetry::symmetric) lagsy(n, n - 1, d, a, lda, iseed, work, info);
   else hermitian_with_spectrum(n, n - 1, d, a, lda, iseed, work, info);
   return info == 0 ? 0 : 3;
 }
 
 /// Of a diagonal matrix of order n one with k diagonals on each side, in the elements of a part of it.
-template <class Symmetry, Scalar T>
-void widen_symmetric(const Storage& storage, Int n, Int k, Matrix<T> A, Int* iseed) {
+template <Scalar T>
+void widen_symmetric(const Storage& storage, Symmetry symmetry, Int n, Int k, Matrix<T> A, Int* iseed) {
   // A packed lower triangle is prepared as the upper one with its elements, whose columns are the rows to pack.
   const bool packs_lower = storage.part == Part::lower && storage.layout == Layout::packed;
-  widen_symmetric_band<Symmetry, T>(n, k, {A, storage.part == Part::lower && !packs_lower}, iseed);
+  widen_symmetric_band<T>(symmetry, n, k, {A, storage.part == Part::lower && !packs_lower}, iseed);
   if (storage.part != Part::all && !packs_lower) return;
   for (Int j = 1; j <= n; ++j) {
-    for (Int i = std::max(1, j - k); i < j; ++i) (packs_lower ? A(i, j) : A(j, i)) = Symmetry::mirrored(A(i, j));
+    for (Int i = std::max(1, j - k); i < j; ++i) (packs_lower ? A(i, j) : A(j, i)) = mirrored(symmetry, A(i, j));
   }
 }
 
@@ -135,21 +73,16 @@ void pack_upper_triangle(Int n, Matrix<T> A) {
 
 /// A matrix in any storage.
 template <Scalar T>
-void make_band(const Storage& storage, Structure structure, Int m, Int n, Int kl, Int ku, const Real<T>* d, T* a,
-               Int lda, Int* iseed) {
-  const auto [rows, diagonal_row] = array_for(storage, m, kl, ku);
-  laset('F', static_cast<Int>(rows), n, T(0), T(0), a, lda);
-  const Matrix A = storage.layout == Layout::band ? Matrix{a + (diagonal_row - 1), lda - 1} : Matrix{a, lda};
+void make_band(const Storage& storage, Symmetry symmetry, Int m, Int n, Int kl, Int ku, const Real<T>* d, T* a, Int lda,
+               Int* iseed) {
+  const ArrayShape shape = array_for(storage, m, kl, ku);
+  laset('F', static_cast<Int>(shape.rows), n, T(0), T(0), a, lda);
+  const Matrix<T> A = elements_of(storage, shape, a, lda);
   for (Int i = 1; i <= std::min(m, n); ++i) A(i, i) = d[i - 1];
 
   const bool is_packed = storage.layout == Layout::packed;
-  if (structure == Structure::general) {
-    widen_general_band<T>(m, n, kl, ku, {A, is_packed && storage.part == Part::lower}, iseed);
-  } else if (structure == Structure::complex_symmetric) {
-    widen_symmetric<Symmetric>(storage, n, ku, A, iseed);
-  } else {
-    widen_symmetric<Hermitian>(storage, n, ku, A, iseed);
-  }
+  if (is_symmetric(symmetry)) widen_symmetric(storage, symmetry, n, ku, A, iseed);
+  else widen_general_band<T>(m, n, kl, ku, {A, is_packed && storage.part == Part::lower}, iseed);
   if (is_packed) pack_upper_triangle(n, A);
 }
 
@@ -162,30 +95,30 @@ void latms(Int m, Int n, char dist, Int* iseed, char sym, Real<T>* d, Int mode, 
   if (m == 0 || n == 0) return;
 
   const Int idist = distribution(dist);
-  const Structure structure = structure_of<T>(sym);
+  const bool is_positive = same_letter(sym, 'P');
+  const Symmetry symmetry = is_positive ? Symmetry::hermitian : symmetry_of<T>(sym);
   const Storage* const storage = storage_of(pack);
   const Int lower = std::min(kl, std::max(m, 1) - 1), upper = std::min(ku, std::max(n, 1) - 1);
-  const bool is_general = structure == Structure::general;
-  if (m < 0 || (m != n && !is_general && structure != Structure::unknown)) info = -1;
+  if (m < 0 || (m != n && is_symmetric(symmetry))) info = -1;
   else if (n < 0) info = -2;
   else if (idist == 0) info = -3;
-  else if (structure == Structure::unknown) info = -5;
+  else if (symmetry == Symmetry::unknown) info = -5;
   else if (!is_mode(mode, 6)) info = -7;
   else if (!is_condition(mode, cond)) info = -8;
   else if (kl < 0) info = -10;
-  else if (ku < 0 || (!is_general && kl != ku)) info = -11;
-  else if (storage == nullptr || !holds(*storage, structure, m, n, kl, ku)) info = -12;
+  else if (ku < 0 || (is_symmetric(symmetry) && kl != ku)) info = -11;
+  else if (storage == nullptr || !holds(*storage, symmetry, m, n, kl, ku)) info = -12;
   else if (lda < array_for(*storage, m, lower, upper).rows) info = -14;
   if (info != 0) return report_bad_argument<T>("LATMS", info);
 
   normalise_seed(iseed);
-  info = make_spectrum(structure, mode, cond, dmax, idist, iseed, std::min(m, n), d);
+  info = make_spectrum(symmetry, is_positive, mode, cond, dmax, idist, iseed, std::min(m, n), d);
   if (info != 0) return;
 
   if (storage->letter == 'N' && lower == m - 1 && upper == n - 1) {
-    info = make_full(structure, m, n, d, a, lda, iseed, work);
+    info = make_full(symmetry, m, n, d, a, lda, iseed, work);
   } else {
-    make_band(*storage, structure, m, n, lower, upper, d, a, lda, iseed);
+    make_band(*storage, symmetry, m, n, lower, upper, d, a, lda, iseed);
   }
 }
 

@@ -7,6 +7,8 @@
 #include "generators/driver_steps.hpp"
 #include "generators/packed_matrix.hpp"
 #include "generators/random_entries.hpp"
+#include "generators/storage.hpp"
+#include "generators/symmetry.hpp"
 
 namespace nuv {
 namespace {
@@ -21,7 +23,7 @@ Pivoting pivoting_of(char pivtng) {
   return Pivoting{index_of(pivtng, "NLRB")};
 }
 
-/// Whether a grading suits an m by n matrix and keeps its symmetry.
+/// Whether a grading suits an m by n matrix and keeps its symmetry. That of real symmetric matrices has two names.
 template <Scalar T>
 bool suits(Grading grading, Symmetry symmetry, Int m, Int n) {
   switch (grading) {
@@ -36,7 +38,7 @@ bool suits(Grading grading, Symmetry symmetry, Int m, Int n) {
     case Grading::similar:
       return symmetry == Symmetry::none && m == n;
     case Grading::hermitian:
-      return m == n && (symmetry != Symmetry::symmetric || RealScalar<T>);
+      return m == n && symmetry != Symmetry::symmetric;
     default:
       return m == n && (symmetry != Symmetry::hermitian || RealScalar<T>);
   }
@@ -55,20 +57,10 @@ bool suits(Pivoting pivoting, Symmetry symmetry, Int m, Int n) {
   }
 }
 
-bool suits(Packing packing, Symmetry symmetry, Int m, Int n, Int kl, Int ku) {
-  switch (packing) {
-    case Packing::bad:
-      return false;
-    case Packing::none:
-    case Packing::band:
-      return true;
-    case Packing::upper_packed:
-      return symmetry != Symmetry::none || (kl == 0 && m == n);
-    case Packing::lower_packed:
-      return symmetry != Symmetry::none || (ku == 0 && m == n);
-    default:
-      return symmetry != Symmetry::none;
-  }
+/// Bands of one triangle are those of symmetric matrices alone.
+bool suits(const Storage* storage, Symmetry symmetry, Int m, Int n, Int kl, Int ku) {
+  if (storage == nullptr || !holds(*storage, symmetry, m, n, kl, ku)) return false;
+  return storage->part == Part::all || storage->layout == Layout::packed || is_symmetric(symmetry);
 }
 
 /// The permutation p that exchanges k and ipivot(k), the last k first: element k of the result is element p(k).
@@ -117,12 +109,11 @@ void latmr(Int m, Int n, char dist, Int* iseed, char sym, T* d, Int mode, Real<T
   if (m == 0 || n == 0) return;
 
   const Int idist = distribution(dist), irsign = truth(rsign);
-  const Symmetry symmetry{index_of(sym, "SNH")};
+  const Symmetry symmetry = symmetry_of<T>(sym);
   const Grading grading{index_of(grade, "NLRBEHS")};
   const Pivoting pivoting = pivoting_of(pivtng);
-  const Packing packing{index_of(pack, "NULCRBQZ")};
+  const Storage* const storage = storage_of(pack);
   const Int kll = std::min(kl, std::max(m, 1) - 1), kuu = std::min(ku, std::max(n, 1) - 1);
-  const PackedMatrix<T> A(packing, symmetry, m, n, kll, kuu, a, lda);
 
   const bool takes_dr = grading == Grading::right || grading == Grading::both;
   const bool takes_dl = grading != Grading::none && grading != Grading::right;
@@ -132,10 +123,10 @@ void latmr(Int m, Int n, char dist, Int* iseed, char sym, T* d, Int mode, Real<T
     return std::all_of(ipivot, ipivot + pivots, [&](Int k) { return k >= 1 && k <= pivots; });
   };
 
-  if (m < 0 || (m != n && (symmetry == Symmetry::symmetric || symmetry == Symmetry::hermitian))) info = -1;
+  if (m < 0 || (m != n && is_symmetric(symmetry))) info = -1;
   else if (n < 0) info = -2;
   else if (idist == 0) info = -3;
-  else if (symmetry == Symmetry::bad) info = -5;
+  else if (symmetry == Symmetry::unknown) info = -5;
   else if (!is_mode(mode, 6)) info = -7;
   else if (!is_condition(mode, cond)) info = -8;
   else if (irsign < 0) info = -10;
@@ -148,16 +139,16 @@ void latmr(Int m, Int n, char dist, Int* iseed, char sym, T* d, Int mode, Real<T
   else if (!suits(pivoting, symmetry, m, n)) info = -18;
   else if (pivoting != Pivoting::none && !are_pivots()) info = -19;
   else if (kl < 0) info = -20;
-  else if (ku < 0 || (symmetry != Symmetry::none && kl != ku)) info = -21;
+  else if (ku < 0 || (is_symmetric(symmetry) && kl != ku)) info = -21;
   else if (!(sparse >= 0 && sparse <= 1)) info = -22;
-  else if (!suits(packing, symmetry, m, n, kl, ku)) info = -24;
-  else if (lda < A.least_ld()) info = -26;
+  else if (!suits(storage, symmetry, m, n, kl, ku)) info = -24;
+  else if (lda < (storage->layout == Layout::packed ? 1 : array_for(*storage, m, kll, kuu).rows)) info = -26;
   if (info != 0) return report_bad_argument<T>("LATMR", info);
 
   normalise_seed(iseed);
   info = fill_diagonal(mode, cond, dmax, irsign, idist, iseed, d, std::min(m, n));
   if (info != 0) return;
-  if (symmetry == Symmetry::hermitian) std::transform(d, d + n, d, [](T x) { return T(std::real(x)); });
+  std::transform(d, d + std::min(m, n), d, [&](T x) { return on_diagonal(symmetry, x); });
   if (takes_dl) latm1(model, condl, 0, idist, iseed, dl, m, info);
   if (info != 0) return void(info = 3);
   if (takes_dr) latm1(moder, condr, 0, idist, iseed, dr, n, info);
@@ -168,8 +159,9 @@ void latmr(Int m, Int n, char dist, Int* iseed, char sym, T* d, Int mode, Real<T
   const bool is_full = kll == m - 1 && kuu == n - 1;
   if (pivoting != Pivoting::none) (is_full ? permute_from_first : permute_from_last)(pivots, ipivot, iwork);
   const Int igrade = static_cast<Int>(grading), ipvtng = static_cast<Int>(pivoting);
+  const PackedMatrix<T> A(*storage, array_for(*storage, m, kll, kuu), symmetry, n, a, lda);
   A.clear();
-  for_each_place(m, n, symmetry == Symmetry::none ? kll : 0, kuu, [&](Int i, Int j) {
+  for_each_place(m, n, is_symmetric(symmetry) ? 0 : kll, kuu, [&](Int i, Int j) {
     if (is_full) {
       Int isub, jsub;
       const T x = latm3(m, n, i, j, isub, jsub, kl, ku, idist, iseed, d, igrade, dl, dr, ipvtng, iwork, sparse);

@@ -83,11 +83,11 @@ void lagge(Int m, Int n, Int kl, Int ku, const Real<T>* d, T* a, Int lda, Int* i
 namespace {
 
 /// What is done with the lower triangle of a Hermitian, which may be real, or a complex symmetric matrix.
-template <class Symmetry, Scalar T>
+template <Symmetry symmetry, Scalar T>
 struct LowerTriangle;
 
 template <RealScalar T>
-struct LowerTriangle<Hermitian, T> {
+struct LowerTriangle<Symmetry::hermitian, T> {
   /// y := alpha A v
   static void multiply(Int n, T alpha, Matrix<const T> A, const T* v, T* y) {
     blas::symv('L', n, alpha, A, {v, 1}, T(0), {y, 1});
@@ -99,7 +99,7 @@ struct LowerTriangle<Hermitian, T> {
 };
 
 template <ComplexScalar T>
-struct LowerTriangle<Hermitian, T> {
+struct LowerTriangle<Symmetry::hermitian, T> {
   static void multiply(Int n, Real<T> alpha, Matrix<const T> A, const T* v, T* y) {
     blas::hemv('L', n, T(alpha), A, {v, 1}, T(0), {y, 1});
   }
@@ -108,7 +108,7 @@ struct LowerTriangle<Hermitian, T> {
 };
 
 template <ComplexScalar T>
-struct LowerTriangle<Symmetric, T> {
+struct LowerTriangle<Symmetry::symmetric, T> {
   /// y := alpha A conj(v), since H A H^T has the conjugate vector on the right.
   static void multiply(Int n, Real<T> alpha, Matrix<const T> A, const T* v, T* y) {
     std::fill_n(y, n, T(0));
@@ -131,16 +131,16 @@ struct LowerTriangle<Symmetric, T> {
 
 /// A := H A H^H, or H A H^T, on the lower triangle of A for H = I - tau v v^H: with y = tau A v and
 /// w = y - tau / 2 (v^H y) v it is A - v w^H - w v^H. work holds n numbers.
-template <class Symmetry, Scalar T>
+template <Symmetry symmetry, Scalar T>
 void reflect_from_both(Int n, Real<T> tau, const T* v, Matrix<T> A, T* work) {
-  using Triangle = LowerTriangle<Symmetry, T>;
+  using Triangle = LowerTriangle<symmetry, T>;
   Triangle::multiply(n, tau, A, v, work);
   const T alpha = negated(tau / 2) * Triangle::inner_product(n, v, work);
   blas::axpy(n, alpha, {v, 1}, {work, 1});
   Triangle::subtract(n, v, work, A);
 }
 
-template <class Symmetry, Scalar T>
+template <Symmetry symmetry, Scalar T>
 void symmetric_with_spectrum(Int n, Int k, const Real<T>* d, Matrix<T> A, Int* iseed, T* work) {
   set_diagonal<T>(n, n, d, A);
   if (k == 0) return;
@@ -148,7 +148,7 @@ void symmetric_with_spectrum(Int n, Int k, const Real<T>* d, Matrix<T> A, Int* i
   for (Int i = n - 1; i >= 1; --i) {
     const Int length = n - i + 1;
     const Real<T> tau = draw_reflector(iseed, length, work);
-    reflect_from_both<Symmetry, T>(length, tau, work, block(A, i, i), work + n);
+    reflect_from_both<symmetry, T>(length, tau, work, block(A, i, i), work + n);
   }
 
   for (Int j = 1; j <= n - 1 - k; ++j) {
@@ -157,13 +157,13 @@ void symmetric_with_spectrum(Int n, Int k, const Real<T>* d, Matrix<T> A, Int* i
     T head;
     const Real<T> tau = turn_to_first_axis<T>(length, {v, 1}, head);
     reflect_from_left<T>(length, k - 1, tau, {v, 1}, block(A, i, j + 1), work);
-    reflect_from_both<Symmetry, T>(length, tau, v, block(A, i, i), work);
+    reflect_from_both<symmetry, T>(length, tau, v, block(A, i, i), work);
     *v = head;
     std::fill_n(v + 1, length - 1, T(0));
   }
 
   for (Int j = 1; j <= n; ++j) {
-    for (Int i = j + 1; i <= n; ++i) A(j, i) = Symmetry::mirrored(A(i, j));
+    for (Int i = j + 1; i <= n; ++i) A(j, i) = mirrored(symmetry, A(i, j));
   }
 }
 
@@ -181,15 +181,14 @@ template <Scalar T>
 void lagsy(Int n, Int k, const Real<T>* d, T* a, Int lda, Int* iseed, T* work, Int& info) {
   info = check_symmetric(n, k, lda);
   if (info != 0) return report_bad_argument<T>("LAGSY", info);
-  using Symmetry = std::conditional_t<RealScalar<T>, Hermitian, Symmetric>;
-  symmetric_with_spectrum<Symmetry, T>(n, k, d, {a, lda}, iseed, work);
+  symmetric_with_spectrum<symmetry_of<T>('S'), T>(n, k, d, {a, lda}, iseed, work);
 }
 
 template <ComplexScalar T>
 void laghe(Int n, Int k, const Real<T>* d, T* a, Int lda, Int* iseed, T* work, Int& info) {
   info = check_symmetric(n, k, lda);
   if (info != 0) return report_bad_argument<T>("LAGHE", info);
-  symmetric_with_spectrum<Hermitian, T>(n, k, d, {a, lda}, iseed, work);
+  symmetric_with_spectrum<Symmetry::hermitian, T>(n, k, d, {a, lda}, iseed, work);
 }
 
 }  // namespace nuv

@@ -138,15 +138,16 @@ void widen_general_band(Int m, Int n, Int kl, Int ku, OrientedMatrix<T> A, Int* 
 }
 
 /// The upper triangle of a symmetric or Hermitian matrix of order n with k diagonals above the main one.
-template <class Symmetry, Scalar T>
+template <Scalar T>
 struct SymmetricBand {
+  Symmetry symmetry;
   Int n, k;
   OrientedMatrix<T> A;
 
   /// A := G A G^T, or G A G^H, for a rotation G of i and i + 1. The bulge in row i, which is the element (i, i + k +
   /// 1), takes part where it is given. Gives the element (i - k, i + 1), outside the band, that this makes.
   T rotate(Int i, T c, T s, T* bulge) const {
-    const T c_right = Symmetry::mirrored(c), s_right = Symmetry::mirrored(s);
+    const T c_right = mirrored(symmetry, c), s_right = mirrored(symmetry, s);
     rotate_diagonal_block(i, c, s, c_right, s_right);
 
     const Int last = bulge != nullptr ? i + k + 1 : std::min(n, i + k);
@@ -160,12 +161,12 @@ struct SymmetricBand {
 
   void rotate_diagonal_block(Int i, T c, T s, T c_right, T s_right) const {
     T &a11 = A(i, i), &a12 = A(i, i + 1), &a22 = A(i + 1, i + 1);
-    const T a21 = Symmetry::mirrored(a12);
+    const T a21 = mirrored(symmetry, a12);
     const T b11 = c * a11 + s * a21, b12 = c * a12 + s * a22;
     const T b21 = conjugate(c) * a21 - conjugate(s) * a11, b22 = conjugate(c) * a22 - conjugate(s) * a12;
-    a11 = Symmetry::on_diagonal(c_right * b11 + s_right * b12);
+    a11 = on_diagonal(symmetry, c_right * b11 + s_right * b12);
     a12 = conjugate(c_right) * b12 - conjugate(s_right) * b11;
-    a22 = Symmetry::on_diagonal(conjugate(c_right) * b22 - conjugate(s_right) * b21);
+    a22 = on_diagonal(symmetry, conjugate(c_right) * b22 - conjugate(s_right) * b21);
   }
 
   /// Fills the outermost diagonal, which is zero.
@@ -174,8 +175,8 @@ struct SymmetricBand {
       T c, s;
       draw_rotation(iseed, c, s);
       if (A.is_transposed) {
-        c = Symmetry::mirrored(c);
-        s = Symmetry::mirrored(s);
+        c = mirrored(symmetry, c);
+        s = mirrored(symmetry, s);
       }
       T bulge = rotate(i, c, s, nullptr);
       for (Int j = i - k; j >= 1; j -= k) {
@@ -188,9 +189,9 @@ struct SymmetricBand {
 
 /// Gives a diagonal matrix k diagonals on each side of the main one, with the same eigenvalues, or singular values
 /// where it is complex symmetric. A view of the transpose gets the elements of the same matrix in its lower triangle.
-template <class Symmetry, Scalar T>
-void widen_symmetric_band(Int n, Int k, OrientedMatrix<T> A, Int* iseed) {
-  for (Int width = 1; width <= k; ++width) SymmetricBand<Symmetry, T>{n, width, A}.fill_outermost_diagonal(iseed);
+template <Scalar T>
+void widen_symmetric_band(Symmetry symmetry, Int n, Int k, OrientedMatrix<T> A, Int* iseed) {
+  for (Int width = 1; width <= k; ++width) SymmetricBand<T>{symmetry, n, width, A}.fill_outermost_diagonal(iseed);
 }
 
 }  // namespace nuv

@@ -1,35 +1,38 @@
 #pragma once
 
-// What a square matrix of test data equals: its transpose or its adjoint. Real symmetric matrices count as Hermitian.
+// What a square matrix of test data equals: its transpose or its adjoint.
 
 #include "base/types.hpp"
+#include "frame/option_matching.hpp"
 
 namespace nuv {
 
-struct Symmetric {
-  /// Element (j, i) where (i, j) is x.
-  template <Scalar T>
-  static T mirrored(T x) {
-    return x;
-  }
+/// Real symmetric matrices count as Hermitian, so that symmetric ones are complex.
+enum class Symmetry { unknown, none, symmetric, hermitian };
 
-  /// A number without what rounding has left in it that may not stand on the diagonal.
-  template <Scalar T>
-  static T on_diagonal(T x) {
-    return x;
-  }
-};
+template <Scalar T>
+constexpr Symmetry symmetry_of(char sym) {
+  if (same_letter(sym, 'N')) return Symmetry::none;
+  if (same_letter(sym, 'S')) return ComplexScalar<T> ? Symmetry::symmetric : Symmetry::hermitian;
+  if (same_letter(sym, 'H')) return Symmetry::hermitian;
+  return Symmetry::unknown;
+}
 
-struct Hermitian {
-  template <Scalar T>
-  static T mirrored(T x) {
-    return conjugate(x);
-  }
+/// Whether the elements above the diagonal tell those below.
+constexpr bool is_symmetric(Symmetry symmetry) {
+  return symmetry == Symmetry::symmetric || symmetry == Symmetry::hermitian;
+}
 
-  template <Scalar T>
-  static T on_diagonal(T x) {
-    return std::real(x);
-  }
-};
+/// Element (j, i) where (i, j) is x.
+template <Scalar T>
+T mirrored(Symmetry symmetry, T x) {
+  return symmetry == Symmetry::hermitian ? conjugate(x) : x;
+}
+
+/// A number without what may not stand on the diagonal.
+template <Scalar T>
+T on_diagonal(Symmetry symmetry, T x) {
+  return symmetry == Symmetry::hermitian ? T(std::real(x)) : x;
+}
 
 }  // namespace nuv

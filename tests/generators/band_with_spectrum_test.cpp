@@ -338,6 +338,62 @@ TYPED_TEST(BandWithSpectrum, SpectrumIsThatOfEachMode) {
   }
 }
 
+TYPED_TEST(BandWithSpectrum, SignsOfAHermitianMatrixAreChangedWhereItsSpectrumIsSpread) {
+  using T = TypeParam;
+  for (Int mode = -6; mode <= 6; ++mode) {
+    Request<T> request{.m = 12, .n = 12, .kl = 2, .ku = 2, .sym = 'P', .mode = mode, .dist = 'U'};
+    const GuardedVector<Real<T>> given = given_spectrum(request);
+    const auto positive = latms(request, given);
+    for (const char sym : {'H', 'h'}) {
+      SCOPED_TRACE(testing::Message() << request);
+      request.sym = sym;
+      const auto any = latms(request, given);
+      const bool is_same = mode == 0 || std::abs(mode) == 6;
+      EXPECT_EQ(any.info, 0);
+      EXPECT_EQ(bool(any.d.same_as(positive.d)), is_same);
+      EXPECT_EQ(bool(any.stored.same_as(positive.stored)), is_same);
+      EXPECT_EQ(any.seed == positive.seed, is_same);
+    }
+  }
+}
+
+/// What ?lagge, or ?lagsy or ?laghe, makes with all diagonals, and the state it leaves.
+template <Scalar T>
+std::pair<GuardedMatrix<T>, Seed> full_matrix(const Request<T>& r, const GuardedVector<Real<T>>& d, Seed seed) {
+  GuardedMatrix<T> A(r.m, r.n, r.rows() + r.extra_rows);
+  GuardedVector<T> work(3 * std::max(r.m, r.n));
+  Int info = 99;
+  if (r.sym == 'N') {
+    routine_call::lagge(r.m, r.n, r.m - 1, r.n - 1, d.data(), Matrix<T>(A), seed.data(), work.data(), info);
+  } else if (r.sym == 'S' || !ComplexScalar<T>) {
+    routine_call::lagsy(r.n, r.n - 1, d.data(), Matrix<T>(A), seed.data(), work.data(), info);
+  } else if constexpr (ComplexScalar<T>) {
+    routine_call::laghe(r.n, r.n - 1, d.data(), Matrix<T>(A), seed.data(), work.data(), info);
+  }
+  EXPECT_EQ(info, 0);
+  return {A, seed};
+}
+
+TYPED_TEST(BandWithSpectrum, FullMatrixIsThatOfItsOwnGenerator) {
+  using T = TypeParam;
+  for (const auto& [m, n] : {std::pair(1, 1), std::pair(2, 2), std::pair(9, 9), std::pair(6, 10), std::pair(10, 7)}) {
+    for (const char sym : {'N', 'S', 'H', 'P'}) {
+      if (sym != 'N' && m != n) continue;
+      for (const Int mode : {0, -3, 5, 6}) {
+        const Request<T> request{.m = m, .n = n, .kl = 10, .ku = 10, .sym = sym, .mode = mode, .extra_rows = n % 2};
+        SCOPED_TRACE(testing::Message() << request);
+        const GuardedVector<Real<T>> given = given_spectrum(request);
+        const auto made = latms(request, given);
+        const auto [d, seed] = expected_spectrum(request, given);
+        const auto [A, seed_behind] = full_matrix(request, d, seed);
+        EXPECT_TRUE(made.d.same_as(d));
+        EXPECT_TRUE(made.stored.same_as(A));
+        EXPECT_EQ(made.seed, seed_behind);
+      }
+    }
+  }
+}
+
 TYPED_TEST(BandWithSpectrum, PositiveMatrixHasMagnitudesOfRandomNumbers) {
   using T = TypeParam;
   for (const Int mode : {6, -6}) {
@@ -627,6 +683,37 @@ TYPED_TEST(BandWithSpectrum, ChecksItsArguments) {
                                    {11, [](C& call) { call.ku = -1; }},
                                    {12, [](C& call) { call.pack = 'X'; }},
                                    {14, [](C& call) { call.lda = 3; }}});
+}
+
+/// A call for a symmetric matrix.
+template <Scalar T>
+struct SymmetricCall : Call<T> {
+  SymmetricCall() { this->sym = 'S'; }
+};
+
+// What is bad only beside other arguments is reported in the same order.
+TYPED_TEST(BandWithSpectrum, ChecksArgumentsThatDependOnOthersInTheirPlaces) {
+  using T = TypeParam;
+  using C = Call<T>;
+  using S = SymmetricCall<T>;
+  const std::string name = reported_name<T>("LATMS");
+  expect_argument_checks<C>(name, {{1, [](C& call) { call.m = -1; }},
+                                   {2, [](C& call) { call.n = -1; }},
+                                   {3, [](C& call) { call.dist = 'D'; }},
+                                   {7, [](C& call) { call.mode = -7; }},
+                                   {8, [](C& call) { call.cond = 0; }},
+                                   {10, [](C& call) { call.kl = -1; }},
+                                   {11, [](C& call) { call.ku = -1; }},
+                                   {12, [](C& call) { call.pack = 'U'; }},
+                                   {14, [](C& call) { call.lda = 3; }}});
+  expect_argument_checks<S>(name, {{1, [](S& call) { call.m = 3; }},
+                                   {3, [](S& call) { call.dist = 'D'; }},
+                                   {7, [](S& call) { call.mode = 7; }},
+                                   {8, [](S& call) { call.cond = 0; }},
+                                   {10, [](S& call) { call.kl = -1; }},
+                                   {11, [](S& call) { call.ku = 2; }},
+                                   {12, [](S& call) { call.pack = 'X'; }},
+                                   {14, [](S& call) { call.lda = 2; }}});
 }
 
 TYPED_TEST(BandWithSpectrum, ChecksModeAndCondition) {

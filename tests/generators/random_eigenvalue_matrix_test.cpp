@@ -255,6 +255,29 @@ TYPED_TEST(RandomEigenvalueMatrix, SpreadsAreScaledToTheLargest) {
   }
 }
 
+TYPED_TEST(RandomEigenvalueMatrix, SignsAreChangedWhereEigenvaluesAreSpread) {
+  using T = TypeParam;
+  for (const Int mode : modes) {
+    Options<T> options;
+    options.n = 12;
+    options.kl = options.ku = 11;
+    options.mode = mode;
+    options.upper = options.sim = 'T';
+    const Arrays<T> start(options, this->random);
+    const Arrays<T> plain = latme(options, start);
+    for (const char rsign : {'f', 'T', 't'}) {
+      SCOPED_TRACE(options.text());
+      options.rsign = rsign;
+      const Arrays<T> made = latme(options, start);
+      const bool is_same = rsign == 'f' || mode == 0 || std::abs(mode) == 6;
+      EXPECT_EQ(made.info, 0);
+      EXPECT_EQ(bool(made.d.same_as(plain.d)), is_same);
+      EXPECT_EQ(bool(made.A.same_as(plain.A)), is_same);
+      EXPECT_EQ(made.seed == plain.seed, is_same);
+    }
+  }
+}
+
 // --------------------------------------------------------------------------------------------- similarities and bands
 
 TYPED_TEST(RandomEigenvalueMatrix, HasItsSpectrumAndItsBand) {
@@ -533,6 +556,76 @@ TYPED_TEST(RandomEigenvalueMatrix, ChecksItsArguments) {
                                 {behind_ei<T>(14), [](Call& call) { call.options.conds = Real<T>(0.5); }},
                                 {behind_ei<T>(15), [](Call& call) { call.options.kl = 0; }},
                                 {behind_ei<T>(16), [](Call& call) { call.options.ku = 0; }},
+                                {behind_ei<T>(19), [](Call& call) { call.lda = 5; }}});
+}
+
+/// A call that gives the eigenvalues, one by one or as pairs.
+template <Scalar T>
+struct LatmeCallWithEigenvalues : LatmeCall<T> {
+  LatmeCallWithEigenvalues() {
+    this->options.mode = 0;
+    this->options.ei = "RIRRIR";
+  }
+};
+
+/// A call that gives the singular values of X.
+template <Scalar T, class Call = LatmeCall<T>>
+struct LatmeCallWithSingularValues : Call {
+  LatmeCallWithSingularValues() { this->options.modes = 0; }
+
+  void put_zero_into_ds() {
+    this->arrays.ds(6) = 0;
+    this->arrays.ds.seal();
+  }
+};
+
+TYPED_TEST(RandomEigenvalueMatrix, ChecksLettersOfPairsInTheirPlace) {
+  using T = TypeParam;
+  using Call = LatmeCallWithEigenvalues<T>;
+  if constexpr (RealScalar<T>) {
+    expect_argument_checks<Call>(reported_name<T>("LATME"), {{1, [](Call& call) { call.options.n = -1; }},
+                                                             {2, [](Call& call) { call.options.dist = 'D'; }},
+                                                             {8, [](Call& call) { call.options.ei = "RIIRRR"; }},
+                                                             {9, [](Call& call) { call.options.rsign = 'X'; }},
+                                                             {10, [](Call& call) { call.options.upper = 'N'; }},
+                                                             {11, [](Call& call) { call.options.sim = ' '; }},
+                                                             {13, [](Call& call) { call.options.modes = 6; }},
+                                                             {14, [](Call& call) { call.options.conds = T(0.5); }},
+                                                             {15, [](Call& call) { call.options.kl = 0; }},
+                                                             {16, [](Call& call) { call.options.ku = 0; }},
+                                                             {19, [](Call& call) { call.lda = 5; }}});
+  }
+}
+
+TYPED_TEST(RandomEigenvalueMatrix, ChecksSingularValuesInTheirPlace) {
+  using T = TypeParam;
+  using Call = LatmeCallWithSingularValues<T>;
+  expect_argument_checks<Call>(reported_name<T>("LATME"),
+                               {{1, [](Call& call) { call.options.n = -1; }},
+                                {2, [](Call& call) { call.options.dist = 'D'; }},
+                                {5, [](Call& call) { call.options.mode = 7; }},
+                                {6, [](Call& call) { call.options.cond = Real<T>(0.5); }},
+                                {behind_ei<T>(9), [](Call& call) { call.options.rsign = 'X'; }},
+                                {behind_ei<T>(10), [](Call& call) { call.options.upper = 'N'; }},
+                                {behind_ei<T>(11), [](Call& call) { call.options.sim = ' '; }},
+                                {behind_ei<T>(12), [](Call& call) { call.put_zero_into_ds(); }},
+                                {behind_ei<T>(15), [](Call& call) { call.options.kl = 0; }},
+                                {behind_ei<T>(16), [](Call& call) { call.options.ku = 0; }},
+                                {behind_ei<T>(19), [](Call& call) { call.lda = 5; }}});
+  if constexpr (RealScalar<T>) {
+    using GivesBoth = LatmeCallWithSingularValues<T, LatmeCallWithEigenvalues<T>>;
+    expect_argument_checks<GivesBoth>(reported_name<T>("LATME"),
+                                      {{8, [](GivesBoth& call) { call.options.ei = "RIIRRR"; }},
+                                       {12, [](GivesBoth& call) { call.put_zero_into_ds(); }}});
+  }
+}
+
+TYPED_TEST(RandomEigenvalueMatrix, ChecksBandsBeforeTheLeadingDimension) {
+  using T = TypeParam;
+  using Call = LatmeCall<T>;
+  expect_argument_checks<Call>(reported_name<T>("LATME"),
+                               {{behind_ei<T>(14), [](Call& call) { call.options.conds = 0; }},
+                                {behind_ei<T>(16), [](Call& call) { call.options.kl = call.options.ku = 4; }},
                                 {behind_ei<T>(19), [](Call& call) { call.lda = 5; }}});
 }
 

@@ -2,17 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
-#include <string>
-#include <vector>
 
-#include "routines.hpp"
-#include "spectrum_cases.hpp"
-#include "support/argument_checks.hpp"
-#include "support/options.hpp"
-#include "support/random.hpp"
+#include "random_matrix_cases.hpp"
+#include "support/reported_errors.hpp"
 
 namespace nuv::test {
 namespace {
@@ -23,85 +17,6 @@ class RandomMatrix : public ReportingTest {
   Random random{29};
 };
 TYPED_TEST_SUITE(RandomMatrix, Precisions, PrecisionLetter);
-
-/// The options of a call.
-template <Scalar T>
-struct Options {
-  Int m = 6, n = 6;
-  char dist = 'S', sym = 'N';
-  Int mode = 4;
-  Real<T> cond = 4;
-  T dmax = 3;
-  char rsign = 'F', grade = 'N';
-  Int model = 3;
-  Real<T> condl = 5;
-  Int moder = 2;
-  Real<T> condr = 7;
-  char pivtng = 'N';
-  Int kl = 5, ku = 5;
-  Real<T> sparse = 0, anorm = -1;
-  char pack = 'N';
-
-  bool is(char letter, char option) const { return same_letter(letter, option); }
-  bool is_hermitian() const { return is(sym, 'H'); }
-  bool is_symmetric() const { return !is(sym, 'N'); }
-  bool is_full() const { return kl >= m - 1 && ku >= n - 1; }
-  Int lower() const { return std::min(kl, m - 1); }
-  Int upper() const { return std::min(ku, n - 1); }
-  bool pivots_rows() const { return is_one_of(pivtng, 'L', 'B', 'F'); }
-  bool pivots_columns() const { return is_one_of(pivtng, 'R', 'B', 'F'); }
-  bool is_packed() const { return is_one_of(pack, 'C', 'R'); }
-  Int rows_of_a() const {
-    return is_packed()                 ? n * (n + 1) / 2
-           : is_one_of(pack, 'B', 'Q') ? upper() + 1
-           : is(pack, 'Z')             ? 2 * lower() + upper() + 1
-                                       : m;
-  }
-  Int columns_of_a() const { return is_packed() ? 1 : n; }
-
-  std::string text() const {
-    return std::string("dist ") + dist + ", sym " + sym + ", mode " + std::to_string(mode) + ", rsign " + rsign +
-           ", grade " + grade + ", pivtng " + pivtng + ", pack " + pack + ", " + std::to_string(m) + " by " +
-           std::to_string(n) + ", band " + std::to_string(kl) + ", " + std::to_string(ku) + ", sparse " +
-           std::to_string(sparse) + ", anorm " + std::to_string(anorm);
-  }
-};
-
-/// What a call reads and writes.
-template <Scalar T>
-struct Arrays {
-  GuardedVector<T> d, dl, dr;
-  std::vector<Int> ipivot;
-  Seed seed = first_seed;
-  GuardedMatrix<T> A;
-  Int info = 99;
-
-  Arrays(const Options<T>& options, Random& random)
-      : d(random_vector<T>(random, std::min(options.m, options.n), 1)),
-        dl(random_vector<T>(random, options.m, 1)),
-        dr(random_vector<T>(random, options.n, 1)),
-        A(options.rows_of_a(), options.columns_of_a(), options.rows_of_a() + (options.is_packed() ? 0 : 2)) {
-    const Int pivots = !options.pivots_columns() ? options.m
-                       : !options.pivots_rows()  ? options.n
-                                                 : std::min(options.m, options.n);
-    for (Int k = 0; k < pivots; ++k) ipivot.push_back(random.integer(1, pivots));
-  }
-};
-
-template <Scalar T>
-Arrays<T> latmr(const Options<T>& options, Arrays<T> arrays) {
-  GuardedVector<Int> iwork(std::max(options.m, options.n));
-  // A packed matrix takes any leading dimension.
-  const Int lda = options.is_packed() ? 1 : arrays.A.ld();
-  routine_call::latmr(options.m, options.n, options.dist, arrays.seed.data(), options.sym, arrays.d.data(),
-                      options.mode, options.cond, options.dmax, options.rsign, options.grade, arrays.dl.data(),
-                      options.model, options.condl, arrays.dr.data(), options.moder, options.condr, options.pivtng,
-                      arrays.ipivot.data(), options.kl, options.ku, options.sparse, options.anorm, options.pack,
-                      Matrix<T>{arrays.A.data(), lda}, iwork.data(), arrays.info);
-  EXPECT_TRUE(iwork.guards_unchanged());
-  EXPECT_TRUE(arrays.A.guards_unchanged());
-  return arrays;
-}
 
 // ---------------------------------------------------------------------------------------------- the matrix, rewritten
 
@@ -305,10 +220,6 @@ bool go_together(const Options<T>& options) {
   return true;
 }
 
-constexpr char syms[] = {'S', 'N', 'H'};
-constexpr char grades[] = {'N', 'L', 'R', 'B', 'E', 'H', 'S'};
-constexpr char pivtngs[] = {'N', ' ', 'L', 'R', 'B', 'F'};
-constexpr char packs[] = {'N', 'U', 'L', 'C', 'R', 'B', 'Q', 'Z'};
 constexpr char dists[] = {'U', 'S', 'N'};
 constexpr Int modes[] = {0, 1, -2, 3, -4, 5, 6, -6};
 
@@ -380,6 +291,28 @@ TYPED_TEST(RandomMatrix, IsScaledToANorm) {
 }
 
 // --------------------------------------------------------------------------------------- properties, without a rewrite
+
+TYPED_TEST(RandomMatrix, ChangesSignsOfASpreadDiagonal) {
+  using T = TypeParam;
+  for (const Int mode : modes) {
+    Options<T> options;
+    options.m = options.n = 12;
+    options.kl = options.ku = 11;
+    options.mode = mode;
+    const Arrays<T> start(options, this->random);
+    const Arrays<T> plain = latmr(options, start);
+    for (const char rsign : {'f', 'T', 't'}) {
+      SCOPED_TRACE(options.text());
+      options.rsign = rsign;
+      const Arrays<T> made = latmr(options, start);
+      const bool is_same = rsign == 'f' || mode == 0 || std::abs(mode) == 6;
+      EXPECT_EQ(made.info, 0);
+      EXPECT_EQ(bool(made.d.same_as(plain.d)), is_same);
+      EXPECT_EQ(bool(made.A.same_as(plain.A)), is_same);
+      EXPECT_EQ(made.seed == plain.seed, is_same);
+    }
+  }
+}
 
 template <Scalar T>
 Plain<T> dense(const Arrays<T>& arrays) {
@@ -517,295 +450,6 @@ TYPED_TEST(RandomMatrix, OfNothingTouchesNothing) {
     EXPECT_TRUE(made.A.unchanged());
     EXPECT_TRUE(made.d.unchanged());
   }
-}
-
-// ------------------------------------------------------------------------------------------------------------ failures
-
-template <Scalar T>
-constexpr Real<T> nan = std::numeric_limits<Real<T>>::quiet_NaN();
-template <Scalar T>
-constexpr Real<T> infinity = std::numeric_limits<Real<T>>::infinity();
-
-template <Scalar T>
-void expect_failure(const Options<T>& options, Random& random, Int info) {
-  EXPECT_EQ(latmr(options, Arrays<T>(options, random)).info, info);
-}
-
-TYPED_TEST(RandomMatrix, TellsWhichDiagonalCouldNotBeMade) {
-  using T = TypeParam;
-  // A NaN is not below one; only the making of a diagonal refuses it.
-  const std::vector<ErrorReport> refused = {{reported_name<T>("LATM1"), 3}};
-  Options<T> options;
-  options.grade = 'B';
-  options.cond = nan<T>;
-  expect_failure(options, this->random, 1);
-  EXPECT_EQ(take_error_reports(), refused);
-  options.cond = 2;
-  options.condl = nan<T>;
-  expect_failure(options, this->random, 3);
-  EXPECT_EQ(take_error_reports(), refused);
-  options.condl = 2;
-  options.condr = nan<T>;
-  expect_failure(options, this->random, 4);
-  EXPECT_EQ(take_error_reports(), refused);
-  // Gradings that have no use for it do not look at it.
-  options.grade = 'L';
-  expect_failure(options, this->random, 0);
-}
-
-TYPED_TEST(RandomMatrix, CannotScaleAZeroDiagonal) {
-  using T = TypeParam;
-  // Logarithms spread down to minus infinity.
-  Options<T> options;
-  options.mode = 5;
-  options.cond = infinity<T>;
-  expect_failure(options, this->random, 2);
-  options.dmax = 0;
-  expect_failure(options, this->random, 0);
-}
-
-template <Scalar T>
-struct LatmrCall {
-  Random random{1};
-  Options<T> options;
-  Arrays<T> arrays;
-  Int lda = 6;
-  Int iwork[6] = {};
-
-  LatmrCall() : arrays(graded(options), random) { arrays.ipivot = {1, 2, 3, 4, 5, 6}; }
-
-  static const Options<T>& graded(Options<T>& options) {
-    options.grade = options.pivtng = 'B';
-    return options;
-  }
-
-  Int run() {
-    Int info = 99;
-    routine_call::latmr(options.m, options.n, options.dist, arrays.seed.data(), options.sym, arrays.d.data(),
-                        options.mode, options.cond, options.dmax, options.rsign, options.grade, arrays.dl.data(),
-                        options.model, options.condl, arrays.dr.data(), options.moder, options.condr, options.pivtng,
-                        arrays.ipivot.data(), options.kl, options.ku, options.sparse, options.anorm, options.pack,
-                        Matrix<T>{arrays.A.data(), lda}, iwork, info);
-    return info;
-  }
-  bool unchanged() const {
-    return arrays.A.unchanged() && arrays.d.unchanged() && arrays.dl.unchanged() && arrays.dr.unchanged() &&
-           arrays.seed == first_seed && iwork[0] == 0;
-  }
-};
-
-TYPED_TEST(RandomMatrix, ChecksItsArguments) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_argument_checks<Call>(reported_name<T>("LATMR"), {{1, [](Call& call) { call.options.m = -1; }},
-                                                           {2, [](Call& call) { call.options.n = -1; }},
-                                                           {3, [](Call& call) { call.options.dist = 'D'; }},
-                                                           {5, [](Call& call) { call.options.sym = 'P'; }},
-                                                           {7, [](Call& call) { call.options.mode = 7; }},
-                                                           {8, [](Call& call) { call.options.cond = Real<T>(0.5); }},
-                                                           {10, [](Call& call) { call.options.rsign = 'N'; }},
-                                                           {11, [](Call& call) { call.options.grade = 'X'; }},
-                                                           {13, [](Call& call) { call.options.model = -7; }},
-                                                           {14, [](Call& call) { call.options.condl = 0; }},
-                                                           {16, [](Call& call) { call.options.moder = 7; }},
-                                                           {17, [](Call& call) { call.options.condr = -1; }},
-                                                           {18, [](Call& call) { call.options.pivtng = 'X'; }},
-                                                           {19, [](Call& call) { call.arrays.ipivot[5] = 7; }},
-                                                           {20, [](Call& call) { call.options.kl = -1; }},
-                                                           {21, [](Call& call) { call.options.ku = -1; }},
-                                                           {22, [](Call& call) { call.options.sparse = 2; }},
-                                                           {24, [](Call& call) { call.options.pack = 'X'; }},
-                                                           {26, [](Call& call) { call.lda = 5; }}});
-}
-
-/// A call that is good but for what is done to it.
-template <Scalar T>
-void expect_position(int position, void (*spoil)(LatmrCall<T>&)) {
-  LatmrCall<T> call;
-  spoil(call);
-  SCOPED_TRACE(call.options.text());
-  expect_report(call, reported_name<T>("LATMR"), position);
-}
-
-TYPED_TEST(RandomMatrix, ChecksThatASymmetricMatrixCanBe) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_position<T>(0, [](Call& call) { call.options.sym = call.options.grade = 'S'; });
-  expect_position<T>(0, [](Call& call) { call.options.sym = call.options.grade = 'H'; });
-  for (const char sym : {'S', 'H'}) {
-    for (const char grade : grades) {
-      LatmrCall<T> call;
-      call.options.sym = sym;
-      call.options.grade = grade;
-      const bool suits = grade == 'N' || grade == sym || (RealScalar<T> && is_one_of(grade, 'S', 'H'));
-      expect_report(call, reported_name<T>("LATMR"), suits ? 0 : 11);
-    }
-    for (const char pivtng : pivtngs) {
-      LatmrCall<T> call;
-      call.options.sym = sym;
-      call.options.grade = 'N';
-      call.options.pivtng = pivtng;
-      expect_report(call, reported_name<T>("LATMR"), is_one_of(pivtng, 'L', 'R') ? 18 : 0);
-    }
-    LatmrCall<T> oblong;
-    oblong.options.sym = sym;
-    oblong.options.grade = 'N';
-    oblong.options.m = 5;
-    expect_report(oblong, reported_name<T>("LATMR"), 1);
-    LatmrCall<T> lopsided;
-    lopsided.options.sym = sym;
-    lopsided.options.grade = 'N';
-    lopsided.options.kl = 2;
-    lopsided.options.ku = 3;
-    expect_report(lopsided, reported_name<T>("LATMR"), 21);
-  }
-}
-
-TYPED_TEST(RandomMatrix, ChecksThatSimilaritiesAreSquare) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_position<T>(18, [](Call& call) { call.options.m = 5; });
-  expect_position<T>(18, [](Call& call) {
-    call.options.n = 5;
-    call.options.pivtng = 'F';
-  });
-  for (const char grade : {'E', 'H', 'S'}) {
-    LatmrCall<T> call;
-    call.options.n = 5;
-    call.options.grade = grade;
-    expect_report(call, reported_name<T>("LATMR"), 11);
-  }
-  expect_position<T>(0, [](Call& call) {
-    call.options.n = 5;
-    call.options.pivtng = 'L';
-  });
-}
-
-template <Scalar T>
-void put_zero_into_dl(LatmrCall<T>& call, char grade, Int model) {
-  call.options.grade = grade;
-  call.options.model = model;
-  call.arrays.dl(6) = 0;
-  call.arrays.dl.seal();
-}
-
-TYPED_TEST(RandomMatrix, ChecksTheDivisorsOfAGrading) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_position<T>(12, [](Call& call) { put_zero_into_dl(call, 'E', 0); });
-  expect_position<T>(12, [](Call& call) { put_zero_into_dl(call, 'e', 0); });
-  expect_position<T>(0, [](Call& call) { put_zero_into_dl(call, 'E', 3); });
-  expect_position<T>(0, [](Call& call) { put_zero_into_dl(call, 'L', 0); });
-  // Bad numbers for gradings that are not asked for.
-  expect_position<T>(0, [](Call& call) {
-    call.options.grade = 'N';
-    call.options.model = call.options.moder = 9;
-    call.options.condl = call.options.condr = 0;
-  });
-  expect_position<T>(13, [](Call& call) {
-    call.options.grade = 'S';
-    call.options.model = call.options.moder = 9;
-  });
-  expect_position<T>(16, [](Call& call) {
-    call.options.grade = 'R';
-    call.options.model = call.options.moder = 9;
-  });
-}
-
-TYPED_TEST(RandomMatrix, ChecksConditionsWhereTheyAreUsed) {
-  using T = TypeParam;
-  for (const Int mode : {0, 6, -6}) {
-    LatmrCall<T> call;
-    call.options.mode = call.options.model = call.options.moder = mode;
-    call.options.cond = call.options.condl = call.options.condr = 0;
-    expect_report(call, reported_name<T>("LATMR"), 0);
-  }
-}
-
-TYPED_TEST(RandomMatrix, ChecksPivots) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_position<T>(19, [](Call& call) { call.arrays.ipivot[0] = 0; });
-  expect_position<T>(0, [](Call& call) {
-    call.arrays.ipivot[0] = 0;
-    call.options.pivtng = ' ';
-  });
-  // There are as many as rows, or columns.
-  for (const auto& [pivtng, position] : {std::pair('L', 19), std::pair('R', 0)}) {
-    LatmrCall<T> call;
-    call.options.m = 5;
-    call.options.pivtng = pivtng;
-    call.arrays.ipivot = {1, 2, 3, 4, 6, 6};
-    expect_report(call, reported_name<T>("LATMR"), position);
-  }
-}
-
-TYPED_TEST(RandomMatrix, ChecksSparsity) {
-  using T = TypeParam;
-  using Call = LatmrCall<T>;
-  expect_position<T>(22, [](Call& call) { call.options.sparse = Real<T>(-0.01); });
-  expect_position<T>(22, [](Call& call) { call.options.sparse = nan<T>; });
-  expect_position<T>(0, [](Call& call) { call.options.sparse = 1; });
-}
-
-/// A matrix with room for every form.
-template <Scalar T>
-LatmrCall<T> triangular_call(char pack, Int kl, Int ku, Int m, Int n) {
-  LatmrCall<T> call;
-  call.options.pack = pack;
-  call.options.pivtng = 'N';
-  call.options.kl = kl;
-  call.options.ku = ku;
-  call.options.m = m;
-  call.options.n = n;
-  call.lda = 20;
-  call.arrays.A = GuardedMatrix<T>(20, 6, 20);
-  return call;
-}
-
-TYPED_TEST(RandomMatrix, ChecksThatAPackedFormHoldsTheMatrix) {
-  using T = TypeParam;
-  for (const char pack : packs) {
-    LatmrCall<T> general = triangular_call<T>(pack, 5, 5, 6, 6), upper = triangular_call<T>(pack, 0, 5, 6, 6),
-                 lower = triangular_call<T>(pack, 5, 0, 6, 6);
-    expect_report(general, reported_name<T>("LATMR"), pack == 'N' || pack == 'Z' ? 0 : 24);
-    expect_report(upper, reported_name<T>("LATMR"), is_one_of(pack, 'N', 'Z', 'C') ? 0 : 24);
-    expect_report(lower, reported_name<T>("LATMR"), is_one_of(pack, 'N', 'Z', 'R') ? 0 : 24);
-    for (LatmrCall<T> oblong : {triangular_call<T>(pack, 0, 5, 5, 6), triangular_call<T>(pack, 5, 0, 6, 5)}) {
-      expect_report(oblong, reported_name<T>("LATMR"), is_one_of(pack, 'N', 'Z') ? 0 : 24);
-    }
-  }
-}
-
-TYPED_TEST(RandomMatrix, ChecksTheLeadingDimensionOfEachForm) {
-  using T = TypeParam;
-  for (const auto& [pack, least] : {std::pair('N', 6), std::pair('U', 6), std::pair('L', 6), std::pair('C', 1),
-                                    std::pair('R', 1), std::pair('B', 3), std::pair('Q', 3), std::pair('Z', 7)}) {
-    LatmrCall<T> call;
-    call.options.sym = 'S';
-    call.options.grade = 'N';
-    call.options.pack = pack;
-    call.options.kl = call.options.ku = 2;
-    call.lda = least - 1;
-    expect_report(call, reported_name<T>("LATMR"), 26);
-    call.lda = least;
-    expect_report(call, reported_name<T>("LATMR"), 0);
-  }
-  // Sizes that do not fit are not taken for small ones.
-  LatmrCall<T> huge;
-  huge.options.pack = 'Z';
-  huge.options.grade = huge.options.pivtng = 'N';
-  huge.options.m = huge.options.n = (Int{1} << 30) + 1;
-  huge.options.kl = huge.options.ku = Int{1} << 30;
-  huge.lda = std::numeric_limits<Int>::max();
-  expect_report(huge, reported_name<T>("LATMR"), 26);
-  // A band is no wider than the matrix.
-  LatmrCall<T> full;
-  full.options.pack = 'Z';
-  full.options.kl = full.options.ku = 100;
-  full.lda = 16;
-  full.arrays.A = GuardedMatrix<T>(16, 6, 16);
-  expect_report(full, reported_name<T>("LATMR"), 0);
 }
 
 }  // namespace

@@ -226,8 +226,18 @@ struct LarorCall {
   bool unchanged() const { return A.unchanged() && seed == first_seed; }
 };
 
+template <Scalar T>
+struct OneSidedLarorCall : LarorCall<T> {
+  OneSidedLarorCall() { this->side = 'L'; }
+};
+
 TYPED_TEST(RandomOrthogonal, ChecksItsArguments) {
   using T = TypeParam;
+  using OneSided = OneSidedLarorCall<T>;
+  expect_argument_checks<OneSided>(reported_name<T>("LAROR"), {{1, [](OneSided& call) { call.side = 'T'; }},
+                                                               {3, [](OneSided& call) { call.m = -1; }},
+                                                               {4, [](OneSided& call) { call.n = -1; }},
+                                                               {6, [](OneSided& call) { call.lda = 2; }}});
   using Call = LarorCall<T>;
   expect_argument_checks<Call>(reported_name<T>("LAROR"), {{1, [](Call& call) { call.side = 'T'; }},
                                                            {3, [](Call& call) { call.m = -1; }},

@@ -106,15 +106,18 @@ TYPED_TEST(Spectra, HasRandomNumbersOfADistributionInMode6WhateverCond) {
   for (const Int n : {1, 2, 65, 200}) {
     for (const Int idist : {1, 2, 3}) {
       for (const R cond : {R(0), R(-3), std::numeric_limits<R>::quiet_NaN()}) {
-        // Nor does a sign matter.
-        const auto [d, seed] = latm1<T>(6, cond, n, 7, idist);
-        const auto reversed = latm1<T>(-6, cond, n, 7, idist);
         GuardedVector<T> x(n);
         Seed expected_seed = first_seed;
         routine_call::larnv(idist, expected_seed.data(), n, x.data());
-        EXPECT_TRUE(d.same_as(x));
-        for (Int i = 1; i <= n; ++i) EXPECT_EQ(reversed.d(n + 1 - i), x(i));
-        EXPECT_EQ(seed, expected_seed);
+        // Nor does a sign matter.
+        for (const Int irsign : {0, 1, 7}) {
+          const auto [d, seed] = latm1<T>(6, cond, n, irsign, idist);
+          const auto reversed = latm1<T>(-6, cond, n, irsign, idist);
+          EXPECT_TRUE(d.same_as(x));
+          for (Int i = 1; i <= n; ++i) EXPECT_EQ(reversed.d(n + 1 - i), x(i));
+          EXPECT_EQ(seed, expected_seed);
+          EXPECT_EQ(reversed.seed, expected_seed);
+        }
       }
     }
   }
@@ -169,13 +172,15 @@ TYPED_TEST(Spectra, GetsRandomSignsInModesThatUseCond) {
 TYPED_TEST(Spectra, IsTheCallersInMode0) {
   using T = TypeParam;
   Random random(3);
-  GuardedVector<T> d = random_vector<T>(random, 9, 1);
-  Seed seed = first_seed;
-  Int info = 99;
-  routine_call::latm1(0, Real<T>(-1), 7, 9, seed.data(), d.data(), 9, info);
-  EXPECT_EQ(info, 0);
-  EXPECT_TRUE(d.unchanged());
-  EXPECT_EQ(seed, first_seed);
+  for (const Int irsign : {0, 1, 7}) {
+    GuardedVector<T> d = random_vector<T>(random, 9, 1);
+    Seed seed = first_seed;
+    Int info = 99;
+    routine_call::latm1(0, Real<T>(-1), irsign, 9, seed.data(), d.data(), 9, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(d.unchanged());
+    EXPECT_EQ(seed, first_seed);
+  }
 }
 
 template <Scalar T>
