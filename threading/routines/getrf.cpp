@@ -23,7 +23,7 @@ void factor(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
   const Int k = std::min(m, n);
   if (k >= fewest_columns && double(m) * n * k >= least_work) {
     const int threads = available_threads();
-    if (threads > 1 && factor_by_tasks(m, n, a, lda, ipiv, info, threads)) return;
+    if (threads > 1 && factor_by_strips(m, n, a, lda, ipiv, info, threads)) return;
   }
   x_variant::getrf(m, n, {a, lda}, ipiv, info);
 }

@@ -5,10 +5,11 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <bit>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
-#include "frame/plain_word.hpp"
+#include "threading/level3/blocking.hpp"
 #include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
@@ -21,201 +22,224 @@ struct Columns {
   Int count() const { return until - from; }
 };
 
-enum class Kind { update, panel, exchange };
+/// Columns that are factored by one task, and then update all others as one operand.
+constexpr Int strip_width = Block<double>::depth;
+static_assert(std::has_single_bit(unsigned{strip_width}));
 
-/// What is done to one column block.
-struct Task {
-  Kind kind;
-  Columns source;   ///< columns whose panels and pivots the task uses
-  Int block;        ///< the column block that it changes
-  Int next;         ///< next task of the same block, -1 for none
-  Int first_block;  ///< blocks that it waits for, up to last_block: they must be through with all tasks numbered below
-  Int last_block;   ///< its own number
-};
+/// Columns that one task updates. Half a strip lets two threads bring the next strip up to date.
+constexpr Int piece_width = strip_width / 2;
+constexpr Int pieces_per_strip = strip_width / piece_width;
 
-struct ColumnBlock {
-  Columns columns;
-  Int next_task = -1, last_task = -1;
-  bool busy = false;
-};
+/// Pieces that one task updates at most.
+constexpr Int most_together = 4;
 
-/// Widest panel that is factored as one task; the serial body divides wider ones.
-constexpr Int widest_panel = 128;
-
-/// Columns behind the last panel of a wide matrix, which are only updated, go in blocks of this width.
-constexpr Int trailing_width = 256;
-
-Int divided_width(Int rows, Int columns) {
-  constexpr char name[] = "DGETRF";
-  const Int ispec = 1, none = -1;
-  return nuv_lapack_ilaenv(&ispec, name, " ", &rows, &columns, &none, &none, 6, 1);
+constexpr Int parts_of(Int n, Int width) {
+  return (n + width - 1) / width;
 }
 
-/// Lays out blocks and tasks by walking through the recursion of the serial body. Run once to count, then to store.
-class Plan {
+/// What one task does: `source` is a strip, or the square behind the last strip of the first panel.
+struct Task {
+  enum class Kind { none, panel, update, exchange } kind = Kind::none;
+  Columns source = {}, target = {};
+  Int index = 0;  ///< of the strip (panel, exchange) or of the first piece (update)
+  Int count = 1;  ///< pieces
+};
+
+/// How the serial body divides an m by n matrix, and how far the factorisation is.
+///
+///     n <= m:  strips cover all columns.
+///     n > m:   the serial body takes a panel of `first` columns, a power of two, then the square of the other
+///              m - first, then the columns behind row m, which are only updated: by the strips of the first panel, and
+///              by the square as a whole, since its solve doesn't halve at the ends of strips.
+class Account {
  public:
-  Plan(Int m, Int n) : m_(m), n_(n) { walk(); }
+  /// What is done to a piece: how many of its updates are complete, and whether a thread is at the next.
+  struct Piece {
+    Int updates;
+    bool busy;
+  };
+  struct Strip {
+    bool in_exchange, exchanged;
+  };
 
-  std::size_t bytes() const { return block_count_ * sizeof(ColumnBlock) + task_count_ * sizeof(Task); }
+  Account(Int m, Int n, Int first, int threads)
+      : threads_(threads),
+        k_(std::min(m, n)),
+        n_(n),
+        strips_(parts_of(k_, strip_width)),
+        first_strips_(first / strip_width),
+        inner_pieces_(parts_of(k_, piece_width)),
+        pieces_(inner_pieces_ + parts_of(n - k_, piece_width)) {}
 
-  void store_in(void* room) {
-    blocks_ = static_cast<ColumnBlock*>(room);
-    tasks_ = reinterpret_cast<Task*>(blocks_ + block_count_);
-    block_count_ = task_count_ = 0;
-    walk();
+  std::size_t bytes() const { return pieces_ * sizeof(Piece) + strips_ * sizeof(Strip); }
+
+  void keep_in(void* room) {
+    piece_ = static_cast<Piece*>(room);
+    strip_ = reinterpret_cast<Strip*>(piece_ + pieces_);
+    std::fill_n(piece_, pieces_, Piece{});
+    std::fill_n(strip_, strips_, Strip{});
+    strip_[strips_ - 1].exchanged = true;  // no pivots come after it
+    left_ = strips_ + (strips_ - 1);
+    for (Int p = 0; p < pieces_; ++p) left_ += updates_of(p);
   }
 
-  Int block_count() const { return block_count_; }
-  ColumnBlock& block(Int i) { return blocks_[i]; }
-  const Task& task(Int i) const { return tasks_[i]; }
+  bool is_complete() const { return left_ == 0; }
+
+  /// The most urgent task that may run, marked as begun: the next panel, for which all wait; an update, the leftmost
+  /// first, since the panels come from the left; else exchanges.
+  Task begin() {
+    if (panel_may_run()) {
+      in_panel_ = true;
+      return {Task::Kind::panel, strip_columns(factored_), {}, factored_};
+    }
+    for (Int p = 0; p < pieces_; ++p) {
+      if (piece_[p].busy || !update_may_run(p)) continue;
+      const Int count = together_with(p);
+      for (Int i = p; i < p + count; ++i) piece_[i].busy = true;
+      return {Task::Kind::update,
+              source_of(piece_[p].updates, p),
+              {piece_columns(p).from, piece_columns(p + count - 1).until},
+              p,
+              count};
+    }
+    for (Int s = 0; s < strips_; ++s) {
+      if (strip_[s].exchanged || strip_[s].in_exchange || !exchange_may_run(s)) continue;
+      strip_[s].in_exchange = true;
+      const Columns strip = strip_columns(s);
+      return {Task::Kind::exchange, {strip.until, k_}, strip, s};
+    }
+    return {};
+  }
+
+  void end(const Task& task) {
+    left_ -= task.count;
+    switch (task.kind) {
+      case Task::Kind::none:
+        break;
+      case Task::Kind::panel:
+        in_panel_ = false;
+        ++factored_;
+        break;
+      case Task::Kind::update:
+        for (Int p = task.index; p < task.index + task.count; ++p) piece_[p] = {piece_[p].updates + 1, false};
+        break;
+      case Task::Kind::exchange:
+        strip_[task.index].exchanged = true;
+        break;
+    }
+  }
 
  private:
-  void walk() {
-    // All blocks come first, so that an update can name those to its right.
-    panels_only_ = true;
-    divide({0, n_});
-    panels_only_ = false;
-    divide({0, n_});
+  bool is_behind(Int p) const { return p >= inner_pieces_; }
+  Columns strip_columns(Int s) const { return {s * strip_width, std::min(k_, (s + 1) * strip_width)}; }
+  Columns piece_columns(Int p) const {
+    if (!is_behind(p)) return {p * piece_width, std::min(k_, (p + 1) * piece_width)};
+    const Int from = k_ + (p - inner_pieces_) * piece_width;
+    return {from, std::min(n_, from + piece_width)};
   }
 
-  /// One call of the serial body on rows from columns.from + 1 down.
-  void divide(Columns columns) {
-    const Int rows = m_ - columns.from, width = columns.count();
-    const Int k = std::min(rows, width);
-    const Int nb = width > widest_panel ? divided_width(rows, width) : 0;
-    if (nb <= 1 || nb >= k) {
-      if (panels_only_) {
-        add_block(columns);
-      } else {
-        add_task(Kind::panel, columns, columns, columns);
-      }
-      return;
-    }
-    const Int end = columns.from + k;
-    for (Int j = columns.from; j < end; j += nb) {
-      const Columns panel{j, std::min(end, j + nb)};
-      divide(panel);
-      if (panels_only_) continue;
-      if (panel.until < columns.until) add_task(Kind::update, panel, {panel.until, columns.until}, panel);
-    }
-    if (panels_only_) {
-      for (Int j = end; j < columns.until; j += trailing_width)
-        add_block({j, std::min(columns.until, j + trailing_width)});
-      return;
-    }
-    // Each strip gets the exchanges of all panels behind it in one pass, once no update reads it any more.
-    for (Int j = columns.from; j + nb < end; j += nb) {
-      add_task(Kind::exchange, {j + nb, end}, {j, j + nb}, {j + nb, columns.until});
-    }
+  Int updates_of(Int p) const { return is_behind(p) ? first_strips_ + 1 : p / pieces_per_strip; }
+  bool is_by_the_square(Int update, Int p) const { return is_behind(p) && update == first_strips_; }
+  Columns source_of(Int update, Int p) const {
+    return is_by_the_square(update, p) ? Columns{first_strips_ * strip_width, k_} : strip_columns(update);
   }
 
-  void add_block(Columns columns) {
-    if (blocks_ != nullptr) blocks_[block_count_] = {columns};
-    ++block_count_;
-  }
-
-  /// One task for each block of the target.
-  void add_task(Kind kind, Columns source, Columns target, Columns waits_for) {
-    if (blocks_ == nullptr) {
-      // An upper bound is enough to count: blocks are at least a quarter of the widest panel.
-      task_count_ += target.count() / (widest_panel / 4) + 2;
-      return;
+  bool panel_may_run() const {
+    if (in_panel_ || factored_ == strips_) return false;
+    const Int end = std::min(inner_pieces_, (factored_ + 1) * pieces_per_strip);
+    for (Int p = factored_ * pieces_per_strip; p < end; ++p) {
+      if (piece_[p].updates < factored_) return false;
     }
-    const Int first = block_at(waits_for.from), last = block_at(waits_for.until - 1);
-    for (Int i = block_at(target.from); i < block_count_ && blocks_[i].columns.from < target.until; ++i) {
-      const Int number = task_count_++;
-      tasks_[number] = {kind, source, i, -1, first, last};
-      ColumnBlock& block = blocks_[i];
-      (block.last_task < 0 ? block.next_task : tasks_[block.last_task].next) = number;
-      block.last_task = number;
-    }
+    return true;
   }
 
-  Int block_at(Int column) const {
-    Int i = 0;
-    while (blocks_[i].columns.until <= column) ++i;
-    return i;
+  /// Pieces from p on that one task updates: the thread's share of those that wait for the same update, since a product
+  /// of many columns packs its left operand less often. Pieces of the next strip go one by one.
+  Int together_with(Int p) const {
+    const auto is_next = [&](Int i) { return i / pieces_per_strip == factored_; };
+    Int waiting = 1;
+    while (p + waiting < pieces_ && !piece_[p + waiting].busy && piece_[p + waiting].updates == piece_[p].updates &&
+           is_behind(p + waiting) == is_behind(p) && !is_next(p))
+      ++waiting;
+    return std::min(parts_of(waiting, threads_), most_together);
   }
 
-  Int m_, n_;
-  bool panels_only_ = true;
-  Int block_count_ = 0, task_count_ = 0;
-  ColumnBlock* blocks_ = nullptr;
-  Task* tasks_ = nullptr;
+  bool update_may_run(Int p) const {
+    const Int update = piece_[p].updates;
+    if (update == updates_of(p)) return false;
+    if (!is_by_the_square(update, p)) return update < factored_;
+    return factored_ == strips_ &&
+           std::all_of(strip_ + first_strips_, strip_ + strips_, [](const Strip& s) { return s.exchanged; });
+  }
+
+  /// True if no update reads strip s any more; all pivots are known then, since every strip to the right has used it.
+  bool exchange_may_run(Int s) const {
+    if (factored_ < strips_) return false;
+    return s >= first_strips_ ||
+           std::all_of(piece_ + inner_pieces_, piece_ + pieces_, [s](const Piece& p) { return p.updates > s; });
+  }
+
+  int threads_;
+  Int k_, n_, strips_, first_strips_, inner_pieces_, pieces_;
+  Piece* piece_ = nullptr;
+  Strip* strip_ = nullptr;
+  Int left_ = 0;
+  Int factored_ = 0;  ///< strips, from the left
+  bool in_panel_ = false;
 };
 
 class Factorisation {
  public:
-  Factorisation(Plan& plan, Int m, Matrix<double> A, Int* ipiv)
-      : plan_(plan), m_(m), A_(A), ipiv_(ipiv), left_(plan.block_count()) {}
+  Factorisation(Account& account, Int m, Matrix<double> A, Int* ipiv) : account_(account), m_(m), A_(A), ipiv_(ipiv) {}
 
-  /// What each thread does: the task nearest to the left that may run, until all are done. Left ones go first, since
-  /// the panels wait for them.
+  /// What each thread does: task after task until all are done.
   void work() {
     pthread_mutex_lock(&mutex_);
-    while (left_ > 0) {
-      const Int i = find_block();
-      if (i < 0) {
-        pthread_mutex_unlock(&mutex_);
-        sched_yield();
-        pthread_mutex_lock(&mutex_);
-        continue;
-      }
-      ColumnBlock& block = plan_.block(i);
-      const Task& task = plan_.task(block.next_task);
-      block.busy = true;
+    while (!account_.is_complete()) {
+      const Task task = account_.begin();
       pthread_mutex_unlock(&mutex_);
+      if (task.kind == Task::Kind::none) sched_yield();
       const Int zero_pivot = run(task);
       pthread_mutex_lock(&mutex_);
-      if (zero_pivot > 0 && (first_zero_pivot_ == 0 || zero_pivot < first_zero_pivot_)) first_zero_pivot_ = zero_pivot;
-      block.busy = false;
-      block.next_task = task.next;
-      if (block.next_task < 0) --left_;
+      if (task.kind == Task::Kind::none) continue;
+      if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
+      account_.end(task);
     }
     pthread_mutex_unlock(&mutex_);
+  }
+
+  /// The first panel, for which everything else waits: its products may use all threads.
+  void begin() {
+    const Task task = account_.begin();
+    first_zero_pivot_ = run(task);
+    account_.end(task);
   }
 
   Int first_zero_pivot() const { return first_zero_pivot_; }
 
  private:
-  bool may_run(Int number) const {
-    const Task& task = plan_.task(number);
-    for (Int i = task.first_block; i <= task.last_block; ++i) {
-      if (i == task.block) continue;
-      const Int pending = plan_.block(i).next_task;
-      if (pending >= 0 && pending < number) return false;
-    }
-    return true;
-  }
-
-  Int find_block() const {
-    for (Int i = 0; i < plan_.block_count(); ++i) {
-      const ColumnBlock& block = plan_.block(i);
-      if (!block.busy && block.next_task >= 0 && may_run(block.next_task)) return i;
-    }
-    return -1;
-  }
-
   /// Position of a pivot that is exactly zero, or 0.
   Int run(const Task& task) const {
     switch (task.kind) {
-      case Kind::panel:
-        return factor_panel(task.source);
-      case Kind::update:
-        update(task.source, plan_.block(task.block).columns);
+      case Task::Kind::none:
         break;
-      case Kind::exchange:
-        exchange(task.source, plan_.block(task.block).columns);
+      case Task::Kind::panel:
+        return factor_panel(task.source);
+      case Task::Kind::update:
+        update(task.source, task.target);
+        break;
+      case Task::Kind::exchange:
+        exchange(task.source, task.target);
         break;
     }
     return 0;
   }
 
   Int factor_panel(Columns panel) const {
-    const Int j = panel.from, jb = std::min(m_ - j, panel.count());
+    const Int j = panel.from;
     Int info = 0;
     x_variant::getrf(m_ - j, panel.count(), nuv::block(A_, j + 1, j + 1), ipiv_ + j, info);
-    for (Int i = 0; i < jb; ++i) ipiv_[j + i] += j;
+    for (Int i = j; i < panel.until; ++i) ipiv_[i] += j;
     return info > 0 ? info + j : 0;
   }
 
@@ -224,35 +248,46 @@ class Factorisation {
     nuv_lapack_dlaswp(&columns, A_.at(1, target.from + 1), &A_.ld, &first, &last, ipiv_, &one);
   }
 
-  /// Columns of U beside a panel, and what lies below them.
-  void update(Columns panel, Columns target) const {
-    exchange(panel, target);
-    const Int jb = panel.count(), r = target.count(), below = m_ - panel.until;
-    const Matrix<double> A12 = nuv::block(A_, panel.from + 1, target.from + 1);
-    blas::trsm('L', 'L', 'N', 'U', jb, r, 1.0, nuv::block(A_, panel.from + 1, panel.from + 1), A12);
+  /// Columns of U beside a strip, and what lies below them.
+  void update(Columns strip, Columns target) const {
+    exchange(strip, target);
+    const Int jb = strip.count(), r = target.count(), below = m_ - strip.until;
+    const Matrix<double> A12 = nuv::block(A_, strip.from + 1, target.from + 1);
+    blas::trsm('L', 'L', 'N', 'U', jb, r, 1.0, nuv::block(A_, strip.from + 1, strip.from + 1), A12);
     if (below > 0) {
-      blas::gemm('N', 'N', below, r, jb, -1.0, nuv::block(A_, panel.until + 1, panel.from + 1), A12, 1.0,
-                 nuv::block(A_, panel.until + 1, target.from + 1));
+      blas::gemm('N', 'N', below, r, jb, -1.0, nuv::block(A_, strip.until + 1, strip.from + 1), A12, 1.0,
+                 nuv::block(A_, strip.until + 1, target.from + 1));
     }
   }
 
-  Plan& plan_;
+  Account& account_;
   Int m_;
   Matrix<double> A_;
   Int* ipiv_;
-  Int left_;
   Int first_zero_pivot_ = 0;
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
+/// Width of the panels of the serial body, 0 if it takes the whole matrix at once.
+Int first_panel(Int m, Int n) {
+  constexpr char name[] = "DGETRF";
+  const Int ispec = 1, none = -1;
+  const Int nb = nuv_lapack_ilaenv(&ispec, name, " ", &m, &n, &none, &none, 6, 1);
+  return nb < std::min(m, n) ? nb : 0;
+}
+
 }  // namespace
 
-bool factor_by_tasks(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads) {
-  Plan plan(m, n);
-  void* const room = plan.bytes() <= UINT32_MAX ? nuv_serv_allocate(static_cast<unsigned>(plan.bytes()), 128) : nullptr;
+bool factor_by_strips(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads) {
+  const Int first = first_panel(m, n);
+  if (first < strip_width) return false;
+  Account account(m, n, first, threads);
+  void* const room =
+      account.bytes() <= UINT32_MAX ? nuv_serv_allocate(static_cast<unsigned>(account.bytes()), 128) : nullptr;
   if (room == nullptr) return false;
-  plan.store_in(room);
-  Factorisation factorisation(plan, m, {a, lda}, ipiv);
+  account.keep_in(room);
+  Factorisation factorisation(account, m, {a, lda}, ipiv);
+  factorisation.begin();
   run_pieces(
       threads, [](void* context, int) { static_cast<Factorisation*>(context)->work(); }, &factorisation);
   if (info == 0) info = factorisation.first_zero_pivot();
