@@ -215,6 +215,9 @@ TYPED_TEST(MachineParameters, TheRangeFollowsFromItsLowerEnd) {
   // An odd number of bits in base two says that one of them is not stored: 1 + 8 + 23 and 1 + 8 + 24.
   EXPECT_EQ(range(2, 23, -125, no).first, 130);
   EXPECT_EQ(range(2, 24, -125, no).first, 129);
+  // The lowest bit of a logical decides.
+  EXPECT_EQ(range(2, 24, -125, 2).first, 129);
+  EXPECT_EQ(range(2, 24, -125, 1).first, 128);
   // Where -emin is a power of two the exponents lie even around zero.
   EXPECT_EQ(range(2, 20, -64, no), std::pair(63, static_cast<R>(std::ldexp(1 - std::ldexp(1.0, -20), 63))));
   EXPECT_EQ(range(2, 20, -64, yes).first, 62);

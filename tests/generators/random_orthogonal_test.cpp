@@ -427,6 +427,26 @@ TYPED_TEST(RandomOrthogonal, WalksAlongTheDiagonalsOfABand) {
   EXPECT_EQ(unused, T(7));
 }
 
+TYPED_TEST(RandomOrthogonal, RotationTestsTheLowestBitOfALogical) {
+  using T = TypeParam;
+  const GuardedMatrix<T> A = random_matrix<T>(this->random, 5, 5, 5);
+  const auto rotated = [&](Logical by_rows, Logical left, Logical right) {
+    GuardedMatrix<T> B = A;
+    T xleft(7), xright(9);
+    routine_call::larot(by_rows, left, right, 4, T(0), T(1), Matrix<T>(B), xleft, xright);
+    std::vector<T> numbers(B.data(), B.data() + 25);
+    numbers.insert(numbers.end(), {xleft, xright});
+    return numbers;
+  };
+  for (const int k : {0, 1, 2, 3, 4, 5, 6, 7}) {
+    const bool by_rows = k & 1, left = k & 2, right = k & 4;
+    const auto odd_or_even = [](bool value) -> Logical { return value ? 1 : 2; };
+    EXPECT_EQ(rotated(odd_or_even(by_rows), odd_or_even(left), odd_or_even(right)),
+              rotated(to_logical(by_rows), to_logical(left), to_logical(right)))
+        << k;
+  }
+}
+
 template <Scalar T>
 struct LarotCall {
   Random random{1};
