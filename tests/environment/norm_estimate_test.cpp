@@ -5,6 +5,7 @@
 
 #include "routines.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {

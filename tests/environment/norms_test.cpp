@@ -7,6 +7,7 @@
 
 #include "environment/service_calls.hpp"
 #include "stored_matrices.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

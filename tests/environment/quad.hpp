@@ -11,6 +11,7 @@
 
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 
@@ -162,6 +163,6 @@ using RealPrecisions = testing::Types<float, double>;
 using ComplexPrecisions = testing::Types<std::complex<float>, std::complex<double>>;
 
 /// How many random cases a test takes.
-inline constexpr int cases = is_sanitized ? 20000 : 120000;
+inline const int cases = is_sanitized ? 20000 : 120000;
 
 }  // namespace nuv::test

@@ -15,15 +15,12 @@
 #include <vector>
 
 #include "frame/pool.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {
 
-#if NUV_SANITIZED
-constexpr long requests = 400'000;
-#else
-constexpr long requests = 10'000'000;
-#endif
+const long requests = is_sanitized ? 400'000 : 10'000'000;
 constexpr int threads = 8;
 constexpr int rounds = 10;
 

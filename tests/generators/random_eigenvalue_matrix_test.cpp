@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <Eigen/SVD>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -103,8 +102,8 @@ template <Scalar T>
 using WideComplexMatrix = Eigen::Matrix<WideComplex<T>, Eigen::Dynamic, Eigen::Dynamic>;
 
 template <Scalar T>
-Eigen::Matrix<WideReal<T>, Eigen::Dynamic, 1> singular_values(const WideComplexMatrix<T>& A) {
-  return Eigen::JacobiSVD<WideComplexMatrix<T>>(A).singularValues();
+WideVector<T> singular_values(const WideComplexMatrix<T>& A) {
+  return wide_singular_values<std::complex<Real<T>>>(A);
 }
 
 /// How little A must change, in the two-norm, to have this eigenvalue: unlike the distance to the nearest eigenvalue of

@@ -71,7 +71,7 @@ TYPED_TEST(RandomOrthogonal, IsOrthogonalFromEitherSide) {
   using T = TypeParam;
   for (const Int n : orders) {
     const WideMatrix<T> U = random_u<T>(n);
-    EXPECT_LE((difference<T>(U.adjoint() * U, identity<T>(n, n))), threshold) << n;
+    EXPECT_LE((difference<T>(product<T>(U.adjoint(), U), identity<T>(n, n))), threshold) << n;
     for (const char init : {'I', 'i'}) {
       for (const char side : {'R', 'r'}) {
         // The same numbers give the conjugate transpose on the other side.
@@ -91,8 +91,8 @@ Wide<T> reflect(WideMatrix<T>& U, const std::vector<T>& vector) {
   for (std::size_t k = 0; k < vector.size(); ++k) v(first + Eigen::Index(k), 0) = wide(vector[k]);
   const Wide<T> head = v(first, 0), direction = head / std::abs(head);
   v(first, 0) += direction * v.norm();
-  const WideMatrix<T> product = v.adjoint() * U;
-  U -= WideReal<T>(2) / v.squaredNorm() * v * product;
+  const WideMatrix<T> row = product<T>(v.adjoint(), U);
+  U -= WideReal<T>(2) / v.squaredNorm() * product<T>(v, row);
   return Wide<T>(0) - direction;
 }
 
@@ -127,15 +127,15 @@ TYPED_TEST(RandomOrthogonal, MultipliesAGivenMatrix) {
       const GuardedMatrix<T> A = random_matrix<T>(this->random, m, n, m + m % 3);
       for (const char init : {'N', 'n', 'x'}) {
         const WideMatrix<T> left = wide(laror<T>('L', init, A).A), right = wide(laror<T>('r', init, A).A);
-        EXPECT_LE((difference<T>(left, U * wide(A))), threshold) << m << " by " << n;
-        EXPECT_LE((difference<T>(right, wide(A) * V)), threshold) << m << " by " << n;
+        EXPECT_LE((difference<T>(left, product<T>(U, wide(A)))), threshold) << m << " by " << n;
+        EXPECT_LE((difference<T>(right, product<T>(wide(A), V))), threshold) << m << " by " << n;
       }
       // From the identity, which need not be square, come the first columns or rows of U.
       const WideMatrix<T> columns = wide(laror<T>('l', 'I', A).A);
-      EXPECT_LE((difference<T>(columns, U * identity<T>(m, n))), threshold) << m << " by " << n;
+      EXPECT_LE((difference<T>(columns, product<T>(U, identity<T>(m, n)))), threshold) << m << " by " << n;
     }
     const GuardedMatrix<T> A = random_matrix<T>(this->random, m, m, m + 1);
-    const WideMatrix<T> similar = U * wide(A) * U.adjoint();
+    const WideMatrix<T> similar = product<T>(product<T>(U, wide(A)), U.adjoint());
     for (const char side : {'C', 'c'}) {
       EXPECT_LE((difference<T>(wide(laror<T>(side, 'N', A).A), similar)), threshold) << m;
     }
@@ -183,7 +183,7 @@ TYPED_TEST(RandomOrthogonal, IsDistributedByHaarsMeasure) {
     square += U.cwiseAbs2();
     trace += U.trace();
     trace_square += std::norm(U.trace());
-    square_trace += (U * U).trace();
+    square_trace += product<T>(U, U).trace();
   }
   // Standard deviations of these means: those of one draw are at most 1/2 for elements and their squares, 1 for the
   // trace, 2 for its square and 2 for the trace of the square; four and a half of them, for 40 quantities.
@@ -285,7 +285,7 @@ TYPED_TEST(RandomOrthogonal, SimilarityIsThatOfRandomReflections) {
       routine_call::large(n, Matrix<T>(A), seed.data(), work.data(), info);
       EXPECT_EQ(info, 0);
       const WideMatrix<T> U = product_of_reflections<T>(n, expected_seed);
-      EXPECT_LE((difference<T>(wide(A), U * original * U.adjoint())), threshold) << n;
+      EXPECT_LE((difference<T>(wide(A), product<T>(product<T>(U, original), U.adjoint()))), threshold) << n;
       EXPECT_EQ(seed, expected_seed);
       EXPECT_TRUE(A.guards_unchanged());
       EXPECT_TRUE(work.guards_unchanged());

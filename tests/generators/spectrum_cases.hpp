@@ -2,14 +2,12 @@
 
 // What tests of matrices with a given spectrum share: states of the random numbers, and the spectrum that a matrix has.
 
-#include <Eigen/Eigenvalues>
-#include <Eigen/SVD>
 #include <algorithm>
 #include <array>
 #include <vector>
 
 #include "routines.hpp"
-#include "support/wide.hpp"
+#include "support/wide_spectrum.hpp"
 
 namespace nuv::test {
 
@@ -48,13 +46,13 @@ Spectrum<T> requested_singular_values(const Real<T>* d, Int count) {
 
 template <Scalar T>
 Spectrum<T> eigenvalues(const WideMatrix<T>& A) {
-  const auto values = Eigen::SelfAdjointEigenSolver<WideMatrix<T>>(A, Eigen::EigenvaluesOnly).eigenvalues().eval();
+  const WideVector<T> values = wide_eigenvalues<T>(A);
   return in_decreasing_order<T>(Spectrum<T>(values.data(), values.data() + values.size()));
 }
 
 template <Scalar T>
 Spectrum<T> singular_values(const WideMatrix<T>& A) {
-  const auto values = Eigen::JacobiSVD<WideMatrix<T>>(A).singularValues().eval();
+  const WideVector<T> values = wide_singular_values<T>(A);
   return Spectrum<T>(values.data(), values.data() + values.size());
 }
 

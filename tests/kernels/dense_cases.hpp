@@ -7,6 +7,7 @@
 #include "kernels/vector_cases.hpp"
 #include "support/argument_checks.hpp"
 #include "support/options.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 
@@ -30,7 +31,7 @@ inline std::vector<Int> dense_orders() {
 
 /// Orders for which vectors with other increments than one take more room than the kernels set aside for copies.
 template <Scalar T>
-constexpr Int order_of_several_pieces = is_sanitized ? 71 : 16384 / Int{sizeof(T)} + 37;
+const Int order_of_several_pieces = is_sanitized ? 71 : 16384 / Int{sizeof(T)} + 37;
 
 /// Contiguous vectors longer than what the kernels work on at a time.
 template <Scalar T>

@@ -3,6 +3,7 @@
 #include "blas.hpp"
 #include "kernels/stored_matrices.hpp"
 #include "support/reported_errors.hpp"
+#include "support/sanitized.hpp"
 #include "support/sparse_array.hpp"
 
 namespace nuv::test {

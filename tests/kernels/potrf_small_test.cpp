@@ -4,6 +4,7 @@
 
 #include "blas.hpp"
 #include "solvers/definite.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

@@ -15,6 +15,7 @@
 #include "support/options.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {

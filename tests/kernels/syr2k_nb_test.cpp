@@ -6,6 +6,7 @@
 #include "support/argument_checks.hpp"
 #include "support/kernel_cases.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {

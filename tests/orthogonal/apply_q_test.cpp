@@ -9,6 +9,7 @@
 
 #include "orthogonal/products_with_q.hpp"
 #include "support/argument_checks.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {
@@ -112,7 +113,7 @@ TYPED_TEST(ApplyQ, TakesBlocksAsWideAsTheirTableSays) {
 
 TYPED_TEST(ApplyQ, TakesItsWidestBlocks) {
   using T = TypeParam;
-  if constexpr (!ComplexScalar<T> && !is_sanitized) {
+  if (!ComplexScalar<T> && !is_sanitized) {
     const ProductWithQ<T> product(this->random, forms[0], true, false, {1500, 1000, 130});
     ASSERT_EQ(product.block_size(), 128);
     const GuardedMatrix<T> expected = product.by_blocks();

@@ -7,6 +7,7 @@
 #include "orthogonal/reflectors.hpp"
 #include "support/options.hpp"
 #include "support/reported_errors.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

@@ -4,6 +4,7 @@
 
 #include "orthogonal/products_with_q.hpp"
 #include "support/argument_checks.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

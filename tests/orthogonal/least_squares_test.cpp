@@ -9,6 +9,7 @@
 #include "support/argument_checks.hpp"
 #include "support/described_matrices.hpp"
 #include "support/options.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {
@@ -109,8 +110,8 @@ WideMatrix<T> normalized(const WideMatrix<T>& A) {
 template <Scalar T>
 double error_of_least_squares(const Problem<T>& problem, const WideMatrix<T>& X) {
   const WideMatrix<T> A = problem.matrix(), B = problem.right_hand_sides();
-  const WideMatrix<T> R = (B - A * X) / B.cwiseAbs().maxCoeff(), adjoint = normalized<T>(A).adjoint();
-  return one_norm(WideMatrix<T>(adjoint * R)) /
+  const WideMatrix<T> R = (B - product<T>(A, X)) / B.cwiseAbs().maxCoeff(), adjoint = normalized<T>(A).adjoint();
+  return one_norm(product<T>(adjoint, R)) /
          (one_norm(adjoint) * one_norm(normalized<T>(B)) * problem.longer() * epsilon<T>);
 }
 
@@ -144,7 +145,7 @@ void expect_solution(const Problem<T>& problem, const Solved<T>& solved) {
 template <Scalar T>
 void expect_norms_of_residuals(const Problem<T>& problem, const Solved<T>& solved) {
   const WideMatrix<T> rows = wide(solved.B), X = rows.topRows(problem.unknowns());
-  const WideMatrix<T> R = problem.right_hand_sides() - problem.matrix() * X;
+  const WideMatrix<T> R = problem.right_hand_sides() - product<T>(problem.matrix(), X);
   for (Int j = 0; j < problem.sizes.nrhs; ++j) {
     const auto norm = R.col(j).norm();
     const auto reported = rows.col(j).bottomRows(problem.equations() - problem.unknowns()).norm();

@@ -3,6 +3,7 @@
 #include "orthogonal/factored.hpp"
 #include "support/argument_checks.hpp"
 #include "support/described_matrices.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

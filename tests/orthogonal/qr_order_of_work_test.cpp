@@ -6,6 +6,7 @@
 #include "orthogonal/factored.hpp"
 #include "solvers/recording_layer.hpp"
 #include "support/reported_errors.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

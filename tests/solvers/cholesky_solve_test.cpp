@@ -7,6 +7,7 @@
 #include "solvers/definite.hpp"
 #include "support/argument_checks.hpp"
 #include "support/described_matrices.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

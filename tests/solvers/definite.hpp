@@ -8,6 +8,7 @@
 #include "layer.hpp"
 #include "support/options.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {

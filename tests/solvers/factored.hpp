@@ -6,6 +6,7 @@
 
 #include "layer.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {

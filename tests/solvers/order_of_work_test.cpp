@@ -11,6 +11,7 @@
 #include "solvers/recording_layer.hpp"
 #include "support/options.hpp"
 #include "support/reported_errors.hpp"
+#include "support/sanitized.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::test {

@@ -7,6 +7,7 @@
 
 #include "support/options.hpp"
 #include "support/precisions.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 

@@ -32,7 +32,4 @@ std::string reported_name(const std::string& operation) {
   return name;
 }
 
-/// True in a build whose checks make every access dear; tests leave out their largest sizes then.
-inline constexpr bool is_sanitized = NUV_SANITIZED;
-
 }  // namespace nuv::test

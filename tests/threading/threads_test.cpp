@@ -20,6 +20,7 @@
 #include "support/child_process.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <Eigen/Core>
-#include <Eigen/Eigenvalues>
-#include <Eigen/SVD>
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "nuv_command.hpp"
+#include "support/wide_spectrum.hpp"
 #include "tools/dense_matrix.hpp"
 #include "tools/matrix_market.hpp"
 
@@ -24,7 +23,7 @@ using tools::Layout;
 using tools::MatrixMarket;
 using tools::Symmetry;
 using Complex = std::complex<long double>;
-using Dense = Eigen::Matrix<Complex, Eigen::Dynamic, Eigen::Dynamic>;
+using Dense = WideMatrix<std::complex<double>>;
 using Values = std::vector<long double>;
 using Words = std::vector<std::string>;
 
@@ -96,12 +95,12 @@ Values in_order(Values values) {
 }
 
 Values singular_values(const Dense& a) {
-  const auto values = Eigen::JacobiSVD<Dense>(a).singularValues().eval();
+  const auto values = wide_singular_values<std::complex<double>>(a);
   return in_order(Values(values.begin(), values.end()));
 }
 
 Values eigenvalues(const Dense& a) {
-  const auto values = Eigen::SelfAdjointEigenSolver<Dense>(a, Eigen::EigenvaluesOnly).eigenvalues().eval();
+  const auto values = wide_eigenvalues<std::complex<double>>(a);
   return in_order(Values(values.begin(), values.end()));
 }
 
