@@ -66,7 +66,7 @@ template <Scalar T>
 double factor_error(const ReflectorBlock<T>& block, const GuardedMatrix<T>& t) {
   Random random(5);
   const WideMatrix<T> V = block.vectors(), X = random_wide<T>(random, block.n, 3);
-  const WideMatrix<T> by_factor = X - V * (wide_factor(block.form, t) * (V.adjoint() * X));
+  const WideMatrix<T> by_factor = X - product<T>(V, product<T>(wide_factor(block.form, t), product<T>(V.adjoint(), X)));
   return relative_distance<T>(by_factor, block.times(false, X), block.n);
 }
 

@@ -85,7 +85,7 @@ struct Problem {
   double error_of(const GuardedMatrix<T>& formed) const {
     if (lines.count == 0) return 0;
     const WideMatrix<T> computed = wide(formed), columns = Q.form.columnwise() ? computed : computed.adjoint();
-    const WideMatrix<T> gram = columns.adjoint() * columns;
+    const WideMatrix<T> gram = product<T>(columns.adjoint(), columns);
     const double defect =
         one_norm(WideMatrix<T>(gram - WideMatrix<T>::Identity(lines.count, lines.count))) / (lines.order * epsilon<T>);
     const double distance = relative_distance<T>(computed, expected(), lines.order);

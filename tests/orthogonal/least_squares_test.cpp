@@ -392,7 +392,7 @@ TYPED_TEST(LeastSquares, FitsMatricesThatAreHardToSolveWith) {
           // The fit is the best one of a matrix A + E with E of size n eps ||A||; what that leaves in A^H R is
           // A^H E X + E^H R, of which the former is the larger part where A is ill-conditioned and X large.
           const double allowed = one_norm(WideMatrix<T>(A.adjoint())) * (one_norm(A) * one_norm(X) + one_norm(B));
-          const double left = one_norm(WideMatrix<T>(A.adjoint() * (B - A * X)));
+          const double left = one_norm(product<T>(A.adjoint(), B - product<T>(A, X)));
           EXPECT_LT(left / (allowed * problem.longer() * epsilon<T>), threshold);
         }
       }

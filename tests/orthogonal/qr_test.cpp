@@ -276,7 +276,8 @@ TYPED_TEST(Qr, OfAPanelComesWithTheFactorOfItsReflectors) {
     EXPECT_TRUE(t.guards_unchanged());
     const WideMatrix<T> V = f.vectors(), X = random_wide<T>(this->random, m, 3);
     const WideMatrix<T> F = wide(t).topRows(k).template triangularView<Eigen::Upper>();
-    EXPECT_LT(relative_distance<T>(X - V * (F * (V.adjoint() * X)), f.times(false, X), m), threshold);
+    EXPECT_LT(relative_distance<T>(X - product<T>(V, product<T>(F, product<T>(V.adjoint(), X))), f.times(false, X), m),
+              threshold);
   }
 }
 

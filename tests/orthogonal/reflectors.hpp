@@ -31,8 +31,7 @@ inline std::string to_string(const Form& form) {
 /// (I - tau v v^H) X
 template <Scalar T>
 void reflect(const WideMatrix<T>& v, Wide<T> tau, WideMatrix<T>& X) {
-  const WideMatrix<T> products = v.adjoint() * X;
-  X.noalias() -= v * (tau * products);
+  for (Eigen::Index j = 0; j < X.cols(); ++j) X.col(j) -= (tau * v.col(0).dot(X.col(j))) * v.col(0);
 }
 
 /// Applies a random reflector to a random matrix by apply(v, tau, C, work): H C or C H. Gives the largest error of an
