@@ -90,6 +90,10 @@ struct LatmrCall {
     return arrays.A.unchanged() && arrays.d.unchanged() && arrays.dl.unchanged() && arrays.dr.unchanged() &&
            arrays.seed == first_seed && iwork[0] == 0;
   }
+  void put_zero_into_dl() {
+    arrays.dl(6) = 0;
+    arrays.dl.seal();
+  }
 };
 
 TYPED_TEST(RandomMatrixChecks, ChecksItsArguments) {
@@ -158,11 +162,6 @@ struct SimilarLatmrCall : LatmrCall<T> {
   SimilarLatmrCall() {
     this->options.grade = 'E';
     this->options.model = 0;
-  }
-
-  void put_zero_into_dl() {
-    this->arrays.dl(6) = 0;
-    this->arrays.dl.seal();
   }
 };
 
@@ -244,8 +243,7 @@ template <Scalar T>
 void put_zero_into_dl(LatmrCall<T>& call, char grade, Int model) {
   call.options.grade = grade;
   call.options.model = model;
-  call.arrays.dl(6) = 0;
-  call.arrays.dl.seal();
+  call.put_zero_into_dl();
 }
 
 TYPED_TEST(RandomMatrixChecks, ChecksTheDivisorsOfAGrading) {

@@ -42,7 +42,7 @@ struct Task {
   enum class Kind { none, panel, update, exchange } kind = Kind::none;
   Columns source = {}, target = {};
   Int index = 0;  ///< of the strip (panel, exchange) or of the first piece (update)
-  Int count = 1;  ///< pieces
+  Int count = 0;  ///< of pieces, or 1
 };
 
 /// How the serial body divides an m by n matrix, and how far the factorisation is.
@@ -90,7 +90,7 @@ class Account {
   Task begin() {
     if (panel_may_run()) {
       in_panel_ = true;
-      return {Task::Kind::panel, strip_columns(factored_), {}, factored_};
+      return {Task::Kind::panel, strip_columns(factored_), {}, factored_, 1};
     }
     for (Int p = 0; p < pieces_; ++p) {
       if (piece_[p].busy || !update_may_run(p)) continue;
@@ -106,7 +106,7 @@ class Account {
       if (strip_[s].exchanged || strip_[s].in_exchange || !exchange_may_run(s)) continue;
       strip_[s].in_exchange = true;
       const Columns strip = strip_columns(s);
-      return {Task::Kind::exchange, {strip.until, k_}, strip, s};
+      return {Task::Kind::exchange, {strip.until, k_}, strip, s, 1};
     }
     return {};
   }
@@ -156,12 +156,13 @@ class Account {
   /// Pieces from p on that one task updates: the thread's share of those that wait for the same update, since a product
   /// of many columns packs its left operand less often. Pieces of the next strip go one by one.
   Int together_with(Int p) const {
-    const auto is_next = [&](Int i) { return i / pieces_per_strip == factored_; };
-    Int waiting = 1;
-    while (p + waiting < pieces_ && !piece_[p + waiting].busy && piece_[p + waiting].updates == piece_[p].updates &&
-           is_behind(p + waiting) == is_behind(p) && !is_next(p))
-      ++waiting;
-    return std::min(parts_of(waiting, threads_), most_together);
+    if (p / pieces_per_strip == factored_) return 1;
+    const auto waits_likewise = [&](Int i) {
+      return !piece_[i].busy && piece_[i].updates == piece_[p].updates && is_behind(i) == is_behind(p);
+    };
+    Int end = p + 1;
+    while (end < pieces_ && waits_likewise(end)) ++end;
+    return std::min(parts_of(end - p, threads_), most_together);
   }
 
   bool update_may_run(Int p) const {
@@ -198,10 +199,8 @@ class Factorisation {
     while (!account_.is_complete()) {
       const Task task = account_.begin();
       pthread_mutex_unlock(&mutex_);
-      if (task.kind == Task::Kind::none) sched_yield();
       const Int zero_pivot = run(task);
       pthread_mutex_lock(&mutex_);
-      if (task.kind == Task::Kind::none) continue;
       if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
       account_.end(task);
     }
@@ -222,6 +221,7 @@ class Factorisation {
   Int run(const Task& task) const {
     switch (task.kind) {
       case Task::Kind::none:
+        sched_yield();
         break;
       case Task::Kind::panel:
         return factor_panel(task.source);
