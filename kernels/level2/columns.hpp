@@ -100,6 +100,15 @@ constexpr int padded(int n) {
   return (n + strip_rows<T> - 1) / strip_rows<T> * strip_rows<T>;
 }
 
+/// Asks for what stands further down in a column. A loop that does two things with each element fills the processor's
+/// window before it looks far ahead, and the prefetchers begin anew with each page of each column: from memory, such a
+/// loop is a sixth faster this way. The distance was measured on Zen 4; 16 to 32 lines are alike.
+template <Scalar T>
+[[gnu::always_inline]] inline void prefetch_further_down(const T* column) {
+  constexpr int lines = 24, second_level_cache = 2;
+  __builtin_prefetch(column + lines * 64 / sizeof(T), 0, second_level_cache);
+}
+
 /// Calls visit(i, rows) for the strips of m rows; i is the first row, `rows` a WholeStrip or the StripTail at the end.
 template <Scalar T, class Visit>
 [[gnu::always_inline]] inline void for_each_strip(std::ptrdiff_t m, Visit visit) {
@@ -315,7 +324,9 @@ template <int columns, bool conjugated, Scalar T>
         Combination<T> sum;
 #pragma GCC unroll 8
         for (int j = 0; j < columns; ++j) {
-          const Strip<T> column = load_strip(a + j * lda + i, rows);
+          const T* const from = a + j * lda + i;
+          const Strip<T> column = load_strip(from, rows);
+          prefetch_further_down(from);
           sum.add(j, column, factor[j]);
           sums.add(j, column, strip);
         }

@@ -129,7 +129,9 @@ template <int most, bool upper, Corner kind, Scalar T>
           Combination<T> sum;
 #pragma GCC unroll 8
           for (int j = 0; j < most; ++j) {
-            const Strip<T> column = load_strip(panel.rectangle + j * ld + i, rows);
+            const T* const from = panel.rectangle + j * ld + i;
+            const Strip<T> column = load_strip(from, rows);
+            if constexpr (traits.down && traits.across) prefetch_further_down(from);
             if constexpr (traits.down) sum.add(j, column, factor[j]);
             if constexpr (traits.across) across.add(j, column, strip);
           }

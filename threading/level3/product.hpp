@@ -144,12 +144,13 @@ class BlockedProduct {
       for (Int l = 0; l < k_; l += room_.depth) {
         const Range steps{l, std::min(room_.depth, k_ - l)};
         const Update<T> update{alpha, l == 0 ? beta : T(1)};
-        if constexpr (!b_in_place) pack_b(columns, steps);
+        bool needs_b = !b_in_place;
         for (Int i = 0; i < m_; i += room_.height) {
           const Range rows{i, std::min(room_.height, m_ - i)};
           if (is_outside(region_, rows.first, columns.first, rows.count, columns.count)) continue;
           if constexpr (!a_in_place) pack_a(rows, steps);
-          multiply_block(rows, columns, steps, update);
+          multiply_block(rows, columns, steps, update, needs_b);
+          needs_b = false;
         }
       }
     }
@@ -175,18 +176,21 @@ class BlockedProduct {
     }
   }
 
-  void pack_b(Range columns, Range steps) const {
-    for (Int j = 0; j < columns.count; j += tile_columns) {
+  /// Slivers from column j on until another.
+  void pack_b(Int j, Int until, Range columns, Range steps) const {
+    for (; j < until; j += tile_columns) {
       const int count = std::min<Int>(tile_columns, columns.count - j);
       pack_sliver<Layout::pairs, tile_columns>(B_, columns.first + j, count, tile_columns, steps.first, steps.count,
                                                sliver_of_b(j, steps.count));
     }
   }
 
-  void multiply_block(Range rows, Range columns, Range steps, Update<T> update) const {
+  /// The first block of rows packs B piece by piece: the tiles find fresh slivers in the first-level cache.
+  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b) const {
     constexpr Int panel = Block<T>::panel;
     for (Int panel_from = 0; panel_from < columns.count; panel_from += panel) {
       const Int panel_until = std::min(columns.count, panel_from + panel);
+      if (needs_b) pack_b(panel_from, panel_until, columns, steps);
       for (Int i = 0; i < rows.count; i += tile_rows) {
         for (Int j = panel_from; j < panel_until; j += tile_columns)
           multiply_tile_at(i, j, rows, columns, steps, update);

@@ -73,8 +73,9 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     for (int i = 0; i < row_vectors; ++i) sum[j][i] = Simd<R>{};
   }
   for (int j = 0; j < columns; ++j) {
-    for (int i = 0; i < rows; i += 64 / static_cast<int>(sizeof(R)))
-      __builtin_prefetch(c + std::ptrdiff_t{j} * ldc + i, 1);
+    const R* const cj = c + std::ptrdiff_t{j} * ldc;
+    for (int i = 0; i < rows; i += 64 / static_cast<int>(sizeof(R))) __builtin_prefetch(cj + i, 1);
+    __builtin_prefetch(cj + rows - 1, 1);
   }
   for (Int l = 0; l < depth; ++l) {
     Simd<R> column[row_vectors];
