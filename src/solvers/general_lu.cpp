@@ -112,11 +112,11 @@ void getf2(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
     ipiv[j - 1] = jp;
     if (A(jp, j) != T(0)) {
       if (jp != j) blas::swap(n, row(A, j, 1), row(A, jp, 1));
-      blas::scal(m - j, quotient(T(1), A(j, j)), column(A, j + 1, j));
+      if (j < m) blas::scal(m - j, quotient(T(1), A(j, j)), column(A, j + 1, j));
     } else if (info == 0) {
       info = j;
     }
-    if (j > 1) blas::gemv('T', j - 1, n - j, T(-1), block(A, 1, j + 1), row(A, j, 1), T(1), row(A, j, j + 1));
+    if (j > 1 && j < n) blas::gemv('T', j - 1, n - j, T(-1), block(A, 1, j + 1), row(A, j, 1), T(1), row(A, j, j + 1));
   }
 }
 
