@@ -149,7 +149,7 @@ class BlockedProduct {
           const Range rows{i, std::min(room_.height, m_ - i)};
           if (is_outside(region_, rows.first, columns.first, rows.count, columns.count)) continue;
           if constexpr (!a_in_place) pack_a(rows, steps);
-          multiply_block(rows, columns, steps, update, needs_b);
+          multiply_block(rows, columns, steps, update, needs_b, next_block_of_a(rows, steps));
           needs_b = false;
         }
       }
@@ -163,6 +163,32 @@ class BlockedProduct {
   struct Range {
     Int first, count;
   };
+
+  /// Memory that is to be packed next: pieces of `lines` lines each, `apart` bytes from each other.
+  struct Lines {
+    const char* first = nullptr;
+    Int lines = 0, pieces = 0;
+    std::ptrdiff_t apart = 0;
+
+    Ahead line(Int i) const { return i < lines ? Ahead{first + i * line_bytes, apart, pieces} : Ahead{}; }
+  };
+  static constexpr int line_bytes = 64;
+
+  /// The last tiles of a block ask for the next one: packing would otherwise wait for memory.
+  Lines next_block_of_a(Range rows, Range steps) const {
+    if (a_in_place || A_.structure != Structure::full) return {};
+    Int i = rows.first + rows.count, l = steps.first;
+    if (i >= m_) {
+      i = 0;
+      l += steps.count;
+    }
+    if (l >= k_) return {};
+    const Int next_rows = std::min(room_.height, m_ - i), next_steps = std::min(room_.depth, k_ - l);
+    const auto lines = [](Int count) { return (count * Int{sizeof(T)} + line_bytes - 1) / line_bytes; };
+    const char* const first = reinterpret_cast<const char*>(A_.at(i, l));
+    return A_.along == 1 ? Lines{first, lines(next_rows), next_steps, A_.deep * std::ptrdiff_t{sizeof(T)}}
+                         : Lines{first, lines(next_steps), next_rows, A_.along * std::ptrdiff_t{sizeof(T)}};
+  }
 
   static Int padded(int rows) { return round_up(rows, lanes<Real<T>>); }
   Real<T>* sliver_of_a(Int i, Int depth) const { return room_.a + std::ptrdiff_t{i} * depth * parts; }
@@ -186,21 +212,23 @@ class BlockedProduct {
   }
 
   /// The first block of rows packs B piece by piece: the tiles find fresh slivers in the first-level cache.
-  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b) const {
+  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Lines next) const {
+    const auto tiles = [](Int n, Int size) { return (n + size - 1) / size; };
+    Int tiles_left = tiles(rows.count, tile_rows) * tiles(columns.count, tile_columns);
     constexpr Int panel = Block<T>::panel;
     for (Int panel_from = 0; panel_from < columns.count; panel_from += panel) {
       const Int panel_until = std::min(columns.count, panel_from + panel);
       if (needs_b) pack_b(panel_from, panel_until, columns, steps);
       for (Int i = 0; i < rows.count; i += tile_rows) {
         for (Int j = panel_from; j < panel_until; j += tile_columns)
-          multiply_tile_at(i, j, rows, columns, steps, update);
+          multiply_tile_at(i, j, rows, columns, steps, update, next.line(--tiles_left));
       }
     }
   }
 
   /// The tile with row i and column j of a block.
-  [[gnu::always_inline]] void multiply_tile_at(Int i, Int j, Range rows, Range columns, Range steps,
-                                               Update<T> update) const {
+  [[gnu::always_inline]] void multiply_tile_at(Int i, Int j, Range rows, Range columns, Range steps, Update<T> update,
+                                               Ahead ahead) const {
     const int height = std::min<Int>(tile_rows, rows.count - i), width = std::min<Int>(tile_columns, columns.count - j);
     const Int i0 = rows.first + i, j0 = columns.first + j;
     if (is_outside(region_, i0, j0, height, width)) return;
@@ -226,7 +254,7 @@ class BlockedProduct {
     if (crosses_diagonal(region_, i0, j0, height, width)) {
       multiply_tile_in_region(region_, i0, j0, depth, from.a, from.b, update, C_, height, width);
     } else {
-      multiply_tile_of_height<in_place>(depth, from, update, C_.at(i0 + 1, j0 + 1), C_.ld, height, width);
+      multiply_tile_of_height<in_place>(depth, from, update, C_.at(i0 + 1, j0 + 1), C_.ld, height, width, ahead);
     }
   }
 

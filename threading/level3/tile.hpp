@@ -46,14 +46,40 @@ struct TileOperands {
   std::ptrdiff_t a_deep = 0, b_deep = 0, b_along = 1;
 };
 
+/// What a tile of packed slivers asks for in passing, one line a step: `count` places in memory, `apart` bytes from
+/// each other. The addresses need not be valid.
+struct Ahead {
+  const char* first = nullptr;
+  std::ptrdiff_t apart = 0;
+  Int count = 0;
+};
+
 /// Which operands are read where they are: there are no slivers of them.
 enum class InPlace { none, b, both };
+
+namespace tile_detail {
+
+/// Calls step() `depth` times and asks for what lies ahead.
+template <bool looks_ahead, class Step>
+[[gnu::always_inline]] inline void for_each_step(Int depth, Ahead ahead, Step step) {
+  Int l = 0;
+  if constexpr (looks_ahead) {
+    for (const Int end = std::min(depth, ahead.count); l < end; ++l) {
+      __builtin_prefetch(ahead.first, 0, 2);
+      ahead.first += ahead.apart;
+      step();
+    }
+  }
+  for (; l < depth; ++l) step();
+}
+
+}  // namespace tile_detail
 
 /// C := alpha A B + beta C for one tile of C with `rows` by `columns` elements, 0 < rows <= row_vectors vectors,
 /// 0 < columns <= Tile::columns, from `depth` steps.
 template <int row_vectors, InPlace in_place, RealScalar R>
 [[gnu::noinline]] void multiply_tile(Int depth, TileOperands<R> from, Update<R> update, R* c, Int ldc, int rows,
-                                     int columns) {
+                                     int columns, Ahead ahead = {}) {
   constexpr int tile_columns = Tile<R>::columns;
   constexpr int width = lanes<R>;
   constexpr bool a_in_place = in_place == InPlace::both, b_in_place = in_place != InPlace::none;
@@ -77,7 +103,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     for (int i = 0; i < rows; i += 64 / static_cast<int>(sizeof(R))) __builtin_prefetch(cj + i, 1);
     __builtin_prefetch(cj + rows - 1, 1);
   }
-  for (Int l = 0; l < depth; ++l) {
+  const auto step = [&] __attribute__((always_inline)) {
     Simd<R> column[row_vectors];
     if constexpr (a_in_place) {
       // The tile below comes next. Its columns are short pieces far apart, which the processor doesn't foresee.
@@ -98,7 +124,8 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     }
     a += a_deep;
     b += b_deep;
-  }
+  };
+  tile_detail::for_each_step<!a_in_place>(depth, ahead, step);
   const Simd<R> alpha = simd::broadcast(update.alpha);
   const Simd<R> beta = simd::broadcast(update.beta);
 #pragma GCC unroll 16
@@ -124,7 +151,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 /// rows; a sliver of B holds for each step pairs of real and imaginary part.
 template <int row_vectors, InPlace in_place, RealScalar R>
 [[gnu::noinline]] void multiply_tile(Int depth, TileOperands<std::complex<R>> from, Update<std::complex<R>> update,
-                                     std::complex<R>* c, Int ldc, int rows, int columns) {
+                                     std::complex<R>* c, Int ldc, int rows, int columns, Ahead ahead = {}) {
   static_assert(in_place == InPlace::none);
   constexpr int tile_columns = Tile<std::complex<R>>::columns;
   constexpr int width = lanes<R>;
@@ -135,7 +162,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) re[j][i] = im[j][i] = Simd<R>{};
   }
-  for (Int l = 0; l < depth; ++l) {
+  const auto step = [&] __attribute__((always_inline)) {
     Simd<R> column_re[row_vectors], column_im[row_vectors];
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) {
@@ -159,7 +186,8 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     }
     a += 2 * row_vectors * width;
     b += 2 * tile_columns;
-  }
+  };
+  tile_detail::for_each_step<true>(depth, ahead, step);
   const Simd<R> alpha_re = simd::broadcast(update.alpha.real()), alpha_im = simd::broadcast(update.alpha.imag());
   const Simd<R> beta_re = simd::broadcast(update.beta.real()), beta_im = simd::broadcast(update.beta.imag());
   const bool writes_only = update.beta == std::complex<R>(0);
@@ -191,13 +219,13 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 /// A tile with as many row vectors as `rows` needs.
 template <InPlace in_place, Scalar T, int row_vectors = Tile<T>::row_vectors>
 void multiply_tile_of_height(Int depth, const TileOperands<T>& from, Update<T> update, T* c, Int ldc, int rows,
-                             int columns) {
+                             int columns, Ahead ahead = {}) {
   if constexpr (row_vectors > 1) {
     if (rows <= (row_vectors - 1) * lanes<Real<T>>) {
-      return multiply_tile_of_height<in_place, T, row_vectors - 1>(depth, from, update, c, ldc, rows, columns);
+      return multiply_tile_of_height<in_place, T, row_vectors - 1>(depth, from, update, c, ldc, rows, columns, ahead);
     }
   }
-  multiply_tile<row_vectors, in_place>(depth, from, update, c, ldc, rows, columns);
+  multiply_tile<row_vectors, in_place>(depth, from, update, c, ldc, rows, columns, ahead);
 }
 
 /// The same for packed slivers.
