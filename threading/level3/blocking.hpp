@@ -26,13 +26,14 @@ struct Tile {
 
 /// Sizes of the packed blocks, in elements. A sliver of B (depth by Tile::columns) stays in the first-level cache while
 /// the slivers of A pass by; the block of A (height by depth) takes half of a second-level cache of 512 KiB or more;
-/// the block of B (depth by width) takes a part of the last-level cache.
+/// the block of B (depth by width) takes 1.5 MiB, a small part of the last-level cache. (On Zen 4 blocks of 1 to 2 MiB
+/// are alike, and faster than 8 MiB by 3 to 6 % from order 2000 on.)
 template <Scalar T>
 struct Block {
   static constexpr bool wide_tiles = simd::vector_registers == 32;
 
   static constexpr Int depth = sizeof(T) == 4 ? 384 : sizeof(T) == 8 ? 256 : 192;
-  static constexpr Int width = 4096 / Tile<T>::columns * Tile<T>::columns;
+  static constexpr Int width = 1536 * 1024 / (depth * Int{sizeof(T)}) / Tile<T>::columns * Tile<T>::columns;
 
   /// A product of few steps takes more rows at once, so that C is walked in long pieces of columns.
   static constexpr Int height_bytes = (wide_tiles ? 384 : 192) * 1024;
@@ -48,11 +49,11 @@ struct Block {
   /// Packing pays when enough tiles read a sliver, and when it mends the way memory is read. With at most few_rows rows
   /// B is read where it is, each element by up to 16 tiles. A is read where it is, by columns, with at most few_columns
   /// columns of C, or if all of it stays in a cache that feeds the tile: half of a second-level one, or, for narrow
-  /// tiles, of a first-level one. (Measured on Zen 4: from 8 by 8 to 384 by 384 it wins over packing, by 30 to 3 %.
-  /// With AVX2 packing is as fast for 16 columns of C and by 15 to 28 % faster for 32: a narrow tile takes a line and a
-  /// half of each column of A.)
+  /// tiles, of a first-level one. (Measured on Zen 4: from 8 by 8 to 384 by 384 it wins over packing, by 30 to 3 %. For
+  /// 8, 32 and 128 columns of C it wins by 120, 20 and 3 %, more where A comes from memory. With AVX2 packing is as
+  /// fast for 16 columns and by 15 to 28 % faster for 32: a narrow tile takes a line and a half of each column of A.)
   static constexpr Int few_rows = 16 * Tile<T>::rows;
-  static constexpr Int few_columns = (wide_tiles ? 8 : 2) * Tile<T>::columns;
+  static constexpr Int few_columns = (wide_tiles ? 16 : 2) * Tile<T>::columns;
   static constexpr Int near_elements = (wide_tiles ? 512 : 16) * 1024 / Int{sizeof(T)};
 
   /// Multiply-adds below which a second thread costs more than it brings. To start a team and to wait for it takes

@@ -43,7 +43,7 @@ class PackingRoom {
   PackingRoom(Int m, Int n, Int k, InPlace in_place)
       : depth(even_part(k, Block<T>::depth, 8)),
         height(round_up(even_part(m, Block<T>::height(depth), Tile<T>::rows), lanes<Real<T>>)),
-        width(round_up(std::min(n, Block<T>::width), Tile<T>::columns)),
+        width(round_up(even_part(n, Block<T>::width, Tile<T>::columns), Tile<T>::columns)),
         holds_a_(in_place != InPlace::both),
         holds_b_(in_place == InPlace::none) {
     if (bytes() <= stack_bytes) {
@@ -215,7 +215,8 @@ class BlockedProduct {
   void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Lines next) const {
     const auto tiles = [](Int n, Int size) { return (n + size - 1) / size; };
     Int tiles_left = tiles(rows.count, tile_rows) * tiles(columns.count, tile_columns);
-    constexpr Int panel = Block<T>::panel;
+    // Where A comes from memory as it is, its rows meet all columns while the rows below are on their way.
+    const Int panel = a_in_place && n_ <= Block<T>::few_columns ? Block<T>::few_columns : Block<T>::panel;
     for (Int panel_from = 0; panel_from < columns.count; panel_from += panel) {
       const Int panel_until = std::min(columns.count, panel_from + panel);
       if (needs_b) pack_b(panel_from, panel_until, columns, steps);
