@@ -65,6 +65,21 @@ TYPED_TEST(Level3, MultipliesTwoMatrices) {
   }
 }
 
+/// Rows, columns and steps of products that are cut into blocks: in each direction, with and without packed operands.
+constexpr Int shapes_of_several_blocks[][3] = {{800, 1100, 3}, {390, 132, 260}, {800, 24, 60}, {70, 20, 900}};
+
+TYPED_TEST(Level3, MultipliesTwoMatricesOfSeveralBlocks) {
+  using T = TypeParam;
+  const char transposed = ComplexScalar<T> ? 'C' : 'T';
+  for (const auto& [m, n, k] : shapes_of_several_blocks) {
+    for (const char transa : {'N', transposed}) {
+      for (const char transb : {'N', transposed}) {
+        expect_product<T>(this->random, transa, transb, m, n, k, factor_of<T>(0.75, -0.5), factor_of<T>(-0.5, 1.25));
+      }
+    }
+  }
+}
+
 template <Scalar T>
 struct GemmCall {
   char transa = 'N', transb = 'N';
@@ -147,27 +162,33 @@ struct TriangularCase {
   }
 };
 
-/// Calls visit for all options and sizes, and expects that the triangle and what lies around B stays.
+/// Calls visit for all options, and expects that the triangle and what lies around B stays.
 template <class T, class Visit>
-void for_each_triangular_case(Random& random, Visit visit) {
-  for (const Int m : kernel_sizes()) {
-    for (const Int n : kernel_sizes()) {
-      for (const char side : sides) {
-        for (const char uplo : uplos) {
-          for (const char trans : transes) {
-            for (const char diag : diags) {
-              TriangularCase<T> one(random, side, uplo, trans, diag, m, n);
-              SCOPED_TRACE(testing::Message() << one.side << one.uplo << one.trans << one.diag << ", " << m << " by "
-                                              << n << ", alpha " << one.alpha);
-              visit(one);
-              EXPECT_TRUE(one.A.unchanged());
-              EXPECT_TRUE(one.B.guards_unchanged());
-            }
-          }
+void for_each_triangular_case(Random& random, Int m, Int n, Visit visit) {
+  for (const char side : sides) {
+    for (const char uplo : uplos) {
+      for (const char trans : transes) {
+        for (const char diag : diags) {
+          TriangularCase<T> one(random, side, uplo, trans, diag, m, n);
+          SCOPED_TRACE(testing::Message() << one.side << one.uplo << one.trans << one.diag << ", " << m << " by " << n
+                                          << ", alpha " << one.alpha);
+          visit(one);
+          EXPECT_TRUE(one.A.unchanged());
+          EXPECT_TRUE(one.B.guards_unchanged());
         }
       }
     }
   }
+}
+
+/// The same for all small sizes, and for triangles of several blocks on either side.
+template <class T, class Visit>
+void for_each_triangular_case(Random& random, Visit visit) {
+  for (const Int m : kernel_sizes()) {
+    for (const Int n : kernel_sizes()) for_each_triangular_case<T>(random, m, n, visit);
+  }
+  for_each_triangular_case<T>(random, 300, 9, visit);
+  for_each_triangular_case<T>(random, 9, 300, visit);
 }
 
 TYPED_TEST(Level3, MultipliesByATriangle) {

@@ -57,40 +57,47 @@ WideMatrix<T> whole(bool hermitian, char uplo, const GuardedMatrix<T>& A) {
   return full;
 }
 
+/// All options.
+template <Scalar T>
+void check_product_with_symmetric(Random& random, bool hermitian, Int m, Int n) {
+  for (const char side_ : sides) {
+    for (const char uplo_ : uplos) {
+      const char side = random.in_some_case(side_), uplo = random.in_some_case(uplo_);
+      const Int order = is_left(side) ? m : n;
+      const T alpha = random.pick(alphas<T>()), beta = random.pick(betas<T>());
+      SCOPED_TRACE(testing::Message() << side << uplo << ", " << m << " by " << n << ", " << alpha << ", " << beta);
+      GuardedMatrix<T> A(order, order, order + 2), B(m, n, m + 1), C(m, n, m + 3);
+      Sum<T> expected(m, n);
+      if (beta != T(0)) {
+        C = random_matrix<T>(random, m, n, m + 3);
+        expected.add(beta, wide(C));
+      }
+      if (alpha != T(0)) {
+        A = random_part<T>(random, uplo, order, order + 2);
+        B = random_matrix<T>(random, m, n, m + 1);
+        const WideMatrix<T> full = whole(hermitian, uplo, A);
+        is_left(side) ? expected.add(alpha, full, wide(B)) : expected.add(alpha, wide(B), full);
+      }
+      if constexpr (ComplexScalar<T>) {
+        if (hermitian) blas::hemm(side, uplo, m, n, alpha, A, B, beta, C);
+      }
+      if (!hermitian) blas::symm(side, uplo, m, n, alpha, A, B, beta, C);
+      EXPECT_TRUE(A.unchanged());
+      EXPECT_TRUE(B.unchanged());
+      EXPECT_TRUE(C.guards_unchanged());
+      EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
+    }
+  }
+}
+
+/// Small sizes, and matrices of several blocks on either side.
 template <Scalar T>
 void check_product_with_symmetric(Random& random, bool hermitian) {
   for (const Int m : some_sizes()) {
-    for (const Int n : some_sizes()) {
-      for (const char side_ : sides) {
-        for (const char uplo_ : uplos) {
-          const char side = random.in_some_case(side_), uplo = random.in_some_case(uplo_);
-          const Int order = is_left(side) ? m : n;
-          const T alpha = random.pick(alphas<T>()), beta = random.pick(betas<T>());
-          SCOPED_TRACE(testing::Message() << side << uplo << ", " << m << " by " << n << ", " << alpha << ", " << beta);
-          GuardedMatrix<T> A(order, order, order + 2), B(m, n, m + 1), C(m, n, m + 3);
-          Sum<T> expected(m, n);
-          if (beta != T(0)) {
-            C = random_matrix<T>(random, m, n, m + 3);
-            expected.add(beta, wide(C));
-          }
-          if (alpha != T(0)) {
-            A = random_part<T>(random, uplo, order, order + 2);
-            B = random_matrix<T>(random, m, n, m + 1);
-            const WideMatrix<T> full = whole(hermitian, uplo, A);
-            is_left(side) ? expected.add(alpha, full, wide(B)) : expected.add(alpha, wide(B), full);
-          }
-          if constexpr (ComplexScalar<T>) {
-            if (hermitian) blas::hemm(side, uplo, m, n, alpha, A, B, beta, C);
-          }
-          if (!hermitian) blas::symm(side, uplo, m, n, alpha, A, B, beta, C);
-          EXPECT_TRUE(A.unchanged());
-          EXPECT_TRUE(B.unchanged());
-          EXPECT_TRUE(C.guards_unchanged());
-          EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
-        }
-      }
-    }
+    for (const Int n : some_sizes()) check_product_with_symmetric<T>(random, hermitian, m, n);
   }
+  check_product_with_symmetric<T>(random, hermitian, 420, 9);
+  check_product_with_symmetric<T>(random, hermitian, 9, 420);
 }
 
 TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) {
@@ -148,15 +155,19 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   const std::vector<char> options = hermitian          ? std::vector<char>{'N', 'C'}
                                     : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
                                                        : std::vector<char>{'N', 'T', 'C'};
-  for (const Int n : some_sizes()) {
-    for (const Int k : some_sizes()) {
-      for (const char uplo : uplos) {
-        for (const char trans : options) {
-          check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k);
-        }
+  const auto check_options = [&](Int n, Int k) {
+    for (const char uplo : uplos) {
+      for (const char trans : options) {
+        check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k);
       }
     }
+  };
+  for (const Int n : some_sizes()) {
+    for (const Int k : some_sizes()) check_options(n, k);
   }
+  // Blocks in the direction of n, and of k.
+  check_options(1030, 3);
+  check_options(30, 400);
 }
 
 TYPED_TEST(SymmetricProducts, UpdatesByRankK) {
