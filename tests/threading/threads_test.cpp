@@ -80,7 +80,8 @@ TYPED_TEST(Threads, GiveTheFactorsOfOne) {
   std::vector<std::pair<int, int>> sizes = {{300, 300}, {513, 400}, {400, 520}, {257, 700}};
   if (std::same_as<T, double>) {
     // Several strips, whole or not, and columns behind the last row that strips and the square beside them update.
-    sizes.insert(sizes.end(), {{1100, 1100}, {1024, 1024}, {1300, 770}, {900, 1000}, {700, 900}});
+    sizes.insert(sizes.end(), {{900, 1000}, {700, 900}});
+    if (!is_sanitized) sizes.insert(sizes.end(), {{1100, 1100}, {1024, 1024}, {1300, 770}});
   }
   for (const auto& [m, n] : sizes) {
     SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n));
