@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
-#include "environment/streaming.hpp"
+#include "base/streaming.hpp"
 #include "frame/option_matching.hpp"
 
 namespace nuv {

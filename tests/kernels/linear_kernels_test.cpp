@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/streaming.hpp"
 #include "blas.hpp"
 #include "kernels/vector_cases.hpp"
 #include "support/sparse_array.hpp"
@@ -147,6 +148,23 @@ void expect_combination(const Combination<T>& by, Kernel kernel) {
 TYPED_TEST(LinearKernels, Copies) {
   using T = TypeParam;
   expect_combination<T>({1, 0, 1, 0}, [](Int n, Vector<T> x, Vector<T> y) { blas::copy(n, x, y); });
+}
+
+// What is too long for the caches is written past them, as soon as addresses allow it.
+TYPED_TEST(LinearKernels, CopiesWhatIsTooLongForTheCaches) {
+  using T = TypeParam;
+  const Int n = Int(streaming_bytes / sizeof(T)) + 5;
+  std::vector<T> x(n);
+  for (Int i = 0; i < n; ++i) x[i] = T(Real<T>(i % 8191));
+  const T guard = number<T>(-1, -2);
+  for (const Int offset : {0, 1, 2, 3}) {
+    SCOPED_TRACE(offset);
+    std::vector<T> y(n + 8, guard);
+    blas::copy(n, {x.data(), 1}, {y.data() + offset, 1});
+    EXPECT_TRUE(std::equal(x.begin(), x.end(), y.begin() + offset));
+    EXPECT_EQ(std::count(y.begin(), y.begin() + offset, guard), offset);
+    EXPECT_EQ(std::count(y.begin() + offset + n, y.end(), guard), 8 - offset);
+  }
 }
 
 TYPED_TEST(LinearKernels, Swaps) {

@@ -1,7 +1,7 @@
 #pragma once
 
 // Stores that go past the caches, for results too large to stay in them: the processor need not read a line before it
-// overwrites it.
+// overwrites it. All of it is inlined, since the kernels are compiled for several instruction sets and linked together.
 
 #include <emmintrin.h>
 
@@ -11,19 +11,19 @@
 
 namespace nuv {
 
-/// Bytes of a matrix from which on it is written past the caches: as many as the last level keeps for one core on
+/// Bytes of a result from which on it is written past the caches: as many as the last level keeps for one core on
 /// present processors.
 inline constexpr double streaming_bytes = 32 << 20;
 
 template <Scalar T>
-bool is_streamed(Int m, Int n) {
+[[gnu::always_inline]] inline bool is_streamed(Int m, Int n) {
   return double(m) * n * sizeof(T) >= streaming_bytes;
 }
 
 /// Number of reals before the next address that such a store may go to; all of them if none of them stands there, as
 /// may happen with doubles on 32-bit machines.
 template <RealScalar R>
-std::ptrdiff_t reals_to_boundary(const R* x, std::ptrdiff_t count) {
+[[gnu::always_inline]] inline std::ptrdiff_t reals_to_boundary(const R* x, std::ptrdiff_t count) {
   const auto beyond = reinterpret_cast<std::uintptr_t>(x) % sizeof(__m128i);
   if (beyond % sizeof(R) != 0) return count;
   return std::min<std::ptrdiff_t>(count, beyond == 0 ? 0 : (sizeof(__m128i) - beyond) / sizeof(R));
@@ -31,7 +31,7 @@ std::ptrdiff_t reals_to_boundary(const R* x, std::ptrdiff_t count) {
 
 /// to(0 ... count - 1) := from(0 ... count - 1). Other threads see it after a store fence.
 template <Scalar T>
-void stream_copy(const T* from, Int count, T* to) {
+[[gnu::always_inline]] inline void stream_copy(const T* from, Int count, T* to) {
   using R = Real<T>;
   constexpr int width = sizeof(__m128i) / sizeof(R);
   const auto* x = reinterpret_cast<const R*>(from);
@@ -48,7 +48,7 @@ void stream_copy(const T* from, Int count, T* to) {
 
 /// to(0 ... count - 1) := value. Other threads see it after a store fence.
 template <Scalar T>
-void stream_fill(T value, Int count, T* to) {
+[[gnu::always_inline]] inline void stream_fill(T value, Int count, T* to) {
   using R = Real<T>;
   constexpr int width = sizeof(__m128i) / sizeof(R), parts = sizeof(T) / sizeof(R);
   auto* y = reinterpret_cast<R*>(to);
@@ -64,7 +64,7 @@ void stream_fill(T value, Int count, T* to) {
   for (; i < size; ++i) y[i] = part(i);
 }
 
-inline void finish_streaming() {
+[[gnu::always_inline]] inline void finish_streaming() {
   _mm_sfence();
 }
 
