@@ -102,6 +102,7 @@ void xgetrf<double>(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
   }
 }
 
+// What is empty in the last column or row is not called for: systems of a few unknowns feel each call.
 template <Scalar T>
 void getf2(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   info = 0;

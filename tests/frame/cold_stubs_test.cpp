@@ -21,7 +21,7 @@ namespace nuv::test {
 namespace {
 
 constexpr int thread_count = 8;
-const int rounds = is_sanitized ? 250 : 1000;
+const int rounds = is_sanitized ? 500 : 1000;
 
 // Each check calls one stub on a problem whose result is exact in any order of operations.
 

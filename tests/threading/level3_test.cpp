@@ -135,14 +135,14 @@ struct TriangularCase {
   GuardedMatrix<T> A, B;
   WideMatrix<T> opA, before;
 
-  TriangularCase(Random& random, char side_, char uplo_, char trans_, char diag_, Int m_, Int n_)
+  TriangularCase(Random& random, char side_, char uplo_, char trans_, char diag_, Int m_, Int n_, T alpha_)
       : side(random.in_some_case(side_)),
         uplo(random.in_some_case(uplo_)),
         trans(random.in_some_case(trans_)),
         diag(random.in_some_case(diag_)),
         m(m_),
         n(n_),
-        alpha(random.pick(alphas<T>())),
+        alpha(alpha_),
         A(random_triangle<T>(random, is_upper(uplo), is_unit(diag), order(), order() + 2)),
         B(random_matrix<T>(random, m, n, m + 3)),
         opA(op<T>(trans, wide_triangle(A, is_upper(uplo), is_unit(diag)))),
@@ -162,14 +162,15 @@ struct TriangularCase {
   }
 };
 
-/// Calls visit for all options, and expects that the triangle and what lies around B stays.
+/// Calls visit for all options, each with one of the factors, and expects that the triangle and what lies around B
+/// stays.
 template <class T, class Visit>
-void for_each_triangular_case(Random& random, Int m, Int n, Visit visit) {
+void for_each_triangular_case(Random& random, Int m, Int n, const std::vector<T>& factors, Visit visit) {
   for (const char side : sides) {
     for (const char uplo : uplos) {
       for (const char trans : transes) {
         for (const char diag : diags) {
-          TriangularCase<T> one(random, side, uplo, trans, diag, m, n);
+          TriangularCase<T> one(random, side, uplo, trans, diag, m, n, random.pick(factors));
           SCOPED_TRACE(testing::Message() << one.side << one.uplo << one.trans << one.diag << ", " << m << " by " << n
                                           << ", alpha " << one.alpha);
           visit(one);
@@ -185,10 +186,10 @@ void for_each_triangular_case(Random& random, Int m, Int n, Visit visit) {
 template <class T, class Visit>
 void for_each_triangular_case(Random& random, Visit visit) {
   for (const Int m : kernel_sizes()) {
-    for (const Int n : kernel_sizes()) for_each_triangular_case<T>(random, m, n, visit);
+    for (const Int n : kernel_sizes()) for_each_triangular_case<T>(random, m, n, alphas<T>(), visit);
   }
-  for_each_triangular_case<T>(random, 300, 9, visit);
-  for_each_triangular_case<T>(random, 9, 300, visit);
+  for_each_triangular_case<T>(random, 300, 9, {factor_of<T>(0.75, -0.5)}, visit);
+  for_each_triangular_case<T>(random, 9, 300, {factor_of<T>(0.75, -0.5)}, visit);
 }
 
 TYPED_TEST(Level3, MultipliesByATriangle) {

@@ -57,14 +57,14 @@ WideMatrix<T> whole(bool hermitian, char uplo, const GuardedMatrix<T>& A) {
   return full;
 }
 
-/// All options.
+/// All options, each with one of the factors.
 template <Scalar T>
-void check_product_with_symmetric(Random& random, bool hermitian, Int m, Int n) {
+void check_product_with_symmetric(Random& random, bool hermitian, Int m, Int n, const std::vector<T>& factors) {
   for (const char side_ : sides) {
     for (const char uplo_ : uplos) {
       const char side = random.in_some_case(side_), uplo = random.in_some_case(uplo_);
       const Int order = is_left(side) ? m : n;
-      const T alpha = random.pick(alphas<T>()), beta = random.pick(betas<T>());
+      const T alpha = random.pick(factors), beta = random.pick(betas<T>());
       SCOPED_TRACE(testing::Message() << side << uplo << ", " << m << " by " << n << ", " << alpha << ", " << beta);
       GuardedMatrix<T> A(order, order, order + 2), B(m, n, m + 1), C(m, n, m + 3);
       Sum<T> expected(m, n);
@@ -94,10 +94,10 @@ void check_product_with_symmetric(Random& random, bool hermitian, Int m, Int n) 
 template <Scalar T>
 void check_product_with_symmetric(Random& random, bool hermitian) {
   for (const Int m : some_sizes()) {
-    for (const Int n : some_sizes()) check_product_with_symmetric<T>(random, hermitian, m, n);
+    for (const Int n : some_sizes()) check_product_with_symmetric<T>(random, hermitian, m, n, alphas<T>());
   }
-  check_product_with_symmetric<T>(random, hermitian, 420, 9);
-  check_product_with_symmetric<T>(random, hermitian, 9, 420);
+  check_product_with_symmetric<T>(random, hermitian, 420, 9, {factor_of<T>(0.75, -0.5)});
+  check_product_with_symmetric<T>(random, hermitian, 9, 420, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) {
@@ -110,9 +110,8 @@ TYPED_TEST(SymmetricProducts, MultipliesByHermitian) {
 
 /// One update of a triangle: with two operands for the rank-2k form, with the same one twice for rank k.
 template <Scalar T>
-void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char trans, Int n, Int k) {
-  const Real<T> real_factor = random.pick(std::vector<Real<T>>{Real<T>(0.75), Real<T>(1), Real<T>(0)});
-  const T alpha = hermitian && !rank_2k ? T(real_factor) : random.pick(alphas<T>());
+void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char trans, Int n, Int k, T factor) {
+  const T alpha = hermitian && !rank_2k ? T(std::real(factor)) : factor;
   const T beta = hermitian ? T(random.pick(std::vector<Real<T>>{0, 1, Real<T>(-0.5)})) : random.pick(betas<T>());
   SCOPED_TRACE(testing::Message() << uplo << trans << ", n " << n << ", k " << k << ", " << alpha << ", " << beta);
   const Int rows = is_transposed(trans) ? k : n, columns = is_transposed(trans) ? n : k;
@@ -155,19 +154,20 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   const std::vector<char> options = hermitian          ? std::vector<char>{'N', 'C'}
                                     : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
                                                        : std::vector<char>{'N', 'T', 'C'};
-  const auto check_options = [&](Int n, Int k) {
+  const auto check_options = [&](Int n, Int k, const std::vector<T>& factors) {
     for (const char uplo : uplos) {
       for (const char trans : options) {
-        check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k);
+        check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k,
+                        random.pick(factors));
       }
     }
   };
   for (const Int n : some_sizes()) {
-    for (const Int k : some_sizes()) check_options(n, k);
+    for (const Int k : some_sizes()) check_options(n, k, alphas<T>());
   }
   // Blocks in the direction of n, and of k.
-  check_options(1030, 3);
-  check_options(30, 400);
+  check_options(1030, 3, {factor_of<T>(0.75, -0.5)});
+  check_options(30, 400, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, UpdatesByRankK) {

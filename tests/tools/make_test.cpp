@@ -443,7 +443,7 @@ TEST_F(Make, RefusesMatricesBeyondTheRangeAndTheMemory) {
 }
 
 TEST_F(Make, RefusesMatricesThatTheProcessMayNotHave) {
-  if (is_sanitized) return;  // the sanitizers reserve more address space than any limit allows
+  if (is_sanitized) GTEST_SKIP() << "The sanitizers reserve more address space than any limit allows.";
   const ChildResult result = run_child({.arguments = {"sh", "-c", "ulimit -v 200000; exec \"$0\" \"$@\"", nuv_program(),
                                                       "make", "general", "6000", "-o", "made.mtx"},
                                         .working_directory = folder.path()});

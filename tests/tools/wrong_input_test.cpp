@@ -178,7 +178,7 @@ TEST_F(WrongInput, MatricesBeyondAnyMemory) {
 }
 
 TEST_F(WrongInput, MemoryThatTheProcessMayNotHave) {
-  if (is_sanitized) return;  // the sanitizers reserve more address space than any limit allows
+  if (is_sanitized) GTEST_SKIP() << "The sanitizers reserve more address space than any limit allows.";
   folder.write("large.mtx", coordinate + "6000 6000 0\n");
   folder.write("large-rhs.mtx", coordinate + "6000 1 0\n");
   const ChildResult result = run_child({.arguments = {"sh", "-c", "ulimit -v 200000; exec \"$0\" \"$@\"", nuv_program(),
