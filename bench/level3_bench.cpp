@@ -59,7 +59,9 @@ void add_products() {
 
 void add_skinny_products() {
   for (const int k : {8, 32, 128}) add_product<double>("dgemm_NN_m=n=2000_k", 'N', 'N', 2000, 2000, k, k);
+  for (const int k : {200, 1000, 20000}) add_product<double>("dgemm_TN_m=n=50_k", 'T', 'N', 50, 50, k, k);
   for (const int n : {200, 500, 1000, 2000}) {
+    add_product<double>("dgemm_TN_n=16", 'T', 'N', n, 16, n, n);
     add_product<double>("dgemm_NN_m=16", 'N', 'N', 16, n, n, n);
     add_product<double>("dgemm_NN_n=16", 'N', 'N', n, 16, n, n);
   }

@@ -43,5 +43,6 @@ int main(int argc, char** argv) {
     if (n <= 2000) add_factorisation<std::complex<double>>("zgeqrf", n, n, n);
   }
   add_factorisation<double>("dgeqrf_tall", 20000, 100, 20000);
+  add_factorisation<std::complex<double>>("zgeqrf_tall", 20000, 100, 20000);
   return run(argc, argv);
 }

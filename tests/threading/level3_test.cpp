@@ -80,6 +80,26 @@ TYPED_TEST(Level3, MultipliesTwoMatricesOfSeveralBlocks) {
   }
 }
 
+/// Inner products of columns: narrow, flat and small products over so many steps that nothing is packed.
+TYPED_TEST(Level3, MultipliesColumnsByColumns) {
+  using T = TypeParam;
+  const Int least_steps = 2048 / sizeof(T);
+  const auto expect = [&](Int m, Int n, Int k) {
+    for (const char transa : {'T', 'C'}) {
+      expect_product<T>(this->random, this->random.in_some_case(transa), 'N', m, n, k, factor_of<T>(0.75, -0.5),
+                        this->random.pick(betas<T>()));
+    }
+  };
+  for (Int m = 1; m <= 11; ++m) {
+    for (Int n = 1; n <= 11; ++n) expect(m, n, least_steps + (3 * m + n) % 17);
+  }
+  // Blocks of several hundred steps, and the last shapes before the packed product takes over.
+  for (const auto& [m, n] : {std::pair{63, 62}, {64, 63}, {90, 32}, {90, 33}, {32, 90}, {33, 90}, {4, 200}}) {
+    expect(m, n, least_steps + 1);
+    expect(m, n, 3 * least_steps + 5);
+  }
+}
+
 template <Scalar T>
 struct GemmCall {
   char transa = 'N', transb = 'N';

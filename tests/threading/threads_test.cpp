@@ -75,6 +75,21 @@ TYPED_TEST(Threads, GiveTheBitsOfOne) {
   }
 }
 
+TYPED_TEST(Threads, GiveTheInnerProductsOfOne) {
+  using T = TypeParam;
+  const Int k = 1100;
+  for (const auto& [m, n] : {std::pair<Int, Int>{131, 30}, {30, 131}, {50, 60}, {200, 3}}) {
+    SCOPED_TRACE(testing::Message() << m << " by " << n);
+    const auto a = numbers<T>(this->random, k, m), b = numbers<T>(this->random, k, n),
+               c = numbers<T>(this->random, m, n);
+    for (const char trans : {'T', 'C'}) {
+      expect_same_bits(c, [&](T* x) {
+        blas::gemm(trans, 'N', m, n, k, T(2), {a.data(), k}, {b.data(), k}, T(1), {x, m});
+      });
+    }
+  }
+}
+
 TYPED_TEST(Threads, GiveTheFactorsOfOne) {
   using T = TypeParam;
   std::vector<std::pair<int, int>> sizes = {{300, 300}, {513, 400}, {400, 520}, {257, 700}};

@@ -24,6 +24,26 @@ struct Tile {
   static constexpr int rows = row_vectors * lanes<Real<T>>;
 };
 
+/// The tile of inner products: rows * columns sums (twice that for a complex product), `rows` vectors of one operand
+/// and one of the other must fit the register file.
+template <Scalar T>
+struct InnerTile {
+  static constexpr bool wide = simd::vector_registers == 32;
+  static constexpr int parts = ComplexScalar<T> ? 2 : 1;
+  static constexpr int rows = wide ? (parts == 2 ? 3 : 5) : simd::vector_registers == 16 ? (parts == 2 ? 2 : 3) : 2;
+  static constexpr int columns = wide ? (parts == 2 ? 4 : 5) : simd::vector_registers == 16 ? (parts == 2 ? 3 : 4) : 2;
+
+  /// What the vectors of a block take in the second-level cache.
+  static constexpr Int block_bytes = 256 * 1024;
+
+  /// When inner products are faster than the packed product: with so few columns of C, or less than twice as many rows
+  /// and columns, from so many steps on. (Measured on Zen 4 with AVX-512: products of order 8, 25, 50 and 60 over 1000
+  /// steps run at 1.6, 1.8, 1.3 and 1.1 times the rate, complex ones of order 8 and 25 at 2 and 1.6 times; 64 columns
+  /// or half the steps are even. With AVX2 32 columns are.)
+  static constexpr Int few = wide ? 32 : 16;
+  static constexpr Int least_depth = 2048 / sizeof(T);
+};
+
 /// Sizes of the packed blocks, in elements. A sliver of B (depth by Tile::columns) stays in the first-level cache while
 /// the slivers of A pass by; the block of A (height by depth) takes half of a second-level cache of 512 KiB or more;
 /// the block of B (depth by width) takes 1.5 MiB, a small part of the last-level cache. (On Zen 4 blocks of 1 to 2 MiB

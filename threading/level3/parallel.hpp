@@ -1,5 +1,6 @@
 #pragma once
 
+#include "threading/level3/inner_products.hpp"
 #include "threading/level3/product.hpp"
 #include "threading/runtime.hpp"
 
@@ -16,6 +17,7 @@ Operand<T> shifted(Operand<T> x, Int i) {
 template <Scalar T>
 void parallel_product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C) {
   const bool little = Block<T>::is_little(double(m) * n * k);
+  if (inner_products_pay(m, n, k, A, B)) return parallel_inner_products(m, n, k, alpha, A, B, beta, C, little);
   if (n >= m || n >= 64 * Tile<T>::columns) {
     split(n, Tile<T>::columns, little, [&](Int from, Int until) {
       product(m, until - from, k, alpha, A, shifted(B, from), beta, block(C, 1, from + 1));

@@ -1,0 +1,205 @@
+#pragma once
+
+// Products whose elements are inner products of vectors that lie side by side in memory, the transpose of a matrix by a
+// matrix. Where C is narrow or flat, to pack the operands would take as long as to multiply them; here nothing is
+// copied. Sums are formed lane by lane along the vectors, so that rounding differs from that of the packed product.
+
+#include <algorithm>
+
+#include "threading/level3/pack.hpp"
+#include "threading/level3/tile.hpp"
+#include "threading/runtime.hpp"
+
+namespace nuv::threading::inline NUV_ISA {
+
+namespace inner_detail {
+
+/// Some vectors that a tile multiplies, `apart` elements from each other.
+template <Scalar T>
+struct Bundle {
+  const T* first;
+  std::ptrdiff_t apart;
+  bool conjugated;
+  int count;
+  const T* next;  ///< what a tile will read later and asks for in passing
+};
+
+/// Elements of C, or of its transpose.
+template <Scalar T>
+struct Elements {
+  T* data;
+  std::ptrdiff_t down, across;
+};
+
+/// C := alpha X^T Y + beta C for one tile, X and Y with at most `rows` and `columns` vectors of `depth` elements.
+template <int rows, int columns, Scalar T>
+[[gnu::noinline]] void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, Update<T> update,
+                                           Elements<T> C) {
+  using R = Real<T>;
+  constexpr int parts = InnerTile<T>::parts, sums = rows * columns * parts;
+  // Vectors that are not there are read as the last one.
+  const R *x[rows], *y[columns];
+#pragma GCC unroll 8
+  for (int i = 0; i < rows; ++i) x[i] = reinterpret_cast<const R*>(X.first + std::min(i, X.count - 1) * X.apart);
+#pragma GCC unroll 8
+  for (int j = 0; j < columns; ++j) y[j] = reinterpret_cast<const R*>(Y.first + std::min(j, Y.count - 1) * Y.apart);
+
+  // For complex numbers x y and x (i conj(y)) part by part: the first holds what makes the real part, the second what
+  // makes the imaginary one.
+  Simd<R> sum[sums];
+#pragma GCC unroll 32
+  for (int s = 0; s < sums; ++s) sum[s] = Simd<R>{};
+  const auto step = [&](auto load) __attribute__((always_inline)) {
+    Simd<R> a[rows];
+#pragma GCC unroll 8
+    for (int i = 0; i < rows; ++i) a[i] = load(x[i]);
+#pragma GCC unroll 8
+    for (int j = 0; j < columns; ++j) {
+      Simd<R> b = load(y[j]);
+#pragma GCC unroll 2
+      for (int p = 0; p < parts; ++p) {
+        if (p == 1) b = simd::swap_neighbours<R>(b);
+#pragma GCC unroll 8
+        for (int i = 0; i < rows; ++i) {
+          Simd<R>& s = sum[(j * rows + i) * parts + p];
+          s = simd::fma(a[i], b, s);
+        }
+      }
+    }
+  };
+  const std::ptrdiff_t numbers = std::ptrdiff_t{depth} * parts;
+  const char *next_x = reinterpret_cast<const char*>(X.next), *next_y = reinterpret_cast<const char*>(Y.next);
+  std::ptrdiff_t l = 0;
+  for (; l + lanes<R> <= numbers; l += lanes<R>) {
+    __builtin_prefetch(next_x, 0, 2);
+    __builtin_prefetch(next_y, 0, 2);
+    next_x += simd::vector_bytes;
+    next_y += simd::vector_bytes;
+    step([l](const R* from) __attribute__((always_inline)) { return simd::load(from + l); });
+  }
+  if (const int rest = static_cast<int>(numbers - l); rest > 0) {
+    step([=](const R* from) __attribute__((always_inline)) { return simd::load_first(from + l, rest); });
+  }
+  if constexpr (parts == 2) {
+    const R sign_x = X.conjugated ? -1 : 1, sign_y = Y.conjugated ? -1 : 1;
+    const Simd<R> signs[] = {simd::alternating<R>(1, -sign_x * sign_y), simd::alternating<R>(sign_y, sign_x)};
+#pragma GCC unroll 32
+    for (int s = 0; s < sums; ++s) sum[s] *= signs[s % 2];
+  }
+  alignas(simd::vector_bytes) R all[simd::padded_to_lanes<R>(sums)];
+  simd::sums_of_lanes(sum, all);
+  const T* const products = reinterpret_cast<const T*>(all);
+  for (int j = 0; j < Y.count; ++j) {
+    for (int i = 0; i < X.count; ++i) {
+      T& c = C.data[i * C.down + j * C.across];
+      const T product = update.alpha * products[j * rows + i];
+      c = update.beta == T(0) ? product : update.beta * c + product;
+    }
+  }
+}
+
+/// The same with the smallest tile that holds all the vectors.
+template <Scalar T>
+void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, Update<T> update, Elements<T> C) {
+  constexpr int rows = InnerTile<T>::rows, columns = InnerTile<T>::columns;
+  if (X.count == rows) {
+    Y.count == columns ? multiply_inner_tile<rows, columns>(depth, X, Y, update, C)
+                       : multiply_inner_tile<rows, columns - 1>(depth, X, Y, update, C);
+  } else {
+    Y.count == columns ? multiply_inner_tile<rows - 1, columns>(depth, X, Y, update, C)
+                       : multiply_inner_tile<rows - 1, columns - 1>(depth, X, Y, update, C);
+  }
+}
+
+struct Range {
+  Int first;
+  int count;
+};
+
+/// A range cut into as few parts of at most `limit` as there can be, of nearly the same size.
+class EvenParts {
+ public:
+  EvenParts(Int from, Int until, int limit) : from_(from), size_(until - from), count_((size_ - 1) / limit + 1) {}
+  Int count() const { return count_; }
+  Range operator[](Int part) const { return {cut(part), static_cast<int>(cut(part + 1) - cut(part))}; }
+
+ private:
+  Int cut(Int part) const { return from_ + static_cast<Int>(std::int64_t{size_} * part / count_); }
+  Int from_, size_, count_;
+};
+
+/// C := alpha X^T Y + beta C, where X has at least as many vectors as Y.
+template <Scalar T>
+struct InnerProducts {
+  Operand<T> X, Y;
+  Int y_count, length;
+  T alpha, beta;
+  Elements<T> C;
+
+  /// The rows of C, or of its transpose, that belong to some vectors of X.
+  void multiply(Int from, Int until) const {
+    const EvenParts bundles(from, until, InnerTile<T>::rows);
+    const Int depth = block_depth();
+    for (Int l = 0; l < length; l += depth) {
+      const Int steps = std::min(depth, length - l);
+      const bool is_last = l + steps == length;
+      for (Int i = 0; i + 1 < bundles.count(); ++i) multiply_bundle(l, steps, i, bundles[i], {l, bundles[i + 1]});
+      const Int i = bundles.count() - 1;
+      multiply_bundle(l, steps, i, bundles[i], is_last ? Piece{l, {from, 0}} : Piece{l + steps, bundles[0]});
+    }
+  }
+
+ private:
+  /// Some vectors from a step on.
+  struct Piece {
+    Int step;
+    Range vectors;
+  };
+
+  /// Steps at a time: those of Y stay in a part of the second-level cache while X passes by.
+  Int block_depth() const {
+    const Int most = InnerTile<T>::block_bytes / ((y_count + 2 * InnerTile<T>::rows) * Int{sizeof(T)});
+    const Int blocks = (length - 1) / most + 1;
+    return ((length - 1) / blocks / lanes<Real<T>> + 1) * lanes<Real<T>>;
+  }
+
+  /// Row i of the tiles of a block. While it meets one bundle of Y after the other, it asks for the piece of X whose
+  /// turn is next, and for the block of Y behind this one: each tile for one vector.
+  void multiply_bundle(Int l, Int steps, Int i, Range x, Piece next) const {
+    const EvenParts bundles(0, y_count, InnerTile<T>::columns);
+    const bool is_last = l + steps == length;
+    const Update<T> update{alpha, l == 0 ? beta : T(1)};
+    for (Int j = 0; j < bundles.count(); ++j) {
+      const Range y = bundles[j];
+      const T* const x_ahead = j < next.vectors.count ? X.at(next.vectors.first + j, next.step) : X.at(x.first, l);
+      const T* const y_ahead = i < y.count && !is_last ? Y.at(y.first + i, l + steps) : Y.at(y.first, l);
+      multiply_inner_tile<T>(steps, {X.at(x.first, l), X.along, X.conjugated, x.count, x_ahead},
+                             {Y.at(y.first, l), Y.along, Y.conjugated, y.count, y_ahead}, update,
+                             {C.data + x.first * C.down + y.first * C.across, C.down, C.across});
+    }
+  }
+};
+
+}  // namespace inner_detail
+
+/// True if inner products are faster than the packed product of these operands, which have no structure.
+template <Scalar T>
+bool inner_products_pay(Int m, Int n, Int k, const Operand<T>& A, const Operand<T>& B) {
+  constexpr Int few = InnerTile<T>::few;
+  if (A.deep != 1 || B.deep != 1 || k < InnerTile<T>::least_depth) return false;
+  // With few rows the packed product of real numbers copies the left operand alone.
+  return n <= few || (ComplexScalar<T> && m <= few) || std::max(m, n) < 2 * few;
+}
+
+/// C := alpha A B + beta C with operands whose steps lie side by side, on all threads; m, n, k > 0. They share out the
+/// longer side of C alone, so that what is computed for an element does not depend on their number.
+template <Scalar T>
+void parallel_inner_products(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta,
+                             Matrix<T> C, bool little) {
+  using inner_detail::InnerProducts;
+  const InnerProducts<T> products = m >= n ? InnerProducts<T>{A, B, n, k, alpha, beta, {C.data, 1, C.ld}}
+                                           : InnerProducts<T>{B, A, m, k, alpha, beta, {C.data, C.ld, 1}};
+  split(std::max(m, n), InnerTile<T>::rows, little, [&](Int from, Int until) { products.multiply(from, until); });
+}
+
+}  // namespace nuv::threading::inline NUV_ISA
