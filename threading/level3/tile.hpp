@@ -59,18 +59,34 @@ enum class InPlace { none, b, both };
 
 namespace tile_detail {
 
-/// Calls step() `depth` times and asks for what lies ahead.
-template <bool looks_ahead, class Step>
-[[gnu::always_inline]] inline void for_each_step(Int depth, Ahead ahead, Step step) {
+/// Asks for a column of C with at most `rows` rows, which is to be written.
+template <int rows, Scalar T>
+[[gnu::always_inline]] inline void prefetch_column(const T* c) {
+  constexpr int line = 64 / static_cast<int>(sizeof(T));
+#pragma GCC unroll 8
+  for (int i = 0; i < rows; i += line) __builtin_prefetch(c + i, 1);
+  __builtin_prefetch(c + rows - 1, 1);
+}
+
+/// Calls step() `depth` times. The first steps ask for the columns of C, one each, lest the loads of the operands wait
+/// behind all of them; those that follow ask for what lies ahead.
+template <int rows, bool looks_ahead, Scalar T, class Step>
+[[gnu::always_inline]] inline void for_each_step(Int depth, const T* c, Int ldc, int columns, Ahead ahead, Step step) {
   Int l = 0;
+  for (int j = 1; j <= columns; ++j) {
+    prefetch_column<rows>(c);
+    c += ldc;
+    const Int end = !looks_ahead && j == columns ? depth : std::min(l + 1, depth);
+    for (; l < end; ++l) step();
+  }
   if constexpr (looks_ahead) {
-    for (const Int end = std::min(depth, ahead.count); l < end; ++l) {
+    for (const Int end = std::min(depth, l + ahead.count); l < end; ++l) {
       __builtin_prefetch(ahead.first, 0, 2);
       ahead.first += ahead.apart;
       step();
     }
+    for (; l < depth; ++l) step();
   }
-  for (; l < depth; ++l) step();
 }
 
 }  // namespace tile_detail
@@ -98,11 +114,6 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) sum[j][i] = Simd<R>{};
   }
-  for (int j = 0; j < columns; ++j) {
-    const R* const cj = c + std::ptrdiff_t{j} * ldc;
-    for (int i = 0; i < rows; i += line) __builtin_prefetch(cj + i, 1);
-    __builtin_prefetch(cj + rows - 1, 1);
-  }
   const auto step = [&] __attribute__((always_inline)) {
     Simd<R> column[row_vectors];
     if constexpr (a_in_place) {
@@ -115,8 +126,8 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     }
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) {
-      column[i] = a_in_place && i + 1 == row_vectors ? tile_detail::load_rows(a + i * width, last_rows)
-                                                     : simd::load(a + i * width);
+      column[i] =
+          a_in_place && i + 1 == row_vectors ? simd::load_first(a + i * width, last_rows) : simd::load(a + i * width);
     }
 #pragma GCC unroll 16
     for (int j = 0; j < tile_columns; ++j) {
@@ -127,7 +138,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     a += a_deep;
     b += b_deep;
   };
-  tile_detail::for_each_step<!a_in_place>(depth, ahead, step);
+  tile_detail::for_each_step<row_vectors * width, !a_in_place>(depth, c, ldc, columns, ahead, step);
   const Simd<R> alpha = simd::broadcast(update.alpha);
   const Simd<R> beta = simd::broadcast(update.beta);
 #pragma GCC unroll 16
@@ -189,7 +200,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     a += 2 * row_vectors * width;
     b += 2 * tile_columns;
   };
-  tile_detail::for_each_step<true>(depth, ahead, step);
+  tile_detail::for_each_step<row_vectors * width, true>(depth, c, ldc, columns, ahead, step);
   const Simd<R> alpha_re = simd::broadcast(update.alpha.real()), alpha_im = simd::broadcast(update.alpha.imag());
   const Simd<R> beta_re = simd::broadcast(update.beta.real()), beta_im = simd::broadcast(update.beta.imag());
   const bool writes_only = update.beta == std::complex<R>(0);
