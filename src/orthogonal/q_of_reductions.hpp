@@ -4,8 +4,13 @@
 // symmetric (Hermitian) one to tridiagonal form, A = Q T Q^H: their reflectors stand in parts of the reduced matrix as
 // those of QR, LQ and QL factorisations do.
 //
-// tau, c, work, lwork, info and the letters of side and trans are as in orthogonal/apply_q.hpp and
-// orthogonal/form_q.hpp; the real members are exported as ?orm.. and ?org.., the complex ones as ?unm.. and ?ung...
+// tau, c, info and the letters of side and trans are as in orthogonal/apply_q.hpp and orthogonal/form_q.hpp; the real
+// members are exported as ?orm.. and ?org.., the complex ones as ?unm.. and ?ung...
+//
+// work    lwork elements; work(1) returns the best lwork: where Q is formed, the block size times the least lwork;
+//         where it is applied, the block size times max(1, nw), nw being the size of C that is not nq (the routine
+//         that does so then asks the pool for its triangular factors)
+// lwork   at least max(1, nw), or what stands below; -1 asks for the best and does nothing else
 
 #include "base/types.hpp"
 

@@ -13,7 +13,6 @@
 //                               1
 
 #include <algorithm>
-#include "base/hermitian.hpp"
 
 #include "base/matrix.hpp"
 #include "frame/option_matching.hpp"

@@ -1,5 +1,6 @@
 """The Longley example: its data against exact rational arithmetic, the files it writes and the digits it counts."""
 
+import os
 import subprocess
 import sys
 import tempfile
@@ -144,6 +145,22 @@ class Report(unittest.TestCase):
             self.assertEqual((run.returncode, run.stdout, run.stderr.count("\n")), (1, "", 1), text)
             self.assertTrue(run.stderr.startswith("report_digits.py: "), run.stderr)
             self.assertIn(words, run.stderr)
+
+
+class Solution(unittest.TestCase):
+    def test_by_orthogonal_factorisation_keeps_nine_digits(self):
+        nuv = Path(os.environ["NUV_COMMAND"])
+        with tempfile.TemporaryDirectory() as name:
+            folder = Path(name)
+            subprocess.run([sys.executable, "-B", LONGLEY / "make_longley.py", folder], check=True)
+            subprocess.run([nuv, "lstsq", folder / "predictors.mtx", folder / "employed.mtx", "-o", folder / "x.mtx"],
+                           check=True, capture_output=True)
+            computed = report_digits.read_column(folder / "x.mtx")
+        computed.append(report_digits.residual_standard_deviation(computed))
+        certified = [float(text) for _, text in report_digits.certified_values()]
+        self.assertEqual(len(computed), len(certified))
+        # The condition number promises six or seven; nearly eleven are kept.
+        self.assertGreater(min(map(report_digits.digits, computed, certified)), 9)
 
 
 if __name__ == "__main__":

@@ -121,12 +121,29 @@ using nuv::test::record;
     NEXT(nuv_blas_##p##herk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }
 
+#define RECORDING_PRODUCT(name, form, T)                                                                           \
+  void nuv_lapack_##name(const char* side, const char* trans, const int* m, const int* n, const int* k, T* a,      \
+                         const int* lda, const T* tau, T* c, const int* ldc, T* work, const int* lwork, int* info, \
+                         int l1, int l2) {                                                                         \
+    record("orm" #form, {side, trans}, {*m, *n, *k});                                                              \
+    NEXT(nuv_lapack_##name)(side, trans, m, n, k, a, lda, tau, c, ldc, work, lwork, info, l1, l2);                 \
+  }
+
+#define RECORDING_PRODUCTS(prefix, T)   \
+  RECORDING_PRODUCT(prefix##mqr, qr, T) \
+  RECORDING_PRODUCT(prefix##mlq, lq, T) \
+  RECORDING_PRODUCT(prefix##mql, ql, T)
+
 RECORDING(s, float)
 RECORDING(d, double)
 RECORDING(c, nuv_complex8)
 RECORDING(z, nuv_complex16)
 RECORDING_HERMITIAN(c, nuv_complex8, float)
 RECORDING_HERMITIAN(z, nuv_complex16, double)
+RECORDING_PRODUCTS(sor, float)
+RECORDING_PRODUCTS(dor, double)
+RECORDING_PRODUCTS(cun, nuv_complex8)
+RECORDING_PRODUCTS(zun, nuv_complex16)
 
 int nuv_serv_nuv_get_max_threads() {
   return NEXT(nuv_serv_nuv_get_max_threads)();

@@ -20,15 +20,19 @@
 #include "support/child_process.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/reported_errors.hpp"
 #include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {
 
 template <class T>
-class Threads : public testing::Test {
+class Threads : public ReportingTest {
  protected:
-  void TearDown() override { nuv_thread_set_num_threads(0); }
+  void TearDown() override {
+    nuv_thread_set_num_threads(0);
+    ReportingTest::TearDown();
+  }
   Random random{16};
 };
 TYPED_TEST_SUITE(Threads, Precisions, PrecisionLetter);
@@ -204,6 +208,52 @@ TYPED_TEST(Threads, OfTheProgramMultiplyByQWithMemoryOfTheirOwn) {
   }
 }
 
+TYPED_TEST(Threads, OfTheProgramFactorWithMemoryOfTheirOwn) {
+  using T = TypeParam;
+  nuv_thread_set_num_threads(2);
+  const Int n = 200;
+  const std::vector<T> definite = definite_numbers<T>(this->random, n), general = numbers<T>(this->random, n, n);
+  const auto factor = [&] {
+    std::vector<T> cholesky = definite, qr = general, tau(n), work(std::size_t(64) * n);
+    Int info = -7, qr_info = -7;
+    layer::potrf('L', n, {cholesky.data(), n}, info);
+    layer::geqrf(n, n, {qr.data(), n}, tau.data(), work.data(), Int(work.size()), qr_info);
+    if (info != 0 || qr_info != 0) return std::vector<T>();
+    cholesky.insert(cholesky.end(), qr.begin(), qr.end());
+    cholesky.insert(cholesky.end(), tau.begin(), tau.end());
+    return cholesky;
+  };
+  const std::vector<T> expected = factor();
+  ASSERT_EQ(expected.size(), std::size_t(2 * n + 1) * n);
+  std::vector<int> right(6);
+  std::vector<std::thread> callers;
+  for (int& mine : right) {
+    callers.emplace_back([&] {
+      for (int i = 0; i < 5; ++i) mine += factor() == expected;
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  for (const int mine : right) EXPECT_EQ(mine, 5);
+}
+
+TYPED_TEST(Threads, AreNotAskedWhereAnArgumentIsBad) {
+  using T = TypeParam;
+  T a[9] = {}, tau[3] = {}, work[3] = {};
+  Int info = 7;
+  layer::potrf('X', 3, {a, 3}, info);
+  EXPECT_EQ(info, -1);
+  layer::potrf('U', 3, {a, 2}, info);
+  EXPECT_EQ(info, -4);
+  layer::geqrf(3, -1, {a, 3}, tau, work, 3, info);
+  EXPECT_EQ(info, -2);
+  layer::geqrf(3, 3, {a, 3}, tau, work, 2, info);
+  EXPECT_EQ(info, -7);
+  EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("POTRF"), 1},
+                                                            {reported_name<T>("POTRF"), 4},
+                                                            {reported_name<T>("GEQRF"), 2},
+                                                            {reported_name<T>("GEQRF"), 7}}));
+}
+
 TEST(ThreadLayers, GiveTheSameFactors) {
   const ChildResult alone = run_child({.arguments = {NUV_PRINT_FACTORS_SEQUENTIAL}});
   EXPECT_TRUE(alone.succeeded()) << to_string(alone);
@@ -235,6 +285,14 @@ TEST(ThreadedLayer, IsBoundAndListens) {
   EXPECT_EQ(nuv_serv_nuv_get_max_threads(), 5);
   nuv_thread_set_num_threads(-1);
   EXPECT_EQ(nuv_thread_get_num_threads(), omp_get_max_threads());
+}
+
+TEST(ThreadedLayer, SharesTheWorkOfEachRoutine) {
+  for (const char* routine : {"gemm", "getrf", "potrf", "geqrf", "ormQR", "ormLQ", "ormQL", "ormRQ"}) {
+    const ChildResult counted = run_child({.arguments = {NUV_COUNT_THREADS, routine}});
+    EXPECT_TRUE(counted.succeeded()) << to_string(counted);
+    EXPECT_EQ(counted.output, "1, 2\n") << routine;
+  }
 }
 
 TEST(ThreadedLayer, WorksAloneInsideAParallelRegion) {
