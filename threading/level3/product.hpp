@@ -165,17 +165,17 @@ class BlockedProduct {
   };
 
   /// Memory that is to be packed next: pieces of `lines` lines each, `apart` bytes from each other.
-  struct Lines {
+  struct Pieces {
     const char* first = nullptr;
-    Int lines = 0, pieces = 0;
+    Int lines = 0, count = 0;
     std::ptrdiff_t apart = 0;
 
-    Ahead line(Int i) const { return i < lines ? Ahead{first + i * line_bytes, apart, pieces} : Ahead{}; }
+    Lines line(Int i) const { return i < lines ? Lines{first + i * line_bytes, apart, count} : Lines{}; }
   };
   static constexpr int line_bytes = 64;
 
   /// The last tiles of a block ask for the next one: packing would otherwise wait for memory.
-  Lines next_block_of_a(Range rows, Range steps) const {
+  Pieces next_block_of_a(Range rows, Range steps) const {
     if (a_in_place || A_.structure != Structure::full) return {};
     Int i = rows.first + rows.count, l = steps.first;
     if (i >= m_) {
@@ -186,8 +186,8 @@ class BlockedProduct {
     const Int next_rows = std::min(room_.height, m_ - i), next_steps = std::min(room_.depth, k_ - l);
     const auto lines = [](Int count) { return (count * Int{sizeof(T)} + line_bytes - 1) / line_bytes; };
     const char* const first = reinterpret_cast<const char*>(A_.at(i, l));
-    return A_.along == 1 ? Lines{first, lines(next_rows), next_steps, A_.deep * std::ptrdiff_t{sizeof(T)}}
-                         : Lines{first, lines(next_steps), next_rows, A_.along * std::ptrdiff_t{sizeof(T)}};
+    return A_.along == 1 ? Pieces{first, lines(next_rows), next_steps, A_.deep * std::ptrdiff_t{sizeof(T)}}
+                         : Pieces{first, lines(next_steps), next_rows, A_.along * std::ptrdiff_t{sizeof(T)}};
   }
 
   static Int padded(int rows) { return round_up(rows, lanes<Real<T>>); }
@@ -212,7 +212,7 @@ class BlockedProduct {
   }
 
   /// The first block of rows packs B piece by piece: the tiles find fresh slivers in the first-level cache.
-  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Lines next) const {
+  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Pieces next) const {
     const auto tiles = [](Int n, Int size) { return (n + size - 1) / size; };
     Int tiles_left = tiles(rows.count, tile_rows) * tiles(columns.count, tile_columns);
     // Where A comes from memory as it is, its rows meet all columns while the rows below are on their way.
@@ -221,15 +221,21 @@ class BlockedProduct {
       const Int panel_until = std::min(columns.count, panel_from + panel);
       if (needs_b) pack_b(panel_from, panel_until, columns, steps);
       for (Int i = 0; i < rows.count; i += tile_rows) {
-        for (Int j = panel_from; j < panel_until; j += tile_columns)
-          multiply_tile_at(i, j, rows, columns, steps, update, next.line(--tiles_left));
+        for (Int j = panel_from; j < panel_until; j += tile_columns) {
+          // The steps of a tile are time enough to get its elements of C, unless they are few.
+          const bool ends_row = j + tile_columns >= panel_until, looks_further = steps.count < 32;
+          const Int down = looks_further && ends_row ? i + tile_rows : i;
+          const Int across = !looks_further ? j : ends_row ? panel_from : j + tile_columns;
+          const Ahead<T> ahead{C_.at(rows.first + down + 1, columns.first + across + 1), next.line(--tiles_left)};
+          multiply_tile_at(i, j, rows, columns, steps, update, ahead);
+        }
       }
     }
   }
 
   /// The tile with row i and column j of a block.
   [[gnu::always_inline]] void multiply_tile_at(Int i, Int j, Range rows, Range columns, Range steps, Update<T> update,
-                                               Ahead ahead) const {
+                                               Ahead<T> ahead) const {
     const int height = std::min<Int>(tile_rows, rows.count - i), width = std::min<Int>(tile_columns, columns.count - j);
     const Int i0 = rows.first + i, j0 = columns.first + j;
     if (is_outside(region_, i0, j0, height, width)) return;

@@ -46,12 +46,19 @@ struct TileOperands {
   std::ptrdiff_t a_deep = 0, b_deep = 0, b_along = 1;
 };
 
-/// What a tile of packed slivers asks for in passing, one line a step: `count` places in memory, `apart` bytes from
-/// each other. The addresses need not be valid.
-struct Ahead {
+/// `count` lines of memory, `apart` bytes from each other.
+struct Lines {
   const char* first = nullptr;
   std::ptrdiff_t apart = 0;
   Int count = 0;
+};
+
+/// What a tile asks for in passing: in its first steps the columns of a tile of C, its own or the next one, then what
+/// is to be packed next, a line a step. The addresses need not be valid.
+template <Scalar T>
+struct Ahead {
+  const T* c;
+  Lines lines = {};
 };
 
 /// Which operands are read where they are: there are no slivers of them.
@@ -68,21 +75,21 @@ template <int rows, Scalar T>
   __builtin_prefetch(c + rows - 1, 1);
 }
 
-/// Calls step() `depth` times. The first steps ask for the columns of C, one each, lest the loads of the operands wait
-/// behind all of them; those that follow ask for what lies ahead.
-template <int rows, bool looks_ahead, Scalar T, class Step>
-[[gnu::always_inline]] inline void for_each_step(Int depth, const T* c, Int ldc, int columns, Ahead ahead, Step step) {
+/// Calls step() `depth` times and asks for what lies ahead: not for all at once, lest the loads of the operands wait
+/// behind it.
+template <int rows, bool has_lines, Scalar T, class Step>
+[[gnu::always_inline]] inline void for_each_step(Int depth, int columns, Int ldc, Ahead<T> ahead, Step step) {
   Int l = 0;
   for (int j = 1; j <= columns; ++j) {
-    prefetch_column<rows>(c);
-    c += ldc;
-    const Int end = !looks_ahead && j == columns ? depth : std::min(l + 1, depth);
+    prefetch_column<rows>(ahead.c);
+    ahead.c += ldc;
+    const Int end = !has_lines && j == columns ? depth : std::min(l + 1, depth);
     for (; l < end; ++l) step();
   }
-  if constexpr (looks_ahead) {
-    for (const Int end = std::min(depth, l + ahead.count); l < end; ++l) {
-      __builtin_prefetch(ahead.first, 0, 2);
-      ahead.first += ahead.apart;
+  if constexpr (has_lines) {
+    for (const Int end = std::min(depth, l + ahead.lines.count); l < end; ++l) {
+      __builtin_prefetch(ahead.lines.first, 0, 2);
+      ahead.lines.first += ahead.lines.apart;
       step();
     }
     for (; l < depth; ++l) step();
@@ -95,7 +102,7 @@ template <int rows, bool looks_ahead, Scalar T, class Step>
 /// 0 < columns <= Tile::columns, from `depth` steps.
 template <int row_vectors, InPlace in_place, RealScalar R>
 [[gnu::noinline]] void multiply_tile(Int depth, TileOperands<R> from, Update<R> update, R* c, Int ldc, int rows,
-                                     int columns, Ahead ahead = {}) {
+                                     int columns, Ahead<R> ahead) {
   constexpr int tile_columns = Tile<R>::columns;
   constexpr int width = lanes<R>, line = 64 / static_cast<int>(sizeof(R));
   constexpr bool a_in_place = in_place == InPlace::both, b_in_place = in_place != InPlace::none;
@@ -138,7 +145,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     a += a_deep;
     b += b_deep;
   };
-  tile_detail::for_each_step<row_vectors * width, !a_in_place>(depth, c, ldc, columns, ahead, step);
+  tile_detail::for_each_step<row_vectors * width, !a_in_place>(depth, columns, ldc, ahead, step);
   const Simd<R> alpha = simd::broadcast(update.alpha);
   const Simd<R> beta = simd::broadcast(update.beta);
 #pragma GCC unroll 16
@@ -164,7 +171,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 /// rows; a sliver of B holds for each step pairs of real and imaginary part.
 template <int row_vectors, InPlace in_place, RealScalar R>
 [[gnu::noinline]] void multiply_tile(Int depth, TileOperands<std::complex<R>> from, Update<std::complex<R>> update,
-                                     std::complex<R>* c, Int ldc, int rows, int columns, Ahead ahead = {}) {
+                                     std::complex<R>* c, Int ldc, int rows, int columns, Ahead<std::complex<R>> ahead) {
   static_assert(in_place == InPlace::none);
   constexpr int tile_columns = Tile<std::complex<R>>::columns;
   constexpr int width = lanes<R>;
@@ -200,7 +207,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     a += 2 * row_vectors * width;
     b += 2 * tile_columns;
   };
-  tile_detail::for_each_step<row_vectors * width, true>(depth, c, ldc, columns, ahead, step);
+  tile_detail::for_each_step<row_vectors * width, true>(depth, columns, ldc, ahead, step);
   const Simd<R> alpha_re = simd::broadcast(update.alpha.real()), alpha_im = simd::broadcast(update.alpha.imag());
   const Simd<R> beta_re = simd::broadcast(update.beta.real()), beta_im = simd::broadcast(update.beta.imag());
   const bool writes_only = update.beta == std::complex<R>(0);
@@ -232,7 +239,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 /// A tile with as many row vectors as `rows` needs.
 template <InPlace in_place, Scalar T, int row_vectors = Tile<T>::row_vectors>
 void multiply_tile_of_height(Int depth, const TileOperands<T>& from, Update<T> update, T* c, Int ldc, int rows,
-                             int columns, Ahead ahead = {}) {
+                             int columns, Ahead<T> ahead) {
   if constexpr (row_vectors > 1) {
     if (rows <= (row_vectors - 1) * lanes<Real<T>>) {
       return multiply_tile_of_height<in_place, T, row_vectors - 1>(depth, from, update, c, ldc, rows, columns, ahead);
@@ -245,7 +252,7 @@ void multiply_tile_of_height(Int depth, const TileOperands<T>& from, Update<T> u
 template <Scalar T>
 void multiply_tile_of_height(Int depth, const Real<T>* a, const Real<T>* b, Update<T> update, T* c, Int ldc, int rows,
                              int columns) {
-  multiply_tile_of_height<InPlace::none>(depth, TileOperands<T>{a, b}, update, c, ldc, rows, columns);
+  multiply_tile_of_height<InPlace::none>(depth, TileOperands<T>{a, b}, update, c, ldc, rows, columns, Ahead<T>{c});
 }
 
 }  // namespace nuv::threading::inline NUV_ISA
