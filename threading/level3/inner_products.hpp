@@ -21,7 +21,12 @@ struct Bundle {
   std::ptrdiff_t apart;
   bool conjugated;
   int count;
-  const T* next;  ///< what a tile will read later and asks for in passing
+};
+
+/// Two vectors that a tile asks for in passing, because others will read them.
+template <Scalar T>
+struct VectorsAhead {
+  const T *one, *other;
 };
 
 /// Elements of C, or of its transpose.
@@ -33,8 +38,8 @@ struct Elements {
 
 /// C := alpha X^T Y + beta C for one tile, X and Y with at most `rows` and `columns` vectors of `depth` elements.
 template <int rows, int columns, Scalar T>
-[[gnu::noinline]] void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, Update<T> update,
-                                           Elements<T> C) {
+[[gnu::noinline]] void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, VectorsAhead<T> ahead,
+                                           Update<T> update, Elements<T> C) {
   using R = Real<T>;
   constexpr int parts = InnerTile<T>::parts, sums = rows * columns * parts;
   // Vectors that are not there are read as the last one.
@@ -68,13 +73,13 @@ template <int rows, int columns, Scalar T>
     }
   };
   const std::ptrdiff_t numbers = std::ptrdiff_t{depth} * parts;
-  const char *next_x = reinterpret_cast<const char*>(X.next), *next_y = reinterpret_cast<const char*>(Y.next);
+  const char *one = reinterpret_cast<const char*>(ahead.one), *other = reinterpret_cast<const char*>(ahead.other);
   std::ptrdiff_t l = 0;
   for (; l + lanes<R> <= numbers; l += lanes<R>) {
-    __builtin_prefetch(next_x, 0, 2);
-    __builtin_prefetch(next_y, 0, 2);
-    next_x += simd::vector_bytes;
-    next_y += simd::vector_bytes;
+    __builtin_prefetch(one, 0, 2);
+    __builtin_prefetch(other, 0, 2);
+    one += simd::vector_bytes;
+    other += simd::vector_bytes;
     step([l](const R* from) __attribute__((always_inline)) { return simd::load(from + l); });
   }
   if (const int rest = static_cast<int>(numbers - l); rest > 0) {
@@ -100,14 +105,15 @@ template <int rows, int columns, Scalar T>
 
 /// The same with the smallest tile that holds all the vectors.
 template <Scalar T>
-void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, Update<T> update, Elements<T> C) {
+void multiply_inner_tile(Int depth, const Bundle<T>& X, const Bundle<T>& Y, VectorsAhead<T> ahead, Update<T> update,
+                         Elements<T> C) {
   constexpr int rows = InnerTile<T>::rows, columns = InnerTile<T>::columns;
   if (X.count == rows) {
-    Y.count == columns ? multiply_inner_tile<rows, columns>(depth, X, Y, update, C)
-                       : multiply_inner_tile<rows, columns - 1>(depth, X, Y, update, C);
+    Y.count == columns ? multiply_inner_tile<rows, columns>(depth, X, Y, ahead, update, C)
+                       : multiply_inner_tile<rows, columns - 1>(depth, X, Y, ahead, update, C);
   } else {
-    Y.count == columns ? multiply_inner_tile<rows - 1, columns>(depth, X, Y, update, C)
-                       : multiply_inner_tile<rows - 1, columns - 1>(depth, X, Y, update, C);
+    Y.count == columns ? multiply_inner_tile<rows - 1, columns>(depth, X, Y, ahead, update, C)
+                       : multiply_inner_tile<rows - 1, columns - 1>(depth, X, Y, ahead, update, C);
   }
 }
 
@@ -164,17 +170,21 @@ struct InnerProducts {
   }
 
   /// Row i of the tiles of a block. While it meets one bundle of Y after the other, it asks for the piece of X whose
-  /// turn is next, and for the block of Y behind this one: each tile for one vector.
+  /// turn is next, and where that leaves room for the block of Y behind this one.
   void multiply_bundle(Int l, Int steps, Int i, Range x, Piece next) const {
     const EvenParts bundles(0, y_count, InnerTile<T>::columns);
     const bool is_last = l + steps == length;
     const Update<T> update{alpha, l == 0 ? beta : T(1)};
     for (Int j = 0; j < bundles.count(); ++j) {
       const Range y = bundles[j];
-      const T* const x_ahead = j < next.vectors.count ? X.at(next.vectors.first + j, next.step) : X.at(x.first, l);
-      const T* const y_ahead = i < y.count && !is_last ? Y.at(y.first + i, l + steps) : Y.at(y.first, l);
-      multiply_inner_tile<T>(steps, {X.at(x.first, l), X.along, X.conjugated, x.count, x_ahead},
-                             {Y.at(y.first, l), Y.along, Y.conjugated, y.count, y_ahead}, update,
+      const auto ahead_in_x = [&](Int v, const T* otherwise) {
+        return v < next.vectors.count ? X.at(next.vectors.first + v, next.step) : otherwise;
+      };
+      const T *const first_x = X.at(x.first, l), *const first_y = Y.at(y.first, l);
+      const T* const ahead_in_y = i < y.count && !is_last ? Y.at(y.first + i, l + steps) : first_y;
+      multiply_inner_tile<T>(steps, {first_x, X.along, X.conjugated, x.count},
+                             {first_y, Y.along, Y.conjugated, y.count},
+                             {ahead_in_x(j, first_x), ahead_in_x(j + bundles.count(), ahead_in_y)}, update,
                              {C.data + x.first * C.down + y.first * C.across, C.down, C.across});
     }
   }
