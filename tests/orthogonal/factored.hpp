@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <vector>
 
 #include "layer.hpp"
@@ -183,7 +184,8 @@ double largest_residual_of_a_line(const Factored<T>& f) {
   double largest = 0;
   for (Eigen::Index j = 0; j < A.cols(); ++j) {
     const double error = double(difference.col(j).norm() / (A.col(j).norm() * A.rows() * epsilon<T>));
-    if (!(error <= largest)) largest = error;
+    if (std::isnan(error)) return error;
+    largest = std::max(largest, error);
   }
   return largest;
 }

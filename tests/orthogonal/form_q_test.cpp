@@ -306,6 +306,35 @@ TYPED_TEST(FormQ, OfNoLinesIsNoWork) {
   }
 }
 
+TYPED_TEST(FormQ, TakesTheSameBlocksWithoutMemory) {
+  using T = TypeParam;
+  for (const Lines& lines : {Lines{40, 40, 40}, {50, 45, 36}, {70, 66, 65}}) {
+    for_each_form<T>(this->random, lines, [&](const Problem<T>& problem) {
+      ASSERT_TRUE(problem.may_go_by_blocks());
+      const GuardedMatrix<T> unblocked = problem.one_by_one().C;
+      for (const Int width : {problem.block_size(), 3}) {
+        SCOPED_TRACE("width " + std::to_string(width));
+        const GuardedMatrix<T> expected = problem.by_blocks(width * lines.count).C;
+        const WatchedPool pool(false);
+        const Computed<T> computed = problem.by_blocks(width * lines.count);
+        EXPECT_EQ(computed.work(1), T(Real<T>(problem.block_size() * lines.count)));
+        EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(lines.k - 32, width)));
+        if (ComplexScalar<T>) continue;  // without factors Q is anything
+        EXPECT_LT(problem.error_of(computed.C), threshold);
+        // Of the smallest sizes no operand of a product is packed in memory from the pool.
+        if (lines.order <= 50) {
+          EXPECT_TRUE(computed.C.same_as(expected));
+        }
+      }
+      // One reflector after another in the least workspace.
+      const WatchedPool pool(false);
+      EXPECT_TRUE(problem.by_blocks(lines.count).C.same_as(unblocked));
+      EXPECT_EQ(pool.requests(), 0u);
+      EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
+    });
+  }
+}
+
 // ------------------------------------------------------------------------------------------------------ bad arguments
 
 /// Four lines of order 5 from three reflectors.
@@ -368,6 +397,11 @@ void expect_checks_of_values(const std::string& name) {
   Call too_many;
   too_many.k = 5;
   expect_report(too_many, name, 3);
+  // The least leading dimension is one, also where there is nothing to do.
+  Call no_rows;
+  no_rows.m = no_rows.k = no_rows.lda = 0;
+  if (Call::columnwise) no_rows.n = 0;
+  expect_report(no_rows, name, 5);
 }
 
 template <Scalar T, int form_index>
@@ -387,6 +421,9 @@ void expect_checks() {
     call.lwork = lwork;
     expect_report(call, name, 8);
   }
+  Blocked no_lines;
+  (Blocked::columnwise ? no_lines.n : no_lines.m) = no_lines.k = no_lines.lwork = 0;
+  expect_report(no_lines, name, 8);
   for (const auto& [position, spoil] : {Bad<Blocked>::m, Bad<Blocked>::n, Bad<Blocked>::k, Bad<Blocked>::lda}) {
     Blocked question;
     question.lwork = -1;

@@ -108,15 +108,20 @@ TYPED_TEST(LqQlRq, OfAnEmptyMatrixIsNoWork) {
   }
 }
 
-TYPED_TEST(LqQlRq, FactorsLinesOfVeryDifferentScales) {
+TYPED_TEST(LqQlRq, FactorsRowsAndColumnsOfVeryDifferentScales) {
   using T = TypeParam;
   for (const Form& form : all_forms) {
     for (const Shape& shape : {Shape{9, 12}, {12, 9}, {70, 80}}) {
-      SCOPED_TRACE(name_of(form, 'F') + ", " + to_string(shape));
-      const GuardedMatrix<T> A = badly_scaled_matrix<T>(this->random, form.columnwise(), shape.m, shape.n);
-      const Factored<T> f = factor(form, A, block_width * lines_of(form, shape));
-      EXPECT_LT(largest_residual_of_a_line(f), threshold);
-      EXPECT_LT(orthogonality(f), threshold);
+      // Lines of different scales, and lines whose elements have different scales.
+      for (const bool by_columns : {true, false}) {
+        SCOPED_TRACE(name_of(form, 'F') + ", " + to_string(shape) + (by_columns ? ", columns" : ", rows"));
+        const GuardedMatrix<T> A = badly_scaled_matrix<T>(this->random, by_columns, shape.m, shape.n);
+        const Factored<T> f = factor(form, A, block_width * lines_of(form, shape));
+        EXPECT_TRUE(wide(f.factors).allFinite());
+        EXPECT_TRUE(wide(f.tau).allFinite());
+        EXPECT_LT(largest_residual_of_a_line(f), threshold);
+        EXPECT_LT(orthogonality(f), threshold);
+      }
     }
   }
 }

@@ -1,13 +1,19 @@
 #pragma once
 
 // Products op(Q) C and C op(Q) with the Q of reflectors in the four forms of storage: made by the routines, and
-// predicted in a wider type.
+// predicted in a wider type; and what they and all that is built on them do without memory.
+
+#include <nuv/nuv_lapack.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "layer.hpp"
 #include "orthogonal/reflectors.hpp"
+#include "support/reported_errors.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::test {
@@ -206,6 +212,67 @@ void for_each_product(Random& random, ProductSizes sizes, Visit visit) {
       }
     }
   }
+}
+
+/// What the pool asks of the system while an instance lives. The pool begins empty.
+class WatchedPool {
+ public:
+  explicit WatchedPool(bool gives_memory = true) {
+    nuv_free_extra_mem();
+    NUV_shrink_mem_slots();  // of the blocks that other tests gave back
+    sizes_.clear();
+    blocks_ = 0;
+    i_malloc = gives_memory ? give : refuse;
+    i_free = take_back;
+  }
+  WatchedPool(const WatchedPool&) = delete;
+  WatchedPool& operator=(const WatchedPool&) = delete;
+  ~WatchedPool() {
+    nuv_free_extra_mem();
+    i_malloc = std::malloc;
+    i_free = std::free;
+  }
+
+  /// Whether a block of that many bytes, with room to align it, was asked for.
+  bool was_asked_for(std::size_t bytes) const { return sizes_.contains(bytes + 128); }
+
+  /// How many blocks were asked for.
+  std::size_t requests() const { return sizes_.size(); }
+
+  /// Blocks that stay with somebody when the pool lets go of what it has.
+  int blocks_in_use() const {
+    nuv_free_extra_mem();
+    return blocks_;
+  }
+
+ private:
+  static void* give(std::size_t size) {
+    sizes_.insert(size);
+    ++blocks_;
+    return std::malloc(size);
+  }
+  static void* refuse(std::size_t size) {
+    sizes_.insert(size);
+    return nullptr;
+  }
+  static void take_back(void* block) {
+    if (block != nullptr) --blocks_;
+    std::free(block);
+  }
+
+  static inline std::multiset<std::size_t> sizes_;
+  static inline int blocks_ = 0;
+};
+
+/// What is heard of so many factors of reflectors without memory. Those of real reflectors take none.
+template <Scalar T>
+std::vector<ErrorReport> refused_factors(Int count) {
+  return std::vector<ErrorReport>(std::size_t(ComplexScalar<T> ? count : 0), {reported_name<T>("LARFT"), 1000});
+}
+
+/// How many blocks of that width hold k reflectors.
+inline Int blocks_of(Int k, Int width) {
+  return (k + width - 1) / width;
 }
 
 }  // namespace nuv::test

@@ -75,7 +75,25 @@ constexpr bool choices[] = {true, false};
 
 // -------------------------------------------------------------------------------------------------------- ormbr, ormtr
 
-/// A product with such a matrix: call(side, trans, A, tau, C, work, lwork, info) with the least and the best workspace.
+/// A product with such a matrix by call(side, trans, m, n, A, tau, C, work, lwork, info), nothing else being written.
+template <Scalar T, class Call>
+Computed<T> multiply(const Embedded<T>& X, const GuardedMatrix<T>& A, const GuardedMatrix<T>& C, char side, char trans,
+                     Int lwork, Call call) {
+  GuardedMatrix<T> a = A;
+  GuardedVector<T> tau = X.H.tau;
+  Computed<T> result{C, GuardedVector<T>(lwork)};
+  Int info = 99;
+  call(side, trans, C.rows(), C.columns(), Matrix<T>(a), static_cast<const T*>(tau.data()), Matrix<T>(result.C),
+       result.work.data(), lwork, info);
+  EXPECT_EQ(info, 0);
+  EXPECT_TRUE(a.unchanged());
+  EXPECT_TRUE(tau.unchanged());
+  EXPECT_TRUE(result.C.guards_unchanged());
+  EXPECT_TRUE(result.work.guards_unchanged());
+  return result;
+}
+
+/// The same with the least and the best workspace.
 template <Scalar T, class Call>
 void expect_product(Random& random, const Embedded<T>& X, const GuardedMatrix<T>& A, bool left, bool plain, Int nw,
                     const std::string& inner_name, Call call) {
@@ -86,17 +104,9 @@ void expect_product(Random& random, const Embedded<T>& X, const GuardedMatrix<T>
   const Int nb = ask(1, inner_name, {side, trans}, left ? m - 1 : m, left ? n : n - 1, nq - 1);
   const Int best = std::max(1, nw) * nb;
   for (const Int lwork : {std::max(1, nw), best, best + nb * nq}) {
-    GuardedMatrix<T> a = A, c = C;
-    GuardedVector<T> tau = X.H.tau, work(lwork);
-    Int info = 99;
-    call(side, trans, m, n, Matrix<T>(a), static_cast<const T*>(tau.data()), Matrix<T>(c), work.data(), lwork, info);
-    EXPECT_EQ(info, 0);
-    EXPECT_EQ(work(1), T(Real<T>(m == 0 || n == 0 ? 1 : best)));
-    EXPECT_LT(relative_distance<T>(wide(c), product_with(X, left, plain, C), nq), threshold);
-    EXPECT_TRUE(a.unchanged());
-    EXPECT_TRUE(tau.unchanged());
-    EXPECT_TRUE(c.guards_unchanged());
-    EXPECT_TRUE(work.guards_unchanged());
+    const Computed<T> computed = multiply(X, A, C, side, trans, lwork, call);
+    EXPECT_EQ(computed.work(1), T(Real<T>(m == 0 || n == 0 ? 1 : best)));
+    EXPECT_LT(relative_distance<T>(wide(computed.C), product_with(X, left, plain, C), nq), threshold);
   }
   // The question.
   GuardedMatrix<T> a = A, c = C;
@@ -141,7 +151,7 @@ TYPED_TEST(QOfReductions, OfBidiagonalFormMultiply) {
                          ", k " + std::to_string(k) + ", nw " + std::to_string(nw));
             const Embedded<T> X = bidiagonal_factor<T>(this->random, vect, nq, k);
             const Int lines = std::min(nq, k), m = vect == 'Q' ? nq : lines, n = vect == 'Q' ? lines : nq;
-            const GuardedMatrix<T> A = X.stored(m, n, std::max(1, m));
+            const GuardedMatrix<T> A = X.stored(m, n, std::max(1, m + this->random.integer(0, 2)));
             const char letter = this->random.in_some_case(vect);
             expect_product(this->random, X, A, left, plain, nw, name_with_q<T>("M", vect == 'Q' ? "QR" : "LQ"),
                            [&, k = k](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau,
@@ -165,7 +175,7 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
             SCOPED_TRACE((std::string{upper ? 'U' : 'L', left ? 'L' : 'R', plain ? 'N' : 'T'}) + ", nq " +
                          std::to_string(nq) + ", nw " + std::to_string(nw));
             const Embedded<T> Q = tridiagonal_factor<T>(this->random, upper, nq);
-            const GuardedMatrix<T> A = Q.stored(nq, nq, std::max(1, nq));
+            const GuardedMatrix<T> A = Q.stored(nq, nq, std::max(1, nq + this->random.integer(0, 2)));
             const char uplo = this->random.in_some_case(upper ? 'U' : 'L');
             expect_product(this->random, Q, A, left, plain, nw, name_with_q<T>("M", upper ? "QL" : "QR"),
                            [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c,
@@ -176,6 +186,61 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
         }
       }
     }
+  }
+}
+
+/// Without memory the least workspace leaves room for one reflector after another; in one for all blocks only complex
+/// factors miss something.
+template <Scalar T, class Call>
+void expect_product_without_memory(Random& random, const Embedded<T>& X, const GuardedMatrix<T>& A, Call call) {
+  constexpr Int nw = 30, widest = 32;
+  for (const bool left : choices) {
+    for (const bool plain : choices) {
+      SCOPED_TRACE((std::string{left ? 'L' : 'R', plain ? 'N' : 'T'}));
+      const GuardedMatrix<T> C = random_matrix<T>(random, left ? X.n : nw, left ? nw : X.n, 50);
+      const auto multiply_in = [&](Int lwork) {
+        return multiply(X, A, C, left ? 'L' : 'R', plain ? 'N' : adjoint_letter<T>, lwork, call).C;
+      };
+      const Int full = (nw + X.H.k) * widest;
+      const GuardedMatrix<T> expected = multiply_in(full);
+      {
+        const WatchedPool pool(false);
+        EXPECT_LT(relative_distance<T>(wide(multiply_in(nw)), product_with(X, left, plain, C), X.n), threshold);
+        EXPECT_EQ(pool.requests(), 1u);
+        EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
+      }
+      const WatchedPool pool(false);
+      const GuardedMatrix<T> computed = multiply_in(full);
+      EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(X.H.k, widest)));
+      if (!ComplexScalar<T>) {
+        EXPECT_TRUE(computed.same_as(expected));
+        EXPECT_EQ(pool.requests(), 0u);
+      }
+    }
+  }
+}
+
+TYPED_TEST(QOfReductions, MultiplyWithoutMemory) {
+  using T = TypeParam;
+  constexpr Int nq = 40;
+  for (const char vect : {'Q', 'P'}) {
+    for (const Int k : {36, 50}) {
+      SCOPED_TRACE(std::string{vect} + ", k " + std::to_string(k));
+      const Embedded<T> X = bidiagonal_factor<T>(this->random, vect, nq, k);
+      const Int lines = std::min(nq, k), m = vect == 'Q' ? nq : lines, n = vect == 'Q' ? lines : nq;
+      expect_product_without_memory(
+          this->random, X, X.stored(m, n, m + 1),
+          [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c, T* work, Int lwork,
+              Int& info) { routine_call::ormbr(vect, side, trans, rows, columns, k, a, tau, c, work, lwork, info); });
+    }
+  }
+  for (const char uplo : uplos) {
+    SCOPED_TRACE(uplo);
+    const Embedded<T> Q = tridiagonal_factor<T>(this->random, is_upper(uplo), nq);
+    expect_product_without_memory(
+        this->random, Q, Q.stored(nq, nq, nq + 1),
+        [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c, T* work, Int lwork,
+            Int& info) { routine_call::ormtr(side, uplo, trans, rows, columns, a, tau, c, work, lwork, info); });
   }
 }
 
@@ -284,7 +349,7 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormAreFormed) {
     for (const bool upper : choices) {
       SCOPED_TRACE(std::string(upper ? "upper " : "lower ") + std::to_string(n));
       const Embedded<T> Q = tridiagonal_factor<T>(this->random, upper, n);
-      const GuardedMatrix<T> A = Q.stored(n, n, std::max(1, n));
+      const GuardedMatrix<T> A = Q.stored(n, n, std::max(1, n + this->random.integer(0, 2)));
       const WideMatrix<T> expected = Q.times(false, WideMatrix<T>::Identity(n, n));
       const char uplo = this->random.in_some_case(upper ? 'U' : 'L');
       const Int nb = ask(1, name_with_q<T>("G", upper ? "QL" : "QR"), " ", n - 1, n - 1, n - 1);
@@ -292,6 +357,56 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormAreFormed) {
         routine_call::orgtr(uplo, n, a, tau, work, lwork, info);
       });
     }
+  }
+}
+
+/// In the least workspace lines are formed from one reflector after another; blocks without memory miss complex
+/// factors.
+template <Scalar T, class Call>
+void expect_formed_without_memory(const Embedded<T>& X, bool by_rows, const GuardedMatrix<T>& A, Call call) {
+  const auto form_in = [&](Int lwork) {
+    GuardedMatrix<T> a = A;
+    GuardedVector<T> tau = X.H.tau, work(lwork);
+    Int info = 99;
+    call(Matrix<T>(a), static_cast<const T*>(tau.data()), work.data(), lwork, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(a.guards_unchanged());
+    return a;
+  };
+  constexpr Int widest = 32, one_by_one = 32;
+  const WideMatrix<T> columns = X.times(false, WideMatrix<T>::Identity(X.n, X.n));
+  const WideMatrix<T> expected = by_rows ? WideMatrix<T>(columns.adjoint()) : columns;
+  const WatchedPool pool(false);
+  EXPECT_LT(relative_distance<T>(wide(form_in(X.n)), expected, X.n), threshold);
+  EXPECT_EQ(pool.requests(), 0u);
+  EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
+  const GuardedMatrix<T> by_blocks = form_in(X.n * widest);
+  EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(X.H.k - one_by_one, widest)));
+  if (!ComplexScalar<T>) {
+    EXPECT_LT(relative_distance<T>(wide(by_blocks), expected, X.n), threshold);
+  }
+}
+
+TYPED_TEST(QOfReductions, AreFormedWithoutMemory) {
+  using T = TypeParam;
+  constexpr Int n = 50;
+  for (const char vect : {'Q', 'P'}) {
+    for (const Int k : {n - 1, n + 1}) {
+      SCOPED_TRACE(std::string{vect} + ", k " + std::to_string(k));
+      const Embedded<T> X = bidiagonal_factor<T>(this->random, vect, n, k);
+      expect_formed_without_memory(X, vect == 'P', X.stored(n, n, n + 1),
+                                   [&](Matrix<T> a, const T* tau, T* work, Int lwork, Int& info) {
+                                     routine_call::orgbr(vect, n, n, k, a, tau, work, lwork, info);
+                                   });
+    }
+  }
+  for (const char uplo : uplos) {
+    SCOPED_TRACE(uplo);
+    const Embedded<T> Q = tridiagonal_factor<T>(this->random, is_upper(uplo), n);
+    expect_formed_without_memory(Q, false, Q.stored(n, n, n + 1),
+                                 [&](Matrix<T> a, const T* tau, T* work, Int lwork, Int& info) {
+                                   routine_call::orgtr(uplo, n, a, tau, work, lwork, info);
+                                 });
   }
 }
 
@@ -367,6 +482,21 @@ void expect_checks_of_workspace(const std::string& name, int position, const Spo
   expect_report(question, name, other.position);
 }
 
+/// Expects of products with C that the least leading dimensions and the least workspace are one, also where there is
+/// nothing to do.
+template <class Call>
+void expect_least_sizes_of_products(const std::string& name, int lda, int ldc, int lwork) {
+  Call order_zero;
+  order_zero.m = order_zero.lda = 0;
+  expect_report(order_zero, name, lda);
+  Call no_rows;
+  no_rows.m = no_rows.ldc = 0;
+  expect_report(no_rows, name, ldc);
+  Call no_columns;
+  no_columns.n = no_columns.lwork = 0;
+  expect_report(no_columns, name, lwork);
+}
+
 /// The letters of transposition in the other field.
 template <class Call>
 void expect_checks_of_letters(const std::string& name, bool is_complex) {
@@ -391,6 +521,7 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
                                         {11, [](Ormbr& call) { call.ldc = 3; }},
                                         {13, [](Ormbr& call) { call.lwork = 3; }}});
   expect_checks_of_workspace<Ormbr>(ormbr, 13, {11, [](Ormbr& call) { call.ldc = 3; }});
+  expect_least_sizes_of_products<Ormbr>(ormbr, 8, 11, 13);
   expect_checks_of_letters<Ormbr>(ormbr, ComplexScalar<T>);
   // The rows of P that are stored: min(nq, k).
   for (const auto& [k, lda, position] : {std::array<Int, 3>{3, 3, 0}, {3, 2, 8}, {9, 3, 8}, {0, 1, 0}, {0, 0, 8}}) {
@@ -412,6 +543,7 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
                                         {10, [](Ormtr& call) { call.ldc = 3; }},
                                         {12, [](Ormtr& call) { call.lwork = 3; }}});
   expect_checks_of_workspace<Ormtr>(ormtr, 12, {10, [](Ormtr& call) { call.ldc = 3; }});
+  expect_least_sizes_of_products<Ormtr>(ormtr, 7, 10, 12);
   expect_checks_of_letters<Ormtr>(ormtr, ComplexScalar<T>);
 
   using Orgbr = OrgbrCall<T>;
@@ -446,6 +578,18 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
     call.k = shape.k;
     expect_report(call, orgbr, shape.position);
   }
+  // The least leading dimension and the least workspace are one, also where there is nothing to do.
+  for (const char vect : {'Q', 'P'}) {
+    Orgbr no_rows;
+    no_rows.vect = vect;
+    no_rows.m = no_rows.k = no_rows.lda = 0;
+    if (vect == 'Q') no_rows.n = 0;
+    expect_report(no_rows, orgbr, 6);
+    Orgbr no_lines;
+    no_lines.vect = vect;
+    (vect == 'Q' ? no_lines.n : no_lines.m) = no_lines.k = no_lines.lwork = 0;
+    expect_report(no_lines, orgbr, 9);
+  }
 
   using Orgtr = OrgtrCall<T>;
   const std::string orgtr = name_with_q<T>("G", "TR");
@@ -454,6 +598,15 @@ TYPED_TEST(QOfReductions, ReportBadArguments) {
                                         {4, [](Orgtr& call) { call.lda = 3; }},
                                         {7, [](Orgtr& call) { call.lwork = 2; }}});
   expect_checks_of_workspace<Orgtr>(orgtr, 7, {4, [](Orgtr& call) { call.lda = 3; }});
+  Orgtr order_zero;
+  order_zero.n = order_zero.lda = 0;
+  expect_report(order_zero, orgtr, 4);
+  for (const Int n : {0, 1}) {
+    Orgtr call;
+    call.n = n;
+    call.lwork = 0;
+    expect_report(call, orgtr, 7);
+  }
 }
 
 }  // namespace

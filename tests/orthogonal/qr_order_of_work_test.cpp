@@ -140,7 +140,8 @@ struct Panels {
   Int count, width;
 };
 
-/// Expects that xgeqrf takes these panels, and leaves the rest to code without level 3.
+/// Expects that xgeqrf takes these panels, and leaves the rest to code without level 3. A last panel that reaches the
+/// last column has no update: it shows by its factor, which nothing overwrites but for the first element.
 template <Scalar T>
 void expect_panels(const GuardedMatrix<T>& A, Int lwork, const std::vector<Panels>& panels) {
   const Int m = A.rows(), n = A.columns();
@@ -153,8 +154,11 @@ void expect_panels(const GuardedMatrix<T>& A, Int lwork, const std::vector<Panel
     }
   }
   take_recorded_calls();
-  factor(qr_form, A, lwork, [](auto&&... arguments) { x_variant::geqrf(arguments...); });
+  const Factored<T> f = factor(qr_form, A, lwork, [](auto&&... arguments) { x_variant::geqrf(arguments...); });
   EXPECT_EQ(take_recorded_calls_with_factors(), expected.list());
+  if (i <= n) return;
+  const Int width = panels.back().width;
+  for (Int j = 2; j <= width; ++j) EXPECT_TRUE(same_bits(f.work((j - 1) * n + j), f.tau(n - width + j))) << j;
 }
 
 TYPED_TEST(QrOrder, AsksForWidthAndCrossoverAnewBeforeEachPanel) {
@@ -169,6 +173,9 @@ TYPED_TEST(QrOrder, AsksForWidthAndCrossoverAnewBeforeEachPanel) {
   }
   // As few columns as 8 are left to the unblocked code, however many rows they have.
   expect_panels(this->matrix({2000, 24}), 16 * 24, {{1, 16}});
+  // Of 9 and more a panel is made, narrower than the width.
+  expect_panels(this->matrix({4100, 28}), 16 * 28, {{1, 16}, {1, 12}});
+  expect_panels(this->matrix({4100, 25}), 16 * 25, {{1, 16}, {1, 9}});
 }
 
 TYPED_TEST(QrOrder, TakesNarrowPanelsInAShortWorkspace) {
