@@ -1,6 +1,9 @@
 // The products and solves of level 3: ?gemm, ?trmm and ?trsm.
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
 
 #include "blas.hpp"
 #include "support/argument_checks.hpp"
@@ -97,6 +100,21 @@ TYPED_TEST(Level3, MultipliesColumnsByColumns) {
   for (const auto& [m, n] : {std::pair{63, 62}, {64, 63}, {90, 32}, {90, 33}, {32, 90}, {33, 90}, {4, 200}}) {
     expect(m, n, least_steps + 1);
     expect(m, n, 3 * least_steps + 5);
+  }
+}
+
+TYPED_TEST(Level3, AddsAProductToInfiniteNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R infinity = std::numeric_limits<R>::infinity();
+  for (const auto& [m, n, k] : {std::array{5, 3, 4}, {30, 20, 40}, {5, 3, Int{2048 / sizeof(T)}}}) {
+    SCOPED_TRACE(testing::Message() << m << " by " << n << " by " << k);
+    const GuardedMatrix<T> A = random_matrix<T>(this->random, k, m, k), B = random_matrix<T>(this->random, k, n, k);
+    GuardedMatrix<T> C = random_matrix<T>(this->random, m, n, m);
+    C(m, n) = infinity;
+    blas::gemm('T', 'N', m, n, k, T(-1), A, B, T(1), C);
+    EXPECT_EQ(std::real(C(m, n)), infinity);
+    EXPECT_TRUE(std::isfinite(std::imag(C(m, n))));
   }
 }
 

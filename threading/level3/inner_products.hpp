@@ -49,8 +49,8 @@ template <int rows, int columns, Scalar T>
 #pragma GCC unroll 8
   for (int j = 0; j < columns; ++j) y[j] = reinterpret_cast<const R*>(Y.first + std::min(j, Y.count - 1) * Y.apart);
 
-  // For complex numbers x y and x (i conj(y)) part by part: the first holds what makes the real part, the second what
-  // makes the imaginary one.
+  // Complex numbers are multiplied part by part, as they are and with the parts of y exchanged: the sums of the former
+  // make the real part of an inner product, those of the latter the imaginary one.
   Simd<R> sum[sums];
 #pragma GCC unroll 32
   for (int s = 0; s < sums; ++s) sum[s] = Simd<R>{};
@@ -98,7 +98,11 @@ template <int rows, int columns, Scalar T>
     for (int i = 0; i < X.count; ++i) {
       T& c = C.data[i * C.down + j * C.across];
       const T product = update.alpha * products[j * rows + i];
-      c = update.beta == T(0) ? product : update.beta * c + product;
+      if (update.beta == T(0)) {
+        c = product;
+      } else {
+        c = (update.beta == T(1) ? c : update.beta * c) + product;
+      }
     }
   }
 }

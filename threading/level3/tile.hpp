@@ -210,7 +210,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
   tile_detail::for_each_step<row_vectors * width, true>(depth, columns, ldc, ahead, step);
   const Simd<R> alpha_re = simd::broadcast(update.alpha.real()), alpha_im = simd::broadcast(update.alpha.imag());
   const Simd<R> beta_re = simd::broadcast(update.beta.real()), beta_im = simd::broadcast(update.beta.imag());
-  const bool writes_only = update.beta == std::complex<R>(0);
+  const bool writes_only = update.beta == std::complex<R>(0), only_adds = update.beta == std::complex<R>(1);
 #pragma GCC unroll 16
   for (int j = 0; j < tile_columns; ++j) {
     if (j == columns) break;
@@ -226,8 +226,14 @@ template <int row_vectors, InPlace in_place, RealScalar R>
         const Simd<R> first = tile_detail::load_rows(target, count);
         const Simd<R> second = count > width ? tile_detail::load_rows(target + width, count - width) : Simd<R>{};
         const auto [old_re, old_im] = simd::deinterleave<R>(first, second);
-        new_re = simd::fma(beta_re, old_re, simd::fnma(beta_im, old_im, new_re));
-        new_im = simd::fma(beta_re, old_im, simd::fma(beta_im, old_re, new_im));
+        if (only_adds) {
+          // An infinite part of C must not meet the zero of beta.
+          new_re += old_re;
+          new_im += old_im;
+        } else {
+          new_re = simd::fma(beta_re, old_re, simd::fnma(beta_im, old_im, new_re));
+          new_im = simd::fma(beta_re, old_im, simd::fma(beta_im, old_re, new_im));
+        }
       }
       const auto [first, second] = simd::interleave<R>(new_re, new_im);
       tile_detail::store_rows(target, first, count);
