@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "nuv_command.hpp"
-#include "support/sanitized.hpp"
 #include "support/wide_spectrum.hpp"
 #include "tools/dense_matrix.hpp"
 #include "tools/matrix_market.hpp"
@@ -440,15 +439,6 @@ TEST_F(Make, RefusesMatricesBeyondTheRangeAndTheMemory) {
   EXPECT_EQ(result.output, "");
   expect_refusal(run_nuv(folder, {"make", "general", "3", "-o", "no/folder.mtx"}), 1,
                  "no/folder.mtx: cannot write: No such file or directory");
-}
-
-TEST_F(Make, RefusesMatricesThatTheProcessMayNotHave) {
-  if (is_sanitized) GTEST_SKIP() << "The sanitizers reserve more address space than any limit allows.";
-  const ChildResult result = run_child({.arguments = {"sh", "-c", "ulimit -v 200000; exec \"$0\" \"$@\"", nuv_program(),
-                                                      "make", "general", "6000", "-o", "made.mtx"},
-                                        .working_directory = folder.path()});
-  expect_refusal(result, 1, "made.mtx: the matrix does not fit into memory");
-  EXPECT_FALSE(std::filesystem::exists(folder / "made.mtx"));
 }
 
 // What is made can be solved with: the two commands agree on their files.

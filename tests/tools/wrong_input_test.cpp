@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "nuv_command.hpp"
-#include "support/sanitized.hpp"
 #include "wrong_files.hpp"
 
 namespace nuv::test {
@@ -175,17 +174,6 @@ TEST_F(WrongInput, MatricesBeyondAnyMemory) {
   expect_too_large(folder, "largest.mtx", "largest-rhs.mtx", "largest\\.mtx:2: a 2147483647 by 2147483647");
   expect_too_large(folder, "good.mtx", "many.mtx", "many\\.mtx:2: a 2 by 2147483647");
   expect_too_large(folder, "more.mtx", "more-rhs.mtx", "more(-rhs)?\\.mtx:2: a 100000 by (100000|2147483647)");
-}
-
-TEST_F(WrongInput, MemoryThatTheProcessMayNotHave) {
-  if (is_sanitized) GTEST_SKIP() << "The sanitizers reserve more address space than any limit allows.";
-  folder.write("large.mtx", coordinate + "6000 6000 0\n");
-  folder.write("large-rhs.mtx", coordinate + "6000 1 0\n");
-  const ChildResult result = run_child({.arguments = {"sh", "-c", "ulimit -v 200000; exec \"$0\" \"$@\"", nuv_program(),
-                                                      "solve", "large.mtx", "large-rhs.mtx", "-o", "solution.mtx"},
-                                        .working_directory = folder.path()});
-  expect_refusal(result, 1, "large.mtx: the system does not fit into memory");
-  EXPECT_FALSE(std::filesystem::exists(folder / "solution.mtx"));
 }
 
 }  // namespace
