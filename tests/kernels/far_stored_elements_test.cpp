@@ -1,9 +1,8 @@
-// Packed and band matrices whose elements lie more than 2^31 elements apart. Needs 64-bit addresses.
+// Band matrices whose columns lie more than 2^31 elements apart. Needs 64-bit addresses.
 
 #include "blas.hpp"
 #include "kernels/stored_matrices.hpp"
 #include "support/reported_errors.hpp"
-#include "support/sanitized.hpp"
 #include "support/sparse_array.hpp"
 
 namespace nuv::test {
@@ -63,29 +62,6 @@ TYPED_TEST(FarStoredElements, AreFoundInBands) {
       this->expect_same(R.array(), [&](auto a, auto y) { blas::tbsv(uplo, trans, 'N', n, k, a, y); });
     }
   }
-}
-
-using FarPackedElements = ReportingTest;
-
-/// The zeros of a large triangle need no memory of their own, only its last elements do.
-TEST_F(FarPackedElements, AreFound) {
-  constexpr Int order = 65600;
-  constexpr std::size_t size = std::size_t(order) * (order + 1) / 2;
-  static_assert(size > std::size_t(far));
-  if (is_sanitized) GTEST_SKIP() << "The check of each of these accesses would take minutes.";
-  SparseArray<float> ap(size);
-  ap.data()[size - 1] = 3;  // the last diagonal element of either triangle
-  ap.data()[size - 2] = 5;  // the neighbour above it in an upper triangle, left of it in a lower one
-  std::vector<float> x(order, 1.0f);
-  blas::tpmv('U', 'N', 'N', order, ap.data(), {x.data(), 1});
-  EXPECT_EQ(x[order - 1], 3);
-  EXPECT_EQ(x[order - 2], 5);
-  EXPECT_EQ(x[order - 3], 0);
-
-  x.assign(order, 1.0f);
-  blas::tpmv('L', 'N', 'N', order, ap.data(), {x.data(), 1});
-  EXPECT_EQ(x[order - 1], 8);
-  EXPECT_EQ(x[order - 2], 0);
 }
 
 }  // namespace
