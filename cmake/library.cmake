@@ -33,29 +33,25 @@ function(nuv_shared_library name)
   endif()
 endfunction()
 
-# Instruction sets for which the bodies behind the stubs are compiled, and the flags of each. 32-bit x86 has the baseline
-# alone, and no choice to make at run time.
+# Instruction sets for which the bodies behind the entries are compiled, and the flags of each. 32-bit x86 has the
+# baseline alone. The sanitizers watch one set, the widest that this machine runs: three would take three times as long to
+# compile and show little more. Threads meet in what calls the bodies, so any set will do there.
 set(NUV_FLAGS_sse2 "")
-set(NUV_FLAGS_ssse3 -mssse3)
 set(NUV_FLAGS_avx2 -march=x86-64-v3)
 set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)
-if(CMAKE_SIZEOF_VOID_P EQUAL 8)
-  set(NUV_INSTRUCTION_SETS sse2 ssse3 avx2 avx512)
-else()
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 OR NUV_SANITIZE STREQUAL "thread")
   set(NUV_INSTRUCTION_SETS sse2)
-endif()
-
-# The sanitizers watch one set, the widest that this machine runs: four would take four times as long to compile and show
-# little more.
-if(NUV_SANITIZE)
+elseif(NUV_SANITIZE)
   file(WRITE ${CMAKE_BINARY_DIR}/widest_set.cpp
     "#include \"base/instruction_set.cpp\"\n#include <cstdio>\n"
     "int main() { std::fputs(nuv::instruction_set_names[static_cast<int>(nuv::widest_instruction_set())], stdout); }\n")
   try_run(exit_status compiled ${CMAKE_BINARY_DIR}/widest_set ${CMAKE_BINARY_DIR}/widest_set.cpp
-    CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${CMAKE_SOURCE_DIR}/src RUN_OUTPUT_VARIABLE NUV_WIDEST_SET)
+    CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${CMAKE_SOURCE_DIR}/src RUN_OUTPUT_VARIABLE NUV_INSTRUCTION_SETS)
   if(NOT compiled OR NOT exit_status EQUAL 0)
     message(FATAL_ERROR "The widest instruction set of this machine can't be found out.")
   endif()
+else()
+  set(NUV_INSTRUCTION_SETS sse2 avx2 avx512)
 endif()
 
 # nuv_without_sanitizers(TARGET): compiles a target as in a release build, so that it comes out of the compiler's cache.
@@ -67,49 +63,32 @@ function(nuv_without_sanitizers target)
   endif()
 endfunction()
 
-# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set, or NAME_only.
+# nuv_bodies(NAME SOURCES ...): object libraries NAME_<set>, one for each instruction set.
 function(nuv_bodies name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
-  if(NUV_SANITIZE)
-    nuv_only_bodies(${name} ${ARGN})
-    return()
-  endif()
   foreach(set IN LISTS NUV_INSTRUCTION_SETS)
-    nuv_body(${name} ${set} ${set} "${arg_SOURCES}")
+    add_library(${name}_${set} OBJECT ${arg_SOURCES})
+    nuv_compile(${name}_${set})
+    target_compile_definitions(${name}_${set} PRIVATE NUV_ISA=${set})
+    target_compile_options(${name}_${set} PRIVATE ${NUV_FLAGS_${set}})
   endforeach()
 endfunction()
 
-# Bodies under the exported names themselves, for a library that has one set: the baseline, or what the sanitizers watch.
-# Threads meet in what calls the bodies, so any set will do there.
-function(nuv_only_bodies name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
-  if(NUV_SANITIZE AND NOT NUV_SANITIZE STREQUAL "thread")
-    nuv_body(${name} ${NUV_WIDEST_SET} only "${arg_SOURCES}")
-  else()
-    nuv_body(${name} sse2 only "${arg_SOURCES}")
-  endif()
-  target_compile_definitions(${name}_only PRIVATE NUV_ONLY_BODY)
-endfunction()
-
-function(nuv_body name set suffix sources)
-  add_library(${name}_${suffix} OBJECT ${sources})
-  nuv_compile(${name}_${suffix})
-  target_compile_definitions(${name}_${suffix} PRIVATE NUV_ISA=${set})
-  target_compile_options(${name}_${suffix} PRIVATE ${NUV_FLAGS_${set}})
-endfunction()
-
-# nuv_entries(TARGET NAME ENTRIES): gives a shared library the bodies NAME_<set> and the entries that choose among them,
-# or the bodies NAME_only where there is no choice.
-function(nuv_entries target name entries)
-  if(TARGET ${name}_only)
-    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_only>)
-    return()
-  endif()
+# nuv_entries(TARGET BODIES ENTRIES SETS ...): gives a shared library the bodies for these instruction sets, and the
+# entries that lead to them.
+function(nuv_entries target bodies entries)
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "SETS")
   set_source_files_properties(${entries} PROPERTIES GENERATED TRUE
     OBJECT_DEPENDS "${CMAKE_SOURCE_DIR}/src/frame/isa_pattern.S;${CMAKE_SOURCE_DIR}/src/frame/stub_bind.S")
-  target_sources(${target} PRIVATE ${entries} ${CMAKE_SOURCE_DIR}/src/frame/isa_binding.cpp
-    ${CMAKE_SOURCE_DIR}/src/base/instruction_set.cpp)
-  foreach(set IN LISTS NUV_INSTRUCTION_SETS)
-    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${name}_${set}>)
+  target_sources(${target} PRIVATE ${entries})
+  foreach(set IN LISTS arg_SETS)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${bodies}_${set}>)
   endforeach()
+  list(LENGTH arg_SETS count)
+  if(count EQUAL 1)
+    set_property(TARGET ${target} APPEND PROPERTY COMPILE_DEFINITIONS NUV_ONE_SET=${arg_SETS})
+  else()
+    target_sources(${target} PRIVATE
+      ${CMAKE_SOURCE_DIR}/src/frame/isa_binding.cpp ${CMAKE_SOURCE_DIR}/src/base/instruction_set.cpp)
+  endif()
 endfunction()

@@ -16,12 +16,12 @@ int available_threads();
 /// Runs piece(context, 0) ... piece(context, pieces - 1), each on a thread of its own, and waits for all.
 void run_pieces(int pieces, void (*piece)(void* context, int index), void* context);
 
-/// Cuts 0 ... n into contiguous parts, one for each thread, at multiples of `grain`, and runs work(from, until) on
-/// each, or all on one thread where there is little to do. The parts must write to different places; what is computed
-/// for an index must not depend on where the cuts are.
+/// Cuts 0 ... n, n > 0, into contiguous parts, one for each thread, at multiples of `grain`, and runs work(from, until)
+/// on each, or all on one thread where there is little to do. The parts must write to different places; what is
+/// computed for an index must not depend on where the cuts are.
 template <class Work>
 void split(Int n, Int grain, bool is_little, Work work) {
-  const Int grains = (n + grain - 1) / grain;
+  const Int grains = (n - 1) / grain + 1;
   const int threads = is_little ? 1 : static_cast<int>(std::min<Int>(available_threads(), grains));
   if (threads <= 1) return work(Int{0}, n);
   struct Context {

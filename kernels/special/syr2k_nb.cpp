@@ -4,13 +4,13 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
-#include "threading/level3/rank_k.hpp"
+#include "kernels/packed/rank_k.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
 namespace {
 
-using namespace threading;
-using namespace threading::product_detail;
+using namespace packed;
+using namespace packed::product_detail;
 
 /// Steps of the product that are packed at once, and columns of C beside each other that they are packed for.
 constexpr Int depth_of_block = 64;

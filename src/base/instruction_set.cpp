@@ -27,12 +27,12 @@ constexpr bool has_all(unsigned word, unsigned bits) {
 
 InstructionSet widest_instruction_set() {
   unsigned eax, ebx, ecx, edx;
-  if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx) || !has_all(ecx, bit_SSSE3)) return InstructionSet::sse2;
+  if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx)) return InstructionSet::sse2;
   if (!has_all(ecx, bit_OSXSAVE | bit_AVX | bit_FMA) || !has_all(enabled_state(), avx_state)) {
-    return InstructionSet::ssse3;
+    return InstructionSet::sse2;
   }
   if (!__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) || !has_all(ebx, bit_AVX2 | bit_BMI2)) {
-    return InstructionSet::ssse3;
+    return InstructionSet::sse2;
   }
   const bool avx512 =
       has_all(ebx, bit_AVX512F | bit_AVX512DQ | bit_AVX512BW | bit_AVX512VL) && has_all(enabled_state(), avx512_state);

@@ -3,10 +3,10 @@
 namespace nuv {
 
 /// The instruction sets for which the inner loops are compiled, in rising order.
-enum class InstructionSet { sse2, ssse3, avx2, avx512 };
+enum class InstructionSet { sse2, avx2, avx512 };
 
-inline constexpr int instruction_set_count = 4;
-inline constexpr const char* instruction_set_names[instruction_set_count] = {"sse2", "ssse3", "avx2", "avx512"};
+inline constexpr int instruction_set_count = 3;
+inline constexpr const char* instruction_set_names[instruction_set_count] = {"sse2", "avx2", "avx512"};
 
 /// The widest set that processor and system offer. "avx2" includes FMA; "avx512" its foundation, DQ, BW and VL parts.
 InstructionSet widest_instruction_set();

@@ -1,6 +1,5 @@
 // What the entry of a routine does at its first call: it picks the body for the instruction set in use.
 
-#include <algorithm>
 #include <cstdint>
 
 #include "base/instruction_set.hpp"
@@ -8,16 +7,10 @@
 
 namespace {
 
-#if defined(__x86_64__)
-constexpr int body_count = nuv::instruction_set_count;
-#else
-constexpr int body_count = 1;
-#endif
-
 /// The read-only record beside each entry; its layout is that of isa_pattern.S. Offsets count from their own field.
 struct IsaDescriptor {
   std::int32_t slot;
-  std::int32_t bodies[body_count];
+  std::int32_t bodies[nuv::instruction_set_count];
 };
 
 template <class Pointer>
@@ -35,7 +28,7 @@ extern "C" __attribute__((visibility("hidden"))) void* nuv_bind_stub(const IsaDe
   using nuv::plain_load;
   using nuv::plain_store;
   if (plain_load(chosen_body) < 0) {
-    plain_store(chosen_body, std::min(static_cast<int>(nuv::choose_instruction_set().set), body_count - 1));
+    plain_store(chosen_body, static_cast<int>(nuv::choose_instruction_set().set));
   }
   void* body = target_of<void*>(entry->bodies[plain_load(chosen_body)]);
   plain_store(*target_of<void**>(entry->slot), body);

@@ -1,7 +1,7 @@
 #include "frame/error_report.hpp"
+#include "kernels/packed/scale.hpp"
 #include "threading/level3/gemm_arguments.hpp"
 #include "threading/level3/parallel.hpp"
-#include "threading/level3/scale.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 

@@ -1,24 +1,28 @@
 #pragma once
 
-#include "threading/level3/inner_products.hpp"
-#include "threading/level3/product.hpp"
+// How products share their work among threads.
+
+#include <cmath>
+
+#include "kernels/packed/inner_products.hpp"
+#include "kernels/packed/product.hpp"
+#include "kernels/packed/triangular.hpp"
 #include "threading/runtime.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 
-template <Scalar T>
-Operand<T> shifted(Operand<T> x, Int i) {
-  x.data += i * x.along;
-  return x;
-}
+using namespace packed;
 
 /// The product of two operands without structure, on all threads: each takes some columns of C, or some rows if C is
-/// taller than wide.
+/// taller than wide. Which of its forms is taken depends on the whole product, so that any number of threads gives the
+/// same bits.
 template <Scalar T>
 void parallel_product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C) {
   const bool little = Block<T>::is_little(double(m) * n * k);
-  if (inner_products_pay(m, n, k, A, B)) return parallel_inner_products(m, n, k, alpha, A, B, beta, C, little);
-  if (n >= m || n >= 64 * Tile<T>::columns) {
+  if (inner_products_pay(m, n, k, A, B)) {
+    const auto products = inner_products(m, n, k, alpha, A, B, beta, C);
+    split(std::max(m, n), InnerTile<T>::rows, little, [&](Int from, Int until) { products.multiply(from, until); });
+  } else if (n >= m || n >= 64 * Tile<T>::columns) {
     split(n, Tile<T>::columns, little, [&](Int from, Int until) {
       product(m, until - from, k, alpha, A, shifted(B, from), beta, block(C, 1, from + 1));
     });
@@ -27,6 +31,32 @@ void parallel_product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const O
       product(until - from, n, k, alpha, shifted(A, from), B, beta, block(C, from + 1, 1));
     });
   }
+}
+
+/// Runs update(from, until) on column ranges of a triangle of order n that hold about the same number of elements each.
+template <Scalar T, class Work>
+void split_triangle(Region region, Int n, double multiply_adds, Work work) {
+  // The square root of a uniform cut of the area; cutting stays at multiples of a tile.
+  constexpr Int grain = Tile<T>::columns;
+  constexpr Int cells = 1024;
+  const auto column_at = [&](Int cell) {
+    const double share = double(cell) / cells;
+    const double x = region == Region::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);
+    return cell == cells ? n : static_cast<Int>(x * n) / grain * grain;
+  };
+  split(cells, 1, Block<T>::is_little(multiply_adds), [&](Int from, Int until) {
+    const Int first = column_at(from), last = column_at(until);
+    if (first < last) work(first, last);
+  });
+}
+
+/// Runs work(part) on all threads, each on some of the right-hand sides.
+template <Scalar T, class Work>
+void split_right_hand_sides(const TriangularProblem<T>& problem, Work work) {
+  const Int grain = problem.left ? Tile<T>::columns : Tile<T>::rows;
+  const double multiply_adds = double(problem.order) * problem.order / 2 * problem.columns;
+  split(problem.columns, grain, Block<T>::is_little(multiply_adds),
+        [&](Int from, Int until) { work(problem.restricted_to(from, until)); });
 }
 
 }  // namespace nuv::threading::inline NUV_ISA

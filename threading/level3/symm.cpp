@@ -2,8 +2,8 @@
 
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "kernels/packed/scale.hpp"
 #include "threading/level3/parallel.hpp"
-#include "threading/level3/scale.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {

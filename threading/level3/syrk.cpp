@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
-#include "threading/level3/rank_k.hpp"
+#include "kernels/packed/rank_k.hpp"
+#include "threading/level3/parallel.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {

@@ -1,5 +1,6 @@
 #include "frame/error_report.hpp"
-#include "threading/level3/triangular.hpp"
+#include "kernels/packed/triangular.hpp"
+#include "threading/level3/parallel.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
@@ -35,7 +36,8 @@ void trmm(char side, char uplo, char transa, char diag, Int m, Int n, T alpha, c
   const Matrix B{b, ldb};
   if (alpha == T(0)) return scale(m, n, alpha, B);
   const TriangularProblem<T> problem(side, uplo, transa, diag, m, n, {a, lda}, B);
-  problem.split_columns([&](const TriangularProblem<T>& part) { multiply_in_place(part, 0, part.order, alpha); });
+  split_right_hand_sides(problem,
+                         [&](const TriangularProblem<T>& part) { multiply_in_place(part, 0, part.order, alpha); });
 }
 
 }  // namespace nuv::threading::inline NUV_ISA

@@ -1,6 +1,7 @@
 #include "frame/error_report.hpp"
-#include "threading/level3/solve_block.hpp"
-#include "threading/level3/triangular.hpp"
+#include "kernels/packed/solve_block.hpp"
+#include "kernels/packed/triangular.hpp"
+#include "threading/level3/parallel.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
@@ -35,7 +36,7 @@ void trsm(char side, char uplo, char transa, char diag, Int m, Int n, T alpha, c
   scale(m, n, alpha, B);
   if (alpha == T(0)) return;
   const TriangularProblem<T> problem(side, uplo, transa, diag, m, n, {a, lda}, B);
-  problem.split_columns([](const TriangularProblem<T>& part) { solve_in_place(part, 0, part.order); });
+  split_right_hand_sides(problem, [](const TriangularProblem<T>& part) { solve_in_place(part, 0, part.order); });
 }
 
 }  // namespace nuv::threading::inline NUV_ISA

@@ -9,7 +9,7 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
-#include "threading/level3/blocking.hpp"
+#include "kernels/packed/blocking.hpp"
 #include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
@@ -23,7 +23,7 @@ struct Columns {
 };
 
 /// Columns that are factored by one task, and then update all others as one operand.
-constexpr Int strip_width = Block<double>::depth;
+constexpr Int strip_width = packed::Block<double>::depth;
 static_assert(std::has_single_bit(unsigned{strip_width}));
 
 /// Columns that one task updates. Half a strip lets two threads bring the next strip up to date.

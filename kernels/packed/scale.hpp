@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "threading/level3/product.hpp"
+#include "kernels/packed/product.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 /// X := factor X on a region of an m by n matrix; a zero factor writes zeros, so that what X held does not matter.
 template <Scalar T>
@@ -22,4 +22,4 @@ void scale(Int m, Int n, T factor, Matrix<T> X, Region region = Region::all) {
   }
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

@@ -5,9 +5,19 @@
 #include "base/simd.hpp"
 #include "base/types.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 using simd::lanes;
+
+constexpr Int round_up(Int n, Int multiple) {
+  return (n + multiple - 1) / multiple * multiple;
+}
+
+/// n > 0 split into equal parts of at most `limit`, each a multiple of `multiple` unless it is the only one.
+constexpr Int even_part(Int n, Int limit, Int multiple) {
+  const Int parts = (n - 1) / limit + 1;
+  return parts == 1 ? n : round_up((n - 1) / parts + 1, multiple);
+}
 
 /// A register tile has row_vectors vectors by `columns` columns of C: row_vectors * columns accumulators (twice that
 /// for a complex product, whose real and imaginary parts are apart), row_vectors operands and a broadcast must fit the
@@ -90,4 +100,4 @@ struct Block {
   static constexpr Int leaf = ComplexScalar<T> ? 32 : 64;
 };
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

@@ -6,11 +6,10 @@
 
 #include <algorithm>
 
-#include "threading/level3/pack.hpp"
-#include "threading/level3/tile.hpp"
-#include "threading/runtime.hpp"
+#include "kernels/packed/pack.hpp"
+#include "kernels/packed/tile.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 namespace inner_detail {
 
@@ -150,8 +149,8 @@ struct InnerProducts {
   void multiply(Int from, Int until) const {
     const EvenParts bundles(from, until, InnerTile<T>::rows);
     const Int depth = block_depth();
-    for (Int l = 0; l < length; l += depth) {
-      const Int steps = std::min(depth, length - l);
+    for (Int l = 0, steps = 0; l < length; l += steps) {
+      steps = std::min(depth, length - l);
       const bool is_last = l + steps == length;
       for (Int i = 0; i + 1 < bundles.count(); ++i) multiply_bundle(l, steps, i, bundles[i], {l, bundles[i + 1]});
       const Int i = bundles.count() - 1;
@@ -169,8 +168,7 @@ struct InnerProducts {
   /// Steps at a time: those of Y stay in a part of the second-level cache while X passes by.
   Int block_depth() const {
     const Int most = InnerTile<T>::block_bytes / ((y_count + 2 * InnerTile<T>::rows) * Int{sizeof(T)});
-    const Int blocks = (length - 1) / most + 1;
-    return ((length - 1) / blocks / lanes<Real<T>> + 1) * lanes<Real<T>>;
+    return even_part(length, most, lanes<Real<T>>);
   }
 
   /// Row i of the tiles of a block. While it meets one bundle of Y after the other, it asks for the piece of X whose
@@ -205,15 +203,13 @@ bool inner_products_pay(Int m, Int n, Int k, const Operand<T>& A, const Operand<
   return n <= few || (ComplexScalar<T> && m <= few) || std::max(m, n) < 2 * few;
 }
 
-/// C := alpha A B + beta C with operands whose steps lie side by side, on all threads; m, n, k > 0. They share out the
-/// longer side of C alone, so that what is computed for an element does not depend on their number.
+/// C := alpha A B + beta C with operands whose steps lie side by side; m, n, k > 0. Rows of it are formed independently
+/// of each other, along the longer side of C.
 template <Scalar T>
-void parallel_inner_products(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta,
-                             Matrix<T> C, bool little) {
-  using inner_detail::InnerProducts;
-  const InnerProducts<T> products = m >= n ? InnerProducts<T>{A, B, n, k, alpha, beta, {C.data, 1, C.ld}}
-                                           : InnerProducts<T>{B, A, m, k, alpha, beta, {C.data, C.ld, 1}};
-  split(std::max(m, n), InnerTile<T>::rows, little, [&](Int from, Int until) { products.multiply(from, until); });
+inner_detail::InnerProducts<T> inner_products(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B,
+                                              T beta, Matrix<T> C) {
+  if (m >= n) return {A, B, n, k, alpha, beta, {C.data, 1, C.ld}};
+  return {B, A, m, k, alpha, beta, {C.data, C.ld, 1}};
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

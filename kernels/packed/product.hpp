@@ -8,26 +8,16 @@
 
 #include <algorithm>
 
-#include "threading/level3/blocking.hpp"
-#include "threading/level3/pack.hpp"
-#include "threading/level3/tile.hpp"
+#include "kernels/packed/blocking.hpp"
+#include "kernels/packed/pack.hpp"
+#include "kernels/packed/tile.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 /// The part of C that a product writes.
 enum class Region { all, lower, upper };
 
 namespace product_detail {
-
-constexpr Int round_up(Int n, Int multiple) {
-  return (n + multiple - 1) / multiple * multiple;
-}
-
-/// n split into equal parts of at most `limit`, each a multiple of `multiple`.
-constexpr Int even_part(Int n, Int limit, Int multiple) {
-  const Int parts = (n + limit - 1) / limit;
-  return parts <= 1 ? n : round_up((n + parts - 1) / parts, multiple);
-}
 
 inline constexpr int stack_bytes = 48 * 1024;
 inline constexpr int alignment = 128;
@@ -139,14 +129,14 @@ class BlockedProduct {
       : m_(m), n_(n), k_(k), A_(A), B_(B), C_(C), region_(region), room_(m, n, k, in_place) {}
 
   void multiply(T alpha, T beta) const {
-    for (Int j = 0; j < n_; j += room_.width) {
-      const Range columns{j, std::min(room_.width, n_ - j)};
-      for (Int l = 0; l < k_; l += room_.depth) {
-        const Range steps{l, std::min(room_.depth, k_ - l)};
-        const Update<T> update{alpha, l == 0 ? beta : T(1)};
+    for (Range columns{0, 0}; columns.first < n_; columns.first += columns.count) {
+      columns.count = std::min(room_.width, n_ - columns.first);
+      for (Range steps{0, 0}; steps.first < k_; steps.first += steps.count) {
+        steps.count = std::min(room_.depth, k_ - steps.first);
+        const Update<T> update{alpha, steps.first == 0 ? beta : T(1)};
         bool needs_b = !b_in_place;
-        for (Int i = 0; i < m_; i += room_.height) {
-          const Range rows{i, std::min(room_.height, m_ - i)};
+        for (Range rows{0, 0}; rows.first < m_; rows.first += rows.count) {
+          rows.count = std::min(room_.height, m_ - rows.first);
           if (is_outside(region_, rows.first, columns.first, rows.count, columns.count)) continue;
           if constexpr (!a_in_place) pack_a(rows, steps);
           multiply_block(rows, columns, steps, update, needs_b, next_block_of_a(rows, steps));
@@ -222,11 +212,12 @@ class BlockedProduct {
       if (needs_b) pack_b(panel_from, panel_until, columns, steps);
       for (Int i = 0; i < rows.count; i += tile_rows) {
         for (Int j = panel_from; j < panel_until; j += tile_columns) {
+          const bool ends_row = j + tile_columns >= panel_until;
+          const T* const own = C_.at(rows.first + i + 1, columns.first + j + 1);
+          const T* const next_c = ends_row ? own + tile_rows - std::ptrdiff_t{j - panel_from} * C_.ld
+                                           : own + std::ptrdiff_t{tile_columns} * C_.ld;
           // The steps of a tile are time enough to get its elements of C, unless they are few.
-          const bool ends_row = j + tile_columns >= panel_until, looks_further = steps.count < 32;
-          const Int down = looks_further && ends_row ? i + tile_rows : i;
-          const Int across = !looks_further ? j : ends_row ? panel_from : j + tile_columns;
-          const Ahead<T> ahead{C_.at(rows.first + down + 1, columns.first + across + 1), next.line(--tiles_left)};
+          const Ahead<T> ahead{steps.count < 32 ? next_c : own, next.line(--tiles_left)};
           multiply_tile_at(i, j, rows, columns, steps, update, ahead);
         }
       }
@@ -309,4 +300,4 @@ Operand<T> right_operand(char trans, Matrix<const T> X) {
   return {X.data, plain ? X.ld : 1, plain ? 1 : X.ld, trans == 'C' || trans == 'c'};
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

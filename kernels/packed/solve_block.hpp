@@ -8,9 +8,9 @@
 
 #include "base/quotient.hpp"
 #include "base/simd.hpp"
-#include "threading/level3/triangular.hpp"
+#include "kernels/packed/triangular.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 namespace solve_detail {
 
 using simd::Simd;
@@ -251,4 +251,4 @@ template <Scalar T>
   }
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

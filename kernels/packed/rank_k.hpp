@@ -3,14 +3,12 @@
 // What the rank-k updates of a symmetric or Hermitian matrix have in common.
 
 #include <algorithm>
-#include <cmath>
 
 #include "frame/option_matching.hpp"
-#include "threading/level3/product.hpp"
-#include "threading/level3/scale.hpp"
-#include "threading/runtime.hpp"
+#include "kernels/packed/product.hpp"
+#include "kernels/packed/scale.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 inline Region region_of(char uplo) {
   return same_letter(uplo, 'L') ? Region::lower : Region::upper;
@@ -78,31 +76,10 @@ inline Int check_rank_2k(bool trans_is_known, char uplo, char trans, Int n, Int 
   return 0;
 }
 
-/// Runs update(from, until) on column ranges of a triangle of order n that hold about the same number of elements each.
-template <Scalar T, class Work>
-void split_triangle(Region region, Int n, double multiply_adds, Work work) {
-  // The square root of a uniform cut of the area; cutting stays at multiples of a tile.
-  constexpr Int grain = Tile<T>::columns;
-  constexpr Int cells = 1024;
-  const auto column_at = [&](Int cell) {
-    const double share = double(cell) / cells;
-    const double x = region == Region::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);
-    return cell == cells ? n : static_cast<Int>(x * n) / grain * grain;
-  };
-  split(cells, 1, Block<T>::is_little(multiply_adds), [&](Int from, Int until) {
-    const Int first = column_at(from), last = column_at(until);
-    if (first < last) work(first, last);
-  });
-}
-
 /// C := alpha A B + beta C on a triangle of C, of which the columns from + 1 to until are touched.
 template <Scalar T>
 void product_in_triangle(Region region, Int n, Int from, Int until, Int k, T alpha, const Operand<T>& A,
                          const Operand<T>& B, T beta, Matrix<T> C) {
-  const auto shifted = [](Operand<T> x, Int i) {
-    x.data += i * x.along;
-    return x;
-  };
   const Int columns = until - from;
   if (region == Region::lower) {
     product(n - from, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1),
@@ -114,4 +91,4 @@ void product_in_triangle(Region region, Int n, Int from, Int until, Int k, T alp
   product(columns, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1), region);
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

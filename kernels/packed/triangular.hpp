@@ -6,10 +6,10 @@
 #include <algorithm>
 
 #include "frame/option_matching.hpp"
-#include "threading/level3/parallel.hpp"
-#include "threading/level3/scale.hpp"
+#include "kernels/packed/product.hpp"
+#include "kernels/packed/scale.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 /// 0, or minus the position of the first bad argument of side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb.
 inline Int check_triangular_matrix(char side, char uplo, char transa, char diag, Int m, Int n, Int lda, Int ldb) {
@@ -72,14 +72,6 @@ struct TriangularProblem {
 
   /// Where to cut a range of `size` rows: about the middle, at a multiple of `leaf`.
   static Int half(Int size, Int leaf) { return (size / leaf + 1) / 2 * leaf; }
-
-  /// Runs work(part) on all threads, each on some columns of Y.
-  template <class Work>
-  void split_columns(Work work) const {
-    const Int grain = left ? Tile<T>::columns : Tile<T>::rows;
-    split(columns, grain, Block<T>::is_little(double(order) * order / 2 * columns),
-          [&](Int from, Int until) { work(restricted_to(from, until)); });
-  }
 };
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

@@ -6,9 +6,9 @@
 
 #include "base/matrix.hpp"
 #include "base/simd.hpp"
-#include "threading/level3/blocking.hpp"
+#include "kernels/packed/blocking.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 using simd::Simd;
 
@@ -261,4 +261,4 @@ void multiply_tile_of_height(Int depth, const Real<T>* a, const Real<T>* b, Upda
   multiply_tile_of_height<InPlace::none>(depth, TileOperands<T>{a, b}, update, c, ldc, rows, columns, Ahead<T>{c});
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA

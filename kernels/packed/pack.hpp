@@ -7,7 +7,7 @@
 #include "base/elements.hpp"
 #include "base/matrix.hpp"
 
-namespace nuv::threading::inline NUV_ISA {
+namespace nuv::packed::inline NUV_ISA {
 
 using simd::lanes;
 
@@ -58,6 +58,13 @@ struct Operand {
  private:
   T stored(Int i, Int l) const { return conjugated ? conjugate(*at(i, l)) : *at(i, l); }
 };
+
+/// The operand from index i on.
+template <Scalar T>
+Operand<T> shifted(Operand<T> x, Int i) {
+  x.data += i * x.along;
+  return x;
+}
 
 /// How a sliver lays out one step: reals side by side; complex numbers as pairs, or as real parts and then imaginary
 /// parts.
@@ -257,4 +264,4 @@ void pack_sliver(const Operand<T>& x, Int i0, int count, int width, Int l0, Int 
   }
 }
 
-}  // namespace nuv::threading::inline NUV_ISA
+}  // namespace nuv::packed::inline NUV_ISA
