@@ -229,18 +229,20 @@ struct OuterStrip<T> {
   [[gnu::always_inline]] Strip<T> add_to(Strip<T> sum, Factor<T> c) const {
     return simd::fma(ix, c.im, simd::fma(x, c.re, sum));
   }
+  /// A real c multiplies part by part.
+  [[gnu::always_inline]] Strip<T> add_to(Strip<T> sum, Factor<Real<T>> c) const { return simd::fma(x, c.value, sum); }
 };
 
 // -------------------------------------------------------------------------------------------------------------- loops
 
-/// y := y + alpha x, where x is contiguous.
-template <Scalar T>
-[[gnu::always_inline]] inline void add_scaled(Int n, T alpha, const T* x, Vector<T> y) {
+/// y := y + alpha x, where x is contiguous and alpha of type T or real.
+template <Scalar T, Scalar Alpha>
+[[gnu::always_inline]] inline void add_scaled(Int n, Alpha alpha, const T* x, Vector<T> y) {
   if (y.inc != 1) {
     for (Int i = 0; i < n; ++i) element(y, i) += alpha * x[i];
     return;
   }
-  const Factor<T> factor(alpha);
+  const Factor<Alpha> factor(alpha);
   for_each_strip<T>(
       n, [&](std::ptrdiff_t i, auto rows) __attribute__((always_inline)) {
         T* const target = y.data + i;
@@ -267,8 +269,8 @@ template <int columns, Scalar T>
 inline constexpr int most_strips = simd::vector_registers / 4;
 
 /// y := y + alpha A x for an m by n matrix A of (strips - 1) whole strips and one that may be shorter.
-template <int strips, Scalar T>
-[[gnu::noinline]] void add_short_columns(Int m, Int n, T alpha, const T* a, std::ptrdiff_t lda, const T* x,
+template <int strips, Scalar T, Scalar Alpha>
+[[gnu::noinline]] void add_short_columns(Int m, Int n, Alpha alpha, const T* a, std::ptrdiff_t lda, const T* x,
                                          std::ptrdiff_t incx, T* y) {
   constexpr int last = strips - 1;
   const StripTail last_rows{m - last * strip_rows<T>};
@@ -286,7 +288,7 @@ template <int strips, Scalar T>
     add_column(1);
   }
   if (n > 0) add_column(0);
-  const Factor<T> scale(alpha);
+  const Factor<Alpha> scale(alpha);
   const auto finish = [&](int k, auto rows) __attribute__((always_inline)) {
     T* const target = y + k * strip_rows<T>;
     store_strip(target, OuterStrip<T>(sum[k].value()).add_to(load_strip(target, rows), scale), rows);

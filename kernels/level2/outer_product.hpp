@@ -13,11 +13,12 @@ struct OuterProduct {
   T alpha;
   Vector<const T> y;
   bool conjugated;
+  bool real_alpha = false;  ///< multiplies part by part
 
   /// What x is multiplied by in column j.
   T factor(Int j) const {
-    const T entry = element(y, j);
-    return alpha * (ComplexScalar<T> && conjugated ? conjugate(entry) : entry);
+    const T entry = ComplexScalar<T> && conjugated ? conjugate(element(y, j)) : element(y, j);
+    return ComplexScalar<T> && real_alpha ? std::real(alpha) * entry : alpha * entry;
   }
 };
 

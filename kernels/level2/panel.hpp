@@ -8,6 +8,7 @@
 //             D D            R R
 //             . D            R R
 
+#include "kernels/finite_check.hpp"
 #include "kernels/level2/columns.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
@@ -101,6 +102,33 @@ template <int most, bool upper, bool with_diagonal, Scalar T, class Visit>
   }
 }
 
+/// Whether n elements of x, at most `most`, are finite.
+template <int most, Scalar T>
+[[gnu::always_inline]] inline bool are_finite(const T* x, int n) {
+  FiniteCheck<Real<T>, 1> check;
+  for_each_corner_strip<most, T>(
+      n, [&](int i, StripTail rows) __attribute__((always_inline)) { check.take(load_rows(x + i, rows), 0); });
+  return check.passed();
+}
+
+/// product := product + M x, where M is what a corner stands for, by the elements of the corner.
+template <bool upper, Corner kind, Scalar T>
+[[gnu::noinline]] void add_corner_by_elements(const Panel<const T>& panel, const T* x, T* product) {
+  constexpr Traits traits = traits_of(kind);
+  for (int j = 0; j < panel.columns; ++j) {
+    const T* const column = panel.corner + j * panel.ld;
+    for (int i = upper ? 0 : j + 1; i < (upper ? j : panel.columns); ++i) {
+      if (traits.down) product[i] += column[i] * x[j];
+      if (traits.across) product[j] += (traits.conjugated ? conjugate(column[i]) : column[i]) * x[i];
+    }
+    if constexpr (kind == Corner::hermitian) {
+      product[j] += std::real(column[j]) * x[j];
+    } else if (traits.diagonal) {
+      product[j] += (traits.conjugated ? conjugate(column[j]) : column[j]) * x[j];
+    }
+  }
+}
+
 }  // namespace panel_detail
 
 /// Products with a panel of at most `most` columns.
@@ -140,9 +168,11 @@ template <int most, bool upper, Corner kind, Scalar T>
         });
   }
 
+  // The zeros beside the triangle must not meet an infinity of x.
+  const bool is_finite = are_finite<most>(x, panel.columns);
   Combination<T> down[strips];
   for_each_corner_strip<most, T>(
-      panel.columns, [&](int i, StripTail rows) __attribute__((always_inline)) {
+      is_finite ? panel.columns : 0, [&](int i, StripTail rows) __attribute__((always_inline)) {
         const ProductStrip<traits.conjugated, T> strip(load_rows(x + i, rows));
         const auto add_column = [&](int j, StripPart part) __attribute__((always_inline)) {
           Strip<T> column = load_strip(panel.corner + j * ld + i, part);
@@ -166,6 +196,7 @@ template <int most, bool upper, Corner kind, Scalar T>
       store_strip(target, traits.across ? sum + load_strip(target, WholeStrip{}) : sum, WholeStrip{});
     }
   }
+  if (!is_finite) add_corner_by_elements<upper, kind>(panel, x, product);
 }
 
 /// Panel := panel + x[0] c[0]^T + ..., with `terms` vectors and as many of factors for the at most `most` columns.

@@ -1,6 +1,7 @@
 #pragma once
 
-// Products of a general matrix and a vector, for the kernels that consist of them in part or altogether.
+// Products of a general matrix and a vector, for the kernels that consist of them in part or altogether. A real alpha
+// multiplies complex numbers part by part: a one or minus one that no formula has must not make a NaN of an infinity.
 
 #include "kernels/level2/columns.hpp"
 
@@ -47,8 +48,8 @@ namespace product_detail {
 
 // The products below by strips of registers, for matrices of any size.
 
-template <Scalar T>
-[[gnu::noinline]] void add_product(Int m, Int n, T alpha, Matrix<const T> A, Vector<const T> x, Vector<T> y) {
+template <Scalar T, Scalar Alpha>
+[[gnu::noinline]] void add_product(Int m, Int n, Alpha alpha, Matrix<const T> A, Vector<const T> x, Vector<T> y) {
   for_each_piece(m, rows_at_a_time<T>(y.inc), [&](Int i, Int rows) {
     Piece<T> copy;
     T* const target = contiguous(tail(y, i), rows, copy);
@@ -67,8 +68,8 @@ template <Scalar T>
   });
 }
 
-template <bool conjugated, Scalar T>
-[[gnu::noinline]] void add_transposed_product(Int m, Int n, T alpha, Matrix<const T> A, Vector<const T> x,
+template <bool conjugated, Scalar T, Scalar Alpha>
+[[gnu::noinline]] void add_transposed_product(Int m, Int n, Alpha alpha, Matrix<const T> A, Vector<const T> x,
                                               Vector<T> y) {
   for_each_piece(m, rows_at_a_time<T>(x.inc), [&](Int i, Int rows) {
     Piece<T> copy;
@@ -76,7 +77,7 @@ template <bool conjugated, Scalar T>
     for_each_group<column_group<T>>(n, [&](Int j, auto columns) {
       T products[padded<T>(columns)];
       multiply_by_columns<columns, conjugated>(rows, A.at(i + 1, j + 1), A.ld, source, products);
-      add_scaled<T>(columns, alpha, products, tail(y, j));
+      add_scaled(columns, alpha, products, tail(y, j));
     });
   });
 }
@@ -84,8 +85,8 @@ template <bool conjugated, Scalar T>
 }  // namespace product_detail
 
 /// y := y + alpha A x for an m by n matrix A.
-template <Scalar T>
-[[gnu::always_inline]] inline void add_product(Int m, Int n, T alpha, Matrix<const T> A,
+template <Scalar T, Scalar Alpha>
+[[gnu::always_inline]] inline void add_product(Int m, Int n, Alpha alpha, Matrix<const T> A,
                                                std::type_identity_t<Vector<const T>> x, Vector<T> y) {
   if constexpr (RealScalar<T>) {
     if (is_tiny(m, n)) return add_tiny_product<false>(m, n, alpha, A.data, A.ld, x, y);
@@ -94,8 +95,8 @@ template <Scalar T>
 }
 
 /// y := y + alpha A^T x, or y + alpha A^H x if conjugated, for an m by n matrix A.
-template <bool conjugated, Scalar T>
-[[gnu::always_inline]] inline void add_transposed_product(Int m, Int n, T alpha, Matrix<const T> A,
+template <bool conjugated, Scalar T, Scalar Alpha>
+[[gnu::always_inline]] inline void add_transposed_product(Int m, Int n, Alpha alpha, Matrix<const T> A,
                                                           std::type_identity_t<Vector<const T>> x, Vector<T> y) {
   if constexpr (RealScalar<T>) {
     if (is_tiny(m, n)) return add_tiny_product<true>(m, n, alpha, A.data, A.ld, x, y);
@@ -104,8 +105,8 @@ template <bool conjugated, Scalar T>
 }
 
 /// The same with the choice at run time.
-template <Scalar T>
-[[gnu::always_inline]] inline void add_transposed_product(bool conjugated, Int m, Int n, T alpha, Matrix<const T> A,
+template <Scalar T, Scalar Alpha>
+[[gnu::always_inline]] inline void add_transposed_product(bool conjugated, Int m, Int n, Alpha alpha, Matrix<const T> A,
                                                           std::type_identity_t<Vector<const T>> x, Vector<T> y) {
   with_constant(ComplexScalar<T> && conjugated,
                 [&](auto choice) { add_transposed_product<choice && ComplexScalar<T>>(m, n, alpha, A, x, y); });

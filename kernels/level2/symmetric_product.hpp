@@ -27,7 +27,7 @@ void add_rectangle(Int m, Int n, T alpha, Matrix<const T> R, const T* rows_x, T*
     for (int k = 0; k < columns; ++k) factors[k] = alpha * element(columns_x, j + k);
     multiply_both_ways<columns, hermitian && ComplexScalar<T>>(m, R.at(1, j + 1), R.ld, factors, rows_y, rows_x,
                                                                products);
-    add_scaled<T>(columns, alpha, products, tail(columns_y, j));
+    add_scaled(columns, alpha, products, tail(columns_y, j));
   });
 }
 

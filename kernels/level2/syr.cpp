@@ -18,7 +18,7 @@ template <bool hermitian, Scalar T>
 void update(char uplo, Int n, T alpha, const T* x, Int incx, T* a, Int lda) {
   if (alpha == T(0)) return;
   const Vector X = from_first(x, n, incx);
-  const OuterProduct<T> product[] = {{X, alpha, X, hermitian}};
+  const OuterProduct<T> product[] = {{X, alpha, X, hermitian, hermitian}};
   add_to_symmetric<hermitian>(same_letter(uplo, 'U'), n, product, Matrix{a, lda});
 }
 

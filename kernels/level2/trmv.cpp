@@ -22,7 +22,7 @@ void multiply_by_panels(const TriangularMatrix<T>& A, Int n, T* x) {
     T* const beside = x + rows_beside(upper, n, j, k).first;
     multiply_panel<most, upper, kind>(panel_of(A.A, upper, n, j, k), x + j, product, beside, x + j, beside);
     if (A.unit_diagonal) {
-      add_scaled(k, T(1), product, Vector{x + j, 1});
+      add_scaled(k, Real<T>(1), product, Vector{x + j, 1});
     } else {
       std::copy_n(product, k, x + j);
     }
@@ -57,9 +57,10 @@ void trmv(char uplo, char trans, char diag, Int n, const T* a, Int lda, T* x, In
     T* const part = contiguous(tail(X, j), k, copy);
     const auto [first, count] = rows_beside(A.upper, n, j, k);
     const Matrix rectangle = block(A.A, first + 1, j + 1);
-    if (!A.transposed) add_product(count, k, T(1), rectangle, {part, 1}, tail(X, first));
+    if (!A.transposed) add_product(count, k, Real<T>(1), rectangle, {part, 1}, tail(X, first));
     multiply(A.from(j), k, part);
-    if (A.transposed) add_transposed_product(A.conjugated, count, k, T(1), rectangle, tail(X, first), Vector{part, 1});
+    if (A.transposed)
+      add_transposed_product(A.conjugated, count, k, Real<T>(1), rectangle, tail(X, first), Vector{part, 1});
     put_back(tail(X, j), k, copy);
   });
 }

@@ -52,7 +52,7 @@ template <Scalar T>
         constexpr bool conjugated = choice && ComplexScalar<T>;
         multiply_by_columns<most, conjugated>(panel.height, panel.rectangle, panel.ld, beside, products);
       });
-      add_scaled<T>(most, T(-1), products, Vector{x + j, 1});
+      add_scaled(most, Real<T>(-1), products, Vector{x + j, 1});
     }
     solve_diagonal_block(A, j, k, x);
     if (!A.transposed && panel.height > 0) {
@@ -71,9 +71,10 @@ template <Scalar T>
     T* const part = contiguous(tail(x, j), k, copy);
     const auto [first, count] = rows_beside(A.upper, n, j, k);
     const Matrix rectangle = block(A.A, first + 1, j + 1);
-    if (A.transposed) add_transposed_product(A.conjugated, count, k, T(-1), rectangle, tail(x, first), Vector{part, 1});
+    if (A.transposed)
+      add_transposed_product(A.conjugated, count, k, Real<T>(-1), rectangle, tail(x, first), Vector{part, 1});
     solve(A.from(j), k, part);
-    if (!A.transposed) add_product(count, k, T(-1), rectangle, {part, 1}, tail(x, first));
+    if (!A.transposed) add_product(count, k, Real<T>(-1), rectangle, {part, 1}, tail(x, first));
     put_back(tail(x, j), k, copy);
   });
 }

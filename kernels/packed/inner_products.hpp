@@ -94,15 +94,7 @@ template <int rows, int columns, Scalar T>
   simd::sums_of_lanes(sum, all);
   const T* const products = reinterpret_cast<const T*>(all);
   for (int j = 0; j < Y.count; ++j) {
-    for (int i = 0; i < X.count; ++i) {
-      T& c = C.data[i * C.down + j * C.across];
-      const T product = update.alpha * products[j * rows + i];
-      if (update.beta == T(0)) {
-        c = product;
-      } else {
-        c = (update.beta == T(1) ? c : update.beta * c) + product;
-      }
-    }
+    for (int i = 0; i < X.count; ++i) update.apply(products[j * rows + i], C.data[i * C.down + j * C.across]);
   }
 }
 

@@ -19,6 +19,9 @@ enum class Structure {
   upper_triangular,  ///< zero for l < i
 };
 
+/// What an element of an operand is to a product: not there, a real number, or one like all others.
+enum class ElementKind { none, real, plain };
+
 /// One operand of a product, seen as a function of i, the index along the side of C that it covers (rows for the left
 /// operand, columns for the right one), and l, the index that the product sums over.
 template <Scalar T>
@@ -32,6 +35,20 @@ struct Operand {
   bool unit_diagonal = false;  ///< of a triangular operand
 
   const T* at(Int i, Int l) const { return data + i * along + l * deep; }
+
+  bool is_triangular() const {
+    return structure == Structure::lower_triangular || structure == Structure::upper_triangular;
+  }
+
+  ElementKind kind_of(Int i, Int l) const {
+    if (i == l) return (is_triangular() && unit_diagonal) || hermitian ? ElementKind::real : ElementKind::plain;
+    if (is_triangular() && (l < i) != (structure == Structure::lower_triangular)) return ElementKind::none;
+    return ElementKind::plain;
+  }
+
+  /// Whether elements across the diagonal are packed as numbers that stand for them only as long as they meet no
+  /// infinity: zeros for what is not there, complex numbers for real ones.
+  bool has_substitutes() const { return is_triangular() || (ComplexScalar<T> && hermitian); }
 
   /// Element (i, l) where it takes a look at the diagonal to know.
   T fetch(Int i, Int l) const {
@@ -81,6 +98,18 @@ template <Layout layout, Scalar T>
   } else {
     step[i] = value.real();
     step[width + i] = value.imag();
+  }
+}
+
+/// Reads it back.
+template <Layout layout, Scalar T>
+T get(const Real<T>* step, int width, int i) {
+  if constexpr (RealScalar<T>) {
+    return step[i];
+  } else if constexpr (layout == Layout::pairs) {
+    return {step[2 * i], step[2 * i + 1]};
+  } else {
+    return {step[i], step[width + i]};
   }
 }
 
@@ -239,11 +268,10 @@ void pack_sliver(const Operand<T>& x, Int i0, int count, int width, Int l0, Int 
   const Int across = std::clamp(i0, l0, end);
   const Int behind = std::clamp(i0 + count, l0, end);
   const bool stored_before = x.structure == Structure::lower_stored || x.structure == Structure::lower_triangular;
-  const bool triangular = x.structure == Structure::lower_triangular || x.structure == Structure::upper_triangular;
   const auto other_side = [&](Int from, Int until) {
     if (from >= until) return;
     Real<T>* const target = to + (from - l0) * step;
-    if (triangular) {
+    if (x.is_triangular()) {
       std::fill_n(target, (until - from) * step, Real<T>(0));
     } else {
       pack_strided<layout, fixed_width>(x.at(from, i0), x.deep, x.along, x.conjugated != x.hermitian, count, width,

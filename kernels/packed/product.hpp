@@ -10,6 +10,7 @@
 
 #include "kernels/packed/blocking.hpp"
 #include "kernels/packed/pack.hpp"
+#include "kernels/packed/substitutes.hpp"
 #include "kernels/packed/tile.hpp"
 
 namespace nuv::packed::inline NUV_ISA {
@@ -94,7 +95,7 @@ template <Scalar T>
       }
     }
   };
-  if (update.beta != T(0)) each_inside([](T& mine, T& theirs) { mine = theirs; });
+  if (!update.writes_only()) each_inside([](T& mine, T& theirs) { mine = theirs; });
   multiply_tile_of_height<T>(depth, a, b, update, copy, Tile<T>::rows, rows, columns);
   each_inside([](T& mine, T& theirs) { theirs = mine; });
 }
@@ -128,18 +129,19 @@ class BlockedProduct {
   BlockedProduct(Int m, Int n, Int k, const Operand<T>& A, const Operand<T>& B, Matrix<T> C, Region region)
       : m_(m), n_(n), k_(k), A_(A), B_(B), C_(C), region_(region), room_(m, n, k, in_place) {}
 
-  void multiply(T alpha, T beta) const {
+  void multiply(T alpha, T beta, RealFactors real) const {
+    FiniteCheck<Real<T>> meeting_substitutes;  // all that is packed to meet substitutes of the other operand
     for (Range columns{0, 0}; columns.first < n_; columns.first += columns.count) {
       columns.count = std::min(room_.width, n_ - columns.first);
       for (Range steps{0, 0}; steps.first < k_; steps.first += steps.count) {
         steps.count = std::min(room_.depth, k_ - steps.first);
-        const Update<T> update{alpha, steps.first == 0 ? beta : T(1)};
+        const Update<T> update{alpha, steps.first == 0 ? beta : T(1), real};
         bool needs_b = !b_in_place;
         for (Range rows{0, 0}; rows.first < m_; rows.first += rows.count) {
           rows.count = std::min(room_.height, m_ - rows.first);
           if (is_outside(region_, rows.first, columns.first, rows.count, columns.count)) continue;
-          if constexpr (!a_in_place) pack_a(rows, steps);
-          multiply_block(rows, columns, steps, update, needs_b, next_block_of_a(rows, steps));
+          if constexpr (!a_in_place) pack_a(rows, steps, meeting_substitutes);
+          multiply_block(rows, columns, steps, update, needs_b, next_block_of_a(rows, steps), meeting_substitutes);
           needs_b = false;
         }
       }
@@ -180,38 +182,55 @@ class BlockedProduct {
                          : Pieces{first, lines(next_steps), next_rows, A_.along * std::ptrdiff_t{sizeof(T)}};
   }
 
+  bool has_substitutes() const { return in_place == InPlace::none && (A_.has_substitutes() || B_.has_substitutes()); }
+
   static Int padded(int rows) { return round_up(rows, lanes<Real<T>>); }
   Real<T>* sliver_of_a(Int i, Int depth) const { return room_.a + std::ptrdiff_t{i} * depth * parts; }
   Real<T>* sliver_of_b(Int j, Int depth) const { return room_.b + std::ptrdiff_t{j} * depth * parts; }
 
-  void pack_a(Range rows, Range steps) const {
+  void pack_a(Range rows, Range steps, FiniteCheck<Real<T>>& meeting_substitutes) const {
     for (Int i = 0; i < rows.count; i += tile_rows) {
       const int count = std::min<Int>(tile_rows, rows.count - i);
       pack_sliver<Layout::parts_apart, tile_rows>(A_, rows.first + i, count, padded(count), steps.first, steps.count,
                                                   sliver_of_a(i, steps.count));
+      if (B_.has_substitutes()) {
+        take(sliver_of_a(i, steps.count), std::ptrdiff_t{steps.count} * padded(count) * parts, meeting_substitutes);
+      }
     }
   }
 
   /// Slivers from column j on until another.
-  void pack_b(Int j, Int until, Range columns, Range steps) const {
+  void pack_b(Int j, Int until, Range columns, Range steps, FiniteCheck<Real<T>>& meeting_substitutes) const {
     for (; j < until; j += tile_columns) {
       const int count = std::min<Int>(tile_columns, columns.count - j);
       pack_sliver<Layout::pairs, tile_columns>(B_, columns.first + j, count, tile_columns, steps.first, steps.count,
                                                sliver_of_b(j, steps.count));
+      if (A_.has_substitutes()) {
+        take(sliver_of_b(j, steps.count), std::ptrdiff_t{steps.count} * tile_columns * parts, meeting_substitutes);
+      }
     }
   }
 
   /// The first block of rows packs B piece by piece: the tiles find fresh slivers in the first-level cache.
-  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Pieces next) const {
+  void multiply_block(Range rows, Range columns, Range steps, Update<T> update, bool needs_b, Pieces next,
+                      FiniteCheck<Real<T>>& meeting_substitutes) const {
     const auto tiles = [](Int n, Int size) { return (n + size - 1) / size; };
     Int tiles_left = tiles(rows.count, tile_rows) * tiles(columns.count, tile_columns);
     // Where A comes from memory as it is, its rows meet all columns while the rows below are on their way.
     const Int panel = a_in_place && n_ <= Block<T>::few_columns ? Block<T>::few_columns : Block<T>::panel;
     for (Int panel_from = 0; panel_from < columns.count; panel_from += panel) {
       const Int panel_until = std::min(columns.count, panel_from + panel);
-      if (needs_b) pack_b(panel_from, panel_until, columns, steps);
+      if (needs_b) pack_b(panel_from, panel_until, columns, steps, meeting_substitutes);
+      const bool is_finite = !has_substitutes() || meeting_substitutes.passed();
       for (Int i = 0; i < rows.count; i += tile_rows) {
         for (Int j = panel_from; j < panel_until; j += tile_columns) {
+          if (!is_finite) {
+            const TileOfSlivers<T> tile = slivers_at(i, j, rows, columns, steps);
+            if (meets_substitutes(A_, B_, tile)) {
+              multiply_tile_by_elements(A_, B_, tile, update, C_);
+              continue;
+            }
+          }
           const bool ends_row = j + tile_columns >= panel_until;
           const T* const own = C_.at(rows.first + i + 1, columns.first + j + 1);
           const T* const next_c = ends_row ? own + tile_rows - std::ptrdiff_t{j - panel_from} * C_.ld
@@ -222,6 +241,17 @@ class BlockedProduct {
         }
       }
     }
+  }
+
+  TileOfSlivers<T> slivers_at(Int i, Int j, Range rows, Range columns, Range steps) const {
+    return {sliver_of_a(i, steps.count),
+            sliver_of_b(j, steps.count),
+            steps.first,
+            steps.count,
+            rows.first + i,
+            columns.first + j,
+            std::min<Int>(tile_rows, rows.count - i),
+            std::min<Int>(tile_columns, columns.count - j)};
   }
 
   /// The tile with row i and column j of a block.
@@ -271,19 +301,19 @@ class BlockedProduct {
 /// before that row or column of C is written: C may then be one of the operands.
 template <Scalar T>
 void product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C,
-             Region region = Region::all) {
+             Region region = Region::all, RealFactors real = RealFactors::none) {
   using namespace product_detail;
   if constexpr (RealScalar<T>) {
     switch (choose_in_place(m, n, k, A, B, region)) {
       case InPlace::none:
         break;
       case InPlace::b:
-        return BlockedProduct<InPlace::b, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
+        return BlockedProduct<InPlace::b, T>(m, n, k, A, B, C, region).multiply(alpha, beta, real);
       case InPlace::both:
-        return BlockedProduct<InPlace::both, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
+        return BlockedProduct<InPlace::both, T>(m, n, k, A, B, C, region).multiply(alpha, beta, real);
     }
   }
-  BlockedProduct<InPlace::none, T>(m, n, k, A, B, C, region).multiply(alpha, beta);
+  BlockedProduct<InPlace::none, T>(m, n, k, A, B, C, region).multiply(alpha, beta, real);
 }
 
 /// op(X), by its option letter, as the left operand of a product ...

@@ -36,12 +36,19 @@ void make_diagonal_real(Int n, Matrix<T> C) {
   for (Int j = 1; j <= n; ++j) C(j, j) = T(std::real(C(j, j)));
 }
 
-/// One of the two products of a rank-2k update: C := alpha left right + beta C.
+/// C := beta C on a triangle; the beta of a Hermitian update is real.
+template <Scalar T>
+void scale_triangle(bool hermitian, Region region, Int n, T beta, Matrix<T> C) {
+  hermitian ? scale(n, n, std::real(beta), C, region) : scale(n, n, beta, C, region);
+}
+
+/// One of the products of an update of a triangle: C := alpha left right + beta C.
 template <Scalar T>
 struct Term {
   T alpha;
   Operand<T> left, right;
   T beta;
+  RealFactors real;
 };
 
 /// C := alpha A B' + alpha' B A' + beta C (trans 'N') or alpha A' B + alpha' B' A + beta C on the triangle that uplo
@@ -54,11 +61,12 @@ void rank_2k_update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha
   const Region region = region_of(uplo);
   if (hermitian && beta != T(0)) make_diagonal_real(n, C);
   if (alpha == T(0) || k == 0) {
-    scale(n, n, beta, C, region);
+    scale_triangle(hermitian, region, n, beta, C);
   } else {
-    add(region, Term<T>{alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, B), beta},
+    const RealFactors real = hermitian ? RealFactors::beta : RealFactors::none;
+    add(region, Term<T>{alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, B), beta, real},
         Term<T>{hermitian ? conjugate(alpha) : alpha, rank_k_left(hermitian, trans, B),
-                rank_k_right(hermitian, trans, A), T(1)});
+                rank_k_right(hermitian, trans, A), T(1), real});
   }
   if (hermitian) make_diagonal_real(n, C);
 }
@@ -76,19 +84,20 @@ inline Int check_rank_2k(bool trans_is_known, char uplo, char trans, Int n, Int 
   return 0;
 }
 
-/// C := alpha A B + beta C on a triangle of C, of which the columns from + 1 to until are touched.
+/// Does this to a triangle of C, of which the columns from + 1 to until are touched.
 template <Scalar T>
-void product_in_triangle(Region region, Int n, Int from, Int until, Int k, T alpha, const Operand<T>& A,
-                         const Operand<T>& B, T beta, Matrix<T> C) {
+void product_in_triangle(Region region, Int n, Int from, Int until, Int k, const Term<T>& term, Matrix<T> C) {
+  const auto& [alpha, A, B, beta, real] = term;
   const Int columns = until - from;
   if (region == Region::lower) {
-    product(n - from, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1),
-            region);
+    product(n - from, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1), region,
+            real);
     return;
   }
   // Above the diagonal block the whole rectangle belongs to the triangle.
-  if (from > 0) product(from, columns, k, alpha, A, shifted(B, from), beta, block(C, 1, from + 1));
-  product(columns, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1), region);
+  if (from > 0) product(from, columns, k, alpha, A, shifted(B, from), beta, block(C, 1, from + 1), Region::all, real);
+  product(columns, columns, k, alpha, shifted(A, from), shifted(B, from), beta, block(C, from + 1, from + 1), region,
+          real);
 }
 
 }  // namespace nuv::packed::inline NUV_ISA

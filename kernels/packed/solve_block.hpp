@@ -72,10 +72,7 @@ struct SolveBuffer {
 
   Real<T>* row(Int i) const { return first + i * step; }
 
-  T get(Int i, int j) const {
-    if constexpr (RealScalar<T>) return row(i)[j];
-    else return T(row(i)[j], row(i)[width + j]);
-  }
+  T get(Int i, int j) const { return packed::get<Layout::parts_apart, T>(row(i), width, j); }
   void set(Int i, int j, T value) const { put<Layout::parts_apart, T>(row(i), width, j, value); }
 
   /// The numbers from j on of a row, as many as a vector holds, as they stand in a matrix.

@@ -12,10 +12,30 @@ namespace nuv::packed::inline NUV_ISA {
 
 using simd::Simd;
 
-/// What becomes of a tile: C := alpha P + beta C; beta zero writes C without reading it.
+/// Factors of a product that are real numbers in its formula. They multiply complex numbers part by part, so that an
+/// infinite part leaves the other alone; a complex factor does not, even if its imaginary part is zero.
+enum class RealFactors { none, beta, both };
+
+/// What becomes of a tile: C := alpha P + beta C; beta zero writes C without reading it, beta one adds to it.
 template <Scalar T>
 struct Update {
   T alpha, beta;
+  RealFactors real = RealFactors::none;
+
+  bool writes_only() const { return beta == T(0); }
+  bool only_adds() const { return beta == T(1); }
+
+  /// The same for an element.
+  void apply(T product, T& c) const {
+    const T scaled = real == RealFactors::both ? std::real(alpha) * product : alpha * product;
+    if (writes_only()) {
+      c = scaled;
+    } else if (only_adds()) {
+      c += scaled;
+    } else {
+      c = (real == RealFactors::none ? beta * c : std::real(beta) * c) + scaled;
+    }
+  }
 };
 
 namespace tile_detail {
@@ -156,11 +176,11 @@ template <int row_vectors, InPlace in_place, RealScalar R>
     for (int i = 0; i < row_vectors; ++i) {
       R* const target = cj + i * width;
       const int count = rows - i * width;
-      if (update.beta == R(0)) {
+      if (update.writes_only()) {
         tile_detail::store_rows(target, alpha * sum[j][i], count);
       } else {
         const Simd<R> old = tile_detail::load_rows(target, count);
-        const Simd<R> kept = update.beta == R(1) ? old : beta * old;
+        const Simd<R> kept = update.only_adds() ? old : beta * old;
         tile_detail::store_rows(target, simd::fma(alpha, sum[j][i], kept), count);
       }
     }
@@ -210,35 +230,48 @@ template <int row_vectors, InPlace in_place, RealScalar R>
   tile_detail::for_each_step<row_vectors * width, true>(depth, columns, ldc, ahead, step);
   const Simd<R> alpha_re = simd::broadcast(update.alpha.real()), alpha_im = simd::broadcast(update.alpha.imag());
   const Simd<R> beta_re = simd::broadcast(update.beta.real()), beta_im = simd::broadcast(update.beta.imag());
-  const bool writes_only = update.beta == std::complex<R>(0), only_adds = update.beta == std::complex<R>(1);
+  const auto finish = [&](RealFactors real) __attribute__((always_inline)) {
 #pragma GCC unroll 16
-  for (int j = 0; j < tile_columns; ++j) {
-    if (j == columns) break;
-    R* const cj = reinterpret_cast<R*>(c + std::ptrdiff_t{j} * ldc);
+    for (int j = 0; j < tile_columns; ++j) {
+      if (j == columns) break;
+      R* const cj = reinterpret_cast<R*>(c + std::ptrdiff_t{j} * ldc);
 #pragma GCC unroll 4
-    for (int i = 0; i < row_vectors; ++i) {
-      R* const target = cj + 2 * i * width;
-      const int count = 2 * (rows - i * width);
-      if (count <= 0) break;
-      Simd<R> new_re = simd::fnma(alpha_im, im[j][i], alpha_re * re[j][i]);
-      Simd<R> new_im = simd::fma(alpha_im, re[j][i], alpha_re * im[j][i]);
-      if (!writes_only) {
-        const Simd<R> first = tile_detail::load_rows(target, count);
-        const Simd<R> second = count > width ? tile_detail::load_rows(target + width, count - width) : Simd<R>{};
-        const auto [old_re, old_im] = simd::deinterleave<R>(first, second);
-        if (only_adds) {
-          // An infinite part of C must not meet the zero of beta.
-          new_re += old_re;
-          new_im += old_im;
-        } else {
-          new_re = simd::fma(beta_re, old_re, simd::fnma(beta_im, old_im, new_re));
-          new_im = simd::fma(beta_re, old_im, simd::fma(beta_im, old_re, new_im));
+      for (int i = 0; i < row_vectors; ++i) {
+        R* const target = cj + 2 * i * width;
+        const int count = 2 * (rows - i * width);
+        if (count <= 0) break;
+        Simd<R> new_re = alpha_re * re[j][i], new_im = alpha_re * im[j][i];
+        if (real != RealFactors::both) {
+          new_re = simd::fnma(alpha_im, im[j][i], new_re);
+          new_im = simd::fma(alpha_im, re[j][i], new_im);
         }
+        if (!update.writes_only()) {
+          const Simd<R> first = tile_detail::load_rows(target, count);
+          const Simd<R> second = count > width ? tile_detail::load_rows(target + width, count - width) : Simd<R>{};
+          const auto [old_re, old_im] = simd::deinterleave<R>(first, second);
+          if (update.only_adds()) {
+            // An infinite part of C must not meet the zero of beta.
+            new_re += old_re;
+            new_im += old_im;
+          } else {
+            if (real == RealFactors::none) {
+              new_re = simd::fnma(beta_im, old_im, new_re);
+              new_im = simd::fma(beta_im, old_re, new_im);
+            }
+            new_re = simd::fma(beta_re, old_re, new_re);
+            new_im = simd::fma(beta_re, old_im, new_im);
+          }
+        }
+        const auto [first, second] = simd::interleave<R>(new_re, new_im);
+        tile_detail::store_rows(target, first, count);
+        if (count > width) tile_detail::store_rows(target + width, second, count - width);
       }
-      const auto [first, second] = simd::interleave<R>(new_re, new_im);
-      tile_detail::store_rows(target, first, count);
-      if (count > width) tile_detail::store_rows(target + width, second, count - width);
     }
+  };
+  if (update.real == RealFactors::none) {
+    finish(RealFactors::none);
+  } else {
+    finish(update.real);
   }
 }
 

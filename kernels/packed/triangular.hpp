@@ -57,16 +57,16 @@ struct TriangularProblem {
   T* y(Int i, Int j) const { return left ? B.at(i + 1, j + 1) : B.at(j + 1, i + 1); }
 
   /// Y(i0 ...) := alpha M(i0 ..., l0 ...) Y(l0 ...) + beta Y(i0 ...), with `rows` by `depth` elements of M.
-  void multiply(Int i0, Int rows, Int l0, Int depth, T alpha, T beta) const {
+  void multiply(Int i0, Int rows, Int l0, Int depth, T alpha, T beta, RealFactors real = RealFactors::none) const {
     Operand<T> m = M;
     m.data = M.at(i0, l0);
     if (i0 != l0) m.structure = Structure::full;
     const Operand<T> y_side{y(l0, 0), left ? std::ptrdiff_t{B.ld} : 1, left ? 1 : std::ptrdiff_t{B.ld}};
     const Matrix<T> target{y(i0, 0), B.ld};
     if (left) {
-      product(rows, columns, depth, alpha, m, y_side, beta, target);
+      product(rows, columns, depth, alpha, m, y_side, beta, target, Region::all, real);
     } else {
-      product(columns, rows, depth, alpha, y_side, m, beta, target);
+      product(columns, rows, depth, alpha, y_side, m, beta, target, Region::all, real);
     }
   }
 

@@ -32,7 +32,7 @@ void product_on_stack(Region region, Int n, Int k, const Term<T>& term, Matrix<T
     const Int width = std::min(block_width, n - jc);
     for (Int pc = 0; pc < k; pc += block_depth) {
       const Int depth = std::min(block_depth, k - pc);
-      const Update<T> update{term.alpha, pc == 0 ? term.beta : T(1)};
+      const Update<T> update{term.alpha, pc == 0 ? term.beta : T(1), term.real};
       const auto sliver_of_b = [&](Int j) { return columns_of_b + std::ptrdiff_t{j} * depth * Tile<T>::parts; };
       for (Int j = 0; j < width; j += tile_columns) {
         const int columns = std::min<Int>(tile_columns, width - j);

@@ -184,29 +184,38 @@ TYPED_TEST(SymmetricProducts, UpdatesHermitianByRank2K) {
   if constexpr (ComplexScalar<TypeParam>) check_updates<TypeParam>(this->random, true, true);
 }
 
+template <ComplexScalar T>
+void check_three_real_products(Random& random, char transa, char transb, Int m, Int n, Int k) {
+  const T alpha = random.pick(alphas<T>()), beta = random.pick(betas<T>());
+  SCOPED_TRACE(testing::Message() << transa << transb << ", " << m << " by " << n << " by " << k << ", " << alpha
+                                  << beta);
+  const bool ta = is_transposed(transa), tb = is_transposed(transb);
+  const GuardedMatrix<T> A = random_matrix<T>(random, ta ? k : m, ta ? m : k, (ta ? k : m) + 1);
+  const GuardedMatrix<T> B = random_matrix<T>(random, tb ? n : k, tb ? k : n, (tb ? n : k) + 1);
+  GuardedMatrix<T> C(m, n, m + 2);
+  Sum<T> expected(m, n);
+  if (beta != T(0)) {
+    C = random_matrix<T>(random, m, n, m + 2);
+    expected.add(beta, wide(C));
+  }
+  expected.add(alpha, op<T>(transa, wide(A)), op<T>(transb, wide(B)));
+  blas::gemm3m(transa, transb, m, n, k, alpha, A, B, beta, C);
+  EXPECT_TRUE(C.guards_unchanged());
+  EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
+}
+
 TYPED_TEST(SymmetricProducts, MultipliesByThreeRealProducts) {
   using T = TypeParam;
   if constexpr (ComplexScalar<T>) {
-    for (const Int n : some_sizes()) {
-      for (const char transa : transes) {
-        for (const char transb : transes) {
-          const Int m = n + 3, k = n / 2 + 1;
-          const T alpha = this->random.pick(alphas<T>()), beta = this->random.pick(betas<T>());
-          SCOPED_TRACE(testing::Message() << transa << transb << ", " << m << " by " << n << ", " << alpha << beta);
-          const bool ta = is_transposed(transa), tb = is_transposed(transb);
-          const GuardedMatrix<T> A = random_matrix<T>(this->random, ta ? k : m, ta ? m : k, (ta ? k : m) + 1);
-          const GuardedMatrix<T> B = random_matrix<T>(this->random, tb ? n : k, tb ? k : n, (tb ? n : k) + 1);
-          GuardedMatrix<T> C(m, n, m + 2);
-          Sum<T> expected(m, n);
-          if (beta != T(0)) {
-            C = random_matrix<T>(this->random, m, n, m + 2);
-            expected.add(beta, wide(C));
-          }
-          expected.add(alpha, op<T>(transa, wide(A)), op<T>(transb, wide(B)));
-          blas::gemm3m(transa, transb, m, n, k, alpha, A, B, beta, C);
-          EXPECT_TRUE(C.guards_unchanged());
-          EXPECT_LT(expected.error_of(wide(C)), kernel_threshold);
+    // Small sizes, and several blocks in two directions each: blocks are 512 by 256, and 256 deep.
+    for (const char transa : transes) {
+      for (const char transb : transes) {
+        for (const Int n : some_sizes()) {
+          check_three_real_products<T>(this->random, transa, transb, n + 3, n, n / 2 + 1);
         }
+        check_three_real_products<T>(this->random, transa, transb, 515, 259, 2);
+        check_three_real_products<T>(this->random, transa, transb, 515, 3, 258);
+        check_three_real_products<T>(this->random, transa, transb, 3, 259, 258);
       }
     }
   }
@@ -241,6 +250,7 @@ struct Call {
 template <Scalar T, int operation>
 void check_arguments(const char* name, std::initializer_list<Spoiler<Call<T, operation>>> more) {
   using C = Call<T, operation>;
+  constexpr bool is_hermitian = operation >= 3, is_product = operation % 3 == 0;
   std::vector<Spoiler<C>> all = {{1, [](C& c) { c.first = 'X'; }},
                                  {2, [](C& c) { c.second = 'X'; }},
                                  {3, [](C& c) { c.m = -1; }},
@@ -255,6 +265,19 @@ void check_arguments(const char* name, std::initializer_list<Spoiler<Call<T, ope
     one.spoil(call);
     expect_report(call, reported, one.position);
   }
+  // On the right, or transposed, the operands have n rows.
+  const auto with_rows = [](Int rows_of_a, Int rows_of_b) {
+    C call;
+    if (is_product) call.first = 'R';
+    else call.second = is_hermitian ? 'C' : 'T';
+    call.lda = rows_of_a;
+    if (!is_product) call.ldb = rows_of_b;
+    return call;
+  };
+  C least = with_rows(3, 3), less_of_a = with_rows(2, 3), less_of_b = with_rows(3, 2);
+  expect_report(least, reported, 0);
+  expect_report(less_of_a, reported, 7);
+  if (operation == 2 || operation == 5) expect_report(less_of_b, reported, 9);
 }
 
 TYPED_TEST(SymmetricProducts, CheckTheirArguments) {

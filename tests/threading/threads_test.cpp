@@ -18,6 +18,8 @@
 #include "layer.hpp"
 #include "orthogonal/products_with_q.hpp"
 #include "support/child_process.hpp"
+#include "support/kernel_cases.hpp"
+#include "support/options.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
 #include "support/reported_errors.hpp"
@@ -64,17 +66,50 @@ TYPED_TEST(Threads, GiveTheBitsOfOne) {
   std::vector<T> triangle = a;
   for (Int i = 0; i < q; ++i) triangle[i + std::size_t(i) * q] = T(q);
   const Matrix<const T> A{a.data(), q}, B{b.data(), q}, R{triangle.data(), q};
-  for (const char option : {'N', 'T'}) {
-    expect_same_bits(c, [&](T* x) { blas::gemm(option, 'N', m, n, k, T(2), A, B, T(1), {x, q}); });
-    expect_same_bits(c, [&](T* x) { blas::gemm('N', option, n, m, k, T(2), A, B, T(1), {x, q}); });
-    for (const char uplo : {'L', 'U'}) {
-      expect_same_bits(c, [&](T* x) { blas::syrk(uplo, option, m, k, T(2), A, T(1), {x, q}); });
-      expect_same_bits(c, [&](T* x) { blas::syr2k(uplo, option, m, k, T(2), A, B, T(1), {x, q}); });
-      for (const char side : {'L', 'R'}) {
-        expect_same_bits(c, [&](T* x) { blas::trmm(side, uplo, option, 'N', q, q, T(2), A, {x, q}); });
-        expect_same_bits(c, [&](T* x) { blas::trsm(side, uplo, option, 'N', q, q, T(2), R, {x, q}); });
-        expect_same_bits(c, [&](T* x) { blas::symm(side, uplo, q, q, T(2), A, B, T(1), {x, q}); });
+  const T alpha = factor_of<T>(2, -1), beta = factor_of<T>(0.5, 1);
+  const auto expect = [&](auto routine) { expect_same_bits(c, [&](T* x) { routine(Matrix<T>{x, q}); }); };
+  for (const char trans : transes) {
+    SCOPED_TRACE(trans);
+    expect([&](Matrix<T> C) { blas::gemm(trans, 'N', m, n, k, alpha, A, B, beta, C); });
+    expect([&](Matrix<T> C) { blas::gemm('N', trans, n, m, k, alpha, A, B, beta, C); });
+    for (const char uplo : uplos) {
+      for (const char side : sides) {
+        expect([&](Matrix<T> C) { blas::trmm(side, uplo, trans, 'N', q, q, alpha, A, C); });
+        expect([&](Matrix<T> C) { blas::trsm(side, uplo, trans, 'N', q, q, alpha, R, C); });
       }
+      if (RealScalar<T> || trans != 'C') {
+        expect([&](Matrix<T> C) { blas::syrk(uplo, trans, m, k, alpha, A, beta, C); });
+        expect([&](Matrix<T> C) { blas::syr2k(uplo, trans, m, k, alpha, A, B, beta, C); });
+      }
+      if constexpr (ComplexScalar<T>) {
+        if (trans == 'T') continue;
+        expect([&](Matrix<T> C) { blas::herk(uplo, trans, m, k, Real<T>(2), A, Real<T>(-1), C); });
+        expect([&](Matrix<T> C) { blas::her2k(uplo, trans, m, k, alpha, A, B, Real<T>(-1), C); });
+      }
+    }
+  }
+  for (const char uplo : uplos) {
+    for (const char side : sides) {
+      expect([&](Matrix<T> C) { blas::symm(side, uplo, q, q, alpha, A, B, beta, C); });
+      if constexpr (ComplexScalar<T>) {
+        expect([&](Matrix<T> C) { blas::hemm(side, uplo, q, q, alpha, A, B, beta, C); });
+      }
+    }
+  }
+}
+
+/// Threads take blocks of 256 columns each.
+TYPED_TEST(Threads, GiveTheThreeRealProductsOfOne) {
+  using T = TypeParam;
+  if constexpr (ComplexScalar<T>) {
+    const Int m = 20, n = 700, k = 30;
+    const auto a = numbers<T>(this->random, m, k), b = numbers<T>(this->random, n, k),
+               c = numbers<T>(this->random, m, n);
+    for (const char trans : {'T', 'C'}) {
+      expect_same_bits(c, [&](T* x) {
+        blas::gemm3m('N', trans, m, n, k, factor_of<T>(2, -1), {a.data(), m}, {b.data(), n}, factor_of<T>(0.5, 1),
+                     {x, m});
+      });
     }
   }
 }

@@ -40,6 +40,7 @@ constexpr Int block_rows = 512, block_columns = 256, block_depth = 256;
 template <RealScalar R>
 bool product_by_parts(Int m, Int n, Int k, std::complex<R> alpha, const Operand<std::complex<R>>& A,
                       const Operand<std::complex<R>>& B, std::complex<R> beta, Matrix<std::complex<R>> C) {
+  const Update<std::complex<R>> update{alpha, beta};
   const std::ptrdiff_t mb = std::min(m, block_rows), nb = std::min(n, block_columns), kb = std::min(k, block_depth);
   const std::size_t numbers = 3 * (mb * kb + kb * nb + mb * nb);
   R* const room = static_cast<R*>(nuv_serv_allocate(static_cast<unsigned>(numbers * sizeof(R)), 128));
@@ -67,8 +68,7 @@ bool product_by_parts(Int m, Int n, Int k, std::complex<R> alpha, const Operand<
         const std::ptrdiff_t column = std::ptrdiff_t{j} * P.ld;
         for (Int i = 0; i < rows; ++i) {
           const R p = P.re[column + i], q = P.im[column + i], s = P.sum[column + i];
-          const std::complex<R> value = alpha * std::complex<R>(p - q, s - p - q);
-          c[i] = beta == std::complex<R>(0) ? value : value + beta * c[i];
+          update.apply({p - q, s - p - q}, c[i]);
         }
       }
     }

@@ -12,7 +12,7 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
                  [&](Region region, const Term<T>& first, const Term<T>& second) {
                    split_triangle<T>(region, n, double(n) * n * k, [&](Int from, Int until) {
                      for (const Term<T>& term : {first, second}) {
-                       product_in_triangle(region, n, from, until, k, term.alpha, term.left, term.right, term.beta, C);
+                       product_in_triangle(region, n, from, until, k, term, C);
                      }
                    });
                  });

@@ -24,12 +24,12 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
   const Region region = region_of(uplo);
   if (hermitian && beta != T(0)) make_diagonal_real(n, C);
   if (alpha == T(0) || k == 0) {
-    scale(n, n, beta, C, region);
+    scale_triangle(hermitian, region, n, beta, C);
   } else {
-    const Operand<T> left = rank_k_left(hermitian, trans, A), right = rank_k_right(hermitian, trans, A);
-    split_triangle<T>(region, n, double(n) * n / 2 * k, [&](Int from, Int until) {
-      product_in_triangle(region, n, from, until, k, alpha, left, right, beta, C);
-    });
+    const Term<T> term{alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, A), beta,
+                       hermitian ? RealFactors::both : RealFactors::none};
+    split_triangle<T>(region, n, double(n) * n / 2 * k,
+                      [&](Int from, Int until) { product_in_triangle(region, n, from, until, k, term, C); });
   }
   if (hermitian) make_diagonal_real(n, C);
 }

@@ -18,7 +18,7 @@ void solve_in_place(const TriangularProblem<T>& p, Int i0, Int size) {
   const Int first = p.lower ? i0 : i0 + s, first_size = p.lower ? s : size - s;
   const Int second = p.lower ? i0 + s : i0, second_size = size - first_size;
   solve_in_place(p, first, first_size);
-  p.multiply(second, second_size, first, first_size, T(-1), T(1));
+  p.multiply(second, second_size, first, first_size, T(-1), T(1), RealFactors::both);
   solve_in_place(p, second, second_size);
 }
 
