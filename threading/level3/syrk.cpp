@@ -27,7 +27,7 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
     scale(n, n, beta, C, region);
   } else {
     const Operand<T> left = rank_k_left(hermitian, trans, A), right = rank_k_right(hermitian, trans, A);
-    split_triangle<T>(region, n, double(n) * n / 2 * k, [&](Int from, Int until) {
+    split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k) / 2, [&](Int from, Int until) {
       product_in_triangle(region, n, from, until, k, alpha, left, right, beta, C);
     });
   }
