@@ -7,6 +7,7 @@
 //   bind_kernels      runs nuv_serv_load_dll           detect        runs nuv_serv_cpu_detect
 //   word              the configuration's result word  clear_word    sets it to zero
 //   find:NAME         runs nuv_serv_load_fun           find_layer:NAME   runs nuv_serv_load_thread_fun
+//   in_process:NAME                     looks the name up in the whole process
 //   bind_lapack bind_oql                run nuv_serv_load_lapack_dll, nuv_serv_load_oql_dll, twice
 //   call_lapack:NAME call_oql:NAME      call what nuv_serv_load_lapack_fun, nuv_serv_load_oql_fun find
 //   report:NAME:LENGTH:CODE             the same three arguments to nuv_serv_xerbla,
@@ -139,6 +140,7 @@ const std::map<std::string, Operation> operations = {
     {"clear_word", [](auto&) { IN_LAPACK(__nuv_cfg_file_readed_extern) = 0; }},
     {"find", [](auto& name) { print_found(name, IN_LAPACK(nuv_serv_load_fun)(name.c_str())); }},
     {"find_layer", [](auto& name) { print_found(name, IN_LAPACK(nuv_serv_load_thread_fun)(name.c_str())); }},
+    {"in_process", [](auto& name) { print_found(name, nuv::platform::find_in_process(name.c_str())); }},
     {"bind_lapack",
      [](auto&) {
        void* handle = IN_LAPACK(nuv_serv_load_lapack_dll)();
