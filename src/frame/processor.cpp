@@ -40,8 +40,8 @@ bool ecx_of_leaf_1_has(int bit) {
   return (ask_cpuid(1).ecx >> bit & 1) != 0;
 }
 
-/// The tier that the environment asks for, or -1. Zero is believed only when written as the one character "0", since
-/// any text that is not a number reads as zero too.
+/// The tier that the environment asks for, or -1. What stands behind a number doesn't matter. Zero is believed only
+/// when written as the one character "0", since any text that is not a number reads as zero too.
 int overriding_tier() {
   // Read through volatile: the compiler would otherwise work the name out and store it in the clear.
   const volatile char* stored = scrambled_override_name;
@@ -50,8 +50,8 @@ int overriding_tier() {
 
   const char* text = std::getenv(name);
   if (text == nullptr || *text == '\0') return -1;
-  const int tier = std::atoi(text);
-  if (tier >= 1 && tier < tier_count) return tier;
+  const long tier = std::strtol(text, nullptr, 10);
+  if (tier >= 1 && tier < tier_count) return static_cast<int>(tier);
   return std::strcmp(text, "0") == 0 ? 0 : -1;
 }
 

@@ -170,7 +170,8 @@ TEST_F(Tier, OverridesBeatTheHardware) {
 }
 
 TEST_F(Tier, OtherTextsLeaveTheHardwareToDecide) {
-  for (const char* text : {"", "5", "9", "-2", "-1", "abc", "00", "0x3", "0 ", " 0", "+0", "-0", "x3", "40"}) {
+  for (const char* text : {"", "5", "9", "-2", "-1", "abc", "00", "0x3", "0 ", " 0", "+0", "-0", "x3", "40",
+                           "4294967298", "-4294967294", "18446744073709551618", "99999999999999999999999"}) {
     setenv("NUV_PROCESSOR_TIER", text, 1);
     EXPECT_EQ(detect_tier(), tier_of_this_processor()) << text;
     EXPECT_EQ(run_on(with(sse | sse2), detect_tier).result, 2) << text;
