@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/lock.hpp"
 #include "frame/plain_word.hpp"
 
 void* (*i_malloc)(std::size_t) = std::malloc;
@@ -15,21 +16,12 @@ void (*i_free)(void*) = std::free;
 namespace nuv {
 
 WorkspacePool pool;
-pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 int env_readed = -1;
 int disable_fast_mm = -1;
 
 namespace {
 
 constexpr unsigned no_slot = pool_slots;
-
-class Lock {
- public:
-  Lock() { pthread_mutex_lock(&mutex); }
-  ~Lock() { pthread_mutex_unlock(&mutex); }
-  Lock(const Lock&) = delete;
-  Lock& operator=(const Lock&) = delete;
-};
 
 bool is_set(const char* variable) {
   const char* value = std::getenv(variable);
@@ -325,11 +317,4 @@ int NUV_read_env() {
 
 unsigned long NUV_ThreadID() {
   return pthread_self();
-}
-
-void nuv_serv_lock() {
-  pthread_mutex_lock(&mutex);
-}
-void nuv_serv_unlock() {
-  pthread_mutex_unlock(&mutex);
 }

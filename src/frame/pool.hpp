@@ -8,7 +8,6 @@
 // owns the slot; idle becomes empty when idle blocks are trimmed. A thread that ends leaves its idle blocks to that.
 
 #include <nuv/nuv_services.h>
-#include <pthread.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -47,7 +46,6 @@ struct WorkspacePool {
 };
 
 extern WorkspacePool pool;
-extern pthread_mutex_t mutex;
 
 /// -1 until the environment was read, then 1; tested without the lock.
 extern int env_readed;

@@ -14,11 +14,14 @@
 //   report_dll: print: print_stub: print_kernels:   nuv_serv_dll_xerbla, nuv_serv_default_xerbla, xerbla_ of
 //                                       libnuv_lapack, nuv_serv_default_xerbla of the kernel library
 //   bad_dgesv bad_dgetrf                call that routine with a bad argument
+//   unload_and_fork                     opens libnuv_lapack, has it serve a request for memory, closes it, and forks
 //
 // Everything is looked up in libnuv_lapack itself, since another library of the process may hold the same names.
 
 #include <dlfcn.h>
 #include <nuv/nuv_lapack.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -95,6 +98,19 @@ void call_bad_dgetrf() {
   std::printf("dgetrf returned %d\n", info);
 }
 
+void unload_and_fork() {
+  void* lapack = open_library(NUV_LIBRARY_FILE("libnuv_lapack"), RTLD_LOCAL);
+  const auto allocate = reinterpret_cast<decltype(&nuv_serv_allocate)>(dlsym(lapack, "nuv_serv_allocate"));
+  const auto deallocate = reinterpret_cast<decltype(&nuv_serv_deallocate)>(dlsym(lapack, "nuv_serv_deallocate"));
+  deallocate(allocate(100, 128));
+  dlclose(lapack);
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  int status = -1;
+  waitpid(child, &status, 0);
+  std::printf("child %d\n", status);
+}
+
 void print_found(const std::string& name, void* address) {
   std::printf("%s %s\n", name.c_str(), address != nullptr ? "found" : "null");
 }
@@ -165,6 +181,7 @@ const std::map<std::string, Operation> operations = {
      }},
     {"bad_dgesv", [](auto&) { call_bad_dgesv(); }},
     {"bad_dgetrf", [](auto&) { call_bad_dgetrf(); }},
+    {"unload_and_fork", [](auto&) { unload_and_fork(); }},
 };
 
 }  // namespace

@@ -176,6 +176,11 @@ TEST_F(KernelBinding, ANameAskedForBeforeBindingEndsTheProcess) {
   expect_end(probe({"detect", "find:nuv_blas_dgemv"}), 1, "detect 0\n" + unbound_text("nuv_blas_dgemv") + "\n ");
 }
 
+// The library has itself called when the process forks, and so it has to be there.
+TEST_F(KernelBinding, AForkMayFollowTheEndOfTheLibrarysUse) {
+  expect_end(probe({"unload_and_fork"}, "_unlinked"), 0, "child 0\n");
+}
+
 TEST_F(LayerBinding, NoLayerEndsTheProcess) {
   // Its file can be found, and yet it is not brought in.
   ASSERT_TRUE(std::filesystem::exists(real_library(sequential)));
