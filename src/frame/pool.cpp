@@ -155,7 +155,7 @@ void reuse_block(unsigned slot, const Request& request) {
   hand_out(slot, request.align(pool.mem[slot]));
 }
 
-/// Puts a new block into a slot. A refusal counts like a block.
+/// Puts a new block into a slot. A refusal counts like a block, until a full table needs the slot.
 void fill_slot(unsigned slot, const Request& request) {
   pool.mem[slot] = i_malloc(request.real_size());
   pool.mem_th[slot] = request.thread;
@@ -165,6 +165,18 @@ void fill_slot(unsigned slot, const Request& request) {
   pool.mem_total_allocated += request.real_size();
   pool.mem_total_used += request.real_size();
   hand_out(slot, request.align(pool.mem[slot]));
+}
+
+/// The first slot that counts as in use although its request was refused, so that nobody holds it; or no_slot.
+unsigned first_refused() {
+  void* const no_block = nullptr;
+  for (unsigned first = 0; first < pool.mem_banks_used; first += scan_width) {
+    if (!may_hold(pool.mem + first, no_block)) continue;
+    for (unsigned slot = first; slot < first + scan_width; ++slot) {
+      if (pool.mem[slot] == no_block && pool.mem_in_use[slot] != 0) return slot;
+    }
+  }
+  return no_slot;
 }
 
 /// The slot that serves a request, or no_slot when the table is full of others.
@@ -186,8 +198,15 @@ unsigned serve(const Request& request) {
     i_free(pool.mem[offer.smaller]);
     pool.mem_total_allocated -= pool.mem_size_r[offer.smaller];
     fill_slot(offer.smaller, request);
+    return offer.smaller;
   }
-  return offer.smaller;
+  const unsigned refused = first_refused();
+  if (refused != no_slot) {
+    pool.mem_total_allocated -= pool.mem_size_r[refused];
+    pool.mem_total_used -= pool.mem_size_r[refused];
+    fill_slot(refused, request);
+  }
+  return refused;
 }
 
 unsigned scan_for_pointer(void* pointer) {

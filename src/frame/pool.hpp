@@ -6,6 +6,9 @@
 // A slot of the table is empty (no block), in use, or idle (a block, free for reuse). Empty becomes in use when a block
 // is appended; in use becomes idle in nuv_serv_deallocate; idle becomes in use by a later request of the thread that
 // owns the slot; idle becomes empty when idle blocks are trimmed. A thread that ends leaves its idle blocks to that.
+//
+// A request that the allocator refuses takes a slot like any other, in use and without a block. Nobody will give that
+// back: once the table is full, such slots serve new requests, so that the pool is whole again when memory is.
 
 #include <nuv/nuv_services.h>
 
