@@ -8,7 +8,7 @@
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -87,10 +87,7 @@ void apply_by_blocks(const Application<T>& problem, Int nb, T* t, T* w) {
   const StoredReflectors<T> V = problem.reflectors();
   const auto factor_of = [&](Range some) { return t + std::ptrdiff_t{(some.first - 1) / nb} * nb * nb; };
   problem.for_each_block(nb, [&](Range some) {
-    const Range reach = V.reach(some);
-    const Matrix<T> own = V.from(reach.first, some.first);
-    larft(direct, storev, reach.count, some.count, own.data, own.ld, problem.tau + (some.first - 1), factor_of(some),
-          nb);
+    form_factor<T>(V.part(V.reach(some), some), problem.tau + (some.first - 1), {factor_of(some), nb});
   });
   const char trans = V.columnwise() ? problem.trans : reversed<T>(!problem.plain());
   const bool left = problem.left();

@@ -5,7 +5,7 @@
 #include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -70,7 +70,7 @@ void form_block(const StoredReflectors<T>& lines, Int k, Int i, Int ib, const T*
     const bool columnwise = lines.columnwise();
     const char direct = lines.form().direct(), storev = lines.form().storev();
     const Matrix<T> V = lines.from(reach.first, own.first), C = lines.from(reach.first, formed.first);
-    larft(direct, storev, reach.count, ib, V.data, V.ld, tau + (i - 1), work, ldwork);
+    form_factor<T>(lines.part(reach, own), tau + (i - 1), {work, ldwork});
     larfb(columnwise ? 'L' : 'R', columnwise ? 'N' : adjoint<T>, direct, storev,
           columnwise ? reach.count : formed.count, columnwise ? formed.count : reach.count, ib, V.data, V.ld, work,
           ldwork, C.data, C.ld, work + ib, ldwork);

@@ -2,6 +2,7 @@
 
 #include "environment/tuning.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -15,7 +16,7 @@ void factor_panel(Form form, Int m, Int n, Int i, Int ib, Matrix<T> A, T* tau, T
   factor_unblocked(form, form.rowwise ? ib : order, form.rowwise ? order : ib, panel.V, tau, work);
   if (rest == 0) return;
   const char direct = form.direct(), storev = form.storev();
-  larft(direct, storev, order, ib, panel.V.data, A.ld, tau, work, ldwork);
+  form_factor<T>(StoredReflectors<T>(form, order, ib, panel.V), tau, {work, ldwork});
   if (form.rowwise) {
     larfb('R', 'N', direct, storev, rest, order, ib, panel.V.data, A.ld, work, ldwork, panel.C.data, A.ld, work + ib,
           ldwork);

@@ -2,6 +2,7 @@
 
 #include "environment/tuning.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 
@@ -56,7 +57,7 @@ constexpr Int widest_base = 256;
 /// The factor T of a panel of the base case.
 template <Scalar T>
 void base_factor(Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
-  larft('F', 'C', n, k, v, ldv, tau, t, ldt);
+  form_factor<T>(StoredReflectors<T>(qr, n, k, {v, ldv}), tau, {t, ldt});
 }
 
 template <>

@@ -36,6 +36,8 @@ class StoredReflectors {
       : StoredReflectors({.rowwise = !same_letter(storev, 'C'), .backward = !same_letter(direct, 'F')}, n, k,
                          {v, ldv}) {}
 
+  operator StoredReflectors<const T>() const requires(!std::is_const_v<T>) { return {form_, n_, k_, V_}; }
+
   Form form() const { return form_; }
   bool columnwise() const { return !form_.rowwise; }
   bool forward() const { return !form_.backward; }

@@ -331,46 +331,6 @@ TYPED_TEST(LeastSquares, AnswersTheWorkspaceQuestionAndDoesNothingElse) {
   }
 }
 
-TYPED_TEST(LeastSquares, GoesOnWithoutMemory) {
-  using T = TypeParam;
-  constexpr Int complex_width = 32;
-  // Blocks of the factorisation and of the product with Q. The former is unblocked where it is small, the latter where
-  // the workspace is too short: its own memory is refused. Each complex block misses its factor.
-  enum Workspace { least, best, full };
-  const struct {
-    Sizes sizes;
-    Workspace workspace;
-    Int blocks;
-  } cases[] = {{{60, 40, 30}, least, 0},
-               {{60, 40, 30}, best, 0},
-               {{60, 40, 30}, full, 2},
-               {{40, 60, 30}, least, 0},
-               {{40, 60, 30}, best, 1},
-               {{40, 60, 30}, full, 3},
-               // Panels to where 8 columns, or 4, are left: of single columns in the least workspace.
-               {{2000, 20, 3}, least, 12},
-               {{2000, 20, 3}, best, 1}};
-  for (const auto& [s, workspace, blocks] : cases) {
-    for (const bool transposed : {false, true}) {
-      const Int mn = std::min(s.m, s.n), known = best_lwork<T>(transposed, s);
-      const Int lwork = workspace == least  ? least_lwork(s)
-                        : workspace == best ? known
-                                            : mn + (mn + s.nrhs) * complex_width;
-      SCOPED_TRACE(to_string(s) + (transposed ? ", transposed" : "") + ", lwork " + std::to_string(lwork));
-      const Problem<T> problem(this->random, transposed, s);
-      const WatchedPool pool(false);
-      const Solved<T> solved = solve(this->random, problem, lwork);
-      EXPECT_EQ(solved.work(1), T(Real<T>(known)));
-      if (workspace == least) {
-        EXPECT_GT(pool.requests(), 0u);
-      }
-      const std::vector<ErrorReport> expected = refused_factors<T>(blocks);
-      EXPECT_EQ(take_error_reports(), expected);
-      if (expected.empty()) expect_solution(problem, solved);
-    }
-  }
-}
-
 /// A fit of two unknowns to four equations.
 template <Scalar T>
 struct GelsCall {
