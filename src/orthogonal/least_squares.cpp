@@ -55,7 +55,10 @@ template <Scalar T>
 void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* work, Int lwork, Int& info) {
   using R = Real<T>;
   const Int mn = std::min(m, n);
-  const bool query = lwork == -1;
+  const bool query = lwork == -1, transposed = !same_letter(trans, 'N');
+  const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
+  const T best_lwork = as_work_size<T>(best);
+  work[0] = best_lwork;
   info = 0;
   if (!is_one_of(trans, 'N', adjoint<T>)) info = -1;
   else if (m < 0) info = -2;
@@ -66,10 +69,6 @@ void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* w
   else if (lwork < std::max<std::int64_t>(1, std::int64_t{mn} + std::max(mn, nrhs)) && !query) info = -10;
   if (info != 0) return report_bad_argument<T>("GELS", info);
 
-  const bool transposed = !same_letter(trans, 'N');
-  const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
-  const T best_lwork = as_work_size<T>(best);
-  work[0] = best_lwork;
   if (query) return;
 
   const Matrix A{a, lda}, B{b, ldb};

@@ -345,7 +345,8 @@ struct GelsCall {
     routine_call::gels(trans, m, n, nrhs, Matrix<T>{A.data(), lda}, Matrix<T>{B.data(), ldb}, work.data(), lwork, info);
     return info;
   }
-  bool unchanged() const { return A.unchanged() && B.unchanged() && work.unchanged(); }
+  /// The best workspace is told before the arguments are looked at.
+  bool unchanged() const { return A.unchanged() && B.unchanged() && work.unchanged_outside(1, 1); }
 };
 
 TYPED_TEST(LeastSquares, ReportsBadArguments) {
@@ -368,6 +369,7 @@ TYPED_TEST(LeastSquares, ReportsBadArguments) {
     Call call;
     call.lwork = lwork;
     expect_report(call, name, 10);
+    EXPECT_EQ(call.work(1), T(Real<T>(best_lwork<T>(false, {4, 2, 3}))));
   }
   // The least leading dimensions and the least workspace are one, also where there is nothing to do.
   Call no_equations;
@@ -379,6 +381,26 @@ TYPED_TEST(LeastSquares, ReportsBadArguments) {
   Call no_right_hand_sides;
   no_right_hand_sides.n = no_right_hand_sides.nrhs = no_right_hand_sides.lwork = 0;
   expect_report(no_right_hand_sides, name, 10);
+}
+
+TYPED_TEST(LeastSquares, TellsTheBestWorkspaceWhateverArgumentIsBad) {
+  using T = TypeParam;
+  const auto expect_answer = [](bool transposed, const Sizes& s, auto spoil) {
+    GelsCall<T> call;
+    spoil(call);
+    call.run();
+    EXPECT_EQ(call.work(1), T(Real<T>(best_lwork<T>(transposed, s))));
+    EXPECT_EQ(take_error_reports().size(), 1u);
+  };
+  using Call = GelsCall<T>;
+  expect_answer(true, {4, 2, 3}, [](Call& call) { call.trans = 'X'; });  // as any letter but N
+  expect_answer(false, {4, 2, -1}, [](Call& call) { call.nrhs = -1; });
+  expect_answer(false, {4, 2, 3}, [](Call& call) { call.lda = 3; });
+  expect_answer(false, {4, 2, 3}, [](Call& call) { call.ldb = 3; });
+  expect_answer(true, {4, 2, 3}, [](Call& call) {
+    call.trans = adjoint_letter<T>;
+    call.lwork = 4;
+  });
 }
 
 TYPED_TEST(LeastSquares, FitsMatricesThatAreHardToSolveWith) {
