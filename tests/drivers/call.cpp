@@ -2,7 +2,8 @@
 
 #include <cmath>
 #include <limits>
-#include <sstream>
+#include <map>
+#include <tuple>
 
 #include "support/random.hpp"
 
@@ -99,6 +100,17 @@ GuardedMatrix<R> make_numbers(Call::Numbers numbers, const std::string& name, bo
   return A;
 }
 
+/// The same, but made once: most calls are made with numbers that another one had.
+template <class R>
+const GuardedMatrix<R>& known_numbers(Call::Numbers numbers, const std::string& name, bool is_complex, Int m, Int n) {
+  using Key = std::tuple<Call::Numbers, std::string, bool, Int, Int>;
+  static std::map<Key, GuardedMatrix<R>> known;
+  const auto at = known.find({numbers, name, is_complex, m, n});
+  if (at != known.end()) return at->second;
+  return known.emplace(Key{numbers, name, is_complex, m, n}, make_numbers<R>(numbers, name, is_complex, m, n))
+      .first->second;
+}
+
 }  // namespace
 
 int Array::size() const {
@@ -136,11 +148,11 @@ Array& Call::array(const std::string& name, Array::Role role, Numbers numbers, P
   const bool is_complex = precision.is_complex;
   Array array{name, role, GuardedMatrix<Int>(0, 0, 1)};
   if (numbers == Numbers::rows) {
-    array.numbers = make_numbers<Int>(numbers, name, is_complex, m, n);
+    array.numbers = known_numbers<Int>(numbers, name, is_complex, m, n);
   } else if (precision.is_single) {
-    array.numbers = make_numbers<float>(numbers, name, is_complex, m, n);
+    array.numbers = known_numbers<float>(numbers, name, is_complex, m, n);
   } else {
-    array.numbers = make_numbers<double>(numbers, name, is_complex, m, n);
+    array.numbers = known_numbers<double>(numbers, name, is_complex, m, n);
   }
   if (name == spoiled_.array) array.set(spoiled_.place, spoiled_.value);
   arrays_.push_back(std::move(array));

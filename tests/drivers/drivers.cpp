@@ -33,14 +33,11 @@ class DriverList {
   }
 };
 
-/// The order for routines without blocks.
-constexpr Int unblocked = 5;
-
 constexpr Int nrhs = 3;
 
 void add_solvers(DriverList& drivers) {
   drivers.add("getrf", 150, [](auto c, Int n) { layer::getrf(n, n, c.matrix("A", n, n), c.pivots(n), c.info()); });
-  drivers.add("getf2", unblocked,
+  drivers.add("getf2", unblocked_order,
               [](auto c, Int n) { routine_call::getf2(n, n, c.matrix("A", n, n), c.pivots(n), c.info()); });
   drivers.add("getrs", 100, [](auto c, Int n) {
     const char trans = c.one_of({'N', 'T', 'C'});
@@ -58,7 +55,7 @@ void add_solvers(DriverList& drivers) {
     const char uplo = c.one_of({'U', 'L'}), diag = c.one_of({'N', 'U'});
     routine_call::trtri(uplo, diag, n, c.matrix("A", n, n), c.info());
   });
-  drivers.add("trti2", unblocked, [](auto c, Int n) {
+  drivers.add("trti2", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'}), diag = c.one_of({'N', 'U'});
     routine_call::trti2(uplo, diag, n, c.matrix("A", n, n), c.info());
   });
@@ -71,7 +68,7 @@ void add_solvers(DriverList& drivers) {
     const char uplo = c.one_of({'U', 'L'});
     layer::potrf(uplo, n, c.definite("A", n), c.info());
   });
-  drivers.add("potf2", unblocked, [](auto c, Int n) {
+  drivers.add("potf2", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     routine_call::potf2(uplo, n, c.definite("A", n), c.info());
   });
@@ -91,16 +88,16 @@ void add_solvers(DriverList& drivers) {
     const char uplo = c.one_of({'U', 'L'});
     routine_call::lauum(uplo, n, c.matrix("A", n, n), c.info());
   });
-  drivers.add("lauu2", unblocked, [](auto c, Int n) {
+  drivers.add("lauu2", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     routine_call::lauu2(uplo, n, c.matrix("A", n, n), c.info());
   });
 }
 
-/// Rows and columns of n reflectors of order 2 n, or of 65 n: the QR factorisation of few columns has panels only
-/// where they are long.
+/// Rows and columns of a matrix with n reflectors, square or twice as long. The QR factorisation of a few columns has
+/// panels only where they are long.
 auto shape_of(auto& c, const Form& form, Int n) {
-  const Int longer = c.one_of({2, 65}) * n;
+  const Int longer = c.one_of({n == unblocked_order ? 1 : 65, 2}) * n;
   return form.columnwise() ? std::pair{longer, n} : std::pair{n, longer};
 }
 
@@ -112,7 +109,7 @@ void add_factorisations(DriverList& drivers, const Form& form) {
       factor_by_blocks(form, m, columns, c.matrix("A", m, columns), c.result("tau", n, 1).data, work, lwork, c.info());
     });
   });
-  drivers.add("ge" + unblocked_letters_of(form), unblocked, [=](auto c, Int n) {
+  drivers.add("ge" + unblocked_letters_of(form), unblocked_order, [=](auto c, Int n) {
     const auto [m, columns] = shape_of(c, form, n);
     factor_one_by_one(form, m, columns, c.matrix("A", m, columns), c.result("tau", n, 1).data, c.scratch(n), c.info());
   });
@@ -128,8 +125,8 @@ struct ProductWith {
         trans(c.one_of({'N', c.adjoint})),
         m(order),
         n(order),
-        k(std::max(1, order - 5)),
-        nw(std::max(1, order - 3)) {
+        k(order - order / 16 - 1),
+        nw(order - 3) {
     (side == 'L' ? n : m) = nw;
   }
 };
@@ -145,7 +142,7 @@ void add_products(DriverList& drivers, const Form& form) {
                     c.matrix("C", p.m, p.n), work, lwork, c.info());
     });
   });
-  drivers.add("orm" + unblocked_letters_of(form), unblocked, [=](auto c, Int order) {
+  drivers.add("orm" + unblocked_letters_of(form), unblocked_order, [=](auto c, Int order) {
     const ProductWith p(c, order);
     OneByOne::call(form, p.side, p.trans, p.m, p.n, p.k, reflectors(c, p, order), c.reflector_factors(p.k),
                    c.matrix("C", p.m, p.n), c.scratch(p.nw), 0, c.info());
@@ -164,7 +161,7 @@ void add_forming(DriverList& drivers, const Form& form) {
                        c.info());
     });
   });
-  drivers.add("org" + unblocked_letters_of(form), unblocked, [=](auto c, Int n) {
+  drivers.add("org" + unblocked_letters_of(form), unblocked_order, [=](auto c, Int n) {
     form_q_one_by_one(form, rows(n), columns(n), n - 1, matrix(c, n), c.reflector_factors(n - 1), c.scratch(n),
                       c.info());
   });

@@ -10,6 +10,9 @@
 
 namespace nuv::test {
 
+/// The order for routines without blocks.
+inline constexpr Int unblocked_order = 5;
+
 struct Driver {
   std::string name;  ///< with the letter of the precision
   Int order;         ///< of a problem that it solves by blocks, if it has any
