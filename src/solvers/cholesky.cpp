@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "base/hermitian.hpp"
 #include "base/matrix.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
