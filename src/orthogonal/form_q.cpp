@@ -4,26 +4,10 @@
 
 #include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
-#include "orthogonal/householder.hpp"
 #include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
-
-// A matrix is seen as lines, columns (QR, QL) or rows (LQ, RQ), each of which has its place for a reflector. The k
-// reflectors there are stand in the first lines (QR, LQ) or in the last (QL, RQ); the others are lines of the identity.
-
-/// The line of reflector i of k.
-template <Scalar T>
-Int line_of(const StoredReflectors<T>& lines, Int i, Int k) {
-  return lines.forward() ? i : lines.count() - k + i;
-}
-
-/// The lines that are formed before those: the ones behind them (QR, LQ) or in front of them (QL, RQ).
-template <Scalar T>
-Range formed_before(const StoredReflectors<T>& lines, Range some) {
-  return lines.forward() ? Range{some.last() + 1, lines.count() - some.last()} : Range{1, some.first - 1};
-}
 
 template <Scalar T>
 void clear(const StoredReflectors<T>& lines, Range elements, Range some) {
@@ -36,46 +20,30 @@ void clear(const StoredReflectors<T>& lines, Range elements, Range some) {
 /// meets only lines that are not those of the identity any more.
 template <Scalar T>
 void form_one_by_one(const StoredReflectors<T>& lines, Int k, const T* tau, T* work) {
-  const bool columnwise = lines.columnwise();
-  const Range identity = formed_before(lines, {line_of(lines, 1, k), k});
+  const Range identity = lines.beyond({lines.line(1, k), k});
   clear(lines, {1, lines.order()}, identity);
   for (Int line = identity.first; line <= identity.last(); ++line) lines(lines.unit(line), line) = T(1);
 
   for (Int step = 1; step <= k; ++step) {
-    const Int i = lines.forward() ? k + 1 - step : step, line = line_of(lines, i, k);
-    const Range reach = lines.reach(line), tail = lines.tail(line), formed = formed_before(lines, {line, 1});
-    const Vector<T> v = lines.along(reach.first, line), stored = lines.along(tail.first, line);
-    T& unit = lines(lines.unit(line), line);
-    const T factor = columnwise ? tau[i - 1] : conjugate(tau[i - 1]);
-
-    if (!columnwise) conjugate_vector(tail.count, stored);
-    if (formed.count > 0) {
-      unit = T(1);
-      const Matrix<T> C = lines.from(reach.first, formed.first);
-      larf(columnwise ? 'L' : 'R', columnwise ? reach.count : formed.count, columnwise ? formed.count : reach.count,
-           v.data, v.inc, factor, C.data, C.ld, work);
+    const Int i = lines.forward() ? k + 1 - step : step, line = lines.line(i, k);
+    const Range tail = lines.tail(line);
+    const T factor = lines.columnwise() ? tau[i - 1] : conjugate(tau[i - 1]);
+    {
+      const AsVector<T> turned(lines, line, tail);
+      apply_reflector_beyond(lines, line, factor, work);
+      if (tail.count > 0) blas::scal(tail.count, negated(tau[i - 1]), lines.along(tail.first, line));
     }
-    if (tail.count > 0) blas::scal(tail.count, negated(tau[i - 1]), stored);
-    if (!columnwise) conjugate_vector(tail.count, stored);
-    unit = T(1) - factor;
-    clear(lines, lines.outside(reach), {line, 1});
+    lines(lines.unit(line), line) = T(1) - factor;
+    clear(lines, lines.outside(lines.reach(line)), {line, 1});
   }
 }
 
-/// Reflectors i ... i + ib - 1 of k, applied to the lines formed already, and formed.
+/// A block of reflectors, applied to the lines formed already, and formed.
 template <Scalar T>
-void form_block(const StoredReflectors<T>& lines, Int k, Int i, Int ib, const T* tau, T* work, Int ldwork) {
-  const Range own{line_of(lines, i, k), ib}, formed = formed_before(lines, own), reach = lines.reach(own);
-  if (formed.count > 0) {
-    const bool columnwise = lines.columnwise();
-    const char direct = lines.form().direct(), storev = lines.form().storev();
-    const Matrix<T> V = lines.from(reach.first, own.first), C = lines.from(reach.first, formed.first);
-    form_factor<T>(lines.part(reach, own), tau + (i - 1), {work, ldwork});
-    larfb(columnwise ? 'L' : 'R', columnwise ? 'N' : adjoint<T>, direct, storev,
-          columnwise ? reach.count : formed.count, columnwise ? formed.count : reach.count, ib, V.data, V.ld, work,
-          ldwork, C.data, C.ld, work + ib, ldwork);
-  }
-  form_one_by_one(lines.part(reach, own), ib, tau + (i - 1), work);
+void form_block(const StoredReflectors<T>& lines, Range own, const T* tau, T* work) {
+  const Range reach = lines.reach(own);
+  apply_block_beyond(lines, own, lines.columnwise() ? 'N' : adjoint<T>, tau, work, lines.count());
+  form_one_by_one(lines.part(reach, own), own.count, tau, work);
   clear(lines, lines.outside(reach), own);
 }
 
@@ -83,26 +51,20 @@ void form_block(const StoredReflectors<T>& lines, Int k, Int i, Int ib, const T*
 template <Scalar T>
 void form_by_blocks(const StoredReflectors<T>& lines, Int k, Int kk, Int nb, const T* tau, T* work) {
   const Int order = lines.order(), count = lines.count();
+  const auto form_block_of = [&](Int i) {
+    form_block(lines, {lines.line(i, k), std::min(nb, k - i + 1)}, tau + (i - 1), work);
+  };
   if (lines.forward()) {
     const Range others{kk + 1, count - kk};
     clear(lines, {1, kk}, others);
     if (others.count > 0) form_one_by_one(lines.part({kk + 1, order - kk}, others), k - kk, tau + kk, work);
-    for (Int i = (kk - 1) / nb * nb + 1; i >= 1; i -= nb) {
-      form_block(lines, k, i, std::min(nb, k - i + 1), tau, work, count);
-    }
+    for (Int i = (kk - 1) / nb * nb + 1; i >= 1; i -= nb) form_block_of(i);
   } else {
     const Range others{1, count - kk};
     clear(lines, {order - kk + 1, kk}, others);
     form_one_by_one(lines.part({1, order - kk}, others), k - kk, tau, work);
-    for (Int i = k - kk + 1; i <= k; i += nb) {
-      form_block(lines, k, i, std::min(nb, k - i + 1), tau, work, count);
-    }
+    for (Int i = k - kk + 1; i <= k; i += nb) form_block_of(i);
   }
-}
-
-template <Scalar T>
-StoredReflectors<T> lines_of(Form form, Int m, Int n, Matrix<T> A) {
-  return {form, form.rowwise ? n : m, form.rowwise ? m : n, A};
 }
 
 /// 0, or minus the position of the first bad argument of m, n, k, a, lda.

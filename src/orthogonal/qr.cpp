@@ -2,7 +2,6 @@
 
 #include "environment/tuning.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
-#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 
