@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
@@ -97,15 +97,15 @@ void apply_by_blocks(const Application<T>& problem, Int nb, T* t, T* w) {
 
 template <Scalar T>
 void apply(const Application<T>& problem, T* work, Int lwork, Int& info) {
-  const RoutineName<T> name = name_of_form<T>("ORM", "UNM", problem.form);
+  const char opts[] = {problem.side, problem.trans};
   const Int m = problem.m, n = problem.n, k = problem.k, nw = problem.nw();
+  const Tuning<T> tuning{name_of_form<T>("ORM", "UNM", problem.form), {opts, 2}, m, n, k};
   const bool query = lwork == -1;
   info = problem.check();
   if (info == 0 && lwork < std::max(1, nw) && !query) info = -12;
-  if (info != 0) return report_bad_argument(name, info);
+  if (info != 0) return report_bad_argument(tuning.name, info);
 
-  const char opts[] = {problem.side, problem.trans};
-  const Int nb = ilaenv(1, name, {opts, 2}, m, n, k, -1);
+  const Int nb = tuning.block_size();
   const std::int64_t best = (std::int64_t{nw} + k) * nb;
   if (query) {
     work[0] = as_work_size<T>(best);
@@ -115,8 +115,7 @@ void apply(const Application<T>& problem, T* work, Int lwork, Int& info) {
     work[0] = T(1);
     return;
   }
-  const Int nbmin = std::max(2, ilaenv(2, name, {opts, 2}, m, n, k, -1));
-  if (nb < nbmin || nb >= k) {
+  if (nb < tuning.least_block_size() || nb >= k) {
     apply_one_by_one(problem, work);
   } else if (best <= lwork) {
     apply_by_blocks(problem, nb, work, work + std::ptrdiff_t{k} * nb);

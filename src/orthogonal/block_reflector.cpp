@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
@@ -211,7 +211,8 @@ void form_factor_by_blocks(const StoredReflectors<const T>& V, const T* tau, Mat
                            const ColumnProducts<T>& products) {
   const Int k = V.count();
   const TriangularFactor<T> F{t, k, V.forward()};
-  const Int nb = ilaenv(1, RoutineName<T>("LARFT"), " ", V.order(), k, -1, -1);
+  const Tuning<T> tuning{.name = RoutineName<T>("LARFT"), .n1 = V.order(), .n2 = k};
+  const Int nb = tuning.block_size();
   for (Int done = 0; done < k; done += nb) {
     const Int ib = std::min(nb, k - done);
     add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "orthogonal/reflector_steps.hpp"
 
@@ -49,8 +49,9 @@ void form_block(const StoredReflectors<T>& lines, Range own, const T* tau, T* wo
 
 /// The first (forward) or last (backward) kk reflectors are applied by blocks, the others before them one by one.
 template <Scalar T>
-void form_by_blocks(const StoredReflectors<T>& lines, Int k, Int kk, Int nb, const T* tau, T* work) {
-  const Int order = lines.order(), count = lines.count();
+void form_by_blocks(const StoredReflectors<T>& lines, Int k, const BlockPlan& plan, const T* tau, T* work) {
+  const Int order = lines.order(), count = lines.count(), nb = plan.nb;
+  const Int kk = std::min(k, (k - plan.nx - 1) / nb * nb + nb);
   const auto form_block_of = [&](Int i) {
     form_block(lines, {lines.line(i, k), std::min(nb, k - i + 1)}, tau + (i - 1), work);
   };
@@ -78,39 +79,27 @@ Int check(Form form, Int m, Int n, Int k, Int lda) {
 
 template <Scalar T>
 void form_q(Form form, Int m, Int n, Int k, Matrix<T> A, const T* tau, T* work, Int lwork, Int& info) {
-  const RoutineName<T> name = name_of_form<T>("ORG", "UNG", form);
+  const Tuning<T> tuning{.name = name_of_form<T>("ORG", "UNG", form), .n1 = m, .n2 = n, .n3 = k};
   const StoredReflectors<T> lines = lines_of(form, m, n, A);
-  const Int count = lines.count();
-  const Int nb = ilaenv(1, name, " ", m, n, k, -1);
+  const Int count = lines.count(), nb = tuning.block_size();
   work[0] = as_work_size<T>(std::int64_t{std::max(1, count)} * nb);
   const bool query = lwork == -1;
   info = check(form, m, n, k, A.ld);
   if (info == 0 && lwork < std::max(1, count) && !query) info = -8;
-  if (info != 0) return report_bad_argument(name, info);
+  if (info != 0) return report_bad_argument(tuning.name, info);
   if (query) return;
   if (count <= 0) {
     work[0] = T(1);
     return;
   }
 
-  Int width = nb, nbmin = 2, nx = 0;
-  std::int64_t iws = count;
-  if (nb > 1 && nb < k) {
-    nx = std::max(0, ilaenv(3, name, " ", m, n, k, -1));
-    if (nx < k) {
-      iws = std::int64_t{count} * nb;
-      if (lwork < iws) {
-        width = lwork / count;
-        nbmin = std::max(2, ilaenv(2, name, " ", m, n, k, -1));
-      }
-    }
-  }
-  if (width >= nbmin && width < k && nx < k) {
-    form_by_blocks(lines, k, std::min(k, (k - nx - 1) / width * width + width), width, tau, work);
+  const BlockPlan plan = plan_blocks(tuning, {.n = k, .nb = nb, .line = count, .lwork = lwork});
+  if (plan.by_blocks) {
+    form_by_blocks(lines, k, plan, tau, work);
   } else {
     form_one_by_one(lines, k, tau, work);
   }
-  work[0] = as_work_size<T>(iws);
+  work[0] = as_work_size<T>(plan.workspace);
 }
 
 template <Scalar T>

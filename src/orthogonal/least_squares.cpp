@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "environment/block_plan.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
-#include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -18,15 +18,11 @@ namespace {
 
 template <Scalar T>
 Int best_block_size(bool transposed, Int m, Int n, Int nrhs) {
-  constexpr char plain_opts[] = {'L', 'N'}, transposed_opts[] = {'L', adjoint<T>};
-  if (m >= n) {
-    const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", qr);
-    return std::max(ilaenv(1, RoutineName<T>("GEQRF"), " ", m, n, -1, -1),
-                    ilaenv(1, apply, {transposed ? plain_opts : transposed_opts, 2}, m, nrhs, n, -1));
-  }
-  const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", lq);
-  return std::max(ilaenv(1, RoutineName<T>("GELQF"), " ", m, n, -1, -1),
-                  ilaenv(1, apply, {transposed ? transposed_opts : plain_opts, 2}, n, nrhs, m, -1));
+  const bool tall = m >= n;
+  const char opts[] = {'L', transposed == tall ? 'N' : adjoint<T>};
+  const Tuning<T> factor{.name = RoutineName<T>(tall ? "GEQRF" : "GELQF"), .n1 = m, .n2 = n};
+  const Tuning<T> apply{name_of_form<T>("ORM", "UNM", tall ? qr : lq), {opts, 2}, std::max(m, n), nrhs, std::min(m, n)};
+  return std::max(factor.block_size(), apply.block_size());
 }
 
 /// A matrix brought into the range in which no product of two elements over- or underflows.
