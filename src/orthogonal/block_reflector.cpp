@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -51,31 +51,44 @@ struct TriangularFactor {
   void apply_to_vector(Range rows, Vector<T> x) const {
     blas::trmv(uplo(), 'N', 'N', rows.count, block(t, rows.first, rows.first), x);
   }
+
+  /// Makes T column by column. multiply(i, done) leaves -tau_i V^H v_i in column i, in the rows of the columns that are
+  /// done.
+  template <class Multiply>
+  void grow_by_columns(const T* tau, Multiply multiply) const {
+    for (Int step = 1; step <= k; ++step) {
+      const Int i = column_of_step(step);
+      const Range done = before({i, 1});
+      if (tau[i - 1] == T(0)) {
+        clear(done, i);
+        t(i, i) = T(0);
+        continue;
+      }
+      if (done.count > 0) {
+        multiply(i, done);
+        apply_to_vector(done, in_rows(done, i));
+      }
+      t(i, i) = tau[i - 1];
+    }
+  }
 };
+
+template <RealScalar T>
+void form_factor_by_columns(const StoredReflectors<T>& V, const T* tau, Matrix<T> t) {
+  const TriangularFactor<T> F{t, V.count(), V.forward()};
+  F.grow_by_columns(tau, [&](Int i, Range done) {
+    const Range reach = V.reach(i);
+    const T kept = std::exchange(V(V.unit(i), i), T(1));
+    inner_products(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
+    V(V.unit(i), i) = kept;
+  });
+}
 
 }  // namespace
 
 template <RealScalar T>
 void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
-  if (n == 0) return;
-  const StoredReflectors<T> V(direct, storev, n, k, v, ldv);
-  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
-  for (Int step = 1; step <= k; ++step) {
-    const Int i = F.column_of_step(step);
-    const Range done = F.before({i, 1}), reach = V.reach(i);
-    if (tau[i - 1] == 0) {
-      F.clear(done, i);
-      F.t(i, i) = 0;
-      continue;
-    }
-    if (done.count > 0) {
-      const T kept = std::exchange(V(V.unit(i), i), T(1));
-      inner_products(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
-      V(V.unit(i), i) = kept;
-      F.apply_to_vector(done, F.in_rows(done, i));
-    }
-    F.t(i, i) = tau[i - 1];
-  }
+  if (n != 0) form_factor_by_columns<T>({direct, storev, n, k, v, ldv}, tau, {t, ldt});
 }
 
 namespace {
@@ -89,7 +102,7 @@ template <Scalar T>
 class ColumnProducts {
  public:
   explicit ColumnProducts(Int) {}
-  bool ready() const { return true; }
+  static constexpr bool ready() { return true; }
 
   // The kernels do not apply beta where a sum has no terms. The unit elements come in with an axpy each.
   void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
@@ -193,6 +206,39 @@ void add_columns(const StoredReflectors<const T>& V, const TriangularFactor<T>& 
   });
 }
 
+template <Scalar T>
+void form_factor_by_blocks(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t,
+                           const ColumnProducts<T>& products) {
+  const Int k = V.count();
+  const TriangularFactor<T> F{t, k, V.forward()};
+  const Tuning<T> tuning{.name = RoutineName<T>("LARFT"), .n1 = V.order(), .n2 = k};
+  const Int nb = tuning.block_size();
+  for (Int done = 0; done < k; done += nb) {
+    const Int ib = std::min(nb, k - done);
+    add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);
+  }
+}
+
+/// v_i^H v_j, where the unit element of v_j is one of the stored elements of v_i.
+template <ComplexScalar T>
+T inner_product(const StoredReflectors<const T>& V, Int i, Int j) {
+  const Range tail = V.tail(j);
+  const Vector<const T> vi = V.along(tail.first, i), vj = V.along(tail.first, j);
+  const T facing_unit = V(V.unit(j), i);
+  // A row holds the conjugate of its reflector.
+  if (V.columnwise()) return conjugate(facing_unit) + blas::dotc(tail.count, vi, vj);
+  return facing_unit + blas::dotc(tail.count, vj, vi);
+}
+
+/// Takes no memory: each inner product stands by itself, since the kernels for dot products do conjugate a vector.
+template <ComplexScalar T>
+void form_factor_by_elements(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t) {
+  const TriangularFactor<T> F{t, V.count(), V.forward()};
+  F.grow_by_columns(tau, [&](Int j, Range done) {
+    for (Int i = done.first; i <= done.last(); ++i) F.t(i, j) = negated(tau[j - 1]) * inner_product(V, i, j);
+  });
+}
+
 }  // namespace
 
 template <Scalar T>
@@ -200,15 +246,25 @@ void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T*
   if (n == 0 || k == 0) return;
   const ColumnProducts<T> products(n);
   if (!products.ready()) return report_bad_argument<T>("LARFT", memory_refused);
-
-  const StoredReflectors<const T> V(direct, storev, n, k, v, ldv);
-  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
-  const Int nb = ilaenv(1, RoutineName<T>("LARFT"), " ", n, k, -1, -1);
-  for (Int done = 0; done < k; done += nb) {
-    const Int ib = std::min(nb, k - done);
-    add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);
-  }
+  form_factor_by_blocks<T>({direct, storev, n, k, v, ldv}, tau, {t, ldt}, products);
 }
+
+template <Scalar T>
+void form_factor(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t) {
+  if (V.order() == 0 || V.count() == 0) return;
+  const ColumnProducts<T> products(V.order());
+  if constexpr (ComplexScalar<T>) {
+    if (!products.ready()) return form_factor_by_elements(V, tau, t);
+  }
+  form_factor_by_blocks(V, tau, t, products);
+}
+
+template void form_factor(const StoredReflectors<const float>&, const float*, Matrix<float>);
+template void form_factor(const StoredReflectors<const double>&, const double*, Matrix<double>);
+template void form_factor(const StoredReflectors<const std::complex<float>>&, const std::complex<float>*,
+                          Matrix<std::complex<float>>);
+template void form_factor(const StoredReflectors<const std::complex<double>>&, const std::complex<double>*,
+                          Matrix<std::complex<double>>);
 
 namespace {
 

@@ -39,7 +39,8 @@ template <RealScalar T>
 void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt);
 
 /// The same by blocks of columns, so that most of the work is in products of matrices. The complex members take n
-/// elements from the pool, and report 1000 and leave T unset where they get none.
+/// elements from the pool; where they get none they report 1000, and T is unset and not to be used. The routines of the
+/// library take form_factor, which needs none.
 template <Scalar T>
 void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt);
 

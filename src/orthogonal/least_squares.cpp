@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "environment/block_plan.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
-#include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -18,15 +18,11 @@ namespace {
 
 template <Scalar T>
 Int best_block_size(bool transposed, Int m, Int n, Int nrhs) {
-  constexpr char plain_opts[] = {'L', 'N'}, transposed_opts[] = {'L', adjoint<T>};
-  if (m >= n) {
-    const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", qr);
-    return std::max(ilaenv(1, RoutineName<T>("GEQRF"), " ", m, n, -1, -1),
-                    ilaenv(1, apply, {transposed ? plain_opts : transposed_opts, 2}, m, nrhs, n, -1));
-  }
-  const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", lq);
-  return std::max(ilaenv(1, RoutineName<T>("GELQF"), " ", m, n, -1, -1),
-                  ilaenv(1, apply, {transposed ? transposed_opts : plain_opts, 2}, n, nrhs, m, -1));
+  const bool tall = m >= n;
+  const char opts[] = {'L', transposed == tall ? 'N' : adjoint<T>};
+  const Tuning<T> factor{.name = RoutineName<T>(tall ? "GEQRF" : "GELQF"), .n1 = m, .n2 = n};
+  const Tuning<T> apply{name_of_form<T>("ORM", "UNM", tall ? qr : lq), {opts, 2}, std::max(m, n), nrhs, std::min(m, n)};
+  return std::max(factor.block_size(), apply.block_size());
 }
 
 /// A matrix brought into the range in which no product of two elements over- or underflows.
@@ -55,7 +51,10 @@ template <Scalar T>
 void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* work, Int lwork, Int& info) {
   using R = Real<T>;
   const Int mn = std::min(m, n);
-  const bool query = lwork == -1;
+  const bool query = lwork == -1, transposed = !same_letter(trans, 'N');
+  const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
+  const T best_lwork = as_work_size<T>(best);
+  work[0] = best_lwork;
   info = 0;
   if (!is_one_of(trans, 'N', adjoint<T>)) info = -1;
   else if (m < 0) info = -2;
@@ -66,10 +65,6 @@ void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* w
   else if (lwork < std::max<std::int64_t>(1, std::int64_t{mn} + std::max(mn, nrhs)) && !query) info = -10;
   if (info != 0) return report_bad_argument<T>("GELS", info);
 
-  const bool transposed = !same_letter(trans, 'N');
-  const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
-  const T best_lwork = as_work_size<T>(best);
-  work[0] = best_lwork;
   if (query) return;
 
   const Matrix A{a, lda}, B{b, ldb};

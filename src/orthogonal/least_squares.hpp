@@ -14,7 +14,8 @@ namespace nuv {
 /// b       ldb >= max(1, m, n); right-hand sides in, as many elements each as op(A) has rows; solutions out, as many as
 ///         it has columns. Below a solution of more equations than unknowns stand numbers whose sum of squares is that
 ///         of its residual, the residual of a scaled B where B is very small or large.
-/// work    lwork elements; work(1) returns the best lwork, which is zero if min(m, n) and nrhs are
+/// work    lwork elements, at least one; work(1) returns the best lwork, also where an argument is bad; it is zero if
+///         min(m, n) and nrhs are
 /// lwork   at least max(1, mn + max(mn, nrhs)) with mn = min(m, n); -1 asks for the best and does nothing else
 /// info    0, or -k: argument k was bad (reported). A matrix without full rank is not noticed.
 template <Scalar T>

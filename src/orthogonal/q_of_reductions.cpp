@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -14,10 +14,10 @@ namespace {
 
 /// Block size of a product with Q of order nq - 1, which leaves one row or column of C alone.
 template <Scalar T>
-Int inner_block_size(Text name, char side, char trans, Int m, Int n) {
+Int inner_block_size(const RoutineName<T>& name, char side, char trans, Int m, Int n) {
   const char opts[] = {side, trans};
-  if (same_letter(side, 'L')) return ilaenv(1, name, {opts, 2}, m - 1, n, m - 1, -1);
-  return ilaenv(1, name, {opts, 2}, m, n - 1, n - 1, -1);
+  const bool left = same_letter(side, 'L');
+  return Tuning<T>{name, {opts, 2}, left ? m - 1 : m, left ? n : n - 1, left ? m - 1 : n - 1}.block_size();
 }
 
 /// What an embedded Q of order nq - 1 works on: all of C but its first row (left) or column (right).
@@ -151,8 +151,8 @@ void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work,
   else if (lwork < std::max(1, smaller) && !query) info = -9;
   if (info != 0) return report_bad_argument(name_of<T>("ORGBR", "UNGBR"), info);
 
-  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", with_q ? qr : lq), " ", m, n, k, -1);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, smaller)} * nb);
+  const Tuning<T> tuning{.name = name_of_form<T>("ORG", "UNG", with_q ? qr : lq), .n1 = m, .n2 = n, .n3 = k};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, smaller)} * tuning.block_size());
   work[0] = best_lwork;
   if (query) return;
   if (m == 0 || n == 0) {
@@ -188,8 +188,9 @@ void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, In
   else if (lwork < std::max(1, n - 1) && !query) info = -7;
   if (info != 0) return report_bad_argument(name_of<T>("ORGTR", "UNGTR"), info);
 
-  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", upper ? ql : qr), " ", n - 1, n - 1, n - 1, -1);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, n - 1)} * nb);
+  const RoutineName<T> inner_name = name_of_form<T>("ORG", "UNG", upper ? ql : qr);
+  const Tuning<T> tuning{.name = inner_name, .n1 = n - 1, .n2 = n - 1, .n3 = n - 1};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, n - 1)} * tuning.block_size());
   work[0] = best_lwork;
   if (query) return;
   if (n == 0) {
