@@ -323,58 +323,83 @@ void subtract(Int m, Int k, Matrix<const T> W, Matrix<T> C) {
   }
 }
 
+/// V and C in parts; on the right C^H stands for C. V1 is the unit triangle of V, V2 the rest:
+///
+///     columnwise, forward   V1 | C1      H C = C - V T V^H C:  W := C1^H V1 + C2^H V2, W := W T^H,
+///                           V2 | C2                            C1 := C1 - V1 W^H, C2 := C2 - V2 W^H
+///
+/// Backward has V1 and C1 below. Rowwise has the adjoint of V. W is nw by k.
+template <Scalar T>
+class Parts {
+ public:
+  Parts(bool left, const StoredReflectors<const T>& V, Int nw, Matrix<T> C, Matrix<T> W)
+      : left_(left),
+        nw_(nw),
+        k_(V.count()),
+        rest_(V.order() - k_),
+        triangle_(V.columnwise() == V.forward() ? 'L' : 'U'),
+        op_(V.columnwise() ? 'N' : adjoint<T>),
+        op_adjoint_(V.columnwise() ? adjoint<T> : 'N'),
+        V1_(V.from(V.unit(1), 1)),
+        V2_(V.from(V.forward() ? k_ + 1 : 1, 1)),
+        C1_(part_of(C, V.unit(1))),
+        C2_(part_of(C, V.forward() ? k_ + 1 : 1)),
+        W_(W) {}
+
+  /// W := C^H V (left) or C V
+  void project() const {
+    if (left_) {
+      copy_rows<T>(k_, nw_, C1_, W_);
+    } else {
+      copy_columns<T>(nw_, k_, C1_, W_);
+    }
+    blas::trmm('R', triangle_, op_, 'U', nw_, k_, T(1), V1_, W_);
+    if (rest_ > 0) blas::gemm(left_ ? adjoint<T> : 'N', op_, nw_, k_, rest_, T(1), C2_, V2_, T(1), W_);
+  }
+
+  /// C := C - V W^H (left) or C - W V^H; W is lost.
+  void subtract_projection() const {
+    if (rest_ > 0 && left_) {
+      blas::gemm(op_, adjoint<T>, rest_, nw_, k_, T(-1), V2_, W_, T(1), C2_);
+    } else if (rest_ > 0) {
+      blas::gemm('N', op_adjoint_, nw_, rest_, k_, T(-1), W_, V2_, T(1), C2_);
+    }
+    blas::trmm('R', triangle_, op_adjoint_, 'U', nw_, k_, T(1), V1_, W_);
+    if (left_) {
+      subtract_adjoint<T>(k_, nw_, W_, C1_);
+    } else {
+      subtract<T>(nw_, k_, W_, C1_);
+    }
+  }
+
+ private:
+  Matrix<T> part_of(Matrix<T> C, Int first) const { return left_ ? block(C, first, 1) : block(C, 1, first); }
+
+  bool left_;
+  Int nw_, k_, rest_;
+  char triangle_, op_, op_adjoint_;
+  Matrix<const T> V1_, V2_;
+  Matrix<T> C1_, C2_, W_;
+};
+
 }  // namespace
 
-// V and C in parts; on the right C^H stands for C. V1 is the unit triangle of V, V2 the rest:
-//
-//     columnwise, forward   V1 | C1      H C = C - V T V^H C:  W := C1^H V1 + C2^H V2, W := W T^H,
-//                           V2 | C2                            C1 := C1 - V1 W^H, C2 := C2 - V2 W^H
-//
-// Backward has V1 and C1 below. Rowwise has the adjoint of V.
 template <Scalar T>
 void larfb(char side, char trans, char direct, char storev, Int m, Int n, Int k, const T* v, Int ldv, const T* t,
            Int ldt, T* c, Int ldc, T* work, Int ldwork) {
   if (m <= 0 || n <= 0) return;
   if (!is_one_of(storev, 'C', 'R') || !is_one_of(side, 'L', 'R')) return;
   const bool left = same_letter(side, 'L');
-  const Int order = left ? m : n, p = left ? n : m, rest = order - k;
+  const Int nq = left ? m : n, nw = left ? n : m;
+  const StoredReflectors<const T> V(direct, storev, nq, k, v, ldv);
+  const Matrix<T> W{work, ldwork};
+  const Parts<T> parts(left, V, nw, {c, ldc}, W);
 
-  const StoredReflectors<const T> V(direct, storev, order, k, v, ldv);
-  const bool forward = V.forward(), columnwise = V.columnwise();
-  const Int first1 = V.unit(1), first2 = forward ? k + 1 : 1;
-  const Matrix V1 = V.from(first1, 1), V2 = V.from(first2, 1);
-  const char triangle = columnwise == forward ? 'L' : 'U', triangle_of_t = forward ? 'U' : 'L';
-  const char op = columnwise ? 'N' : adjoint<T>, op_adjoint = columnwise ? adjoint<T> : 'N';
+  parts.project();
   // On the left W^H stands for W, and so T^H for T.
-  const bool plain = same_letter(trans, 'N');
-  const char op_t = left ? reversed<T>(!plain) : trans;
-
-  const Matrix C{c, ldc};
-  const Matrix C1 = left ? block(C, first1, 1) : block(C, 1, first1);
-  const Matrix C2 = left ? block(C, first2, 1) : block(C, 1, first2);
-  const Matrix W{work, ldwork};
-
-  if (left) {
-    copy_rows<T>(k, n, C1, W);
-  } else {
-    copy_columns<T>(m, k, C1, W);
-  }
-  blas::trmm('R', triangle, op, 'U', p, k, T(1), V1, W);
-  if (rest > 0) blas::gemm(left ? adjoint<T> : 'N', op, p, k, rest, T(1), C2, V2, T(1), W);
-  blas::trmm('R', triangle_of_t, op_t, 'N', p, k, T(1), Matrix{t, ldt}, W);
-  if (rest > 0) {
-    if (left) {
-      blas::gemm(op, adjoint<T>, rest, n, k, T(-1), V2, W, T(1), C2);
-    } else {
-      blas::gemm('N', op_adjoint, m, rest, k, T(-1), W, V2, T(1), C2);
-    }
-  }
-  blas::trmm('R', triangle, op_adjoint, 'U', p, k, T(1), V1, W);
-  if (left) {
-    subtract_adjoint<T>(k, n, W, C1);
-  } else {
-    subtract<T>(m, k, W, C1);
-  }
+  const char op_t = left ? reversed<T>(!same_letter(trans, 'N')) : trans;
+  blas::trmm('R', V.forward() ? 'U' : 'L', op_t, 'N', nw, k, T(1), Matrix{t, ldt}, W);
+  parts.subtract_projection();
 }
 
 }  // namespace nuv

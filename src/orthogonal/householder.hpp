@@ -45,7 +45,7 @@ template <Scalar T>
 void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt);
 
 /// C := op(H) C (side 'L') or C op(H) (side 'R') for a block of k reflectors and an m by n matrix C; trans 'N' for H,
-/// 'T' (real) or 'C' (complex) for H^H.
+/// 'T' (real) or 'C' (complex) for H^H. An unknown side or storage leaves C as it is.
 ///
 /// work    n (left) or m by k, ldwork >= max(1, n) (left) or max(1, m)
 template <Scalar T>

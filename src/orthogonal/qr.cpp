@@ -28,9 +28,10 @@ void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) 
   if (plan.by_blocks) {
     // Block width and crossover are asked anew for what remains; the width never grows.
     for (Int nb = plan.nb, nx = plan.nx; nx <= k - i;) {
-      const Int ib = std::min(k - i + 1, nb), rows = m - i + 1, rest = n - i - ib + 1;
-      laqrf(rows, ib, A.at(i, i), lda, tau + (i - 1), work, n);
-      larfb('L', adjoint<T>, 'F', 'C', rows, rest, ib, A.at(i, i), lda, work, n, A.at(i, i + ib), lda, work + ib, n);
+      const Int ib = std::min(k - i + 1, nb), nw = n - i - ib + 1;
+      const StoredReflectors<T> panel(qr, m - i + 1, ib, block(A, i, i));
+      laqrf(panel.order(), ib, A.at(i, i), lda, tau + (i - 1), work, n);
+      apply_block(panel, 'L', adjoint<T>, {work, n}, nw, block(A, i, i + ib), {work + ib, n});
       i += ib;
       const Tuning<T> remaining = tuning_for(m - i + 1, k - i + 1);
       nx = remaining.crossover();
@@ -107,9 +108,9 @@ void laqrf(Int m, Int n, T* a, Int lda, T* tau, T* t, Int ldt) {
   const Matrix A{a, lda}, F{t, ldt};
   for (Int j = 1; j <= k; j += nb) {
     const Int ib = std::min(nb, k - j + 1);
-    laqrf(m - j + 1, ib, A.at(j, j), lda, tau + (j - 1), F.at(j, j), ldt);
-    larfb('L', adjoint<T>, 'F', 'C', m - j + 1, n - j - ib + 1, ib, A.at(j, j), lda, F.at(j, j), ldt, A.at(j, j + ib),
-          lda, F.at(j + ib, j), ldt);
+    const StoredReflectors<T> panel(qr, m - j + 1, ib, block(A, j, j));
+    laqrf(panel.order(), ib, A.at(j, j), lda, tau + (j - 1), F.at(j, j), ldt);
+    apply_block(panel, 'L', adjoint<T>, block(F, j, j), n - j - ib + 1, block(A, j, j + ib), block(F, j + ib, j));
     if (j > 1) link_factors<T>(m, j - 1, ib, A, F);
   }
 }
