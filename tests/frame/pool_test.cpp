@@ -1,14 +1,33 @@
 // The workspace pool: which slot serves a request, what the counters say, when blocks go back to the allocator.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <nuv/nuv_lapack.h>
 
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "frame/pool.hpp"
 #include "frame/pool_fixture.hpp"
+#include "frame/watched_stream.hpp"
+
+namespace nuv::test {
+namespace {
+
+/// Whether the lock was held each time that a variable of the pool was read.
+std::vector<bool> lock_was_held_for_variables;
+
+}  // namespace
+}  // namespace nuv::test
+
+// The pool's reads of its variables come here first.
+extern "C" char* getenv(const char* name) noexcept {
+  if (std::strncmp(name, "NUV_", 4) == 0) nuv::test::lock_was_held_for_variables.push_back(nuv::test::lock_is_held());
+  return reinterpret_cast<decltype(&getenv)>(dlsym(RTLD_NEXT, "getenv"))(name);
+}
 
 namespace nuv::test {
 namespace {
@@ -265,6 +284,17 @@ TEST_P(PoolVariable, IsReadByEachEntryThatNeedsIt) {
 
 INSTANTIATE_TEST_SUITE_P(Both, PoolVariable, testing::Values("NUV_DISABLE_FAST_MM", "NUV_MM_DISABLE"),
                          [](const auto& info) { return std::string(info.param); });
+
+TEST_F(Pool, TheEnvironmentIsReadUnderTheLock) {
+  const std::function<void()> readers[] = {[] { NUV_read_env(); }, [] { nuv_serv_allocate(10, 0); },
+                                           [] { nuv_serv_deallocate(nullptr); }};
+  for (const auto& read : readers) {
+    env_readed = disable_fast_mm = -1;
+    lock_was_held_for_variables.clear();
+    read();
+    EXPECT_EQ(lock_was_held_for_variables, (std::vector<bool>{true, true}));
+  }
+}
 
 TEST_F(Pool, AnEmptyFirstVariableLeavesTheSecondToDecide) {
   setenv("NUV_DISABLE_FAST_MM", "", 1);
@@ -638,6 +668,17 @@ TEST_F(Pool, TotalsAreReportedAsSignedNumbers) {
   testing::internal::CaptureStdout();
   nuv_serv_freebuffers();
   EXPECT_NE(testing::internal::GetCapturedStdout().find("Alocated   -1294967296\nused       -1\n"), std::string::npos);
+}
+
+TEST_F(Pool, TheReportIsPrintedUnderTheLock) {
+  nuv_serv_allocate(10, 0);
+  std::vector<bool> lock_was_held_for_lines;
+  {
+    const WatchedStream watched(stdout, [&] { lock_was_held_for_lines.push_back(lock_is_held()); });
+    nuv_serv_freebuffers();
+  }
+  EXPECT_FALSE(lock_was_held_for_lines.empty());
+  for (const bool it_was : lock_was_held_for_lines) EXPECT_TRUE(it_was);
 }
 
 TEST_F(Pool, FreebuffersFreesBlocksInUseToo) {
