@@ -58,7 +58,7 @@ inline constexpr int pieces_per_thread = 4;
 struct Cuts {
   Int grain;  ///< at multiples of it
   Int wide;   ///< a part of that many pays what it must do for itself, such as packing an operand; narrower ones are
-             ///< only made to give each thread one
+              ///< only made to give each thread one
 };
 
 /// Cuts 0 ... n, n > 0, into contiguous parts and runs work(from, until) on each, on all threads, or on the whole where
