@@ -19,14 +19,13 @@
 
 #include "base/platform.hpp"
 #include "layer.hpp"
-#include "support/sanitized.hpp"
 
 namespace nuv::test {
 namespace {
 
 constexpr int thread_count = 4;
 constexpr int children_at_once = 8;
-const int forks = is_sanitized ? 200 : 1000;
+constexpr int forks = 1000;
 constexpr unsigned longest_child = 20, longest_parent = 100;  // seconds
 
 [[noreturn]] void give_up(const std::string& why) {
