@@ -84,9 +84,8 @@ struct System {
   }
 };
 
-/// Solves a system by the QR or the LQ factorisation of A. With as many equations as unknowns or more, B goes through
-/// Q^H to the triangle and the residual; with fewer, the solution of the triangle goes through Q, which leaves its norm
-/// what it is.
+/// Solves a system by the QR or the LQ factorisation of A. With more equations than unknowns, B goes through Q^H to the
+/// triangle and the residuals; with fewer, the solution of the triangle goes through Q, which leaves its norm as it is.
 template <Scalar T>
 void solve(const System<T>& system, T* work, Int lwork) {
   const Int longer = system.longer(), mn = system.shorter(), nrhs = system.nrhs;
@@ -107,8 +106,9 @@ void solve(const System<T>& system, T* work, Int lwork) {
   } else {
     gelqf(system.m, system.n, system.A.data, system.A.ld, tau, rest, rest_size, ignored);
   }
-  const bool has_fewest_unknowns = system.tall() != system.transposed;
-  if (has_fewest_unknowns) {
+  // A square system goes either way.
+  const bool has_more_equations = system.tall() != system.transposed;
+  if (has_more_equations) {
     apply_q();
     system.solve_triangle();
   } else {

@@ -1,6 +1,5 @@
 // Least squares with matrices of full rank: gels.
 
-#include <Eigen/QR>
 #include <limits>
 #include <utility>
 
@@ -121,10 +120,8 @@ template <Scalar T>
 double error_of_least_norm(const Problem<T>& problem, const WideMatrix<T>& X) {
   const WideMatrix<T> A = problem.matrix();
   const double residual = solution_residual<T>(A, X, problem.right_hand_sides());
-  const Eigen::HouseholderQR<WideMatrix<T>> qr(A.adjoint());
-  WideMatrix<T> parts = qr.householderQ().adjoint() * X;
-  parts.topRows(A.rows()).setZero();
-  const double in_null_space = one_norm(parts) / (one_norm(X) * problem.longer() * epsilon<T>);
+  const double outside = one_norm(outside_of_span<T>(A.adjoint(), X));
+  const double in_null_space = outside / (one_norm(X) * problem.longer() * epsilon<T>);
   return residual <= in_null_space ? in_null_space : residual;
 }
 
