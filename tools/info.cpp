@@ -71,12 +71,12 @@ int hardware_tier() {
   return NUV_CPUhasSSE() != 0 ? 1 : 0;
 }
 
-/// The tier that the variable's text asks for, by the rules that the library applies: atoi gives 1 to 4, or the text
-/// is "0"; any other text is as good as none.
+/// The tier that the variable's text asks for, by the rules that the library applies: it begins with a number from 1 to
+/// 4, or is "0"; any other text is as good as none.
 std::optional<int> requested_tier(const char* text) {
   if (text == nullptr) return std::nullopt;
-  const int tier = std::atoi(text);
-  if (tier >= 1 && tier <= 4) return tier;
+  const long tier = std::strtol(text, nullptr, 10);
+  if (tier >= 1 && tier <= 4) return static_cast<int>(tier);
   return std::string_view(text) == "0" ? std::optional(0) : std::nullopt;
 }
 

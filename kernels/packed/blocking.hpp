@@ -87,15 +87,6 @@ struct Block {
   static constexpr Int few_columns = (wide_tiles ? 16 : 2) * Tile<T>::columns;
   static constexpr Int near_elements = (wide_tiles ? 512 : 16) * 1024 / Int{sizeof(T)};
 
-  /// Multiply-adds below which a second thread costs more than it brings. To start a team and to wait for it takes
-  /// about 2 us. Measured on Zen 4 with AVX-512, one thread against two: products of order 32 1.3 and 2.9 us, 48 4.2
-  /// and 4.5 us (110e3 multiply-adds: even), 80 19 and 12 us; solves of order 32 1.9 and 4.2 us, 64 9.8 and 8.3 us
-  /// (131e3), 100 32 and 22 us; complex products of order 32 (33e3 complex multiply-adds) 6.1 and 5.2 us. Twice the
-  /// number of the even case, so that a machine with other work loses nothing; numbers of one register width count
-  /// alike.
-  static constexpr double work_for_two_threads = 200e3 / (ComplexScalar<T> ? 4 : 1);
-  static constexpr bool is_little(double multiply_adds) { return multiply_adds < work_for_two_threads; }
-
   /// Order of the triangle at which triangular products and solves stop dividing.
   static constexpr Int leaf = ComplexScalar<T> ? 32 : 64;
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 
+#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/sums_of_squares.hpp"
 
@@ -37,10 +38,10 @@ T undo_scaling(T r, int steps) {
   return r;
 }
 
-/// The larger magnitude of the two parts.
+/// The larger magnitude of the two parts, or NaN.
 template <RealScalar R>
 R largest_part(std::complex<R> x) {
-  return std::max(std::abs(x.real()), std::abs(x.imag()));
+  return larger_or_nan(std::abs(x.real()), std::abs(x.imag()));
 }
 
 template <RealScalar R>
@@ -69,7 +70,7 @@ std::complex<R> conjugate_over(std::complex<R> x, R d) {
 ///     [ -sn  cs ] [ g ] = [ 0 ],   cs^2 + sn^2 = 1.
 ///
 /// g = 0 gives cs = 1, and otherwise f = 0 gives cs = 0 and sn = 1. If |f| > |g|, cs is positive; else it has the sign
-/// of f. f and g are finite.
+/// of f. Neither f nor g is infinite.
 template <RealScalar R>
 void lartg(R f, R g, R& cs, R& sn, R& r) {
   if (g == 0) {
@@ -86,7 +87,7 @@ void lartg(R f, R g, R& cs, R& sn, R& r) {
   }
   const R abs_f = std::abs(f), abs_g = std::abs(g);
   R fs = f, gs = g;
-  const int steps = detail::scale_for_squares(fs, gs, std::max(abs_f, abs_g));
+  const int steps = detail::scale_for_squares(fs, gs, larger_or_nan(abs_f, abs_g));
   const R rs = std::sqrt(fs * fs + gs * gs);
   cs = fs / rs;
   sn = gs / rs;
@@ -103,12 +104,13 @@ void lartg(R f, R g, R& cs, R& sn, R& r) {
 ///     [     cs    sn ] [ f ]   [ r ]
 ///     [ -conj(sn) cs ] [ g ] = [ 0 ],   cs^2 + |sn|^2 = 1.
 ///
-/// g = 0 gives cs = 1 and sn = 0. f = 0 gives cs = 0 and a real positive r; else r has the direction of f.
+/// g = 0 gives cs = 1 and sn = 0. f = 0 gives cs = 0 and a real positive r; else r has the direction of f. No part of
+/// them is infinite.
 template <ComplexScalar T>
 void lartg(T f, T g, Real<T>& cs, T& sn, T& r) {
   using R = Real<T>;
   using Constants = Machine<R>;
-  const R scale = std::max(detail::largest_part(f), detail::largest_part(g));
+  const R scale = larger_or_nan(detail::largest_part(f), detail::largest_part(g));
   if (scale <= Constants::safmn2 && g == T(0)) {
     cs = 1;
     sn = 0;

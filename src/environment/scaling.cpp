@@ -22,13 +22,15 @@ class FactoredQuotient {
   bool is_done() const { return done_; }
 
   R next_factor() {
+    // No factor brings an infinity into range: its quotients are zero, infinite or NaN at once.
+    const bool in_range = std::isfinite(numerator_) && std::isfinite(denominator_);
     const R lesser_denominator = denominator_ * smallest_;
     const R lesser_numerator = numerator_ / largest_;
-    if (std::abs(lesser_denominator) > std::abs(numerator_) && numerator_ != R(0)) {
+    if (in_range && std::abs(lesser_denominator) > std::abs(numerator_) && numerator_ != R(0)) {
       denominator_ = lesser_denominator;
       return smallest_;
     }
-    if (std::abs(lesser_numerator) > std::abs(denominator_)) {
+    if (in_range && std::abs(lesser_numerator) > std::abs(denominator_)) {
       numerator_ = lesser_numerator;
       return largest_;
     }

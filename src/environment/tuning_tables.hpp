@@ -178,8 +178,9 @@ inline constexpr Row crossovers[] = {
     {"SDCZ", "LATRD", 100000},
     {"S", "SYTRD", 250, Threads::at_most_one},
     {"S", "SYTRD", 600},
-    {"D", "SYTRD", n1.up_to(-1, 32).otherwise(200), Threads::at_most_one},
-    {"D", "SYTRD", n1.up_to(-1, 32).otherwise(500)},
+    // An order that is not told is -1, and no other number.
+    {"D", "SYTRD", n1.below(-1, 200).up_to(-1, 32).otherwise(200), Threads::at_most_one},
+    {"D", "SYTRD", n1.below(-1, 500).up_to(-1, 32).otherwise(500)},
     {"C", "HETRD", n1.below(750, 150).otherwise(200), Threads::at_most_one},
     {"C", "HETRD", 300},
     {"Z", "HETRD", n1.below(400, 50).below(1000, 100).otherwise(150), Threads::at_most_one, 'U'},

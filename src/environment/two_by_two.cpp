@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/service_math.hpp"
 #include "environment/sums_of_squares.hpp"
@@ -34,6 +35,8 @@ struct SymmetricEigenvalues {
       distance = adf * std::sqrt(1 + square(ab / adf));
     } else if (adf < ab) {
       distance = ab * std::sqrt(1 + square(adf / ab));
+    } else if (std::isnan(a) || std::isnan(c)) {  // no comparison holds: b must not hide it
+      distance = adf;
     } else {
       distance = ab * static_cast<R>(1.4142135623730951);
     }
@@ -105,10 +108,11 @@ void laev2(T a, T b, T c, Real<T>& rt1, Real<T>& rt2, Real<T>& cs1, T& sn1) {
 template <RealScalar R>
 void las2(R f, R g, R h, R& ssmin, R& ssmax) {
   const R fa = std::abs(f), ga = std::abs(g), ha = std::abs(h);
-  const R fhmn = std::min(fa, ha), fhmx = std::max(fa, ha);
+  const R fhmn = smaller_or_nan(fa, ha), fhmx = larger_or_nan(fa, ha);
   if (fhmn == 0) {
+    const R largest = larger_or_nan(fhmx, ga);
     ssmin = 0;
-    ssmax = fhmx == 0 ? ga : std::max(fhmx, ga) * std::sqrt(1 + square(std::min(fhmx, ga) / std::max(fhmx, ga)));
+    ssmax = fhmx == 0 ? ga : largest * std::sqrt(1 + square(smaller_or_nan(fhmx, ga) / largest));
     return;
   }
   if (ga < fhmx) {
@@ -242,8 +246,8 @@ struct SchurBlock {
 
     const R temp = a - d;
     const R p = temp / 2;
-    const R bcmax = std::max(std::abs(b), std::abs(c));
-    const R bcmis = std::min(std::abs(b), std::abs(c)) * sign(R(1), b) * sign(R(1), c);
+    const R bcmax = larger_or_nan(std::abs(b), std::abs(c));
+    const R bcmis = smaller_or_nan(std::abs(b), std::abs(c)) * sign(R(1), b) * sign(R(1), c);
     const R scale = std::max(std::abs(p), bcmax);
     const R z = (p / scale) * p + (bcmax / scale) * bcmis;
     if (z >= 4 * Machine<R>::precision) {

@@ -1,7 +1,8 @@
 #pragma once
 
 // Eigenvalues, singular values and Schur forms of matrices of order two. Nothing is scaled: results are accurate to a
-// few units in the last place unless squares of ratios, or the matrix itself, are near the limits of the range.
+// few units in the last place unless squares of ratios, or the matrix itself, are near the limits of the range. A NaN
+// shows in every result whose formula reads it.
 
 #include "base/types.hpp"
 

@@ -39,6 +39,7 @@
     .long \name\()_avx512 - .
     .text
     stub_begin \name
+    load_base
     jump_to_target \name
     stub_end \name
 .endm

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/lock.hpp"
 #include "frame/plain_word.hpp"
 
 void* (*i_malloc)(std::size_t) = std::malloc;
@@ -15,21 +16,12 @@ void (*i_free)(void*) = std::free;
 namespace nuv {
 
 WorkspacePool pool;
-pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 int env_readed = -1;
 int disable_fast_mm = -1;
 
 namespace {
 
 constexpr unsigned no_slot = pool_slots;
-
-class Lock {
- public:
-  Lock() { pthread_mutex_lock(&mutex); }
-  ~Lock() { pthread_mutex_unlock(&mutex); }
-  Lock(const Lock&) = delete;
-  Lock& operator=(const Lock&) = delete;
-};
 
 bool is_set(const char* variable) {
   const char* value = std::getenv(variable);
@@ -163,7 +155,7 @@ void reuse_block(unsigned slot, const Request& request) {
   hand_out(slot, request.align(pool.mem[slot]));
 }
 
-/// Puts a new block into a slot. A refusal counts like a block.
+/// Puts a new block into a slot. A refusal counts like a block, until a full table needs the slot.
 void fill_slot(unsigned slot, const Request& request) {
   pool.mem[slot] = i_malloc(request.real_size());
   pool.mem_th[slot] = request.thread;
@@ -173,6 +165,18 @@ void fill_slot(unsigned slot, const Request& request) {
   pool.mem_total_allocated += request.real_size();
   pool.mem_total_used += request.real_size();
   hand_out(slot, request.align(pool.mem[slot]));
+}
+
+/// The first slot that counts as in use although its request was refused, so that nobody holds it; or no_slot.
+unsigned first_refused() {
+  void* const no_block = nullptr;
+  for (unsigned first = 0; first < pool.mem_banks_used; first += scan_width) {
+    if (!may_hold(pool.mem + first, no_block)) continue;
+    for (unsigned slot = first; slot < first + scan_width; ++slot) {
+      if (pool.mem[slot] == no_block && pool.mem_in_use[slot] != 0) return slot;
+    }
+  }
+  return no_slot;
 }
 
 /// The slot that serves a request, or no_slot when the table is full of others.
@@ -194,8 +198,15 @@ unsigned serve(const Request& request) {
     i_free(pool.mem[offer.smaller]);
     pool.mem_total_allocated -= pool.mem_size_r[offer.smaller];
     fill_slot(offer.smaller, request);
+    return offer.smaller;
   }
-  return offer.smaller;
+  const unsigned refused = first_refused();
+  if (refused != no_slot) {
+    pool.mem_total_allocated -= pool.mem_size_r[refused];
+    pool.mem_total_used -= pool.mem_size_r[refused];
+    fill_slot(refused, request);
+  }
+  return refused;
 }
 
 unsigned scan_for_pointer(void* pointer) {
@@ -325,11 +336,4 @@ int NUV_read_env() {
 
 unsigned long NUV_ThreadID() {
   return pthread_self();
-}
-
-void nuv_serv_lock() {
-  pthread_mutex_lock(&mutex);
-}
-void nuv_serv_unlock() {
-  pthread_mutex_unlock(&mutex);
 }

@@ -6,9 +6,11 @@
 // A slot of the table is empty (no block), in use, or idle (a block, free for reuse). Empty becomes in use when a block
 // is appended; in use becomes idle in nuv_serv_deallocate; idle becomes in use by a later request of the thread that
 // owns the slot; idle becomes empty when idle blocks are trimmed. A thread that ends leaves its idle blocks to that.
+//
+// A request that the allocator refuses takes a slot like any other, in use and without a block. Nobody will give that
+// back: once the table is full, such slots serve new requests, so that the pool is whole again when memory is.
 
 #include <nuv/nuv_services.h>
-#include <pthread.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -47,7 +49,6 @@ struct WorkspacePool {
 };
 
 extern WorkspacePool pool;
-extern pthread_mutex_t mutex;
 
 /// -1 until the environment was read, then 1; tested without the lock.
 extern int env_readed;

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/platform.hpp"
 #include "frame/binding.hpp"
 #include "frame/configuration.hpp"
 #include "frame/plain_word.hpp"
@@ -41,8 +40,8 @@ bool ecx_of_leaf_1_has(int bit) {
   return (ask_cpuid(1).ecx >> bit & 1) != 0;
 }
 
-/// The tier that the environment asks for, or -1. Zero is believed only when written as the one character "0", since
-/// any text that is not a number reads as zero too.
+/// The tier that the environment asks for, or -1. What stands behind a number doesn't matter. Zero is believed only
+/// when written as the one character "0", since any text that is not a number reads as zero too.
 int overriding_tier() {
   // Read through volatile: the compiler would otherwise work the name out and store it in the clear.
   const volatile char* stored = scrambled_override_name;
@@ -51,8 +50,8 @@ int overriding_tier() {
 
   const char* text = std::getenv(name);
   if (text == nullptr || *text == '\0') return -1;
-  const int tier = std::atoi(text);
-  if (tier >= 1 && tier < tier_count) return tier;
+  const long tier = std::strtol(text, nullptr, 10);
+  if (tier >= 1 && tier < tier_count) return static_cast<int>(tier);
   return std::strcmp(text, "0") == 0 ? 0 : -1;
 }
 
@@ -66,6 +65,16 @@ int detect_tier() {
   if (NUV_CPUhasSSE3()) return 3;
   if (NUV_CPUhasSSE2()) return 2;
   if (NUV_CPUhasSSE()) return 1;
+  return 0;
+}
+
+int bind_kernels_of_detected_tier() {
+  const int tier = detect_tier();
+  plain_store(nuv_cpu_type, tier);
+  read_configuration(0);
+  if (tier < 1) return 0;
+  if (bind_kernels_of(tier)) return tier;
+  plain_store(nuv_cpu_type, -tier);
   return 0;
 }
 
@@ -132,14 +141,5 @@ int NUV_CPUisORVO() {
 
 int nuv_serv_cpu_detect() {
   const int known_tier = plain_load(nuv_cpu_type);
-  if (known_tier != -1) return known_tier;
-  const int tier = detect_tier();
-  plain_store(nuv_cpu_type, tier);
-  read_configuration(0);
-  if (tier < 1) return 0;
-  void* handle = dlopen(LibraryName(dll_cfg_names[tier]).text(), platform::load_lazily);
-  plain_store(nuv_serv_dll_handle, handle);
-  if (handle != nullptr) return tier;
-  plain_store(nuv_cpu_type, -tier);
-  return 0;
+  return known_tier != -1 ? known_tier : bind_kernels_of_detected_tier();
 }

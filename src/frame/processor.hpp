@@ -14,11 +14,15 @@
 namespace nuv {
 
 /// The tier in use. Both loaders write it without a lock: all threads find the same tier, but one that comes between
-/// the tier and the handle is served by entry 0.
+/// the tier and the handle has entry 0 serve all of them if it binds first.
 extern int nuv_cpu_type;
 
 /// The tier that the environment asks for or the processor has, 0 to 4; leaves nuv_cpu_type alone. An override in the
 /// environment beats the hardware, and may name a tier whose instructions the processor lacks.
 int detect_tier();
+
+/// Finds the tier out, has the configuration read and opens the tier's kernel library. The tier; 0 if that is the tier
+/// or its library can't be opened, which negates nuv_cpu_type.
+int bind_kernels_of_detected_tier();
 
 }  // namespace nuv

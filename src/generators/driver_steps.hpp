@@ -35,10 +35,10 @@ constexpr bool is_mode(Int mode, Int last) {
   return mode >= -last && mode <= last;
 }
 
-/// Whether a condition suits the mode it goes with. A NaN is left to latm1.
+/// Whether a condition suits the mode it goes with. A NaN does not.
 template <RealScalar R>
 constexpr bool is_condition(Int mode, R cond) {
-  return !mode_uses_cond(mode) || !(cond < 1);
+  return !mode_uses_cond(mode) || cond >= 1;
 }
 
 /// Makes any four words a state of the random numbers.

@@ -125,17 +125,17 @@ void reduce_rows(Int n, Int ku, Int* iseed, Matrix<T> A, T* work) {
   }
 }
 
-/// Both members; the complex one passes no ei.
+}  // namespace
+
 template <Scalar T>
-void make_matrix(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T dmax, const char* ei, char rsign,
-                 char upper, char sim, Real<T>* ds, Int modes, Real<T> conds, Int kl, Int ku, Real<T> anorm, T* a,
-                 Int lda, T* work, Int& info) {
-  constexpr Int position_of_rsign = RealScalar<T> ? 9 : 8;
+void latme(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T dmax, const char* ei, char rsign, char upper,
+           char sim, Real<T>* ds, Int modes, Real<T> conds, Int kl, Int ku, Real<T> anorm, T* a, Int lda, T* work,
+           Int& info) {
   info = 0;
   if (n == 0) return;
 
   const Int idist = distribution(dist), irsign = truth(rsign), fills = truth(upper), transforms = truth(sim);
-  if (ei != nullptr && (mode != 0 || same_letter(ei[0], ' '))) ei = nullptr;
+  if (ComplexScalar<T> || mode != 0 || same_letter(ei[0], ' ')) ei = nullptr;
   const auto ds_has_zero = [&] { return std::find(ds, ds + n, Real<T>(0)) != ds + n; };
 
   if (n < 0) info = -1;
@@ -143,15 +143,15 @@ void make_matrix(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T d
   else if (!is_mode(mode, 6)) info = -5;
   else if (!is_condition(mode, cond)) info = -6;
   else if (ei != nullptr && !are_parts(n, ei)) info = -8;
-  else if (irsign < 0) info = -position_of_rsign;
-  else if (fills < 0) info = -(position_of_rsign + 1);
-  else if (transforms < 0) info = -(position_of_rsign + 2);
-  else if (transforms == 1 && modes == 0 && ds_has_zero()) info = -(position_of_rsign + 3);
-  else if (transforms == 1 && !is_mode(modes, 5)) info = -(position_of_rsign + 4);
-  else if (transforms == 1 && !is_condition(modes, conds)) info = -(position_of_rsign + 5);
-  else if (kl < 1) info = -(position_of_rsign + 6);
-  else if (ku < 1 || (ku < n - 1 && kl < n - 1)) info = -(position_of_rsign + 7);
-  else if (lda < n) info = -(position_of_rsign + 10);
+  else if (irsign < 0) info = -9;
+  else if (fills < 0) info = -10;
+  else if (transforms < 0) info = -11;
+  else if (transforms == 1 && modes == 0 && ds_has_zero()) info = -12;
+  else if (transforms == 1 && !is_mode(modes, 5)) info = -13;
+  else if (transforms == 1 && !is_condition(modes, conds)) info = -14;
+  else if (kl < 1) info = -15;
+  else if (ku < 1 || (ku < n - 1 && kl < n - 1)) info = -16;
+  else if (lda < n) info = -19;
   if (info != 0) return report_bad_argument<T>("LATME", info);
 
   normalise_seed(iseed);
@@ -176,22 +176,6 @@ void make_matrix(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T d
   const Real<T> largest = lange<T>('M', n, n, a, lda, nullptr);
   if (!(largest > 0)) return;
   for (Int j = 1; j <= n; ++j) blas::scal(n, anorm / largest, column(A, 1, j));
-}
-
-}  // namespace
-
-template <RealScalar T>
-void latme(Int n, char dist, Int* iseed, T* d, Int mode, T cond, T dmax, const char* ei, char rsign, char upper,
-           char sim, T* ds, Int modes, T conds, Int kl, Int ku, T anorm, T* a, Int lda, T* work, Int& info) {
-  make_matrix(n, dist, iseed, d, mode, cond, dmax, ei, rsign, upper, sim, ds, modes, conds, kl, ku, anorm, a, lda, work,
-              info);
-}
-
-template <ComplexScalar T>
-void latme(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T dmax, char rsign, char upper, char sim,
-           Real<T>* ds, Int modes, Real<T> conds, Int kl, Int ku, Real<T> anorm, T* a, Int lda, T* work, Int& info) {
-  make_matrix(n, dist, iseed, d, mode, cond, dmax, nullptr, rsign, upper, sim, ds, modes, conds, kl, ku, anorm, a, lda,
-              work, info);
 }
 
 }  // namespace nuv

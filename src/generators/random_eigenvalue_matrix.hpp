@@ -16,7 +16,7 @@ namespace nuv {
 ///          dmax, up to its sign
 /// ei       n letters, read in mode 0 unless the first is blank: 'R' for a real eigenvalue or the real part of a pair,
 ///          'I' behind it for the imaginary part. In modes 5 and -5 elements 2k - 1 and 2k are parts of a pair with
-///          probability 1/2.
+///          probability 1/2. Complex eigenvalues stand one by one: the letters are not read there.
 /// rsign    'T' or 'F', in modes 1 to 5 alone
 /// upper    'T': random numbers above the diagonal, or above the blocks of pairs; 'F': zeros
 /// sim      'T': A := X A X^-1 with singular values ds of X; 'F': not
@@ -27,13 +27,9 @@ namespace nuv {
 /// work     3n numbers
 /// info     0, or -k: argument k was bad (reported); 1: d could not be made; 2: it is zero and can't be scaled to dmax;
 ///          3: ds could not be made; 4: no random orthogonal matrix was made; 5: ds has a zero
-template <RealScalar T>
-void latme(Int n, char dist, Int* iseed, T* d, Int mode, T cond, T dmax, const char* ei, char rsign, char upper,
-           char sim, T* ds, Int modes, T conds, Int kl, Int ku, T anorm, T* a, Int lda, T* work, Int& info);
-
-/// The same for complex eigenvalues, one by one. Arguments behind dmax stand one place further ahead.
-template <ComplexScalar T>
-void latme(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T dmax, char rsign, char upper, char sim,
-           Real<T>* ds, Int modes, Real<T> conds, Int kl, Int ku, Real<T> anorm, T* a, Int lda, T* work, Int& info);
+template <Scalar T>
+void latme(Int n, char dist, Int* iseed, T* d, Int mode, Real<T> cond, T dmax, const char* ei, char rsign, char upper,
+           char sim, Real<T>* ds, Int modes, Real<T> conds, Int kl, Int ku, Real<T> anorm, T* a, Int lda, T* work,
+           Int& info);
 
 }  // namespace nuv

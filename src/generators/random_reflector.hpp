@@ -2,8 +2,8 @@
 
 // Reflections H = I - tau v v^H with real tau, of which random orthogonal matrices are made, and how they are applied.
 
-#include "base/hermitian.hpp"
 #include "base/quotient.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/rotation.hpp"
 #include "generators/random_numbers.hpp"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/hermitian.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "generators/random_reflector.hpp"

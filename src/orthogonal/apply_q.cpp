@@ -1,14 +1,12 @@
 #include "orthogonal/apply_q.hpp"
 
 #include <algorithm>
-#include <utility>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
-#include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -44,6 +42,11 @@ struct Application {
 
   StoredReflectors<T> reflectors() const { return {form, nq(), k, A}; }
 
+  /// The part of C that some elements of the reflectors meet, from that column (left) or row (right) on.
+  Matrix<T> reached(Range elements, Int start) const {
+    return left() ? block(C, elements.first, start) : block(C, start, elements.first);
+  }
+
   /// Calls visit(range) for all reflectors in blocks of nb, the first block from reflector 1, in the order in which
   /// they are applied. Q is H1 H2 ... of QR and RQ, and ... H2 H1 of LQ and QL, with the adjoint of each H where they
   /// are rows.
@@ -64,18 +67,11 @@ void apply_one_by_one(const Application<T>& problem, T* work) {
   const StoredReflectors<T> V = problem.reflectors();
   problem.for_each_block(1, [&](Range one) {
     const Int i = one.first;
-    const Range reach = V.reach(i), tail = V.tail(i);
-    const Vector<T> v = V.along(reach.first, i), stored = V.along(tail.first, i);
+    const AsVector<T> turned(V, i, V.tail(i));
     // A row holds the conjugate of its reflector, so that Q takes the adjoints of the reflectors proper.
-    if (!V.columnwise()) conjugate_vector(tail.count, stored);
-    const T kept = std::exchange(V(V.unit(i), i), T(1));
     const T factor = problem.tau[i - 1];
     const T tau = problem.plain() == V.columnwise() ? factor : conjugate(factor);
-    const Matrix<T> C = problem.left() ? block(problem.C, reach.first, 1) : block(problem.C, 1, reach.first);
-    larf(problem.side, problem.left() ? reach.count : problem.m, problem.left() ? problem.n : reach.count, v.data,
-         v.inc, tau, C.data, C.ld, work);
-    V(V.unit(i), i) = kept;
-    if (!V.columnwise()) conjugate_vector(tail.count, stored);
+    apply_reflector(V, i, problem.side, tau, problem.nw(), problem.reached(V.reach(i), 1), work);
   });
 }
 
@@ -83,40 +79,33 @@ void apply_one_by_one(const Application<T>& problem, T* work) {
 template <Scalar T>
 void apply_by_blocks(const Application<T>& problem, Int nb, T* t, T* w) {
   constexpr Int strip = 256;
-  const char direct = problem.form.direct(), storev = problem.form.storev();
   const StoredReflectors<T> V = problem.reflectors();
-  const auto factor_of = [&](Range some) { return t + std::ptrdiff_t{(some.first - 1) / nb} * nb * nb; };
-  problem.for_each_block(nb, [&](Range some) {
-    const Range reach = V.reach(some);
-    const Matrix<T> own = V.from(reach.first, some.first);
-    larft(direct, storev, reach.count, some.count, own.data, own.ld, problem.tau + (some.first - 1), factor_of(some),
-          nb);
-  });
+  const auto block_of = [&](Range some) { return V.part(V.reach(some), some); };
+  const auto factor_of = [&](Range some) { return Matrix<T>{t + std::ptrdiff_t{(some.first - 1) / nb} * nb * nb, nb}; };
+  problem.for_each_block(
+      nb, [&](Range some) { form_factor<T>(block_of(some), problem.tau + (some.first - 1), factor_of(some)); });
+
   const char trans = V.columnwise() ? problem.trans : reversed<T>(!problem.plain());
-  const bool left = problem.left();
-  for (Int start = 1; start <= problem.nw(); start += strip) {
-    const Int width = std::min(strip, problem.nw() - start + 1);
+  const Int nw = problem.nw();
+  for (Int start = 1; start <= nw; start += strip) {
     problem.for_each_block(nb, [&](Range some) {
-      const Range reach = V.reach(some);
-      const Matrix<T> own = V.from(reach.first, some.first);
-      const Matrix<T> C = left ? block(problem.C, reach.first, start) : block(problem.C, start, reach.first);
-      larfb(problem.side, trans, direct, storev, left ? reach.count : width, left ? width : reach.count, some.count,
-            own.data, own.ld, factor_of(some), nb, C.data, C.ld, w, problem.nw());
+      apply_block(block_of(some), problem.side, trans, factor_of(some), std::min(strip, nw - start + 1),
+                  problem.reached(V.reach(some), start), {w, nw});
     });
   }
 }
 
 template <Scalar T>
 void apply(const Application<T>& problem, T* work, Int lwork, Int& info) {
-  const RoutineName<T> name = name_of_form<T>("ORM", "UNM", problem.form);
+  const char opts[] = {problem.side, problem.trans};
   const Int m = problem.m, n = problem.n, k = problem.k, nw = problem.nw();
+  const Tuning<T> tuning{name_of_form<T>("ORM", "UNM", problem.form), {opts, 2}, m, n, k};
   const bool query = lwork == -1;
   info = problem.check();
   if (info == 0 && lwork < std::max(1, nw) && !query) info = -12;
-  if (info != 0) return report_bad_argument(name, info);
+  if (info != 0) return report_bad_argument(tuning.name, info);
 
-  const char opts[] = {problem.side, problem.trans};
-  const Int nb = ilaenv(1, name, {opts, 2}, m, n, k, -1);
+  const Int nb = tuning.block_size();
   const std::int64_t best = (std::int64_t{nw} + k) * nb;
   if (query) {
     work[0] = as_work_size<T>(best);
@@ -126,8 +115,7 @@ void apply(const Application<T>& problem, T* work, Int lwork, Int& info) {
     work[0] = T(1);
     return;
   }
-  const Int nbmin = std::max(2, ilaenv(2, name, {opts, 2}, m, n, k, -1));
-  if (nb < nbmin || nb >= k) {
+  if (nb < tuning.least_block_size() || nb >= k) {
     apply_one_by_one(problem, work);
   } else if (best <= lwork) {
     apply_by_blocks(problem, nb, work, work + std::ptrdiff_t{k} * nb);

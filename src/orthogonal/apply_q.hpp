@@ -7,7 +7,8 @@
 // trans   'N' for Q; 'T' (real) or 'C' (complex) for Q^H
 // k       0 <= k <= nq
 // a       the reflectors as the factorisation left them: k columns of nq elements with lda >= max(1, nq) (QR, QL), or k
-//         rows with lda >= max(1, k) (LQ, RQ); read, with unit elements put in place and taken back on the way
+//         rows with lda >= max(1, k) (LQ, RQ); read, with unit elements put in place and taken back on the way, so
+//         that nobody else may read it meanwhile
 // tau     k factors;  c  ldc >= max(1, m)
 // info    0, or -i: argument i was bad (reported)
 //
@@ -23,7 +24,7 @@ namespace nuv {
 /// work    lwork elements; work(1) returns the best lwork: (nw + k) nb, with nw the size of C that is not nq and nb the
 ///         block size
 /// lwork   at least max(1, nw); -1 asks for the best and does nothing else. With less than the best the memory comes
-///         from the pool; where that has none, reflectors are applied one by one.
+///         from the pool; where that has none, reflectors are applied one by one, with the same result up to rounding.
 template <Scalar T>
 void xormqr(char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work, Int lwork,
             Int& info);

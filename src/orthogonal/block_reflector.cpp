@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
@@ -51,31 +51,44 @@ struct TriangularFactor {
   void apply_to_vector(Range rows, Vector<T> x) const {
     blas::trmv(uplo(), 'N', 'N', rows.count, block(t, rows.first, rows.first), x);
   }
+
+  /// Makes T column by column. multiply(i, done) leaves -tau_i V^H v_i in column i, in the rows of the columns that are
+  /// done.
+  template <class Multiply>
+  void grow_by_columns(const T* tau, Multiply multiply) const {
+    for (Int step = 1; step <= k; ++step) {
+      const Int i = column_of_step(step);
+      const Range done = before({i, 1});
+      if (tau[i - 1] == T(0)) {
+        clear(done, i);
+        t(i, i) = T(0);
+        continue;
+      }
+      if (done.count > 0) {
+        multiply(i, done);
+        apply_to_vector(done, in_rows(done, i));
+      }
+      t(i, i) = tau[i - 1];
+    }
+  }
 };
+
+template <RealScalar T>
+void form_factor_by_columns(const StoredReflectors<T>& V, const T* tau, Matrix<T> t) {
+  const TriangularFactor<T> F{t, V.count(), V.forward()};
+  F.grow_by_columns(tau, [&](Int i, Range done) {
+    const Range reach = V.reach(i);
+    const T kept = std::exchange(V(V.unit(i), i), T(1));
+    inner_products(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
+    V(V.unit(i), i) = kept;
+  });
+}
 
 }  // namespace
 
 template <RealScalar T>
 void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
-  if (n == 0) return;
-  const StoredReflectors<T> V(direct, storev, n, k, v, ldv);
-  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
-  for (Int step = 1; step <= k; ++step) {
-    const Int i = F.column_of_step(step);
-    const Range done = F.before({i, 1}), reach = V.reach(i);
-    if (tau[i - 1] == 0) {
-      F.clear(done, i);
-      F.t(i, i) = 0;
-      continue;
-    }
-    if (done.count > 0) {
-      const T kept = std::exchange(V(V.unit(i), i), T(1));
-      inner_products(V, reach, done, negated(tau[i - 1]), V.along(reach.first, i), T(0), F.in_rows(done, i));
-      V(V.unit(i), i) = kept;
-      F.apply_to_vector(done, F.in_rows(done, i));
-    }
-    F.t(i, i) = tau[i - 1];
-  }
+  if (n != 0) form_factor_by_columns<T>({direct, storev, n, k, v, ldv}, tau, {t, ldt});
 }
 
 namespace {
@@ -89,7 +102,7 @@ template <Scalar T>
 class ColumnProducts {
  public:
   explicit ColumnProducts(Int) {}
-  bool ready() const { return true; }
+  static constexpr bool ready() { return true; }
 
   // The kernels do not apply beta where a sum has no terms. The unit elements come in with an axpy each.
   void form(const StoredReflectors<const T>& V, const TriangularFactor<T>& F, Int j, Range inside, Range earlier,
@@ -193,6 +206,39 @@ void add_columns(const StoredReflectors<const T>& V, const TriangularFactor<T>& 
   });
 }
 
+template <Scalar T>
+void form_factor_by_blocks(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t,
+                           const ColumnProducts<T>& products) {
+  const Int k = V.count();
+  const TriangularFactor<T> F{t, k, V.forward()};
+  const Tuning<T> tuning{.name = RoutineName<T>("LARFT"), .n1 = V.order(), .n2 = k};
+  const Int nb = tuning.block_size();
+  for (Int done = 0; done < k; done += nb) {
+    const Int ib = std::min(nb, k - done);
+    add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);
+  }
+}
+
+/// v_i^H v_j, where the unit element of v_j is one of the stored elements of v_i.
+template <ComplexScalar T>
+T inner_product(const StoredReflectors<const T>& V, Int i, Int j) {
+  const Range tail = V.tail(j);
+  const Vector<const T> vi = V.along(tail.first, i), vj = V.along(tail.first, j);
+  const T facing_unit = V(V.unit(j), i);
+  // A row holds the conjugate of its reflector.
+  if (V.columnwise()) return conjugate(facing_unit) + blas::dotc(tail.count, vi, vj);
+  return facing_unit + blas::dotc(tail.count, vj, vi);
+}
+
+/// Takes no memory: each inner product stands by itself, since the kernels for dot products do conjugate a vector.
+template <ComplexScalar T>
+void form_factor_by_elements(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t) {
+  const TriangularFactor<T> F{t, V.count(), V.forward()};
+  F.grow_by_columns(tau, [&](Int j, Range done) {
+    for (Int i = done.first; i <= done.last(); ++i) F.t(i, j) = negated(tau[j - 1]) * inner_product(V, i, j);
+  });
+}
+
 }  // namespace
 
 template <Scalar T>
@@ -200,15 +246,25 @@ void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T*
   if (n == 0 || k == 0) return;
   const ColumnProducts<T> products(n);
   if (!products.ready()) return report_bad_argument<T>("LARFT", memory_refused);
-
-  const StoredReflectors<const T> V(direct, storev, n, k, v, ldv);
-  const TriangularFactor<T> F{{t, ldt}, k, V.forward()};
-  const Int nb = ilaenv(1, RoutineName<T>("LARFT"), " ", n, k, -1, -1);
-  for (Int done = 0; done < k; done += nb) {
-    const Int ib = std::min(nb, k - done);
-    add_columns(V, F, {V.forward() ? done + 1 : k - done - ib + 1, ib}, tau, products);
-  }
+  form_factor_by_blocks<T>({direct, storev, n, k, v, ldv}, tau, {t, ldt}, products);
 }
+
+template <Scalar T>
+void form_factor(const StoredReflectors<const T>& V, const T* tau, Matrix<T> t) {
+  if (V.order() == 0 || V.count() == 0) return;
+  const ColumnProducts<T> products(V.order());
+  if constexpr (ComplexScalar<T>) {
+    if (!products.ready()) return form_factor_by_elements(V, tau, t);
+  }
+  form_factor_by_blocks(V, tau, t, products);
+}
+
+template void form_factor(const StoredReflectors<const float>&, const float*, Matrix<float>);
+template void form_factor(const StoredReflectors<const double>&, const double*, Matrix<double>);
+template void form_factor(const StoredReflectors<const std::complex<float>>&, const std::complex<float>*,
+                          Matrix<std::complex<float>>);
+template void form_factor(const StoredReflectors<const std::complex<double>>&, const std::complex<double>*,
+                          Matrix<std::complex<double>>);
 
 namespace {
 
@@ -267,58 +323,83 @@ void subtract(Int m, Int k, Matrix<const T> W, Matrix<T> C) {
   }
 }
 
+/// V and C in parts; on the right C^H stands for C. V1 is the unit triangle of V, V2 the rest:
+///
+///     columnwise, forward   V1 | C1      H C = C - V T V^H C:  W := C1^H V1 + C2^H V2, W := W T^H,
+///                           V2 | C2                            C1 := C1 - V1 W^H, C2 := C2 - V2 W^H
+///
+/// Backward has V1 and C1 below. Rowwise has the adjoint of V. W is nw by k.
+template <Scalar T>
+class Parts {
+ public:
+  Parts(bool left, const StoredReflectors<const T>& V, Int nw, Matrix<T> C, Matrix<T> W)
+      : left_(left),
+        nw_(nw),
+        k_(V.count()),
+        rest_(V.order() - k_),
+        triangle_(V.columnwise() == V.forward() ? 'L' : 'U'),
+        op_(V.columnwise() ? 'N' : adjoint<T>),
+        op_adjoint_(V.columnwise() ? adjoint<T> : 'N'),
+        V1_(V.from(V.unit(1), 1)),
+        V2_(V.from(V.forward() ? k_ + 1 : 1, 1)),
+        C1_(part_of(C, V.unit(1))),
+        C2_(part_of(C, V.forward() ? k_ + 1 : 1)),
+        W_(W) {}
+
+  /// W := C^H V (left) or C V
+  void project() const {
+    if (left_) {
+      copy_rows<T>(k_, nw_, C1_, W_);
+    } else {
+      copy_columns<T>(nw_, k_, C1_, W_);
+    }
+    blas::trmm('R', triangle_, op_, 'U', nw_, k_, T(1), V1_, W_);
+    if (rest_ > 0) blas::gemm(left_ ? adjoint<T> : 'N', op_, nw_, k_, rest_, T(1), C2_, V2_, T(1), W_);
+  }
+
+  /// C := C - V W^H (left) or C - W V^H; W is lost.
+  void subtract_projection() const {
+    if (rest_ > 0 && left_) {
+      blas::gemm(op_, adjoint<T>, rest_, nw_, k_, T(-1), V2_, W_, T(1), C2_);
+    } else if (rest_ > 0) {
+      blas::gemm('N', op_adjoint_, nw_, rest_, k_, T(-1), W_, V2_, T(1), C2_);
+    }
+    blas::trmm('R', triangle_, op_adjoint_, 'U', nw_, k_, T(1), V1_, W_);
+    if (left_) {
+      subtract_adjoint<T>(k_, nw_, W_, C1_);
+    } else {
+      subtract<T>(nw_, k_, W_, C1_);
+    }
+  }
+
+ private:
+  Matrix<T> part_of(Matrix<T> C, Int first) const { return left_ ? block(C, first, 1) : block(C, 1, first); }
+
+  bool left_;
+  Int nw_, k_, rest_;
+  char triangle_, op_, op_adjoint_;
+  Matrix<const T> V1_, V2_;
+  Matrix<T> C1_, C2_, W_;
+};
+
 }  // namespace
 
-// V and C in parts; on the right C^H stands for C. V1 is the unit triangle of V, V2 the rest:
-//
-//     columnwise, forward   V1 | C1      H C = C - V T V^H C:  W := C1^H V1 + C2^H V2, W := W T^H,
-//                           V2 | C2                            C1 := C1 - V1 W^H, C2 := C2 - V2 W^H
-//
-// Backward has V1 and C1 below. Rowwise has the adjoint of V.
 template <Scalar T>
 void larfb(char side, char trans, char direct, char storev, Int m, Int n, Int k, const T* v, Int ldv, const T* t,
            Int ldt, T* c, Int ldc, T* work, Int ldwork) {
   if (m <= 0 || n <= 0) return;
   if (!is_one_of(storev, 'C', 'R') || !is_one_of(side, 'L', 'R')) return;
   const bool left = same_letter(side, 'L');
-  const Int order = left ? m : n, p = left ? n : m, rest = order - k;
+  const Int nq = left ? m : n, nw = left ? n : m;
+  const StoredReflectors<const T> V(direct, storev, nq, k, v, ldv);
+  const Matrix<T> W{work, ldwork};
+  const Parts<T> parts(left, V, nw, {c, ldc}, W);
 
-  const StoredReflectors<const T> V(direct, storev, order, k, v, ldv);
-  const bool forward = V.forward(), columnwise = V.columnwise();
-  const Int first1 = V.unit(1), first2 = forward ? k + 1 : 1;
-  const Matrix V1 = V.from(first1, 1), V2 = V.from(first2, 1);
-  const char triangle = columnwise == forward ? 'L' : 'U', triangle_of_t = forward ? 'U' : 'L';
-  const char op = columnwise ? 'N' : adjoint<T>, op_adjoint = columnwise ? adjoint<T> : 'N';
+  parts.project();
   // On the left W^H stands for W, and so T^H for T.
-  const bool plain = same_letter(trans, 'N');
-  const char op_t = left ? reversed<T>(!plain) : trans;
-
-  const Matrix C{c, ldc};
-  const Matrix C1 = left ? block(C, first1, 1) : block(C, 1, first1);
-  const Matrix C2 = left ? block(C, first2, 1) : block(C, 1, first2);
-  const Matrix W{work, ldwork};
-
-  if (left) {
-    copy_rows<T>(k, n, C1, W);
-  } else {
-    copy_columns<T>(m, k, C1, W);
-  }
-  blas::trmm('R', triangle, op, 'U', p, k, T(1), V1, W);
-  if (rest > 0) blas::gemm(left ? adjoint<T> : 'N', op, p, k, rest, T(1), C2, V2, T(1), W);
-  blas::trmm('R', triangle_of_t, op_t, 'N', p, k, T(1), Matrix{t, ldt}, W);
-  if (rest > 0) {
-    if (left) {
-      blas::gemm(op, adjoint<T>, rest, n, k, T(-1), V2, W, T(1), C2);
-    } else {
-      blas::gemm('N', op_adjoint, m, rest, k, T(-1), W, V2, T(1), C2);
-    }
-  }
-  blas::trmm('R', triangle, op_adjoint, 'U', p, k, T(1), V1, W);
-  if (left) {
-    subtract_adjoint<T>(k, n, W, C1);
-  } else {
-    subtract<T>(m, k, W, C1);
-  }
+  const char op_t = left ? reversed<T>(!same_letter(trans, 'N')) : trans;
+  blas::trmm('R', V.forward() ? 'U' : 'L', op_t, 'N', nw, k, T(1), Matrix{t, ldt}, W);
+  parts.subtract_projection();
 }
 
 }  // namespace nuv

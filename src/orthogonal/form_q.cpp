@@ -2,28 +2,12 @@
 
 #include <algorithm>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
-#include "orthogonal/householder.hpp"
-#include "orthogonal/stored_reflectors.hpp"
+#include "orthogonal/reflector_steps.hpp"
 
 namespace nuv {
 namespace {
-
-// A matrix is seen as lines, columns (QR, QL) or rows (LQ, RQ), each of which has its place for a reflector. The k
-// reflectors there are stand in the first lines (QR, LQ) or in the last (QL, RQ); the others are lines of the identity.
-
-/// The line of reflector i of k.
-template <Scalar T>
-Int line_of(const StoredReflectors<T>& lines, Int i, Int k) {
-  return lines.forward() ? i : lines.count() - k + i;
-}
-
-/// The lines that are formed before those: the ones behind them (QR, LQ) or in front of them (QL, RQ).
-template <Scalar T>
-Range formed_before(const StoredReflectors<T>& lines, Range some) {
-  return lines.forward() ? Range{some.last() + 1, lines.count() - some.last()} : Range{1, some.first - 1};
-}
 
 template <Scalar T>
 void clear(const StoredReflectors<T>& lines, Range elements, Range some) {
@@ -36,73 +20,52 @@ void clear(const StoredReflectors<T>& lines, Range elements, Range some) {
 /// meets only lines that are not those of the identity any more.
 template <Scalar T>
 void form_one_by_one(const StoredReflectors<T>& lines, Int k, const T* tau, T* work) {
-  const bool columnwise = lines.columnwise();
-  const Range identity = formed_before(lines, {line_of(lines, 1, k), k});
+  const Range identity = lines.beyond({lines.line(1, k), k});
   clear(lines, {1, lines.order()}, identity);
   for (Int line = identity.first; line <= identity.last(); ++line) lines(lines.unit(line), line) = T(1);
 
   for (Int step = 1; step <= k; ++step) {
-    const Int i = lines.forward() ? k + 1 - step : step, line = line_of(lines, i, k);
-    const Range reach = lines.reach(line), tail = lines.tail(line), formed = formed_before(lines, {line, 1});
-    const Vector<T> v = lines.along(reach.first, line), stored = lines.along(tail.first, line);
-    T& unit = lines(lines.unit(line), line);
-    const T factor = columnwise ? tau[i - 1] : conjugate(tau[i - 1]);
-
-    if (!columnwise) conjugate_vector(tail.count, stored);
-    if (formed.count > 0) {
-      unit = T(1);
-      const Matrix<T> C = lines.from(reach.first, formed.first);
-      larf(columnwise ? 'L' : 'R', columnwise ? reach.count : formed.count, columnwise ? formed.count : reach.count,
-           v.data, v.inc, factor, C.data, C.ld, work);
+    const Int i = lines.forward() ? k + 1 - step : step, line = lines.line(i, k);
+    const Range tail = lines.tail(line);
+    const T factor = lines.columnwise() ? tau[i - 1] : conjugate(tau[i - 1]);
+    {
+      const AsVector<T> turned(lines, line, tail);
+      apply_reflector_beyond(lines, line, factor, work);
+      if (tail.count > 0) blas::scal(tail.count, negated(tau[i - 1]), lines.along(tail.first, line));
     }
-    if (tail.count > 0) blas::scal(tail.count, negated(tau[i - 1]), stored);
-    if (!columnwise) conjugate_vector(tail.count, stored);
-    unit = T(1) - factor;
-    clear(lines, lines.outside(reach), {line, 1});
+    lines(lines.unit(line), line) = T(1) - factor;
+    clear(lines, lines.outside(lines.reach(line)), {line, 1});
   }
 }
 
-/// Reflectors i ... i + ib - 1 of k, applied to the lines formed already, and formed.
+/// A block of reflectors, applied to the lines formed already, and formed.
 template <Scalar T>
-void form_block(const StoredReflectors<T>& lines, Int k, Int i, Int ib, const T* tau, T* work, Int ldwork) {
-  const Range own{line_of(lines, i, k), ib}, formed = formed_before(lines, own), reach = lines.reach(own);
-  if (formed.count > 0) {
-    const bool columnwise = lines.columnwise();
-    const char direct = lines.form().direct(), storev = lines.form().storev();
-    const Matrix<T> V = lines.from(reach.first, own.first), C = lines.from(reach.first, formed.first);
-    larft(direct, storev, reach.count, ib, V.data, V.ld, tau + (i - 1), work, ldwork);
-    larfb(columnwise ? 'L' : 'R', columnwise ? 'N' : adjoint<T>, direct, storev,
-          columnwise ? reach.count : formed.count, columnwise ? formed.count : reach.count, ib, V.data, V.ld, work,
-          ldwork, C.data, C.ld, work + ib, ldwork);
-  }
-  form_one_by_one(lines.part(reach, own), ib, tau + (i - 1), work);
+void form_block(const StoredReflectors<T>& lines, Range own, const T* tau, T* work) {
+  const Range reach = lines.reach(own);
+  apply_block_beyond(lines, own, lines.columnwise() ? 'N' : adjoint<T>, tau, work, lines.count());
+  form_one_by_one(lines.part(reach, own), own.count, tau, work);
   clear(lines, lines.outside(reach), own);
 }
 
 /// The first (forward) or last (backward) kk reflectors are applied by blocks, the others before them one by one.
 template <Scalar T>
-void form_by_blocks(const StoredReflectors<T>& lines, Int k, Int kk, Int nb, const T* tau, T* work) {
-  const Int order = lines.order(), count = lines.count();
+void form_by_blocks(const StoredReflectors<T>& lines, Int k, const BlockPlan& plan, const T* tau, T* work) {
+  const Int order = lines.order(), count = lines.count(), nb = plan.nb;
+  const Int kk = std::min(k, (k - plan.nx - 1) / nb * nb + nb);
+  const auto form_block_of = [&](Int i) {
+    form_block(lines, {lines.line(i, k), std::min(nb, k - i + 1)}, tau + (i - 1), work);
+  };
   if (lines.forward()) {
     const Range others{kk + 1, count - kk};
     clear(lines, {1, kk}, others);
     if (others.count > 0) form_one_by_one(lines.part({kk + 1, order - kk}, others), k - kk, tau + kk, work);
-    for (Int i = (kk - 1) / nb * nb + 1; i >= 1; i -= nb) {
-      form_block(lines, k, i, std::min(nb, k - i + 1), tau, work, count);
-    }
+    for (Int i = (kk - 1) / nb * nb + 1; i >= 1; i -= nb) form_block_of(i);
   } else {
     const Range others{1, count - kk};
     clear(lines, {order - kk + 1, kk}, others);
     form_one_by_one(lines.part({1, order - kk}, others), k - kk, tau, work);
-    for (Int i = k - kk + 1; i <= k; i += nb) {
-      form_block(lines, k, i, std::min(nb, k - i + 1), tau, work, count);
-    }
+    for (Int i = k - kk + 1; i <= k; i += nb) form_block_of(i);
   }
-}
-
-template <Scalar T>
-StoredReflectors<T> lines_of(Form form, Int m, Int n, Matrix<T> A) {
-  return {form, form.rowwise ? n : m, form.rowwise ? m : n, A};
 }
 
 /// 0, or minus the position of the first bad argument of m, n, k, a, lda.
@@ -116,39 +79,27 @@ Int check(Form form, Int m, Int n, Int k, Int lda) {
 
 template <Scalar T>
 void form_q(Form form, Int m, Int n, Int k, Matrix<T> A, const T* tau, T* work, Int lwork, Int& info) {
-  const RoutineName<T> name = name_of_form<T>("ORG", "UNG", form);
+  const Tuning<T> tuning{.name = name_of_form<T>("ORG", "UNG", form), .n1 = m, .n2 = n, .n3 = k};
   const StoredReflectors<T> lines = lines_of(form, m, n, A);
-  const Int count = lines.count();
-  const Int nb = ilaenv(1, name, " ", m, n, k, -1);
+  const Int count = lines.count(), nb = tuning.block_size();
   work[0] = as_work_size<T>(std::int64_t{std::max(1, count)} * nb);
   const bool query = lwork == -1;
   info = check(form, m, n, k, A.ld);
   if (info == 0 && lwork < std::max(1, count) && !query) info = -8;
-  if (info != 0) return report_bad_argument(name, info);
+  if (info != 0) return report_bad_argument(tuning.name, info);
   if (query) return;
   if (count <= 0) {
     work[0] = T(1);
     return;
   }
 
-  Int width = nb, nbmin = 2, nx = 0;
-  std::int64_t iws = count;
-  if (nb > 1 && nb < k) {
-    nx = std::max(0, ilaenv(3, name, " ", m, n, k, -1));
-    if (nx < k) {
-      iws = std::int64_t{count} * nb;
-      if (lwork < iws) {
-        width = lwork / count;
-        nbmin = std::max(2, ilaenv(2, name, " ", m, n, k, -1));
-      }
-    }
-  }
-  if (width >= nbmin && width < k && nx < k) {
-    form_by_blocks(lines, k, std::min(k, (k - nx - 1) / width * width + width), width, tau, work);
+  const BlockPlan plan = plan_blocks(tuning, {.n = k, .nb = nb, .line = count, .lwork = lwork});
+  if (plan.by_blocks) {
+    form_by_blocks(lines, k, plan, tau, work);
   } else {
     form_one_by_one(lines, k, tau, work);
   }
-  work[0] = as_work_size<T>(iws);
+  work[0] = as_work_size<T>(plan.workspace);
 }
 
 template <Scalar T>

@@ -2,8 +2,8 @@
 
 // The four factorisations whose reflectors a matrix may hold, and what tells them apart.
 
-#include "base/hermitian.hpp"
 #include "base/types.hpp"
+#include "environment/hermitian.hpp"
 
 namespace nuv {
 

@@ -39,12 +39,13 @@ template <RealScalar T>
 void larf2(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt);
 
 /// The same by blocks of columns, so that most of the work is in products of matrices. The complex members take n
-/// elements from the pool, and report 1000 and leave T unset where they get none.
+/// elements from the pool; where they get none they report 1000, and T is unset and not to be used. The routines of the
+/// library take form_factor, which needs none.
 template <Scalar T>
 void larft(char direct, char storev, Int n, Int k, const T* v, Int ldv, const T* tau, T* t, Int ldt);
 
 /// C := op(H) C (side 'L') or C op(H) (side 'R') for a block of k reflectors and an m by n matrix C; trans 'N' for H,
-/// 'T' (real) or 'C' (complex) for H^H.
+/// 'T' (real) or 'C' (complex) for H^H. An unknown side or storage leaves C as it is.
 ///
 /// work    n (left) or m by k, ldwork >= max(1, n) (left) or max(1, m)
 template <Scalar T>

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "environment/block_plan.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
-#include "environment/tuning.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -18,36 +18,105 @@ namespace {
 
 template <Scalar T>
 Int best_block_size(bool transposed, Int m, Int n, Int nrhs) {
-  constexpr char plain_opts[] = {'L', 'N'}, transposed_opts[] = {'L', adjoint<T>};
-  if (m >= n) {
-    const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", qr);
-    return std::max(ilaenv(1, RoutineName<T>("GEQRF"), " ", m, n, -1, -1),
-                    ilaenv(1, apply, {transposed ? plain_opts : transposed_opts, 2}, m, nrhs, n, -1));
-  }
-  const RoutineName<T> apply = name_of_form<T>("ORM", "UNM", lq);
-  return std::max(ilaenv(1, RoutineName<T>("GELQF"), " ", m, n, -1, -1),
-                  ilaenv(1, apply, {transposed ? transposed_opts : plain_opts, 2}, n, nrhs, m, -1));
+  const bool tall = m >= n;
+  const char opts[] = {'L', transposed == tall ? 'N' : adjoint<T>};
+  const Tuning<T> factor{.name = RoutineName<T>(tall ? "GEQRF" : "GELQF"), .n1 = m, .n2 = n};
+  const Tuning<T> apply{name_of_form<T>("ORM", "UNM", tall ? qr : lq), {opts, 2}, std::max(m, n), nrhs, std::min(m, n)};
+  return std::max(factor.block_size(), apply.block_size());
 }
 
-/// A matrix brought into the range in which no product of two elements over- or underflows.
+/// How a matrix is brought into the range in which no product of two elements over- or underflows.
 template <RealScalar R>
 struct Scaling {
-  R norm = 0, target = 0;  ///< target zero: left as it was
+  R norm = 0, target = 0;  ///< target zero: left as it is
 
   template <Scalar T>
   Scaling(Int m, Int n, Matrix<T> A) : norm(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
     constexpr R smallest = Machine<R>::safe_min / Machine<R>::precision, largest = 1 / smallest;
     if (norm > 0 && norm < smallest) target = smallest;
     if (norm > largest) target = largest;
-    if (target != 0) scale(norm, target, m, n, A);
   }
 
   template <Scalar T>
-  static void scale(R from, R to, Int m, Int n, Matrix<T> A) {
-    Int info = 0;
-    lascl('G', 0, 0, from, to, m, n, A.data, A.ld, info);
+  void apply(Int m, Int n, Matrix<T> A) const {
+    Int ignored = 0;
+    if (target != 0) lascl('G', 0, 0, norm, target, m, n, A.data, A.ld, ignored);
+  }
+
+  template <Scalar T>
+  void undo(Int m, Int n, Matrix<T> A) const {
+    Int ignored = 0;
+    if (target != 0) lascl('G', 0, 0, target, norm, m, n, A.data, A.ld, ignored);
   }
 };
+
+/// 0, or minus the position of the first bad argument.
+template <Scalar T>
+Int check(char trans, Int m, Int n, Int nrhs, Int lda, Int ldb, Int lwork) {
+  const Int mn = std::min(m, n);
+  if (!is_one_of(trans, 'N', adjoint<T>)) return -1;
+  if (m < 0) return -2;
+  if (n < 0) return -3;
+  if (nrhs < 0) return -4;
+  if (lda < std::max(1, m)) return -6;
+  if (ldb < std::max({1, m, n})) return -8;
+  if (lwork < std::max<std::int64_t>(1, std::int64_t{mn} + std::max(mn, nrhs)) && lwork != -1) return -10;
+  return 0;
+}
+
+/// op(A) X = B with an m by n matrix A, and X in the place of B.
+template <Scalar T>
+struct System {
+  bool transposed;
+  Int m, n, nrhs;
+  Matrix<T> A, B;
+
+  bool tall() const { return m >= n; }
+  Int longer() const { return std::max(m, n); }
+  Int shorter() const { return std::min(m, n); }
+
+  /// B := 0 from that row on.
+  void clear(Int row) const { laset('F', longer() - row + 1, nrhs, T(0), T(0), B.at(row, 1), B.ld); }
+
+  /// B := op(R)^-1 B for A = Q R, or the same with L of A = L Q.
+  void solve_triangle() const {
+    blas::trsm('L', tall() ? 'U' : 'L', transposed ? adjoint<T> : 'N', 'N', shorter(), nrhs, T(1), A, B);
+  }
+};
+
+/// Solves a system by the QR or the LQ factorisation of A. With more equations than unknowns, B goes through Q^H to the
+/// triangle and the residuals; with fewer, the solution of the triangle goes through Q, which leaves its norm as it is.
+template <Scalar T>
+void solve(const System<T>& system, T* work, Int lwork) {
+  const Int longer = system.longer(), mn = system.shorter(), nrhs = system.nrhs;
+  T *const tau = work, *const rest = work + mn;
+  const Int rest_size = lwork - mn;
+  Int ignored = 0;
+  const auto apply_q = [&] {
+    const char trans = system.transposed ? 'N' : adjoint<T>;
+    if (system.tall()) {
+      layer::ormqr('L', trans, longer, nrhs, mn, system.A, tau, system.B, rest, rest_size, ignored);
+    } else {
+      layer::ormlq('L', trans, longer, nrhs, mn, system.A, tau, system.B, rest, rest_size, ignored);
+    }
+  };
+
+  if (system.tall()) {
+    layer::geqrf(system.m, system.n, system.A, tau, rest, rest_size, ignored);
+  } else {
+    gelqf(system.m, system.n, system.A.data, system.A.ld, tau, rest, rest_size, ignored);
+  }
+  // A square system goes either way.
+  const bool has_more_equations = system.tall() != system.transposed;
+  if (has_more_equations) {
+    apply_q();
+    system.solve_triangle();
+  } else {
+    system.solve_triangle();
+    system.clear(mn + 1);
+    apply_q();
+  }
+}
 
 }  // namespace
 
@@ -55,62 +124,26 @@ template <Scalar T>
 void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* work, Int lwork, Int& info) {
   using R = Real<T>;
   const Int mn = std::min(m, n);
-  const bool query = lwork == -1;
-  info = 0;
-  if (!is_one_of(trans, 'N', adjoint<T>)) info = -1;
-  else if (m < 0) info = -2;
-  else if (n < 0) info = -3;
-  else if (nrhs < 0) info = -4;
-  else if (lda < std::max(1, m)) info = -6;
-  else if (ldb < std::max({1, m, n})) info = -8;
-  else if (lwork < std::max<std::int64_t>(1, std::int64_t{mn} + std::max(mn, nrhs)) && !query) info = -10;
-  if (info != 0) return report_bad_argument<T>("GELS", info);
-
   const bool transposed = !same_letter(trans, 'N');
   const std::int64_t best = mn + std::int64_t{std::max(mn, nrhs)} * best_block_size<T>(transposed, m, n, nrhs);
   const T best_lwork = as_work_size<T>(best);
   work[0] = best_lwork;
-  if (query) return;
+  info = check<T>(trans, m, n, nrhs, lda, ldb, lwork);
+  if (info != 0) return report_bad_argument<T>("GELS", info);
+  if (lwork == -1) return;
 
-  const Matrix A{a, lda}, B{b, ldb};
-  const auto solve_by_zero = [&] { laset('F', std::max(m, n), nrhs, T(0), T(0), b, ldb); };
-  if (mn == 0 || nrhs == 0) return solve_by_zero();
-  const Scaling<R> scaling_of_a(m, n, A);
-  if (scaling_of_a.norm == 0) return solve_by_zero();
-  const Scaling<R> scaling_of_b(transposed ? n : m, nrhs, B);
+  const System<T> system{transposed, m, n, nrhs, {a, lda}, {b, ldb}};
+  const Int equations = transposed ? n : m, unknowns = transposed ? m : n;
+  if (mn == 0 || nrhs == 0) return system.clear(1);
+  const Scaling<R> scaling_of_a(m, n, system.A);
+  if (scaling_of_a.norm == 0) return system.clear(1);
+  scaling_of_a.apply(m, n, system.A);
+  const Scaling<R> scaling_of_b(equations, nrhs, system.B);
+  scaling_of_b.apply(equations, nrhs, system.B);
 
-  T* const tau = work;
-  T* const rest = work + mn;
-  const Int rest_size = lwork - mn;
-  const auto clear_from = [&](Int row, Int until) {
-    for (Int j = 1; j <= nrhs; ++j) std::fill(B.at(row, j), B.at(until + 1, j), T(0));
-  };
-  Int iinfo = 0;
-  if (m >= n) {
-    layer::geqrf(m, n, A, tau, rest, rest_size, iinfo);
-    if (!transposed) {
-      layer::ormqr('L', adjoint<T>, m, nrhs, n, A, tau, B, rest, rest_size, iinfo);
-      blas::trsm('L', 'U', 'N', 'N', n, nrhs, T(1), A, B);
-    } else {
-      blas::trsm('L', 'U', adjoint<T>, 'N', n, nrhs, T(1), A, B);
-      clear_from(n + 1, m);
-      layer::ormqr('L', 'N', m, nrhs, n, A, tau, B, rest, rest_size, iinfo);
-    }
-  } else {
-    gelqf(m, n, a, lda, tau, rest, rest_size, iinfo);
-    if (!transposed) {
-      blas::trsm('L', 'L', 'N', 'N', m, nrhs, T(1), A, B);
-      clear_from(m + 1, n);
-      layer::ormlq('L', adjoint<T>, n, nrhs, m, A, tau, B, rest, rest_size, iinfo);
-    } else {
-      layer::ormlq('L', 'N', n, nrhs, m, A, tau, B, rest, rest_size, iinfo);
-      blas::trsm('L', 'L', adjoint<T>, 'N', m, nrhs, T(1), A, B);
-    }
-  }
-
-  const Int solution_rows = transposed ? m : n;
-  if (scaling_of_a.target != 0) Scaling<R>::scale(scaling_of_a.norm, scaling_of_a.target, solution_rows, nrhs, B);
-  if (scaling_of_b.target != 0) Scaling<R>::scale(scaling_of_b.target, scaling_of_b.norm, solution_rows, nrhs, B);
+  solve(system, work, lwork);
+  scaling_of_a.apply(unknowns, nrhs, system.B);  // X belongs to the scaled A
+  scaling_of_b.undo(unknowns, nrhs, system.B);
   work[0] = best_lwork;
 }
 

@@ -1,57 +1,45 @@
 #include "orthogonal/lq_ql_rq.hpp"
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
 
 namespace nuv {
 namespace {
 
-/// Factors the panel of reflectors i ... i + ib - 1 and applies it to the rest. work has its factor in the first ib of
-/// its ldwork rows, and the workspace of the update below.
+/// Factors a panel and applies it to the lines beyond. work has its factor in the first of its ldwork rows, and the
+/// workspace of the update below.
 template <Scalar T>
-void factor_panel(Form form, Int m, Int n, Int i, Int ib, Matrix<T> A, T* tau, T* work, Int ldwork) {
-  const Panel<T> panel(form, m, n, A, i, ib);
-  const Int order = panel.order, rest = panel.rest;
-  factor_unblocked(form, form.rowwise ? ib : order, form.rowwise ? order : ib, panel.V, tau, work);
-  if (rest == 0) return;
-  const char direct = form.direct(), storev = form.storev();
-  larft(direct, storev, order, ib, panel.V.data, A.ld, tau, work, ldwork);
-  if (form.rowwise) {
-    larfb('R', 'N', direct, storev, rest, order, ib, panel.V.data, A.ld, work, ldwork, panel.C.data, A.ld, work + ib,
-          ldwork);
-  } else {
-    larfb('L', adjoint<T>, direct, storev, order, rest, ib, panel.V.data, A.ld, work, ldwork, panel.C.data, A.ld,
-          work + ib, ldwork);
-  }
+void factor_panel(const StoredReflectors<T>& lines, Range own, T* tau, T* work, Int ldwork) {
+  factor_unblocked(lines.part(lines.reach(own), own), tau, work);
+  apply_block_beyond(lines, own, lines.columnwise() ? adjoint<T> : 'N', tau, work, ldwork);
 }
 
-/// Panels of nb reflectors until about nx are left, then the unblocked code.
 template <Scalar T>
-void factor_blocked(Form form, Int m, Int n, Int nb, Int nx, Matrix<T> A, T* tau, T* work, Int ldwork) {
-  const Int k = std::min(m, n);
-  if (form.backward) {
-    const Int last_step = (k - nx - 1) / nb * nb, done = std::min(k, last_step + nb), left = k - done;
-    for (Int i = left + last_step + 1; i > left; i -= nb) {
-      factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
-    }
-    factor_unblocked(form, m - done, n - done, A, tau, work);
-  } else {
+void factor_blocked(const StoredReflectors<T>& lines, const BlockPlan& plan, T* tau, T* work) {
+  const Int order = lines.order(), count = lines.count(), k = std::min(order, count), nb = plan.nb;
+  const auto factor_panel_of = [&](Int i) {
+    factor_panel(lines, {lines.line(i, k), std::min(k - i + 1, nb)}, tau + (i - 1), work, count);
+  };
+  if (lines.forward()) {
     Int i = 1;
-    for (; i <= k - nx; i += nb) {
-      factor_panel(form, m, n, i, std::min(k - i + 1, nb), A, tau + (i - 1), work, ldwork);
-    }
-    if (i <= k) factor_unblocked(form, m - i + 1, n - i + 1, block(A, i, i), tau + (i - 1), work);
+    for (; i <= k - plan.nx; i += nb) factor_panel_of(i);
+    const Range elements{i, order - i + 1}, others{i, count - i + 1};
+    if (i <= k) factor_unblocked(lines.part(elements, others), tau + (i - 1), work);
+  } else {
+    const Int last_step = (k - plan.nx - 1) / nb * nb, done = std::min(k, last_step + nb), left = k - done;
+    for (Int i = left + last_step + 1; i > left; i -= nb) factor_panel_of(i);
+    factor_unblocked(lines.part({1, order - done}, {1, count - done}), tau, work);
   }
 }
 
 template <Scalar T, std::size_t Size>
 void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
-  const auto ask = [&](Int ispec) { return ilaenv(ispec, RoutineName<T>(name), " ", m, n, -1, -1); };
-  const Int lines = form.rowwise ? m : n;
-  Int nb = ask(1);
-  work[0] = as_work_size<T>(std::int64_t{nb} * lines);
+  const Tuning<T> tuning{.name = RoutineName<T>(name), .n1 = m, .n2 = n};
+  const StoredReflectors<T> lines = lines_of<T>(form, m, n, {a, lda});
+  const Int count = lines.count(), nb = tuning.block_size();
+  work[0] = as_work_size<T>(std::int64_t{nb} * count);
   info = check_matrix(m, n, lda);
-  if (info == 0 && lwork < std::max(1, lines) && lwork != -1) info = -7;
+  if (info == 0 && lwork < std::max(1, count) && lwork != -1) info = -7;
   if (info != 0) return report_bad_argument<T>(name, info);
   if (lwork == -1) return;
   const Int k = std::min(m, n);
@@ -60,24 +48,13 @@ void factor(const char (&name)[Size], Form form, Int m, Int n, T* a, Int lda, T*
     return;
   }
 
-  Int nbmin = 2, nx = form.backward ? 1 : 0;
-  std::int64_t iws = lines;
-  if (nb > 1 && nb < k) {
-    nx = std::max(0, ask(3));
-    if (nx < k) {
-      iws = std::int64_t{nb} * lines;
-      if (lwork < iws) {
-        nb = lwork / lines;
-        nbmin = std::max(2, ask(2));
-      }
-    }
-  }
-  if (nb >= nbmin && nb < k && nx < k) {
-    factor_blocked(form, m, n, nb, nx, Matrix{a, lda}, tau, work, lines);
+  const BlockPlan plan = plan_blocks(tuning, {.n = k, .nb = nb, .line = count, .lwork = lwork});
+  if (plan.by_blocks) {
+    factor_blocked(lines, plan, tau, work);
   } else {
-    factor_unblocked(form, m, n, Matrix{a, lda}, tau, work);
+    factor_unblocked(lines, tau, work);
   }
-  work[0] = as_work_size<T>(iws);
+  work[0] = as_work_size<T>(plan.workspace);
 }
 
 }  // namespace

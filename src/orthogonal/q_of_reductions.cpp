@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -12,23 +12,49 @@
 namespace nuv {
 namespace {
 
-/// Block size of a product with Q of order nq - 1, which leaves one row or column of C alone.
+/// A product of an m by n matrix C with the Q of reflectors in one of three forms.
 template <Scalar T>
-Int inner_block_size(Text name, char side, char trans, Int m, Int n) {
-  const char opts[] = {side, trans};
-  if (same_letter(side, 'L')) return ilaenv(1, name, {opts, 2}, m - 1, n, m - 1, -1);
-  return ilaenv(1, name, {opts, 2}, m, n - 1, n - 1, -1);
-}
-
-/// What an embedded Q of order nq - 1 works on: all of C but its first row (left) or column (right).
-template <Scalar T>
-struct Inner {
+struct Product {
+  Form form;
+  char side, trans;
   Int m, n;
   Matrix<T> C;
 
-  Inner(bool left, Int m_, Int n_, Matrix<T> whole)
-      : m(left ? m_ - 1 : m_), n(left ? n_ : n_ - 1), C(left ? block(whole, 2, 1) : block(whole, 1, 2)) {}
+  /// The same with a Q of order nq - 1: it leaves alone the first row (left) or column (right) of C, or the last where
+  /// its reflectors go backward.
+  Product inner() const {
+    const bool left = same_letter(side, 'L');
+    const Matrix<T> others = left ? block(C, 2, 1) : block(C, 1, 2);
+    return {form, side, trans, left ? m - 1 : m, left ? n : n - 1, form.backward ? C : others};
+  }
+
+  void apply(Int k, Matrix<T> V, const T* tau, T* work, Int lwork, Int& info) const {
+    if (form.rowwise) {
+      layer::ormlq(side, trans, m, n, k, V, tau, C, work, lwork, info);
+    } else if (form.backward) {
+      layer::ormql(side, trans, m, n, k, V, tau, C, work, lwork, info);
+    } else {
+      layer::ormqr(side, trans, m, n, k, V, tau, C, work, lwork, info);
+    }
+  }
 };
+
+/// The reflectors of an embedded Q of order nq - 1.
+template <Scalar T>
+Matrix<T> inner_reflectors(Form form, Matrix<T> A) {
+  return form.rowwise || form.backward ? block(A, 1, 2) : block(A, 2, 1);
+}
+
+/// The workspace that is asked for a product: a block for each row (left) or column (right) of C, of the size that
+/// suits a Q of order nq - 1.
+template <Scalar T>
+T best_workspace(Form form, char side, char trans, Int m, Int n) {
+  const char opts[] = {side, trans};
+  const bool left = same_letter(side, 'L');
+  const Int nq = left ? m : n, nw = left ? n : m;
+  const Tuning<T> tuning{name_of_form<T>("ORM", "UNM", form), {opts, 2}, left ? m - 1 : m, left ? n : n - 1, nq - 1};
+  return as_work_size<T>(std::int64_t{std::max(1, nw)} * tuning.block_size());
+}
 
 /// What is below the diagonal of a matrix of order n moves one column to the right.
 template <Scalar T>
@@ -60,7 +86,6 @@ template <Scalar T>
 void ormbr(char vect, char side, char trans, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
            Int lwork, Int& info) {
   const bool with_q = same_letter(vect, 'Q'), left = same_letter(side, 'L');
-  const bool query = lwork == -1;
   const Int nq = left ? m : n, nw = left ? n : m;
   info = 0;
   if (!is_one_of(vect, 'Q', 'P')) info = -1;
@@ -71,33 +96,25 @@ void ormbr(char vect, char side, char trans, Int m, Int n, Int k, T* a, Int lda,
   else if (k < 0) info = -6;
   else if (lda < std::max(1, with_q ? nq : std::min(nq, k))) info = -8;
   else if (ldc < std::max(1, m)) info = -11;
-  else if (lwork < std::max(1, nw) && !query) info = -13;
+  else if (lwork < std::max(1, nw) && lwork != -1) info = -13;
   if (info != 0) return report_bad_argument(name_of<T>("ORMBR", "UNMBR"), info);
 
-  const Int nb = inner_block_size<T>(name_of_form<T>("ORM", "UNM", with_q ? qr : lq), side, trans, m, n);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nw)} * nb);
+  const Form form = with_q ? qr : lq;
+  const T best_lwork = best_workspace<T>(form, side, trans, m, n);
   work[0] = best_lwork;
-  if (query) return;
+  if (lwork == -1) return;
   if (m == 0 || n == 0) {
     work[0] = T(1);
     return;
   }
-  const Matrix A{a, lda}, C{c, ldc};
-  const Inner<T> inner(left, m, n, C);
-  if (with_q) {
-    if (nq >= k) {
-      layer::ormqr(side, trans, m, n, k, A, tau, C, work, lwork, info);
-    } else if (nq > 1) {
-      layer::ormqr(side, trans, inner.m, inner.n, nq - 1, block(A, 2, 1), tau, inner.C, work, lwork, info);
-    }
-  } else {
-    // The reflectors are those of P^H.
-    const char transt = reversed<T>(!same_letter(trans, 'N'));
-    if (nq > k) {
-      layer::ormlq(side, transt, m, n, k, A, tau, C, work, lwork, info);
-    } else if (nq > 1) {
-      layer::ormlq(side, transt, inner.m, inner.n, nq - 1, block(A, 1, 2), tau, inner.C, work, lwork, info);
-    }
+  // The rows hold the reflectors of P^H.
+  const char letter = with_q ? trans : reversed<T>(!same_letter(trans, 'N'));
+  const Matrix A{a, lda};
+  const Product<T> product{form, side, letter, m, n, {c, ldc}};
+  if (with_q ? nq >= k : nq > k) {
+    product.apply(k, A, tau, work, lwork, info);
+  } else if (nq > 1) {
+    product.inner().apply(nq - 1, inner_reflectors(form, A), tau, work, lwork, info);
   }
   work[0] = best_lwork;
 }
@@ -105,8 +122,7 @@ void ormbr(char vect, char side, char trans, Int m, Int n, Int k, T* a, Int lda,
 template <Scalar T>
 void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
            Int lwork, Int& info) {
-  const bool left = same_letter(side, 'L'), upper = same_letter(uplo, 'U');
-  const bool query = lwork == -1;
+  const bool left = same_letter(side, 'L');
   const Int nq = left ? m : n, nw = left ? n : m;
   info = 0;
   if (!is_one_of(side, 'L', 'R')) info = -1;
@@ -116,24 +132,19 @@ void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const 
   else if (n < 0) info = -5;
   else if (lda < std::max(1, nq)) info = -7;
   else if (ldc < std::max(1, m)) info = -10;
-  else if (lwork < std::max(1, nw) && !query) info = -12;
+  else if (lwork < std::max(1, nw) && lwork != -1) info = -12;
   if (info != 0) return report_bad_argument(name_of<T>("ORMTR", "UNMTR"), info);
 
-  const Int nb = inner_block_size<T>(name_of_form<T>("ORM", "UNM", upper ? ql : qr), side, trans, m, n);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nw)} * nb);
+  const Form form = same_letter(uplo, 'U') ? ql : qr;
+  const T best_lwork = best_workspace<T>(form, side, trans, m, n);
   work[0] = best_lwork;
-  if (query) return;
+  if (lwork == -1) return;
   if (m == 0 || n == 0 || nq == 1) {
     work[0] = T(1);
     return;
   }
-  const Matrix A{a, lda}, C{c, ldc};
-  const Inner<T> inner(left, m, n, C);
-  if (upper) {
-    layer::ormql(side, trans, inner.m, inner.n, nq - 1, block(A, 1, 2), tau, C, work, lwork, info);
-  } else {
-    layer::ormqr(side, trans, inner.m, inner.n, nq - 1, block(A, 2, 1), tau, inner.C, work, lwork, info);
-  }
+  const Product<T> product{form, side, trans, m, n, {c, ldc}};
+  product.inner().apply(nq - 1, inner_reflectors<T>(form, {a, lda}), tau, work, lwork, info);
   work[0] = best_lwork;
 }
 
@@ -151,8 +162,8 @@ void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work,
   else if (lwork < std::max(1, smaller) && !query) info = -9;
   if (info != 0) return report_bad_argument(name_of<T>("ORGBR", "UNGBR"), info);
 
-  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", with_q ? qr : lq), " ", m, n, k, -1);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, smaller)} * nb);
+  const Tuning<T> tuning{.name = name_of_form<T>("ORG", "UNG", with_q ? qr : lq), .n1 = m, .n2 = n, .n3 = k};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, smaller)} * tuning.block_size());
   work[0] = best_lwork;
   if (query) return;
   if (m == 0 || n == 0) {
@@ -188,8 +199,9 @@ void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, In
   else if (lwork < std::max(1, n - 1) && !query) info = -7;
   if (info != 0) return report_bad_argument(name_of<T>("ORGTR", "UNGTR"), info);
 
-  const Int nb = ilaenv(1, name_of_form<T>("ORG", "UNG", upper ? ql : qr), " ", n - 1, n - 1, n - 1, -1);
-  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, n - 1)} * nb);
+  const RoutineName<T> inner_name = name_of_form<T>("ORG", "UNG", upper ? ql : qr);
+  const Tuning<T> tuning{.name = inner_name, .n1 = n - 1, .n2 = n - 1, .n3 = n - 1};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, n - 1)} * tuning.block_size());
   work[0] = best_lwork;
   if (query) return;
   if (n == 0) {

@@ -1,6 +1,6 @@
 #include "orthogonal/qr.hpp"
 
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
 
 namespace nuv {
@@ -13,39 +13,36 @@ template <Scalar T>
 void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   info = 0;
   const Int k = std::min(m, n);
-  const auto ask = [](Int ispec, Int rows, Int columns) {
-    return ilaenv(ispec, RoutineName<T>("GEQRF"), " ", rows, columns, -1, -1);
+  const auto tuning_for = [](Int rows, Int columns) {
+    return Tuning<T>{.name = RoutineName<T>("GEQRF"), .n1 = rows, .n2 = columns};
   };
-  Int nb = ask(1, m, n), nx = 0;
-  std::int64_t iws = n;
-  if (nb < k) {
-    nx = std::max(nb, ask(3, m, n));
-    if (nx < k) {
-      iws = std::int64_t{nb} * n;
-      if (lwork < iws) nb = lwork / n;
-    }
-  }
-  work[0] = as_work_size<T>(iws);
+  const Tuning<T> tuning = tuning_for(m, n);
+  const Int best_nb = tuning.block_size();
+  const BlockPlan plan = plan_blocks(
+      tuning, {.n = k, .nb = best_nb, .line = n, .lwork = lwork, .least_crossover = best_nb, .any_width = true});
+  work[0] = as_work_size<T>(plan.workspace);
   if (lwork == -1) return;
 
   const Matrix A{a, lda};
   Int i = 1;
-  if (nb < k && nx < k) {
+  if (plan.by_blocks) {
     // Block width and crossover are asked anew for what remains; the width never grows.
-    while (nx <= k - i) {
-      const Int ib = std::min(k - i + 1, nb), rows = m - i + 1, rest = n - i - ib + 1;
-      laqrf(rows, ib, A.at(i, i), lda, tau + (i - 1), work, n);
-      larfb('L', adjoint<T>, 'F', 'C', rows, rest, ib, A.at(i, i), lda, work, n, A.at(i, i + ib), lda, work + ib, n);
+    for (Int nb = plan.nb, nx = plan.nx; nx <= k - i;) {
+      const Int ib = std::min(k - i + 1, nb), nw = n - i - ib + 1;
+      const StoredReflectors<T> panel(qr, m - i + 1, ib, block(A, i, i));
+      laqrf(panel.order(), ib, A.at(i, i), lda, tau + (i - 1), work, n);
+      apply_block(panel, 'L', adjoint<T>, {work, n}, nw, block(A, i, i + ib), {work + ib, n});
       i += ib;
-      nx = ask(3, m - i + 1, k - i + 1);
-      nb = std::min(nb, ask(1, m - i + 1, k - i + 1));
+      const Tuning<T> remaining = tuning_for(m - i + 1, k - i + 1);
+      nx = remaining.crossover();
+      nb = std::min(nb, remaining.block_size());
     }
   }
   if (i <= k) {
     Int ignored = 0;
     geqr2(m - i + 1, n - i + 1, A.at(i, i), lda, tau + (i - 1), work, ignored);
   }
-  work[0] = as_work_size<T>(iws);
+  work[0] = as_work_size<T>(plan.workspace);
 }
 
 namespace {
@@ -56,7 +53,7 @@ constexpr Int widest_base = 256;
 /// The factor T of a panel of the base case.
 template <Scalar T>
 void base_factor(Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
-  larft('F', 'C', n, k, v, ldv, tau, t, ldt);
+  form_factor<T>(StoredReflectors<T>(qr, n, k, {v, ldv}), tau, {t, ldt});
 }
 
 template <>
@@ -99,7 +96,8 @@ void link_factors(Int m, Int before, Int ib, Matrix<const T> V, Matrix<T> factor
 template <Scalar T>
 void laqrf(Int m, Int n, T* a, Int lda, T* tau, T* t, Int ldt) {
   const Int k = std::min(m, n);
-  const Int nb = std::min(widest_base, ilaenv(1, RoutineName<T>("LAQRF"), " ", m, n, -1, -1));
+  const Tuning<T> tuning{.name = RoutineName<T>("LAQRF"), .n1 = m, .n2 = n};
+  const Int nb = std::min(widest_base, tuning.block_size());
   if (n <= nb) {
     T scratch[widest_base];
     Int ignored = 0;
@@ -110,9 +108,9 @@ void laqrf(Int m, Int n, T* a, Int lda, T* tau, T* t, Int ldt) {
   const Matrix A{a, lda}, F{t, ldt};
   for (Int j = 1; j <= k; j += nb) {
     const Int ib = std::min(nb, k - j + 1);
-    laqrf(m - j + 1, ib, A.at(j, j), lda, tau + (j - 1), F.at(j, j), ldt);
-    larfb('L', adjoint<T>, 'F', 'C', m - j + 1, n - j - ib + 1, ib, A.at(j, j), lda, F.at(j, j), ldt, A.at(j, j + ib),
-          lda, F.at(j + ib, j), ldt);
+    const StoredReflectors<T> panel(qr, m - j + 1, ib, block(A, j, j));
+    laqrf(panel.order(), ib, A.at(j, j), lda, tau + (j - 1), F.at(j, j), ldt);
+    apply_block(panel, 'L', adjoint<T>, block(F, j, j), n - j - ib + 1, block(A, j, j + ib), block(F, j + ib, j));
     if (j > 1) link_factors<T>(m, j - 1, ib, A, F);
   }
 }

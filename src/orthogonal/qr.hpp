@@ -23,7 +23,7 @@ void xgeqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info);
 /// 2000). Checks nothing.
 ///
 /// a       m by n, lda >= max(1, m);  tau  min(m, n), out
-/// t       n by min(m, n), ldt >= n: the upper triangle returns T, the rest is scratch
+/// t       n by min(m, n), ldt >= n: the upper triangle returns T; what lies below is scratch and not to be used
 template <Scalar T>
 void laqrf(Int m, Int n, T* a, Int lda, T* tau, T* t, Int ldt);
 

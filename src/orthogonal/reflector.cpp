@@ -1,8 +1,8 @@
 // One reflector: generated, and applied to a matrix.
 
-#include "base/hermitian.hpp"
 #include "base/quotient.hpp"
 #include "base/short_reflector.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/service_math.hpp"
 #include "environment/sums_of_squares.hpp"

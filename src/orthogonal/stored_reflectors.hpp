@@ -11,6 +11,9 @@
 //                           1 v v                          v v v 1
 //                             1 v                          v v v v 1
 //                               1
+//
+// A matrix that is factored, or in which Q is formed, has lines, columns or rows, with a place for a reflector each. If
+// it has fewer reflectors than lines, they stand in the first lines (forward) or in the last (backward).
 
 #include <algorithm>
 
@@ -36,11 +39,22 @@ class StoredReflectors {
       : StoredReflectors({.rowwise = !same_letter(storev, 'C'), .backward = !same_letter(direct, 'F')}, n, k,
                          {v, ldv}) {}
 
+  operator StoredReflectors<const T>() const requires(!std::is_const_v<T>) { return {form_, n_, k_, V_}; }
+
   Form form() const { return form_; }
   bool columnwise() const { return !form_.rowwise; }
   bool forward() const { return !form_.backward; }
   Int order() const { return n_; }
   Int count() const { return k_; }
+
+  /// The line of reflector i of k.
+  Int line(Int i, Int k) const { return forward() ? i : k_ - k + i; }
+
+  /// The lines to which a factorisation applies the reflectors of some, and forming Q before it forms those: the ones
+  /// behind them (forward) or in front of them (backward).
+  Range beyond(Range some) const {
+    return forward() ? Range{some.last() + 1, k_ - some.last()} : Range{1, some.first - 1};
+  }
 
   /// Element of reflector i that is one and not stored.
   Int unit(Int i) const { return forward() ? i : n_ - k_ + i; }
@@ -82,5 +96,11 @@ class StoredReflectors {
   Int n_, k_;
   Form form_;
 };
+
+/// The lines of an m by n matrix.
+template <Scalar T>
+StoredReflectors<T> lines_of(Form form, Int m, Int n, Matrix<T> A) {
+  return {form, form.rowwise ? n : m, form.rowwise ? m : n, A};
+}
 
 }  // namespace nuv

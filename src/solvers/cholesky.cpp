@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "base/hermitian.hpp"
 #include "base/matrix.hpp"
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
+#include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -44,8 +44,8 @@ void xpotrf(char uplo, Int n, T* a, Int lda, Int& info) {
   using R = Real<T>;
   info = 0;
   const bool upper = same_letter(uplo, 'U');
-  const Int nb = ilaenv(1, RoutineName<T>("POTRF"), {&uplo, 1}, n, -1, -1, -1);
-  if (nb <= 1 || nb >= n) return potf2(uplo, n, a, lda, info);
+  const Int nb = Tuning<T>{RoutineName<T>("POTRF"), {&uplo, 1}, n}.block_size();
+  if (!are_divided(n, nb)) return potf2(uplo, n, a, lda, info);
 
   const Matrix A{a, lda};
   const Int steps = (n + nb - 1) / nb;
@@ -127,8 +127,8 @@ void lauum(char uplo, Int n, T* a, Int lda, Int& info) {
   info = check_triangle(uplo, n, lda);
   if (info != 0) return report_bad_argument<T>("LAUUM", info);
   if (n == 0) return;
-  const Int nb = ilaenv(1, RoutineName<T>("LAUUM"), {&uplo, 1}, n, -1, -1, -1);
-  if (nb <= 1 || nb >= n) return lauu2(uplo, n, a, lda, info);
+  const Int nb = Tuning<T>{RoutineName<T>("LAUUM"), {&uplo, 1}, n}.block_size();
+  if (!are_divided(n, nb)) return lauu2(uplo, n, a, lda, info);
 
   const Matrix A{a, lda};
   const bool upper = same_letter(uplo, 'U');

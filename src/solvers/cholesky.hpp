@@ -4,7 +4,8 @@
 //
 // uplo    'U' or 'L': the triangle that holds the matrix and then its factor; the other is neither read nor written
 // info    0; -k: argument k was bad (reported); where a routine factors, k: the leading minor of order k is not
-//         positive definite, and the columns before the block it lies in are factored
+//         positive definite, and the columns before the block it lies in are factored; what the rest of the triangle
+//         holds then is neither the matrix nor a factor and not to be used
 
 #include "base/types.hpp"
 
@@ -20,7 +21,7 @@ void xpotrf(char uplo, Int n, T* a, Int lda, Int& info);
 template <Scalar T>
 void potf2(char uplo, Int n, T* a, Int lda, Int& info);
 
-/// Solves A X = B from the factor of A.
+/// Solves A X = B from the factor of A, which has to be one: its diagonal is not looked at.
 ///
 /// a       order n, lda >= max(1, n), as left by potrf
 /// b       n by nrhs, ldb >= max(1, n); right-hand sides in, solutions out
@@ -37,7 +38,7 @@ void posv(char uplo, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, Int& info);
 /// Inverts A from its factor, in place: one triangle of the inverse.
 ///
 /// a       order n, lda >= max(1, n), as left by potrf
-/// info    k: element (k, k) of the factor is exactly zero
+/// info    k: element (k, k) of the factor is exactly zero, a is untouched and no inverse
 template <Scalar T>
 void potri(char uplo, Int n, T* a, Int lda, Int& info);
 

@@ -6,7 +6,7 @@
 #include "base/matrix.hpp"
 #include "base/quotient.hpp"
 #include "blas.hpp"
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
@@ -74,7 +74,7 @@ template <>
 void xgetrf<double>(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
   const Int nb = getrf_panel_width(n);
   const Int k = std::min(m, n);
-  if (nb <= 1 || nb >= k) return getf2(m, n, a, lda, ipiv, info);
+  if (!are_divided(k, nb)) return getf2(m, n, a, lda, ipiv, info);
 
   const Matrix A{a, lda};
   const Int steps = (k + nb - 1) / nb;
@@ -212,8 +212,9 @@ void multiply_by_inverse_of_l_blocked(Int n, Int nb, Matrix<T> A, T* work) {
 template <Scalar T>
 void getri(Int n, T* a, Int lda, const Int* ipiv, T* work, Int lwork, Int& info) {
   info = 0;
-  Int nb = ilaenv(1, RoutineName<T>("GETRI"), " ", n, -1, -1, -1);
-  const T best_lwork = T(static_cast<Real<T>>(n) * static_cast<Real<T>>(nb));
+  const Tuning<T> tuning{.name = RoutineName<T>("GETRI"), .n1 = n};
+  const Int nb = tuning.block_size();
+  const T best_lwork = as_work_size<T>(std::int64_t{n} * nb);
   work[0] = best_lwork;
   const bool query = lwork == -1;
   if (n < 0) info = -1;
@@ -226,15 +227,11 @@ void getri(Int n, T* a, Int lda, const Int* ipiv, T* work, Int lwork, Int& info)
   if (info > 0) return;
 
   const Matrix A{a, lda};
-  Int nbmin = 2;
-  if (nb >= nbmin && nb < n && std::int64_t{lwork} < std::int64_t{n} * nb) {
-    nb = lwork / n;
-    nbmin = std::max(2, ilaenv(2, RoutineName<T>("GETRI"), " ", n, -1, -1, -1));
-  }
-  if (nb < nbmin || nb >= n) {
-    multiply_by_inverse_of_l(n, A, work);
+  const BlockPlan plan = plan_blocks(tuning, {.n = n, .nb = nb, .line = n, .lwork = lwork, .has_crossover = false});
+  if (plan.by_blocks) {
+    multiply_by_inverse_of_l_blocked(n, plan.nb, A, work);
   } else {
-    multiply_by_inverse_of_l_blocked(n, nb, A, work);
+    multiply_by_inverse_of_l(n, A, work);
   }
   for (Int j = n - 1; j >= 1; --j) {
     const Int jp = ipiv[j - 1];

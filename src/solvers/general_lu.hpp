@@ -13,7 +13,7 @@ namespace nuv {
 /// a       m by n, lda >= max(1, m); the matrix in, L and U out
 /// ipiv    min(m, n) row exchanges, out
 /// info    in: zero; out: k if U(k, k) is the first pivot that is exactly zero (the factorisation is complete all the
-///         same), else as it was
+///         same, but nothing can be solved with it), else as it was
 ///
 /// The double-precision member is right-looking and takes its block widths from `ilaenv`; the others are left-looking
 /// (S. Toledo, "Locality of reference in LU decomposition with partial pivoting", SIAM J. Matrix Anal. Appl. 18, 1997,
@@ -29,7 +29,8 @@ void xgetrf<double>(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info);
 template <Scalar T>
 void getf2(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info);
 
-/// Solves op(A) X = B for a general square A from its LU factors.
+/// Solves op(A) X = B for a general square A from its LU factors. A pivot that is zero is not noticed: what is divided
+/// by it is infinite or NaN.
 ///
 /// trans   'N': A, 'T': A^T, 'C': A^H
 /// a       n by n factors, lda >= max(1, n), as left by getrf;  ipiv  n row exchanges, one-based
@@ -42,7 +43,8 @@ void getrs(char trans, Int n, Int nrhs, const T* a, Int lda, const Int* ipiv, T*
 ///
 /// a       n by n, lda >= max(1, n); the matrix in, its factors out;  ipiv  n row exchanges, out
 /// b       n by nrhs, ldb >= max(1, n); right-hand sides in, solutions out
-/// info    0; -k: argument k was bad (reported); k: U(k, k) is exactly zero, the factors are there, b is untouched
+/// info    0; -k: argument k was bad (reported); k: U(k, k) is exactly zero, the factors are there, b is untouched and
+///         no solution
 template <Scalar T>
 void gesv(Int n, Int nrhs, T* a, Int lda, Int* ipiv, T* b, Int ldb, Int& info);
 
@@ -51,7 +53,7 @@ void gesv(Int n, Int nrhs, T* a, Int lda, Int* ipiv, T* b, Int ldb, Int& info);
 /// a       n by n, lda >= max(1, n); factors as left by getrf in, the inverse out;  ipiv  n row exchanges
 /// work    lwork elements; work(1) returns the best lwork
 /// lwork   at least max(1, n), best n times the block size; -1 asks for the best and does nothing else
-/// info    0; -k: argument k was bad (reported); k: U(k, k) is exactly zero, a is untouched
+/// info    0; -k: argument k was bad (reported); k: U(k, k) is exactly zero, a is untouched and no inverse
 template <Scalar T>
 void getri(Int n, T* a, Int lda, const Int* ipiv, T* work, Int lwork, Int& info);
 
@@ -60,8 +62,8 @@ void getri(Int n, T* a, Int lda, const Int* ipiv, T* work, Int lwork, Int& info)
 /// incx    increment of ix through ipiv; positive: i runs from k1 up with ix starting at 1 + (k1 - 1) incx, negative: i
 ///         runs from k2 down with ix starting at 1 + (1 - k2) incx, zero: nothing is done
 ///
-/// The double-precision member finishes one column before the next and swaps whatever ipiv says; the others swap whole
-/// rows and leave out those that stay.
+/// The double-precision member takes a few columns at a time through all interchanges and swaps whatever ipiv says; the
+/// others swap whole rows and leave out those that stay.
 template <Scalar T>
 void laswp(Int n, T* a, Int lda, Int k1, Int k2, const Int* ipiv, Int incx);
 

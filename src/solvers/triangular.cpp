@@ -5,7 +5,7 @@
 #include "base/matrix.hpp"
 #include "base/quotient.hpp"
 #include "blas.hpp"
-#include "environment/tuning.hpp"
+#include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 
@@ -48,8 +48,8 @@ void trtri(char uplo, char diag, Int n, T* a, Int lda, Int& info) {
     if (info != 0) return;
   }
   const char opts[] = {uplo, diag};
-  const Int nb = ilaenv(1, RoutineName<T>("TRTRI"), {opts, 2}, n, -1, -1, -1);
-  if (nb <= 1 || nb >= n) return trti2(uplo, diag, n, a, lda, info);
+  const Int nb = Tuning<T>{RoutineName<T>("TRTRI"), {opts, 2}, n}.block_size();
+  if (!are_divided(n, nb)) return trti2(uplo, diag, n, a, lda, info);
 
   if (same_letter(uplo, 'U')) {
     for (Int j = 1; j <= n; j += nb) {

@@ -16,7 +16,7 @@ namespace nuv {
 template <Scalar T>
 void trtri(char uplo, char diag, Int n, T* a, Int lda, Int& info);
 
-/// The same column by column; makes no test for a zero diagonal.
+/// The same column by column; makes no test for a zero on the diagonal, which leaves infinities and NaN.
 template <Scalar T>
 void trti2(char uplo, char diag, Int n, T* a, Int lda, Int& info);
 

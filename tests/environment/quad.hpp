@@ -163,6 +163,6 @@ using RealPrecisions = testing::Types<float, double>;
 using ComplexPrecisions = testing::Types<std::complex<float>, std::complex<double>>;
 
 /// How many random cases a test takes.
-inline const int cases = is_sanitized ? 20000 : 120000;
+inline const int cases = is_sanitized ? 10000 : 40000;
 
 }  // namespace nuv::test

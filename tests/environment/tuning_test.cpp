@@ -437,9 +437,12 @@ TEST(Crossovers, OfSimpleEigenvalueDrivers) {
 TEST(Crossovers, OfTridiagonalReductions) {
   expect_points(3, {"S", "SYTRD"}, &Sizes::n1, {{-1, 250}, {1, 250}, {5000, 250}}, at_most_one_thread, any_uplo);
   expect_points(3, {"S", "SYTRD"}, &Sizes::n1, {{-1, 600}, {1, 600}, {5000, 600}}, more_threads, any_uplo);
-  expect_points(3, {"D", "SYTRD"}, &Sizes::n1, {{-1, 32}, {0, 200}, {1, 200}, {5000, 200}}, at_most_one_thread,
+  expect_points(3, {"D", "SYTRD"}, &Sizes::n1,
+                {{lowest, 200}, {-3, 200}, {-2, 200}, {-1, 32}, {0, 200}, {1, 200}, {5000, 200}}, at_most_one_thread,
                 any_uplo);
-  expect_points(3, {"D", "SYTRD"}, &Sizes::n1, {{-1, 32}, {0, 500}, {1, 500}, {5000, 500}}, more_threads, any_uplo);
+  expect_points(3, {"D", "SYTRD"}, &Sizes::n1,
+                {{lowest, 500}, {-3, 500}, {-2, 500}, {-1, 32}, {0, 500}, {1, 500}, {5000, 500}}, more_threads,
+                any_uplo);
   expect_points(3, {"C", "HETRD"}, &Sizes::n1, {{-1, 150}, {748, 150}, {749, 150}, {750, 200}, {751, 200}},
                 at_most_one_thread, any_uplo);
   expect_points(3, {"C", "HETRD"}, &Sizes::n1, {{-1, 300}, {749, 300}, {750, 300}}, more_threads, any_uplo);

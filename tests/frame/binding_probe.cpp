@@ -7,17 +7,21 @@
 //   bind_kernels      runs nuv_serv_load_dll           detect        runs nuv_serv_cpu_detect
 //   word              the configuration's result word  clear_word    sets it to zero
 //   find:NAME         runs nuv_serv_load_fun           find_layer:NAME   runs nuv_serv_load_thread_fun
+//   in_process:NAME                     looks the name up in the whole process
 //   bind_lapack bind_oql                run nuv_serv_load_lapack_dll, nuv_serv_load_oql_dll, twice
 //   call_lapack:NAME call_oql:NAME      call what nuv_serv_load_lapack_fun, nuv_serv_load_oql_fun find
 //   report:NAME:LENGTH:CODE             the same three arguments to nuv_serv_xerbla,
 //   report_dll: print: print_stub: print_kernels:   nuv_serv_dll_xerbla, nuv_serv_default_xerbla, xerbla_ of
 //                                       libnuv_lapack, nuv_serv_default_xerbla of the kernel library
 //   bad_dgesv bad_dgetrf                call that routine with a bad argument
+//   unload_and_fork                     opens libnuv_lapack, has it serve a request for memory, closes it, and forks
 //
 // Everything is looked up in libnuv_lapack itself, since another library of the process may hold the same names.
 
 #include <dlfcn.h>
 #include <nuv/nuv_lapack.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -94,6 +98,19 @@ void call_bad_dgetrf() {
   std::printf("dgetrf returned %d\n", info);
 }
 
+void unload_and_fork() {
+  void* lapack = open_library(NUV_LIBRARY_FILE("libnuv_lapack"), RTLD_LOCAL);
+  const auto allocate = reinterpret_cast<decltype(&nuv_serv_allocate)>(dlsym(lapack, "nuv_serv_allocate"));
+  const auto deallocate = reinterpret_cast<decltype(&nuv_serv_deallocate)>(dlsym(lapack, "nuv_serv_deallocate"));
+  deallocate(allocate(100, 128));
+  dlclose(lapack);
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  int status = -1;
+  waitpid(child, &status, 0);
+  std::printf("child %d\n", status);
+}
+
 void print_found(const std::string& name, void* address) {
   std::printf("%s %s\n", name.c_str(), address != nullptr ? "found" : "null");
 }
@@ -139,6 +156,7 @@ const std::map<std::string, Operation> operations = {
     {"clear_word", [](auto&) { IN_LAPACK(__nuv_cfg_file_readed_extern) = 0; }},
     {"find", [](auto& name) { print_found(name, IN_LAPACK(nuv_serv_load_fun)(name.c_str())); }},
     {"find_layer", [](auto& name) { print_found(name, IN_LAPACK(nuv_serv_load_thread_fun)(name.c_str())); }},
+    {"in_process", [](auto& name) { print_found(name, nuv::platform::find_in_process(name.c_str())); }},
     {"bind_lapack",
      [](auto&) {
        void* handle = IN_LAPACK(nuv_serv_load_lapack_dll)();
@@ -163,6 +181,7 @@ const std::map<std::string, Operation> operations = {
      }},
     {"bad_dgesv", [](auto&) { call_bad_dgesv(); }},
     {"bad_dgetrf", [](auto&) { call_bad_dgetrf(); }},
+    {"unload_and_fork", [](auto&) { unload_and_fork(); }},
 };
 
 }  // namespace

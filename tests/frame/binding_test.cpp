@@ -26,6 +26,10 @@ std::string fatal_error(const std::string& loader_text) {
   return "NUV FATAL ERROR: " + loader_text + "\n";
 }
 
+std::string unbound_text(const std::string& name) {
+  return "no library is bound: undefined symbol: " + name;
+}
+
 std::string real_library(const std::string& file) {
   return NUV_LIBRARIES "/" + file;
 }
@@ -146,6 +150,37 @@ TEST_F(KernelBinding, AMissingKernelEndsTheProcess) {
   }
 }
 
+TEST_F(KernelBinding, ItsFunctionsAreBoundWhenTheyAreCalled) {
+  use_fakes("complete");
+  set_tier(4);
+  ASSERT_EQ(dlopen(fake_libraries("complete/" + kpb).c_str(), RTLD_NOW), nullptr) << "a function of it is missing";
+  expect_end(probe({"idamax"}), 0, "idamax 14\n");
+  expect_end(probe({"detect"}), 0, "detect 4\n");
+}
+
+TEST_F(KernelBinding, ItsNamesStayItsOwn) {
+  use_fakes("complete");
+  set_tier(4);
+  const std::string name = "fake_kernels_own_function";
+  for (const char* binding : {"bind_kernels", "detect"}) {
+    const std::string detected = std::string(binding) == "detect" ? "detect 4\n" : "";
+    expect_end(probe({binding, "find:" + name, "in_process:" + name}), 0,
+               detected + name + " found\n" + name + " null\n");
+  }
+}
+
+// The loader would look for it in the whole process, where the stub itself has the name.
+TEST_F(KernelBinding, ANameAskedForBeforeBindingEndsTheProcess) {
+  expect_end(probe({"find:nuv_blas_dgemv"}), 1, unbound_text("nuv_blas_dgemv") + "\n ");
+  set_tier(0);
+  expect_end(probe({"detect", "find:nuv_blas_dgemv"}), 1, "detect 0\n" + unbound_text("nuv_blas_dgemv") + "\n ");
+}
+
+// The library has itself called when the process forks, and so it has to be there.
+TEST_F(KernelBinding, AForkMayFollowTheEndOfTheLibrarysUse) {
+  expect_end(probe({"unload_and_fork"}, "_unlinked"), 0, "child 0\n");
+}
+
 TEST_F(LayerBinding, NoLayerEndsTheProcess) {
   // Its file can be found, and yet it is not brought in.
   ASSERT_TRUE(std::filesystem::exists(real_library(sequential)));
@@ -259,6 +294,17 @@ TEST_F(CompanionBinding, AMissingNameEndsTheProcess) {
   const std::string text = missing_name_text(file, "nuv_no_such_name") + "\n";
   expect_end(probe({"bind_lapack", "call_lapack:nuv_no_such_name"}), 1, "bound once\n" + text);
   expect_end(probe({"bind_oql", "call_oql:nuv_no_such_name"}), 1, "bound once\n" + text);
+}
+
+TEST_F(CompanionBinding, ANameAskedForBeforeBindingEndsTheProcess) {
+  expect_end(probe({"in_process:printf"}), 0, "printf found\n");
+  expect_end(probe({"call_lapack:printf"}), 1, unbound_text("printf") + "\n");
+  expect_end(probe({"call_oql:printf"}), 1, unbound_text("printf") + "\n");
+}
+
+TEST_F(CompanionBinding, ItsNamesStayItsOwn) {
+  use_fakes("complete");
+  expect_end(probe({"bind_oql", "in_process:fake_sibling_number"}), 0, "bound once\nfake_sibling_number null\n");
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 // The configuration file: where it is looked for, how its lines are read, what stands in the tables afterwards.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <nuv/nuv_lapack.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -13,6 +16,7 @@
 #include "base/platform.hpp"
 #include "frame/configuration.hpp"
 #include "frame/frame_test_support.hpp"
+#include "frame/plain_word.hpp"
 
 namespace nuv::test {
 namespace {
@@ -135,6 +139,26 @@ TEST_F(Configuration, ThreadsThatStartAtOnceFindTheSameNames) {
   EXPECT_STREQ(LibraryName(dll_cfg_names_l).text(), "other.so");
   EXPECT_EQ(LibraryName(dll_cfg_names[4]).text(), kpb);
   EXPECT_EQ(nuv_cfg_file(0), 333);
+  unsetenv("NUV_CFG_FILE");
+  forget_configuration();
+}
+
+// Until a run has finished, another thread must make its own. The file is a pipe, which holds the reader up.
+TEST_F(Configuration, ARunCountsOnceItHasFinished) {
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  setenv("NUV_CFG_FILE", pipe.c_str(), 1);
+  const int writer = open(pipe.c_str(), O_RDWR);
+  std::thread reader([] { EXPECT_EQ(nuv_cfg_file(0), -777); });
+  const std::string line = "nuv_sse2so=two.so\n";
+  EXPECT_EQ(write(writer, line.data(), line.size()), static_cast<ssize_t>(line.size()));
+  while (LibraryName(dll_cfg_names[2]).text() != std::string("two.so")) std::this_thread::yield();
+  EXPECT_EQ(plain_load(cfg_file_readed), 0);
+  EXPECT_EQ(plain_load(__nuv_cfg_file_readed_extern), 0);
+  close(writer);
+  reader.join();
+  EXPECT_EQ(cfg_file_readed, 1);
+  EXPECT_EQ(__nuv_cfg_file_readed_extern, -777);
   unsetenv("NUV_CFG_FILE");
   forget_configuration();
 }
@@ -468,6 +492,25 @@ TEST_F(Configuration, SearchPathHeedsTheRoom) {
             "search 0 [untouched]\nsearch 0 [untouched]\n");
   EXPECT_EQ(run({{"PATH", "/"}}, {"search:/" + fits, "search://" + fits}),
             "search 1023 [//" + fits + "]\nsearch 0 [untouched]\n");
+}
+
+/// Bytes that the allocator has given and not got back.
+std::size_t bytes_held() {
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+TEST_F(Configuration, SearchPathGivesItsMemoryBack) {
+  folder.file("some.file", "");
+  const std::string variable = getenv("PATH"), path(1 << 20, '/');
+  for (const std::string& element : {folder.path().string(), std::string("/nowhere")}) {
+    setenv("PATH", (element + ":" + path).c_str(), 1);
+    char result[name_room];
+    const std::size_t before = bytes_held();
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(SearchPath("", "some.file", "", 0, result) > 0, element != "/nowhere");
+    EXPECT_LT(bytes_held(), before + path.size());
+  }
+  setenv("PATH", variable.c_str(), 1);
 }
 
 // --------------------------------------------------------------------------------------------------- string helpers

@@ -12,6 +12,7 @@
 #include "binding_probe_support.hpp"
 #include "routines.hpp"
 #include "support/precisions.hpp"
+#include "watched_stream.hpp"
 
 namespace nuv::test {
 namespace {
@@ -188,6 +189,18 @@ TEST(DefaultHandler, ReadsTheNameNoFurtherThanItsLength) {
   EXPECT_EXIT(report(6), testing::ExitedWithCode(0), "on entry to IJKLMN\n");
   EXPECT_EXIT(report(14), testing::ExitedWithCode(0), "on entry to ABCDEFGHIJKL\n");
   munmap(pages, 2 * page);
+}
+
+// So that lines of two threads stay whole.
+TEST(DefaultHandler, PrintsALineInOneCall) {
+  for (const int code : {4, 0, 1000, 1001}) {
+    int calls = 0;
+    {
+      const WatchedStream watched(stderr, [&] { ++calls; });
+      nuv_serv_default_xerbla("DGESV ", &code, 6);
+    }
+    EXPECT_EQ(calls, 1) << "code " << code;
+  }
 }
 
 class HandlerInTheProcess : public ProbeTest {

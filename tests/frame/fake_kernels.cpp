@@ -4,6 +4,14 @@
 
 extern "C" {
 
+/// Found nowhere, which keeps a loader from binding this library's functions before they are called.
+void fake_kernels_missing_function();
+
+/// A name that no other library has.
+void fake_kernels_own_function() {
+  fake_kernels_missing_function();
+}
+
 int nuv_blas_idamax(const int*, const double*, const int*) {
   return NUV_FAKE_NUMBER;
 }

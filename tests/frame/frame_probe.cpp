@@ -6,6 +6,8 @@
 //   detect         runs nuv_serv_cpu_detect      state          processor tier and kernel library in use
 //   load           runs nuv_serv_load_dll        unbind         forgets the kernel library
 //   opened         paths tried with fopen        held           files that are open now and were not at the start
+//   tier:NUMBER    sets the processor tier       tell_opens     from now on, what dlopen is asked while what is bound
+//   meanwhile:OPERATION                          runs it in another thread during the next call of dlopen
 //
 // Texts stand in square brackets, so that blanks and carriage returns at their ends are seen.
 
@@ -20,6 +22,8 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "frame/binding.hpp"
@@ -60,12 +64,32 @@ void search(const std::string& name) {
   std::printf("search %d [%s]\n", length, result);
 }
 
+const char* bound_kernels() {
+  if (nuv::nuv_serv_dll_handle == nullptr) return "none";
+  const void* name = dlsym(nuv::nuv_serv_dll_handle, "nuv_fake_kernel_name");
+  return name != nullptr ? static_cast<const char*>(name) : "no kernel library";
+}
+
 void print_state() {
-  const char* kernel = "none";
-  if (nuv::nuv_serv_dll_handle != nullptr) {
-    kernel = static_cast<const char*>(dlsym(nuv::nuv_serv_dll_handle, "nuv_fake_kernel_name"));
+  std::printf("state %d %s\n", nuv::nuv_cpu_type, bound_kernels());
+}
+
+bool opens_are_told = false;
+
+/// What another thread does during the next call of dlopen.
+std::function<void()> meanwhile;
+
+using Operations = std::map<std::string, std::function<void(const std::string& argument)>>;
+
+/// Runs what is written as NAME or NAME:ARGUMENT.
+void run(const Operations& operations, const std::string& text) {
+  const auto colon = text.find(':');
+  const auto operation = operations.find(text.substr(0, colon));
+  if (operation == operations.end()) {
+    std::fprintf(stderr, "frame_probe: no operation '%s'\n", text.c_str());
+    std::exit(2);
   }
-  std::printf("state %d %s\n", nuv::nuv_cpu_type, kernel);
+  operation->second(colon == std::string::npos ? "" : text.substr(colon + 1));
 }
 
 void print_held(const std::set<std::string>& at_start) {
@@ -84,9 +108,15 @@ extern "C" std::FILE* fopen64(const char* path, const char* mode) {
   return open_and_note(path, mode, "fopen64");
 }
 
+extern "C" void* dlopen(const char* file, int mode) noexcept {
+  if (opens_are_told) std::printf("dlopen [%s], bound: %s\n", file, bound_kernels());
+  if (const auto work = std::exchange(meanwhile, nullptr)) std::thread(work).join();
+  return reinterpret_cast<decltype(&dlopen)>(dlsym(RTLD_NEXT, "dlopen"))(file, mode);
+}
+
 int main(int argument_count, char** arguments) {
   const std::set<std::string> at_start = open_files();
-  const std::map<std::string, std::function<void(const std::string&)>> operations = {
+  const Operations operations = {
       {"cfg", [](const std::string& argument) { std::printf("cfg %d\n", nuv_cfg_file(std::stoi(argument))); }},
       {"word", [](const std::string&) { std::printf("word %d\n", __nuv_cfg_file_readed_extern); }},
       {"tables", [](const std::string&) { print_tables(); }},
@@ -100,16 +130,10 @@ int main(int argument_count, char** arguments) {
          for (const std::string& path : opened_paths()) std::printf("open [%s]\n", path.c_str());
        }},
       {"held", [&](const std::string&) { print_held(at_start); }},
+      {"tier", [](const std::string& number) { nuv::nuv_cpu_type = std::stoi(number); }},
+      {"tell_opens", [](const std::string&) { opens_are_told = true; }},
+      {"meanwhile", [&](const std::string& text) { meanwhile = [&operations, text] { run(operations, text); }; }},
   };
-  for (int i = 1; i < argument_count; ++i) {
-    const std::string text = arguments[i];
-    const auto colon = text.find(':');
-    const auto operation = operations.find(text.substr(0, colon));
-    if (operation == operations.end()) {
-      std::fprintf(stderr, "frame_probe: no operation '%s'\n", arguments[i]);
-      return 2;
-    }
-    operation->second(colon == std::string::npos ? "" : text.substr(colon + 1));
-  }
+  for (int i = 1; i < argument_count; ++i) run(operations, arguments[i]);
   return 0;
 }

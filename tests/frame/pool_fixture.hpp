@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "frame/lock.hpp"
 #include "frame/pool.hpp"
 #include "frame/pool_model.hpp"
 

@@ -117,6 +117,13 @@ void* PoolModel::allocate(std::uint32_t size, std::int32_t alignment, std::uintp
     fill(*smaller, size, alignment, thread);
     return smaller->mem_align;
   }
+  for (Slot& slot : slots) {
+    if (slot.mem != nullptr || slot.mem_in_use == 0) continue;
+    mem_total_allocated -= slot.mem_size_r;
+    mem_total_used -= slot.mem_size_r;
+    fill(slot, size, alignment, thread);
+    return slot.mem_align;
+  }
   return allocator_.allocate(size);
 }
 

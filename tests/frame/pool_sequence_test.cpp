@@ -28,7 +28,7 @@ class PoolAgainstModel : public Pool, public testing::WithParamInterface<unsigne
     const int alignments[] = {0, 4, 8, 16, 128, 128, 128, 4096};
     const unsigned size = some_size();
     const int alignment = alignments[below(std::size(alignments))];
-    if (below(50) == 0) {
+    if (below(20) == 0) {
       fake.answers.push_back(nullptr);
       model_allocator.answers.push_back(nullptr);
     }
@@ -38,7 +38,7 @@ class PoolAgainstModel : public Pool, public testing::WithParamInterface<unsigne
       EXPECT_EQ(model.allocate(size, alignment, pthread_self()), pointer);
     };
     below(20) == 0 ? in_another_thread(work) : work();
-    pointers.push_back(pointer);
+    if (pointer != nullptr || below(8) == 0) pointers.push_back(pointer);
   }
 
   // Mostly a block that is out, now and then one that came back long ago or a null pointer.
@@ -89,6 +89,8 @@ class PoolAgainstModel : public Pool, public testing::WithParamInterface<unsigne
 };
 
 TEST_P(PoolAgainstModel, AnySequenceLeavesTheSameState) {
+  // Every other sequence begins with a table that is nearly full.
+  for (int i = 0; i < 1000 && GetParam() % 2 == 0; ++i) allocate();
   // Runs of mostly requests, to fill the table, alternate with runs of mostly releases.
   for (int step = 0; step < 12000; ++step) {
     const unsigned releases = step / 1500 % 2 == 0 ? 35 : 65;

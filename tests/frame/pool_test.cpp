@@ -1,14 +1,33 @@
 // The workspace pool: which slot serves a request, what the counters say, when blocks go back to the allocator.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <nuv/nuv_lapack.h>
 
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "frame/pool.hpp"
 #include "frame/pool_fixture.hpp"
+#include "frame/watched_stream.hpp"
+
+namespace nuv::test {
+namespace {
+
+/// Whether the lock was held each time that a variable of the pool was read.
+std::vector<bool> lock_was_held_for_variables;
+
+}  // namespace
+}  // namespace nuv::test
+
+// The pool's reads of its variables come here first.
+extern "C" char* getenv(const char* name) noexcept {
+  if (std::strncmp(name, "NUV_", 4) == 0) nuv::test::lock_was_held_for_variables.push_back(nuv::test::lock_is_held());
+  return reinterpret_cast<decltype(&getenv)>(dlsym(RTLD_NEXT, "getenv"))(name);
+}
 
 namespace nuv::test {
 namespace {
@@ -266,6 +285,17 @@ TEST_P(PoolVariable, IsReadByEachEntryThatNeedsIt) {
 INSTANTIATE_TEST_SUITE_P(Both, PoolVariable, testing::Values("NUV_DISABLE_FAST_MM", "NUV_MM_DISABLE"),
                          [](const auto& info) { return std::string(info.param); });
 
+TEST_F(Pool, TheEnvironmentIsReadUnderTheLock) {
+  const std::function<void()> readers[] = {[] { NUV_read_env(); }, [] { nuv_serv_allocate(10, 0); },
+                                           [] { nuv_serv_deallocate(nullptr); }};
+  for (const auto& read : readers) {
+    env_readed = disable_fast_mm = -1;
+    lock_was_held_for_variables.clear();
+    read();
+    EXPECT_EQ(lock_was_held_for_variables, (std::vector<bool>{true, true}));
+  }
+}
+
 TEST_F(Pool, AnEmptyFirstVariableLeavesTheSecondToDecide) {
   setenv("NUV_DISABLE_FAST_MM", "", 1);
   setenv("NUV_MM_DISABLE", "1", 1);
@@ -462,6 +492,15 @@ TEST_F(FullPool, IdleBlocksOfOtherThreadsAreNoHelp) {
   EXPECT_EQ(pool.mem_in_use[5], 0);
 }
 
+TEST_F(FullPool, TrimmedSlotsAreNoHelp) {
+  for (void* block : blocks) nuv_serv_deallocate(block);
+  nuv_free_extra_mem();
+  fake.take_events();
+  nuv_serv_allocate(1000, 128);
+  EXPECT_EQ(fake.take_events(), Events{"+1000"});
+  expect_counters(1024, 0, 0, 0);
+}
+
 TEST_F(FullPool, NothingIsWrittenPastTheTable) {
   // The last slot holds a block without a size, so that the next request would go to the slot behind it.
   pool.mem_size_r[1023] = pool.mem_size[1023] = 0;
@@ -496,6 +535,73 @@ TEST_F(Pool, ARefusalIsHandedOnAndCountsLikeABlock) {
   EXPECT_EQ(pool.mem_in_use[0], 0) << "the null pointer finds the refused slot";
   EXPECT_EQ(nuv_serv_allocate(1000, 128), nullptr) << "and the slot serves again with what it has";
 }
+
+TEST_F(FullPool, ASlotWhoseRequestWasRefusedServesAgain) {
+  for (const unsigned slot : {300, 700}) {
+    nuv_serv_deallocate(blocks[slot]);
+    fake.answers = {nullptr};
+    EXPECT_EQ(nuv_serv_allocate(9000, 0), nullptr) << "in place of a smaller block";
+  }
+  const unsigned others = total - 1300 - 1700;
+  expect_counters(1024, 1024, others + 9000 + 9000, others + 9000 + 9000);
+  fake.take_events();
+
+  fake.answers = {address(0x1010)};
+  in_another_thread([&] {
+    EXPECT_EQ(nuv_serv_allocate(500, 128), address(0x1080));
+    EXPECT_EQ(pool.mem_th[300], pthread_self());
+  });
+  EXPECT_EQ(fake.take_events(), Events{"+628"});
+  EXPECT_EQ(pool.mem[300], address(0x1010));
+  EXPECT_EQ(pool.mem_align[300], address(0x1080));
+  EXPECT_EQ(pool.mem_size[300], 500u);
+  EXPECT_EQ(pool.mem_size_r[300], 628u);
+  expect_counters(1024, 1024, others + 628 + 9000, others + 628 + 9000);
+
+  fake.answers = {nullptr};
+  EXPECT_EQ(nuv_serv_allocate(600, 0), nullptr) << "refused once more, and in the other slot";
+  expect_counters(1024, 1024, others + 628 + 600, others + 628 + 600);
+  EXPECT_NE(nuv_serv_allocate(800, 0), nullptr);
+  expect_counters(1024, 1024, others + 628 + 800, others + 628 + 800);
+  EXPECT_EQ(fake.take_events(), (Events{"+600", "+800"}));
+  nuv_serv_allocate(800, 128);
+  EXPECT_EQ(fake.take_events(), Events{"+800"}) << "beside a table that is full of blocks";
+}
+
+TEST_F(FullPool, ASmallerBlockIsReplacedBeforeARefusedSlotServes) {
+  nuv_serv_deallocate(blocks[300]);
+  fake.answers = {nullptr};
+  nuv_serv_allocate(9000, 0);
+  nuv_serv_deallocate(blocks[700]);
+  fake.take_events();
+  nuv_serv_allocate(9001, 0);
+  EXPECT_EQ(fake.take_events(), (Events{freed(blocks[700]), "+9001"}));
+}
+
+class PoolAfterRefusals : public Pool, public testing::WithParamInterface<int> {};
+
+TEST_P(PoolAfterRefusals, ServesWhenMemoryIsBack) {
+  i_malloc = [](std::size_t) -> void* { return nullptr; };
+  for (int i = 0; i < GetParam(); ++i) EXPECT_EQ(nuv_serv_allocate(100 + i % 7, 128), nullptr);
+  i_malloc = std::malloc;
+  i_free = std::free;
+
+  std::vector<void*> blocks;
+  for (unsigned i = 0; i < pool_slots; ++i) {
+    void* block = nuv_serv_allocate(1000 + i, 128);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 128, 0u);
+    nuv_serv_deallocate(block);
+    EXPECT_EQ(nuv_serv_allocate(1000 + i, 128), block) << "the pool kept it";
+    blocks.push_back(block);
+  }
+  const unsigned total = pool_slots * 1128 + pool_slots * (pool_slots - 1) / 2;
+  expect_counters(pool_slots, pool_slots, total, total);
+  for (void* block : blocks) nuv_serv_deallocate(block);
+  nuv_free_extra_mem();
+  expect_counters(pool_slots, 0, 0, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Refusals, PoolAfterRefusals, testing::Values(1024, 1100, 5000));
 
 TEST_F(Pool, ARefusalBesideThePoolIsHandedOnToo) {
   fake.answers = {nullptr};
@@ -562,6 +668,17 @@ TEST_F(Pool, TotalsAreReportedAsSignedNumbers) {
   testing::internal::CaptureStdout();
   nuv_serv_freebuffers();
   EXPECT_NE(testing::internal::GetCapturedStdout().find("Alocated   -1294967296\nused       -1\n"), std::string::npos);
+}
+
+TEST_F(Pool, TheReportIsPrintedUnderTheLock) {
+  nuv_serv_allocate(10, 0);
+  std::vector<bool> lock_was_held_for_lines;
+  {
+    const WatchedStream watched(stdout, [&] { lock_was_held_for_lines.push_back(lock_is_held()); });
+    nuv_serv_freebuffers();
+  }
+  EXPECT_FALSE(lock_was_held_for_lines.empty());
+  for (const bool it_was : lock_was_held_for_lines) EXPECT_TRUE(it_was);
 }
 
 TEST_F(Pool, FreebuffersFreesBlocksInUseToo) {

@@ -170,7 +170,8 @@ TEST_F(Tier, OverridesBeatTheHardware) {
 }
 
 TEST_F(Tier, OtherTextsLeaveTheHardwareToDecide) {
-  for (const char* text : {"", "5", "9", "-2", "-1", "abc", "00", "0x3", "0 ", " 0", "+0", "-0", "x3", "40"}) {
+  for (const char* text : {"", "5", "9", "-2", "-1", "abc", "00", "0x3", "0 ", " 0", "+0", "-0", "x3", "40",
+                           "4294967298", "-4294967294", "18446744073709551618", "99999999999999999999999"}) {
     setenv("NUV_PROCESSOR_TIER", text, 1);
     EXPECT_EQ(detect_tier(), tier_of_this_processor()) << text;
     EXPECT_EQ(run_on(with(sse | sse2), detect_tier).result, 2) << text;
@@ -324,9 +325,40 @@ TEST_F(Loader, AFailedTierOneReadsAsUndetected) {
   configure();
   spoil("k1.so");
   EXPECT_EQ(output("1", {"load", "state", "load", "state"}), "state -1 zero\nstate -1 zero\n");
-  // Detecting again tries the tier's file again, and what comes of it is stored over the handle.
-  EXPECT_EQ(output("1", {"load", "detect", "state", "load", "state"}), "detect 0\nstate -1 none\nstate -1 zero\n");
+  // Detecting again tries the tier's file again, and the library that is bound stays.
+  EXPECT_EQ(output("1", {"load", "detect", "state", "load", "state"}), "detect 0\nstate -1 zero\nstate -1 zero\n");
   EXPECT_EQ(output("1", {"detect", "word", "detect", "word"}), "detect 0\nword -777\ndetect 0\nword 333\n");
+}
+
+// The tier is known before the configuration was read: another thread is about to.
+TEST_F(Loader, AnUnfilledTableIsFilledBeforeTheFallbackIsOpened) {
+  configure();
+  EXPECT_EQ(output("2", {"tier:2", "load", "state", "word"}), "state 2 zero\nword -777\n");
+  EXPECT_EQ(output("2", {"cfg:0", "tier:2", "load", "word"}), "cfg -777\nword -777\n") << "a filled one is left alone";
+}
+
+// ------------------------------------------------------------------------------------------- threads that race to bind
+
+// A second thread comes while the first is opening the tier's library: it sees a tier and no handle, and binds the
+// fallback. Then the first comes back without a library, which must not undo that.
+TEST_F(Loader, AFailedOpenLeavesWhatAnotherThreadHasBound) {
+  remove(kpb);
+  const std::string opens = "dlopen [" + kpb + "], bound: none\ndlopen [" + kpa + "], bound: none\n";
+  EXPECT_EQ(output("4", {"tell_opens", "meanwhile:load", "load", "state"}),
+            opens + "dlopen [" + kpa + "], bound: zero\nstate -4 zero\n");
+  EXPECT_EQ(output("4", {"tell_opens", "meanwhile:load", "detect", "state"}), opens + "detect 0\nstate -4 zero\n");
+}
+
+TEST_F(Loader, TheFirstLibraryThatIsBoundStays) {
+  EXPECT_EQ(output("4", {"meanwhile:load", "load", "state"}), "state 4 zero\n");
+  EXPECT_EQ(output("4", {"meanwhile:load", "detect", "state"}), "detect 4\nstate 4 zero\n");
+}
+
+TEST_F(Loader, BetweenTierAndHandleTheTiersLibraryServesWhereThereIsNoFallback) {
+  remove(kpa);
+  EXPECT_EQ(output("4", {"tell_opens", "meanwhile:load", "load", "state"}),
+            "dlopen [" + kpb + "], bound: none\ndlopen [" + kpa + "], bound: none\ndlopen [" + kpb +
+                "], bound: none\nstate 4 four\n");
 }
 
 TEST_F(Loader, WithoutAFallbackOnlyOneOfTheLoadersEndsTheProcess) {

@@ -12,11 +12,19 @@
 #include <iterator>
 #include <string>
 
+#include "base/instruction_set.hpp"
 #include "base/platform.hpp"
 #include "frame_test_support.hpp"
 #include "invented_targets.hpp"
 
-extern "C" void call_with_registers(nuv::test::RegisterImage* image, void* function, int width);
+extern "C" {
+void call_with_registers(nuv::test::RegisterImage* image, void* function, int width);
+
+const char* own_set();
+
+/// How often the stubs of dispatch and the entries of bodies did not know where to go.
+extern int stubs_bound, entries_bound;
+}
 
 namespace nuv::test {
 namespace {
@@ -216,8 +224,12 @@ TEST_P(EachFamily, DisturbsNoRegister) {
 TEST_P(EachFamily, AsksOnce) {
   in_child([](auto& family, Findings& findings) {
     const int expected = family == "layer" ? layer_number : configured_number;
-    findings.expect_equal("number", STUB(family, file_number)(), expected);
-    findings.expect_equal("number", STUB(family, file_number)(), expected);
+    for (int call = 1; call <= 3; ++call) {
+      findings.expect_equal("number", STUB(family, file_number)(), expected);
+      findings.expect_equal("stubs bound after call " + std::to_string(call), stubs_bound, 1);
+    }
+    STUB(family, half)(3);
+    findings.expect_equal("stubs bound after the call of another", stubs_bound, 2);
   });
 }
 
@@ -291,6 +303,22 @@ TEST_F(StubPattern, TheFallbackServesWhereTheTiersFileIsAbsent) {
     findings.expect_equal("number", STUB(configured_kernel, file_number)(), fallback_number);
     findings.expect_equal("tier", nuv_serv_cpu_detect(), -2);
   });
+}
+
+// An entry chooses the body for the instruction set in use, and keeps it.
+TEST(IsaEntry, ChoosesOnce) {
+  const int widest = static_cast<int>(widest_instruction_set());
+  for (int set = 0; set <= widest; ++set) {
+    setenv("NUV_ISA", instruction_set_names[set], 1);
+    expect_in_child([&](Findings& findings) {
+      for (int call = 1; call <= 3; ++call) {
+        const std::string expected = instruction_set_names[set];
+        findings.expect_equal("body of " + expected, own_set() == expected, true);
+        findings.expect_equal("entries bound after call " + std::to_string(call), entries_bound, 1);
+      }
+    });
+  }
+  unsetenv("NUV_ISA");
 }
 
 }  // namespace

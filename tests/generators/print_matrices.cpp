@@ -71,12 +71,8 @@ void print_with_eigenvalues(const std::string& name, Int n, char sim, Int kl, In
   Made<T> made{n};
   std::vector<T> d(n);
   std::vector<R> ds(n);
-  const auto make = [&](auto... ei) {
-    routine_call::latme(n, 'S', made.seed.data(), d.data(), 5, R(100), T(3), ei..., 'T', 'T', sim, ds.data(), 3, R(10),
-                        kl, ku, R(-1), made.array(), made.work.data(), made.info);
-  };
-  if constexpr (RealScalar<T>) make(" ");
-  else make();
+  routine_call::latme(n, 'S', made.seed.data(), d.data(), 5, R(100), T(3), " ", 'T', 'T', sim, ds.data(), 3, R(10), kl,
+                      ku, R(-1), made.array(), made.work.data(), made.info);
   made.print(name);
 }
 

@@ -29,28 +29,6 @@ void expect_failure(const Options<T>& options, Random& random, Int info) {
   EXPECT_EQ(latmr(options, Arrays<T>(options, random)).info, info);
 }
 
-TYPED_TEST(RandomMatrixChecks, TellsWhichDiagonalCouldNotBeMade) {
-  using T = TypeParam;
-  // A NaN is not below one; only the making of a diagonal refuses it.
-  const std::vector<ErrorReport> refused = {{reported_name<T>("LATM1"), 3}};
-  Options<T> options;
-  options.grade = 'B';
-  options.cond = nan<T>;
-  expect_failure(options, this->random, 1);
-  EXPECT_EQ(take_error_reports(), refused);
-  options.cond = 2;
-  options.condl = nan<T>;
-  expect_failure(options, this->random, 3);
-  EXPECT_EQ(take_error_reports(), refused);
-  options.condl = 2;
-  options.condr = nan<T>;
-  expect_failure(options, this->random, 4);
-  EXPECT_EQ(take_error_reports(), refused);
-  // Gradings that have no use for it do not look at it.
-  options.grade = 'L';
-  expect_failure(options, this->random, 0);
-}
-
 TYPED_TEST(RandomMatrixChecks, CannotScaleAZeroDiagonal) {
   using T = TypeParam;
   // Logarithms spread down to minus infinity.
@@ -266,6 +244,20 @@ TYPED_TEST(RandomMatrixChecks, ChecksTheDivisorsOfAGrading) {
   expect_position<T>(16, [](Call& call) {
     call.options.grade = 'R';
     call.options.model = call.options.moder = 9;
+  });
+}
+
+TYPED_TEST(RandomMatrixChecks, RefusesNaNAsACondition) {
+  using T = TypeParam;
+  using Call = LatmrCall<T>;
+  expect_position<T>(8, [](Call& call) { call.options.cond = nan<T>; });
+  expect_position<T>(14, [](Call& call) { call.options.condl = nan<T>; });
+  expect_position<T>(17, [](Call& call) { call.options.condr = nan<T>; });
+  // Modes and gradings that have no use for it do not look at it.
+  expect_position<T>(0, [](Call& call) {
+    call.options.grade = 'L';
+    call.options.mode = 6;
+    call.options.cond = call.options.condr = nan<T>;
   });
 }
 

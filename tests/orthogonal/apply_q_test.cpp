@@ -5,6 +5,7 @@
 
 #include "orthogonal/products_with_q.hpp"
 #include "support/argument_checks.hpp"
+#include "support/memory_requests.hpp"
 #include "support/sanitized.hpp"
 
 namespace nuv::test {
@@ -160,12 +161,12 @@ TYPED_TEST(ApplyQ, TakesFromThePoolWhatTheCallerDoesNotGive) {
       const GuardedMatrix<T> expected = product.template compute_by<ByLayer>(best).C;
       for (const Int lwork : {s.nw, s.nw + 1, best / 2, best - 1, best, best + 1}) {
         SCOPED_TRACE(lwork);
-        const WatchedPool pool;
+        const MemoryRequests memory;
         const Computed<T> computed = product.template compute_by<ByLayer>(lwork);
         EXPECT_TRUE(computed.C.same_as(expected));
         EXPECT_EQ(computed.work(1), T(Real<T>(best)));
-        EXPECT_EQ(pool.was_asked_for(std::size_t(best) * sizeof(T)), lwork < best);
-        EXPECT_EQ(pool.blocks_in_use(), 0);
+        EXPECT_EQ(memory.included(std::size_t(best) * sizeof(T)), lwork < best);
+        EXPECT_EQ(memory.kept(), 0);
         if (lwork < best) {
           EXPECT_TRUE(computed.work.unchanged_outside(1, 1));
         }
@@ -180,9 +181,9 @@ TYPED_TEST(ApplyQ, AsksThePoolForNothingItself) {
     // Products of such sizes are formed without packed copies, which would come from the pool.
     for_each_product<T>(this->random, {40, 30, 36}, [&](const ProductWithQ<T>& product) {
       ASSERT_TRUE(product.goes_by_blocks());
-      const WatchedPool pool;
+      const MemoryRequests memory;
       product.template compute_by<ByLayer>(product.best_lwork());
-      EXPECT_EQ(pool.requests(), 0u);
+      EXPECT_EQ(memory.count(), 0);
     });
   }
 }
@@ -192,9 +193,9 @@ TYPED_TEST(ApplyQ, AsksThePoolForNothingWhereItGoesOneByOne) {
   const Int nb = ComplexScalar<T> ? 32 : 16;
   for (const ProductSizes& s : {ProductSizes{40, 30, nb}, {40, 30, 3}, {40, 30, 0}, {0, 30, 0}}) {
     for_each_product<T>(this->random, s, [&](const ProductWithQ<T>& product) {
-      const WatchedPool pool;
+      const MemoryRequests memory;
       product.template compute_by<ByLayer>(s.nw);
-      EXPECT_EQ(pool.requests(), 0u);
+      EXPECT_EQ(memory.count(), 0);
     });
   }
 }
@@ -206,37 +207,15 @@ TYPED_TEST(ApplyQ, GoesOnOneReflectorAfterAnotherWithoutMemory) {
       const Int best = product.best_lwork();
       for (const Int lwork : {s.nw, best - 1}) {
         SCOPED_TRACE(lwork);
-        const WatchedPool pool(false);
+        const MemoryRequests memory(MemoryRequests::all);
         const Computed<T> computed = product.template compute_by<ByLayer>(lwork);
-        EXPECT_TRUE(pool.was_asked_for(std::size_t(best) * sizeof(T)));
+        EXPECT_TRUE(memory.included(std::size_t(best) * sizeof(T)));
         EXPECT_TRUE(computed.C.same_as(product.one_by_one()));
         EXPECT_EQ(computed.work(1), T(Real<T>(best)));
       }
     });
     // Nobody hears of it.
     EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
-  }
-}
-
-TYPED_TEST(ApplyQ, GoesByBlocksInAFullWorkspaceWithoutMemory) {
-  using T = TypeParam;
-  for (const ProductSizes& s : workspace_sizes) {
-    for_each_product<T>(this->random, s, [&](const ProductWithQ<T>& product) {
-      ASSERT_TRUE(product.goes_by_blocks());
-      const Int best = product.best_lwork();
-      const GuardedMatrix<T> expected = product.template compute_by<ByLayer>(best).C;
-      const WatchedPool pool(false);
-      const Computed<T> computed = product.template compute_by<ByLayer>(best);
-      EXPECT_FALSE(pool.was_asked_for(std::size_t(best) * sizeof(T)));
-      EXPECT_EQ(computed.work(1), T(Real<T>(best)));
-      EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(s.k, product.block_size())));
-      if (ComplexScalar<T>) return;  // without factors C is anything
-      EXPECT_LT(product.error_of(computed.C), threshold);
-      // Of the smallest sizes no operand of a product is packed in memory from the pool.
-      if (s.nq * s.nw <= 1200) {
-        EXPECT_TRUE(computed.C.same_as(expected));
-      }
-    });
   }
 }
 

@@ -1,10 +1,7 @@
 // Blocks of reflectors: larf2, larft, larfb.
 
-#include <nuv/nuv_lapack.h>
-
-#include <cstdlib>
-
 #include "orthogonal/reflectors.hpp"
+#include "support/memory_requests.hpp"
 #include "support/options.hpp"
 #include "support/reported_errors.hpp"
 #include "support/sanitized.hpp"
@@ -223,10 +220,10 @@ TYPED_TEST(BlockReflector, ReportsThatThereIsNoMemoryForItsFactor) {
   for (const Form& form : forms) {
     ReflectorBlock<T> block(this->random, form, 30, 20);
     GuardedMatrix<T> t(20, 20, 20);
-    nuv_free_extra_mem();
-    i_malloc = [](std::size_t) -> void* { return nullptr; };
-    routine_call::larft(form.direct, form.storev, 30, 20, block.V, block.tau.data(), t);
-    i_malloc = std::malloc;
+    {
+      const MemoryRequests memory(MemoryRequests::all);
+      routine_call::larft(form.direct, form.storev, 30, 20, block.V, block.tau.data(), t);
+    }
     if (ComplexScalar<T>) {
       const std::vector<ErrorReport> expected = {{reported_name<T>("LARFT"), 1000}};
       EXPECT_EQ(take_error_reports(), expected);
@@ -240,22 +237,15 @@ TYPED_TEST(BlockReflector, ReportsThatThereIsNoMemoryForItsFactor) {
 
 TYPED_TEST(BlockReflector, AsksForOneVectorAndGivesItBack) {
   using T = TypeParam;
-  static std::vector<std::size_t> asked;
   for (const Form& form : forms) {
     SCOPED_TRACE(to_string(form));
-    // One block of columns, so that nothing but its own vector is asked for. A block that is given back serves the
-    // next call.
-    nuv_free_extra_mem();
-    NUV_shrink_mem_slots();
-    asked.clear();
-    i_malloc = [](std::size_t size) { return asked.push_back(size), std::malloc(size); };
-    for (int repeat = 0; repeat < 5; ++repeat) {
-      ReflectorBlock<T> block(this->random, form, 300, 10);
-      blocked_factor(block);
-    }
-    i_malloc = std::malloc;
-    constexpr std::size_t room_to_align = 128;
-    EXPECT_EQ(asked, ComplexScalar<T> ? std::vector{300 * sizeof(T) + room_to_align} : std::vector<std::size_t>());
+    // One block of columns, so that nothing but its own vector is asked for.
+    ReflectorBlock<T> block(this->random, form, 300, 10);
+    const MemoryRequests memory;
+    blocked_factor(block);
+    EXPECT_EQ(memory.count(), ComplexScalar<T> ? 1 : 0);
+    EXPECT_EQ(memory.included(300 * sizeof(T)), ComplexScalar<T>);
+    EXPECT_EQ(memory.kept(), 0);
   }
 }
 

@@ -7,9 +7,7 @@
 #include <cmath>
 #include <vector>
 
-#include "layer.hpp"
 #include "orthogonal/reflectors.hpp"
-#include "x_variants.hpp"
 
 namespace nuv::test {
 
@@ -32,26 +30,6 @@ inline constexpr Form qr_form = forms[0], lq_form = forms[1], ql_form = forms[2]
 /// How many lines of the matrix the workspace has room for one of each of: rows for LQ and RQ, columns for QR and QL.
 inline Int lines_of(const Form& form, const Shape& shape) {
   return form.columnwise() ? shape.n : shape.m;
-}
-
-template <Scalar T>
-void call_blocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int lwork, Int& info) {
-  if (form.columnwise()) {
-    form.forward() ? layer::geqrf(m, n, A, tau, work, lwork, info)
-                   : routine_call::geqlf(m, n, A, tau, work, lwork, info);
-  } else {
-    form.forward() ? routine_call::gelqf(m, n, A, tau, work, lwork, info)
-                   : routine_call::gerqf(m, n, A, tau, work, lwork, info);
-  }
-}
-
-template <Scalar T>
-void call_unblocked(const Form& form, Int m, Int n, Matrix<T> A, T* tau, T* work, Int& info) {
-  if (form.columnwise()) {
-    form.forward() ? routine_call::geqr2(m, n, A, tau, work, info) : routine_call::geql2(m, n, A, tau, work, info);
-  } else {
-    form.forward() ? routine_call::gelq2(m, n, A, tau, work, info) : routine_call::gerq2(m, n, A, tau, work, info);
-  }
 }
 
 /// What a factorisation left.
@@ -112,7 +90,7 @@ template <Scalar T>
 Factored<T> factor_unblocked(const Form& form, const GuardedMatrix<T>& A) {
   const Int lines = lines_of(form, {A.rows(), A.columns()});
   return factor(form, A, lines, [&](Int m, Int n, Matrix<T> a, T* tau, T* work, Int, Int& info) {
-    call_unblocked<T>(form, m, n, a, tau, work, info);
+    factor_one_by_one<T>(form, m, n, a, tau, work, info);
   });
 }
 

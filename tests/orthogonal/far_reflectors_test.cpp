@@ -137,8 +137,8 @@ TYPED_TEST(FarReflectors, AreMadeOneAfterAnother) {
       FarMatrix<T> far_A(A);
       GuardedVector<T> tau(14), far_tau(14), work(20);
       Int info = 99, far_info = 99;
-      call_unblocked<T>(form, m, n, A, tau.data(), work.data(), info);
-      call_unblocked<T>(form, m, n, far_A, far_tau.data(), work.data(), far_info);
+      factor_one_by_one<T>(form, m, n, A, tau.data(), work.data(), info);
+      factor_one_by_one<T>(form, m, n, far_A, far_tau.data(), work.data(), far_info);
       EXPECT_EQ(info, 0);
       EXPECT_EQ(far_info, 0);
       EXPECT_FALSE(A.unchanged());

@@ -16,28 +16,6 @@ class FormQ : public ReportingTest {
 };
 TYPED_TEST_SUITE(FormQ, Precisions, PrecisionLetter);
 
-template <Scalar T>
-void call_blocked(const Form& form, Int m, Int n, Int k, Matrix<T> A, const T* tau, T* work, Int lwork, Int& info) {
-  if (form.columnwise()) {
-    form.forward() ? routine_call::orgqr(m, n, k, A, tau, work, lwork, info)
-                   : routine_call::orgql(m, n, k, A, tau, work, lwork, info);
-  } else {
-    form.forward() ? routine_call::orglq(m, n, k, A, tau, work, lwork, info)
-                   : routine_call::orgrq(m, n, k, A, tau, work, lwork, info);
-  }
-}
-
-template <Scalar T>
-void call_unblocked(const Form& form, Int m, Int n, Int k, Matrix<T> A, const T* tau, T* work, Int& info) {
-  if (form.columnwise()) {
-    form.forward() ? routine_call::org2r(m, n, k, A, tau, work, info)
-                   : routine_call::org2l(m, n, k, A, tau, work, info);
-  } else {
-    form.forward() ? routine_call::orgl2(m, n, k, A, tau, work, info)
-                   : routine_call::orgr2(m, n, k, A, tau, work, info);
-  }
-}
-
 /// Order of Q, its lines (columns, or rows where reflectors are rows) to form, and its reflectors.
 struct Lines {
   Int order, count, k;
@@ -105,11 +83,12 @@ struct Problem {
   }
 
   Computed<T> by_blocks(Int lwork) const {
-    return compute(lwork, [](auto&&... arguments) { call_blocked<T>(arguments...); });
+    return compute(lwork, [](auto&&... arguments) { form_q_by_blocks<T>(arguments...); });
   }
   Computed<T> one_by_one() const {
-    return compute(lines.count, [](const Form& form, Int rows, Int columns, Int k, Matrix<T> a, const T* tau, T* work,
-                                   Int, Int& info) { call_unblocked<T>(form, rows, columns, k, a, tau, work, info); });
+    return compute(lines.count,
+                   [](const Form& form, Int rows, Int columns, Int k, Matrix<T> a, const T* tau, T* work, Int,
+                      Int& info) { form_q_one_by_one<T>(form, rows, columns, k, a, tau, work, info); });
   }
 };
 
@@ -203,8 +182,8 @@ class FormedByHand {
 
   void form_one_by_one(Int length, Int count, Int k, Int place, Int line, Int i) {
     Int info = 99;
-    call_unblocked<T>(form_, form_.columnwise() ? length : count, form_.columnwise() ? count : length, k,
-                      from(place, line), tau_ + i - 1, work_.data(), info);
+    form_q_one_by_one<T>(form_, form_.columnwise() ? length : count, form_.columnwise() ? count : length, k,
+                         from(place, line), tau_ + i - 1, work_.data(), info);
     EXPECT_EQ(info, 0);
   }
 
@@ -306,35 +285,6 @@ TYPED_TEST(FormQ, OfNoLinesIsNoWork) {
   }
 }
 
-TYPED_TEST(FormQ, TakesTheSameBlocksWithoutMemory) {
-  using T = TypeParam;
-  for (const Lines& lines : {Lines{40, 40, 40}, {50, 45, 36}, {70, 66, 65}}) {
-    for_each_form<T>(this->random, lines, [&](const Problem<T>& problem) {
-      ASSERT_TRUE(problem.may_go_by_blocks());
-      const GuardedMatrix<T> unblocked = problem.one_by_one().C;
-      for (const Int width : {problem.block_size(), 3}) {
-        SCOPED_TRACE("width " + std::to_string(width));
-        const GuardedMatrix<T> expected = problem.by_blocks(width * lines.count).C;
-        const WatchedPool pool(false);
-        const Computed<T> computed = problem.by_blocks(width * lines.count);
-        EXPECT_EQ(computed.work(1), T(Real<T>(problem.block_size() * lines.count)));
-        EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(lines.k - 32, width)));
-        if (ComplexScalar<T>) continue;  // without factors Q is anything
-        EXPECT_LT(problem.error_of(computed.C), threshold);
-        // Of the smallest sizes no operand of a product is packed in memory from the pool.
-        if (lines.order <= 50) {
-          EXPECT_TRUE(computed.C.same_as(expected));
-        }
-      }
-      // One reflector after another in the least workspace.
-      const WatchedPool pool(false);
-      EXPECT_TRUE(problem.by_blocks(lines.count).C.same_as(unblocked));
-      EXPECT_EQ(pool.requests(), 0u);
-      EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
-    });
-  }
-}
-
 // ------------------------------------------------------------------------------------------------------ bad arguments
 
 /// Four lines of order 5 from three reflectors.
@@ -358,7 +308,7 @@ struct FormCall {
 
   Int run() {
     Int info = 99;
-    call_blocked<T>(form, m, n, k, {A.data(), lda}, problem.Q.tau.data(), work.data(), lwork, info);
+    form_q_by_blocks<T>(form, m, n, k, {A.data(), lda}, problem.Q.tau.data(), work.data(), lwork, info);
     if (info != 0) {
       // The answer to the question for workspace comes ahead of all checks.
       EXPECT_EQ(work(1), T(Real<T>(std::max(1, columnwise ? n : m) * (ComplexScalar<T> ? 32 : 16))));
@@ -372,8 +322,8 @@ template <Scalar T, int form_index>
 struct UnblockedFormCall : FormCall<T, form_index> {
   Int run() {
     Int info = 99;
-    call_unblocked<T>(this->form, this->m, this->n, this->k, {this->A.data(), this->lda}, this->problem.Q.tau.data(),
-                      this->work.data(), info);
+    form_q_one_by_one<T>(this->form, this->m, this->n, this->k, {this->A.data(), this->lda}, this->problem.Q.tau.data(),
+                         this->work.data(), info);
     return info;
   }
   bool unchanged() const { return FormCall<T, form_index>::unchanged() && this->work.unchanged(); }

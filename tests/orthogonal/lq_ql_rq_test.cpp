@@ -23,7 +23,7 @@ constexpr Form all_forms[] = {lq_form, ql_form, rq_form};
 
 template <Scalar T>
 Factored<T> factor(const Form& form, const GuardedMatrix<T>& A, Int lwork) {
-  return factor(form, A, lwork, [&](auto&&... arguments) { call_blocked<T>(form, arguments...); });
+  return factor(form, A, lwork, [&](auto&&... arguments) { factor_by_blocks<T>(form, arguments...); });
 }
 
 std::string name_of(const Form& form, char last) {
@@ -82,7 +82,7 @@ TYPED_TEST(LqQlRq, AnswersTheQuestionForWorkspace) {
     for (const Shape& shape : {Shape{0, 4}, {4, 0}, {7, 5}, {5, 7}, {100, 200}}) {
       T work(0);
       Int info = 99;
-      call_blocked<T>(form, shape.m, shape.n, {nullptr, std::max(1, shape.m)}, nullptr, &work, -1, info);
+      factor_by_blocks<T>(form, shape.m, shape.n, {nullptr, std::max(1, shape.m)}, nullptr, &work, -1, info);
       EXPECT_EQ(info, 0);
       EXPECT_EQ(work, T(Real<T>(block_width * lines_of(form, shape))));
     }
@@ -96,10 +96,10 @@ TYPED_TEST(LqQlRq, OfAnEmptyMatrixIsNoWork) {
       GuardedMatrix<T> A(4, 4, 4);
       GuardedVector<T> tau(4), work(4);
       Int info = 99;
-      call_blocked<T>(form, shape.m, shape.n, A, tau.data(), work.data(), std::max(1, lines_of(form, shape)), info);
+      factor_by_blocks<T>(form, shape.m, shape.n, A, tau.data(), work.data(), std::max(1, lines_of(form, shape)), info);
       EXPECT_EQ(info, 0);
       EXPECT_EQ(work(1), T(1));
-      call_unblocked<T>(form, shape.m, shape.n, A, tau.data(), work.data(), info);
+      factor_one_by_one<T>(form, shape.m, shape.n, A, tau.data(), work.data(), info);
       EXPECT_EQ(info, 0);
       EXPECT_TRUE(work.unchanged_outside(1, 1));
       EXPECT_TRUE(A.unchanged());
@@ -143,7 +143,7 @@ struct BlockedCall {
 
   Int run() {
     Int info = 99;
-    call_blocked<T>(form, m, n, {A.data(), lda}, tau.data(), work.data(), lwork, info);
+    factor_by_blocks<T>(form, m, n, {A.data(), lda}, tau.data(), work.data(), lwork, info);
     if (info != 0) {
       EXPECT_EQ(work(1), T(Real<T>(block_width * (form.columnwise() ? n : m))));
     }
@@ -156,8 +156,8 @@ template <Scalar T, Int form_index>
 struct UnblockedCall : BlockedCall<T, form_index> {
   Int run() {
     Int info = 99;
-    call_unblocked<T>(this->form, this->m, this->n, {this->A.data(), this->lda}, this->tau.data(), this->work.data(),
-                      info);
+    factor_one_by_one<T>(this->form, this->m, this->n, {this->A.data(), this->lda}, this->tau.data(), this->work.data(),
+                         info);
     return info;
   }
   bool unchanged() const { return BlockedCall<T, form_index>::unchanged() && this->work.unchanged(); }

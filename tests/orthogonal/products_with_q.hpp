@@ -1,34 +1,15 @@
 #pragma once
 
 // Products op(Q) C and C op(Q) with the Q of reflectors in the four forms of storage: made by the routines, and
-// predicted in a wider type; and what they and all that is built on them do without memory.
-
-#include <nuv/nuv_lapack.h>
+// predicted in a wider type.
 
 #include <algorithm>
-#include <cstdlib>
-#include <set>
 #include <string>
-#include <vector>
 
-#include "layer.hpp"
 #include "orthogonal/reflectors.hpp"
 #include "support/reported_errors.hpp"
-#include "x_variants.hpp"
 
 namespace nuv::test {
-
-/// "QR", "LQ", "QL" or "RQ".
-inline std::string letters_of(const Form& form) {
-  if (form.columnwise()) return form.forward() ? "QR" : "QL";
-  return form.forward() ? "LQ" : "RQ";
-}
-
-/// "2R", "L2", "2L" or "R2".
-inline std::string unblocked_letters_of(const Form& form) {
-  if (form.columnwise()) return form.forward() ? "2R" : "2L";
-  return form.forward() ? "L2" : "R2";
-}
 
 /// "DORMQR", "ZUNM2L" and the like, from "M" and "QR" or "2L".
 template <Scalar T>
@@ -39,41 +20,6 @@ std::string name_with_q(const std::string& kind, const std::string& form) {
 inline Int ask(Int ispec, const std::string& name, const std::string& opts, Int n1, Int n2, Int n3) {
   return routine_call::ilaenv(ispec, {name.data(), Int(name.size())}, {opts.data(), Int(opts.size())}, n1, n2, n3, -1);
 }
-
-/// The same call by the layer, by the serial body, and one reflector after another.
-struct ByLayer {
-  template <class... Arguments>
-  static void call(const Form& form, Arguments&&... arguments) {
-    if (form.columnwise()) {
-      form.forward() ? layer::ormqr(arguments...) : layer::ormql(arguments...);
-    } else {
-      form.forward() ? layer::ormlq(arguments...) : layer::ormrq(arguments...);
-    }
-  }
-};
-struct ByBody {
-  template <class... Arguments>
-  static void call(const Form& form, Arguments&&... arguments) {
-    if (form.columnwise()) {
-      form.forward() ? x_variant::ormqr(arguments...) : x_variant::ormql(arguments...);
-    } else {
-      form.forward() ? x_variant::ormlq(arguments...) : x_variant::ormrq(arguments...);
-    }
-  }
-};
-struct OneByOne {
-  template <Scalar T>
-  static void call(const Form& form, char side, char trans, Int m, Int n, Int k, Matrix<T> A, const T* tau, Matrix<T> C,
-                   T* work, Int /*lwork*/, Int& info) {
-    if (form.columnwise()) {
-      form.forward() ? routine_call::orm2r(side, trans, m, n, k, A, tau, C, work, info)
-                     : routine_call::orm2l(side, trans, m, n, k, A, tau, C, work, info);
-    } else {
-      form.forward() ? routine_call::orml2(side, trans, m, n, k, A, tau, C, work, info)
-                     : routine_call::ormr2(side, trans, m, n, k, A, tau, C, work, info);
-    }
-  }
-};
 
 struct ProductSizes {
   Int nq, nw, k;  ///< order of Q, other size of C, reflectors
@@ -212,67 +158,6 @@ void for_each_product(Random& random, ProductSizes sizes, Visit visit) {
       }
     }
   }
-}
-
-/// What the pool asks of the system while an instance lives. The pool begins empty.
-class WatchedPool {
- public:
-  explicit WatchedPool(bool gives_memory = true) {
-    nuv_free_extra_mem();
-    NUV_shrink_mem_slots();  // of the blocks that other tests gave back
-    sizes_.clear();
-    blocks_ = 0;
-    i_malloc = gives_memory ? give : refuse;
-    i_free = take_back;
-  }
-  WatchedPool(const WatchedPool&) = delete;
-  WatchedPool& operator=(const WatchedPool&) = delete;
-  ~WatchedPool() {
-    nuv_free_extra_mem();
-    i_malloc = std::malloc;
-    i_free = std::free;
-  }
-
-  /// Whether a block of that many bytes, with room to align it, was asked for.
-  bool was_asked_for(std::size_t bytes) const { return sizes_.contains(bytes + 128); }
-
-  /// How many blocks were asked for.
-  std::size_t requests() const { return sizes_.size(); }
-
-  /// Blocks that stay with somebody when the pool lets go of what it has.
-  int blocks_in_use() const {
-    nuv_free_extra_mem();
-    return blocks_;
-  }
-
- private:
-  static void* give(std::size_t size) {
-    sizes_.insert(size);
-    ++blocks_;
-    return std::malloc(size);
-  }
-  static void* refuse(std::size_t size) {
-    sizes_.insert(size);
-    return nullptr;
-  }
-  static void take_back(void* block) {
-    if (block != nullptr) --blocks_;
-    std::free(block);
-  }
-
-  static inline std::multiset<std::size_t> sizes_;
-  static inline int blocks_ = 0;
-};
-
-/// What is heard of so many factors of reflectors without memory. Those of real reflectors take none.
-template <Scalar T>
-std::vector<ErrorReport> refused_factors(Int count) {
-  return std::vector<ErrorReport>(std::size_t(ComplexScalar<T> ? count : 0), {reported_name<T>("LARFT"), 1000});
-}
-
-/// How many blocks of that width hold k reflectors.
-inline Int blocks_of(Int k, Int width) {
-  return (k + width - 1) / width;
 }
 
 }  // namespace nuv::test

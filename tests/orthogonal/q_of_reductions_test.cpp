@@ -189,61 +189,6 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormMultiply) {
   }
 }
 
-/// Without memory the least workspace leaves room for one reflector after another; in one for all blocks only complex
-/// factors miss something.
-template <Scalar T, class Call>
-void expect_product_without_memory(Random& random, const Embedded<T>& X, const GuardedMatrix<T>& A, Call call) {
-  constexpr Int nw = 30, widest = 32;
-  for (const bool left : choices) {
-    for (const bool plain : choices) {
-      SCOPED_TRACE((std::string{left ? 'L' : 'R', plain ? 'N' : 'T'}));
-      const GuardedMatrix<T> C = random_matrix<T>(random, left ? X.n : nw, left ? nw : X.n, 50);
-      const auto multiply_in = [&](Int lwork) {
-        return multiply(X, A, C, left ? 'L' : 'R', plain ? 'N' : adjoint_letter<T>, lwork, call).C;
-      };
-      const Int full = (nw + X.H.k) * widest;
-      const GuardedMatrix<T> expected = multiply_in(full);
-      {
-        const WatchedPool pool(false);
-        EXPECT_LT(relative_distance<T>(wide(multiply_in(nw)), product_with(X, left, plain, C), X.n), threshold);
-        EXPECT_EQ(pool.requests(), 1u);
-        EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
-      }
-      const WatchedPool pool(false);
-      const GuardedMatrix<T> computed = multiply_in(full);
-      EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(X.H.k, widest)));
-      if (!ComplexScalar<T>) {
-        EXPECT_TRUE(computed.same_as(expected));
-        EXPECT_EQ(pool.requests(), 0u);
-      }
-    }
-  }
-}
-
-TYPED_TEST(QOfReductions, MultiplyWithoutMemory) {
-  using T = TypeParam;
-  constexpr Int nq = 40;
-  for (const char vect : {'Q', 'P'}) {
-    for (const Int k : {36, 50}) {
-      SCOPED_TRACE(std::string{vect} + ", k " + std::to_string(k));
-      const Embedded<T> X = bidiagonal_factor<T>(this->random, vect, nq, k);
-      const Int lines = std::min(nq, k), m = vect == 'Q' ? nq : lines, n = vect == 'Q' ? lines : nq;
-      expect_product_without_memory(
-          this->random, X, X.stored(m, n, m + 1),
-          [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c, T* work, Int lwork,
-              Int& info) { routine_call::ormbr(vect, side, trans, rows, columns, k, a, tau, c, work, lwork, info); });
-    }
-  }
-  for (const char uplo : uplos) {
-    SCOPED_TRACE(uplo);
-    const Embedded<T> Q = tridiagonal_factor<T>(this->random, is_upper(uplo), nq);
-    expect_product_without_memory(
-        this->random, Q, Q.stored(nq, nq, nq + 1),
-        [&](char side, char trans, Int rows, Int columns, Matrix<T> a, const T* tau, Matrix<T> c, T* work, Int lwork,
-            Int& info) { routine_call::ormtr(side, uplo, trans, rows, columns, a, tau, c, work, lwork, info); });
-  }
-}
-
 TYPED_TEST(QOfReductions, OfOrderOneIsTheNumberOne) {
   using T = TypeParam;
   const Int nb = ComplexScalar<T> ? 32 : 16;
@@ -357,56 +302,6 @@ TYPED_TEST(QOfReductions, OfTridiagonalFormAreFormed) {
         routine_call::orgtr(uplo, n, a, tau, work, lwork, info);
       });
     }
-  }
-}
-
-/// In the least workspace lines are formed from one reflector after another; blocks without memory miss complex
-/// factors.
-template <Scalar T, class Call>
-void expect_formed_without_memory(const Embedded<T>& X, bool by_rows, const GuardedMatrix<T>& A, Call call) {
-  const auto form_in = [&](Int lwork) {
-    GuardedMatrix<T> a = A;
-    GuardedVector<T> tau = X.H.tau, work(lwork);
-    Int info = 99;
-    call(Matrix<T>(a), static_cast<const T*>(tau.data()), work.data(), lwork, info);
-    EXPECT_EQ(info, 0);
-    EXPECT_TRUE(a.guards_unchanged());
-    return a;
-  };
-  constexpr Int widest = 32, one_by_one = 32;
-  const WideMatrix<T> columns = X.times(false, WideMatrix<T>::Identity(X.n, X.n));
-  const WideMatrix<T> expected = by_rows ? WideMatrix<T>(columns.adjoint()) : columns;
-  const WatchedPool pool(false);
-  EXPECT_LT(relative_distance<T>(wide(form_in(X.n)), expected, X.n), threshold);
-  EXPECT_EQ(pool.requests(), 0u);
-  EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
-  const GuardedMatrix<T> by_blocks = form_in(X.n * widest);
-  EXPECT_EQ(take_error_reports(), refused_factors<T>(blocks_of(X.H.k - one_by_one, widest)));
-  if (!ComplexScalar<T>) {
-    EXPECT_LT(relative_distance<T>(wide(by_blocks), expected, X.n), threshold);
-  }
-}
-
-TYPED_TEST(QOfReductions, AreFormedWithoutMemory) {
-  using T = TypeParam;
-  constexpr Int n = 50;
-  for (const char vect : {'Q', 'P'}) {
-    for (const Int k : {n - 1, n + 1}) {
-      SCOPED_TRACE(std::string{vect} + ", k " + std::to_string(k));
-      const Embedded<T> X = bidiagonal_factor<T>(this->random, vect, n, k);
-      expect_formed_without_memory(X, vect == 'P', X.stored(n, n, n + 1),
-                                   [&](Matrix<T> a, const T* tau, T* work, Int lwork, Int& info) {
-                                     routine_call::orgbr(vect, n, n, k, a, tau, work, lwork, info);
-                                   });
-    }
-  }
-  for (const char uplo : uplos) {
-    SCOPED_TRACE(uplo);
-    const Embedded<T> Q = tridiagonal_factor<T>(this->random, is_upper(uplo), n);
-    expect_formed_without_memory(Q, false, Q.stored(n, n, n + 1),
-                                 [&](Matrix<T> a, const T* tau, T* work, Int lwork, Int& info) {
-                                   routine_call::orgtr(uplo, n, a, tau, work, lwork, info);
-                                 });
   }
 }
 

@@ -233,7 +233,7 @@ TYPED_TEST(QrOrder, OfLqQlAndRqTakesBlocksUntilTheCrossoverIsReached) {
         // A workspace of one line less than the next width needs.
         const Int lwork = (width + 1) * lines - 1;
         take_recorded_calls();
-        factor(form, this->matrix(shape), lwork, [&](auto&&... arguments) { call_blocked<T>(form, arguments...); });
+        factor(form, this->matrix(shape), lwork, [&](auto&&... arguments) { factor_by_blocks<T>(form, arguments...); });
         EXPECT_EQ(take_recorded_calls_with_factors(), expected.list());
       }
     }

@@ -1,8 +1,5 @@
 // QR factorisation: geqrf by the layer stub and by its serial body, laqrf, geqr2.
 
-#include <nuv/nuv_lapack.h>
-
-#include <cstdlib>
 #include <set>
 
 #include "orthogonal/factored.hpp"
@@ -283,26 +280,6 @@ TYPED_TEST(Qr, OfAPanelComesWithTheFactorOfItsReflectors) {
 }
 
 // ---------------------------------------------------------------------------------------------------- what goes wrong
-
-TYPED_TEST(Qr, RunsOnWhenThereIsNoMemoryForAFactor) {
-  using T = TypeParam;
-  const Shape shape{200, 180};
-  const GuardedMatrix<T> A = this->matrix(shape);
-  const Int lwork = best_lwork<T>(shape);
-  nuv_free_extra_mem();
-  i_malloc = [](std::size_t) -> void* { return nullptr; };
-  const Factored<T> f = factor(A, lwork);
-  i_malloc = std::malloc;
-  const std::vector<ErrorReport> reports = take_error_reports();
-  if (ComplexScalar<T>) {
-    EXPECT_GE(reports.size(), std::size_t(2));
-    for (const ErrorReport& report : reports) EXPECT_EQ(report, (ErrorReport{reported_name<T>("LARFT"), 1000}));
-  } else {
-    EXPECT_EQ(reports, std::vector<ErrorReport>());
-    expect_factored(f);
-  }
-  expect_factored(factor(A, lwork));
-}
 
 /// Arguments of a call for a 4 by 3 matrix.
 template <Scalar T>

@@ -3,9 +3,8 @@
 // Reflectors in a wider type, one after another, for the tests of the blocked forms.
 
 #include <cmath>
-#include <string>
 
-#include "routines.hpp"
+#include "orthogonal/by_form.hpp"
 #include "support/random.hpp"
 #include "support/wide.hpp"
 
@@ -13,20 +12,6 @@ namespace nuv::test {
 
 template <Scalar T>
 inline constexpr char adjoint_letter = ComplexScalar<T> ? 'C' : 'T';
-
-/// How a block of reflectors is stored.
-struct Form {
-  char direct, storev;
-
-  bool forward() const { return direct == 'F'; }
-  bool columnwise() const { return storev == 'C'; }
-};
-
-inline constexpr Form forms[] = {{'F', 'C'}, {'F', 'R'}, {'B', 'C'}, {'B', 'R'}};
-
-inline std::string to_string(const Form& form) {
-  return std::string{form.direct, form.storev};
-}
 
 /// (I - tau v v^H) X
 template <Scalar T>

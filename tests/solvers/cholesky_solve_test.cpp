@@ -1,10 +1,7 @@
 // What stands on the Cholesky factor: ?posv, ?potrs, ?potri, and the products ?lauum and ?lauu2.
 
-#include <nuv/nuv_lapack.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 
 #include "routines.hpp"
 #include "solvers/definite.hpp"
@@ -125,26 +122,6 @@ TYPED_TEST(CholeskySolve, InvertsFromTheFactor) {
       const bool upper = is_upper(uplo);
       EXPECT_LT(inverse_residual<T>(wide_hermitian(A, upper), wide_hermitian(X, upper)), threshold);
     }
-  }
-}
-
-/// No routine here asks for memory; products go on without.
-TYPED_TEST(CholeskySolve, NeedsNoMemory) {
-  using T = TypeParam;
-  const Int n = 2 * cholesky_block<T> + 30;
-  for (const char uplo : uplos) {
-    SCOPED_TRACE(testing::Message() << uplo << ", order " << n);
-    const GuardedMatrix<T> A = this->definite(uplo, n);
-    GuardedMatrix<T> F = A, X = this->right_hand_sides(n, 3);
-    const WideMatrix<T> B = wide(X), exact = wide_hermitian(A, is_upper(uplo));
-    nuv_free_extra_mem();
-    i_malloc = [](std::size_t) -> void* { return nullptr; };
-    const Int solved = posv(uplo, F, X), inverted = potri(uplo, F);
-    i_malloc = std::malloc;
-    EXPECT_EQ(solved, 0);
-    EXPECT_EQ(inverted, 0);
-    EXPECT_LT(solution_residual<T>(exact, wide(X), B), threshold);
-    EXPECT_LT(inverse_residual<T>(exact, wide_hermitian(F, is_upper(uplo))), threshold);
   }
 }
 

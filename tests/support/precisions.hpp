@@ -11,7 +11,12 @@
 
 namespace nuv::test {
 
+/// All four, or the double ones alone where the build says that the others would show nothing new.
+#if defined(NUV_TEST_DOUBLE_ALONE)
+using Precisions = testing::Types<double, std::complex<double>>;
+#else
 using Precisions = testing::Types<float, double, std::complex<float>, std::complex<double>>;
+#endif
 
 /// Names the instances of a typed test by the letter of the precision.
 struct PrecisionLetter {

@@ -189,6 +189,34 @@ double Sum<T>::distance_from_zero() const {
   return error_of(WideMatrix<T>::Zero(value_.rows(), value_.cols()));
 }
 
+namespace {
+
+/// Takes the parts in the directions of some columns, which are of length one, from another column; twice, for what
+/// rounding leaves at the first time.
+template <Scalar T>
+void take_parts(const WideMatrix<T>& directions, Eigen::Index count, WideMatrix<T>& X, Eigen::Index column) {
+  for (const int repeat : {1, 2}) {
+    static_cast<void>(repeat);
+    for (Eigen::Index k = 0; k < count; ++k) {
+      const Wide<T> part = directions.col(k).dot(X.col(column));
+      X.col(column) -= part * directions.col(k);
+    }
+  }
+}
+
+}  // namespace
+
+template <Scalar T>
+WideMatrix<T> outside_of_span(WideMatrix<T> A, WideMatrix<T> X) {
+  for (Eigen::Index j = 0; j < A.cols(); ++j) {
+    A.col(j) /= A.col(j).norm();
+    take_parts<T>(A, j, A, j);
+    A.col(j) /= A.col(j).norm();
+  }
+  for (Eigen::Index j = 0; j < X.cols(); ++j) take_parts<T>(A, A.cols(), X, j);
+  return X;
+}
+
 #define NUV_INSTANTIATE(T)                                                                                      \
   template WideMatrix<T> wide(const GuardedMatrix<T>&);                                                         \
   template WideMatrix<T> wide(const GuardedVector<T>&);                                                         \
@@ -196,6 +224,7 @@ double Sum<T>::distance_from_zero() const {
   template WideMatrix<T> wide_hermitian(const GuardedMatrix<T>&, bool);                                         \
   template WideMatrix<T> op<T>(char, const WideMatrix<T>&);                                                     \
   template WideMatrix<T> product<T>(const WideMatrix<T>&, const WideMatrix<T>&);                                \
+  template WideMatrix<T> outside_of_span<T>(WideMatrix<T>, WideMatrix<T>);                                      \
   template double solution_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);       \
   template double inverse_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&);                              \
   template double factor_residual<T>(const WideMatrix<T>&, const GuardedMatrix<T>&, const GuardedVector<Int>&); \

@@ -51,6 +51,10 @@ WideMatrix<T> op(char trans, const WideMatrix<T>& A);
 template <Scalar T>
 WideMatrix<T> product(const WideMatrix<T>& A, const WideMatrix<T>& B);
 
+/// What is left of X without its part in the space that the columns of A span; they are linearly independent.
+template <Scalar T>
+WideMatrix<T> outside_of_span(WideMatrix<T> A, WideMatrix<T> X);
+
 /// ||B - A X|| / (||A|| ||X|| n eps) in the one-norm, as all of them; for empty matrices zero.
 template <Scalar T>
 double solution_residual(const WideMatrix<T>& A, const WideMatrix<T>& X, const WideMatrix<T>& B);

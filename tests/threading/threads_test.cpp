@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -320,6 +322,9 @@ TEST(ThreadedLayer, IsBoundAndListens) {
   EXPECT_EQ(nuv_serv_nuv_get_max_threads(), 5);
   nuv_thread_set_num_threads(-1);
   EXPECT_EQ(nuv_thread_get_num_threads(), omp_get_max_threads());
+  omp_set_num_threads(7);
+  EXPECT_EQ(nuv_thread_get_num_threads(), 7);
+  omp_set_num_threads(omp_get_num_procs());
 }
 
 TEST(ThreadedLayer, SharesTheWorkOfEachRoutine) {
@@ -328,6 +333,91 @@ TEST(ThreadedLayer, SharesTheWorkOfEachRoutine) {
     EXPECT_TRUE(counted.succeeded()) << to_string(counted);
     EXPECT_EQ(counted.output, "1, 2\n") << routine;
   }
+}
+
+/// Runs a program that tells the number of threads in use with a setting of a variable.
+std::string threads_with(const std::string& setting) {
+  const ChildResult told = run_child({.arguments = {"env", "-u", "OMP_NUM_THREADS", setting, NUV_TELL_THREADS}});
+  EXPECT_TRUE(told.succeeded()) << to_string(told);
+  return told.output;
+}
+
+TEST(ThreadedLayer, TakesItsNumberFromTheEnvironmentIfItIsOne) {
+  EXPECT_EQ(threads_with("NUV_NUM_THREADS=3"), "3\n");
+  EXPECT_EQ(threads_with("NUV_NUM_THREADS=007"), "7\n");
+  EXPECT_EQ(threads_with("NUV_NUM_THREADS=1000"), "256\n");
+  EXPECT_EQ(threads_with("NUV_NUM_THREADS=2147483647"), "256\n");
+  const std::string unset = threads_with("NUV_NUM_THREADS=");
+  for (const char* junk : {"0", "-3", "+3", "3x", " 3", "3 ", "1e9", "0x4", "2147483648", "99999999999", "4294967298",
+                           "18446744073709551619", "three"}) {
+    EXPECT_EQ(threads_with(std::string("NUV_NUM_THREADS=") + junk), unset) << junk;
+  }
+  EXPECT_EQ(threads_with("OMP_NUM_THREADS=5,2"), "5\n");
+  EXPECT_EQ(threads_with("OMP_NUM_THREADS=5x"), unset);
+}
+
+TEST(ThreadedLayer, BoundsTheNumberThatACallAsksFor) {
+  nuv_thread_set_num_threads(100000);
+  EXPECT_EQ(nuv_thread_get_num_threads(), 256);
+  nuv_thread_set_num_threads(0);
+}
+
+TEST(ThreadedLayer, HasNoMoreThreadsThanPiecesOfWork) {
+  for (const char* routine : {"gemm", "getrf"}) {
+    const ChildResult counted = run_child({.arguments = {"env", "NUV_NUM_THREADS=100000", NUV_COUNT_THREADS, routine}});
+    ASSERT_TRUE(counted.succeeded()) << to_string(counted);
+    int before = 0, after = 0;
+    ASSERT_EQ(std::sscanf(counted.output.c_str(), "%d, %d", &before, &after), 2) << counted.output;
+    EXPECT_GT(after, 2) << routine;
+    EXPECT_LE(after, 500 / 2) << routine << ": a piece has at least a few columns";
+  }
+}
+
+/// A matrix large enough for tasks on several threads.
+constexpr Int factored_order = 520;
+
+std::vector<double> factors_of(const std::vector<double>& a) {
+  std::vector<double> w = a;
+  std::vector<Int> pivots(factored_order);
+  Int info = -7;
+  layer::getrf(factored_order, factored_order, {w.data(), factored_order}, pivots.data(), info);
+  return info == 0 ? w : std::vector<double>();
+}
+
+TEST(ThreadedLayer, FactorsInParallelRegionsInChildrenAndWhileItsNumberChanges) {
+  Random random(19);
+  const std::vector<double> a = numbers<double>(random, factored_order, factored_order);
+  nuv_thread_set_num_threads(1);
+  const std::vector<double> expected = factors_of(a);
+  ASSERT_FALSE(expected.empty());
+  nuv_thread_set_num_threads(4);
+
+  int right = 0;
+#pragma omp parallel num_threads(2) reduction(+ : right)
+  {
+#pragma omp parallel num_threads(2) reduction(+ : right)
+    right = factors_of(a) == expected;
+  }
+  EXPECT_GE(right, 2);
+
+  ASSERT_EQ(factors_of(a), expected);
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    _exit(factors_of(a) == expected ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+
+  std::atomic<bool> is_over = false;
+  std::thread changer([&] {
+    for (int threads = 1; !is_over; threads = threads % 9 + 1) nuv_thread_set_num_threads(threads);
+  });
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(factors_of(a), expected);
+  is_over = true;
+  changer.join();
+  nuv_thread_set_num_threads(0);
 }
 
 TEST(ThreadedLayer, WorksAloneInsideAParallelRegion) {
@@ -340,6 +430,31 @@ TEST(ThreadedLayer, WorksAloneInsideAParallelRegion) {
   }
   EXPECT_EQ(right, 3);
   EXPECT_EQ(widest, 1);
+}
+
+int kept_by_the_thread = 0;
+#pragma omp threadprivate(kept_by_the_thread)
+
+TEST(ThreadedLayer, LeavesWhatTheProgramsThreadsKeep) {
+  omp_set_dynamic(0);
+#pragma omp parallel num_threads(4)
+  kept_by_the_thread = 100 + omp_get_thread_num();
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 3; ++i) {
+    callers.emplace_back([] {
+      for (const int threads : {2, 3}) {
+        nuv_thread_set_num_threads(threads);
+        EXPECT_TRUE(product_is_right());
+      }
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  ASSERT_TRUE(product_is_right());
+  nuv_thread_set_num_threads(0);
+  int kept = 0;
+#pragma omp parallel num_threads(4) reduction(+ : kept)
+  kept = kept_by_the_thread == 100 + omp_get_thread_num();
+  EXPECT_EQ(kept, 4);
 }
 
 TEST(ThreadedLayer, EndsInAForkedChild) {

@@ -86,7 +86,7 @@ TEST_F(Info, TellsThatTheProcessorChose) {
   const std::string by_hardware = hardware_tier() + ", by the processor's features";
   EXPECT_EQ(lines().at("tier"), by_hardware);
   EXPECT_EQ(lines({{"NUV_PROCESSOR_TIER", ""}}).at("tier"), by_hardware);
-  for (const std::string text : {"9", "5", "-2", "abc", "00", "0x", " 0"}) {
+  for (const std::string text : {"9", "5", "-2", "abc", "00", "0x", " 0", "4294967298"}) {
     EXPECT_EQ(lines({{"NUV_PROCESSOR_TIER", text}}).at("tier"),
               by_hardware + "; NUV_PROCESSOR_TIER=" + text + " is ignored");
   }

@@ -93,7 +93,7 @@ void gemm3m(char transa, char transb, Int m, Int n, Int k, T alpha, const T* a, 
   const Matrix C{c, ldc};
   if (k == 0 || alpha == T(0)) return scale(m, n, beta, C);
   const Operand<T> A = left_operand(transa, Matrix{a, lda}), B = right_operand(transb, Matrix{b, ldb});
-  split(n, block_columns, Block<T>::is_little(double(m) * n * k), [&](Int from, Int until) {
+  split(n, {block_columns, block_columns}, real_multiply_adds<T>(m, n, k), [&](Int from, Int until) {
     const Operand<T> B_part = shifted(B, from);
     const Matrix<T> C_part = block(C, 1, from + 1);
     if (!product_by_parts(m, until - from, k, alpha, A, B_part, beta, C_part)) {

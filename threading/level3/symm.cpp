@@ -31,14 +31,14 @@ void multiply_by_symmetric(bool hermitian, char side, char uplo, Int m, Int n, T
   symmetric.hermitian = hermitian;
 
   // Only the operand without structure can be cut, so threads share the work along its side of C.
-  const bool little = Block<T>::is_little(double(m) * n * (left ? m : n));
+  const double multiply_adds = real_multiply_adds<T>(m, n, left ? m : n);
   if (left) {
-    split(n, Tile<T>::columns, little, [&](Int from, Int until) {
+    split(n, {Tile<T>::columns, wide_part}, multiply_adds, [&](Int from, Int until) {
       product(m, until - from, m, alpha, symmetric, right_operand('N', block(B, 1, from + 1)), beta,
               block(C, 1, from + 1));
     });
   } else {
-    split(m, Tile<T>::rows, little, [&](Int from, Int until) {
+    split(m, {Tile<T>::rows, wide_part}, multiply_adds, [&](Int from, Int until) {
       product(until - from, n, n, alpha, left_operand('N', block(B, from + 1, 1)), symmetric, beta,
               block(C, from + 1, 1));
     });

@@ -10,7 +10,7 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
             Matrix<T> C) {
   rank_2k_update(hermitian, uplo, trans, n, k, alpha, A, B, beta, C,
                  [&](Region region, const Term<T>& first, const Term<T>& second) {
-                   split_triangle<T>(region, n, double(n) * n * k, [&](Int from, Int until) {
+                   split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k), [&](Int from, Int until) {
                      for (const Term<T>& term : {first, second}) {
                        product_in_triangle(region, n, from, until, k, term, C);
                      }

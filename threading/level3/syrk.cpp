@@ -28,7 +28,7 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
   } else {
     const Term<T> term{alpha, rank_k_left(hermitian, trans, A), rank_k_right(hermitian, trans, A), beta,
                        hermitian ? RealFactors::both : RealFactors::none};
-    split_triangle<T>(region, n, double(n) * n / 2 * k,
+    split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k) / 2,
                       [&](Int from, Int until) { product_in_triangle(region, n, from, until, k, term, C); });
   }
   if (hermitian) make_diagonal_real(n, C);

@@ -1,9 +1,16 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
+#include "threading/level3/parallel.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
+namespace {
+
+/// Real multiply-adds from which several threads pay, measured on two.
+constexpr double least_work = 12e6;
+
+}  // namespace
 
 /// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then that body. Nearly all
 /// of its work is in products of matrices, which find the threads by themselves.
@@ -15,6 +22,7 @@ void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   else if (lwork < std::max(1, n) && lwork != -1) info = -7;
   if (info != 0) return report_bad_argument<T>("GEQRF", info);
+  const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
   x_variant::geqrf(m, n, Matrix{a, lda}, tau, work, lwork, info);
 }
 

@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
-#include "threading/routines/recursive_lu.hpp"
+#include "threading/level3/parallel.hpp"
+#include "threading/routines/lu_by_strips.hpp"
 #include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
@@ -14,14 +15,15 @@ void factor(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   x_variant::getrf(m, n, {a, lda}, ipiv, info);
 }
 
-/// Columns and multiply-adds from which the tasks of the right-looking body pay, measured on two threads.
+/// Real multiply-adds from which several threads pay, and columns from which the tasks of the right-looking body do,
+/// measured on two threads.
+constexpr double least_work = 90e6;
 constexpr Int fewest_columns = 256;
-constexpr double least_work = 16e6;
 
 template <>
 void factor(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
   const Int k = std::min(m, n);
-  if (k >= fewest_columns && double(m) * n * k >= least_work) {
+  if (k >= fewest_columns) {
     const int threads = available_threads();
     if (threads > 1 && factor_by_strips(m, n, a, lda, ipiv, info, threads)) return;
   }
@@ -40,6 +42,7 @@ void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   if (info != 0) return report_bad_argument<T>("GETRF", info);
   if (m == 0 || n == 0) return;
+  const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
   factor(m, n, a, lda, ipiv, info);
 }
 

@@ -1,14 +1,14 @@
-#include "threading/routines/recursive_lu.hpp"
+#include "threading/routines/lu_by_strips.hpp"
 
 #include <nuv/nuv_lapack.h>
 #include <pthread.h>
-#include <sched.h>
 
 #include <algorithm>
 #include <bit>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "environment/tuning.hpp"
 #include "kernels/packed/blocking.hpp"
 #include "threading/runtime.hpp"
 #include "x_variants.hpp"
@@ -45,13 +45,13 @@ struct Task {
   Int count = 0;  ///< of pieces, or 1
 };
 
-/// How the serial body divides an m by n matrix, and how far the factorisation is.
+/// How the serial body divides an m by n matrix, how far the factorisation is, and what may be done next.
 ///
 ///     n <= m:  strips cover all columns.
 ///     n > m:   the serial body takes a panel of `first` columns, a power of two, then the square of the other
 ///              m - first, then the columns behind row m, which are only updated: by the strips of the first panel, and
 ///              by the square as a whole, since its solve doesn't halve at the ends of strips.
-class Account {
+class Schedule {
  public:
   /// What is done to a piece: how many of its updates are complete, and whether a thread is at the next.
   struct Piece {
@@ -62,7 +62,7 @@ class Account {
     bool in_exchange, exchanged;
   };
 
-  Account(Int m, Int n, Int first, int threads)
+  Schedule(Int m, Int n, Int first, int threads)
       : threads_(threads),
         k_(std::min(m, n)),
         n_(n),
@@ -84,6 +84,9 @@ class Account {
   }
 
   bool is_complete() const { return left_ == 0; }
+
+  /// Tasks that may run at the same time.
+  int most_at_once() const { return pieces_; }
 
   /// The most urgent task that may run, marked as begun: the next panel, for which all wait; an update, the leftmost
   /// first, since the panels come from the left; else exchanges.
@@ -191,27 +194,30 @@ class Account {
 
 class Factorisation {
  public:
-  Factorisation(Account& account, Int m, Matrix<double> A, Int* ipiv) : account_(account), m_(m), A_(A), ipiv_(ipiv) {}
+  Factorisation(Schedule& schedule, Int m, Matrix<double> A, Int* ipiv)
+      : schedule_(schedule), m_(m), A_(A), ipiv_(ipiv) {}
 
-  /// What each thread does: task after task until all are done.
+  /// What each thread does: task after task until all are done. While there is none, it waits for the end of another's.
   void work() {
-    pthread_mutex_lock(&mutex_);
-    while (!account_.is_complete()) {
-      const Task task = account_.begin();
-      pthread_mutex_unlock(&mutex_);
-      const Int zero_pivot = run(task);
+    for (;;) {
       pthread_mutex_lock(&mutex_);
-      if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
-      account_.end(task);
+      const std::uint32_t seen = ends_.seen();
+      const bool is_complete = schedule_.is_complete();
+      const Task task = is_complete ? Task{} : schedule_.begin();
+      pthread_mutex_unlock(&mutex_);
+      if (is_complete) return;
+      if (task.kind == Task::Kind::none) {
+        ends_.wait_beyond(seen);
+      } else {
+        end(task, run(task));
+      }
     }
-    pthread_mutex_unlock(&mutex_);
   }
 
   /// The first panel, for which everything else waits: its products may use all threads.
   void begin() {
-    const Task task = account_.begin();
-    first_zero_pivot_ = run(task);
-    account_.end(task);
+    const Task task = schedule_.begin();
+    end(task, run(task));
   }
 
   Int first_zero_pivot() const { return first_zero_pivot_; }
@@ -221,7 +227,6 @@ class Factorisation {
   Int run(const Task& task) const {
     switch (task.kind) {
       case Task::Kind::none:
-        sched_yield();
         break;
       case Task::Kind::panel:
         return factor_panel(task.source);
@@ -233,6 +238,14 @@ class Factorisation {
         break;
     }
     return 0;
+  }
+
+  void end(const Task& task, Int zero_pivot) {
+    pthread_mutex_lock(&mutex_);
+    if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
+    schedule_.end(task);
+    pthread_mutex_unlock(&mutex_);
+    ends_.announce();
   }
 
   Int factor_panel(Columns panel) const {
@@ -260,19 +273,18 @@ class Factorisation {
     }
   }
 
-  Account& account_;
+  Schedule& schedule_;
   Int m_;
   Matrix<double> A_;
   Int* ipiv_;
   Int first_zero_pivot_ = 0;
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+  Changes ends_;  ///< of tasks
 };
 
 /// Width of the panels of the serial body, 0 if it takes the whole matrix at once.
 Int first_panel(Int m, Int n) {
-  constexpr char name[] = "DGETRF";
-  const Int ispec = 1, none = -1;
-  const Int nb = nuv_lapack_ilaenv(&ispec, name, " ", &m, &n, &none, &none, 6, 1);
+  const Int nb = getrf_panel_width(n);
   return nb < std::min(m, n) ? nb : 0;
 }
 
@@ -281,15 +293,16 @@ Int first_panel(Int m, Int n) {
 bool factor_by_strips(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads) {
   const Int first = first_panel(m, n);
   if (first < strip_width) return false;
-  Account account(m, n, first, threads);
+  Schedule schedule(m, n, first, threads);
   void* const room =
-      account.bytes() <= UINT32_MAX ? nuv_serv_allocate(static_cast<unsigned>(account.bytes()), 128) : nullptr;
+      schedule.bytes() <= UINT32_MAX ? nuv_serv_allocate(static_cast<unsigned>(schedule.bytes()), 128) : nullptr;
   if (room == nullptr) return false;
-  account.keep_in(room);
-  Factorisation factorisation(account, m, {a, lda}, ipiv);
+  schedule.keep_in(room);
+  Factorisation factorisation(schedule, m, {a, lda}, ipiv);
   factorisation.begin();
+  const int workers = std::min(threads, schedule.most_at_once());
   run_pieces(
-      threads, [](void* context, int) { static_cast<Factorisation*>(context)->work(); }, &factorisation);
+      workers, workers, [](void* context, int) { static_cast<Factorisation*>(context)->work(); }, &factorisation);
   if (info == 0) info = factorisation.first_zero_pivot();
   nuv_serv_deallocate(room);
   return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-// The right-looking recursive factorisation on several threads.
+// The right-looking LU factorisation on several threads.
 //
 // The serial body halves the columns down to panels, and after each panel, of whatever width, brings the columns to its
 // right up to date. The product behind an update cuts its inner dimension into blocks of Block::depth, and the solve
@@ -14,7 +14,7 @@
 namespace nuv::threading::inline NUV_ISA {
 
 /// Factors an m by n matrix on `threads` threads; a, ipiv and info as for the serial body. False, with nothing done, if
-/// the serial body doesn't divide into strips or there is no memory for the account of what is done.
+/// the serial body doesn't divide into strips or there is no memory for the schedule.
 bool factor_by_strips(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads);
 
 }  // namespace nuv::threading::inline NUV_ISA
