@@ -10,7 +10,6 @@ namespace nuv::kernels::inline NUV_ISA {
 namespace {
 
 using namespace packed;
-using namespace packed::product_detail;
 
 /// Steps of the product that are packed at once, and columns of C beside each other that they are packed for.
 constexpr Int depth_of_block = 64;
@@ -25,8 +24,8 @@ template <Scalar T>
 void product_on_stack(Region region, Int n, Int k, const Term<T>& term, Matrix<T> C) {
   constexpr int tile_rows = Tile<T>::rows, tile_columns = Tile<T>::columns;
   constexpr Int block_width = width_of_block<T>(), block_depth = depth_of_block;
-  alignas(alignment) Real<T> rows_of_a[block_depth * tile_rows * Tile<T>::parts];
-  alignas(alignment) Real<T> columns_of_b[block_depth * block_width * Tile<T>::parts];
+  alignas(64) Real<T> rows_of_a[block_depth * tile_rows * Tile<T>::parts];
+  alignas(64) Real<T> columns_of_b[block_depth * block_width * Tile<T>::parts];
 
   for (Int jc = 0; jc < n; jc += block_width) {
     const Int width = std::min(block_width, n - jc);

@@ -29,9 +29,8 @@ template <Scalar T>
 void parallel_product(Int m, Int n, Int k, T alpha, const Operand<T>& A, const Operand<T>& B, T beta, Matrix<T> C) {
   const double multiply_adds = real_multiply_adds<T>(m, n, k);
   if (inner_products_pay(m, n, k, A, B)) {
-    const auto products = inner_products(m, n, k, alpha, A, B, beta, C);
     split(std::max(m, n), {InnerTile<T>::rows, wide_part / 4}, multiply_adds,
-          [&](Int from, Int until) { products.multiply(from, until); });
+          [&](Int from, Int until) { inner_products(m, n, k, alpha, A, B, beta, C, from, until); });
   } else if (n >= m || n >= 64 * Tile<T>::columns) {
     // A left operand that a few columns read where it stands needs no packing.
     const Int wide = RealScalar<T> && A.along == 1 ? wide_part / 4 : wide_part;
