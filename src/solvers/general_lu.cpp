@@ -256,11 +256,17 @@ void laswp(Int n, T* a, Int lda, Int k1, Int k2, const Int* ipiv, Int incx) {
 namespace {
 
 /// The interchanges of laswp on neighbouring columns from `a` on, so many at once: they share the look at the pivot and
-/// do not wait for each other.
+/// do not wait for each other. The rows of pivots to come are asked for ahead, since no processor foresees them.
 template <int columns>
 void exchange_in_columns(double* a, Int lda, Int first, Int step, Int count, const Int* ip, std::ptrdiff_t incx) {
+  constexpr Int ahead = 8;
   for (Int i = first; count > 0; --count, i += step, ip += incx) {
     double *x = a + i - 1, *y = a + *ip - 1;
+    if (count > ahead) {
+      const double* later = a + ip[ahead * incx] - 1;
+#pragma GCC unroll 8
+      for (int j = 0; j < columns; ++j) __builtin_prefetch(later + std::ptrdiff_t{j} * lda, 1);
+    }
 #pragma GCC unroll 8
     for (int j = 0; j < columns; ++j) std::swap(x[std::ptrdiff_t{j} * lda], y[std::ptrdiff_t{j} * lda]);
   }
