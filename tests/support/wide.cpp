@@ -27,10 +27,10 @@ auto magnitude(const Number& x) {
   return std::sqrt(std::norm(x));
 }
 
+/// In double, which is several times faster than long double: they tell how large an error may be.
 template <Scalar T>
-WideMatrix<Real<T>> magnitudes(const WideMatrix<T>& A) {
-  if constexpr (RealScalar<T>) return A.cwiseAbs();
-  else return A.cwiseAbs2().cwiseSqrt();
+Eigen::MatrixXd magnitudes(const WideMatrix<T>& A) {
+  return A.cwiseAbs2().template cast<double>().cwiseSqrt();
 }
 
 template <class Matrix>
@@ -158,7 +158,7 @@ Sum<T>::Sum(Int rows, Int columns)
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
   value_ += wide(factor) * A;
-  magnitude_ += magnitude(wide(factor)) * magnitudes<T>(A);
+  magnitude_ += magnitude(wide(factor)) * magnitudes<T>(A).template cast<WideReal<T>>();
   terms_ += 1;
   return *this;
 }
@@ -166,7 +166,7 @@ Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A, const WideMatrix<T>& B) {
   value_ += wide(factor) * multiply(A, B);
-  magnitude_ += magnitude(wide(factor)) * multiply(magnitudes<T>(A), magnitudes<T>(B));
+  magnitude_ += magnitude(wide(factor)) * multiply(magnitudes<T>(A), magnitudes<T>(B)).template cast<WideReal<T>>();
   terms_ += A.cols() + 1;
   return *this;
 }
