@@ -2,6 +2,9 @@
 
 // Sizes, factors and operands for the tests of the dense matrix-vector kernels.
 
+#include <algorithm>
+#include <cmath>
+#include <utility>
 #include <vector>
 
 #include "kernels/vector_cases.hpp"
@@ -29,9 +32,96 @@ inline std::vector<Int> dense_orders() {
   return all;
 }
 
+/// A fifth of the pairs of them: five has no divisor in common with the widths of vectors and groups of columns, so
+/// that all pairs of remainders are there.
+inline std::vector<std::pair<Int, Int>> dense_shapes() {
+  std::vector<std::pair<Int, Int>> all;
+  for (const Int m : dense_orders()) {
+    for (const Int n : dense_orders()) {
+      if ((m + 2 * n) % 5 == 0) all.emplace_back(m, n);
+    }
+  }
+  return all;
+}
+
 /// Orders for which vectors with other increments than one take more room than the kernels set aside for copies.
 template <Scalar T>
 const Int order_of_several_pieces = is_sanitized ? 71 : 16384 / Int{sizeof(T)} + 37;
+
+/// A matrix of that order, of numbers that are quickly made. Equations with either triangle of it can be solved.
+template <Scalar T>
+class LargeMatrix {
+ public:
+  static constexpr Int period = 127;
+
+  explicit LargeMatrix(Random& random) : numbers_(std::size_t(n_) * n_) {
+    const auto scale = static_cast<Real<T>>(0.125 / std::sqrt(n_));
+    std::vector<T> run;
+    for (Int i = 0; i < period; ++i) run.push_back(scale * random.scalar<T>());
+    for (Int i = 0; i < n_; ++i) run.push_back(run[i]);
+    const Matrix<T> A(*this);
+    for (Int j = 1; j <= n_; ++j) {
+      std::copy_n(&run[std::size_t(31 * j % period)], n_, A.at(1, j));
+      A(j, j) = random.divisor<T>();
+    }
+  }
+
+  operator Matrix<T>() { return {numbers_.data(), n_}; }
+  operator Matrix<const T>() const { return {numbers_.data(), n_}; }
+
+  /// The largest difference between elements, or a NaN.
+  friend double difference(const LargeMatrix& A, const LargeMatrix& B) {
+    double largest = 0;
+    for (std::size_t k = 0; k < A.numbers_.size(); ++k) {
+      const double here = size_of(A.numbers_[k] - B.numbers_[k]);
+      if (!(here <= largest)) largest = here;
+    }
+    return largest;
+  }
+
+ private:
+  Int n_ = order_of_several_pieces<T>;
+  std::vector<T> numbers_;
+};
+
+/// Vectors of that order, contiguous ones and the same numbers with gaps.
+template <Scalar T>
+struct LargeVectors {
+  struct Pair {
+    GuardedVector<T> x, y;
+  };
+  Pair contiguous, with_gaps;
+
+  explicit LargeVectors(Random& random)
+      : contiguous{random_vector<T>(random, order_of_several_pieces<T>, 1),
+                   random_vector<T>(random, order_of_several_pieces<T>, 1)},
+        with_gaps{spread(contiguous.x, -2), spread(contiguous.y, 3)} {}
+
+  /// The largest difference between elements of the one y and the other, or a NaN.
+  double difference() const {
+    EXPECT_FALSE(contiguous.y.unchanged());
+    EXPECT_TRUE(with_gaps.y.guards_unchanged());
+    double largest = 0;
+    for (Int i = 1; i <= contiguous.y.size(); ++i) {
+      const double here = size_of(contiguous.y(i) - with_gaps.y(i));
+      if (!(here <= largest)) largest = here;
+    }
+    return largest;
+  }
+
+ private:
+  static GuardedVector<T> spread(const GuardedVector<T>& x, Int inc) {
+    GuardedVector<T> copy(x.size(), inc);
+    for (Int i = 1; i <= x.size(); ++i) copy(i) = x(i);
+    copy.seal();
+    return copy;
+  }
+};
+
+/// What elements of a few units may differ by when the order of their terms does: rounding errors rarely add up to the
+/// square root of their number.
+template <Scalar T>
+const double order_of_work = 4 * std::sqrt(order_of_several_pieces<T>) * epsilon<T>;
 
 /// Contiguous vectors longer than what the kernels work on at a time.
 template <Scalar T>
