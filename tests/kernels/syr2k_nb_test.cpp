@@ -57,22 +57,9 @@ GuardedMatrix<T> random_part(Random& random, char uplo, Int n, Int ld) {
   return C;
 }
 
-/// The triangle with a real diagonal and zeros elsewhere.
-template <Scalar T>
-WideMatrix<T> wide_part(const GuardedMatrix<T>& C, char uplo) {
-  const Int n = C.rows();
-  WideMatrix<T> result = WideMatrix<T>::Zero(n, n);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) {
-      if (is_in_triangle(uplo, i, j)) result(i - 1, j - 1) = i == j ? wide(T(std::real(C(i, j)))) : wide(C(i, j));
-    }
-  }
-  return result;
-}
-
 TYPED_TEST(Syr2kNb, UpdatesATriangle) {
   using T = TypeParam;
-  std::vector<std::pair<Int, Int>> shapes = {{70, 63}, {64, 64}, {33, 130}, {129, 65}, {200, 20}};
+  std::vector<std::pair<Int, Int>> shapes = {{70, 63}, {64, 64}, {33, 130}, {129, 65}, {200, 5}};
   if (is_sanitized) shapes.resize(3);
   for (const Int n : {0, 1, 2, 3, 5, 8, 9, 16, 17, 31, 49}) {
     for (const Int k : {0, 1, 2, 7, 33}) shapes.emplace_back(n, k);
@@ -80,7 +67,7 @@ TYPED_TEST(Syr2kNb, UpdatesATriangle) {
   for (const auto& [n, k] : shapes) {
     for (const char upper_or_lower : uplos) {
       for (const char form : transes_of<T>()) {
-        for (int repetition = 0; repetition < 3; ++repetition) {
+        for (int repetition = 0; repetition < 2; ++repetition) {
           const char uplo = this->random.in_some_case(upper_or_lower), trans = this->random.in_some_case(form);
           const T alpha = repetition == 0 ? factor_of<T>(0.75, -0.5) : this->random.pick(alphas<T>());
           const Real<T> beta = this->random.pick(std::vector<Real<T>>{0, 1, Real<T>(-0.5)});
@@ -92,18 +79,16 @@ TYPED_TEST(Syr2kNb, UpdatesATriangle) {
           // What a zero factor makes irrelevant holds guards.
           GuardedMatrix<T> A(rows, columns, rows + 1), B(rows, columns, rows + 3), C(n, n, n + 2);
           Sum<T> expected(n, n);
-          WideMatrix<T> exact = WideMatrix<T>::Zero(n, n);
           if (beta != Real<T>(0)) {
             C = random_part<T>(this->random, uplo, n, n + 2);
-            expected.add(T(beta), wide_part(C, uplo));
-            exact += WideReal<T>(beta) * wide_part(C, uplo);
+            expected.add(T(beta), wide_hermitian(C, is_upper(uplo)));
           }
           if (alpha != T(0)) {
             A = random_matrix<T>(this->random, rows, columns, rows + 1);
             B = random_matrix<T>(this->random, rows, columns, rows + 3);
-            const WideMatrix<T> op_A = plain ? wide(A) : wide(A).adjoint(), op_B = plain ? wide(B) : wide(B).adjoint();
-            expected.add(alpha, op_A, op_B.adjoint()).add(conjugate(alpha), op_B, op_A.adjoint());
-            exact += wide(alpha) * op_A * op_B.adjoint() + wide(conjugate(alpha)) * op_B * op_A.adjoint();
+            const WideMatrix<T> a = wide(A), b = wide(B), a_adjoint = op<T>('C', a), b_adjoint = op<T>('C', b);
+            expected.add(alpha, plain ? a : a_adjoint, plain ? b_adjoint : b);
+            expected.add(conjugate(alpha), plain ? b : b_adjoint, plain ? a_adjoint : a);
           }
           run_kernel<T>(uplo, trans, n, k, alpha, A, B, beta, C, this->random.integer(-1, 100));
 
@@ -114,15 +99,8 @@ TYPED_TEST(Syr2kNb, UpdatesATriangle) {
           if (is_nothing) {
             EXPECT_TRUE(C.unchanged());
           } else {
-            // Elements of the other triangle, which the kernel leaves alone, are as expected by definition.
-            WideMatrix<T> computed = exact;
-            for (Int j = 1; j <= n; ++j) {
-              EXPECT_EQ(std::imag(C(j, j)), 0);
-              for (Int i = 1; i <= n; ++i) {
-                if (is_in_triangle(uplo, i, j)) computed(i - 1, j - 1) = wide(C(i, j));
-              }
-            }
-            EXPECT_LT(expected.error_of(computed), kernel_threshold);
+            for (Int j = 1; j <= n; ++j) EXPECT_EQ(std::imag(C(j, j)), 0);
+            EXPECT_LT(expected.error_of(wide_hermitian(C, is_upper(uplo))), kernel_threshold);
           }
         }
       }
