@@ -8,6 +8,7 @@
 #include "support/random.hpp"
 #include "support/sanitized.hpp"
 #include "support/wide.hpp"
+#include "threading/several_blocks.hpp"
 
 namespace nuv::test {
 namespace {
@@ -154,20 +155,20 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   const std::vector<char> options = hermitian          ? std::vector<char>{'N', 'C'}
                                     : ComplexScalar<T> ? std::vector<char>{'N', 'T'}
                                                        : std::vector<char>{'N', 'T', 'C'};
-  const auto check_options = [&](Int n, Int k, const std::vector<T>& factors) {
+  const auto check_options = [&](Int n, Int k, const std::vector<char>& forms, const std::vector<T>& factors) {
     for (const char uplo : uplos) {
-      for (const char trans : options) {
+      for (const char trans : forms) {
         check_update<T>(random, hermitian, rank_2k, random.in_some_case(uplo), random.in_some_case(trans), n, k,
                         random.pick(factors));
       }
     }
   };
   for (const Int n : some_sizes()) {
-    for (const Int k : some_sizes()) check_options(n, k, alphas<T>());
+    for (const Int k : some_sizes()) check_options(n, k, options, alphas<T>());
   }
   // Blocks in the direction of n, and of k.
-  check_options(1030, 3, {factor_of<T>(0.75, -0.5)});
-  check_options(30, 400, {factor_of<T>(0.75, -0.5)});
+  check_options(columns_of_several_blocks<T>, 3, {random.pick(options)}, {factor_of<T>(0.75, -0.5)});
+  check_options(30, 400, options, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, UpdatesByRankK) {
@@ -213,10 +214,13 @@ TYPED_TEST(SymmetricProducts, MultipliesByThreeRealProducts) {
         for (const Int n : some_sizes()) {
           check_three_real_products<T>(this->random, transa, transb, n + 3, n, n / 2 + 1);
         }
-        check_three_real_products<T>(this->random, transa, transb, 515, 259, 2);
-        check_three_real_products<T>(this->random, transa, transb, 515, 3, 258);
-        check_three_real_products<T>(this->random, transa, transb, 3, 259, 258);
       }
+    }
+    for (const int form : {0, 1, 2}) {
+      const char transa = transes[form], next = transes[(form + 1) % 3];
+      check_three_real_products<T>(this->random, transa, next, 515, 259, 2);
+      check_three_real_products<T>(this->random, transa, transa, 515, 3, 258);
+      check_three_real_products<T>(this->random, next, transa, 3, 259, 258);
     }
   }
 }
