@@ -19,7 +19,8 @@ class FiniteCheck {
     simd::Simd<R> sum = zeros_[0];
 #pragma GCC unroll 4
     for (int c = 1; c < chains; ++c) sum += zeros_[c];
-    return simd::equal_lanes(sum, sum) == (1u << simd::lanes<R>)-1;
+    constexpr unsigned all = (1u << simd::lanes<R>)-1;
+    return simd::equal_lanes(sum, sum) == all;
   }
 
  private:

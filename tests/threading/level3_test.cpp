@@ -232,8 +232,8 @@ void for_each_triangular_case(Random& random, Visit visit) {
   for (const Int m : kernel_sizes()) {
     for (const Int n : kernel_sizes()) for_each_triangular_case<T>(random, m, n, alphas<T>(), visit);
   }
-  for_each_triangular_case<T>(random, 300, 9, {factor_of<T>(0.75, -0.5)}, visit);
-  for_each_triangular_case<T>(random, 9, 300, {factor_of<T>(0.75, -0.5)}, visit);
+  for_each_triangular_case<T>(random, 200, 9, {factor_of<T>(0.75, -0.5)}, visit);
+  for_each_triangular_case<T>(random, 9, 200, {factor_of<T>(0.75, -0.5)}, visit);
 }
 
 TYPED_TEST(Level3, MultipliesByATriangle) {

@@ -214,10 +214,13 @@ TYPED_TEST(SymmetricProducts, MultipliesByThreeRealProducts) {
         for (const Int n : some_sizes()) {
           check_three_real_products<T>(this->random, transa, transb, n + 3, n, n / 2 + 1);
         }
-        check_three_real_products<T>(this->random, transa, transb, 515, 259, 2);
-        check_three_real_products<T>(this->random, transa, transb, 515, 3, 258);
-        check_three_real_products<T>(this->random, transa, transb, 3, 259, 258);
       }
+    }
+    for (const int form : {0, 1, 2}) {
+      const char transa = transes[form], next = transes[(form + 1) % 3];
+      check_three_real_products<T>(this->random, transa, next, 515, 259, 2);
+      check_three_real_products<T>(this->random, transa, transa, 515, 3, 258);
+      check_three_real_products<T>(this->random, next, transa, 3, 259, 258);
     }
   }
 }
