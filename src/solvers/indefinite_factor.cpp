@@ -46,48 +46,48 @@ class Elimination {
     Real<T> column_max = 0;
     if (beyond.count() > 0) {
       largest = row_of_largest(beyond, A_.at(beyond.first, k));
-      column_max = pivot_size(*A_.at(largest, k));
+      column_max = pivot_size(A_(largest, k));
     }
     return choose_pivot(k, diagonal_size(k), largest, column_max, [&](Int row) {
       const Rows earlier = order_.upper() ? Rows{row + 1, k} : Rows{k, row - 1}, later = order_.beyond(row);
       Real<T> size = 0;
-      for (Int j = earlier.first; j <= earlier.last; ++j) size = std::max(size, pivot_size(*A_.at(row, j)));
+      for (Int j = earlier.first; j <= earlier.last; ++j) size = std::max(size, pivot_size(A_(row, j)));
       if (later.count() > 0) {
-        size = std::max(size, pivot_size(*A_.at(row_of_largest(later, A_.at(later.first, row)), row)));
+        size = std::max(size, pivot_size(A_(row_of_largest(later, A_.at(later.first, row)), row)));
       }
       return RowSizes<Real<T>>{diagonal_size(row), size};
     });
   }
 
-  Real<T> diagonal_size(Int k) const { return pivot_size(diagonal_element<mirror>(*A_.at(k, k))); }
+  Real<T> diagonal_size(Int k) const { return pivot_size(diagonal_element<mirror>(A_(k, k))); }
 
   void clear_imaginary_parts(const PivotBlock& block) {
-    for (const Int k : {block.first, block.last, block.row}) *A_.at(k, k) = diagonal_element<mirror>(*A_.at(k, k));
+    for (const Int k : {block.first, block.last, block.row}) A_(k, k) = diagonal_element<mirror>(A_(k, k));
   }
 
   /// A -= x d^-1 x^T, or x d^-1 x^H, for a block d of order one; x becomes x d^-1.
   void eliminate(Int k) {
     const Rows rest = order_.beyond(k);
     if (rest.count() <= 0) return;
-    const T reciprocal = quotient(T(1), *A_.at(k, k));
+    const T reciprocal = quotient(T(1), A_(k, k));
     const Vector<T> x(A_.at(rest.first, k), 1);
-    add_outer_square<mirror, T>(order_.uplo(), rest.count(), negated(reciprocal), x, A_.part(rest));
+    add_outer_square<mirror, T>(order_.uplo(), rest.count(), negated(reciprocal), x, part(A_, rest));
     blas::scal(rest.count(), reciprocal, x);
   }
 
   /// The same for a block of order two.
   void eliminate(const PivotBlock& block) {
     const Int first = block.first, last = block.last;
-    const PairInverse<mirror, T> inverse(*A_.at(first, first), *A_.at(last, first), *A_.at(last, last));
+    const PairInverse<mirror, T> inverse(A_(first, first), A_(last, first), A_(last, last));
     for (Int j = order_.next(last); order_.includes(j); j = order_.next(j)) {
-      T &x_first = *A_.at(j, first), &x_last = *A_.at(j, last);
+      T &x_first = A_(j, first), &x_last = A_(j, last);
       const T weight_first = inverse.first(x_first, x_last), weight_last = inverse.last(x_first, x_last);
       const Rows rows = order_.from(j);
       subtract(rows.count(), A_.at(rows.first, first), mirror_image<mirror>(weight_first), A_.at(rows.first, last),
                mirror_image<mirror>(weight_last), A_.at(rows.first, j));
       x_first = weight_first;
       x_last = weight_last;
-      *A_.at(j, j) = diagonal_element<mirror>(*A_.at(j, j));
+      A_(j, j) = diagonal_element<mirror>(A_(j, j));
     }
   }
 
@@ -107,7 +107,7 @@ class Elimination {
 
 template <Mirror mirror, Scalar T>
 Int factor_unblocked(char uplo, Int n, Matrix<T> A, Int* ipiv) {
-  return Elimination<mirror, FullTriangle<T>, T>(EliminationOrder(uplo, n), FullTriangle<T>(A), ipiv).run();
+  return Elimination<mirror, Matrix<T>, T>(EliminationOrder(uplo, n), A, ipiv).run();
 }
 
 /// 0, or minus the position of the first bad argument of uplo, n, a, lda.
@@ -138,13 +138,13 @@ void factor_by_parts(char uplo, Int n, Int* ipiv, Int& info, Factor factor) {
 template <Mirror mirror, Scalar T>
 void factor_by_panels(char uplo, Int n, Int nb, Matrix<T> A, Int* ipiv, T* work, Int& info) {
   factor_by_parts(uplo, n, ipiv, info, [&](Int corner, Int left, Int* pivots, Int& kb, Int& part_info) {
-    const Matrix part = block(A, corner, corner);
+    const Matrix corner_block = block(A, corner, corner);
     if (left <= nb) {
-      part_info = factor_unblocked<mirror, T>(uplo, left, part, pivots);
+      part_info = factor_unblocked<mirror, T>(uplo, left, corner_block, pivots);
     } else if constexpr (mirror == Mirror::plain) {
-      layer::lasyf(uplo, left, nb, kb, part, pivots, Matrix{work, n}, part_info);
+      layer::lasyf(uplo, left, nb, kb, corner_block, pivots, Matrix{work, n}, part_info);
     } else {
-      layer::lahef(uplo, left, nb, kb, part, pivots, Matrix{work, n}, part_info);
+      layer::lahef(uplo, left, nb, kb, corner_block, pivots, Matrix{work, n}, part_info);
     }
   });
 }

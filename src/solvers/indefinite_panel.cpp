@@ -89,7 +89,7 @@ class Panel {
   void take(Int c, Int into) {
     const Rows rows = order_.from(k_), stored = order_.from(c), done = factored();
     const Rows in_row = order_.upper() ? Rows{c + 1, k_} : Rows{k_, c - 1};
-    for (Int i = in_row.first; i <= in_row.last; ++i) W_(i, into) = mirror_image<mirror>(*A_.at(c, i));
+    for (Int i = in_row.first; i <= in_row.last; ++i) W_(i, into) = mirror_image<mirror>(A_(c, i));
     blas::copy(stored.count(), Vector<const T>(A_.at(stored.first, c), 1), W_.column(stored.first, into));
     W_(c, into) = diagonal_element<mirror>(W_(c, into));
     if (done.count() == 0) return;
@@ -124,8 +124,8 @@ class Panel {
     const Int to = block.last, from = block.row;
     if (from == to) return;
     const Rows inside = order_.between(to, from), outside = order_.beyond(from);
-    *A_.at(from, from) = *A_.at(to, to);
-    for (Int i = inside.first; i <= inside.last; ++i) *A_.at(from, i) = mirror_image<mirror>(*A_.at(i, to));
+    A_(from, from) = A_(to, to);
+    for (Int i = inside.first; i <= inside.last; ++i) A_(from, i) = mirror_image<mirror>(A_(i, to));
     if (outside.count() > 0) {
       blas::copy(outside.count(), Vector<const T>(A_.at(outside.first, to), 1),
                  Vector<T>(A_.at(outside.first, from), 1));
@@ -208,7 +208,7 @@ template <Mirror mirror, Scalar T>
 void factor_panel(char uplo, Int n, Int nb, Int& kb, Matrix<T> A, Int* ipiv, Matrix<T> W_array, Int& info) {
   const EliminationOrder order(uplo, n);
   const Columns<T> L(A, 0), W(W_array, shift_of_panel(order, nb));
-  Panel<mirror, FullTriangle<T>, T> panel(order, FullTriangle<T>(A), L, W, ipiv);
+  Panel<mirror, Matrix<T>, T> panel(order, A, L, W, ipiv);
   info = panel.factor(nb);
   const Rows done = panel.factored(), rest = panel.rest();
   if (done.count() > 0 && rest.count() > 0) {

@@ -1,46 +1,27 @@
 #pragma once
 
-// A triangle of a symmetric or Hermitian matrix, in full or in packed storage, as the methods with diagonal pivoting see
-// it: the elements of a column stand together, those of a row do not.
+// What the methods with diagonal pivoting do to a triangle of a symmetric or Hermitian matrix, whether it is stored in
+// full, Matrix<T>, or packed, PackedTriangle<T>: the elements of a column stand together, those of a row do not.
 
 #include <utility>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "environment/packed_storage.hpp"
 #include "solvers/complex_symmetric_products.hpp"
 #include "solvers/diagonal_pivoting.hpp"
 
 namespace nuv {
 
-/// T may be const.
+/// The triangle of some of the last columns in the order of elimination, as kernels take it.
 template <class T>
-class FullTriangle {
- public:
-  explicit FullTriangle(Matrix<T> A) : A_(A) {}
-  T* at(Int i, Int j) const { return A_.at(i, j); }
-
-  /// The triangle of some of the last columns in the order of elimination.
-  Matrix<T> part(Rows rows) const { return block(A_, rows.first, rows.first); }
-
- private:
-  Matrix<T> A_;
-};
-
+Matrix<T> part(Matrix<T> A, Rows rows) {
+  return block(A, rows.first, rows.first);
+}
 template <class T>
-class PackedTriangle {
- public:
-  PackedTriangle(const EliminationOrder& order, T* ap) : n_(order.size()), upper_(order.upper()), ap_(ap) {}
-  T* at(std::ptrdiff_t i, std::ptrdiff_t j) const {
-    const std::ptrdiff_t start_of_column = upper_ ? j * (j - 1) / 2 : (2 * std::ptrdiff_t{n_} - j) * (j - 1) / 2;
-    return ap_ + start_of_column + (i - 1);
-  }
-  T* part(Rows rows) const { return at(rows.first, rows.first); }
-
- private:
-  Int n_;
-  bool upper_;
-  T* ap_;
-};
+T* part(const PackedTriangle<T>& A, Rows rows) {
+  return A.at(rows.first, rows.first);
+}
 
 /// The row of the largest of some elements, at least one, that stand together from x on.
 template <class T>
@@ -103,10 +84,10 @@ void exchange(const Triangle& A, const EliminationOrder& order, const PivotBlock
     blas::swap(outside.count(), Vector(A.at(outside.first, to), 1), Vector(A.at(outside.first, from), 1));
   }
   const Rows inside = order.between(to, from);
-  for (Int i = inside.first; i <= inside.last; ++i) swap_mirrored(*A.at(i, to), *A.at(from, i));
-  if constexpr (mirror == Mirror::conjugate) *A.at(from, to) = conjugate(*A.at(from, to));
-  std::swap(*A.at(to, to), *A.at(from, from));
-  if (block.is_pair()) std::swap(*A.at(to, block.first), *A.at(from, block.first));
+  for (Int i = inside.first; i <= inside.last; ++i) swap_mirrored(A(i, to), A(from, i));
+  if constexpr (mirror == Mirror::conjugate) A(from, to) = conjugate(A(from, to));
+  std::swap(A(to, to), A(from, from));
+  if (block.is_pair()) std::swap(A(to, block.first), A(from, block.first));
 }
 
 }  // namespace nuv
