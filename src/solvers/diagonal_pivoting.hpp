@@ -1,8 +1,8 @@
 #pragma once
 
-// What factorisations with diagonal pivoting share, A = L D L^T or U D U^T (with adjoints for a Hermitian A), D of blocks
-// of order one and two: the order of elimination, the choice of a pivot and its inverse (J. R. Bunch and L. Kaufman,
-// "Some stable methods for calculating inertia and solving symmetric linear systems", Math. Comp. 31, 1977).
+// What factorisations with diagonal pivoting share, A = L D L^T or U D U^T (with adjoints for a Hermitian A), D of
+// blocks of order one and two: the order of elimination, the choice of a pivot and its inverse (J. R. Bunch and L.
+// Kaufman, "Some stable methods for calculating inertia and solving symmetric linear systems", Math. Comp. 31, 1977).
 //
 // Both triangles run one algorithm: it goes down the columns of a lower triangle and up those of an upper one.
 
@@ -69,6 +69,7 @@ struct PivotBlock {
   Int row;
 
   bool is_pair() const { return first != last; }
+  Int order() const { return is_pair() ? 2 : 1; }
 };
 
 /// How blocks stand in ipiv: ipiv(k) > 0 is a block of order one, rows and columns k and ipiv(k) were exchanged. Both
@@ -77,12 +78,23 @@ inline void store_block(const PivotBlock& block, Int* ipiv) {
   ipiv[block.last - 1] = ipiv[block.first - 1] = block.is_pair() ? -block.row : block.row;
 }
 
+/// The block whose first column is k.
+inline PivotBlock block_from(const EliminationOrder& order, const Int* ipiv, Int k) {
+  const Int p = ipiv[k - 1];
+  return p > 0 ? PivotBlock{k, k, p} : PivotBlock{k, order.next(k), -p};
+}
+
+/// The block whose last column is k.
+inline PivotBlock block_up_to(const EliminationOrder& order, const Int* ipiv, Int k) {
+  const Int p = ipiv[k - 1];
+  return p > 0 ? PivotBlock{k, k, p} : PivotBlock{order.previous(k), k, -p};
+}
+
 /// Visits the blocks in the order of elimination.
 template <class Visit>
 void for_each_block(const EliminationOrder& order, const Int* ipiv, Visit visit) {
   for (Int k = order.first(); order.includes(k);) {
-    const Int p = ipiv[k - 1];
-    const PivotBlock block = p > 0 ? PivotBlock{k, k, p} : PivotBlock{k, order.next(k), -p};
+    const PivotBlock block = block_from(order, ipiv, k);
     visit(block);
     k = order.next(block.last);
   }
@@ -92,8 +104,7 @@ void for_each_block(const EliminationOrder& order, const Int* ipiv, Visit visit)
 template <class Visit>
 void for_each_block_backwards(const EliminationOrder& order, Int last, const Int* ipiv, Visit visit) {
   for (Int k = last; order.includes(k);) {
-    const Int p = ipiv[k - 1];
-    const PivotBlock block = p > 0 ? PivotBlock{k, k, p} : PivotBlock{order.previous(k), k, -p};
+    const PivotBlock block = block_up_to(order, ipiv, k);
     visit(block);
     k = order.previous(block.first);
   }
@@ -147,7 +158,8 @@ Pivot choose_pivot(Int k, R diagonal, Int largest, R column_max, LookAt look_at)
   return {pair, largest};
 }
 
-/// The inverse of a block of order two, formed from ratios to its element off the diagonal: that is the largest of them.
+/// The inverse of a block of order two, formed from ratios to its element off the diagonal: that is the largest of
+/// them.
 template <Mirror mirror, Scalar T>
 class PairInverse {
  public:

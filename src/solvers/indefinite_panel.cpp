@@ -9,8 +9,8 @@
 namespace nuv {
 namespace {
 
-/// Columns of an array that go by the numbers of the columns of the matrix to which they belong: `shift` further on they
-/// stand in the array.
+/// Columns of an array that go by the numbers of the columns of the matrix to which they belong: `shift` further on
+/// they stand in the array.
 template <Scalar T>
 class Columns {
  public:

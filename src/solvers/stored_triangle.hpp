@@ -78,7 +78,9 @@ template <Mirror mirror, class Triangle>
 void exchange(const Triangle& A, const EliminationOrder& order, const PivotBlock& block) {
   const Int to = block.last, from = block.row;
   if (from == to) return;
-  const auto swap_mirrored = [](auto& x, auto& y) { x = mirror_image<mirror>(std::exchange(y, mirror_image<mirror>(x))); };
+  const auto swap_mirrored = [](auto& x, auto& y) {
+    x = mirror_image<mirror>(std::exchange(y, mirror_image<mirror>(x)));
+  };
   const Rows outside = order.beyond(from);
   if (outside.count() > 0) {
     blas::swap(outside.count(), Vector(A.at(outside.first, to), 1), Vector(A.at(outside.first, from), 1));
