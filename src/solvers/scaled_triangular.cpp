@@ -96,6 +96,14 @@ void sum_scaled_columns(const TriangularSystem<T>& A, Real<T> factor, Real<T>* c
   }
 }
 
+/// The power of two, at most one, that brings a finite number below a limit: a product with it is exact.
+template <RealScalar R>
+R factor_below(R limit, R number) {
+  R factor = 1;
+  while (factor * number > limit) factor /= 2;
+  return factor;
+}
+
 /// Brings the column sums below the limit: gives the factor that does it to A, and puts the sums of that product into
 /// cnorm. One if there is nothing to do, zero if a number in A is not finite.
 template <Scalar T>
@@ -106,7 +114,7 @@ Real<T> scale_column_sums(const TriangularSystem<T>& A, Real<T>* cnorm) {
   for (Int j = 0; j < n; ++j) largest_sum = larger_or_nan(largest_sum, cnorm[j]);
   if (largest_sum <= largest<R>) return 1;
   if (largest_sum <= Machine<R>::overflow) {
-    const R factor = largest<R> / largest_sum;
+    const R factor = factor_below(largest<R>, largest_sum);
     blas::scal(n, factor, Vector{cnorm, 1});
     return factor;
   }
@@ -117,7 +125,7 @@ Real<T> scale_column_sums(const TriangularSystem<T>& A, Real<T>* cnorm) {
     largest_entry = std::max(largest_entry, largest_size(run.count, run.entries));
   }
   if (!(largest_entry <= Machine<R>::overflow)) return 0;
-  const R factor = largest<R> / largest_entry / (4 * static_cast<R>(n));
+  const R factor = factor_below(largest<R> / (4 * static_cast<R>(n)), largest_entry);
   sum_scaled_columns(A, factor, cnorm);
   return factor;
 }
@@ -159,6 +167,7 @@ class CarefulSubstitution {
   /// Gives the factor of the right-hand side.
   R solve() {
     if (bound_ > largest<R>) shrink(largest<R> / bound_);
+    if (A_.is_transposed) bound_ = 0;
     for (Int step = 1; step <= n_; ++step) {
       const Int j = A_.unknown(step);
       if (A_.is_transposed) {
@@ -210,7 +219,7 @@ class CarefulSubstitution {
     bound_ = largest_size(rest, A_.unknown(n_) < j ? x_ : x_ + j);
   }
 
-  /// Subtracts the products of column j with the unknowns found so far from x(j); bound_ is that of all elements.
+  /// Subtracts the products of column j with the unknowns found so far, whose bound is bound_, from x(j).
   void subtract_products(Int j) {
     make_room(j, bound_, size(x_[j - 1]));
     x_[j - 1] -= matrix_factor_ == 1 ? product(A_.beside_diagonal(j)) : scaled_product(A_.beside_diagonal(j));
@@ -240,7 +249,7 @@ class CarefulSubstitution {
   R matrix_factor_;
   const R* cnorm_;
   T* x_;
-  R bound_;       ///< of the elements of x that a step may meet
+  R bound_;       ///< of the elements of x that the next step takes: those to come by columns, those found by rows
   R factor_ = 1;  ///< of the right-hand side
 };
 
