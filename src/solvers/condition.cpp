@@ -5,38 +5,17 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
-#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/norms_triangular.hpp"
 #include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
-#include "frame/option_matching.hpp"
 #include "solvers/absolute_products.hpp"
+#include "solvers/condition_steps.hpp"
 #include "solvers/scaled_triangular.hpp"
 #include "solvers/tridiagonal_inverse.hpp"
 
 namespace nuv {
 namespace {
-
-bool is_one_norm(char norm) {
-  return norm == '1' || same_letter(norm, 'O');
-}
-
-bool is_norm(char norm) {
-  return is_one_norm(norm) || same_letter(norm, 'I');
-}
-
-/// The condition of what needs no estimate, in rcond; false for all else.
-template <RealScalar R>
-bool is_trivial(Int n, R anorm, R& rcond) {
-  rcond = n == 0 ? 1 : 0;
-  return n == 0 || anorm == 0;
-}
-
-template <RealScalar R>
-R reciprocal_product(R first, R second) {
-  return second != 0 ? (1 / second) / first : 0;
-}
 
 /// Divides x by the scale with which a solve kept it in range; false if that overflows.
 template <Scalar T>
@@ -46,17 +25,6 @@ bool undo_scale(Int n, Real<T> scale, Real<T> smlnum, T* x) {
   if (scale < largest * smlnum || scale == 0) return false;
   rscl(n, scale, x, 1);
   return true;
-}
-
-/// Estimates by solve(trans, x), trans 'N' or adjoint, which may fail.
-template <Scalar T, class Solve>
-Real<T> reciprocal_condition(char norm, Int n, Real<T> anorm, T* work, SecondWork<T>* second, Solve solve) {
-  Real<T> inverse_norm;
-  const bool is_infinity_norm = !is_one_norm(norm);
-  const bool estimated = estimate_norm(n, work, work + n, second, inverse_norm, [&](bool is_adjoint) {
-    return solve(is_adjoint != is_infinity_norm ? adjoint<T> : 'N', work);
-  });
-  return estimated ? reciprocal_product(anorm, inverse_norm) : 0;
 }
 
 // ---------------------------------------------------------------------------- triangular matrices and Cholesky factors

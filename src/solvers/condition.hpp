@@ -63,4 +63,31 @@ template <Scalar T>
 void tbcon(char norm, char uplo, char diag, Int n, Int kd, const T* ab, Int ldab, Real<T>& rcond, T* work,
            SecondWork<T>* second, Int& info);
 
+/// General tridiagonal matrix. dl, d, du, du2, ipiv  as left by gttrf. work 2n; second n integers (real), none (complex)
+template <RealScalar T>
+void gtcon(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, T anorm, T& rcond,
+           T* work, Int* iwork, Int& info);
+template <ComplexScalar T>
+void gtcon(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, Real<T> anorm,
+           Real<T>& rcond, T* work, Int& info);
+
+/// Symmetric indefinite matrix, in the one-norm; a, ipiv as left by sytrf. work 2n; second n integers (real), none
+/// (complex)
+template <RealScalar T>
+void sycon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, T anorm, T& rcond, T* work, Int* iwork, Int& info);
+template <ComplexScalar T>
+void sycon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info);
+
+/// The same for a Hermitian matrix; from hetrf.
+template <ComplexScalar T>
+void hecon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info);
+
+/// The same in packed storage; from sptrf and hptrf.
+template <RealScalar T>
+void spcon(char uplo, Int n, const T* ap, const Int* ipiv, T anorm, T& rcond, T* work, Int* iwork, Int& info);
+template <ComplexScalar T>
+void spcon(char uplo, Int n, const T* ap, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info);
+template <ComplexScalar T>
+void hpcon(char uplo, Int n, const T* ap, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info);
+
 }  // namespace nuv
