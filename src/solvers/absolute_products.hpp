@@ -53,7 +53,8 @@ void add_absolute_product(bool is_transposed, Int n, const Columns& columns, con
 /// The same for a triangular matrix with ones on its diagonal, whatever the columns hold there.
 template <Scalar T, class Columns>
 void add_absolute_product_unit(bool upper, bool is_transposed, Int n, const Columns& columns, const T* x, Real<T>* y) {
-  add_absolute_product(is_transposed, n, [&](Int j) { return without_diagonal(columns(j), j, upper); }, x, y);
+  add_absolute_product(
+      is_transposed, n, [&](Int j) { return without_diagonal(columns(j), j, upper); }, x, y);
   for (Int j = 0; j < n; ++j) y[j] += abs1(x[j]);
 }
 

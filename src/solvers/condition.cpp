@@ -154,8 +154,8 @@ void pbcon(char uplo, Int n, Int kd, const T* ab, Int ldab, Real<T> anorm, Real<
 }
 
 template <Scalar T>
-void trcon(char norm, char uplo, char diag, Int n, const T* a, Int lda, Real<T>& rcond, T* work,
-           SecondWork<T>* second, Int& info) {
+void trcon(char norm, char uplo, char diag, Int n, const T* a, Int lda, Real<T>& rcond, T* work, SecondWork<T>* second,
+           Int& info) {
   info = check_triangle(norm, uplo, diag, n);
   if (info == 0 && lda < std::max(1, n)) info = -6;
   if (info != 0) return report_bad_argument<T>("TRCON", info);

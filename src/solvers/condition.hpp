@@ -1,7 +1,8 @@
 #pragma once
 
-// Reciprocal condition numbers, 1 / (||A|| ||A^-1||), from the factors of a matrix: the norm of the inverse is estimated
-// from a few solves (N. J. Higham, ACM Trans. Math. Softw. 14, 1988), and seldom too small by more than a factor of 3.
+// Reciprocal condition numbers, 1 / (||A|| ||A^-1||), from the factors of a matrix: the norm of the inverse is
+// estimated from a few solves (N. J. Higham, ACM Trans. Math. Softw. 14, 1988), and seldom too small by more than a
+// factor of 3.
 //
 // norm    '1' or 'O': the one-norm, 'I': the infinity-norm
 // anorm   norm of the matrix before it was factored, at least 0
@@ -50,8 +51,8 @@ void ptcon(Int n, const Real<T>* d, const T* e, Real<T> anorm, Real<T>& rcond, R
 
 /// Triangular matrix itself, whose norm is computed. work 3n (real), 2n (complex)
 template <Scalar T>
-void trcon(char norm, char uplo, char diag, Int n, const T* a, Int lda, Real<T>& rcond, T* work,
-           SecondWork<T>* second, Int& info);
+void trcon(char norm, char uplo, char diag, Int n, const T* a, Int lda, Real<T>& rcond, T* work, SecondWork<T>* second,
+           Int& info);
 
 /// The same in packed storage.
 template <Scalar T>
@@ -63,7 +64,8 @@ template <Scalar T>
 void tbcon(char norm, char uplo, char diag, Int n, Int kd, const T* ab, Int ldab, Real<T>& rcond, T* work,
            SecondWork<T>* second, Int& info);
 
-/// General tridiagonal matrix. dl, d, du, du2, ipiv  as left by gttrf. work 2n; second n integers (real), none (complex)
+/// General tridiagonal matrix. dl, d, du, du2, ipiv  as left by gttrf. work 2n; second n integers (real), none
+/// (complex)
 template <RealScalar T>
 void gtcon(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, T anorm, T& rcond,
            T* work, Int* iwork, Int& info);

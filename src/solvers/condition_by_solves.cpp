@@ -39,6 +39,22 @@ void full_condition(const char (&name)[6], char uplo, Int n, const T* a, Int lda
   });
 }
 
+template <Mirror mirror, Scalar T>
+void packed_condition(const char (&name)[6], char uplo, Int n, const T* ap, const Int* ipiv, Real<T> anorm,
+                      Real<T>& rcond, T* work, SecondWork<T>* second, Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) info = -1;
+  else if (n < 0) info = -2;
+  else if (anorm < 0) info = -5;
+  if (info != 0) return report_bad_argument<T>(name, info);
+  if (is_trivial(n, anorm, rcond)) return;
+  if (has_zero_pivot<T>(uplo, n, PackedColumns<T>{same_letter(uplo, 'U'), n, ap}, ipiv)) return;
+  rcond = reciprocal_condition('O', n, anorm, work, second, [&](char, T* x) {
+    solve_packed<mirror, T>(uplo, n, 1, ap, ipiv, {x, n});
+    return true;
+  });
+}
+
 }  // namespace
 
 template <RealScalar T>
@@ -54,6 +70,21 @@ void sycon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm
 template <ComplexScalar T>
 void hecon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info) {
   full_condition<Mirror::conjugate, T>("HECON", uplo, n, a, lda, ipiv, anorm, rcond, work, nullptr, info);
+}
+
+template <RealScalar T>
+void spcon(char uplo, Int n, const T* ap, const Int* ipiv, T anorm, T& rcond, T* work, Int* iwork, Int& info) {
+  packed_condition<Mirror::plain>("SPCON", uplo, n, ap, ipiv, anorm, rcond, work, iwork, info);
+}
+
+template <ComplexScalar T>
+void spcon(char uplo, Int n, const T* ap, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info) {
+  packed_condition<Mirror::plain, T>("SPCON", uplo, n, ap, ipiv, anorm, rcond, work, nullptr, info);
+}
+
+template <ComplexScalar T>
+void hpcon(char uplo, Int n, const T* ap, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info) {
+  packed_condition<Mirror::conjugate, T>("HPCON", uplo, n, ap, ipiv, anorm, rcond, work, nullptr, info);
 }
 
 // ----------------------------------------------------------------------------------------------- tridiagonal matrices

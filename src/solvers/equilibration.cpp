@@ -135,7 +135,8 @@ void poequ(Int n, const T* a, Int lda, Real<T>* s, Real<T>& scond, Real<T>& amax
   else if (lda < std::max(1, n)) info = -3;
   if (info != 0) return report_bad_argument<T>("POEQU", info);
   const Matrix A{a, lda};
-  find_factors_of_diagonal(n, [&](Int i) { return std::real(A(i, i)); }, s, scond, amax, info);
+  find_factors_of_diagonal(
+      n, [&](Int i) { return std::real(A(i, i)); }, s, scond, amax, info);
 }
 
 template <Scalar T>
@@ -160,7 +161,8 @@ void pbequ(char uplo, Int n, Int kd, const T* ab, Int ldab, Real<T>* s, Real<T>&
   if (info != 0) return report_bad_argument<T>("PBEQU", info);
   const Matrix AB{ab, ldab};
   const Int diagonal_row = same_letter(uplo, 'U') ? kd + 1 : 1;
-  find_factors_of_diagonal(n, [&](Int i) { return std::real(AB(diagonal_row, i)); }, s, scond, amax, info);
+  find_factors_of_diagonal(
+      n, [&](Int i) { return std::real(AB(diagonal_row, i)); }, s, scond, amax, info);
 }
 
 // ---------------------------------------------------------------------------------------------------- applying factors

@@ -30,9 +30,9 @@ Factored(Product, Solve) -> Factored<Product, Solve>;
 /// The workspace of bounds, n elements each.
 template <Scalar T>
 struct BoundsSpace {
-  Real<T>* weights;       ///< |b| + |op(A)| |x|, then the bound of what the residual may be
-  T* residual;            ///< and the estimator's x
-  T* v;                   ///< of the estimator
+  Real<T>* weights;      ///< |b| + |op(A)| |x|, then the bound of what the residual may be
+  T* residual;           ///< and the estimator's x
+  T* v;                  ///< of the estimator
   SecondWork<T>* signs;  ///< of the estimator in the real precisions
 
   BoundsSpace(Int n, T* work, SecondWork<T>* second)
@@ -74,8 +74,8 @@ class ErrorBounds {
     }
   }
 
-  /// The bound for x, whose residual and weights are there: the largest element of |op(A)^-1| w, with w the magnitude of
-  /// the residual and of what rounding did to it, is the norm of op(A)^-1 diag(w).
+  /// The bound for x, whose residual and weights are there: the largest element of |op(A)^-1| w, with w the magnitude
+  /// of the residual and of what rounding did to it, is the norm of op(A)^-1 diag(w).
   R forward_error(const T* x) const {
     weigh_rounding();
     const bool is_transposed = !same_letter(trans_, 'N');

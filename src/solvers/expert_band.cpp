@@ -65,9 +65,7 @@ struct GeneralProblem {
     return lantb('M', 'U', 'N', count, diagonals, Matrix{afb, ldafb}.at(kl + ku + 1 - diagonals, 1), ldafb, reals());
   }
 
-  R largest_of_a(Int count) const {
-    return norm_by_columns<T>(Norm::largest, n, count, columns(), false, reals());
-  }
+  R largest_of_a(Int count) const { return norm_by_columns<T>(Norm::largest, n, count, columns(), false, reals()); }
 
   R norm(char trans) const { return langb(norm_for(trans), n, kl, ku, ab, ldab, reals()); }
 

@@ -46,7 +46,9 @@ struct GeneralProblem {
     layer::getrf(n, n, Matrix{af, ldaf}, ipiv, info);
   }
 
-  R largest_of_u(Int columns) const { return lantr('M', 'U', 'N', columns, columns, af, ldaf, real_work(work, second)); }
+  R largest_of_u(Int columns) const {
+    return lantr('M', 'U', 'N', columns, columns, af, ldaf, real_work(work, second));
+  }
   R largest_of_a(Int columns) const { return lange('M', n, columns, a, lda, real_work(work, second)); }
   R norm(char trans) const { return lange(norm_for(trans), n, n, a, lda, real_work(work, second)); }
 
@@ -205,15 +207,13 @@ struct IndefiniteProblem {
     }
   }
 
-  void solve(char, const Systems<T>& s) const {
-    solve_indefinite<mirror, T>(uplo, n, s.nrhs, {af, ldaf}, ipiv, s.X);
-  }
+  void solve(char, const Systems<T>& s) const { solve_indefinite<mirror, T>(uplo, n, s.nrhs, {af, ldaf}, ipiv, s.X); }
 
   void refine(char, const Systems<T>& s) const {
     Int info;
     const auto call = [&](auto routine) {
-      routine(uplo, n, s.nrhs, a, lda, af, ldaf, ipiv, s.B.data, s.B.ld, s.X.data, s.X.ld, s.ferr, s.berr, work,
-              second, info);
+      routine(uplo, n, s.nrhs, a, lda, af, ldaf, ipiv, s.B.data, s.B.ld, s.X.data, s.X.ld, s.ferr, s.berr, work, second,
+              info);
     };
     if constexpr (mirror == Mirror::conjugate) {
       call(herfs<T>);
@@ -265,10 +265,9 @@ void sysvx(char fact, char uplo, Int n, Int nrhs, const T* a, Int lda, T* af, In
 
 template <ComplexScalar T>
 void hesvx(char fact, char uplo, Int n, Int nrhs, const T* a, Int lda, T* af, Int ldaf, Int* ipiv, const T* b, Int ldb,
-           T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Int lwork, Real<T>* rwork,
-           Int& info) {
-  solve_indefinite_expertly<Mirror::conjugate>(RoutineName<T>("HESVX"), RoutineName<T>("HETRF"), fact, uplo, n, nrhs,
-                                               a, lda, af, ldaf, ipiv, b, ldb, x, ldx, rcond, ferr, berr, work, lwork,
+           T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Int lwork, Real<T>* rwork, Int& info) {
+  solve_indefinite_expertly<Mirror::conjugate>(RoutineName<T>("HESVX"), RoutineName<T>("HETRF"), fact, uplo, n, nrhs, a,
+                                               lda, af, ldaf, ipiv, b, ldb, x, ldx, rcond, ferr, berr, work, lwork,
                                                rwork, info);
 }
 

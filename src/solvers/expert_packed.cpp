@@ -89,6 +89,88 @@ void ppsvx(char fact, char uplo, Int n, Int nrhs, T* ap, T* afp, char& equed, Re
   info = solve_definite<T>(problem, fact, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, {b, ldb}, scaling, rcond);
 }
 
+// --------------------------------------------------------------------------------------------------------- indefinite
+
+namespace {
+
+template <Mirror mirror, Scalar T>
+struct IndefiniteProblem {
+  using R = Real<T>;
+
+  char uplo;
+  Int n;
+  const T* ap;
+  T* afp;
+  Int* ipiv;
+  T* work;
+  SecondWork<T>* second;
+
+  void factor(Int& info) const {
+    copy_packed(n, ap, afp);
+    factor_packed<mirror>(uplo, n, afp, ipiv, info);
+  }
+
+  R norm(char) const { return norm_of_packed<mirror>('I', uplo, n, ap, real_work(work, second)); }
+
+  void find_condition(char, R anorm, R& rcond) const {
+    Int info;
+    if constexpr (mirror == Mirror::conjugate) {
+      hpcon(uplo, n, afp, ipiv, anorm, rcond, work, info);
+    } else if constexpr (ComplexScalar<T>) {
+      spcon(uplo, n, afp, ipiv, anorm, rcond, work, info);
+    } else {
+      spcon(uplo, n, afp, ipiv, anorm, rcond, work, second, info);
+    }
+  }
+
+  void solve(char, const Systems<T>& s) const { solve_packed<mirror, T>(uplo, n, s.nrhs, afp, ipiv, s.X); }
+
+  void refine(char, const Systems<T>& s) const {
+    Int info;
+    const auto call = [&](auto routine) {
+      routine(uplo, n, s.nrhs, ap, afp, ipiv, s.B.data, s.B.ld, s.X.data, s.X.ld, s.ferr, s.berr, work, second, info);
+    };
+    if constexpr (mirror == Mirror::conjugate) {
+      call(hprfs<T>);
+    } else {
+      call(sprfs<T>);
+    }
+  }
+};
+
+template <Mirror mirror, Scalar T>
+void solve_indefinite_expertly(Text name, char fact, char uplo, Int n, Int nrhs, const T* ap, T* afp, Int* ipiv,
+                               const T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr,
+                               T* work, SecondWork<T>* second, Int& info) {
+  info = 0;
+  if (!is_one_of(fact, 'N', 'F')) info = -1;
+  else if (!is_one_of(uplo, 'U', 'L')) info = -2;
+  else if (n < 0) info = -3;
+  else if (nrhs < 0) info = -4;
+  else if (ldb < std::max(1, n)) info = -9;
+  else if (ldx < std::max(1, n)) info = -11;
+  if (info != 0) return report_bad_argument(name, info);
+
+  const IndefiniteProblem<mirror, T> problem{uplo, n, ap, afp, ipiv, work, second};
+  info = solve_expertly<T>(problem, fact, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, rcond);
+}
+
+}  // namespace
+
+template <Scalar T>
+void spsvx(char fact, char uplo, Int n, Int nrhs, const T* ap, T* afp, Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
+  solve_indefinite_expertly<Mirror::plain>(RoutineName<T>("SPSVX"), fact, uplo, n, nrhs, ap, afp, ipiv, b, ldb, x, ldx,
+                                           rcond, ferr, berr, work, second, info);
+}
+
+template <ComplexScalar T>
+void hpsvx(char fact, char uplo, Int n, Int nrhs, const T* ap, T* afp, Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info) {
+  solve_indefinite_expertly<Mirror::conjugate>(RoutineName<T>("HPSVX"), fact, uplo, n, nrhs, ap, afp, ipiv, b, ldb, x,
+                                               ldx, rcond, ferr, berr, work, rwork, info);
+}
+
 }  // namespace nuv
 
 #include "solvers/expert_packed.entries.inc"

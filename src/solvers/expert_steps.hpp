@@ -75,8 +75,8 @@ void scale_rows(Int n, Int nrhs, const Real<T>* factors, Matrix<T> M) {
   }
 }
 
-/// Takes the scaling out of solutions: x = diag(factors) y, where the error bounds are those of y, and ratio is the least
-/// factor over the largest.
+/// Takes the scaling out of solutions: x = diag(factors) y, where the error bounds are those of y, and ratio is the
+/// least factor over the largest.
 template <Scalar T>
 void unscale_solutions(const Systems<T>& systems, const Real<T>* factors, Real<T> ratio) {
   scale_rows(systems.n, systems.nrhs, factors, systems.X);
@@ -131,8 +131,8 @@ Real<T> reciprocal_pivot_growth(const Problem& problem, Int columns) {
   return of_u == 0 ? 1 : problem.largest_of_a(columns) / of_u;
 }
 
-/// The driver for general matrices; B is that of the systems. growth returns the reciprocal pivot growth, of the columns
-/// up to the one where the factorisation found no pivot.
+/// The driver for general matrices; B is that of the systems. growth returns the reciprocal pivot growth, of the
+/// columns up to the one where the factorisation found no pivot.
 template <Scalar T, class Problem>
 Int solve_general(const Problem& problem, char fact, char trans, const Systems<T>& systems, Matrix<T> B,
                   GeneralScaling<Real<T>> scaling, Real<T>& rcond, Real<T>* growth) {

@@ -43,6 +43,25 @@ Real<T> norm_of_indefinite(char norm, char uplo, Int n, const T* a, Int lda, Rea
 }
 
 template <Mirror mirror, Scalar T>
+void factor_packed(char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  if constexpr (mirror == Mirror::conjugate) {
+    hptrf(uplo, n, ap, ipiv, info);
+  } else {
+    sptrf(uplo, n, ap, ipiv, info);
+  }
+}
+
+template <Mirror mirror, Scalar T>
+void solve_packed(char uplo, Int n, Int nrhs, const T* afp, const Int* ipiv, Matrix<T> B) {
+  Int info;
+  if constexpr (mirror == Mirror::conjugate) {
+    layer::hptrs(uplo, n, nrhs, afp, ipiv, B, info);
+  } else {
+    layer::sptrs(uplo, n, nrhs, afp, ipiv, B, info);
+  }
+}
+
+template <Mirror mirror, Scalar T>
 Real<T> norm_of_packed(char norm, char uplo, Int n, const T* ap, Real<T>* work) {
   if constexpr (mirror == Mirror::conjugate) {
     return lanhp(norm, uplo, n, ap, work);

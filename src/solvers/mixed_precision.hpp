@@ -22,7 +22,8 @@ void dsgesv(Int n, Int nrhs, double* a, Int lda, Int* ipiv, const double* b, Int
 
 /// Rounds an m by n matrix to single precision.
 ///
-/// info    0; (i - 1) lda + j: a(i, j) is too large for single precision, and sa is not to be used; for n < 1 as it was.
+/// info    0; (i - 1) lda + j: a(i, j) is too large for single precision, and sa is not to be used; for n < 1 as it
+/// was.
 ///         A value that does not fit in an integer is the largest one
 void dlag2s(Int m, Int n, const double* a, Int lda, float* sa, Int ldsa, Int& info);
 

@@ -43,8 +43,8 @@ void porfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int lda
   if (info != 0) return report_bad_argument<T>("PORFS", info);
 
   const auto solve = [&](char, T* r) { potrs(uplo, n, 1, af, ldaf, r, n, info); };
-  refine(Factored{HermitianProduct<T>{uplo, n, {a, lda}}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr},
-         work, second);
+  refine(Factored{HermitianProduct<T>{uplo, n, {a, lda}}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
+         second);
 }
 
 template <Scalar T>
@@ -63,7 +63,8 @@ void pprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const T* b, In
          second);
 }
 
-// -------------------------------------------------------------------------------------------------- indefinite matrices
+// -------------------------------------------------------------------------------------------------- indefinite
+// matrices
 
 namespace {
 
@@ -98,20 +99,50 @@ void refine_indefinite(const char (&name)[6], char uplo, Int n, Int nrhs, const 
          {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
 }
 
+template <Mirror mirror, Scalar T>
+void refine_packed(const char (&name)[6], char uplo, Int n, Int nrhs, const T* ap, const T* afp, const Int* ipiv,
+                   const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second,
+                   Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) info = -1;
+  else if (n < 0) info = -2;
+  else if (nrhs < 0) info = -3;
+  else if (ldb < std::max(1, n)) info = -8;
+  else if (ldx < std::max(1, n)) info = -10;
+  if (info != 0) return report_bad_argument<T>(name, info);
+
+  const auto solve = [&](char, T* r) { solve_packed<mirror, T>(uplo, n, 1, afp, ipiv, {r, n}); };
+  refine(Factored{typename Products<mirror, T>::Packed{uplo, n, ap}, solve}, 'N',
+         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+}
+
 }  // namespace
 
 template <Scalar T>
-void syrfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
-           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
+void syrfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
   refine_indefinite<Mirror::plain>("SYRFS", uplo, n, nrhs, a, lda, af, ldaf, ipiv, b, ldb, x, ldx, ferr, berr, work,
                                    second, info);
 }
 
 template <ComplexScalar T>
-void herfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
-           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info) {
-  refine_indefinite<Mirror::conjugate>("HERFS", uplo, n, nrhs, a, lda, af, ldaf, ipiv, b, ldb, x, ldx, ferr, berr,
-                                       work, rwork, info);
+void herfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info) {
+  refine_indefinite<Mirror::conjugate>("HERFS", uplo, n, nrhs, a, lda, af, ldaf, ipiv, b, ldb, x, ldx, ferr, berr, work,
+                                       rwork, info);
+}
+
+template <Scalar T>
+void sprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
+  refine_packed<Mirror::plain>("SPRFS", uplo, n, nrhs, ap, afp, ipiv, b, ldb, x, ldx, ferr, berr, work, second, info);
+}
+
+template <ComplexScalar T>
+void hprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info) {
+  refine_packed<Mirror::conjugate>("HPRFS", uplo, n, nrhs, ap, afp, ipiv, b, ldb, x, ldx, ferr, berr, work, rwork,
+                                   info);
 }
 
 }  // namespace nuv

@@ -35,19 +35,26 @@ void pprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const T* b, In
 
 /// A X = B for a symmetric A; af, ipiv from sytrf.
 template <Scalar T>
-void syrfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
-           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
+void syrfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
 
 /// A X = B for a Hermitian A; af, ipiv from hetrf.
 template <ComplexScalar T>
-void herfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
-           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info);
+void herfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info);
+
+/// The same in packed storage; afp, ipiv from sptrf and hptrf.
+template <Scalar T>
+void sprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
+template <ComplexScalar T>
+void hprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const Int* ipiv, const T* b, Int ldb, T* x, Int ldx,
+           Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info);
 
 /// op(A) X = B for a general band matrix; ldab >= kl + ku + 1; afb, ipiv from gbtrf.
 template <Scalar T>
-void gbrfs(char trans, Int n, Int kl, Int ku, Int nrhs, const T* ab, Int ldab, const T* afb, Int ldafb,
-           const Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work,
-           SecondWork<T>* second, Int& info);
+void gbrfs(char trans, Int n, Int kl, Int ku, Int nrhs, const T* ab, Int ldab, const T* afb, Int ldafb, const Int* ipiv,
+           const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
 
 /// A X = B for a positive definite band matrix; ldab, ldafb >= kd + 1; afb from pbtrf.
 template <Scalar T>

@@ -12,9 +12,9 @@
 namespace nuv {
 
 template <Scalar T>
-void gbrfs(char trans, Int n, Int kl, Int ku, Int nrhs, const T* ab, Int ldab, const T* afb, Int ldafb,
-           const Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work,
-           SecondWork<T>* second, Int& info) {
+void gbrfs(char trans, Int n, Int kl, Int ku, Int nrhs, const T* ab, Int ldab, const T* afb, Int ldafb, const Int* ipiv,
+           const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second,
+           Int& info) {
   info = 0;
   if (!is_one_of(trans, 'N', 'T', 'C')) info = -1;
   else if (n < 0) info = -2;
@@ -67,9 +67,7 @@ void gtrfs(char trans, Int n, Int nrhs, const T* dl, const T* d, const T* du, co
   else if (ldx < std::max(1, n)) info = -15;
   if (info != 0) return report_bad_argument<T>("GTRFS", info);
 
-  const auto solve = [&](char op, T* r) {
-    layer::gttrs(op, n, 1, dlf, df, duf, du2, ipiv, Matrix{r, n}, info);
-  };
+  const auto solve = [&](char op, T* r) { layer::gttrs(op, n, 1, dlf, df, duf, du2, ipiv, Matrix{r, n}, info); };
   refine(Factored{TridiagonalProduct<T>{n, dl, d, du}, solve}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
          second);
 }
@@ -105,8 +103,9 @@ void ptrfs(Int n, Int nrhs, const T* d, const T* e, const T* df, const T* ef, co
   else if (ldb < std::max(1, n)) info = -8;
   else if (ldx < std::max(1, n)) info = -10;
   if (info != 0) return report_bad_argument<T>("PTRFS", info);
-  refine_definite<T>('L', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, d, e, df, ef, work, nullptr,
-                     [&](char, T* r) { layer::pttrs(n, 1, df, ef, Matrix{r, n}, info); });
+  refine_definite<T>('L', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, d, e, df, ef, work, nullptr, [&](char, T* r) {
+    layer::pttrs(n, 1, df, ef, Matrix{r, n}, info);
+  });
 }
 
 template <ComplexScalar T>
@@ -119,8 +118,9 @@ void ptrfs(char uplo, Int n, Int nrhs, const Real<T>* d, const T* e, const Real<
   else if (ldb < std::max(1, n)) info = -9;
   else if (ldx < std::max(1, n)) info = -11;
   if (info != 0) return report_bad_argument<T>("PTRFS", info);
-  refine_definite<T>(uplo, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, d, e, df, ef, work, rwork,
-                     [&](char, T* r) { layer::pttrs(uplo, n, 1, df, ef, Matrix{r, n}, info); });
+  refine_definite<T>(uplo, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, d, e, df, ef, work, rwork, [&](char, T* r) {
+    layer::pttrs(uplo, n, 1, df, ef, Matrix{r, n}, info);
+  });
 }
 
 }  // namespace nuv

@@ -31,7 +31,8 @@ void trrfs(char uplo, char trans, char diag, Int n, Int nrhs, const T* a, Int ld
   else if (ldb < std::max(1, n)) info = -9;
   else if (ldx < std::max(1, n)) info = -11;
   if (info != 0) return report_bad_argument<T>("TRRFS", info);
-  bound_errors(TriangleProduct<T>{uplo, diag, n, {a, lda}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+  bound_errors(TriangleProduct<T>{uplo, diag, n, {a, lda}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
+               second);
 }
 
 template <Scalar T>
@@ -43,7 +44,8 @@ void tprfs(char uplo, char trans, char diag, Int n, Int nrhs, const T* ap, const
   else if (ldb < std::max(1, n)) info = -8;
   else if (ldx < std::max(1, n)) info = -10;
   if (info != 0) return report_bad_argument<T>("TPRFS", info);
-  bound_errors(PackedTriangleProduct<T>{uplo, diag, n, ap}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+  bound_errors(PackedTriangleProduct<T>{uplo, diag, n, ap}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
+               second);
 }
 
 template <Scalar T>
@@ -57,8 +59,8 @@ void tbrfs(char uplo, char trans, char diag, Int n, Int kd, Int nrhs, const T* a
   else if (ldb < std::max(1, n)) info = -10;
   else if (ldx < std::max(1, n)) info = -12;
   if (info != 0) return report_bad_argument<T>("TBRFS", info);
-  bound_errors(BandTriangleProduct<T>{uplo, diag, n, kd, {ab, ldab}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
-               second);
+  bound_errors(BandTriangleProduct<T>{uplo, diag, n, kd, {ab, ldab}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr},
+               work, second);
 }
 
 }  // namespace nuv

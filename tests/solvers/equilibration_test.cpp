@@ -158,8 +158,8 @@ TYPED_TEST(Equilibration, IsTheSameForABandAsForItsFullMatrix) {
       for (Int j = 1; j <= n; ++j) {
         for (Int row = 1; row <= kl + ku + 1; ++row) {
           const Int i = row + j - ku - 1;
-          if (i >= 1 && i <= m) EXPECT_EQ(AB(row, j), A(i, j));
-          else EXPECT_TRUE(AB.is_sealed(row, j));
+          const bool is_stored = i >= 1 && i <= m;
+          EXPECT_TRUE(is_stored ? AB(row, j) == A(i, j) : AB.is_sealed(row, j));
         }
       }
       EXPECT_TRUE(AB.guards_unchanged());
@@ -167,7 +167,8 @@ TYPED_TEST(Equilibration, IsTheSameForABandAsForItsFullMatrix) {
   }
 }
 
-// ---------------------------------------------------------------------------------------------------- general: applying
+// ---------------------------------------------------------------------------------------------------- general:
+// applying
 
 TYPED_TEST(Equilibration, ScalesWhatIsWorthWhile) {
   using T = TypeParam;
@@ -216,7 +217,8 @@ TYPED_TEST(Equilibration, LeavesEmptyMatricesAlone) {
   }
 }
 
-// ----------------------------------------------------------------------------------------- symmetric and positive definite
+// ----------------------------------------------------------------------------------------- symmetric and positive
+// definite
 
 constexpr Int packed_place(bool upper, Int n, Int i, Int j) {
   return upper ? i + j * (j - 1) / 2 : i + (2 * n - j) * (j - 1) / 2;

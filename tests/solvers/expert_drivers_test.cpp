@@ -288,7 +288,8 @@ void expect_scaled(const StoredSystem<T>& system, const ExpertCall<T>& call, boo
   }
 }
 
-/// The bounds hold for the system as it was scaled, and the solution is one of the system as it was, element by element.
+/// The bounds hold for the system as it was scaled, and the solution is one of the system as it was, element by
+/// element.
 template <Scalar T>
 void expect_trustworthy_when_scaled(const ExpertCall<T>& call, const StoredSystem<T>& system, bool is_symmetric,
                                     const GuardedMatrix<T>& A, const GuardedMatrix<T>& B) {
@@ -358,9 +359,8 @@ TYPED_TEST(StoredSystems, AreScaledByTheExpertDriver) {
   this->for_each_form([&](const Form& form, char uplo) {
     if (!form.is_scaled) return;
     const bool is_symmetric = form.structure != Structure::general;
-    const auto cases = is_symmetric
-                           ? std::vector<Case>{{1, 1, 'Y'}, {0, 0, 'N'}}
-                           : std::vector<Case>{{1.5, 0, 'R'}, {0, 1.5, 'C'}, {1, 1, 'B'}, {0, 0, 'N'}};
+    const auto cases = is_symmetric ? std::vector<Case>{{1, 1, 'Y'}, {0, 0, 'N'}}
+                                    : std::vector<Case>{{1.5, 0, 'R'}, {0, 1.5, 'C'}, {1, 1, 'B'}, {0, 0, 'N'}};
     for (const Case& scale : cases) {
       for (const char trans : operations_of(form)) {
         GuardedMatrix<T> A = this->matrix(form, n, 0.05);
@@ -468,7 +468,8 @@ TYPED_TEST(StoredSystems, TellHowTheirPivotsGrew) {
   EXPECT_EQ(call.growth, std::pow(Real<T>(2), 1 - n));
 }
 
-// -------------------------------------------------------------------------------------------------- all kinds of matrix
+// -------------------------------------------------------------------------------------------------- all kinds of
+// matrix
 
 /// Puts the upper triangle into the lower one.
 template <Scalar T>

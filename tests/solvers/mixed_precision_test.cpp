@@ -217,7 +217,8 @@ TEST_F(MixedPrecision, ChecksItsArguments) {
                                                  {9, [](CheckedCall& c) { c.ldx = 1; }}});
 }
 
-// ---------------------------------------------------------------------------------------------------------- conversions
+// ----------------------------------------------------------------------------------------------------------
+// conversions
 
 TEST_F(MixedPrecision, RoundsToSingle) {
   GuardedMatrix<double> A = random_matrix<double>(random, 3, 4, 10);

@@ -108,8 +108,7 @@ class General final : public StoredSystem<T> {
  public:
   using R = Real<T>;
 
-  explicit General(const GuardedMatrix<T>& A)
-      : n(A.rows()), a(A), af(n, n, n + 3), ipiv(n) {}
+  explicit General(const GuardedMatrix<T>& A) : n(A.rows()), a(A), af(n, n, n + 3), ipiv(n) {}
 
   Int factor() override {
     copy_factors();
@@ -301,8 +300,7 @@ class Definite final : public StoredSystem<T> {
  public:
   using R = Real<T>;
 
-  Definite(char uplo_, const GuardedMatrix<T>& A)
-      : uplo(uplo_), n(A.rows()), a(definite_triangle(A, uplo)), af(a) {}
+  Definite(char uplo_, const GuardedMatrix<T>& A) : uplo(uplo_), n(A.rows()), a(definite_triangle(A, uplo)), af(a) {}
 
   Int factor() override {
     Int info = 99;
@@ -509,8 +507,8 @@ class TridiagonalDefinite final : public StoredSystem<T> {
       routine_call::ptrfs(n, B.columns(), d.data(), e.data(), df.data(), ef.data(), B, X, ferr.data(), berr.data(),
                           w.data(), info);
     } else {
-      routine_call::ptrfs('L', n, B.columns(), d.data(), e.data(), df.data(), ef.data(), B, X, ferr.data(),
-                          berr.data(), w.data(), w.more(), info);
+      routine_call::ptrfs('L', n, B.columns(), d.data(), e.data(), df.data(), ef.data(), B, X, ferr.data(), berr.data(),
+                          w.data(), w.more(), info);
     }
     return info;
   }
@@ -635,6 +633,94 @@ class Indefinite final : public StoredSystem<T> {
   GuardedVector<Int> ipiv;
 };
 
+template <bool is_hermitian, Scalar T>
+class PackedIndefinite final : public StoredSystem<T> {
+ public:
+  using R = Real<T>;
+
+  PackedIndefinite(char uplo_, const GuardedMatrix<T>& A)
+      : uplo(uplo_), n(A.rows()), ap(packed_triangle(A, uplo)), afp(ap), ipiv(n) {}
+
+  Int factor() override {
+    Int info = 99;
+    if constexpr (is_hermitian) {
+      routine_call::hptrf(uplo, n, afp.data(), ipiv.data(), info);
+    } else {
+      routine_call::sptrf(uplo, n, afp.data(), ipiv.data(), info);
+    }
+    return info;
+  }
+  R condition(char, R anorm) override {
+    Work<T> w(n, 2, 2);
+    R rcond = -1;
+    Int info = 99;
+    if constexpr (is_hermitian) {
+      routine_call::hpcon(uplo, n, afp.data(), ipiv.data(), anorm, rcond, w.data(), info);
+    } else if constexpr (ComplexScalar<T>) {
+      routine_call::spcon(uplo, n, afp.data(), ipiv.data(), anorm, rcond, w.data(), info);
+    } else {
+      routine_call::spcon(uplo, n, afp.data(), ipiv.data(), anorm, rcond, w.data(), w.more(), info);
+    }
+    EXPECT_EQ(info, 0);
+    return rcond;
+  }
+  Int solve(char, GuardedMatrix<T>& B) override {
+    Int info = 99;
+    if constexpr (is_hermitian) {
+      layer::hptrs(uplo, n, B.columns(), afp.data(), ipiv.data(), B, info);
+    } else {
+      layer::sptrs(uplo, n, B.columns(), afp.data(), ipiv.data(), B, info);
+    }
+    return info;
+  }
+  Int refine(char, const GuardedMatrix<T>& B, GuardedMatrix<T>& X, GuardedVector<R>& ferr,
+             GuardedVector<R>& berr) override {
+    Work<T> w(n, 3, 2);
+    Int info = 99;
+    if constexpr (is_hermitian) {
+      routine_call::hprfs(uplo, n, B.columns(), ap.data(), afp.data(), ipiv.data(), B, X, ferr.data(), berr.data(),
+                          w.data(), w.more(), info);
+    } else {
+      routine_call::sprfs(uplo, n, B.columns(), ap.data(), afp.data(), ipiv.data(), B, X, ferr.data(), berr.data(),
+                          w.data(), w.more(), info);
+    }
+    return info;
+  }
+  Int drive(GuardedMatrix<T>& B) override {
+    GuardedVector<T> copy = ap;
+    GuardedVector<Int> exchanges(n);
+    Int info = 99;
+    if constexpr (is_hermitian) {
+      routine_call::hpsv(uplo, n, B.columns(), copy.data(), exchanges.data(), B, info);
+    } else {
+      routine_call::spsv(uplo, n, B.columns(), copy.data(), exchanges.data(), B, info);
+    }
+    return info;
+  }
+  void drive_expertly(ExpertCall<T>& x) override {
+    Work<T> w(n, 3, 2);
+    if constexpr (is_hermitian) {
+      routine_call::hpsvx(x.fact, uplo, n, x.B.columns(), ap.data(), afp.data(), ipiv.data(), x.B, x.X, x.rcond,
+                          x.ferr.data(), x.berr.data(), w.data(), w.more(), x.info);
+    } else {
+      routine_call::spsvx(x.fact, uplo, n, x.B.columns(), ap.data(), afp.data(), ipiv.data(), x.B, x.X, x.rcond,
+                          x.ferr.data(), x.berr.data(), w.data(), w.more(), x.info);
+    }
+  }
+  T element(Int i, Int j) const override {
+    const bool stored = is_in_triangle(uplo, i, j);
+    const T x = ap(packed_place(is_upper(uplo), n, stored ? i : j, stored ? j : i));
+    return stored || !is_hermitian ? x : conjugate(x);
+  }
+  testing::AssertionResult guards_unchanged() const override { return all_guards_unchanged(ap, afp, ipiv); }
+
+ private:
+  char uplo;
+  Int n;
+  GuardedVector<T> ap, afp;
+  GuardedVector<Int> ipiv;
+};
+
 /// A form and how it stores a matrix.
 template <Scalar T>
 struct Storage {
@@ -660,9 +746,11 @@ std::vector<Storage<T>> make_storages() {
       {{"pb", definite, true, definite_diagonals}, with_uplo(std::type_identity<BandDefinite<T>>())},
       {{"pt", definite, false, 1}, without(std::type_identity<TridiagonalDefinite<T>>())},
       {{"sy", symmetric, false}, with_uplo(std::type_identity<Indefinite<false, T>>())},
+      {{"sp", symmetric, false}, with_uplo(std::type_identity<PackedIndefinite<false, T>>())},
   };
   if constexpr (ComplexScalar<T>) {
     all.push_back({{"he", hermitian, false}, with_uplo(std::type_identity<Indefinite<true, T>>())});
+    all.push_back({{"hp", hermitian, false}, with_uplo(std::type_identity<PackedIndefinite<true, T>>())});
   }
   return all;
 }
@@ -693,8 +781,8 @@ std::unique_ptr<StoredSystem<T>> store(const Form& form, char uplo, const Guarde
   return nullptr;
 }
 
-#define NUV_INSTANTIATE(T)                              \
-  template const std::vector<Form>& forms_of<T>();      \
+#define NUV_INSTANTIATE(T)                         \
+  template const std::vector<Form>& forms_of<T>(); \
   template std::unique_ptr<StoredSystem<T>> store<T>(const Form&, char, const GuardedMatrix<T>&);
 
 NUV_INSTANTIATE(float)

@@ -76,7 +76,7 @@ class StoredSystem {
 struct Form {
   const char* name;
   Structure structure;
-  bool is_scaled;     ///< by the expert driver, where that is asked for
+  bool is_scaled;      ///< by the expert driver, where that is asked for
   Int diagonals = -1;  ///< above and below the main one; -1: all
 };
 

@@ -47,11 +47,13 @@ GuardedMatrix<T> matrix_of_type(DescribedMatrices& matrices, const LinearSystemT
                                 .condition = is_hermitian ? 0.75 * type.condition : type.condition,
                                 .lower = is_diagonal || type.shape == Type::Shape::upper ? 0 : all,
                                 .upper = is_diagonal || type.shape == Type::Shape::lower ? 0 : all};
-  GuardedMatrix<T> A = is_hermitian ? matrices.hermitian<T>(description, n, n + 1)
-                                    : matrices.general<T>(description, n, n, n + 1);
+  GuardedMatrix<T> A =
+      is_hermitian ? matrices.hermitian<T>(description, n, n + 1) : matrices.general<T>(description, n, n, n + 1);
   using Limits = std::numeric_limits<Real<T>>;
   const Real<T> extreme = Limits::min() / Limits::epsilon() * 16;
-  const Real<T> factor = type.scale == Type::Scale::small ? extreme : type.scale == Type::Scale::large ? 1 / extreme : 1;
+  const Real<T> factor = type.scale == Type::Scale::small   ? extreme
+                         : type.scale == Type::Scale::large ? 1 / extreme
+                                                            : 1;
   const auto is_zero = [&](Int j) {
     return (type.zeros == Type::Zeros::first && j == 1) || (type.zeros == Type::Zeros::last && j == n) ||
            (type.zeros == Type::Zeros::half && j > n / 2);
