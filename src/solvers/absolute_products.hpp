@@ -29,13 +29,18 @@ void add_magnitudes_of_column(Run<T> run, Real<T> factor, Real<T>* y) {
   for (Int i = 0; i < run.count; ++i) rows[i] += abs1(run.entries[i]) * factor;
 }
 
-/// |a|^T |x| over the entries of a column.
+/// |a|^T |x| over the entries of a column, in a few sums that do not wait for each other.
 template <Scalar T>
 Real<T> product_of_magnitudes(Run<T> run, const T* x) {
+  constexpr Int chains = 4;
   const T* const rows = x + (run.first - 1);
-  Real<T> sum = 0;
-  for (Int i = 0; i < run.count; ++i) sum += abs1(run.entries[i]) * abs1(rows[i]);
-  return sum;
+  Real<T> sums[chains] = {};
+  Int i = 0;
+  for (; i <= run.count - chains; i += chains) {
+    for (Int k = 0; k < chains; ++k) sums[k] += abs1(run.entries[i + k]) * abs1(rows[i + k]);
+  }
+  for (; i < run.count; ++i) sums[0] += abs1(run.entries[i]) * abs1(rows[i]);
+  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
 /// y += |A| |x| or |A|^T |x| for a matrix of n columns.

@@ -50,9 +50,13 @@ class ErrorBounds {
   /// Leaves the residual and the weights.
   R backward_error(const T* b, const T* x) const {
     R *const weights = space_.weights, error = 0;
-    form_.residual(trans_, b, x, space_.residual);
     for (Int i = 0; i < n_; ++i) weights[i] = abs1(b[i]);
-    form_.add_magnitudes(trans_, x, weights);
+    if constexpr (requires { form_.residual_with_magnitudes(trans_, b, x, space_.residual, weights); }) {
+      form_.residual_with_magnitudes(trans_, b, x, space_.residual, weights);
+    } else {
+      form_.residual(trans_, b, x, space_.residual);
+      form_.add_magnitudes(trans_, x, weights);
+    }
     for (Int i = 0; i < n_; ++i) {
       const R residual = abs1(space_.residual[i]);
       const R ratio = weights[i] > safe2() ? residual / weights[i] : (residual + safe1()) / (weights[i] + safe1());

@@ -7,6 +7,8 @@
 //     residual(trans, b, x, r)      r := b - op(A) x; triangular forms give its negative
 //     add_magnitudes(trans, x, y)   y += |op(A)| |x|
 //
+// or, for both of these, residual_with_magnitudes(trans, b, x, r, y).
+//
 // trans is 'N', 'T' or 'C'; Hermitian and symmetric forms do not look at it.
 
 #include <algorithm>
@@ -32,13 +34,22 @@ struct GeneralProduct {
   Int order() const { return n; }
   std::int64_t most_terms() const { return std::int64_t{n} + 1; }
 
-  void residual(char trans, const T* b, const T* x, T* r) const {
+  /// Both products of a panel of columns while it is in cache, so that a large A comes from memory once.
+  void residual_with_magnitudes(char trans, const T* b, const T* x, T* r, Real<T>* y) const {
+    constexpr Int panel_size = (256 << 10) / sizeof(T), least_width = 8;
+    const Int width = std::max(least_width, panel_size / n / least_width * least_width);
     blas::copy(n, {b, 1}, Vector{r, 1});
-    blas::gemv(trans, n, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
-  }
-
-  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
-    add_absolute_product(is_transposed(trans), n, FullColumns<T>{n, A}, x, y);
+    for (Int done = 0; done < n; done += width) {
+      const Int columns = std::min(width, n - done);
+      const Matrix panel = block(A, 1, done + 1);
+      if (is_transposed(trans)) {
+        blas::gemv(trans, n, columns, T(-1), panel, {x, 1}, T(1), Vector{r + done, 1});
+        add_absolute_product(true, columns, FullColumns<T>{n, panel}, x, y + done);
+      } else {
+        blas::gemv('N', n, columns, T(-1), panel, {x + done, 1}, T(1), Vector{r, 1});
+        add_absolute_product(false, columns, FullColumns<T>{n, panel}, x + done, y);
+      }
+    }
   }
 };
 
