@@ -288,7 +288,9 @@ void check_symmetric(Random& random, bool is_hermitian, Scale scale) {
           if (expected == 'Y' && is_hermitian && i == j) x = std::real(x);
           EXPECT_EQ(A(i, j), x);
           EXPECT_EQ(ap(packed_place(upper, n, i, j)), x);
-          if (std::abs(i - j) <= kd) EXPECT_EQ(AB((upper ? kd + 1 : 1) + i - j, j), x);
+          if (std::abs(i - j) <= kd) {
+            EXPECT_EQ(AB((upper ? kd + 1 : 1) + i - j, j), x);
+          }
         }
       }
       EXPECT_TRUE(A.unchanged_except([&](Int i, Int j) { return upper ? i <= j : i >= j; }));

@@ -179,7 +179,9 @@ TYPED_TEST(TriangularBounds, Hold) {
         for (Int j = 1; j <= nrhs; ++j) {
           const auto difference = (wide(X).col(j - 1) - solution.col(j - 1)).cwiseAbs().maxCoeff();
           const double error = double(difference / wide(X).col(j - 1).cwiseAbs().maxCoeff());
-          EXPECT_GE(ferr(j), error) << trans;
+          // The estimate may fall short of a norm, by a factor of three at worst; what rounding adds to the bound hides
+          // it.
+          EXPECT_GE(ferr(j), off == 0 ? error : error / 3) << trans;
           EXPECT_LE(ferr(j), 1000 * std::max(error, double(epsilon<T>))) << trans;
           if (off == 0) {
             EXPECT_LE(berr(j), 2 * epsilon<T>);
