@@ -137,12 +137,40 @@ TYPED_TEST(StoredSystems, HaveNoConditionWhereTheirFactorsAreSingular) {
 
 // ---------------------------------------------------------------------------------------------------------- refinement
 
-/// A single error may be small by luck, so that it is the largest of some that the largest bound is close to. The bound
-/// counts n + 1 roundings as if all went one way: the order is small.
+/// What a relative change of all elements of A by one may change of the elements of x, relative to the largest: by the
+/// inverse of A element by element, or by its norm, as the bound of definite tridiagonal matrices takes it.
+template <Scalar T>
+double sensitivity(const WideMatrix<T>& inverse_of_A, const WideMatrix<T>& A, const GuardedMatrix<T>& X, Int j,
+                   bool by_norm) {
+  double largest_x = 0, largest_row = 0, largest_residual = 0, largest_change = 0;
+  const auto size = [](const Wide<T>& x) { return double(std::abs(x)); };
+  std::vector<double> change_of_residual;
+  for (Int i = 0; i < A.rows(); ++i) {
+    double sum = 0;
+    for (Int k = 0; k < A.rows(); ++k) sum += size(A(i, k)) * std::abs(X(k + 1, j));
+    change_of_residual.push_back(sum);
+    largest_residual = std::max(largest_residual, sum);
+    largest_x = std::max(largest_x, double(std::abs(X(i + 1, j))));
+  }
+  for (Int i = 0; i < A.rows(); ++i) {
+    double row = 0, change = 0;
+    for (Int k = 0; k < A.rows(); ++k) {
+      row += size(inverse_of_A(i, k));
+      change += size(inverse_of_A(i, k)) * change_of_residual[std::size_t(k)];
+    }
+    largest_row = std::max(largest_row, row);
+    largest_change = std::max(largest_change, change);
+  }
+  return (by_norm ? largest_row * largest_residual : largest_change) / largest_x;
+}
+
+/// No error exceeds its bound, and no bound what n + 1 roundings could do if all went one way. Half of the bounds are
+/// at most a hundred times the error: the others belong to errors that are small by luck.
 TYPED_TEST(StoredSystems, HaveBoundsThatHold) {
   using T = TypeParam;
   constexpr Int n = 6, nrhs = 8;
   this->for_each_form([&](const Form& form, char uplo) {
+    std::vector<double> ratios;
     for (const double power : {0.0, 0.2, 0.4, 0.6}) {
       const GuardedMatrix<T> A = this->matrix(form, n, power), B = this->random_right_hand_sides(n, nrhs);
       const auto system = store(form, uplo, A);
@@ -152,21 +180,47 @@ TYPED_TEST(StoredSystems, HaveBoundsThatHold) {
         GuardedVector<Real<T>> ferr(nrhs), berr(nrhs);
         ASSERT_EQ(system->solve(trans, X), 0);
         ASSERT_EQ(system->refine(trans, B, X, ferr, berr), 0);
-        const WideMatrix<T> solution = product<T>(inverse<T>(op<T>(trans, wide(A))), wide(B));
+        const WideMatrix<T> wide_A = op<T>(trans, wide(A)), inverse_of_A = inverse<T>(wide_A);
+        const WideMatrix<T> solution = product<T>(inverse_of_A, wide(B));
         const std::vector<double> errors = relative_errors<T>(solution, wide(X));
         for (Int j = 1; j <= nrhs; ++j) {
-          EXPECT_GE(ferr(j), errors[std::size_t(j - 1)]) << trans << ' ' << power;
+          const double error = errors[std::size_t(j - 1)];
+          const bool by_norm = std::string(form.name) == "pt";
+          EXPECT_GE(ferr(j), error) << trans << ' ' << power;
+          EXPECT_LE(ferr(j), 2 * (n + 2) * epsilon<T> * sensitivity(inverse_of_A, wide_A, X, j, by_norm)) << power;
           EXPECT_LE(berr(j), 2 * epsilon<T>) << trans << ' ' << power;
+          ratios.push_back(ferr(j) / std::max(error, double(epsilon<T>)));
         }
-        const double largest = std::max(*std::max_element(errors.begin(), errors.end()), double(epsilon<T>));
-        EXPECT_LE(*std::max_element(&ferr(1), &ferr(nrhs) + 1), 100 * largest) << trans << ' ' << power;
         EXPECT_TRUE(ferr.guards_unchanged());
         EXPECT_TRUE(berr.guards_unchanged());
         EXPECT_TRUE(X.guards_unchanged());
       }
       EXPECT_TRUE(system->guards_unchanged());
     }
+    std::sort(ratios.begin(), ratios.end());
+    EXPECT_LE(ratios[ratios.size() / 2], 100);
   });
+}
+
+/// A matrix whose products are taken panel by panel.
+TYPED_TEST(StoredSystems, ThatAreLargeAreBoundedAlike) {
+  using T = TypeParam;
+  constexpr Int n = 300;
+  GuardedMatrix<T> A = random_matrix<T>(this->random, n, n, n), B = this->random_right_hand_sides(n, 1);
+  for (Int j = 1; j <= n; ++j) A(j, j) += T(Real<T>(2 * std::sqrt(n)));
+  const auto system = store(forms_of<T>().front(), 'U', A);
+  ASSERT_EQ(system->factor(), 0);
+  for (const char trans : {'N', 'T', 'C'}) {
+    GuardedMatrix<T> X = B;
+    GuardedVector<Real<T>> ferr(1), berr(1);
+    system->solve(trans, X);
+    for (Int i = 1; i <= n; ++i) X(i, 1) *= Real<T>(1 + 1e-3 * (i % 3));
+    system->refine(trans, B, X, ferr, berr);
+    EXPECT_LT(solution_residual<T>(op<T>(trans, wide(A)), wide(X), wide(B)), threshold) << trans;
+    EXPECT_LE(berr(1), epsilon<T>) << trans;
+    EXPECT_LE(ferr(1), 1e4 * epsilon<T>) << trans;
+    EXPECT_GE(ferr(1), 10 * epsilon<T>) << trans;
+  }
 }
 
 TYPED_TEST(StoredSystems, AreImprovedByRefinement) {
@@ -418,7 +472,6 @@ TYPED_TEST(StoredSystems, AreFoundSingularByTheExpertDriver) {
     for (Int j = 1; j <= n; ++j) {
       for (Int i = 1; i <= n; ++i) A(i, j) = T(i == j && i != zero ? 2 : 0);
     }
-    A(n, n) = T(1000);
     for (const char fact : {'N', 'E'}) {
       if (fact == 'E' && !form.is_scaled) continue;
       const auto system = store(form, uplo, A);
@@ -428,10 +481,6 @@ TYPED_TEST(StoredSystems, AreFoundSingularByTheExpertDriver) {
       EXPECT_EQ(call.info, zero);
       EXPECT_EQ(call.rcond, 0);
       EXPECT_TRUE(call.X.unchanged());
-      // Of the columns up to that one: they have not grown.
-      if (form.structure == Structure::general && form.is_scaled) {
-        EXPECT_EQ(call.growth, 1);
-      }
       EXPECT_TRUE(system->guards_unchanged());
     }
   });
@@ -491,19 +540,44 @@ TYPED_TEST(StoredSystems, ThatAreIndefiniteAskForWorkspace) {
   }
 }
 
-/// The matrix whose elements double in the last column at each step of elimination.
+/// The matrix whose elements double in the last column at each step of elimination. Where it has no pivot in a column,
+/// the growth is that of the columns up to there.
 TYPED_TEST(StoredSystems, TellHowTheirPivotsGrew) {
   using T = TypeParam;
   constexpr Int n = 9;
-  GuardedMatrix<T> A(n, n, n), B(n, 1, n);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) A(i, j) = T(i == j || j == n ? 1 : i > j ? -1 : 0);
-    B(j, 1) = T(1);
+  for (const Int zero : {0, 4}) {
+    GuardedMatrix<T> A(n, n, n), B(n, 1, n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) A(i, j) = T(j == zero ? 0 : i == j || j == n ? 1 : i > j ? -1 : 0);
+      B(j, 1) = T(1);
+    }
+    ExpertCall<T> call('N', 'N', B);
+    store(forms_of<T>().front(), 'U', A)->drive_expertly(call);
+    EXPECT_EQ(call.info, zero);
+    EXPECT_EQ(call.growth, zero != 0 ? 1 : std::pow(Real<T>(2), 1 - n));
   }
-  ExpertCall<T> call('N', 'N', B);
-  store(forms_of<T>().front(), 'U', A)->drive_expertly(call);
-  EXPECT_EQ(call.info, 0);
-  EXPECT_EQ(call.growth, std::pow(Real<T>(2), 1 - n));
+}
+
+/// The same for a band.
+TYPED_TEST(StoredSystems, WithABandTellHowTheirPivotsGrew) {
+  using T = TypeParam;
+  constexpr Int n = 6;
+  const Form& form = *std::find_if(forms_of<T>().begin(), forms_of<T>().end(),
+                                   [](const Form& one) { return std::string(one.name) == "gb"; });
+  for (const Int zero : {0, 3}) {
+    GuardedMatrix<T> A(n, n, n), B(n, 1, n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) A(i, j) = T(j != zero && i == j ? 1 : 0);
+      B(j, 1) = T(1);
+    }
+    // (1 1; -1 1) in the last two rows and columns becomes (1 1; 0 2).
+    A(n - 1, n) = T(1);
+    A(n, n - 1) = T(-1);
+    ExpertCall<T> call('N', 'N', B);
+    store(form, 'U', A)->drive_expertly(call);
+    EXPECT_EQ(call.info, zero);
+    EXPECT_EQ(call.growth, zero != 0 ? Real<T>(1) : Real<T>(0.5));
+  }
 }
 
 // -------------------------------------------------------------------------------------------------- all kinds of
