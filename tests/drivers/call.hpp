@@ -134,6 +134,13 @@ class CallIn {
 
   Matrix<T> result(const char* name, Int m, Int n) { return make(name, Role::result, Numbers::none, m, n); }
 
+  /// Real numbers in any precision.
+  Real<T>* real_result(const char* name, Int n) {
+    constexpr Call::Precision precision{.is_single = std::same_as<Real<T>, float>, .is_complex = false};
+    return std::get<GuardedMatrix<Real<T>>>(call_.array(name, Role::result, Numbers::none, precision, n, 1).numbers)
+        .data();
+  }
+
   T* scratch(Int n) { return make("work", Role::scratch, Numbers::none, n, 1).data; }
 
   /// Row exchanges, in or out.

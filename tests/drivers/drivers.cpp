@@ -1,7 +1,6 @@
 #include "drivers/drivers.hpp"
 
 #include <algorithm>
-#include <cctype>
 
 #include "layer.hpp"
 #include "orthogonal/by_form.hpp"
@@ -9,29 +8,6 @@
 
 namespace nuv::test {
 namespace {
-
-class DriverList {
- public:
-  /// A routine by its name without the precision, with the order from which on it works by blocks, and run(call, n), a
-  /// call for a problem of order n in the precision of the CallIn<T> that it is given.
-  template <class Run>
-  void add(const std::string& name, Int order, Run run) {
-    add_in<float>(name, order, run);
-    add_in<double>(name, order, run);
-    add_in<std::complex<float>>(name, order, run);
-    add_in<std::complex<double>>(name, order, run);
-  }
-
-  std::vector<Driver> list;
-
- private:
-  template <Scalar T>
-  void add_in(const std::string& name, Int order, auto run) {
-    std::string member = precision_letter<T> + name;
-    for (char& letter : member) letter = char(std::tolower(letter));
-    list.push_back({member, order, [run](Call& call, Int n) { run(CallIn<T>(call), n); }});
-  }
-};
 
 constexpr Int nrhs = 3;
 
@@ -217,6 +193,7 @@ const std::vector<Driver>& drivers() {
   static const std::vector<Driver> all = [] {
     DriverList drivers;
     add_solvers(drivers);
+    add_bounds(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);
       add_products(drivers, form);

@@ -2,6 +2,7 @@
 
 // The list of routines that the tests of this folder run through, each in all its precisions.
 
+#include <cctype>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,7 +20,34 @@ struct Driver {
   std::function<void(Call& call, Int n)> run;
 };
 
-/// The list. A routine joins it in drivers.cpp.
+/// Routines in all their precisions.
+class DriverList {
+ public:
+  /// A routine by its name without the precision, with the order from which on it works by blocks, and run(call, n), a
+  /// call for a problem of order n in the precision of the CallIn<T> that it is given.
+  template <class Run>
+  void add(const std::string& name, Int order, Run run) {
+    add_in<float>(name, order, run);
+    add_in<double>(name, order, run);
+    add_in<std::complex<float>>(name, order, run);
+    add_in<std::complex<double>>(name, order, run);
+  }
+
+  std::vector<Driver> list;
+
+ private:
+  template <Scalar T>
+  void add_in(const std::string& name, Int order, auto run) {
+    std::string member = precision_letter<T> + name;
+    for (char& letter : member) letter = char(std::tolower(letter));
+    list.push_back({member, order, [run](Call& call, Int n) { run(CallIn<T>(call), n); }});
+  }
+};
+
+/// Condition numbers, refinement, scaling and expert drivers.
+void add_bounds(DriverList& drivers);
+
+/// The list. A routine joins it in drivers.cpp, or where its family has a file of its own.
 const std::vector<Driver>& drivers();
 
 }  // namespace nuv::test
