@@ -4,9 +4,9 @@
 // number and inverse iteration stand on (E. Anderson, "Robust triangular solves for use in condition estimation",
 // LAPACK Working Note 36, 1991).
 //
-// They find x with op(A) x = scale b for a factor that keeps x in range. Where b itself is a right-hand side that needs
-// no factor, scale is one and the solve is a plain one. If A has an exact zero on its diagonal, scale is zero and x a
-// solution of op(A) x = 0 that is not zero.
+// They find x with op(A) x = scale b for a factor that keeps x in range. Where no number gets too large without a
+// factor, scale is one and the solve a plain one, at its speed. If A has an exact zero on its diagonal, scale is zero
+// and x a solution of op(A) x = 0 that is not zero.
 //
 // uplo    'U' or 'L': the triangle that is stored
 // trans   'N': A, 'T': A^T, 'C': A^H

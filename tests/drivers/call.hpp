@@ -151,6 +151,9 @@ class CallIn {
         .data();
   }
 
+  /// Notes a number as a result.
+  void add_result(double number) { call_.add_result(number); }
+
   /// Makes a call (work, lwork) with the least workspace, the one that the routine asks for, or a generous one.
   template <class Routine>
   void with_workspace(Int least, Routine routine) {

@@ -5,11 +5,13 @@
 #include "layer.hpp"
 #include "orthogonal/by_form.hpp"
 #include "routines.hpp"
+#include "support/packed.hpp"
 
 namespace nuv::test {
 namespace {
 
 constexpr Int nrhs = 3;
+constexpr Int many = 12;  ///< right-hand sides that are solved for by blocks in packed storage
 
 void add_solvers(DriverList& drivers) {
   drivers.add("getrf", 150, [](auto c, Int n) { layer::getrf(n, n, c.matrix("A", n, n), c.pivots(n), c.info()); });
@@ -68,6 +70,77 @@ void add_solvers(DriverList& drivers) {
     const char uplo = c.one_of({'U', 'L'});
     routine_call::lauu2(uplo, n, c.matrix("A", n, n), c.info());
   });
+}
+
+/// Runs routine(ap) on a triangle of A in packed storage, and puts back what it leaves there.
+template <Scalar T, class Routine>
+void in_packed_storage(char uplo, Int n, Matrix<T> A, Routine routine) {
+  std::vector<T> ap(std::size_t(packed_size(n)));
+  for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) { ap[std::size_t(k - 1)] = A(i, j); });
+  routine(ap.data());
+  for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) { A(i, j) = ap[std::size_t(k - 1)]; });
+}
+
+void add_packed_solvers(DriverList& drivers) {
+  drivers.add("pptrf", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.definite("A", n), [&](auto* ap) { layer::pptrf(uplo, n, ap, c.info()); });
+  });
+  drivers.add("pptrs", 60, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    const Int columns = c.one_of({nrhs, many});
+    in_packed_storage(uplo, n, c.matrix("A", n, n),
+                      [&](auto* ap) { layer::pptrs(uplo, n, columns, ap, c.matrix("B", n, columns), c.info()); });
+  });
+  drivers.add("ppsv", 60, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.definite("A", n),
+                      [&](auto* ap) { routine_call::ppsv(uplo, n, many, ap, c.matrix("B", n, many), c.info()); });
+  });
+  drivers.add("pptri", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n), [&](auto* ap) { routine_call::pptri(uplo, n, ap, c.info()); });
+  });
+  drivers.add("tptri", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'}), diag = c.one_of({'N', 'U'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n),
+                      [&](auto* ap) { routine_call::tptri(uplo, diag, n, ap, c.info()); });
+  });
+  drivers.add("tptrs", 60, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'}), trans = c.one_of({'N', 'T', 'C'}), diag = c.one_of({'N', 'U'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n), [&](auto* ap) {
+      layer::tptrs(uplo, trans, diag, n, many, ap, c.matrix("B", n, many), c.info());
+    });
+  });
+}
+
+/// Solves for one right-hand side with the scale and the column sums that solve(uplo, trans, diag, A, x, scale, cnorm,
+/// info) is to compute.
+auto scaled_solve(auto solve) {
+  return [solve](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'}), trans = c.one_of({'N', 'T', 'C'}), diag = c.one_of({'N', 'U'});
+    const auto A = c.matrix("A", n, n);
+    auto* const x = c.matrix("x", n, 1).data;
+    using R = Real<std::remove_cvref_t<decltype(*x)>>;
+    std::vector<R> cnorm(std::size_t(n), R(0));
+    R scale = 99;
+    solve(uplo, trans, diag, n, A, x, scale, cnorm.data(), c.info());
+    c.add_result(scale);
+  };
+}
+
+void add_scaled_solvers(DriverList& drivers) {
+  drivers.add("latrs", 120, scaled_solve([](char uplo, char trans, char diag, Int n, auto A, auto&&... rest) {
+                routine_call::latrs(uplo, trans, diag, 'N', n, A, rest...);
+              }));
+  drivers.add("latps", 120, scaled_solve([](char uplo, char trans, char diag, Int n, auto A, auto&&... rest) {
+                in_packed_storage(uplo, n, A,
+                                  [&](auto* ap) { routine_call::latps(uplo, trans, diag, 'N', n, ap, rest...); });
+              }));
+  drivers.add("latbs", unblocked_order,
+              scaled_solve([](char uplo, char trans, char diag, Int n, auto A, auto&&... rest) {
+                routine_call::latbs(uplo, trans, diag, 'N', n, n - 1, A, rest...);
+              }));
 }
 
 /// Rows and columns of a matrix with n reflectors, square or twice as long. The QR factorisation of a few columns has
@@ -194,6 +267,8 @@ const std::vector<Driver>& drivers() {
     DriverList drivers;
     add_solvers(drivers);
     add_bounds(drivers);
+    add_packed_solvers(drivers);
+    add_scaled_solvers(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);
       add_products(drivers, form);

@@ -84,6 +84,15 @@ using nuv::test::record;
     record("potrf", {uplo}, {*n});                                                                                     \
     NEXT(nuv_lapack_##p##potrf)(uplo, n, a, lda, info, length);                                                        \
   }                                                                                                                    \
+  void nuv_lapack_##p##pptrf(const char* uplo, const int* n, T* ap, int* info, int length) {                           \
+    record("pptrf", {uplo}, {*n});                                                                                     \
+    NEXT(nuv_lapack_##p##pptrf)(uplo, n, ap, info, length);                                                            \
+  }                                                                                                                    \
+  void nuv_lapack_##p##pptrs(const char* uplo, const int* n, const int* nrhs, const T* ap, T* b, const int* ldb,       \
+                             int* info, int length) {                                                                  \
+    record("pptrs", {uplo}, {*n, *nrhs});                                                                              \
+    NEXT(nuv_lapack_##p##pptrs)(uplo, n, nrhs, ap, b, ldb, info, length);                                              \
+  }                                                                                                                    \
   void nuv_lapack_##p##geqrf(const int* m, const int* n, T* a, const int* lda, T* tau, T* work, const int* lwork,      \
                              int* info) {                                                                              \
     record("geqrf", {}, {*m, *n});                                                                                     \

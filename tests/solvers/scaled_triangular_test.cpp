@@ -260,6 +260,21 @@ TYPED_TEST(ScaledTriangular, ScalesASolutionThatWouldOverflow) {
   });
 }
 
+TYPED_TEST(ScaledTriangular, ScalesProductsThatWouldOverflow) {
+  using T = TypeParam;
+  // The diagonal is of size one: x grows by what stands beside it alone.
+  const auto with_large_columns = [](GuardedMatrix<T>& A) {
+    for (Int j = 1; j <= A.rows(); ++j) {
+      for (Int i = 1; i <= A.rows(); ++i) {
+        if (i != j) A(i, j) *= power_of_two<T>(0.45);
+      }
+    }
+  };
+  this->for_each_form(4, with_large_columns, [&](auto& problem, auto& form, char trans, auto& b) {
+    this->expect_scaled_solution(problem, form, trans, b, Limits<T>::min(), power_of_two<T>(-0.1));
+  });
+}
+
 TYPED_TEST(ScaledTriangular, DividesByTheSmallestNumbers) {
   using T = TypeParam;
   for (const Int at : {1, 4, 9}) {
@@ -288,7 +303,10 @@ TYPED_TEST(ScaledTriangular, SeesAZeroOnTheDiagonalBesideAZeroOnTheRight) {
   this->for_each_form(3, with_zero, [&](auto& problem, auto& form, char trans, auto&) {
     GuardedVector<T> b(3);
     for (Int i = 1; i <= 3; ++i) b(i) = T(0);
+    // No plain solve is tried.
+    const MemoryRequests memory;
     this->expect_scaled_solution(problem, form, trans, b, 0, 0);
+    EXPECT_EQ(memory.count(), 0);
   });
 }
 
@@ -322,7 +340,11 @@ TYPED_TEST(ScaledTriangular, SolvesForHugeRightHandSides) {
       20, [](auto& A) { A(5, 5) *= Real<T>(0.01); },
       [&](auto& problem, auto& form, char trans, auto& b) {
         GuardedVector<T> huge = b;
-        for (Int i = 1; i <= b.size(); ++i) huge(i) *= Limits<T>::max();
+        const Real<T> most = Limits<T>::max();
+        for (Int i = 1; i <= b.size(); ++i) {
+          if constexpr (ComplexScalar<T>) huge(i) = {most, most};
+          else huge(i) = most;
+        }
         this->expect_scaled_solution(problem, form, trans, huge, epsilon<T> * 1e-5, 1);
       });
 }

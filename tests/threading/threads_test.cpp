@@ -22,6 +22,7 @@
 #include "support/child_process.hpp"
 #include "support/kernel_cases.hpp"
 #include "support/options.hpp"
+#include "support/packed.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
 #include "support/reported_errors.hpp"
@@ -181,6 +182,33 @@ TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
           Int info = -7;
           layer::potrf(uplo, n, {x, n}, info);
           EXPECT_EQ(info, bad_minor) << uplo << ", order " << n;
+        });
+      }
+    }
+  }
+}
+
+TYPED_TEST(Threads, GiveThePackedSolutionsOfOne) {
+  using T = TypeParam;
+  for (const Int n : {100, 300}) {
+    const std::vector<T> b = numbers<T>(this->random, n, 40);
+    for (const char uplo : {'U', 'L'}) {
+      SCOPED_TRACE(std::to_string(n) + ' ' + uplo);
+      std::vector<T> ap = numbers<T>(this->random, 1, packed_size(n));
+      for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) {
+        if (i == j) ap[std::size_t(k - 1)] = T(2 * std::sqrt(n + 1.0) + 2);
+      });
+      Int info = -7;
+      expect_same_bits(ap, [&](T* x) {
+        layer::pptrf(uplo, n, x, info);
+        EXPECT_EQ(info, 0);
+      });
+      for (const Int nrhs : {3, 40}) {
+        expect_same_bits(b, [&](T* x) {
+          layer::pptrs(uplo, n, nrhs, ap.data(), {x, n}, info);
+          EXPECT_EQ(info, 0);
+          layer::tptrs(uplo, 'T', 'N', n, nrhs, ap.data(), {x, n}, info);
+          EXPECT_EQ(info, 0);
         });
       }
     }
