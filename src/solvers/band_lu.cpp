@@ -186,9 +186,8 @@ struct WorkBlock {
 
 /// Columns j to j + jb - 1 while they are factored, with what the band holds around them:
 ///
-///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row exchanges
-///     A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13.
-///     A31 | A32 | A33
+///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row
+///     exchanges A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13. A31 | A32 | A33
 template <Scalar T>
 struct BandPanel {
   BandFactorisation<T>& F;

@@ -74,6 +74,10 @@ double band_residual(Random& random, const BandFactored<T>& F) {
   return solution_residual<T>(F.A, V, multiply_factors(F, V));
 }
 
+struct Shape {
+  Int m, n;
+};
+
 struct Case {
   Int m, n;
   Band band;
@@ -87,10 +91,10 @@ std::string to_string(const Case& c) {
 std::vector<Case> cases() {
   std::vector<Case> all;
   for (const Band band : {Band{0, 0}, {0, 3}, {3, 0}, {1, 1}, {2, 5}, {5, 2}, {8, 3}, {9, 3}, {20, 11}}) {
-    for (const Case c : {Case{1, 1}, {2, 2}, {9, 9}, {30, 30}, {12, 30}, {30, 12}}) all.push_back({c.m, c.n, band});
+    for (const Shape c : {Shape{1, 1}, {2, 2}, {9, 9}, {30, 30}, {12, 30}, {30, 12}}) all.push_back({c.m, c.n, band});
   }
   for (const Band band : {Band{31, 65}, {32, 64}, {32, 65}, {33, 70}, {70, 66}}) {
-    for (const Case c : {Case{60, 60}, {180, 180}, {100, 180}, {180, 130}}) all.push_back({c.m, c.n, band});
+    for (const Shape c : {Shape{60, 60}, {180, 180}, {100, 180}, {180, 130}}) all.push_back({c.m, c.n, band});
   }
   all.push_back({32, 200, {32, 65}});
   all.push_back({97, 97, {40, 100}});
@@ -110,7 +114,9 @@ TYPED_TEST(BandLu, Factors) {
     const std::vector<Int> pivots = c.n <= 60 ? wide_pivots<T>(A.wide()) : std::vector<Int>();
     for (Int i = 1; i <= blocked.ipiv.size(); ++i) {
       EXPECT_EQ(blocked.ipiv(i), unblocked.ipiv(i)) << i;
-      if (!pivots.empty()) EXPECT_EQ(blocked.ipiv(i), pivots[std::size_t(i - 1)]) << i;
+      if (!pivots.empty()) {
+        EXPECT_EQ(blocked.ipiv(i), pivots[std::size_t(i - 1)]) << i;
+      }
     }
   }
 }
@@ -313,8 +319,8 @@ template <Scalar T>
 struct LayerSolve : BandCall<T> {
   Int run() {
     Int info = 99;
-    layer::gbtrs(this->trans, this->n, this->kl, this->ku, this->nrhs, {this->ab.data(), this->ldab},
-                 this->ipiv.data(), {this->b.data(), this->ldb}, info);
+    layer::gbtrs(this->trans, this->n, this->kl, this->ku, this->nrhs, {this->ab.data(), this->ldab}, this->ipiv.data(),
+                 {this->b.data(), this->ldb}, info);
     return info;
   }
 };
