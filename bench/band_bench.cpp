@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "blas.hpp"
 #include "layer.hpp"
 #include "plain_band.hpp"
 #include "routines.hpp"

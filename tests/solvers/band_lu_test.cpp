@@ -17,7 +17,10 @@ constexpr double threshold = 10;
 template <class T>
 class BandLu : public ReportingTest {
  protected:
-  BandMatrix<T> matrix(Int m, Int n, Band band) { return random_band<T>(random, m, n, band, band.kl); }
+  /// Where no row can be exchanged, the diagonal is large: random triangles are beyond solving with.
+  BandMatrix<T> matrix(Int m, Int n, Band band) {
+    return random_band<T>(random, m, n, band, band.kl, band.kl == 0 ? band.ku + 1 : 0);
+  }
 
   Random random{35};
 };
@@ -207,7 +210,7 @@ TYPED_TEST(BandLu, SolvesWithEachFormOfTheMatrix) {
   for (const Case& c : solve_cases()) {
     const BandFactored<T> F = factor(this->matrix(c.n, c.n, c.band));
     for (const Int nrhs : {0, 1, 2, 3, 6}) {
-      if (c.n > 128 && nrhs != 1 && nrhs != 3) continue;
+      if (c.n > 127 && nrhs != 3) continue;
       const GuardedMatrix<T> B = right_hand_sides<T>(this->random, c.n, nrhs);
       for (const char trans : {'N', 'T', 'c'}) {
         SCOPED_TRACE(to_string(c) + ", right-hand sides " + std::to_string(nrhs) + ", trans " + trans);
@@ -237,7 +240,7 @@ TYPED_TEST(BandLu, SolvesForManyRightHandSides) {
   using T = TypeParam;
   for (const Case& c : {Case{60, 60, {2, 3}}, {150, 150, {33, 20}}}) {
     const BandFactored<T> F = factor(this->matrix(c.n, c.n, c.band));
-    for (const Int nrhs : {128, 129, 300}) {
+    for (const Int nrhs : {129, 260}) {
       const GuardedMatrix<T> B = right_hand_sides<T>(this->random, c.n, nrhs);
       for (const char trans : {'N', 'C'}) {
         EXPECT_LT(solution_residual<T>(op<T>(trans, F.A), wide(solve(trans, F, B)), wide(B)), threshold)
