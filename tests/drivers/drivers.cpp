@@ -33,7 +33,7 @@ class DriverList {
   }
 };
 
-constexpr Int nrhs = 3;
+constexpr Int nrhs = 3, many = 5;  // right-hand sides
 
 void add_solvers(DriverList& drivers) {
   drivers.add("getrf", 150, [](auto c, Int n) { layer::getrf(n, n, c.matrix("A", n, n), c.pivots(n), c.info()); });
@@ -230,7 +230,7 @@ template <class T>
 DiagonalsOf(Matrix<T>, Int) -> DiagonalsOf<T>;
 
 void add_tridiagonal_solvers(DriverList& drivers) {
-  constexpr Int order = 12, many = 5;
+  constexpr Int order = 12;
   drivers.add("gttrf", unblocked_order, [](auto c, Int n) {
     DiagonalsOf A(c.matrix("A", n, n), n);
     routine_call::gttrf(n, A.dl.data(), A.d.data(), A.du.data(), A.du2.data(), c.pivots(n), c.info());
