@@ -124,6 +124,22 @@ TYPED_TEST(BandLu, Factors) {
   }
 }
 
+/// Pivots from the last row of the band carry U as far to the right as it goes, beyond the columns that blocks hold
+/// whole.
+TYPED_TEST(BandLu, FactorsWithPivotsFromTheLastRowOfTheBand) {
+  using T = TypeParam;
+  for (const Band band : {Band{12, 4}, {33, 70}, {64, 66}}) {
+    const Int n = 200;
+    BandMatrix<T> A = this->matrix(n, n, band);
+    for (Int j = 1; j <= n - band.kl; ++j) A(j + band.kl, j) = T(8);
+    A.ab.seal();
+    const BandFactored<T> F = factor(A);
+    EXPECT_EQ(F.info, 0);
+    for (Int j = 1; j <= n - 2 * band.kl; ++j) EXPECT_EQ(F.ipiv(j), j + band.kl);
+    EXPECT_LT(band_residual(this->random, F), threshold) << to_string(band);
+  }
+}
+
 /// With few diagonals above, or not enough below, the serial body is the unblocked one to the last bit.
 TYPED_TEST(BandLu, TakesBlocksForWideBandsAlone) {
   using T = TypeParam;
