@@ -50,9 +50,9 @@ struct BandCholesky {
   Int beyond(Int j) const { return std::min(kd, n - j); }
 };
 
-/// The step of a column with `beyond` elements beyond the diagonal, whose diagonal element is given; gives the next one.
-/// A chain of operations leads from each pivot to the next, so that what can be done beside it costs nothing, and the
-/// next pivot does not go through memory.
+/// The step of a column with `beyond` elements beyond the diagonal, whose diagonal element is given; gives the next
+/// one. A chain of operations leads from each pivot to the next, so that what can be done beside it costs nothing, and
+/// the next pivot does not go through memory.
 template <int beyond, Scalar T>
 Real<T> narrow_step(const BandCholesky<T>& F, Int j, Real<T> pivot) {
   using R = Real<T>;
@@ -144,12 +144,12 @@ void pbtf2(char uplo, Int n, Int kd, T* ab, Int ldab, Int& info) {
 
 namespace {
 
-/// Rows or columns of a block, which the routine holds work memory for in its frame; one row more keeps the rows apart in
-/// the cache.
+/// Rows or columns of a block, which the routine holds work memory for in its frame; one row more keeps the rows apart
+/// in the cache.
 constexpr Int widest_block = 32;
 
-/// Rows and columns j to j + jb - 1 while they are factored, with what the band holds beside them, for an upper triangle
-/// (the lower one is its transpose):
+/// Rows and columns j to j + jb - 1 while they are factored, with what the band holds beside them, for an upper
+/// triangle (the lower one is its transpose):
 ///
 ///     A11 | A12 | A13        A13 is a lower triangle as far as it lies in the band, and stands in a work block, beside
 ///      .  | A22 | A23        zeros, while it is needed.

@@ -104,7 +104,9 @@ void eliminate_below(const BandFactorisation<T>& F, Int j, Int until) {
   }
 }
 
-/// Step j for `below` rows below the diagonal: the same work with exchange and elimination in one pass.
+/// Step j for `below` rows below the diagonal: the same work with exchange and elimination in one pass. A column is
+/// read before any of it is written: what the exchange stores by itself could not be read as part of a register for a
+/// while.
 template <int below, Scalar T>
 void narrow_step(BandFactorisation<T>& F, Int j, Int& ipiv) {
   F.clear_next_fill_in(j);
@@ -121,17 +123,20 @@ void narrow_step(BandFactorisation<T>& F, Int j, Int& ipiv) {
   ipiv = j + p;
   if (!F.note_pivot(j, j + p)) return;
   if constexpr (below > 0) {
-    std::swap(diagonal[0], diagonal[p]);
-    const T reciprocal = quotient(T(1), diagonal[0]);
+    const auto exchanged = [p](const T* column, T first, int i) { return i + 1 == p ? first : column[i + 1]; };
+    const T pivot = diagonal[p], first = diagonal[0], reciprocal = quotient(T(1), pivot);
     T multiplier[below];
-    for (int i = 0; i < below; ++i) diagonal[i + 1] = multiplier[i] = reciprocal * diagonal[i + 1];
-    T* rest = diagonal;
+    for (int i = 0; i < below; ++i) multiplier[i] = reciprocal * exchanged(diagonal, first, i);
+    diagonal[0] = pivot;
+    for (int i = 0; i < below; ++i) diagonal[i + 1] = multiplier[i];
+    T* column = diagonal;
     for (Int c = j + 1; c <= F.last; ++c) {
-      rest += F.A.ld;
-      const T u = rest[p];
-      rest[p] = rest[0];
-      rest[0] = u;
-      for (int i = 0; i < below; ++i) rest[i + 1] -= multiplier[i] * u;
+      column += F.A.ld;
+      const T u = column[p], top = column[0];
+      T updated[below];
+      for (int i = 0; i < below; ++i) updated[i] = exchanged(column, top, i) - multiplier[i] * u;
+      column[0] = u;
+      for (int i = 0; i < below; ++i) column[i + 1] = updated[i];
     }
   }
 }
@@ -186,9 +191,8 @@ struct WorkBlock {
 
 /// Columns j to j + jb - 1 while they are factored, with what the band holds around them:
 ///
-///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row exchanges
-///     A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13.
-///     A31 | A32 | A33
+///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row
+///     exchanges A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13. A31 | A32 | A33
 template <Scalar T>
 struct BandPanel {
   BandFactorisation<T>& F;
@@ -316,6 +320,12 @@ struct BandL {
   Int rows_below(Int j) const { return std::min(kl, n - j); }
 };
 
+/// Keeps the compiler from taking neighbours in one register: the row before stored them one place further, and what
+/// spans two stores could not be read for a while.
+inline void one_by_one() {
+  asm volatile("" ::: "memory");
+}
+
 /// Solves with L, or L^T, or L^H, for `lanes` columns.
 template <int lanes, Scalar T>
 void solve_narrow(const BandL<T>& L, char trans, Matrix<T> B) {
@@ -332,6 +342,7 @@ void solve_narrow(const BandL<T>& L, char trans, Matrix<T> B) {
       for (Int i = 1; i <= below; ++i) {
         const T l = L.A(j + i, j);
         for (int c = 0; c < lanes; ++c) B(j + i, c + 1) -= l * x[c];
+        one_by_one();
       }
     }
     return;

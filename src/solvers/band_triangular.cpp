@@ -42,8 +42,8 @@ struct NarrowSystem {
   T entry(const T* at) const { return conjugated ? conjugate(*at) : *at; }
 };
 
-/// Solves for `lanes` columns at once: each recurrence waits for its own last result only. The terms are subtracted from
-/// the oldest unknown to the newest, which stays in a register.
+/// Solves for `lanes` columns at once: each recurrence waits for its own last result only. The terms are subtracted
+/// from the oldest unknown to the newest, which stays in a register.
 template <int lanes, Scalar T>
 void solve_narrow(const NarrowSystem<T>& system, Matrix<T> B) {
   T newest[lanes] = {};
@@ -206,8 +206,10 @@ template void solve_by_columns(const BandTriangle<std::complex<float>>&, char, I
 template void solve_by_columns(const BandTriangle<std::complex<double>>&, char, Int, Matrix<std::complex<double>>);
 template void solve_by_blocks(const BandTriangle<float>&, char, Int, Int, Matrix<float>, float*);
 template void solve_by_blocks(const BandTriangle<double>&, char, Int, Int, Matrix<double>, double*);
-template void solve_by_blocks(const BandTriangle<std::complex<float>>&, char, Int, Int, Matrix<std::complex<float>>, std::complex<float>*);
-template void solve_by_blocks(const BandTriangle<std::complex<double>>&, char, Int, Int, Matrix<std::complex<double>>, std::complex<double>*);
+template void solve_by_blocks(const BandTriangle<std::complex<float>>&, char, Int, Int, Matrix<std::complex<float>>,
+                              std::complex<float>*);
+template void solve_by_blocks(const BandTriangle<std::complex<double>>&, char, Int, Int, Matrix<std::complex<double>>,
+                              std::complex<double>*);
 
 }  // namespace nuv
 

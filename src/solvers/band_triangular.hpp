@@ -4,7 +4,8 @@
 //
 // uplo, trans, diag   the triangle that A is ('U', 'L'); whether A, A^T or A^H ('N', 'T', 'C') is meant; whether the
 //                     diagonal counts as ones and is not read ('U') or not ('N')
-// ab                  (kd + 1) by n, ldab >= kd + 1: element (i, j) stands in ab(kd + 1 + i - j, j) of an upper triangle, in
+// ab                  (kd + 1) by n, ldab >= kd + 1: element (i, j) stands in ab(kd + 1 + i - j, j) of an upper
+// triangle, in
 //                     ab(1 + i - j, j) of a lower one
 // b                   n by nrhs, ldb >= max(1, n)
 

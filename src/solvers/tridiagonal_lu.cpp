@@ -39,7 +39,7 @@ void gttrf(Int n, T* dl, T* d, T* du, T* du2, Int* ipiv, Int& info) {
       du[i] = below;
       if (has_second) {
         du2[i] = du[i + 1];
-        du[i + 1] = negated(factor * du2[i]);
+        du[i + 1] = negated(factor) * du2[i];
       }
     }
   }
@@ -310,7 +310,7 @@ void gtsv_small(Int n, Int nrhs, T* dl, T* d, T* du, T* b, Int ldb, Int& info) {
       du[i] = below;
       if (has_second) {
         dl[i] = du[i + 1];
-        du[i + 1] = negated(factor * dl[i]);
+        du[i + 1] = negated(factor) * dl[i];
       }
     } else {
       d[i + 1] -= factor * du[i];

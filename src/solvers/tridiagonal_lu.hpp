@@ -14,7 +14,8 @@ namespace nuv {
 
 /// Factors a matrix of order n.
 ///
-/// info    0; -1: n was bad (reported); k: U(k, k) is the first pivot that is exactly zero (the factorisation is complete
+/// info    0; -1: n was bad (reported); k: U(k, k) is the first pivot that is exactly zero (the factorisation is
+/// complete
 ///         all the same, but nothing can be solved with it)
 template <Scalar T>
 void gttrf(Int n, T* dl, T* d, T* du, T* du2, Int* ipiv, Int& info);
@@ -27,8 +28,8 @@ template <Scalar T>
 void xgttrs(char trans, Int n, Int nrhs, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, T* b,
             Int ldb, Int& info);
 
-/// The same without checks. itrans 0: A, 1: A^T, 2: A^H. From four right-hand sides on it asks for memory to hold four of
-/// them by rows, so that the recurrences run side by side.
+/// The same without checks. itrans 0: A, 1: A^T, 2: A^H. From four right-hand sides on it asks for memory to hold four
+/// of them by rows, so that the recurrences run side by side.
 template <Scalar T>
 void gtts2(Int itrans, Int n, Int nrhs, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, T* b,
            Int ldb);

@@ -17,7 +17,10 @@ constexpr double threshold = 10;
 template <class T>
 class BandLu : public ReportingTest {
  protected:
-  BandMatrix<T> matrix(Int m, Int n, Band band) { return random_band<T>(random, m, n, band, band.kl); }
+  /// Where no row can be exchanged, the diagonal is large: random triangles are beyond solving with.
+  BandMatrix<T> matrix(Int m, Int n, Band band) {
+    return random_band<T>(random, m, n, band, band.kl, band.kl == 0 ? band.ku + 1 : 0);
+  }
 
   Random random{35};
 };
@@ -74,6 +77,10 @@ double band_residual(Random& random, const BandFactored<T>& F) {
   return solution_residual<T>(F.A, V, multiply_factors(F, V));
 }
 
+struct Shape {
+  Int m, n;
+};
+
 struct Case {
   Int m, n;
   Band band;
@@ -87,10 +94,10 @@ std::string to_string(const Case& c) {
 std::vector<Case> cases() {
   std::vector<Case> all;
   for (const Band band : {Band{0, 0}, {0, 3}, {3, 0}, {1, 1}, {2, 5}, {5, 2}, {8, 3}, {9, 3}, {20, 11}}) {
-    for (const Case c : {Case{1, 1}, {2, 2}, {9, 9}, {30, 30}, {12, 30}, {30, 12}}) all.push_back({c.m, c.n, band});
+    for (const Shape c : {Shape{1, 1}, {2, 2}, {9, 9}, {30, 30}, {12, 30}, {30, 12}}) all.push_back({c.m, c.n, band});
   }
   for (const Band band : {Band{31, 65}, {32, 64}, {32, 65}, {33, 70}, {70, 66}}) {
-    for (const Case c : {Case{60, 60}, {180, 180}, {100, 180}, {180, 130}}) all.push_back({c.m, c.n, band});
+    for (const Shape c : {Shape{60, 60}, {180, 180}, {100, 180}, {180, 130}}) all.push_back({c.m, c.n, band});
   }
   all.push_back({32, 200, {32, 65}});
   all.push_back({97, 97, {40, 100}});
@@ -110,8 +117,26 @@ TYPED_TEST(BandLu, Factors) {
     const std::vector<Int> pivots = c.n <= 60 ? wide_pivots<T>(A.wide()) : std::vector<Int>();
     for (Int i = 1; i <= blocked.ipiv.size(); ++i) {
       EXPECT_EQ(blocked.ipiv(i), unblocked.ipiv(i)) << i;
-      if (!pivots.empty()) EXPECT_EQ(blocked.ipiv(i), pivots[std::size_t(i - 1)]) << i;
+      if (!pivots.empty()) {
+        EXPECT_EQ(blocked.ipiv(i), pivots[std::size_t(i - 1)]) << i;
+      }
     }
+  }
+}
+
+/// Pivots from the last row of the band carry U as far to the right as it goes, beyond the columns that blocks hold
+/// whole.
+TYPED_TEST(BandLu, FactorsWithPivotsFromTheLastRowOfTheBand) {
+  using T = TypeParam;
+  for (const Band band : {Band{12, 4}, {33, 70}, {64, 66}}) {
+    const Int n = 200;
+    BandMatrix<T> A = this->matrix(n, n, band);
+    for (Int j = 1; j <= n - band.kl; ++j) A(j + band.kl, j) = T(8);
+    A.ab.seal();
+    const BandFactored<T> F = factor(A);
+    EXPECT_EQ(F.info, 0);
+    for (Int j = 1; j <= n - 2 * band.kl; ++j) EXPECT_EQ(F.ipiv(j), j + band.kl);
+    EXPECT_LT(band_residual(this->random, F), threshold) << to_string(band);
   }
 }
 
@@ -201,7 +226,7 @@ TYPED_TEST(BandLu, SolvesWithEachFormOfTheMatrix) {
   for (const Case& c : solve_cases()) {
     const BandFactored<T> F = factor(this->matrix(c.n, c.n, c.band));
     for (const Int nrhs : {0, 1, 2, 3, 6}) {
-      if (c.n > 128 && nrhs != 1 && nrhs != 3) continue;
+      if (c.n > 127 && nrhs != 3) continue;
       const GuardedMatrix<T> B = right_hand_sides<T>(this->random, c.n, nrhs);
       for (const char trans : {'N', 'T', 'c'}) {
         SCOPED_TRACE(to_string(c) + ", right-hand sides " + std::to_string(nrhs) + ", trans " + trans);
@@ -231,7 +256,7 @@ TYPED_TEST(BandLu, SolvesForManyRightHandSides) {
   using T = TypeParam;
   for (const Case& c : {Case{60, 60, {2, 3}}, {150, 150, {33, 20}}}) {
     const BandFactored<T> F = factor(this->matrix(c.n, c.n, c.band));
-    for (const Int nrhs : {128, 129, 300}) {
+    for (const Int nrhs : {129, 260}) {
       const GuardedMatrix<T> B = right_hand_sides<T>(this->random, c.n, nrhs);
       for (const char trans : {'N', 'C'}) {
         EXPECT_LT(solution_residual<T>(op<T>(trans, F.A), wide(solve(trans, F, B)), wide(B)), threshold)
@@ -313,8 +338,8 @@ template <Scalar T>
 struct LayerSolve : BandCall<T> {
   Int run() {
     Int info = 99;
-    layer::gbtrs(this->trans, this->n, this->kl, this->ku, this->nrhs, {this->ab.data(), this->ldab},
-                 this->ipiv.data(), {this->b.data(), this->ldb}, info);
+    layer::gbtrs(this->trans, this->n, this->kl, this->ku, this->nrhs, {this->ab.data(), this->ldab}, this->ipiv.data(),
+                 {this->b.data(), this->ldb}, info);
     return info;
   }
 };

@@ -37,11 +37,11 @@ struct BandMatrix {
 
   bool holds(Int i, Int j) const { return i <= j + band.kl && j <= i + band.ku; }
 
-  /// Whether nothing was written but elements of the matrix, with so many diagonals above the main one.
+  /// Whether nothing was written but elements of the matrix, and the rows above the band where they lie beside it.
   testing::AssertionResult stayed_in_matrix() const {
     return ab.unchanged_except([&](Int row, Int j) {
       const Int i = row - diagonal + j;
-      return i >= 1 && i <= m;
+      return i >= 1 && (i <= m || row < diagonal - band.ku);
     });
   }
 

@@ -93,6 +93,27 @@ using nuv::test::record;
     record("pptrs", {uplo}, {*n, *nrhs});                                                                              \
     NEXT(nuv_lapack_##p##pptrs)(uplo, n, nrhs, ap, b, ldb, info, length);                                              \
   }                                                                                                                    \
+  void nuv_lapack_##p##gbtrf(const int* m, const int* n, const int* kl, const int* ku, T* ab, const int* ldab,         \
+                             int* ipiv, int* info) {                                                                   \
+    record("gbtrf", {}, {*m, *n});                                                                                     \
+    NEXT(nuv_lapack_##p##gbtrf)(m, n, kl, ku, ab, ldab, ipiv, info);                                                   \
+  }                                                                                                                    \
+  void nuv_lapack_##p##gbtrs(const char* trans, const int* n, const int* kl, const int* ku, const int* nrhs,           \
+                             const T* ab, const int* ldab, const int* ipiv, T* b, const int* ldb, int* info,           \
+                             int length) {                                                                             \
+    record("gbtrs", {trans}, {*n, *nrhs});                                                                             \
+    NEXT(nuv_lapack_##p##gbtrs)(trans, n, kl, ku, nrhs, ab, ldab, ipiv, b, ldb, info, length);                         \
+  }                                                                                                                    \
+  void nuv_lapack_##p##pbtrs(const char* uplo, const int* n, const int* kd, const int* nrhs, const T* ab,              \
+                             const int* ldab, T* b, const int* ldb, int* info, int length) {                           \
+    record("pbtrs", {uplo}, {*n, *nrhs});                                                                              \
+    NEXT(nuv_lapack_##p##pbtrs)(uplo, n, kd, nrhs, ab, ldab, b, ldb, info, length);                                    \
+  }                                                                                                                    \
+  void nuv_lapack_##p##gttrs(const char* trans, const int* n, const int* nrhs, const T* dl, const T* d, const T* du,   \
+                             const T* du2, const int* ipiv, T* b, const int* ldb, int* info, int length) {             \
+    record("gttrs", {trans}, {*n, *nrhs});                                                                             \
+    NEXT(nuv_lapack_##p##gttrs)(trans, n, nrhs, dl, d, du, du2, ipiv, b, ldb, info, length);                           \
+  }                                                                                                                    \
   void nuv_lapack_##p##geqrf(const int* m, const int* n, T* a, const int* lda, T* tau, T* work, const int* lwork,      \
                              int* info) {                                                                              \
     record("geqrf", {}, {*m, *n});                                                                                     \
@@ -123,7 +144,18 @@ using nuv::test::record;
     NEXT(nuv_blas_##p##trsm)(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);                   \
   }
 
+#define RECORDING_REAL(p, T)                                                                                           \
+  void nuv_lapack_##p##pttrs(const int* n, const int* nrhs, const T* d, const T* e, T* b, const int* ldb, int* info) { \
+    record("pttrs", {}, {*n, *nrhs});                                                                                  \
+    NEXT(nuv_lapack_##p##pttrs)(n, nrhs, d, e, b, ldb, info);                                                          \
+  }
+
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
+  void nuv_lapack_##p##pttrs(const char* uplo, const int* n, const int* nrhs, const R* d, const T* e, T* b,            \
+                             const int* ldb, int* info, int length) {                                                  \
+    record("pttrs", {uplo}, {*n, *nrhs});                                                                              \
+    NEXT(nuv_lapack_##p##pttrs)(uplo, n, nrhs, d, e, b, ldb, info, length);                                            \
+  }                                                                                                                    \
   void nuv_blas_##p##herk(const char* uplo, const char* trans, const int* n, const int* k, const R* alpha, const T* a, \
                           const int* lda, const R* beta, T* c, const int* ldc, int l1, int l2) {                       \
     record("herk", {uplo, trans}, {*n, *k});                                                                           \
@@ -147,6 +179,8 @@ RECORDING(s, float)
 RECORDING(d, double)
 RECORDING(c, nuv_complex8)
 RECORDING(z, nuv_complex16)
+RECORDING_REAL(s, float)
+RECORDING_REAL(d, double)
 RECORDING_HERMITIAN(c, nuv_complex8, float)
 RECORDING_HERMITIAN(z, nuv_complex16, double)
 RECORDING_PRODUCTS(sor, float)

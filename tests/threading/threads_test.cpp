@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdio>
@@ -213,6 +214,58 @@ TYPED_TEST(Threads, GiveThePackedSolutionsOfOne) {
       }
     }
   }
+}
+
+/// Bands that are solved with by blocks and row by row, for one strip of right-hand sides and for several.
+TYPED_TEST(Threads, GiveTheBandSolutionsOfOne) {
+  using T = TypeParam;
+  for (const auto& [n, kl, ku, nrhs] : {std::array{250, 40, 70, 300}, {250, 40, 70, 100}, {300, 3, 2, 400}}) {
+    SCOPED_TRACE(testing::Message() << "kl " << kl << ", ku " << ku << ", right-hand sides " << nrhs);
+    const Int ldab = 2 * kl + ku + 1, kd = kl + ku;
+    std::vector<T> ab = numbers<T>(this->random, ldab, n);
+    for (Int j = 0; j < n; ++j) ab[std::size_t(kd) + std::size_t(j) * ldab] += T(3);
+    std::vector<Int> pivots(n);
+    expect_same_bits(ab, [&](T* x) {
+      Int info = -7;
+      layer::gbtrf(n, n, kl, ku, {x, ldab}, pivots.data(), info);
+      EXPECT_EQ(info, 0);
+    });
+    Int info = -7;
+    layer::gbtrf(n, n, kl, ku, {ab.data(), ldab}, pivots.data(), info);
+    const Matrix<const T> F{ab.data(), ldab};
+    const std::vector<T> b = numbers<T>(this->random, n, nrhs);
+    for (const char trans : {'N', 'C'}) {
+      expect_same_bits(b, [&](T* x) { layer::gbtrs(trans, n, kl, ku, nrhs, F, pivots.data(), {x, n}, info); });
+      expect_same_bits(b, [&](T* x) { layer::tbtrs('U', trans, 'N', n, kd, nrhs, F, {x, n}, info); });
+    }
+    expect_same_bits(b, [&](T* x) { layer::pbtrs('U', n, kd, nrhs, F, {x, n}, info); });
+    EXPECT_EQ(info, 0);
+  }
+}
+
+TYPED_TEST(Threads, GiveTheTridiagonalSolutionsOfOne) {
+  using T = TypeParam;
+  const Int n = 9000, nrhs = 11;
+  const auto dl = numbers<T>(this->random, n, 1), d = numbers<T>(this->random, n, 1),
+             du = numbers<T>(this->random, n, 1), du2 = numbers<T>(this->random, n, 1);
+  std::vector<Int> pivots(n);
+  std::vector<Real<T>> real(n);
+  for (Int i = 0; i < n; ++i) {
+    pivots[i] = i + 1 + (i % 3 == 0 && i < n - 1 ? 1 : 0);
+    real[i] = Real<T>(2 + std::abs(d[i]));
+  }
+  Int info = -7;
+  const auto b = numbers<T>(this->random, n, nrhs);
+  for (const char trans : {'N', 'C'}) {
+    expect_same_bits(b, [&](T* x) {
+      layer::gttrs(trans, n, nrhs, dl.data(), d.data(), du.data(), du2.data(), pivots.data(), {x, n}, info);
+    });
+  }
+  expect_same_bits(b, [&](T* x) {
+    if constexpr (ComplexScalar<T>) layer::pttrs('L', n, nrhs, real.data(), dl.data(), {x, n}, info);
+    else layer::pttrs(n, nrhs, real.data(), dl.data(), {x, n}, info);
+  });
+  EXPECT_EQ(info, 0);
 }
 
 TYPED_TEST(Threads, GiveTheQrFactorsOfOne) {

@@ -23,9 +23,9 @@ struct Strips {
   }
 };
 
-/// Runs solve(first, count, info) on strips of right-hand sides, counted from zero, on all threads. Where the strips are
-/// depends on the problem alone, so that any number of threads gives the same bits. A single strip, or little work, stays
-/// on the calling thread, and products in it find the threads by themselves.
+/// Runs solve(first, count, info) on strips of right-hand sides, counted from zero, on all threads. Where the strips
+/// are depends on the problem alone, so that any number of threads gives the same bits. A single strip, or little work,
+/// stays on the calling thread, and products in it find the threads by themselves.
 ///
 /// Solves with no right-hand side at all are made first: they check the arguments, for all strips.
 ///
