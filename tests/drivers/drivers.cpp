@@ -6,6 +6,7 @@
 #include "layer.hpp"
 #include "orthogonal/by_form.hpp"
 #include "routines.hpp"
+#include "support/packed.hpp"
 
 namespace nuv::test {
 namespace {
@@ -18,6 +19,13 @@ class DriverList {
   void add(const std::string& name, Int order, Run run) {
     add_in<float>(name, order, run);
     add_in<double>(name, order, run);
+    add_in<std::complex<float>>(name, order, run);
+    add_in<std::complex<double>>(name, order, run);
+  }
+
+  /// A routine that has complex members alone.
+  template <class Run>
+  void add_complex(const std::string& name, Int order, Run run) {
     add_in<std::complex<float>>(name, order, run);
     add_in<std::complex<double>>(name, order, run);
   }
@@ -91,6 +99,83 @@ void add_solvers(DriverList& drivers) {
   drivers.add("lauu2", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     routine_call::lauu2(uplo, n, c.matrix("A", n, n), c.info());
+  });
+}
+
+/// Runs routine(ap) on a triangle of A in packed storage, and puts back what it leaves there.
+template <Scalar T, class Routine>
+void in_packed_storage(char uplo, Int n, Matrix<T> A, Routine routine) {
+  std::vector<T> ap(std::size_t(packed_size(n)));
+  for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) { ap[std::size_t(k - 1)] = A(i, j); });
+  routine(ap.data());
+  for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) { A(i, j) = ap[std::size_t(k - 1)]; });
+}
+
+/// Row exchanges as the factorisations with diagonal pivoting leave them where they find no reason for any.
+Int* no_exchanges(auto& c, Int n) {
+  Int* const ipiv = c.pivots(n);
+  for (Int i = 0; i < n; ++i) ipiv[i] = i + 1;
+  return ipiv;
+}
+
+void add_indefinite_solvers(DriverList& drivers) {
+  // So many right-hand sides are solved for by groups of pivots.
+  constexpr Int many = 12;
+  drivers.add("sytrf", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
+    routine_call::sytrf(uplo, n, c.matrix("A", n, n), c.pivots(n), work.data(), 64 * n, c.info());
+  });
+  drivers.add("sytf2", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    routine_call::sytf2(uplo, n, c.matrix("A", n, n), c.pivots(n), c.info());
+  });
+  drivers.add("sytrs", 70, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    const Int columns = c.one_of({nrhs, many});
+    layer::sytrs(uplo, n, columns, c.matrix("A", n, n), no_exchanges(c, n), c.matrix("B", n, columns), c.info());
+  });
+  drivers.add("sysv", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
+    routine_call::sysv(uplo, n, many, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, many), work.data(), 64 * n,
+                       c.info());
+  });
+  drivers.add("sytri", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    routine_call::sytri(uplo, n, c.matrix("A", n, n), no_exchanges(c, n), c.scratch(n), c.info());
+  });
+  drivers.add("sptrf", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n),
+                      [&](auto* ap) { routine_call::sptrf(uplo, n, ap, c.pivots(n), c.info()); });
+  });
+  drivers.add("spsv", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n), [&](auto* ap) {
+      routine_call::spsv(uplo, n, nrhs, ap, c.pivots(n), c.matrix("B", n, nrhs), c.info());
+    });
+  });
+  drivers.add("sptri", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n),
+                      [&](auto* ap) { routine_call::sptri(uplo, n, ap, no_exchanges(c, n), c.scratch(n), c.info()); });
+  });
+  drivers.add_complex("hesv", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
+    routine_call::hesv(uplo, n, many, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, many), work.data(), 64 * n,
+                       c.info());
+  });
+  drivers.add_complex("hetri", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    routine_call::hetri(uplo, n, c.matrix("A", n, n), no_exchanges(c, n), c.scratch(n), c.info());
+  });
+  drivers.add_complex("hpsv", 150, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    in_packed_storage(uplo, n, c.matrix("A", n, n), [&](auto* ap) {
+      routine_call::hpsv(uplo, n, nrhs, ap, c.pivots(n), c.matrix("B", n, nrhs), c.info());
+    });
   });
 }
 
@@ -217,6 +302,7 @@ const std::vector<Driver>& drivers() {
   static const std::vector<Driver> all = [] {
     DriverList drivers;
     add_solvers(drivers);
+    add_indefinite_solvers(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);
       add_products(drivers, form);
