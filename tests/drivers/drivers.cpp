@@ -118,9 +118,10 @@ Int* no_exchanges(auto& c, Int n) {
   return ipiv;
 }
 
+/// So many right-hand sides are solved for by groups of pivots.
+constexpr Int grouped_nrhs = 12;
+
 void add_indefinite_solvers(DriverList& drivers) {
-  // So many right-hand sides are solved for by groups of pivots.
-  constexpr Int many = 12;
   drivers.add("sytrf", 150, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
@@ -132,14 +133,14 @@ void add_indefinite_solvers(DriverList& drivers) {
   });
   drivers.add("sytrs", 70, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
-    const Int columns = c.one_of({nrhs, many});
+    const Int columns = c.one_of({nrhs, grouped_nrhs});
     layer::sytrs(uplo, n, columns, c.matrix("A", n, n), no_exchanges(c, n), c.matrix("B", n, columns), c.info());
   });
   drivers.add("sysv", 150, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
-    routine_call::sysv(uplo, n, many, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, many), work.data(), 64 * n,
-                       c.info());
+    routine_call::sysv(uplo, n, grouped_nrhs, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, grouped_nrhs),
+                       work.data(), 64 * n, c.info());
   });
   drivers.add("sytri", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
@@ -164,8 +165,8 @@ void add_indefinite_solvers(DriverList& drivers) {
   drivers.add_complex("hesv", 150, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
     std::vector<std::remove_pointer_t<decltype(c.scratch(1))>> work(std::size_t(64 * n));
-    routine_call::hesv(uplo, n, many, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, many), work.data(), 64 * n,
-                       c.info());
+    routine_call::hesv(uplo, n, grouped_nrhs, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, grouped_nrhs),
+                       work.data(), 64 * n, c.info());
   });
   drivers.add_complex("hetri", unblocked_order, [](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
