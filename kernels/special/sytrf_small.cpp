@@ -77,8 +77,9 @@ class Factorisation {
  public:
   Factorisation(Int n, Matrix<T> A, Int* ipiv) : n_(n), A_(A), ipiv_(ipiv - 1) {}
 
-  /// Gives 0, or the position of the first pivot that is zero or not a number. Its column is left as it is, and the
-  /// factorisation goes on behind it.
+  /// Gives 0, or the position of the first pivot that is zero or not a number. A column of zeros is left as it is, and
+  /// the factorisation goes on behind it; with what is not a number it ends: the columns left count as blocks of order
+  /// one without exchanges.
   Int run() {
     Int info = 0;
     Int k = is_lower ? 1 : n_;
@@ -91,8 +92,12 @@ class Factorisation {
         } else {
           eliminate_two(k);
         }
-      } else if (info == 0) {
-        info = k;
+      } else {
+        if (info == 0) info = k;
+        if (A_(k, k) != A_(k, k)) {
+          for (; k >= 1 && k <= n_; k += forward) ipiv_[k] = k;
+          break;
+        }
       }
       if (pivot.order == 1) {
         ipiv_[k] = pivot.row;
@@ -204,7 +209,7 @@ class Factorisation {
 ///         triangle is neither read nor written.
 /// ipiv    n numbers. Positive at k: a block of order one, rows and columns k and ipiv[k] were exchanged. Negative at k
 ///         and k+1: a block of order two, rows and columns k+1 and -ipiv[k] were.
-/// info    0, or k: D(k, k) is zero or not a number
+/// info    0, or k: D(k, k) is zero, or not a number: then the factorisation ends before k
 template <RealScalar T>
 void sytrf_l_small(char, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   info = Factorisation<Triangle::lower, T>(n, {a, lda}, ipiv).run();

@@ -33,6 +33,13 @@ class DriverList {
     add_in<std::complex<double>>(name, order, run);
   }
 
+  /// A routine that has complex members alone.
+  template <class Run>
+  void add_complex(const std::string& name, Int order, Run run) {
+    add_in<std::complex<float>>(name, order, run);
+    add_in<std::complex<double>>(name, order, run);
+  }
+
   std::vector<Driver> list;
 
  private:
@@ -44,8 +51,13 @@ class DriverList {
   }
 };
 
-/// Condition numbers, refinement, scaling and expert drivers.
-void add_bounds(DriverList& drivers);
+// Families with a file of their own.
+void add_band_solvers(DriverList& drivers);
+void add_bounds(DriverList& drivers);  ///< condition numbers, refinement, scaling and expert drivers
+void add_indefinite_solvers(DriverList& drivers);
+void add_packed_solvers(DriverList& drivers);
+void add_scaled_solvers(DriverList& drivers);
+void add_tridiagonal_solvers(DriverList& drivers);
 
 /// The list. A routine joins it in drivers.cpp, or where its family has a file of its own.
 const std::vector<Driver>& drivers();

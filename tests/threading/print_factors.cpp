@@ -6,7 +6,9 @@
 
 #include "layer.hpp"
 #include "orthogonal/products_with_q.hpp"
+#include "routines.hpp"
 #include "solvers/definite.hpp"
+#include "support/packed.hpp"
 
 namespace nuv::test {
 namespace {
@@ -66,6 +68,29 @@ void print_factors() {
   }
 }
 
+/// The factors of an indefinite matrix, full or packed, and solutions with them.
+template <Scalar T>
+void print_indefinite() {
+  Random random(18);
+  for (const Int n : {50, 129, 520}) {
+    for (const char uplo : {'U', 'L'}) {
+      constexpr Int nrhs = 150;
+      GuardedMatrix<T> A = random_matrix<T>(random, n, n, n), B = random_matrix<T>(random, n, nrhs, n);
+      GuardedMatrix<T> X = B, Y = B, work(n, 64, n);
+      GuardedVector<T> ap = packed(uplo == 'U', A);
+      GuardedVector<Int> ipiv(n);
+      Int info = 99, packed_info = 99;
+      routine_call::sysv(uplo, n, nrhs, A, ipiv.data(), X, work.data(), 64 * n, info);
+      routine_call::spsv(uplo, n, nrhs, ap.data(), ipiv.data(), Y, packed_info);
+      const GuardedMatrix<T> F = unpacked(uplo == 'U', n, ap);
+      std::printf("%csysv %c %d %d %d %016llx %016llx %016llx %016llx\n", precision_letter<T>, uplo, n, info,
+                  packed_info, static_cast<unsigned long long>(checksum(A)),
+                  static_cast<unsigned long long>(checksum(X)), static_cast<unsigned long long>(checksum(F)),
+                  static_cast<unsigned long long>(checksum(Y)));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace nuv::test
 
@@ -73,10 +98,14 @@ int main() {
   using namespace nuv::test;
   print_factors<float>();
   print_products<float>();
+  print_indefinite<float>();
   print_factors<double>();
   print_products<double>();
+  print_indefinite<double>();
   print_factors<std::complex<float>>();
   print_products<std::complex<float>>();
+  print_indefinite<std::complex<float>>();
   print_factors<std::complex<double>>();
   print_products<std::complex<double>>();
+  print_indefinite<std::complex<double>>();
 }
