@@ -110,6 +110,25 @@ TYPED_TEST(StoredSystems, HaveTheirConditionWithinAFactorOfTen) {
   });
 }
 
+/// A row of large elements makes the infinity-norms of a matrix and its inverse larger than the one-norms.
+TYPED_TEST(StoredSystems, HaveTheirConditionInEitherNorm) {
+  using T = TypeParam;
+  constexpr Int n = 12;
+  this->for_each_form([&](const Form& form, char uplo) {
+    if (form.structure != Structure::general || form.diagonals == 1) return;
+    const Int last = form.diagonals < 0 ? n : 1 + form.diagonals;
+    GuardedMatrix<T> A(n, n, n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) A(i, j) = T(i == j ? 1 : i == 1 && j <= last ? -100 : 0);
+    }
+    const auto system = store(form, uplo, A);
+    ASSERT_EQ(system->factor(), 0);
+    const Real<T> of_columns = 101, of_rows = Real<T>(1 + 100 * (last - 1));
+    EXPECT_NEAR(system->condition('1', of_columns) * of_columns * of_columns, 1, 0.1);
+    EXPECT_NEAR(system->condition('I', of_rows) * of_rows * of_rows, 1, 0.1);
+  });
+}
+
 TYPED_TEST(StoredSystems, HaveNoConditionWithoutANormOrAnOrder) {
   using T = TypeParam;
   this->for_each_form([&](const Form& form, char uplo) {
@@ -164,14 +183,14 @@ double sensitivity(const WideMatrix<T>& inverse_of_A, const WideMatrix<T>& A, co
   return (by_norm ? largest_row * largest_residual : largest_change) / largest_x;
 }
 
-/// No error exceeds its bound, and no bound what n + 1 roundings could do if all went one way. Half of the bounds are
-/// at most a hundred times the error: the others belong to errors that are small by luck.
+/// No error exceeds its bound, and no bound what n + 1 roundings could do if all went one way. Errors of large
+/// condition are often far smaller than that; where the condition is small, the largest bound is close to the largest
+/// error.
 TYPED_TEST(StoredSystems, HaveBoundsThatHold) {
   using T = TypeParam;
   constexpr Int n = 6, nrhs = 8;
   this->for_each_form([&](const Form& form, char uplo) {
-    std::vector<double> ratios;
-    for (const double power : {0.0, 0.2, 0.4, 0.6}) {
+    for (const double power : {0.0, 0.05, 0.2, 0.4, 0.6}) {
       const GuardedMatrix<T> A = this->matrix(form, n, power), B = this->random_right_hand_sides(n, nrhs);
       const auto system = store(form, uplo, A);
       ASSERT_EQ(system->factor(), 0);
@@ -189,7 +208,10 @@ TYPED_TEST(StoredSystems, HaveBoundsThatHold) {
           EXPECT_GE(ferr(j), error) << trans << ' ' << power;
           EXPECT_LE(ferr(j), 2 * (n + 2) * epsilon<T> * sensitivity(inverse_of_A, wide_A, X, j, by_norm)) << power;
           EXPECT_LE(berr(j), 2 * epsilon<T>) << trans << ' ' << power;
-          ratios.push_back(ferr(j) / std::max(error, double(epsilon<T>)));
+        }
+        if (power < 0.1) {
+          const double largest = std::max(*std::max_element(errors.begin(), errors.end()), double(epsilon<T>));
+          EXPECT_LE(*std::max_element(&ferr(1), &ferr(nrhs) + 1), 100 * largest) << trans << ' ' << power;
         }
         EXPECT_TRUE(ferr.guards_unchanged());
         EXPECT_TRUE(berr.guards_unchanged());
@@ -197,8 +219,6 @@ TYPED_TEST(StoredSystems, HaveBoundsThatHold) {
       }
       EXPECT_TRUE(system->guards_unchanged());
     }
-    std::sort(ratios.begin(), ratios.end());
-    EXPECT_LE(ratios[ratios.size() / 2], 100);
   });
 }
 
