@@ -21,6 +21,16 @@ void add_square(char uplo, char trans, Int n, Int k, Real<T> alpha, Matrix<const
   blas::herk(uplo, trans, n, k, alpha, A, beta, C);
 }
 
+/// A := A + alpha x x^H for one triangle of order n in packed storage.
+template <RealScalar T>
+void add_square(char uplo, Int n, T alpha, Vector<const T> x, T* ap) {
+  blas::spr(uplo, n, alpha, x, ap);
+}
+template <ComplexScalar T>
+void add_square(char uplo, Int n, Real<T> alpha, Vector<const T> x, T* ap) {
+  blas::hpr(uplo, n, alpha, x, ap);
+}
+
 /// x^H x for n elements.
 template <Scalar T>
 Real<T> squared_length(Int n, Vector<const T> x) {

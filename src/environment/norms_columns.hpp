@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
+#include "environment/packed_storage.hpp"
 
 namespace nuv {
 
@@ -77,9 +78,9 @@ struct PackedColumns {
   const T* ap;
 
   Run<T> operator()(Int j) const {
-    const std::ptrdiff_t before = j - 1;
-    if (upper) return {1, j, ap + before * (before + 1) / 2};
-    return {j, n - j + 1, ap + before * (2 * std::ptrdiff_t{n} - before + 1) / 2};
+    const PackedTriangle<const T> A{upper, n, ap};
+    if (upper) return {1, j, A.at(1, j)};
+    return {j, n - j + 1, A.at(j, j)};
   }
 };
 

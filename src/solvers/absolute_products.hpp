@@ -1,0 +1,75 @@
+#pragma once
+
+// Products of magnitudes, |A| |x|: what rounding errors of a product A x are measured by.
+//
+// A complex number counts as |re| + |im|, which takes no root and is at most sqrt(2) too large. A matrix is given as a
+// function from a column's number to its run of entries.
+
+#include <cmath>
+
+#include "environment/norms_columns.hpp"
+
+namespace nuv {
+
+/// |x|, of a complex number |re| + |im|.
+template <Scalar T>
+Real<T> abs1(T x) {
+  if constexpr (ComplexScalar<T>) {
+    return std::abs(x.real()) + std::abs(x.imag());
+  } else {
+    return std::abs(x);
+  }
+}
+
+/// y += |a| factor over the entries of a column.
+template <Scalar T>
+void add_magnitudes_of_column(Run<T> run, Real<T> factor, Real<T>* y) {
+  Real<T>* const rows = y + (run.first - 1);
+#pragma GCC ivdep
+  for (Int i = 0; i < run.count; ++i) rows[i] += abs1(run.entries[i]) * factor;
+}
+
+/// |a|^T |x| over the entries of a column.
+template <Scalar T>
+Real<T> product_of_magnitudes(Run<T> run, const T* x) {
+  const T* const rows = x + (run.first - 1);
+  Real<T> sum = 0;
+  for (Int i = 0; i < run.count; ++i) sum += abs1(run.entries[i]) * abs1(rows[i]);
+  return sum;
+}
+
+/// y += |A| |x| or |A|^T |x| for a matrix of n columns.
+template <Scalar T, class Columns>
+void add_absolute_product(bool is_transposed, Int n, const Columns& columns, const T* x, Real<T>* y) {
+  for (Int j = 1; j <= n; ++j) {
+    if (is_transposed) {
+      y[j - 1] += product_of_magnitudes(columns(j), x);
+    } else {
+      add_magnitudes_of_column(columns(j), abs1(x[j - 1]), y);
+    }
+  }
+}
+
+/// The same for a triangular matrix with ones on its diagonal, whatever the columns hold there.
+template <Scalar T, class Columns>
+void add_absolute_product_unit(bool upper, bool is_transposed, Int n, const Columns& columns, const T* x, Real<T>* y) {
+  add_absolute_product(is_transposed, n, [&](Int j) { return without_diagonal(columns(j), j, upper); }, x, y);
+  for (Int j = 0; j < n; ++j) y[j] += abs1(x[j]);
+}
+
+/// The same for the symmetric or Hermitian matrix of which the columns are one triangle.
+///
+/// has_real_diagonal  imaginary parts on the diagonal do not count
+template <Scalar T, class Columns>
+void add_absolute_product_symmetric(bool upper, bool has_real_diagonal, Int n, const Columns& columns, const T* x,
+                                    Real<T>* y) {
+  for (Int j = 1; j <= n; ++j) {
+    const Run<T> run = columns(j), beside = without_diagonal(run, j, upper);
+    const T d = diagonal_entry(run, upper);
+    const Real<T> xj = abs1(x[j - 1]);
+    add_magnitudes_of_column(beside, xj, y);
+    y[j - 1] += (has_real_diagonal ? std::abs(std::real(d)) : abs1(d)) * xj + product_of_magnitudes(beside, x);
+  }
+}
+
+}  // namespace nuv

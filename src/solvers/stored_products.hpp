@@ -1,0 +1,217 @@
+#pragma once
+
+// Products with a matrix in each storage form, as error bounds need them: residuals, and products of magnitudes.
+//
+//     order()                       n
+//     most_terms()                  terms in a row of b - A x, at most
+//     residual(trans, b, x, r)      r := b - op(A) x; triangular forms give its negative
+//     add_magnitudes(trans, x, y)   y += |op(A)| |x|
+//
+// trans is 'N', 'T' or 'C'; Hermitian and symmetric forms do not look at it.
+
+#include <algorithm>
+
+#include "base/matrix.hpp"
+#include "blas.hpp"
+#include "frame/option_matching.hpp"
+#include "solvers/absolute_products.hpp"
+
+namespace nuv {
+
+inline bool is_transposed(char trans) {
+  return !same_letter(trans, 'N');
+}
+
+template <Scalar T>
+struct GeneralProduct {
+  Int n;
+  Matrix<const T> A;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    blas::gemv(trans, n, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    add_absolute_product(is_transposed(trans), n, FullColumns<T>{n, A}, x, y);
+  }
+};
+
+template <Scalar T>
+struct GeneralBandProduct {
+  Int n;
+  Int kl;
+  Int ku;
+  Matrix<const T> AB;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::min(std::int64_t{kl} + ku + 2, std::int64_t{n} + 1); }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    blas::gbmv(trans, n, n, kl, ku, T(-1), AB, {x, 1}, T(1), Vector{r, 1});
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    add_absolute_product(is_transposed(trans), n, BandColumns<T>{n, kl, ku, AB}, x, y);
+  }
+};
+
+template <Scalar T>
+struct HermitianProduct {
+  char uplo;
+  Int n;
+  Matrix<const T> A;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    if constexpr (ComplexScalar<T>) {
+      blas::hemv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
+    } else {
+      blas::symv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
+    }
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    const bool upper = same_letter(uplo, 'U');
+    add_absolute_product_symmetric(upper, true, n, TrapezoidColumns<T>{upper, n, A}, x, y);
+  }
+};
+
+template <Scalar T>
+struct PackedHermitianProduct {
+  char uplo;
+  Int n;
+  const T* ap;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    if constexpr (ComplexScalar<T>) {
+      blas::hpmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
+    } else {
+      blas::spmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
+    }
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    const bool upper = same_letter(uplo, 'U');
+    add_absolute_product_symmetric(upper, true, n, PackedColumns<T>{upper, n, ap}, x, y);
+  }
+};
+
+template <Scalar T>
+struct HermitianBandProduct {
+  char uplo;
+  Int n;
+  Int kd;
+  Matrix<const T> AB;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::min(2 * std::int64_t{kd} + 2, std::int64_t{n} + 1); }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    if constexpr (ComplexScalar<T>) {
+      blas::hbmv(uplo, n, kd, T(-1), AB, {x, 1}, T(1), Vector{r, 1});
+    } else {
+      blas::sbmv(uplo, n, kd, T(-1), AB, {x, 1}, T(1), Vector{r, 1});
+    }
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    const bool upper = same_letter(uplo, 'U');
+    add_absolute_product_symmetric(upper, true, n, band_triangle(upper, n, kd, AB), x, y);
+  }
+};
+
+/// y += |op(A)| |x| for a triangular matrix with these columns.
+template <Scalar T, class Columns>
+void add_triangle_magnitudes(char uplo, char trans, char diag, Int n, const Columns& columns, const T* x, Real<T>* y) {
+  if (same_letter(diag, 'U')) {
+    add_absolute_product_unit(same_letter(uplo, 'U'), is_transposed(trans), n, columns, x, y);
+  } else {
+    add_absolute_product(is_transposed(trans), n, columns, x, y);
+  }
+}
+
+/// Triangular forms are their own factors.
+template <Scalar T>
+struct TriangleProduct {
+  char uplo;
+  char diag;
+  Int n;
+  Matrix<const T> A;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {x, 1}, Vector{r, 1});
+    blas::trmv(uplo, trans, diag, n, A, Vector{r, 1});
+    blas::axpy(n, T(-1), {b, 1}, Vector{r, 1});
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    add_triangle_magnitudes(uplo, trans, diag, n, TrapezoidColumns<T>{same_letter(uplo, 'U'), n, A}, x, y);
+  }
+
+  void solve(char trans, T* x) const { blas::trsv(uplo, trans, diag, n, A, Vector{x, 1}); }
+};
+
+template <Scalar T>
+struct PackedTriangleProduct {
+  char uplo;
+  char diag;
+  Int n;
+  const T* ap;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {x, 1}, Vector{r, 1});
+    blas::tpmv(uplo, trans, diag, n, ap, Vector{r, 1});
+    blas::axpy(n, T(-1), {b, 1}, Vector{r, 1});
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    add_triangle_magnitudes(uplo, trans, diag, n, PackedColumns<T>{same_letter(uplo, 'U'), n, ap}, x, y);
+  }
+
+  void solve(char trans, T* x) const { blas::tpsv(uplo, trans, diag, n, ap, Vector{x, 1}); }
+};
+
+template <Scalar T>
+struct BandTriangleProduct {
+  char uplo;
+  char diag;
+  Int n;
+  Int kd;
+  Matrix<const T> AB;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{kd} + 2; }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {x, 1}, Vector{r, 1});
+    blas::tbmv(uplo, trans, diag, n, kd, AB, Vector{r, 1});
+    blas::axpy(n, T(-1), {b, 1}, Vector{r, 1});
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    add_triangle_magnitudes(uplo, trans, diag, n, band_triangle(same_letter(uplo, 'U'), n, kd, AB), x, y);
+  }
+
+  void solve(char trans, T* x) const { blas::tbsv(uplo, trans, diag, n, kd, AB, Vector{x, 1}); }
+};
+
+}  // namespace nuv
