@@ -48,12 +48,46 @@ void sycon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, T anorm, T& r
 
 template <ComplexScalar T>
 void sycon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info) {
-  full_condition<Mirror::plain>("SYCON", uplo, n, a, lda, ipiv, anorm, rcond, work, nullptr, info);
+  full_condition<Mirror::plain, T>("SYCON", uplo, n, a, lda, ipiv, anorm, rcond, work, nullptr, info);
 }
 
 template <ComplexScalar T>
 void hecon(char uplo, Int n, const T* a, Int lda, const Int* ipiv, Real<T> anorm, Real<T>& rcond, T* work, Int& info) {
-  full_condition<Mirror::conjugate>("HECON", uplo, n, a, lda, ipiv, anorm, rcond, work, nullptr, info);
+  full_condition<Mirror::conjugate, T>("HECON", uplo, n, a, lda, ipiv, anorm, rcond, work, nullptr, info);
+}
+
+// ----------------------------------------------------------------------------------------------- tridiagonal matrices
+
+namespace {
+
+template <Scalar T>
+void tridiagonal_condition(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv,
+                           Real<T> anorm, Real<T>& rcond, T* work, SecondWork<T>* second, Int& info) {
+  info = 0;
+  if (!is_norm(norm)) info = -1;
+  else if (n < 0) info = -2;
+  else if (anorm < 0) info = -8;
+  if (info != 0) return report_bad_argument<T>("GTCON", info);
+  if (is_trivial(n, anorm, rcond)) return;
+  if (std::find(d, d + n, T(0)) != d + n) return;
+  rcond = reciprocal_condition(norm, n, anorm, work, second, [&](char trans, T* x) {
+    layer::gttrs(trans, n, 1, dl, d, du, du2, ipiv, Matrix{x, n}, info);
+    return true;
+  });
+}
+
+}  // namespace
+
+template <RealScalar T>
+void gtcon(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, T anorm, T& rcond,
+           T* work, Int* iwork, Int& info) {
+  tridiagonal_condition(norm, n, dl, d, du, du2, ipiv, anorm, rcond, work, iwork, info);
+}
+
+template <ComplexScalar T>
+void gtcon(char norm, Int n, const T* dl, const T* d, const T* du, const T* du2, const Int* ipiv, Real<T> anorm,
+           Real<T>& rcond, T* work, Int& info) {
+  tridiagonal_condition<T>(norm, n, dl, d, du, du2, ipiv, anorm, rcond, work, nullptr, info);
 }
 
 }  // namespace nuv

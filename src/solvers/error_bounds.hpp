@@ -19,6 +19,14 @@
 
 namespace nuv {
 
+/// A storage form with the solve from its factors.
+template <class Product, class Solve>
+struct Factored : Product {
+  Solve solve;
+};
+template <class Product, class Solve>
+Factored(Product, Solve) -> Factored<Product, Solve>;
+
 /// The workspace of bounds, n elements each.
 template <Scalar T>
 struct BoundsSpace {

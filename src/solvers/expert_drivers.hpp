@@ -42,4 +42,54 @@ void posvx(char fact, char uplo, Int n, Int nrhs, T* a, Int lda, T* af, Int ldaf
            Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second,
            Int& info);
 
+/// The same in packed storage.
+template <Scalar T>
+void ppsvx(char fact, char uplo, Int n, Int nrhs, T* ap, T* afp, char& equed, Real<T>* s, T* b, Int ldb, T* x, Int ldx,
+           Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
+
+/// Symmetric matrix by sytrf, never scaled; lda, ldaf >= max(1, n).
+///
+/// work    lwork elements, at least max(1, 3n) (real) or max(1, 2n) (complex); the first returns the best lwork; -1 asks
+///         for that and does nothing else;  second  n elements
+template <Scalar T>
+void sysvx(char fact, char uplo, Int n, Int nrhs, const T* a, Int lda, T* af, Int ldaf, Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Int lwork, SecondWork<T>* second,
+           Int& info);
+
+/// Hermitian matrix by hetrf.
+template <ComplexScalar T>
+void hesvx(char fact, char uplo, Int n, Int nrhs, const T* a, Int lda, T* af, Int ldaf, Int* ipiv, const T* b, Int ldb,
+           T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Int lwork, Real<T>* rwork,
+           Int& info);
+
+/// General band matrix by gbtrf; ldab >= kl + ku + 1, ldafb >= 2 kl + ku + 1.
+///
+/// work    3n elements (real), 2n (complex);  second  n elements; the first real number is as for gesvx
+template <Scalar T>
+void gbsvx(char fact, char trans, Int n, Int kl, Int ku, Int nrhs, T* ab, Int ldab, T* afb, Int ldafb, Int* ipiv,
+           char& equed, Real<T>* r, Real<T>* c, T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr,
+           Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
+
+/// Positive definite band matrix by pbtrf; ldab, ldafb >= kd + 1. Workspace as for posvx.
+template <Scalar T>
+void pbsvx(char fact, char uplo, Int n, Int kd, Int nrhs, T* ab, Int ldab, T* afb, Int ldafb, char& equed, Real<T>* s,
+           T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second,
+           Int& info);
+
+/// General tridiagonal matrix by gttrf, never scaled. Workspace as for posvx.
+template <Scalar T>
+void gtsvx(char fact, char trans, Int n, Int nrhs, const T* dl, const T* d, const T* du, T* dlf, T* df, T* duf, T* du2,
+           Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work,
+           SecondWork<T>* second, Int& info);
+
+/// Positive definite tridiagonal matrix by pttrf, e below the diagonal, never scaled. work  2n elements
+template <RealScalar T>
+void ptsvx(char fact, Int n, Int nrhs, const T* d, const T* e, T* df, T* ef, const T* b, Int ldb, T* x, Int ldx,
+           T& rcond, T* ferr, T* berr, T* work, Int& info);
+
+/// The same for complex matrices. work  n elements;  rwork  n
+template <ComplexScalar T>
+void ptsvx(char fact, Int n, Int nrhs, const Real<T>* d, const T* e, Real<T>* df, T* ef, const T* b, Int ldb, T* x,
+           Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info);
+
 }  // namespace nuv

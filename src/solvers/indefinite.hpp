@@ -90,4 +90,81 @@ void sysv(char uplo, Int n, Int nrhs, T* a, Int lda, Int* ipiv, T* b, Int ldb, T
 template <ComplexScalar T>
 void hesv(char uplo, Int n, Int nrhs, T* a, Int lda, Int* ipiv, T* b, Int ldb, T* work, Int lwork, Int& info);
 
+/// Inverts a symmetric A from its factors, in place: one triangle of the inverse.
+///
+/// a       order n, lda >= max(1, n), as left by sytrf, with its ipiv
+/// work    n elements
+/// info    k: the block of order one of D at k is exactly zero, a is untouched and no inverse
+template <Scalar T>
+void sytri(char uplo, Int n, T* a, Int lda, const Int* ipiv, T* work, Int& info);
+
+/// The same for a Hermitian A.
+template <ComplexScalar T>
+void hetri(char uplo, Int n, T* a, Int lda, const Int* ipiv, T* work, Int& info);
+
+// ---------------------------------------------------------------------------------------------------- packed storage
+
+/// Factors a symmetric matrix by panels that are unpacked; without memory for that column by column.
+///
+/// ap      order n, packed; the matrix in, its factors out
+template <Scalar T>
+void sptrf(char uplo, Int n, T* ap, Int* ipiv, Int& info);
+
+/// The same for a Hermitian matrix.
+template <ComplexScalar T>
+void hptrf(char uplo, Int n, T* ap, Int* ipiv, Int& info);
+
+/// Factors a symmetric matrix column by column.
+template <Scalar T>
+void sptf2(char uplo, Int n, T* ap, Int* ipiv, Int& info);
+
+/// The same for a Hermitian matrix.
+template <ComplexScalar T>
+void hptf2(char uplo, Int n, T* ap, Int* ipiv, Int& info);
+
+/// Factors the last columns of a symmetric matrix (upper) or the first (lower) as xlasyf does; the serial body behind
+/// the layer stub `laspf`.
+///
+/// w       scratch for three blocks of ldw by nb, ldw >= max(1, n): the panel, the panel times D, and a block of the
+///         rest. Null asks for the number of blocks beside two, which kb returns; nothing else is done then.
+template <Scalar T>
+void xlaspf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info);
+
+/// The same for a Hermitian matrix.
+template <ComplexScalar T>
+void xlahpf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info);
+
+/// Solves A X = B from the factors of a symmetric A, by strips of right-hand sides; the serial body behind the layer
+/// stub `sptrs`. Arguments as for xsytrs.
+template <Scalar T>
+void xsptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info);
+
+/// The same for a Hermitian A.
+template <ComplexScalar T>
+void xhptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info);
+
+/// Solves for one strip of right-hand sides, however wide; reports under the name of sptrs.
+template <Scalar T>
+void spts2(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info);
+
+/// The same for a Hermitian A, under the name of hptrs.
+template <ComplexScalar T>
+void hpts2(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info);
+
+/// Solves A X = B for a symmetric A. Arguments as for sysv, but for the workspace.
+template <Scalar T>
+void spsv(char uplo, Int n, Int nrhs, T* ap, Int* ipiv, T* b, Int ldb, Int& info);
+
+/// The same for a Hermitian A.
+template <ComplexScalar T>
+void hpsv(char uplo, Int n, Int nrhs, T* ap, Int* ipiv, T* b, Int ldb, Int& info);
+
+/// Inverts a symmetric A from its factors, in place; as sytri.
+template <Scalar T>
+void sptri(char uplo, Int n, T* ap, const Int* ipiv, T* work, Int& info);
+
+/// The same for a Hermitian A.
+template <ComplexScalar T>
+void hptri(char uplo, Int n, T* ap, const Int* ipiv, T* work, Int& info);
+
 }  // namespace nuv

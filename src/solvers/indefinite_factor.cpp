@@ -4,6 +4,7 @@
 #include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "frame/pool.hpp"
 #include "layer.hpp"
 #include "solvers/indefinite.hpp"
 #include "solvers/stored_triangle.hpp"
@@ -105,6 +106,12 @@ class Elimination {
   Int* ipiv_;
 };
 
+template <Mirror mirror, Scalar T>
+Int factor_unblocked(char uplo, Int n, T* ap, Int* ipiv) {
+  const EliminationOrder order(uplo, n);
+  const PackedTriangle<T> A{order.upper(), n, ap};
+  return Elimination<mirror, PackedTriangle<T>, T>(order, A, ipiv).run();
+}
 template <Mirror mirror, Scalar T>
 Int factor_unblocked(char uplo, Int n, Matrix<T> A, Int* ipiv) {
   return Elimination<mirror, Matrix<T>, T>(EliminationOrder(uplo, n), A, ipiv).run();
@@ -218,6 +225,84 @@ void hetf2(char uplo, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   info = check_triangle(uplo, n, lda);
   if (info != 0) return report_bad_argument<T>("HETF2", info);
   info = factor_unblocked<Mirror::conjugate, T>(uplo, n, {a, lda}, ipiv);
+}
+
+namespace {
+
+/// 0, or minus the position of the first bad argument of uplo, n.
+Int check_packed(char uplo, Int n) {
+  if (!is_one_of(uplo, 'U', 'L')) return -1;
+  return n < 0 ? -2 : 0;
+}
+
+/// Asks the layer's panels how many blocks of columns they want memory for, beside two for the panel.
+template <Mirror mirror, Scalar T>
+Int blocks_wanted(char uplo, Int n, T* ap, Int* ipiv) {
+  Int blocks = 0, info = 0;
+  T* const none = nullptr;
+  if constexpr (mirror == Mirror::plain) {
+    layer::laspf(uplo, n, Int{0}, blocks, ap, ipiv, Matrix{none, std::max(1, n)}, info);
+  } else {
+    layer::lahpf(uplo, n, Int{0}, blocks, ap, ipiv, Matrix{none, std::max(1, n)}, info);
+  }
+  return blocks;
+}
+
+template <Mirror mirror, Scalar T>
+void factor_packed(RoutineName<T> name, char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  info = 0;
+  if (n <= Tuning<T>{name}.crossover()) {
+    info = factor_unblocked<mirror, T>(uplo, n, ap, ipiv);
+    return;
+  }
+  const Int blocks = blocks_wanted<mirror, T>(uplo, n, ap, ipiv);
+  const Int nb = Tuning<T>{.name = name, .n1 = n, .n2 = blocks}.block_size();
+  const Workspace<T> work((std::size_t(blocks) + 2) * n * nb);
+  if (work.data() == nullptr) {
+    info = factor_unblocked<mirror, T>(uplo, n, ap, ipiv);
+    return;
+  }
+  const PackedTriangle<T> A{same_letter(uplo, 'U'), n, ap};
+  factor_by_parts(uplo, n, ipiv, info, [&](Int corner, Int left, Int* pivots, Int& kb, Int& part_info) {
+    T* const part = A.at(corner, corner);
+    if (left <= nb) {
+      part_info = factor_unblocked<mirror, T>(uplo, left, part, pivots);
+    } else if constexpr (mirror == Mirror::plain) {
+      layer::laspf(uplo, left, nb, kb, part, pivots, Matrix{work.data(), n}, part_info);
+    } else {
+      layer::lahpf(uplo, left, nb, kb, part, pivots, Matrix{work.data(), n}, part_info);
+    }
+  });
+}
+
+}  // namespace
+
+template <Scalar T>
+void sptrf(char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  info = check_packed(uplo, n);
+  if (info != 0) return report_bad_argument<T>("SPTRF", info);
+  factor_packed<Mirror::plain>(RoutineName<T>("SPTRF"), uplo, n, ap, ipiv, info);
+}
+
+template <ComplexScalar T>
+void hptrf(char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  info = check_packed(uplo, n);
+  if (info != 0) return report_bad_argument<T>("HPTRF", info);
+  factor_packed<Mirror::conjugate>(RoutineName<T>("HPTRF"), uplo, n, ap, ipiv, info);
+}
+
+template <Scalar T>
+void sptf2(char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  info = check_packed(uplo, n);
+  if (info != 0) return report_bad_argument<T>("SPTF2", info);
+  info = factor_unblocked<Mirror::plain, T>(uplo, n, ap, ipiv);
+}
+
+template <ComplexScalar T>
+void hptf2(char uplo, Int n, T* ap, Int* ipiv, Int& info) {
+  info = check_packed(uplo, n);
+  if (info != 0) return report_bad_argument<T>("HPTF2", info);
+  info = factor_unblocked<Mirror::conjugate, T>(uplo, n, ap, ipiv);
 }
 
 }  // namespace nuv

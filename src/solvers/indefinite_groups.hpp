@@ -23,7 +23,7 @@ class PivotGroup {
  public:
   static constexpr Int most_columns = 32;
   /// Right-hand sides for which the exchanged rows fit into what is kept on the stack.
-  static constexpr Int most_columns_of_b = 512 / static_cast<Int>(sizeof(T));
+  static constexpr Int most_columns_of_b = 256 / static_cast<Int>(sizeof(T));
 
   /// The blocks from that with first column k on.
   static PivotGroup from(const EliminationOrder& order, Matrix<const T> A, const Int* ipiv, Int k) {

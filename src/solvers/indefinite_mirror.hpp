@@ -10,6 +10,10 @@
 
 namespace nuv {
 
+/// How a matrix is mirrored that is Hermitian, which for real ones is symmetric.
+template <Scalar T>
+inline constexpr Mirror hermitian_mirror = ComplexScalar<T> ? Mirror::conjugate : Mirror::plain;
+
 template <Mirror mirror, Scalar T>
 void factor_indefinite(char uplo, Int n, T* a, Int lda, Int* ipiv, T* work, Int lwork, Int& info) {
   if constexpr (mirror == Mirror::conjugate) {
@@ -35,6 +39,15 @@ Real<T> norm_of_indefinite(char norm, char uplo, Int n, const T* a, Int lda, Rea
     return lanhe(norm, uplo, n, a, lda, work);
   } else {
     return lansy(norm, uplo, n, a, lda, work);
+  }
+}
+
+template <Mirror mirror, Scalar T>
+Real<T> norm_of_packed(char norm, char uplo, Int n, const T* ap, Real<T>* work) {
+  if constexpr (mirror == Mirror::conjugate) {
+    return lanhp(norm, uplo, n, ap, work);
+  } else {
+    return lansp(norm, uplo, n, ap, work);
   }
 }
 

@@ -78,19 +78,20 @@ class Panel {
     });
   }
 
-  /// Makes what is left blocks of order one; nothing else is done to it.
-  void give_up_rest() {
-    const Rows rows = rest();
-    for (Int i = rows.first; i <= rows.last; ++i) ipiv_[i - 1] = i;
+ private:
+  static void take_stored(Matrix<T> A, Rows rows, Int c, Matrix<T> into) {
+    blas::copy(rows.count(), column(A, rows.first, c), column(into, 1, 1));
+  }
+  static void take_stored(const PackedTriangle<T>& A, Rows rows, Int c, Matrix<T> into) {
+    ppunpack(A.upper ? 'U' : 'L', A.ap, A.n, rows.first, c, rows.count(), 1, into.data, into.ld);
   }
 
- private:
   /// Column c as it is after all columns so far, its rows from k on, into a column of W.
   void take(Int c, Int into) {
     const Rows rows = order_.from(k_), stored = order_.from(c), done = factored();
     const Rows in_row = order_.upper() ? Rows{c + 1, k_} : Rows{k_, c - 1};
     for (Int i = in_row.first; i <= in_row.last; ++i) W_(i, into) = mirror_image<mirror>(A_(c, i));
-    blas::copy(stored.count(), Vector<const T>(A_.at(stored.first, c), 1), W_.column(stored.first, into));
+    take_stored(A_, stored, c, W_.block(stored.first, into));
     W_(c, into) = diagonal_element<mirror>(W_(c, into));
     if (done.count() == 0) return;
     blas::gemv('N', rows.count(), done.count(), T(-1), L_.block(rows.first, done.first), W_.row(c, done.first), T(1),
@@ -199,38 +200,105 @@ void subtract_product(bool upper, Int n, Int k, Matrix<const T> X, Matrix<const 
   }
 }
 
-/// The number of the first column of an array of nb columns is that of the first column of a panel.
-Int shift_of_panel(const EliminationOrder& order, Int nb) {
-  return order.upper() ? nb - order.size() : 0;
+/// What the columns of a panel take from the rest of the triangle.
+template <Mirror mirror, Scalar T>
+struct Update {
+  const EliminationOrder& order;
+  Rows rest, done;
+  Columns<T> L, W;
+
+  void apply(Matrix<T> A) const {
+    subtract_product<mirror, T>(order.upper(), rest.count(), done.count(), L.block(rest.first, done.first),
+                                W.block(rest.first, done.first), part(A, rest));
+  }
+
+  /// A packed triangle is taken out in blocks of nb columns. The products fill what a block has beyond the triangle,
+  /// too; it stays behind.
+  void apply(const PackedTriangle<T>& A, Int nb, Matrix<T> room) const {
+    for (Int j = rest.first; j <= rest.last; j += nb) {
+      const Int jb = std::min(nb, rest.last - j + 1);
+      const Rows rows = order.upper() ? Rows{1, j + jb - 1} : Rows{j, A.n};
+      ppunpack(order.uplo(), A.ap, A.n, rows.first, j, rows.count(), jb, room.data, room.ld);
+      blas::gemm('N', 'T', rows.count(), jb, done.count(), T(-1), L.block(rows.first, done.first),
+                 W.block(j, done.first), T(1), room);
+      for (Int k = 1; k <= jb; ++k) {
+        T& diagonal = room(j + k - rows.first, k);
+        diagonal = diagonal_element<mirror>(diagonal);
+      }
+      pppack(order.uplo(), A.ap, A.n, rows.first, j, rows.count(), jb, room.data, room.ld);
+    }
+  }
+};
+
+/// Factors the columns of a panel and calls update(rest, done) for what they take from the others; gives kb.
+template <class Panel, class UpdateRest>
+Int run(Panel& panel, Int n, Int nb, Int* ipiv, Int& info, UpdateRest update) {
+  info = panel.factor(nb);
+  const Rows done = panel.factored(), rest = panel.rest();
+  if (done.count() > 0 && rest.count() > 0) update(rest, done);
+  panel.restore_order();
+  const bool stopped = nb >= n ? rest.count() > 0 : done.count() < nb - 1;
+  if (!stopped) return done.count();
+  for (Int i = rest.first; i <= rest.last; ++i) ipiv[i - 1] = i;
+  return n;
+}
+
+/// The columns of a panel in an array of nb columns.
+template <Scalar T>
+Columns<T> columns_of_panel(const EliminationOrder& order, Int nb, T* array, Int ld) {
+  return {Matrix{array, ld}, order.upper() ? nb - order.size() : 0};
 }
 
 template <Mirror mirror, Scalar T>
-void factor_panel(char uplo, Int n, Int nb, Int& kb, Matrix<T> A, Int* ipiv, Matrix<T> W_array, Int& info) {
+void factor_panel(char uplo, Int n, Int nb, Int& kb, Matrix<T> A, Int* ipiv, T* w, Int ldw, Int& info) {
   const EliminationOrder order(uplo, n);
-  const Columns<T> L(A, 0), W(W_array, shift_of_panel(order, nb));
+  const Columns<T> L(A, 0), W = columns_of_panel(order, nb, w, ldw);
   Panel<mirror, Matrix<T>, T> panel(order, A, L, W, ipiv);
-  info = panel.factor(nb);
-  const Rows done = panel.factored(), rest = panel.rest();
-  if (done.count() > 0 && rest.count() > 0) {
-    subtract_product<mirror, T>(order.upper(), rest.count(), done.count(), L.block(rest.first, done.first),
-                                W.block(rest.first, done.first), block(A, rest.first, rest.first));
+  kb = run(panel, n, nb, ipiv, info, [&](Rows rest, Rows done) {
+    Update<mirror, T>{order, rest, done, L, W}.apply(A);
+  });
+}
+
+/// The same for packed storage: w has room for W, L and a block of the rest.
+template <Mirror mirror, Scalar T>
+void factor_packed_panel(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info) {
+  info = 0;
+  if (w == nullptr) {
+    kb = 1;
+    return;
   }
-  panel.restore_order();
-  const bool stopped = nb >= n ? rest.count() > 0 : done.count() < nb - 1;
-  if (stopped) panel.give_up_rest();
-  kb = stopped ? n : done.count();
+  const EliminationOrder order(uplo, n);
+  const PackedTriangle<T> A{order.upper(), n, ap};
+  const std::ptrdiff_t buffer = std::ptrdiff_t{ldw} * nb;
+  const Columns<T> W = columns_of_panel(order, nb, w, ldw), L = columns_of_panel(order, nb, w + buffer, ldw);
+  Panel<mirror, PackedTriangle<T>, T> panel(order, A, L, W, ipiv);
+  kb = run(panel, n, nb, ipiv, info, [&](Rows rest, Rows done) {
+    Update<mirror, T>{order, rest, done, L, W}.apply(A, nb, {w + 2 * buffer, ldw});
+  });
+  const Rows done = panel.factored();
+  if (done.count() > 0) pppack(order.uplo(), ap, n, 1, done.first, n, done.count(), L.at(1, done.first), ldw);
 }
 
 }  // namespace
 
 template <Scalar T>
 void xlasyf(char uplo, Int n, Int nb, Int& kb, T* a, Int lda, Int* ipiv, T* w, Int ldw, Int& info) {
-  factor_panel<Mirror::plain, T>(uplo, n, nb, kb, {a, lda}, ipiv, {w, ldw}, info);
+  factor_panel<Mirror::plain, T>(uplo, n, nb, kb, {a, lda}, ipiv, w, ldw, info);
 }
 
 template <ComplexScalar T>
 void xlahef(char uplo, Int n, Int nb, Int& kb, T* a, Int lda, Int* ipiv, T* w, Int ldw, Int& info) {
-  factor_panel<Mirror::conjugate, T>(uplo, n, nb, kb, {a, lda}, ipiv, {w, ldw}, info);
+  factor_panel<Mirror::conjugate, T>(uplo, n, nb, kb, {a, lda}, ipiv, w, ldw, info);
+}
+
+template <Scalar T>
+void xlaspf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info) {
+  factor_packed_panel<Mirror::plain, T>(uplo, n, nb, kb, ap, ipiv, w, ldw, info);
+}
+
+template <ComplexScalar T>
+void xlahpf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info) {
+  factor_packed_panel<Mirror::conjugate, T>(uplo, n, nb, kb, ap, ipiv, w, ldw, info);
 }
 
 }  // namespace nuv

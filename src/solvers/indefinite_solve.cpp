@@ -124,6 +124,22 @@ Int check_system(char uplo, Int n, Int nrhs, Int lda, Int ldb) {
   return 0;
 }
 
+/// The same for uplo, n, nrhs, ap, ipiv, b, ldb.
+Int check_packed_system(char uplo, Int n, Int nrhs, Int ldb) {
+  if (!is_one_of(uplo, 'U', 'L')) return -1;
+  if (n < 0) return -2;
+  if (nrhs < 0) return -3;
+  if (ldb < std::max(1, n)) return -7;
+  return 0;
+}
+
+template <Mirror mirror, Scalar T>
+void solve_packed(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, Matrix<T> B) {
+  const EliminationOrder order(uplo, n);
+  const PackedTriangle<const T> A{order.upper(), n, ap};
+  if (nrhs > 0) solve_one_by_one<mirror>(order, A, ipiv, nrhs, B);
+}
+
 /// Runs solve(first, count) for the right-hand sides, strip by strip: while the factor goes by, a strip stays in cache.
 template <Scalar T, class Solve>
 void for_each_strip(RoutineName<T> name, Int n, Int nrhs, Solve solve) {
@@ -195,6 +211,56 @@ void hesv(char uplo, Int n, Int nrhs, T* a, Int lda, Int* ipiv, T* b, Int ldb, T
   hetrf(uplo, n, a, lda, ipiv, work, lwork, info);
   if (info == 0) layer::hetrs(uplo, n, nrhs, Matrix<const T>{a, lda}, ipiv, Matrix{b, ldb}, info);
   work[0] = as_work_size<T>(std::int64_t{n} * nb);
+}
+
+template <Scalar T>
+void spts2(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("SPTRS", info);
+  solve_packed<Mirror::plain, T>(uplo, n, nrhs, ap, ipiv, {b, ldb});
+}
+
+template <Scalar T>
+void xsptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("SPTRS", info);
+  if (n == 0) return;
+  for_each_strip(RoutineName<T>("SPTRS"), n, nrhs, [&](Int j, Int count) {
+    spts2(uplo, n, count, ap, ipiv, Matrix{b, ldb}.at(1, j), ldb, info);
+  });
+}
+
+template <Scalar T>
+void spsv(char uplo, Int n, Int nrhs, T* ap, Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("SPSV", info);
+  sptrf(uplo, n, ap, ipiv, info);
+  if (info == 0) layer::sptrs(uplo, n, nrhs, ap, ipiv, Matrix{b, ldb}, info);
+}
+
+template <ComplexScalar T>
+void hpts2(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("HPTRS", info);
+  solve_packed<Mirror::conjugate, T>(uplo, n, nrhs, ap, ipiv, {b, ldb});
+}
+
+template <ComplexScalar T>
+void xhptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("HPTRS", info);
+  if (n == 0) return;
+  for_each_strip(RoutineName<T>("HPTRS"), n, nrhs, [&](Int j, Int count) {
+    hpts2(uplo, n, count, ap, ipiv, Matrix{b, ldb}.at(1, j), ldb, info);
+  });
+}
+
+template <ComplexScalar T>
+void hpsv(char uplo, Int n, Int nrhs, T* ap, Int* ipiv, T* b, Int ldb, Int& info) {
+  info = check_packed_system(uplo, n, nrhs, ldb);
+  if (info != 0) return report_bad_argument<T>("HPSV", info);
+  hptrf(uplo, n, ap, ipiv, info);
+  if (info == 0) layer::hptrs(uplo, n, nrhs, ap, ipiv, Matrix{b, ldb}, info);
 }
 
 }  // namespace nuv

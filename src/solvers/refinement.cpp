@@ -3,24 +3,14 @@
 #include <algorithm>
 
 #include "frame/error_report.hpp"
+#include "layer.hpp"
 #include "solvers/cholesky.hpp"
 #include "solvers/error_bounds.hpp"
 #include "solvers/general_lu.hpp"
+#include "solvers/indefinite_mirror.hpp"
 #include "solvers/stored_products.hpp"
 
 namespace nuv {
-namespace {
-
-/// A storage form with the solve from its factors.
-template <class Product, class Solve>
-struct Factored : Product {
-  Solve solve;
-};
-template <class Product, class Solve>
-Factored(Product, Solve) -> Factored<Product, Solve>;
-
-}  // namespace
-
 template <Scalar T>
 void gerfs(char trans, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
            Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
@@ -57,59 +47,71 @@ void porfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int lda
          work, second);
 }
 
-// ------------------------------------------------------------------------------------------------ triangular matrices
+template <Scalar T>
+void pprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr,
+           Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) info = -1;
+  else if (n < 0) info = -2;
+  else if (nrhs < 0) info = -3;
+  else if (ldb < std::max(1, n)) info = -7;
+  else if (ldx < std::max(1, n)) info = -9;
+  if (info != 0) return report_bad_argument<T>("PPRFS", info);
+
+  const auto solve = [&](char, T* r) { layer::pptrs(uplo, n, 1, afp, Matrix{r, n}, info); };
+  refine(Factored{PackedHermitianProduct<T>{uplo, n, ap}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
+         second);
+}
+
+// -------------------------------------------------------------------------------------------------- indefinite matrices
 
 namespace {
 
-/// 0, or minus the position of the first bad argument of uplo, trans, diag, n.
-Int check_triangle(char uplo, char trans, char diag, Int n) {
-  if (!is_one_of(uplo, 'U', 'L')) return -1;
-  if (!is_one_of(trans, 'N', 'T', 'C')) return -2;
-  if (!is_one_of(diag, 'N', 'U')) return -3;
-  if (n < 0) return -4;
-  return 0;
+/// The products of a matrix by how it is mirrored. Real symmetric matrices are Hermitian.
+template <Mirror mirror, Scalar T>
+struct Products {
+  using Full = HermitianProduct<T>;
+  using Packed = PackedHermitianProduct<T>;
+};
+template <ComplexScalar T>
+struct Products<Mirror::plain, T> {
+  using Full = SymmetricProduct<T>;
+  using Packed = PackedSymmetricProduct<T>;
+};
+
+template <Mirror mirror, Scalar T>
+void refine_indefinite(const char (&name)[6], char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf,
+                       const Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work,
+                       SecondWork<T>* second, Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) info = -1;
+  else if (n < 0) info = -2;
+  else if (nrhs < 0) info = -3;
+  else if (lda < std::max(1, n)) info = -5;
+  else if (ldaf < std::max(1, n)) info = -7;
+  else if (ldb < std::max(1, n)) info = -10;
+  else if (ldx < std::max(1, n)) info = -12;
+  if (info != 0) return report_bad_argument<T>(name, info);
+
+  const auto solve = [&](char, T* r) { solve_indefinite<mirror, T>(uplo, n, 1, {af, ldaf}, ipiv, {r, n}); };
+  refine(Factored{typename Products<mirror, T>::Full{uplo, n, {a, lda}}, solve}, 'N',
+         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
 }
 
 }  // namespace
 
 template <Scalar T>
-void trrfs(char uplo, char trans, char diag, Int n, Int nrhs, const T* a, Int lda, const T* b, Int ldb, const T* x,
-           Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
-  info = check_triangle(uplo, trans, diag, n);
-  if (info != 0) return report_bad_argument<T>("TRRFS", info);
-  if (nrhs < 0) info = -5;
-  else if (lda < std::max(1, n)) info = -7;
-  else if (ldb < std::max(1, n)) info = -9;
-  else if (ldx < std::max(1, n)) info = -11;
-  if (info != 0) return report_bad_argument<T>("TRRFS", info);
-  bound_errors(TriangleProduct<T>{uplo, diag, n, {a, lda}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+void syrfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
+           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
+  refine_indefinite<Mirror::plain>("SYRFS", uplo, n, nrhs, a, lda, af, ldaf, ipiv, b, ldb, x, ldx, ferr, berr, work,
+                                   second, info);
 }
 
-template <Scalar T>
-void tprfs(char uplo, char trans, char diag, Int n, Int nrhs, const T* ap, const T* b, Int ldb, const T* x, Int ldx,
-           Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
-  info = check_triangle(uplo, trans, diag, n);
-  if (info != 0) return report_bad_argument<T>("TPRFS", info);
-  if (nrhs < 0) info = -5;
-  else if (ldb < std::max(1, n)) info = -8;
-  else if (ldx < std::max(1, n)) info = -10;
-  if (info != 0) return report_bad_argument<T>("TPRFS", info);
-  bound_errors(PackedTriangleProduct<T>{uplo, diag, n, ap}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
-}
-
-template <Scalar T>
-void tbrfs(char uplo, char trans, char diag, Int n, Int kd, Int nrhs, const T* ab, Int ldab, const T* b, Int ldb,
-           const T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info) {
-  info = check_triangle(uplo, trans, diag, n);
-  if (info != 0) return report_bad_argument<T>("TBRFS", info);
-  if (kd < 0) info = -5;
-  else if (nrhs < 0) info = -6;
-  else if (ldab - 1 < kd) info = -8;
-  else if (ldb < std::max(1, n)) info = -10;
-  else if (ldx < std::max(1, n)) info = -12;
-  if (info != 0) return report_bad_argument<T>("TBRFS", info);
-  bound_errors(BandTriangleProduct<T>{uplo, diag, n, kd, {ab, ldab}}, trans, {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
-               second);
+template <ComplexScalar T>
+void herfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf, const Int* ipiv, const T* b,
+           Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, Real<T>* rwork, Int& info) {
+  refine_indefinite<Mirror::conjugate>("HERFS", uplo, n, nrhs, a, lda, af, ldaf, ipiv, b, ldb, x, ldx, ferr, berr,
+                                       work, rwork, info);
 }
 
 }  // namespace nuv

@@ -15,6 +15,8 @@
 #include "blas.hpp"
 #include "frame/option_matching.hpp"
 #include "solvers/absolute_products.hpp"
+#include "solvers/complex_symmetric_products.hpp"
+#include "solvers/tridiagonal_lu.hpp"
 
 namespace nuv {
 
@@ -130,6 +132,102 @@ struct HermitianBandProduct {
   void add_magnitudes(char, const T* x, Real<T>* y) const {
     const bool upper = same_letter(uplo, 'U');
     add_absolute_product_symmetric(upper, true, n, band_triangle(upper, n, kd, AB), x, y);
+  }
+};
+
+template <ComplexScalar T>
+struct SymmetricProduct {
+  char uplo;
+  Int n;
+  Matrix<const T> A;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    symv(uplo, n, T(-1), A.data, A.ld, x, 1, T(1), r, 1);
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    const bool upper = same_letter(uplo, 'U');
+    add_absolute_product_symmetric(upper, false, n, TrapezoidColumns<T>{upper, n, A}, x, y);
+  }
+};
+
+template <ComplexScalar T>
+struct PackedSymmetricProduct {
+  char uplo;
+  Int n;
+  const T* ap;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    spmv(uplo, n, T(-1), ap, x, 1, T(1), r, 1);
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    const bool upper = same_letter(uplo, 'U');
+    add_absolute_product_symmetric(upper, false, n, PackedColumns<T>{upper, n, ap}, x, y);
+  }
+};
+
+template <Scalar T>
+struct TridiagonalProduct {
+  Int n;
+  const T* dl;
+  const T* d;
+  const T* du;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return 4; }
+
+  void residual(char trans, const T* b, const T* x, T* r) const {
+    blas::copy(n, {b, 1}, Vector{r, 1});
+    lagtm(trans, n, 1, Real<T>(-1), dl, d, du, x, n, Real<T>(1), r, n);
+  }
+
+  void add_magnitudes(char trans, const T* x, Real<T>* y) const {
+    const T* const below = is_transposed(trans) ? du : dl;
+    const T* const above = is_transposed(trans) ? dl : du;
+    for (Int i = 0; i < n; ++i) {
+      if (i > 0) y[i] += abs1(below[i - 1]) * abs1(x[i - 1]);
+      y[i] += abs1(d[i]) * abs1(x[i]);
+      if (i + 1 < n) y[i] += abs1(above[i]) * abs1(x[i + 1]);
+    }
+  }
+};
+
+/// e is the diagonal above the main one (uplo 'U') or below it.
+template <Scalar T>
+struct HermitianTridiagonalProduct {
+  char uplo;
+  Int n;
+  const Real<T>* d;
+  const T* e;
+
+  Int order() const { return n; }
+  std::int64_t most_terms() const { return 4; }
+
+  void residual(char, const T* b, const T* x, T* r) const {
+    const bool upper = same_letter(uplo, 'U');
+    for (Int i = 0; i < n; ++i) {
+      r[i] = b[i];
+      if (i > 0) r[i] -= (upper ? conjugate(e[i - 1]) : e[i - 1]) * x[i - 1];
+      r[i] -= d[i] * x[i];
+      if (i + 1 < n) r[i] -= (upper ? e[i] : conjugate(e[i])) * x[i + 1];
+    }
+  }
+
+  void add_magnitudes(char, const T* x, Real<T>* y) const {
+    for (Int i = 0; i < n; ++i) {
+      if (i > 0) y[i] += abs1(e[i - 1]) * abs1(x[i - 1]);
+      y[i] += std::abs(d[i]) * abs1(x[i]);
+      if (i + 1 < n) y[i] += abs1(e[i]) * abs1(x[i + 1]);
+    }
   }
 };
 

@@ -151,6 +151,36 @@ std::vector<Int> wide_pivots(WideMatrix<T> A) {
   return pivots;
 }
 
+/// By Gauss and Jordan.
+template <Scalar T>
+WideMatrix<T> inverse(WideMatrix<T> A) {
+  const Eigen::Index n = A.rows();
+  WideMatrix<T> X = WideMatrix<T>::Identity(n, n);
+  for (Eigen::Index j = 0; j < n; ++j) {
+    Eigen::Index jp = j;
+    for (Eigen::Index i = j + 1; i < n; ++i) {
+      if (magnitude(A(i, j)) > magnitude(A(jp, j))) jp = i;
+    }
+    A.row(j).swap(A.row(jp));
+    X.row(j).swap(X.row(jp));
+    const Wide<T> pivot = A(j, j);
+    A.row(j) /= pivot;
+    X.row(j) /= pivot;
+    for (Eigen::Index i = 0; i < n; ++i) {
+      const Wide<T> multiplier = A(i, j);
+      if (i == j || multiplier == Wide<T>(0)) continue;
+      A.row(i) -= multiplier * A.row(j);
+      X.row(i) -= multiplier * X.row(j);
+    }
+  }
+  return X;
+}
+
+template <Scalar T>
+double one_norm(const WideMatrix<T>& A) {
+  return double(norm(A));
+}
+
 template <Scalar T>
 Sum<T>::Sum(Int rows, Int columns)
     : value_(WideMatrix<T>::Zero(rows, columns)), magnitude_(WideMatrix<Real<T>>::Zero(rows, columns)) {}
@@ -230,6 +260,8 @@ WideMatrix<T> outside_of_span(WideMatrix<T> A, WideMatrix<T> X) {
   template double factor_residual<T>(const WideMatrix<T>&, const GuardedMatrix<T>&, const GuardedVector<Int>&); \
   template double product_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&);        \
   template std::vector<Int> wide_pivots<T>(WideMatrix<T>);                                                      \
+  template WideMatrix<T> inverse<T>(WideMatrix<T>);                                                             \
+  template double one_norm<T>(const WideMatrix<T>&);                                                            \
   template class Sum<T>;
 
 NUV_INSTANTIATE(float)

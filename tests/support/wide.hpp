@@ -79,6 +79,14 @@ double product_residual(const WideMatrix<T>& A, const WideMatrix<T>& F, const Wi
 template <Scalar T>
 std::vector<Int> wide_pivots(WideMatrix<T> A);
 
+/// A^-1 of a square matrix that is not singular to the wide type.
+template <Scalar T>
+WideMatrix<T> inverse(WideMatrix<T> A);
+
+/// ||A|| in the one-norm.
+template <Scalar T>
+double one_norm(const WideMatrix<T>& A);
+
 /// A sum of matrices and products of matrices, and for each element the sum of the magnitudes of all its terms: what a
 /// careful computation of that element may be off is proportional to it, whatever the order of work.
 template <Scalar T>

@@ -73,6 +73,31 @@ void hetrs(char uplo, Int n, Int nrhs, const T* a, Int lda, const Int* ipiv, T* 
                   });
 }
 
+template <Scalar T>
+void laspf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info) {
+  const Team team(work_behind_panel<T>(n, nb), least_work);
+  x_variant::laspf(uplo, n, nb, kb, ap, ipiv, Matrix{w, ldw}, info);
+}
+template <Scalar T>
+void sptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  solve_by_strips(RoutineName<T>("SPTRS"), is_accepted(uplo, n, std::max(1, n), ldb), n, nrhs, info,
+                  [&](Int j, Int count, Int& strip_info) {
+                    x_variant::sptrs(uplo, n, count, ap, ipiv, block(Matrix{b, ldb}, 1, j), strip_info);
+                  });
+}
+template <ComplexScalar T>
+void lahpf(char uplo, Int n, Int nb, Int& kb, T* ap, Int* ipiv, T* w, Int ldw, Int& info) {
+  const Team team(work_behind_panel<T>(n, nb), least_work);
+  x_variant::lahpf(uplo, n, nb, kb, ap, ipiv, Matrix{w, ldw}, info);
+}
+template <ComplexScalar T>
+void hptrs(char uplo, Int n, Int nrhs, const T* ap, const Int* ipiv, T* b, Int ldb, Int& info) {
+  solve_by_strips(RoutineName<T>("HPTRS"), is_accepted(uplo, n, std::max(1, n), ldb), n, nrhs, info,
+                  [&](Int j, Int count, Int& strip_info) {
+                    x_variant::hptrs(uplo, n, count, ap, ipiv, block(Matrix{b, ldb}, 1, j), strip_info);
+                  });
+}
+
 }  // namespace nuv::threading::inline NUV_ISA
 
 #include "threading/routines/indefinite.entries.inc"
