@@ -34,7 +34,7 @@ double copies_of_band(Factorisation factorisation, Bandwidth band) {
 }
 
 std::string diagonals_of(Bandwidth band) {
-  return fmt::format("{} diagonals below the main one, {} above", band.lower, band.upper);
+  return fmt::format("{} below the diagonal, {} above", band.lower, band.upper);
 }
 
 // LU of a band takes 2 kl (kl + ku) n operations against 2/3 n^3: with equal bandwidths b as many where b is 0.4 n. But

@@ -100,7 +100,7 @@ TEST_F(SolveMethods, SolveAndJudgeInEveryPrecision) {
     std::vector<std::string> options;
     std::string real_driver, complex_driver, method;
   };
-  const std::string band = "1 diagonals below the main one, 1 above";
+  const std::string band = "1 below the diagonal, 1 above";
   const std::vector<Case> of_coordinates = {
       {{}, "gbsvx", "gbsvx", "band LU factorisation: " + band},
       {{"--spd"}, "pbsvx", "pbsvx", "band Cholesky factorisation: --spd, and " + band},
