@@ -134,7 +134,7 @@ Solution<double> solve_mixed(const DenseMatrix<double>& a, const DenseMatrix<dou
   s.course = course_of(iter);
   if (s.info != 0) return s;
 
-  const auto norm = static_cast<double>(one_norm(a));
+  const auto norm = static_cast<double>(std::min<long double>(one_norm(a), std::numeric_limits<double>::max()));
   s.rcond = reciprocal_condition(factors, norm);
   if (iter >= 0) take_better_factors(a, factors, pivots, s, norm);
   if (s.info != 0) return s;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <concepts>
 #include <stdexcept>
 #include <string>
@@ -110,11 +111,12 @@ std::string_view equilibration_words(char equilibrated) {
   }
 }
 
-/// The largest of the bounds by columns; one digit at least is right where it is below a tenth.
+/// The largest of the bounds by columns, NaN above all; one digit at least is right where it is below a tenth.
 template <RealScalar R>
 std::string error_words(const std::vector<R>& bounds) {
   if (bounds.empty()) return "none, as there are no right-hand sides";
-  const auto worst = std::max_element(bounds.begin(), bounds.end());
+  const auto worst = std::max_element(bounds.begin(), bounds.end(),
+                                      [](R x, R y) { return x < y || (std::isnan(y) && !std::isnan(x)); });
   std::string words = fmt::format("{:.3g}   bound of max |X - exact| / max |X|", *worst);
   if (bounds.size() > 1) words += fmt::format(", largest in column {}", worst - bounds.begin() + 1);
   if (!(*worst < R(0.1))) words += "; not one digit is certain";

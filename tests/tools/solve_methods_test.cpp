@@ -320,6 +320,11 @@ TEST_F(MixedPrecision, TellsItsCourse) {
   EXPECT_EQ(course(), "singular in single precision: factored in double precision");
 }
 
+TEST_F(MixedPrecision, TakesAMatrixWhoseNormOverflows) {
+  write(banner + "array real general\n2 2\n1e308\n1e308\n0\n1e308\n", banner + "array real general\n2 1\n1e308\n0\n");
+  EXPECT_GT(number(account({"--method", "mixed"}), "condition"), 0.2);
+}
+
 // A reciprocal condition number that factors in single precision can't tell is that of others.
 TEST_F(MixedPrecision, IsJudgedByBetterFactorsWhereThatMatters) {
   folder.write("b.mtx", banner + "coordinate real general\n50 1 1\n7 1 1\n");
