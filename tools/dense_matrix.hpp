@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,6 +17,8 @@ namespace nuv::tools {
 /// A matrix stored by columns without gaps, addressed from one.
 template <Scalar T>
 struct DenseMatrix {
+  using Element = T;
+
   Int rows = 0;
   Int columns = 0;
   std::vector<T> elements;
@@ -31,6 +34,10 @@ struct DenseMatrix {
   T& operator()(Int i, Int j) { return column(j)[i - 1]; }
   const T& operator()(Int i, Int j) const { return column(j)[i - 1]; }
 
+  /// The stored rows of a column, which stand one behind another.
+  Int first_row(Int) const { return 1; }
+  Int last_row(Int) const { return rows; }
+
   /// Leading dimension as a solver wants it.
   Int ld() const { return std::max(1, rows); }
 };
@@ -41,20 +48,15 @@ template <Scalar T>
 DenseMatrix<T> to_dense(MatrixMarket file);
 
 template <Scalar T>
-bool all_finite(const DenseMatrix<T>& a);
+bool all_finite(const std::vector<T>& elements);
 
-/// max over i of the sum over j of |a(i, j)|, accumulated in long double.
+/// Throws FileError if an element, a sum of entries of that file, overflowed.
 template <Scalar T>
-long double infinity_norm(const DenseMatrix<T>& a);
+void require_finite_sums(const std::vector<T>& elements, const std::string& file);
 
-/// ||A X - B|| / (||A|| ||X|| n eps) in infinity norms, accumulated in long double. eps is the unit roundoff of T,
-/// half the distance from one to the next number; 0 when A X = B exactly, whatever the norms are.
+/// A number from a file in the precision of T, which is complex where the file is.
 template <Scalar T>
-long double scaled_residual(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b);
-
-/// The Euclidean norms of the columns of A X - B, accumulated in long double.
-template <Scalar T>
-std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b);
+T narrowed(std::complex<double> x);
 
 /// What of a matrix a file with a symmetry holds: its elements in the array layout, its nonzeros in the other.
 struct StoredCount {

@@ -10,6 +10,7 @@
 #include "base/types.hpp"
 #include "dense_matrix.hpp"
 #include "error.hpp"
+#include "matrix_file.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "output.hpp"
@@ -17,11 +18,9 @@
 
 namespace nuv::tools {
 
-struct EquationOptions {
-  std::string matrix_file;
+struct EquationOptions : MatrixOptions {
   std::string right_hand_side_file;
   std::optional<std::string> output_file;  ///< none: standard output
-  std::optional<char> precision;           ///< s, d, c or z; none: d, or z where a file is complex
 };
 
 /// The two files as they stand there.
@@ -31,16 +30,13 @@ struct EquationFiles {
 
 EquationFiles read_equation_files(const EquationOptions& options);
 
-/// Refuses a rows by columns matrix from that file where two copies of it are more than the machine can hold. A solver
-/// overwrites its arguments, and the residual needs the originals.
-void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t element_size);
+/// Refuses a rows by columns matrix from that file where so many copies of it are more than the machine can hold. Two
+/// are the least: a solver overwrites its arguments, and the residual needs the originals.
+void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t element_size, int copies = 2);
 
-/// The letter of the precision to work in. Throws FileError where it is real and a file is not.
-char precision_for(const EquationFiles& files, const EquationOptions& options);
-
-/// Writes X and makes it final.
+/// Writes a matrix and makes it final.
 template <Scalar T>
-void write_solution(const DenseMatrix<T>& x, Output& output) {
+void write_result(const DenseMatrix<T>& x, Output& output) {
   write_matrix_market(x, [&](std::string_view text) { output.write(text); });
   output.commit();
 }

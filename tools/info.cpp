@@ -9,12 +9,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <iterator>
 #include <optional>
 #include <string_view>
 
 #include "base/instruction_set.hpp"
 #include "error.hpp"
+#include "report.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -122,22 +122,19 @@ std::string library_report() {
   nuv_serv_load_dll();
   const bool fell_back = choice.tier > 0 && bound_tier == 0;
 
-  std::string text;
-  const auto line = [&](std::string_view label, std::string_view value) {
-    fmt::format_to(std::back_inserter(text), "{:<17}  {}\n", label, value);
-  };
+  Report report;
   const int threads = nuv_serv_nuv_get_max_threads();
-  line("solver library", file_of(reinterpret_cast<const void*>(&nuv_lapack_dgesv)));
-  line("kernel library", file_of(nuv_serv_load_fun("nuv_blas_dgemv")));
-  line("thread layer", file_of(nuv_serv_load_thread_fun("nuv_blas_dgemm")));
-  line("threads", fmt::format("{}", threads));
-  line("processor", fmt::format("{}, {}", vendor(), brand()));
-  line("instruction set", instruction_set());
-  line("tier",
-       fmt::format("{} ({}), {}{}", choice.tier, tier_names[static_cast<std::size_t>(choice.tier)], choice.reason,
-                   fell_back ? "; its kernel library cannot be opened, that of tier 0 serves" : ""));
-  line("configuration", configuration(configuration_word));
-  return text;
+  report.line("solver library", file_of(reinterpret_cast<const void*>(&nuv_lapack_dgesv)));
+  report.line("kernel library", file_of(nuv_serv_load_fun("nuv_blas_dgemv")));
+  report.line("thread layer", file_of(nuv_serv_load_thread_fun("nuv_blas_dgemm")));
+  report.line("threads", fmt::format("{}", threads));
+  report.line("processor", fmt::format("{}, {}", vendor(), brand()));
+  report.line("instruction set", instruction_set());
+  report.line("tier", fmt::format("{} ({}), {}{}", choice.tier, tier_names[static_cast<std::size_t>(choice.tier)],
+                                  choice.reason,
+                                  fell_back ? "; its kernel library cannot be opened, that of tier 0 serves" : ""));
+  report.line("configuration", configuration(configuration_word));
+  return report.text();
 }
 
 }  // namespace nuv::tools

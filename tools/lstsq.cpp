@@ -4,14 +4,14 @@
 #include <nuv/nuv_lapack.h>
 
 #include <algorithm>
-#include <cctype>
-#include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "report.hpp"
+#include "residual.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -70,25 +70,23 @@ void require_solution(const DenseMatrix<T>& x, const DenseMatrix<T>& factors, co
     throw FileError(matrix_file, fmt::format("the matrix does not have full rank: {0}({1},{1}) is exactly zero",
                                              factors.rows >= factors.columns ? 'R' : 'L', k));
   }
-  if (!all_finite(x)) throw FileError(matrix_file, "the solution overflows the precision");
+  if (!all_finite(x.elements)) throw FileError(matrix_file, "the solution overflows the precision");
 }
 
 template <Scalar T>
-void print(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b,
-           std::chrono::duration<double> time, const EquationOptions& options) {
-  std::string text = fmt::format(
-      "equations          {} in {} unknowns, {}: {}\n"
-      "right-hand sides   {}, {}\n"
-      "solved by          nuv_lapack_{}gels, {}\n",
-      a.rows, a.columns, printable(options.matrix_file), a.rows >= a.columns ? "least squares" : "least norm",
-      b.columns, printable(options.right_hand_side_file), static_cast<char>(std::tolower(precision_letter<T>)),
-      precision_words<T>());
+void print(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b, Seconds time,
+           const EquationOptions& options) {
+  Report report;
+  report
+      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, printable(options.matrix_file),
+                                     a.rows >= a.columns ? "least squares" : "least norm"))
+      .line("right-hand sides", fmt::format("{}, {}", b.columns, printable(options.right_hand_side_file)))
+      .template routine<T>("solved by", "gels");
   Int column = 0;
   for (const long double norm : residual_norms(a, x, b)) {
-    text += fmt::format("residual norm      {:.6g}   ||A x - b||, column {}\n", norm, ++column);
+    report.line("residual norm", fmt::format("{:.6g}   ||A x - b||, column {}", norm, ++column));
   }
-  text += fmt::format("time               {:.3g} s\n", time.count());
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  report.time(time).to_standard_error();
 }
 
 template <Scalar T>
@@ -103,14 +101,13 @@ void fit_in(EquationFiles files, const EquationOptions& options, Output& output)
   auto factors = a;
   std::vector<T> work(static_cast<std::size_t>(best_workspace(factors, solved)));
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
-  const auto start = std::chrono::steady_clock::now();
-  const Int info = call_gels(factors, solved, work, static_cast<Int>(work.size()));
-  const auto time = std::chrono::steady_clock::now() - start;
+  Int info = 0;
+  const Seconds time = timed([&] { info = call_gels(factors, solved, work, static_cast<Int>(work.size())); });
   if (info != 0) throw std::logic_error(fmt::format("argument {} of the solver was refused", -info));
 
   const auto x = with_rows(solved, n);
   require_solution(x, factors, options.matrix_file);
-  write_solution(x, output);
+  write_result(x, output);
   print(a, x, b, time, options);
 }
 
@@ -121,7 +118,8 @@ void fit(const EquationOptions& options) {
     Output output = options.output_file ? Output(*options.output_file) : Output();
     EquationFiles files = read_equation_files(options);
     require_matching_sizes(files.a, files.b);
-    in_precision(precision_for(files, options), [&]<Scalar T>(T) { fit_in<T>(std::move(files), options, output); });
+    in_precision(precision_for(options.precision, {&files.a, &files.b}),
+                 [&]<Scalar T>(T) { fit_in<T>(std::move(files), options, output); });
   });
 }
 

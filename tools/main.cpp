@@ -1,5 +1,5 @@
-// The nuv command: solves equations that stand in files, makes matrices to test with, and tells which libraries would
-// do it.
+// The nuv command: solves equations that stand in files, answers questions about their matrices, makes matrices to test
+// with, and tells which libraries would do it.
 
 #include <fmt/format.h>
 
@@ -15,8 +15,11 @@
 #include <string_view>
 #include <vector>
 
+#include "cond.hpp"
+#include "det.hpp"
 #include "error.hpp"
 #include "info.hpp"
+#include "inv.hpp"
 #include "lstsq.hpp"
 #include "make.hpp"
 #include "output.hpp"
@@ -65,19 +68,26 @@ const CLI::Validator& whole_number() {
   return validator;
 }
 
-constexpr std::string_view about_files =
+constexpr std::string_view about_input =
     "Files may be array or coordinate, real, complex or integer, general, symmetric, skew-symmetric or hermitian.\n"
-    "Coordinate entries given more than once are summed. X is written as a general array with as many digits as\n"
-    "it takes to read back the same numbers. ";
+    "Coordinate entries given more than once are summed. ";
+constexpr std::string_view about_files =
+    "X is written as a general array\n"
+    "with as many digits as it takes to read back the same numbers.\n";
 constexpr std::string_view about_status =
     "Exit status: 0 solved, 1 not solved (one line on standard error says why), 2 wrong usage.";
+constexpr std::string_view about_answer =
+    "Exit status: 0 answered, 1 not answered (one line on standard error says why), 2 wrong usage.";
+constexpr const char* about_square = "Matrix Market file of the square matrix";
 
-/// The options of all commands with a result.
-void add_result_options(CLI::App& command, std::optional<std::string>& file, const std::string& about_file,
-                        std::optional<char>& precision, const std::string& default_precision) {
+void add_output_option(CLI::App& command, std::optional<std::string>& file, const std::string& about_file) {
   command.add_option("-o,--output", file, about_file + " (default: standard output)")
       ->type_name("FILE")
       ->check(not_empty());
+}
+
+void add_precision_option(CLI::App& command, std::optional<char>& precision,
+                          const std::string& default_precision = "d, or z for complex data") {
   command
       .add_option("-p,--precision", precision,
                   "s, d, c or z: real or complex, single or double (default: " + default_precision + ")")
@@ -85,13 +95,48 @@ void add_result_options(CLI::App& command, std::optional<std::string>& file, con
       ->check(CLI::IsMember({"s", "d", "c", "z"}));
 }
 
+/// What the commands have in common that read a matrix.
+void add_matrix_options(CLI::App& command, MatrixOptions& options, const std::string& about_matrix) {
+  command.add_option("A", options.matrix_file, about_matrix)->required()->check(not_empty());
+  add_precision_option(command, options.precision);
+}
+
+void add_force_option(CLI::App& command, bool& force, const std::string& what) {
+  command.add_flag("--force", force, "Write " + what + " even where A is singular to working precision");
+}
+
+constexpr std::string_view about_methods =
+    "The structure of the file decides on the method, and --method or --spd overrules it:\n"
+    "  lu          LU factorisation: for general and skew-symmetric files\n"
+    "  indefinite  Bunch-Kaufman factorisation: for symmetric and hermitian files\n"
+    "  cholesky    Cholesky factorisation of the whole matrix; --spd takes it, too, or that of a band\n"
+    "  band        LU factorisation of a band, with --spd Cholesky factorisation: for coordinate files of at least "
+    "four\n"
+    "              times as many rows as diagonals, which are never stored whole\n"
+    "  mixed       LU factorisation in single precision, refined to double precision\n"
+    "A file need not say that its matrix is symmetric; elements that rounding errors have made differ from their\n"
+    "mirror images, by up to 4 eps of the diagonal, are taken from the lower triangle.\n"
+    "\n"
+    "Standard error tells the method, the scaled residual, the reciprocal condition number and a bound of the error\n"
+    "of X. A matrix that is singular to working precision is not solved without --force.\n"
+    "\n";
+
+void add_solve_options(CLI::App& command, SolveOptions& options) {
+  command.add_option("--method", options.method.name, "lu, cholesky, indefinite, band or mixed, see below")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"lu", "cholesky", "indefinite", "band", "mixed"}));
+  command.add_flag("--spd", options.method.positive_definite,
+                   "A is symmetric (Hermitian) positive definite: solve by Cholesky factorisation");
+  add_force_option(command, options.force, "X");
+}
+
 /// What the commands that solve for an X have in common.
 void add_equation_options(CLI::App& command, EquationOptions& options, const std::string& about_matrix) {
-  command.add_option("A", options.matrix_file, about_matrix)->required()->check(not_empty());
+  add_matrix_options(command, options, about_matrix);
   command.add_option("B", options.right_hand_side_file, "Matrix Market file of the right-hand sides, one per column")
       ->required()
       ->check(not_empty());
-  add_result_options(command, options.output_file, "File for X", options.precision, "d, or z for complex data");
+  add_output_option(command, options.output_file, "File for X");
 }
 
 constexpr std::string_view about_make =
@@ -136,17 +181,23 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
       ->transform(whole_number<nuv::Int>());
   add("--seed", options.seed, "SEED", "What the random numbers follow from, 0 to 2^64 - 1 (default: 1)")
       ->transform(whole_number<std::uint64_t>());
-  add_result_options(command, options.output_file, "File for the matrix", options.precision, "d, or z for hermitian");
+  add_output_option(command, options.output_file, "File for the matrix");
+  add_precision_option(command, options.precision, "d, or z for hermitian");
 }
 
 struct CommandLine {
-  CLI::App app{"Solves dense systems of linear equations and least squares, and makes test matrices.", "nuv"};
+  CLI::App app{"Solves dense and band systems of linear equations and least squares, and makes test matrices.", "nuv"};
   CLI::App* solve;
   CLI::App* lstsq;
+  CLI::App* cond;
+  CLI::App* inv;
+  CLI::App* det;
   CLI::App* make;
   CLI::App* info;
   SolveOptions options;
   EquationOptions lstsq_options;
+  MatrixOptions cond_options, det_options;
+  InverseOptions inv_options;
   MakeOptions make_options;
 
   CommandLine() {
@@ -154,18 +205,41 @@ struct CommandLine {
     app.require_subcommand(1);
 
     solve = app.add_subcommand("solve", "Solve A X = B for X.");
-    add_equation_options(*solve, options, "Matrix Market file of the square matrix");
-    solve->add_flag("--spd", options.positive_definite,
-                    "A is symmetric (Hermitian) positive definite: solve by Cholesky factorisation");
-    solve->footer(
-        fmt::format("{}Sizes, scaled residual and time go to standard error.\n{}", about_files, about_status));
+    add_equation_options(*solve, options, about_square);
+    add_solve_options(*solve, options);
+    solve->footer(fmt::format("{}{}{}{}", about_methods, about_input, about_files, about_status));
 
     lstsq = app.add_subcommand("lstsq", "Find the X that comes nearest to A X = B, or the least that fits.");
     add_equation_options(*lstsq, lstsq_options, "Matrix Market file of the matrix, which must have full rank");
     lstsq->footer(fmt::format(
         "With at least as many rows in A as columns each column of X makes the norm of its residual least; with fewer\n"
-        "rows it is the solution of least norm.\n{}Sizes, the norm of each residual and time go to standard error.\n{}",
-        about_files, about_status));
+        "rows it is the solution of least norm.\n{}{}Sizes, the norm of each residual and time go to standard "
+        "error.\n{}",
+        about_input, about_files, about_status));
+
+    cond = app.add_subcommand("cond", "Estimate the condition number of A.");
+    add_matrix_options(*cond, cond_options, about_square);
+    cond->footer(fmt::format(
+        "Shows the reciprocal condition numbers in the one and the infinity norm, 0 for a matrix with a zero pivot.\n"
+        "{}\n{}",
+        about_input, about_answer));
+
+    inv = app.add_subcommand("inv", "Invert A.");
+    add_matrix_options(*inv, inv_options, about_square);
+    add_output_option(*inv, inv_options.output_file, "File for the inverse");
+    add_force_option(*inv, inv_options.force, "the inverse");
+    inv->footer(fmt::format(
+        "To solve a system, nuv solve is faster and more accurate.\n{}\nCondition number and time go to standard "
+        "error.\n{}",
+        about_input, about_answer));
+
+    det = app.add_subcommand("det", "Compute the determinant of A.");
+    add_matrix_options(*det, det_options, about_square);
+    det->footer(
+        fmt::format("Shows the sign, or the phase of a complex determinant, and the logarithm of the magnitude, which "
+                    "stay in range\n"
+                    "where the determinant does not.\n{}\n{}",
+                    about_input, about_answer));
 
     make = app.add_subcommand("make", "Make a random matrix with given singular values or eigenvalues.");
     add_make_options(*make, make_options);
@@ -194,6 +268,9 @@ int run(int argc, char** argv) {
     command_line.app.parse(argc, argv);
     if (*command_line.solve) solve(command_line.options);
     if (*command_line.lstsq) fit(command_line.lstsq_options);
+    if (*command_line.cond) print(condition_report(command_line.cond_options));
+    if (*command_line.inv) invert(command_line.inv_options);
+    if (*command_line.det) print(determinant_report(command_line.det_options));
     if (*command_line.make) make(command_line.make_options);
     if (*command_line.info) print(library_report());
     return 0;

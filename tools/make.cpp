@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cmath>
 #include <complex>
-#include <cstdio>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -21,6 +20,7 @@
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
+#include "report.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -274,20 +274,18 @@ Symmetry symmetry_of(const Plan& plan) {
 
 template <Scalar T>
 void print(const Plan& plan, const WrittenForm& form, StoredCount stored, const std::array<Int, 4>& iseed,
-           std::chrono::duration<double> time) {
+           Seconds time) {
   const bool is_array = form.layout == Layout::Array;
-  const std::string text = fmt::format(
-      "matrix             {} by {}, {}, {}\n"
-      "{:<18} {}\n"
-      "made by            nuv_lapack_{}latms, seed {}, iseed {}\n"
-      "written            {} {} as {}\n"
-      "time               {:.3g} s\n",
-      plan.rows, plan.columns, plan.kind.name, precision_words<T>(),
-      has_eigenvalues(plan) ? "eigenvalues" : "singular values", spectrum_words(plan),
-      static_cast<char>(std::tolower(precision_letter<T>)), plan.seed, fmt::join(iseed, " "),
-      is_array ? stored.elements : stored.nonzeros, is_array ? "elements" : "nonzeros",
-      is_array ? "array" : "coordinates", time.count());
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  Report report;
+  report.line("matrix", fmt::format("{} by {}, {}, {}", plan.rows, plan.columns, plan.kind.name, precision_words<T>()))
+      .line(has_eigenvalues(plan) ? "eigenvalues" : "singular values", spectrum_words(plan))
+      .line("made by",
+            fmt::format("nuv_lapack_{}latms, seed {}, iseed {}", static_cast<char>(std::tolower(precision_letter<T>)),
+                        plan.seed, fmt::join(iseed, " ")))
+      .line("written", fmt::format("{} {} as {}", is_array ? stored.elements : stored.nonzeros,
+                                   is_array ? "elements" : "nonzeros", is_array ? "array" : "coordinates"))
+      .time(time)
+      .to_standard_error();
 }
 
 // ------------------------------------------------------------------------------------------------------------- making
@@ -341,8 +339,8 @@ void make_in(const Plan& plan, Output& output) {
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   const auto start = std::chrono::steady_clock::now();
   const auto a = call_latms<T>(plan, iseed);
-  const auto time = std::chrono::steady_clock::now() - start;
-  if (!all_finite(a)) throw FileError(plan.target, "the matrix overflows the precision");
+  const Seconds time = std::chrono::steady_clock::now() - start;
+  if (!all_finite(a.elements)) throw FileError(plan.target, "the matrix overflows the precision");
 
   const auto stored = count_stored(a, symmetry_of(plan));
   const WrittenForm form = form_for(plan, stored, symmetry_of(plan));

@@ -26,6 +26,13 @@ namespace {
 
 constexpr Int largest_dimension = std::numeric_limits<Int>::max();
 
+constexpr std::array<std::pair<std::string_view, Symmetry>, 4> symmetries = {{
+    {"general", Symmetry::General},
+    {"symmetric", Symmetry::Symmetric},
+    {"skew-symmetric", Symmetry::SkewSymmetric},
+    {"hermitian", Symmetry::Hermitian},
+}};
+
 constexpr bool is_blank(char c) {
   return c == ' ' || c == '\t';
 }
@@ -232,11 +239,6 @@ void read_banner(const LineReader& line, MatrixMarket& matrix) {
       {{"array", Layout::Array}, {"coordinate", Layout::Coordinate}}};
   constexpr std::array<std::pair<std::string_view, Field>, 3> fields = {
       {{"real", Field::Real}, {"complex", Field::Complex}, {"integer", Field::Integer}}};
-  constexpr std::array<std::pair<std::string_view, Symmetry>, 4> symmetries = {
-      {{"general", Symmetry::General},
-       {"symmetric", Symmetry::Symmetric},
-       {"skew-symmetric", Symmetry::SkewSymmetric},
-       {"hermitian", Symmetry::Hermitian}}};
 
   Words words(line);
   const auto first = words.next();
@@ -403,6 +405,22 @@ MatrixMarket read_numbers_file(const std::string& file, Precision precision) {
     if (!line.next()) line.fail("the file is empty");
     return line.text().starts_with("%%") ? read_matrix(line, file, precision) : read_list(line, file, precision);
   });
+}
+
+std::complex<double> mirrored(Symmetry symmetry, std::complex<double> value) {
+  switch (symmetry) {
+    case Symmetry::SkewSymmetric:
+      return -value;
+    case Symmetry::Hermitian:
+      return std::conj(value);
+    default:
+      return value;
+  }
+}
+
+std::string_view name_of(Symmetry symmetry) {
+  const auto has_it = [&](const auto& entry) { return entry.second == symmetry; };
+  return std::find_if(symmetries.begin(), symmetries.end(), has_it)->first;
 }
 
 }  // namespace nuv::tools

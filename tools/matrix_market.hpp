@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <istream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/types.hpp"
@@ -87,5 +88,20 @@ void for_each_stored(const MatrixMarket& matrix, Visit visit) {
     }
   }
 }
+
+/// The element at (j, i) of a matrix whose file has that value at (i, j).
+std::complex<double> mirrored(Symmetry symmetry, std::complex<double> value);
+
+/// Calls visit(i, j, value) for every stored value, and for its mirror image where the symmetry gives one.
+template <class Visit>
+void for_each_element(const MatrixMarket& matrix, Visit visit) {
+  for_each_stored(matrix, [&](Int i, Int j, std::complex<double> value) {
+    visit(i, j, value);
+    if (matrix.symmetry != Symmetry::General && i != j) visit(j, i, mirrored(matrix.symmetry, value));
+  });
+}
+
+/// A symmetry as the banner of a file names it.
+std::string_view name_of(Symmetry symmetry);
 
 }  // namespace nuv::tools

@@ -12,8 +12,10 @@
 
 namespace nuv::tools {
 
-/// How much more than the machine can hold so many copies of a rows by columns matrix are, in words that say what they
-/// are for; nothing where they fit.
+/// A message if something takes more bytes for a purpose than this process can have; nothing where they fit.
+std::optional<std::string> memory_shortage(std::string_view what, long double bytes, std::string_view purpose);
+
+/// The same for so many copies of a rows by columns matrix.
 std::optional<std::string> memory_shortage(Int rows, Int columns, std::size_t element_size, int copies,
                                            std::string_view purpose);
 

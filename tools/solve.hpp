@@ -1,15 +1,17 @@
 #pragma once
 
 #include "equations.hpp"
+#include "methods.hpp"
 
 namespace nuv::tools {
 
 struct SolveOptions : EquationOptions {
-  bool positive_definite = false;  ///< A is Hermitian and positive definite: Cholesky instead of LU
+  MethodRequest method;
+  bool force = false;  ///< write the solution of a system that is singular to working precision, too
 };
 
-/// Solves A X = B. X goes to the output; the account of it, with the scaled residual and the time, to standard error.
-/// Throws FileError.
+/// Solves A X = B. X goes to the output; the account of it, with the scaled residual, the condition number, the bound
+/// of the error and the time, to standard error. Throws UsageError and FileError.
 void solve(const SolveOptions& options);
 
 }  // namespace nuv::tools

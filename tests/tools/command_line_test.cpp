@@ -46,6 +46,22 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"solve", "A.mtx", "b.mtx", "-o", "x", "-o", "y"}, "--output"},
       {{"solve", "", "b.mtx"}, "A: a file name must not be empty"},
       {{"solve", "A.mtx", ""}, "B: a file name must not be empty"},
+      {{"solve", "A.mtx", "b.mtx", "--method", "qr"}, "qr not in {lu,cholesky,indefinite,band,mixed}"},
+      {{"solve", "A.mtx", "b.mtx", "--method"}, "--method"},
+      {{"solve", "A.mtx", "b.mtx", "--spd", "--method", "lu"}, "--spd asks for a Cholesky factorisation, --method lu"},
+      {{"solve", "A.mtx", "b.mtx", "--spd", "--method", "indefinite"}, "--method indefinite for another"},
+      {{"solve", "A.mtx", "b.mtx", "--spd", "--method", "mixed"}, "--method mixed for another"},
+      {{"solve", "A.mtx", "b.mtx", "--method", "mixed", "-ps"}, "--method mixed works in precision d, not s"},
+      {{"solve", "A.mtx", "b.mtx", "--method", "mixed", "-pz"}, "--method mixed works in precision d, not z"},
+      {{"cond"}, "A is required"},
+      {{"cond", ""}, "A: a file name must not be empty"},
+      {{"cond", "A.mtx", "-o", "x"}, "-o"},
+      {{"cond", "A.mtx", "-p", "q"}, "q not in {s,d,c,z}"},
+      {{"inv"}, "A is required"},
+      {{"inv", "A.mtx", "b.mtx"}, "b.mtx"},
+      {{"inv", "A.mtx", "-o", ""}, "--output: a file name must not be empty"},
+      {{"det"}, "A is required"},
+      {{"det", "A.mtx", "--force"}, "--force"},
       {{"lstsq"}, "A is required"},
       {{"lstsq", "A.mtx"}, "B is required"},
       {{"lstsq", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
@@ -87,14 +103,15 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult result = run_nuv(folder, {option});
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.error, "");
-    for (const char* word : {"solve", "lstsq", "make", "info", "--version"})
+    for (const char* word : {"solve", "lstsq", "cond", "inv", "det", "make", "info", "--version"})
       EXPECT_NE(result.output.find(word), std::string::npos) << word;
 
     const ChildResult of_solve = run_nuv(folder, {"solve", option});
     EXPECT_EQ(of_solve.exit_status, 0);
     EXPECT_EQ(of_solve.error, "");
     for (const char* word :
-         {"-o,--output FILE", "-p,--precision", "s, d, c or z", "--spd", "more than once are summed"}) {
+         {"-o,--output FILE", "-p,--precision", "s, d, c or z", "--spd", "--method NAME", "--force",
+          "indefinite  Bunch-", "singular to working precision is not solved", "more than once are summed"}) {
       EXPECT_NE(of_solve.output.find(word), std::string::npos) << word;
     }
     const ChildResult of_lstsq = run_nuv(folder, {"lstsq", option});
@@ -110,6 +127,12 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
           "mode 3", "SplitMix64", "A comment in it repeats the command"}) {
       EXPECT_NE(of_make.output.find(word), std::string::npos) << word;
     }
+    const std::string of_inv = run_nuv(folder, {"inv", option}).output;
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "--force", "more than once are summed"}) {
+      EXPECT_NE(of_inv.find(word), std::string::npos) << word;
+    }
+    EXPECT_NE(run_nuv(folder, {"cond", option}).output.find("reciprocal condition numbers"), std::string::npos);
+    EXPECT_NE(run_nuv(folder, {"det", option}).output.find("the logarithm of the magnitude"), std::string::npos);
     EXPECT_EQ(run_nuv(folder, {"info", option}).exit_status, 0);
   }
 }

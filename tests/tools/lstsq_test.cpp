@@ -131,7 +131,7 @@ TEST(Lstsq, TakesComplexRightHandSidesOfARealMatrix) {
   folder.write("b.mtx", b.text);
   expect_fit(folder, a.values, b.values, 'z', false);
   expect_refusal(run_nuv(folder, {"lstsq", "A.mtx", "b.mtx", "-p", "d"}), 1,
-                 "b.mtx:1: complex data cannot be solved in the real precision d");
+                 "b.mtx:1: complex data does not fit the real precision d");
 }
 
 TEST(Lstsq, WritesToAFile) {

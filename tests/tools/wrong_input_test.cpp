@@ -165,10 +165,10 @@ void expect_too_large(const TemporaryFolder& folder, const std::string& a, const
 TEST_F(WrongInput, MatricesBeyondAnyMemory) {
   folder.write("order.mtx", coordinate + "% c\n2000000000 2000000000 1\n2000000000 1 5\n");
   folder.write("order-rhs.mtx", coordinate + "2000000000 1 0\n");
-  folder.write("largest.mtx", coordinate + "2147483647 2147483647 0\n");
+  folder.write("largest.mtx", coordinate + "2147483647 2147483647 1\n2147483647 1 5\n");
   folder.write("largest-rhs.mtx", coordinate + "2147483647 0 0\n");
   folder.write("many.mtx", coordinate + "2 2147483647 1\n2 2000000000 3\n");
-  folder.write("more.mtx", coordinate + "100000 100000 0\n");
+  folder.write("more.mtx", coordinate + "100000 100000 1\n1 100000 1\n");
   folder.write("more-rhs.mtx", coordinate + "100000 2147483647 0\n");
   expect_too_large(folder, "order.mtx", "order-rhs.mtx", "order\\.mtx:3: a 2000000000 by 2000000000");
   expect_too_large(folder, "largest.mtx", "largest-rhs.mtx", "largest\\.mtx:2: a 2147483647 by 2147483647");

@@ -1,0 +1,73 @@
+#include "inv.hpp"
+
+#include <fmt/format.h>
+#include <nuv/nuv_lapack.h>
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "dense_matrix.hpp"
+#include "equations.hpp"
+#include "error.hpp"
+#include "lu_factors.hpp"
+#include "matrix_market.hpp"
+#include "memory.hpp"
+#include "methods.hpp"
+#include "output.hpp"
+#include "precision.hpp"
+#include "report.hpp"
+
+namespace nuv::tools {
+namespace {
+
+/// The inverse has to be stored whole, whatever the matrix is.
+void require_memory_for_inverse(const MatrixMarket& file, std::size_t element_size) {
+  if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, 1, "invert")) {
+    throw FileError(file.file, file.size_line, *shortage);
+  }
+}
+
+/// Refuses what has no inverse, and one that says nothing unless it is wanted all the same.
+void require_regular(const MatrixFactors& factors, const InverseOptions& options) {
+  const auto words = singularity_of(factors);
+  if (!words || (options.force && !factors.zero_pivot())) return;
+  const std::string_view hint = factors.zero_pivot() ? "" : " (--force gives the inverse all the same)";
+  throw FileError(options.matrix_file, fmt::format("the matrix is {}{}", *words, hint));
+}
+
+template <Scalar T>
+void invert_in(MatrixMarket file, const InverseOptions& options, Output& output) {
+  require_memory_for_inverse(file, sizeof(T));
+  Report report;
+  report.line("matrix", words_of(file));
+  auto a = to_dense<T>(std::move(file));
+  nuv_serv_load_dll();  // loading the kernel library is no part of the work
+  const auto start = std::chrono::steady_clock::now();
+  LuFactors<DenseMatrix<T>> factors(std::move(a));
+  require_regular(factors, options);
+  factors.tell(report);
+  report.routine<T>("inverted by", "getri")
+      .line("condition", fmt::format("{:.3g}   reciprocal, in the one norm", factors.reciprocal_condition('1')));
+  if (const auto words = singularity_of(factors)) report.line("warning", "the matrix is " + *words);
+  const auto inverse = std::move(factors).inverse();
+  report.time(std::chrono::steady_clock::now() - start);
+  if (!all_finite(inverse.elements)) throw FileError(options.matrix_file, "the inverse overflows the precision");
+
+  write_result(inverse, output);
+  report.to_standard_error();
+}
+
+}  // namespace
+
+void invert(const InverseOptions& options) {
+  within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    Output output = options.output_file ? Output(*options.output_file) : Output();
+    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    require_square(file, "an inverse");
+    const char precision = precision_for(options.precision, {&file});
+    in_precision(precision, [&]<Scalar T>(T) { invert_in<T>(std::move(file), options, output); });
+  });
+}
+
+}  // namespace nuv::tools
