@@ -27,17 +27,29 @@ auto magnitude(const Number& x) {
   return std::sqrt(std::norm(x));
 }
 
-/// In double, which is several times faster than long double: they tell how large an error may be.
-template <Scalar T>
-Eigen::MatrixXd magnitudes(const WideMatrix<T>& A) {
-  return A.cwiseAbs2().template cast<double>().cwiseSqrt();
-}
-
 template <class Matrix>
 Matrix multiply(const Matrix& A, const Matrix& B) {
   if (A.size() == 0 || B.size() == 0) return Matrix::Zero(A.rows(), B.cols());
   return A * B;
 }
+
+/// The magnitudes of a matrix, or of the terms of a product of matrices, in units of a largest one: in double, which is
+/// several times faster than long double, since they only tell how large an error may be.
+template <Scalar T>
+struct Magnitudes {
+  WideReal<T> unit = 1;
+  Eigen::MatrixXd in_units;
+
+  explicit Magnitudes(const WideMatrix<T>& A) {
+    const WideMatrix<Real<T>> squares = A.cwiseAbs2();
+    if (squares.size() > 0 && squares.maxCoeff() > 0) unit = std::sqrt(squares.maxCoeff());
+    in_units = (squares / (unit * unit)).template cast<double>().cwiseSqrt();
+  }
+  Magnitudes(const Magnitudes& A, const Magnitudes& B)
+      : unit(A.unit * B.unit), in_units(multiply(A.in_units, B.in_units)) {}
+
+  WideMatrix<Real<T>> all() const { return unit * in_units.template cast<WideReal<T>>(); }
+};
 
 template <Scalar T>
 WideMatrix<T> random_signs(Eigen::Index n) {
@@ -188,7 +200,7 @@ Sum<T>::Sum(Int rows, Int columns)
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
   value_ += wide(factor) * A;
-  magnitude_ += magnitude(wide(factor)) * magnitudes<T>(A).template cast<WideReal<T>>();
+  magnitude_ += magnitude(wide(factor)) * Magnitudes<T>(A).all();
   terms_ += 1;
   return *this;
 }
@@ -196,7 +208,7 @@ Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A, const WideMatrix<T>& B) {
   value_ += wide(factor) * multiply(A, B);
-  magnitude_ += magnitude(wide(factor)) * multiply(magnitudes<T>(A), magnitudes<T>(B)).template cast<WideReal<T>>();
+  magnitude_ += magnitude(wide(factor)) * Magnitudes<T>(Magnitudes<T>(A), Magnitudes<T>(B)).all();
   terms_ += A.cols() + 1;
   return *this;
 }
