@@ -2,6 +2,8 @@
 
 // Products of which a triangle is written.
 
+#include <algorithm>
+
 #include "base/matrix.hpp"
 #include "kernels/packed/tile.hpp"
 
@@ -24,18 +26,17 @@ template <Scalar T>
 [[gnu::noinline]] void multiply_tile_in_region(Region region, Int i0, Int j0, Int depth, const Real<T>* a,
                                                const Real<T>* b, Update<T> update, Matrix<T> C, int rows, int columns) {
   T copy[Tile<T>::rows * Tile<T>::columns] = {};
-  const auto each_inside = [&](auto visit) {
+  const auto each_part_inside = [&](auto visit) {
     for (int j = 0; j < columns; ++j) {
-      for (int i = 0; i < rows; ++i) {
-        if (region == Region::lower ? i0 + i >= j0 + j : i0 + i <= j0 + j) {
-          visit(copy[i + j * Tile<T>::rows], C.data[i0 + i + std::ptrdiff_t{j0 + j} * C.ld]);
-        }
-      }
+      const Int diagonal = j0 + j - i0;
+      const int first = region == Region::lower ? static_cast<int>(std::clamp<Int>(diagonal, 0, rows)) : 0;
+      const int last = region == Region::lower ? rows : static_cast<int>(std::clamp<Int>(diagonal + 1, 0, rows));
+      visit(copy + j * Tile<T>::rows + first, C.at(i0 + first + 1, j0 + j + 1), last - first);
     }
   };
-  if (!update.writes_only()) each_inside([](T& mine, T& theirs) { mine = theirs; });
+  if (!update.writes_only()) each_part_inside([](T* mine, const T* theirs, int n) { std::copy_n(theirs, n, mine); });
   multiply_tile_of_height<T>(depth, a, b, update, copy, Tile<T>::rows, rows, columns);
-  each_inside([](T& mine, T& theirs) { theirs = mine; });
+  each_part_inside([](const T* mine, T* theirs, int n) { std::copy_n(mine, n, theirs); });
 }
 
 }  // namespace nuv::packed::inline NUV_ISA

@@ -33,23 +33,26 @@ Matrix multiply(const Matrix& A, const Matrix& B) {
   return A * B;
 }
 
-/// The magnitudes of a matrix, or of the terms of a product of matrices, in units of a largest one: in double, which is
-/// several times faster than long double, since they only tell how large an error may be.
 template <Scalar T>
-struct Magnitudes {
-  WideReal<T> unit = 1;
-  Eigen::MatrixXd in_units;
+WideMatrix<Real<T>> magnitudes(const WideMatrix<T>& A) {
+  if constexpr (RealScalar<T>) return A.cwiseAbs();
+  else return A.cwiseAbs2().cwiseSqrt();
+}
 
-  explicit Magnitudes(const WideMatrix<T>& A) {
-    const WideMatrix<Real<T>> squares = A.cwiseAbs2();
-    if (squares.size() > 0 && squares.maxCoeff() > 0) unit = std::sqrt(squares.maxCoeff());
-    in_units = (squares / (unit * unit)).template cast<double>().cwiseSqrt();
-  }
-  Magnitudes(const Magnitudes& A, const Magnitudes& B)
-      : unit(A.unit * B.unit), in_units(multiply(A.in_units, B.in_units)) {}
+/// Whether products of these numbers stay in the range of double, far from its ends.
+template <class Matrix>
+bool suits_double(const Matrix& A) {
+  return std::all_of(A.data(), A.data() + A.size(), [](auto x) { return x == 0 || (x > 1e-100L && x < 1e100L); });
+}
 
-  WideMatrix<Real<T>> all() const { return unit * in_units.template cast<WideReal<T>>(); }
-};
+/// |A| |B|, in double where that will do: it is several times faster than long double, and tells how large an error may
+/// be as well.
+template <Scalar T>
+WideMatrix<Real<T>> product_of_magnitudes(const WideMatrix<T>& A, const WideMatrix<T>& B) {
+  const WideMatrix<Real<T>> a = magnitudes<T>(A), b = magnitudes<T>(B);
+  if (!suits_double(a) || !suits_double(b)) return multiply(a, b);
+  return multiply<Eigen::MatrixXd>(a.template cast<double>(), b.template cast<double>()).template cast<WideReal<T>>();
+}
 
 template <Scalar T>
 WideMatrix<T> random_signs(Eigen::Index n) {
@@ -200,7 +203,7 @@ Sum<T>::Sum(Int rows, Int columns)
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
   value_ += wide(factor) * A;
-  magnitude_ += magnitude(wide(factor)) * Magnitudes<T>(A).all();
+  magnitude_ += magnitude(wide(factor)) * magnitudes<T>(A);
   terms_ += 1;
   return *this;
 }
@@ -208,7 +211,7 @@ Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A) {
 template <Scalar T>
 Sum<T>& Sum<T>::add(T factor, const WideMatrix<T>& A, const WideMatrix<T>& B) {
   value_ += wide(factor) * multiply(A, B);
-  magnitude_ += magnitude(wide(factor)) * Magnitudes<T>(Magnitudes<T>(A), Magnitudes<T>(B)).all();
+  magnitude_ += magnitude(wide(factor)) * product_of_magnitudes<T>(A, B);
   terms_ += A.cols() + 1;
   return *this;
 }
