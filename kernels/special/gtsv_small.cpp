@@ -43,29 +43,32 @@ void gtsv_small(Int n, Int nrhs, T* dl, T* d, T* du, T* b, Int ldb, Int& info) {
   if (n == 0) return;
 
   const Matrix B{b, ldb};
+  // A chain of operations leads from each pivot to the next, which therefore does not go through memory.
+  T pivot = d[0];
   for (Int k = 0; k < n - 1; ++k) {
     const bool is_last = k == n - 2;
-    if (std::abs(d[k]) >= std::abs(dl[k])) {
-      if (d[k] == T(0)) {
+    const T below = dl[k];
+    if (std::abs(pivot) >= std::abs(below)) {
+      if (pivot == T(0)) {
         info = k + 1;
         return;
       }
-      const T factor = dl[k] / d[k];
-      d[k + 1] -= factor * du[k];
+      const T factor = below / pivot;
+      pivot = d[k + 1] - factor * du[k];
       eliminate(B, k + 1, nrhs, factor);
       if (!is_last) dl[k] = 0;
     } else {
-      const T factor = d[k] / dl[k];
-      d[k] = dl[k];
-      const T below = d[k + 1];
-      d[k + 1] = du[k] - factor * below;
+      const T factor = pivot / below, beside = d[k + 1];
+      d[k] = below;
+      pivot = du[k] - factor * beside;
       if (!is_last) {
         dl[k] = du[k + 1];
         du[k + 1] = negated(factor) * dl[k];
       }
-      du[k] = below;
+      du[k] = beside;
       eliminate_exchanged(B, k + 1, nrhs, factor);
     }
+    d[k + 1] = pivot;
   }
   if (d[n - 1] == T(0)) {
     info = n;
