@@ -618,10 +618,12 @@ class NonFinite : public ReportingTest, public testing::WithParamInterface<Membe
 /// Corners, tiles and vectors in parts, and several of them with edges.
 TEST_P(NonFinite, NumbersComeOfTheFormulaAlone) {
   std::vector<Sizes> large = {{37, 21, 5}, {12, 70, 9}};
-  if (routine.has("transb")) large.push_back({4, 5, 530});  // inner products
+  if (routine.has("transb")) large.push_back({4, 5, 530});                                         // inner products
+  if (std::string(routine.name) == "hemm") large.insert(large.end(), {{420, 2, 1}, {2, 420, 1}});  // blocks of steps
   for_each_option([&](Call& call) {
     for (const Sizes sizes : {Sizes{5, 4, 3}, {3, 7, 2}}) expect_agreement(call, sizes);
-    for (const Sizes sizes : large) expect_agreement_in_places(call, sizes, is_sanitized ? 1 : 4);
+    for (const Sizes sizes : large)
+      expect_agreement_in_places(call, sizes, is_sanitized ? 1 : sizes.m * sizes.n > 800 ? 2 : 4);
   });
 }
 
