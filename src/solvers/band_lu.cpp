@@ -165,6 +165,7 @@ template <Scalar T>
 void gbtf2(Int m, Int n, Int kl, Int ku, T* ab, Int ldab, Int* ipiv, Int& info) {
   info = check_matrix(m, n, kl, ku, ldab);
   if (info != 0) return report_bad_argument<T>("GBTF2", info);
+  if (m == 0 || n == 0) return;
   BandFactorisation<T> F(m, n, kl, ku, ab, ldab);
   const Int steps = std::min(m, n);
   if (kl > narrow_band) {
@@ -191,8 +192,9 @@ struct WorkBlock {
 
 /// Columns j to j + jb - 1 while they are factored, with what the band holds around them:
 ///
-///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row
-///     exchanges A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13. A31 | A32 | A33
+///     A11 | A12 | A13     A31 is an upper triangle as far as it lies in the band, A13 a lower one.
+///     A21 | A22 | A23     What row exchanges bring beyond the band stands in the work blocks
+///     A31 | A32 | A33     L31 and U13.
 template <Scalar T>
 struct BandPanel {
   BandFactorisation<T>& F;
