@@ -304,6 +304,19 @@ TYPED_TEST(PackedCholesky, SolvesFromTheFactor) {
   }
 }
 
+TYPED_TEST(PackedCholesky, SolvesInABufferOfOneBlockOfColumns) {
+  using T = TypeParam;
+  constexpr Int n = 51, nb = 51;
+  for (const char uplo : uplos) {
+    const GuardedVector<T> factor = this->factor_of(uplo, this->definite(uplo, n));
+    GuardedMatrix<T> X = this->right_hand_sides(n, 12);
+    const MemoryRequests memory;
+    Int info = 99;
+    layer::pptrs(uplo, n, 12, factor.data(), X, info);
+    EXPECT_TRUE(memory.included(n * nb * sizeof(T)));
+  }
+}
+
 TYPED_TEST(PackedCholesky, SolvesByTheDriver) {
   using T = TypeParam;
   for (const Int n : {0, 1, 2, crossover, crossover + 1, width<T> + 1}) {
