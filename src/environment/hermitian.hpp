@@ -1,6 +1,6 @@
 #pragma once
 
-// Names under which a symmetric and a Hermitian matrix are treated alike.
+// Names under which real and complex numbers, symmetric and Hermitian matrices are treated alike.
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
@@ -38,6 +38,26 @@ Real<T> squared_length(Int n, Vector<const T> x) {
     return blas::dotc(n, x, x).real();
   } else {
     return blas::dot(n, x, x);
+  }
+}
+
+/// x^T y, or x^H y, for n elements.
+template <Scalar T>
+T inner_product(bool conjugated, Int n, Vector<const T> x, Vector<const T> y) {
+  if constexpr (ComplexScalar<T>) {
+    return conjugated ? blas::dotc(n, x, y) : blas::dotu(n, x, y);
+  } else {
+    return blas::dot(n, x, y);
+  }
+}
+
+/// A := A - x y^T for an m by n matrix.
+template <Scalar T>
+void subtract_outer_product(Int m, Int n, Vector<const T> x, Vector<const T> y, Matrix<T> A) {
+  if constexpr (ComplexScalar<T>) {
+    blas::geru(m, n, T(-1), x, y, A);
+  } else {
+    blas::ger(m, n, T(-1), x, y, A);
   }
 }
 

@@ -7,19 +7,10 @@
 
 #include <cmath>
 
+#include "environment/abs1.hpp"
 #include "environment/norms_columns.hpp"
 
 namespace nuv {
-
-/// |x|, of a complex number |re| + |im|.
-template <Scalar T>
-Real<T> abs1(T x) {
-  if constexpr (ComplexScalar<T>) {
-    return std::abs(x.real()) + std::abs(x.imag());
-  } else {
-    return std::abs(x);
-  }
-}
 
 /// y += |a| factor over the entries of a column.
 template <Scalar T>

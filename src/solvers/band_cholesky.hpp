@@ -28,7 +28,7 @@ void pbtf2(char uplo, Int n, Int kd, T* ab, Int ldab, Int& info);
 template <Scalar T>
 void xpbtrs(char uplo, Int n, Int kd, Int nrhs, const T* ab, Int ldab, T* b, Int ldb, Int& info);
 
-/// The same row by row.
+/// The same, each right-hand side by itself.
 template <Scalar T>
 void pbts2(char uplo, Int n, Int kd, Int nrhs, const T* ab, Int ldab, T* b, Int ldb, Int& info);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/quotient.hpp"
+#include "environment/abs1.hpp"
 #include "environment/block_plan.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
@@ -96,12 +97,7 @@ void eliminate_below(const BandFactorisation<T>& F, Int j, Int until) {
   if (below == 0) return;
   blas::scal(below, quotient(T(1), A(j, j)), column(A, j + 1, j));
   if (until <= j) return;
-  const Matrix<T> rest = block(A, j + 1, j + 1);
-  if constexpr (ComplexScalar<T>) {
-    blas::geru(below, until - j, T(-1), column(A, j + 1, j), row(A, j, j + 1), rest);
-  } else {
-    blas::ger(below, until - j, T(-1), column(A, j + 1, j), row(A, j, j + 1), rest);
-  }
+  subtract_outer_product<T>(below, until - j, column(A, j + 1, j), row(A, j, j + 1), block(A, j + 1, j + 1));
 }
 
 /// Step j for `below` rows below the diagonal: the same work with exchange and elimination in one pass. A column is
@@ -112,9 +108,9 @@ void narrow_step(BandFactorisation<T>& F, Int j, Int& ipiv) {
   F.clear_next_fill_in(j);
   T* const diagonal = F.A.at(j, j);
   int p = 0;
-  Real<T> largest = pivot_size(diagonal[0]);
+  Real<T> largest = abs1(diagonal[0]);
   for (int i = 1; i <= below; ++i) {
-    const Real<T> size = pivot_size(diagonal[i]);
+    const Real<T> size = abs1(diagonal[i]);
     if (size > largest) {
       largest = size;
       p = i;
@@ -165,6 +161,7 @@ template <Scalar T>
 void gbtf2(Int m, Int n, Int kl, Int ku, T* ab, Int ldab, Int* ipiv, Int& info) {
   info = check_matrix(m, n, kl, ku, ldab);
   if (info != 0) return report_bad_argument<T>("GBTF2", info);
+  if (m == 0 || n == 0) return;
   BandFactorisation<T> F(m, n, kl, ku, ab, ldab);
   const Int steps = std::min(m, n);
   if (kl > narrow_band) {
@@ -191,8 +188,9 @@ struct WorkBlock {
 
 /// Columns j to j + jb - 1 while they are factored, with what the band holds around them:
 ///
-///     A11 | A12 | A13        A31 is an upper triangle as far as it lies in the band, A13 a lower one. What row
-///     exchanges A21 | A22 | A23        bring beyond the band stands in the work blocks L31 and U13. A31 | A32 | A33
+///     A11 | A12 | A13     A31 is an upper triangle as far as it lies in the band, A13 a lower one.
+///     A21 | A22 | A23     What row exchanges bring beyond the band stands in the work blocks
+///     A31 | A32 | A33     L31 and U13.
 template <Scalar T>
 struct BandPanel {
   BandFactorisation<T>& F;
@@ -377,12 +375,7 @@ void solve_by_steps(const BandL<T>& L, char trans, Int nrhs, Matrix<T> B) {
   if (same_letter(trans, 'N')) {
     for (Int j = 1; j < L.n; ++j) {
       exchange(j);
-      const Int below = L.rows_below(j);
-      if constexpr (ComplexScalar<T>) {
-        blas::geru(below, nrhs, T(-1), column(L.A, j + 1, j), row(B, j, 1), block(B, j + 1, 1));
-      } else {
-        blas::ger(below, nrhs, T(-1), column(L.A, j + 1, j), row(B, j, 1), block(B, j + 1, 1));
-      }
+      subtract_outer_product<T>(L.rows_below(j), nrhs, column(L.A, j + 1, j), row(B, j, 1), block(B, j + 1, 1));
     }
     return;
   }

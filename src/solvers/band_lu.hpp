@@ -3,11 +3,10 @@
 // General band systems by LU factorisation with partial pivoting.
 //
 // kl, ku  diagonals below and above the main one
-// ab      (2 kl + ku + 1) by n, ldab >= 2 kl + ku + 1. Element (i, j) of the matrix stands in ab(kl + ku + 1 + i - j,
-// j);
-//         the first kl rows need not be set, and take what the row exchanges add to U, which has kl + ku diagonals
-//         above the main one. The multipliers of L stand below the diagonal, each column where it was made: later
-//         exchanges are not applied to them.
+// ab      (2 kl + ku + 1) by n, ldab >= 2 kl + ku + 1: element (i, j) of the matrix stands in
+//         ab(kl + ku + 1 + i - j, j). The first kl rows need not be set, and take what the row exchanges add to U,
+//         which has kl + ku diagonals above the main one. The multipliers of L stand below the diagonal, each column
+//         where it was made: later exchanges are not applied to them.
 // ipiv    min(m, n) row exchanges, one-based
 
 #include "base/types.hpp"

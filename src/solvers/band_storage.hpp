@@ -6,7 +6,7 @@
 // shorter by one turns the diagonals into rows: the view A(i, j) is then the element (i, j) of the matrix itself, as
 // long as it lies in the band, and what lies around a square in the band looks like a dense matrix.
 
-#include <cmath>
+#include <type_traits>
 
 #include "base/matrix.hpp"
 
@@ -28,16 +28,6 @@ void with_constant(Int count, Work work) {
     if (count < limit) return with_constant<limit - 1>(count, work);
   }
   work(std::integral_constant<int, limit>());
-}
-
-/// The measure by which a pivot is chosen: |x|, for complex numbers |re| + |im|.
-template <RealScalar T>
-T pivot_size(T x) {
-  return std::abs(x);
-}
-template <RealScalar R>
-R pivot_size(std::complex<R> x) {
-  return std::abs(x.real()) + std::abs(x.imag());
 }
 
 }  // namespace nuv

@@ -5,8 +5,7 @@
 // uplo, trans, diag   the triangle that A is ('U', 'L'); whether A, A^T or A^H ('N', 'T', 'C') is meant; whether the
 //                     diagonal counts as ones and is not read ('U') or not ('N')
 // ab                  (kd + 1) by n, ldab >= kd + 1: element (i, j) stands in ab(kd + 1 + i - j, j) of an upper
-// triangle, in
-//                     ab(1 + i - j, j) of a lower one
+//                     triangle, in ab(1 + i - j, j) of a lower one
 // b                   n by nrhs, ldb >= max(1, n)
 
 #include "base/matrix.hpp"
@@ -35,7 +34,7 @@ struct BandSolvePlan {
   Int nb;  ///< rows of a block
   Int nx;  ///< diagonals beside the main one from which blocks pay
 
-  /// name of the routine, its trans (or uplo), n and nrhs
+  /// name of the routine, its trans (or uplo), n, diagonals beside the main one and nrhs
   template <Scalar T>
   BandSolvePlan(RoutineName<T> name, char option, Int n, Int kd, Int nrhs) {
     const Tuning<T> tuning{name, {&option, 1}, n, kd, nrhs};
@@ -52,7 +51,7 @@ struct BandSolvePlan {
   std::size_t workspace(Int kd, Int nrhs) const { return std::size_t(width(kd)) * std::size_t(nrhs); }
 };
 
-/// B := op(A)^-1 B, one column of B after the other.
+/// B := op(A)^-1 B, each column of B by itself.
 template <Scalar T>
 void solve_by_columns(const BandTriangle<T>& A, char trans, Int nrhs, Matrix<T> B);
 

@@ -5,6 +5,7 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/norms_triangular.hpp"
 #include "environment/scaling.hpp"
@@ -237,21 +238,13 @@ struct BandMultipliers {
   /// x := L^-H x
   void solve_adjoint(T* x) const {
     for (Int j = n - 1; j >= 1 && kl > 0; --j) {
-      x[j - 1] -= inner_product(below(j), column(AB, diagonal_row + 1, j), {x + j, 1});
+      x[j - 1] -= inner_product<T>(true, below(j), column(AB, diagonal_row + 1, j), {x + j, 1});
       std::swap(x[j - 1], x[ipiv[j - 1] - 1]);
     }
   }
 
  private:
   Int below(Int j) const { return std::min(kl, n - j); }
-
-  static T inner_product(Int count, Vector<const T> a, Vector<const T> x) {
-    if constexpr (ComplexScalar<T>) {
-      return blas::dotc(count, a, x);
-    } else {
-      return blas::dot(count, a, x);
-    }
-  }
 };
 
 }  // namespace

@@ -13,16 +13,6 @@
 namespace nuv {
 namespace {
 
-/// A := A - x y^T for an m by n matrix.
-template <Scalar T>
-void subtract_outer_product(Int m, Int n, Vector<const T> x, Vector<const T> y, Matrix<T> A) {
-  if constexpr (ComplexScalar<T>) {
-    blas::geru(m, n, T(-1), x, y, A);
-  } else {
-    blas::ger(m, n, T(-1), x, y, A);
-  }
-}
-
 /// y^T := y^T - x^T A, or y^T - x^H A, for an m by n matrix A.
 template <Mirror mirror, Scalar T>
 void subtract_inner_products(Int m, Int n, Matrix<const T> A, Vector<const T> x, Vector<T> y) {

@@ -147,12 +147,7 @@ void factor_upper_by_columns(const PackedTriangle<T>& A, Int nb, Int& info) {
     const Int last = std::min(A.n, j + nb - 1);
     for (Int k = j; k <= A.n; ++k) {
       for (Int i = j; i <= std::min(last, k - 1); ++i) {
-        T product;
-        if constexpr (ComplexScalar<T>) {
-          product = blas::dotc(i - 1, column(A, 1, i), column(A, 1, k));
-        } else {
-          product = blas::dot(i - 1, column(A, 1, i), column(A, 1, k));
-        }
+        const T product = inner_product<T>(true, i - 1, column(A, 1, i), column(A, 1, k));
         A(i, k) = (A(i, k) - product) / std::real(A(i, i));
       }
       if (k > last) continue;

@@ -9,6 +9,7 @@
 #include "base/quotient.hpp"
 #include "blas.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/packed_storage.hpp"
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
@@ -77,20 +78,12 @@ class PackedSweep {
     const Vector<const T> a{A_.at(other, j), 1};
     const Vector<T> x{b + (other - 1), 1};
     T& bj = b[j - 1];
-    if (transposed_) bj -= product(others, a, x);
+    if (transposed_) bj -= inner_product<T>(is_conjugated(), others, a, x);
     if (!same_letter(diag_, 'U')) bj = quotient(bj, is_conjugated() ? conjugate(A_(j, j)) : A_(j, j));
     if (!transposed_) blas::axpy(others, negated(bj), a, x);
   }
 
   bool is_conjugated() const { return same_letter(trans_, 'C'); }
-
-  T product(Int n, Vector<const T> a, Vector<const T> x) const {
-    if constexpr (ComplexScalar<T>) {
-      return is_conjugated() ? blas::dotc(n, a, x) : blas::dotu(n, a, x);
-    } else {
-      return blas::dot(n, a, x);
-    }
-  }
 
   PackedTriangle<const T> A_;
   Int n_;

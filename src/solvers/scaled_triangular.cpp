@@ -6,6 +6,7 @@
 #include "base/quotient.hpp"
 #include "blas.hpp"
 #include "environment/extremes.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/norms_columns.hpp"
 #include "frame/error_report.hpp"
@@ -226,12 +227,7 @@ class CarefulSubstitution {
   }
 
   T product(Run<T> run) const {
-    const Vector<const T> a{run.entries, 1}, x{x_ + (run.first - 1), 1};
-    if constexpr (ComplexScalar<T>) {
-      return A_.is_conjugated ? blas::dotc(run.count, a, x) : blas::dotu(run.count, a, x);
-    } else {
-      return blas::dot(run.count, a, x);
-    }
+    return inner_product<T>(A_.is_conjugated, run.count, {run.entries, 1}, {x_ + (run.first - 1), 1});
   }
 
   /// The same of the scaled matrix: without the factor the products may overflow.

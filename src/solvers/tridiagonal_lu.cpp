@@ -5,12 +5,12 @@
 #include "base/matrix.hpp"
 #include "base/quotient.hpp"
 #include "blas.hpp"
+#include "environment/abs1.hpp"
 #include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
 #include "layer.hpp"
-#include "solvers/band_storage.hpp"
 
 namespace nuv {
 
@@ -21,7 +21,7 @@ void gttrf(Int n, T* dl, T* d, T* du, T* du2, Int* ipiv, Int& info) {
   if (n == 0) return;
   for (Int i = 0; i < n - 1; ++i) {
     const bool has_second = i < n - 2;
-    if (pivot_size(d[i]) >= pivot_size(dl[i])) {
+    if (abs1(d[i]) >= abs1(dl[i])) {
       ipiv[i] = i + 1;
       if (d[i] != T(0)) {
         const T factor = quotient(dl[i], d[i]);
@@ -297,7 +297,7 @@ void gtsv_small(Int n, Int nrhs, T* dl, T* d, T* du, T* b, Int ldb, Int& info) {
   if (n == 0) return;
   const Matrix<T> B{b, ldb};
   for (Int i = 0; i < n - 1; ++i) {
-    const bool has_second = i < n - 2, exchange = pivot_size(d[i]) < pivot_size(dl[i]);
+    const bool has_second = i < n - 2, exchange = abs1(d[i]) < abs1(dl[i]);
     if (!exchange && d[i] == T(0)) {
       info = i + 1;
       return;

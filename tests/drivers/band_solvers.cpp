@@ -92,6 +92,13 @@ struct DiagonalsOf {
 template <class T>
 DiagonalsOf(Matrix<T>, Int) -> DiagonalsOf<T>;
 
+/// The complex members of ?pttrs have an option more.
+template <Scalar T>
+void solve_definite(char uplo, Int n, const Real<T>* d, const T* e, Matrix<T> B, Int& info) {
+  if constexpr (ComplexScalar<T>) layer::pttrs(uplo, n, many, d, e, B, info);
+  else layer::pttrs(n, many, d, e, B, info);
+}
+
 }  // namespace
 
 void add_band_solvers(DriverList& drivers) {
@@ -179,6 +186,11 @@ void add_tridiagonal_solvers(DriverList& drivers) {
     DiagonalsOf A(c.definite("A", n), n);
     routine_call::pttrf(n, A.real.data(), A.dl.data(), c.info());
     A.put_back_definite();
+  });
+  drivers.add("pttrs", unblocked_order, [](auto c, Int n) {
+    const char uplo = c.one_of({'U', 'L'});
+    DiagonalsOf A(c.definite("A", n), n);
+    solve_definite(uplo, n, A.real.data(), A.dl.data(), c.matrix("B", n, many), c.info());
   });
   drivers.add("ptsv", unblocked_order, [](auto c, Int n) {
     DiagonalsOf A(c.definite("A", n), n);

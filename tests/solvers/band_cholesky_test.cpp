@@ -7,6 +7,7 @@
 #include "routines.hpp"
 #include "solvers/banded.hpp"
 #include "support/argument_checks.hpp"
+#include "support/memory_requests.hpp"
 
 namespace nuv::test {
 namespace {
@@ -212,6 +213,38 @@ TYPED_TEST(BandTriangles, SolvesForManyRightHandSides) {
     for (const Int nrhs : {129, 260}) {
       const GuardedMatrix<T> B = right_hand_sides<T>(this->random, size.n, nrhs);
       EXPECT_LT(solution_residual<T>(A.wide(), wide(solve('U', 'N', 'N', A, B)), wide(B)), threshold) << nrhs;
+    }
+  }
+}
+
+/// Without memory each column is solved for by itself, as it is where there are few.
+TYPED_TEST(BandTriangles, SolveByColumnsWhereMemoryIsRefused) {
+  using T = TypeParam;
+  constexpr Int n = 150, kd = 40, nrhs = 3;
+  for (const char uplo : uplos) {
+    BandMatrix<T> F = this->definite(uplo, n, kd);
+    factor(uplo, F);
+    F.ab.seal();
+    const auto expect_the_same = [&](auto solve_for) {
+      GuardedMatrix<T> X = right_hand_sides<T>(this->random, n, nrhs), one_by_one = X;
+      {
+        const MemoryRequests memory;
+        for (Int j = 1; j <= nrhs; ++j) solve_for(1, block(Matrix<T>(one_by_one), 1, j));
+        EXPECT_EQ(memory.count(), 0);
+      }
+      const MemoryRequests memory(1);
+      solve_for(nrhs, Matrix<T>(X));
+      EXPECT_EQ(memory.count(), 1);
+      EXPECT_TRUE(memory.included(kd * nrhs * sizeof(T)));
+      EXPECT_EQ(memory.kept(), 0);
+      EXPECT_TRUE(X.same_as(one_by_one)) << uplo;
+    };
+    Int info = 99;
+    expect_the_same([&](Int count, Matrix<T> X) { layer::pbtrs(uplo, n, kd, count, F.ab, X, info); });
+    EXPECT_EQ(info, 0);
+    for (const char trans : transes) {
+      expect_the_same([&](Int count, Matrix<T> X) { layer::tbtrs(uplo, trans, 'N', n, kd, count, F.ab, X, info); });
+      EXPECT_EQ(info, 0);
     }
   }
 }

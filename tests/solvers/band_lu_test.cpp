@@ -7,6 +7,7 @@
 #include "routines.hpp"
 #include "solvers/banded.hpp"
 #include "support/argument_checks.hpp"
+#include "support/memory_requests.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::test {
@@ -151,6 +152,19 @@ TYPED_TEST(BandLu, TakesBlocksForWideBandsAlone) {
   }
 }
 
+TYPED_TEST(BandLu, LeavesMatricesWithoutRows) {
+  using T = TypeParam;
+  BandMatrix<T> A = this->matrix(0, 9, {2, 1});
+  GuardedVector<Int> ipiv(0);
+  for (const bool blocked : {true, false}) {
+    Int info = 99;
+    if (blocked) layer::gbtrf(0, 9, 2, 1, A.ab, ipiv.data(), info);
+    else routine_call::gbtf2(0, 9, 2, 1, A.ab, ipiv.data(), info);
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(A.ab.unchanged());
+  }
+}
+
 TYPED_TEST(BandLu, TellsTheFirstZeroPivot) {
   using T = TypeParam;
   for (const Case& c : {Case{12, 12, {2, 3}}, {40, 40, {20, 4}}, {150, 150, {33, 70}}}) {
@@ -249,6 +263,24 @@ TYPED_TEST(BandLu, SolvesByBlocksFromThreeRightHandSidesOn) {
   EXPECT_FALSE(equal_bits(150, {40, 30}, 3));
   EXPECT_TRUE(equal_bits(150, {11, 20}, 3));
   EXPECT_FALSE(equal_bits(120, {11, 20}, 3));
+}
+
+TYPED_TEST(BandLu, SolvesByRowsWhereMemoryIsRefused) {
+  using T = TypeParam;
+  constexpr Int n = 150, kl = 40, nrhs = 3;
+  const BandFactored<T> F = factor(this->matrix(n, n, {kl, 30}));
+  const GuardedMatrix<T> B = right_hand_sides<T>(this->random, n, nrhs);
+  for (const char trans : {'N', 'T', 'C'}) {
+    const GuardedMatrix<T> by_rows = solve(trans, F, B, true);
+    const MemoryRequests memory(1);
+    EXPECT_TRUE(solve(trans, F, B).same_as(by_rows)) << trans;
+    EXPECT_EQ(memory.count(), 1);
+    EXPECT_TRUE(memory.included(kl * (kl + kl) * sizeof(T)));  // a block of L and the rows below it
+    EXPECT_EQ(memory.kept(), 0);
+  }
+  const MemoryRequests memory;
+  solve('N', F, right_hand_sides<T>(this->random, n, 2));
+  EXPECT_EQ(memory.count(), 0);
 }
 
 /// More of them are solved for in strips.

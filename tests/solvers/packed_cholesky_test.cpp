@@ -7,6 +7,7 @@
 #include "solvers/definite.hpp"
 #include "support/argument_checks.hpp"
 #include "support/described_matrices.hpp"
+#include "support/fenced_array.hpp"
 #include "support/memory_requests.hpp"
 #include "support/packed.hpp"
 #include "x_variants.hpp"
@@ -223,6 +224,31 @@ TYPED_TEST(PackedCholesky, TellsAMinorThatIsExactlyZero) {
   }
 }
 
+/// A last block of few rows is not taken for a whole one.
+TYPED_TEST(PackedCholesky, ReadsNothingBehindTheTriangle) {
+  using T = TypeParam;
+  for (const Int n : {crossover, width<T> + 1, 2 * width<T> + 3}) {
+    for (const char uplo : uplos) {
+      const GuardedVector<T> ap = packed(is_upper(uplo), this->definite(uplo, n));
+      const GuardedMatrix<T> B = this->right_hand_sides(n, 12);
+      for (const Way<T>& way : ways<T>) {
+        GuardedVector<T> factored = ap;
+        factor(way, uplo, n, factored);
+        FencedArray<T> fenced(ap);
+        const MemoryRequests memory(way.refused);
+        Int info = 99;
+        way.factor(uplo, n, fenced.data(), info);
+        EXPECT_EQ(info, 0);
+        EXPECT_TRUE(fenced.same_as(factored)) << way.name << ' ' << uplo << ", order " << n;
+        GuardedMatrix<T> X = B, expected = B;
+        layer::pptrs(uplo, n, 12, fenced.data(), X, info);
+        layer::pptrs(uplo, n, 12, factored.data(), expected, info);
+        EXPECT_TRUE(X.same_as(expected)) << way.name << ' ' << uplo << ", order " << n;
+      }
+    }
+  }
+}
+
 TYPED_TEST(PackedCholesky, DoesNothingToAnEmptyMatrix) {
   using T = TypeParam;
   Int info = 99;
@@ -275,6 +301,19 @@ TYPED_TEST(PackedCholesky, SolvesFromTheFactor) {
         EXPECT_LT(solution_residual<T>(dense, wide(X), wide(B)), threshold);
       }
     }
+  }
+}
+
+TYPED_TEST(PackedCholesky, SolvesInABufferOfOneBlockOfColumns) {
+  using T = TypeParam;
+  constexpr Int n = 51, nb = 51;
+  for (const char uplo : uplos) {
+    const GuardedVector<T> factor = this->factor_of(uplo, this->definite(uplo, n));
+    GuardedMatrix<T> X = this->right_hand_sides(n, 12);
+    const MemoryRequests memory;
+    Int info = 99;
+    layer::pptrs(uplo, n, 12, factor.data(), X, info);
+    EXPECT_TRUE(memory.included(n * nb * sizeof(T)));
   }
 }
 

@@ -66,6 +66,8 @@ void solve(char uplo, char trans, char diag, const GuardedVector<T>& ap, Guarded
   layer::tptrs(uplo, trans, diag, n, nrhs, ap.data(), B, info);
   EXPECT_EQ(info, 0);
   EXPECT_EQ(memory.count() > 0, by_blocks);
+  constexpr Int widest = std::same_as<Real<T>, float> ? 512 : 256;
+  EXPECT_EQ(memory.included(std::size_t(n) * std::min(n, widest) * sizeof(T)), by_blocks);
   EXPECT_EQ(memory.kept(), 0);
   EXPECT_TRUE(B.guards_unchanged());
   EXPECT_TRUE(ap.unchanged());
