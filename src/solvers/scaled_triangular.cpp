@@ -96,6 +96,13 @@ void sum_scaled_columns(const TriangularSystem<T>& A, Real<T> factor, Real<T>* c
   }
 }
 
+template <RealScalar R>
+R largest_of(Int n, const R* cnorm) {
+  R largest_sum = 0;
+  for (Int j = 0; j < n; ++j) largest_sum = larger_or_nan(largest_sum, cnorm[j]);
+  return largest_sum;
+}
+
 /// The power of two, at most one, that brings a finite number below a limit: a product with it is exact.
 template <RealScalar R>
 R factor_below(R limit, R number) {
@@ -110,8 +117,7 @@ template <Scalar T>
 Real<T> scale_column_sums(const TriangularSystem<T>& A, Real<T>* cnorm) {
   using R = Real<T>;
   const Int n = A.order();
-  R largest_sum = 0;
-  for (Int j = 0; j < n; ++j) largest_sum = larger_or_nan(largest_sum, cnorm[j]);
+  const R largest_sum = largest_of(n, cnorm);
   if (largest_sum <= largest<R>) return 1;
   if (largest_sum <= Machine<R>::overflow) {
     const R factor = factor_below(largest<R>, largest_sum);
@@ -274,6 +280,14 @@ Real<T> solve_scaled(const TriangularSystem<T>& A, char normin, T* x, Real<T>* c
   if (n == 0) return 1;
   if (same_letter(normin, 'N')) sum_columns(A, cnorm);
 
+  // An element's magnitude is at most twice its size, and the largest size is known up to a factor of two.
+  const R start = (ComplexScalar<T> ? 4 : 1) * largest_size(n, x);
+  // Ahead of all that looks at the elements one by one: those of the diagonal lie far apart in memory.
+  if (largest_of(n, cnorm) <= largest<R> && reciprocal_growth(A, cnorm, start) > smallest<R>) {
+    substitute();
+    return 1;
+  }
+
   R least_diagonal = 1, most_diagonal = 1;
   for (Int j = 1; j <= n && !A.is_unit; ++j) {
     least_diagonal = smaller_or_nan(least_diagonal, size(A.diagonal(j)));
@@ -281,9 +295,7 @@ Real<T> solve_scaled(const TriangularSystem<T>& A, char normin, T* x, Real<T>* c
   }
   const bool finite = most_diagonal <= Machine<R>::overflow && are_within(n, x, Machine<R>::overflow);
   const R matrix_factor = finite ? scale_column_sums(A, cnorm) : R(0);
-  // An element's magnitude is at most twice its size, and the largest size is known up to a factor of two.
-  const R start = (ComplexScalar<T> ? 4 : 1) * largest_size(n, x);
-  if (matrix_factor == 0 || (matrix_factor == 1 && reciprocal_growth(A, cnorm, start) > smallest<R>)) {
+  if (matrix_factor == 0) {
     substitute();
     return 1;
   }
