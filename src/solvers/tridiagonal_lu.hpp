@@ -14,9 +14,8 @@ namespace nuv {
 
 /// Factors a matrix of order n.
 ///
-/// info    0; -1: n was bad (reported); k: U(k, k) is the first pivot that is exactly zero (the factorisation is
-/// complete
-///         all the same, but nothing can be solved with it)
+/// info    0; -1: n was bad (reported); k: U(k, k) is the first pivot that is exactly zero; the factorisation is
+///         complete all the same, but nothing can be solved with it
 template <Scalar T>
 void gttrf(Int n, T* dl, T* d, T* du, T* du2, Int* ipiv, Int& info);
 
