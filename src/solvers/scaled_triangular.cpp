@@ -96,13 +96,6 @@ void sum_scaled_columns(const TriangularSystem<T>& A, Real<T> factor, Real<T>* c
   }
 }
 
-template <RealScalar R>
-R largest_of(Int n, const R* cnorm) {
-  R largest_sum = 0;
-  for (Int j = 0; j < n; ++j) largest_sum = larger_or_nan(largest_sum, cnorm[j]);
-  return largest_sum;
-}
-
 /// The power of two, at most one, that brings a finite number below a limit: a product with it is exact.
 template <RealScalar R>
 R factor_below(R limit, R number) {
@@ -117,7 +110,8 @@ template <Scalar T>
 Real<T> scale_column_sums(const TriangularSystem<T>& A, Real<T>* cnorm) {
   using R = Real<T>;
   const Int n = A.order();
-  const R largest_sum = largest_of(n, cnorm);
+  R largest_sum = 0;
+  for (Int j = 0; j < n; ++j) largest_sum = larger_or_nan(largest_sum, cnorm[j]);
   if (largest_sum <= largest<R>) return 1;
   if (largest_sum <= Machine<R>::overflow) {
     const R factor = factor_below(largest<R>, largest_sum);
@@ -283,7 +277,7 @@ Real<T> solve_scaled(const TriangularSystem<T>& A, char normin, T* x, Real<T>* c
   // An element's magnitude is at most twice its size, and the largest size is known up to a factor of two.
   const R start = (ComplexScalar<T> ? 4 : 1) * largest_size(n, x);
   // Ahead of all that looks at the elements one by one: those of the diagonal lie far apart in memory.
-  if (largest_of(n, cnorm) <= largest<R> && reciprocal_growth(A, cnorm, start) > smallest<R>) {
+  if (reciprocal_growth(A, cnorm, start) > smallest<R>) {
     substitute();
     return 1;
   }
