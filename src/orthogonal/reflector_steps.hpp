@@ -61,8 +61,7 @@ void apply_reflector_beyond(const StoredReflectors<T>& lines, Int line, T tau, T
                   lines.from(lines.reach(line).first, beyond.first), work);
 }
 
-// ------------------------------------------------------------------------------------------------- a block of
-// reflectors
+// ----------------------------------------------------------------------------------------------- a block of reflectors
 
 /// The factor T of a block of reflectors, as larft forms it, but for any memory: where the pool refuses some, the same
 /// T is formed without, and nobody hears of it.

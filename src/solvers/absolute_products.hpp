@@ -34,14 +34,50 @@ Real<T> product_of_magnitudes(Run<T> run, const T* x) {
   return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
+/// Whether so many columns from j on have the same rows.
+template <class Columns>
+bool are_alike(Int j, Int width, const Columns& columns) {
+  const auto run = columns(j);
+  for (Int k = 1; k < width; ++k) {
+    const auto other = columns(j + k);
+    if (other.first != run.first || other.count != run.count) return false;
+  }
+  return true;
+}
+
+/// y += |A| |x| for columns j ... of the same rows, side by side, so that y comes from memory once.
+template <Int width, Scalar T, class Columns>
+void add_magnitudes_of_columns(Int j, const Columns& columns, const T* x, Real<T>* y) {
+  const T* entries[width];
+  Real<T> factors[width];
+  for (Int k = 0; k < width; ++k) {
+    entries[k] = columns(j + k).entries;
+    factors[k] = abs1(x[j - 1 + k]);
+  }
+  const Int count = columns(j).count;
+  Real<T>* const rows = y + (columns(j).first - 1);
+#pragma GCC ivdep
+  for (Int i = 0; i < count; ++i) {
+    Real<T> sum = rows[i];
+    for (Int k = 0; k < width; ++k) sum += abs1(entries[k][i]) * factors[k];
+    rows[i] = sum;
+  }
+}
+
 /// y += |A| |x| or |A|^T |x| for a matrix of n columns.
 template <Scalar T, class Columns>
 void add_absolute_product(bool is_transposed, Int n, const Columns& columns, const T* x, Real<T>* y) {
-  for (Int j = 1; j <= n; ++j) {
+  constexpr Int width = 4;
+  for (Int j = 1; j <= n;) {
     if (is_transposed) {
       y[j - 1] += product_of_magnitudes(columns(j), x);
+      ++j;
+    } else if (j + width - 1 <= n && are_alike(j, width, columns)) {
+      add_magnitudes_of_columns<width>(j, columns, x, y);
+      j += width;
     } else {
       add_magnitudes_of_column(columns(j), abs1(x[j - 1]), y);
+      ++j;
     }
   }
 }

@@ -202,16 +202,20 @@ void gecon(char norm, Int n, const T* a, Int lda, Real<T> anorm, Real<T>& rcond,
   if (info != 0) return report_bad_argument<T>("GECON", info);
   if (is_trivial(n, anorm, rcond)) return;
 
+  // The sums that the scaled solves go by, in one pass over both factors.
+  const Matrix A{a, lda};
   Real<T>* const sums_of_l = column_sums(n, work, second);
   Real<T>* const sums_of_u = sums_of_l + n;
-  char normin = 'N';
+  for (Int j = 1; j <= n; ++j) {
+    sums_of_u[j - 1] = blas::asum(j - 1, column(A, 1, j));
+    sums_of_l[j - 1] = blas::asum(n - j, column(A, j + 1, j));
+  }
   rcond = reciprocal_condition(norm, n, anorm, work, second, [&](char trans, T* x) {
     Real<T> sl = 1, su = 1;
     const bool is_transposed = trans != 'N';
-    if (is_transposed) latrs('U', trans, 'N', normin, n, a, lda, x, su, sums_of_u, info);
-    latrs('L', trans, 'U', normin, n, a, lda, x, sl, sums_of_l, info);
-    if (!is_transposed) latrs('U', trans, 'N', normin, n, a, lda, x, su, sums_of_u, info);
-    normin = 'Y';
+    if (is_transposed) latrs('U', trans, 'N', 'Y', n, a, lda, x, su, sums_of_u, info);
+    latrs('L', trans, 'U', 'Y', n, a, lda, x, sl, sums_of_l, info);
+    if (!is_transposed) latrs('U', trans, 'N', 'Y', n, a, lda, x, su, sums_of_u, info);
     return undo_scale(n, sl * su, Machine<Real<T>>::safe_min, x);
   });
 }

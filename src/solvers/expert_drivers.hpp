@@ -15,9 +15,8 @@
 // rcond   reciprocal condition number of the (scaled) matrix
 // ferr, berr  nrhs error bounds as ?rfs gives them
 // work, second   as told; for n = 0 one element all the same where a result is left there
-// info    0; -k: argument k was bad (reported); k <= n: the factorisation came to an end there, there is no solution
-// and
-//         rcond is 0; n + 1: rcond is less than eps, everything is there
+// info    0; -k: argument k was bad (reported); k <= n: the factorisation came to an end there, there is no solution,
+//         and rcond is 0; n + 1: rcond is less than eps, everything is there
 
 #include "base/types.hpp"
 #include "solvers/inverse_norm.hpp"
@@ -26,11 +25,10 @@ namespace nuv {
 
 /// General matrix by getrf; lda, ldaf >= max(1, n).
 ///
-/// work    4n elements (real), 2n (complex);  second  n integers (real), 2n real numbers (complex). The first element
-/// of
-///         the real numbers among them returns the reciprocal pivot growth, the largest entry of A over that of U:
-///         where it is much less than 1, neither the solution nor what is said of it is to be trusted. If info is k in
-///         1 ... n, it is that of the first k columns.
+/// work    4n elements (real), 2n (complex);  second  n integers (real), 2n real numbers (complex). The first of the
+///         real numbers among them returns the reciprocal pivot growth, the largest entry of A over that of U: where it
+///         is much less than 1, neither the solution nor what is said of it is to be trusted. If info is k in 1 ... n,
+///         it is that of the first k columns.
 template <Scalar T>
 void gesvx(char fact, char trans, Int n, Int nrhs, T* a, Int lda, T* af, Int ldaf, Int* ipiv, char& equed, Real<T>* r,
            Real<T>* c, T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work,
@@ -51,9 +49,8 @@ void ppsvx(char fact, char uplo, Int n, Int nrhs, T* ap, T* afp, char& equed, Re
 
 /// Symmetric matrix by sytrf, never scaled; lda, ldaf >= max(1, n).
 ///
-/// work    lwork elements, at least max(1, 3n) (real) or max(1, 2n) (complex); the first returns the best lwork; -1
-/// asks
-///         for that and does nothing else;  second  n elements
+/// work    lwork elements, at least max(1, 3n) (real) or max(1, 2n) (complex); the first returns the best lwork, and
+///         lwork = -1 asks for that and does nothing else;  second  n elements
 template <Scalar T>
 void sysvx(char fact, char uplo, Int n, Int nrhs, const T* a, Int lda, T* af, Int ldaf, Int* ipiv, const T* b, Int ldb,
            T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work, Int lwork, SecondWork<T>* second,

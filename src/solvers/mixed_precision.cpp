@@ -69,7 +69,7 @@ class MixedSolution {
 
   /// Gives what ?gesv returns as iter.
   Int solve() {
-    // The norm takes the work of one right-hand side.
+    // The norm takes the work of one right-hand side; without any there is none to take, and nothing to compare.
     if (nrhs_ > 0) {
       const double norm = lange('I', n_, n_, A_.data, A_.ld, R_.data);
       tolerance_ = norm * Machine<double>::eps * std::sqrt(static_cast<double>(n_)) * largest_backward_error;

@@ -13,7 +13,7 @@ namespace nuv {
 /// a       n by n, lda >= max(1, n); overwritten by its factors only where all is done in double precision
 /// ipiv    n row exchanges, of the factorisation that led to X
 /// b       n by nrhs, ldb >= max(1, n);  x  n by nrhs, ldx >= max(1, n); solutions
-/// work    n by nrhs elements, at least n;  swork  n (n + nrhs) elements
+/// work    n by nrhs elements;  swork  n (n + nrhs) elements
 /// iter    >= 0: steps of refinement that were taken. All in double precision: -2: a number is too large for single
 ///         precision; -3: the single-precision factor is exactly singular; -31: refinement did not converge in 30 steps
 /// info    0; -k: argument k was bad (reported); k: U(k, k) is exactly zero in double precision, x is b
@@ -22,9 +22,8 @@ void dsgesv(Int n, Int nrhs, double* a, Int lda, Int* ipiv, const double* b, Int
 
 /// Rounds an m by n matrix to single precision.
 ///
-/// info    0; (i - 1) lda + j: a(i, j) is too large for single precision, and sa is not to be used; for n < 1 as it
-/// was.
-///         A value that does not fit in an integer is the largest one
+/// info    0; (i - 1) lda + j, or the largest integer if that is less: a(i, j) is too large for single precision, and
+///         sa is not to be used; for n < 1 as it was
 void dlag2s(Int m, Int n, const double* a, Int lda, float* sa, Int ldsa, Int& info);
 
 /// Widens an m by n matrix; info is 0.

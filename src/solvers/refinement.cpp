@@ -63,8 +63,7 @@ void pprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const T* b, In
          second);
 }
 
-// -------------------------------------------------------------------------------------------------- indefinite
-// matrices
+// ------------------------------------------------------------------------------------------------ indefinite matrices
 
 namespace {
 

@@ -270,6 +270,14 @@ Real<T> solve_scaled(const TriangularSystem<T>& A, char normin, T* x, Real<T>* c
   if (n == 0) return 1;
   if (same_letter(normin, 'N')) sum_columns(A, cnorm);
 
+  // An element's magnitude is at most twice its size, and the largest size is known up to a factor of two.
+  const R start = (ComplexScalar<T> ? 4 : 1) * largest_size(n, x);
+  // Ahead of all that looks at the elements one by one: those of the diagonal lie far apart in memory.
+  if (reciprocal_growth(A, cnorm, start) > smallest<R>) {
+    substitute();
+    return 1;
+  }
+
   R least_diagonal = 1, most_diagonal = 1;
   for (Int j = 1; j <= n && !A.is_unit; ++j) {
     least_diagonal = smaller_or_nan(least_diagonal, size(A.diagonal(j)));
@@ -277,9 +285,7 @@ Real<T> solve_scaled(const TriangularSystem<T>& A, char normin, T* x, Real<T>* c
   }
   const bool finite = most_diagonal <= Machine<R>::overflow && are_within(n, x, Machine<R>::overflow);
   const R matrix_factor = finite ? scale_column_sums(A, cnorm) : R(0);
-  // An element's magnitude is at most twice its size, and the largest size is known up to a factor of two.
-  const R start = (ComplexScalar<T> ? 4 : 1) * largest_size(n, x);
-  if (matrix_factor == 0 || (matrix_factor == 1 && reciprocal_growth(A, cnorm, start) > smallest<R>)) {
+  if (matrix_factor == 0) {
     substitute();
     return 1;
   }

@@ -118,6 +118,31 @@ void add_scaling(DriverList& drivers) {
   });
 }
 
+/// Symmetric and Hermitian ones.
+auto indefinite_driver(auto routine) {
+  return [=]<Scalar T>(CallIn<T> c, Int n) {
+    Work<T> w(n);
+    std::vector<T> af(std::size_t(n) * std::size_t(n));
+    const char uplo = c.one_of({'U', 'L'});
+    const Matrix<T> A = c.matrix("A", n, n);
+    Results<T> r(c, n);
+    routine('N', uplo, n, nrhs, A, Matrix<T>(af.data(), n), c.pivots(n), r.B, r.X, *r.rcond, r.ferr, r.berr,
+            w.first.data(), 4 * n, w.second.data(), c.info());
+  };
+}
+
+auto packed_indefinite_driver(auto routine) {
+  return [=]<Scalar T>(CallIn<T> c, Int n) {
+    Work<T> w(n);
+    const char uplo = c.one_of({'U', 'L'});
+    const std::vector<T> ap = packed(uplo, n, c.matrix("A", n, n));
+    std::vector<T> afp = ap;
+    Results<T> r(c, n);
+    routine('N', uplo, n, nrhs, ap.data(), afp.data(), c.pivots(n), r.B, r.X, *r.rcond, r.ferr, r.berr, w.first.data(),
+            w.second.data(), c.info());
+  };
+}
+
 void add_expert_drivers(DriverList& drivers) {
   drivers.add("gesvx", 140, []<Scalar T>(CallIn<T> c, Int n) {
     Work<T> w(n);
@@ -151,24 +176,10 @@ void add_expert_drivers(DriverList& drivers) {
     routine_call::ppsvx(fact, uplo, n, nrhs, ap.data(), afp.data(), equed, s.data(), r.B, r.X, *r.rcond, r.ferr, r.berr,
                         w.first.data(), w.second.data(), c.info());
   });
-  drivers.add("sysvx", 110, []<Scalar T>(CallIn<T> c, Int n) {
-    Work<T> w(n);
-    std::vector<T> af(std::size_t(n) * std::size_t(n));
-    const char uplo = c.one_of({'U', 'L'});
-    const Matrix<T> A = c.matrix("A", n, n);
-    Results<T> r(c, n);
-    routine_call::sysvx('N', uplo, n, nrhs, A, Matrix<T>(af.data(), n), c.pivots(n), r.B, r.X, *r.rcond, r.ferr, r.berr,
-                        w.first.data(), 4 * n, w.second.data(), c.info());
-  });
-  drivers.add("spsvx", 140, []<Scalar T>(CallIn<T> c, Int n) {
-    Work<T> w(n);
-    const char uplo = c.one_of({'U', 'L'});
-    const std::vector<T> ap = packed(uplo, n, c.matrix("A", n, n));
-    std::vector<T> afp = ap;
-    Results<T> r(c, n);
-    routine_call::spsvx('N', uplo, n, nrhs, ap.data(), afp.data(), c.pivots(n), r.B, r.X, *r.rcond, r.ferr, r.berr,
-                        w.first.data(), w.second.data(), c.info());
-  });
+  drivers.add("sysvx", 110, indefinite_driver([](auto&&... c) { routine_call::sysvx(c...); }));
+  drivers.add_complex("hesvx", 110, indefinite_driver([](auto&&... c) { routine_call::hesvx(c...); }));
+  drivers.add("spsvx", 140, packed_indefinite_driver([](auto&&... c) { routine_call::spsvx(c...); }));
+  drivers.add_complex("hpsvx", 140, packed_indefinite_driver([](auto&&... c) { routine_call::hpsvx(c...); }));
   drivers.add("gbsvx", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
     constexpr Int kl = 2, ku = 1;
     Work<T> w(n);

@@ -213,8 +213,7 @@ TYPED_TEST(DenseKernels, ChecksTheArgumentsOfSymv) {
   expect_report(empty, name, 5);
 }
 
-// ------------------------------------------------------------------------------------------------- what is not a
-// number
+// ------------------------------------------------------------------------------------------------ what is not a number
 
 TYPED_TEST(DenseKernels, KeepsWhatIsNotANumberInItsRow) {
   using T = TypeParam;

@@ -150,8 +150,7 @@ void fill_symmetric(Random& random, Storage& A) {
   A.array().seal();
 }
 
-// --------------------------------------------------------------------------------------------------------- what it
-// means
+// ------------------------------------------------------------------------------------------------------- what it means
 
 /// The matrix that a storage stands for: zero where it holds nothing.
 template <class Storage>

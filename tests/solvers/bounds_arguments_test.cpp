@@ -199,7 +199,7 @@ TEST_F(Checks, OfScaling) {
 
 #define NUV_FACT NUV_BAD(1, fact = 'X')
 #define NUV_NO_SCALING NUV_BAD(1, fact = 'E')
-#define NUV_EQUED(at) NUV_BAD(at, equed = 'X')
+#define NUV_EQUED(at, of_others) NUV_BAD(at, equed = 'X'), NUV_BAD(at, equed = of_others)
 #define NUV_RESULTS p.rcond, NUV_BOUNDS
 
 TEST_F(Checks, OfExpertDrivers) {
@@ -207,27 +207,27 @@ TEST_F(Checks, OfExpertDrivers) {
   NUV_CHECK(double, "DGESVX",
             gesvx(p.fact, p.trans, p.n, p.nrhs, p.A(), p.AF(), p.ipiv.data(), p.equed, p.r.data(), p.c.data(), p.B(),
                   p.X(), NUV_RESULTS),
-            NUV_FACT, NUV_TRANS(2), NUV_N(3), NUV_NRHS(4), NUV_LDA(6), NUV_LDAF(8), NUV_EQUED(10), NUV_LDB(14),
+            NUV_FACT, NUV_TRANS(2), NUV_N(3), NUV_NRHS(4), NUV_LDA(6), NUV_LDAF(8), NUV_EQUED(10, 'Y'), NUV_LDB(14),
             NUV_LDX(16))
   NUV_CHECK(double, "DGBSVX",
             gbsvx(p.fact, p.trans, p.n, p.kl, p.ku, p.nrhs, p.AB(), p.AFB(), p.ipiv.data(), p.equed, p.r.data(),
                   p.c.data(), p.B(), p.X(), NUV_RESULTS),
             NUV_FACT, NUV_TRANS(2), NUV_N(3), NUV_BAD(4, kl = -1), NUV_BAD(5, ku = -1), NUV_NRHS(6),
-            NUV_BAD(8, ldab = 2), NUV_BAD(10, ldafb = 3), NUV_EQUED(12), NUV_LDB(16), NUV_LDX(18))
+            NUV_BAD(8, ldab = 2), NUV_BAD(10, ldafb = 3), NUV_EQUED(12, 'Y'), NUV_LDB(16), NUV_LDX(18))
   NUV_CHECK(double, "DGTSVX",
             gtsvx(p.fact, p.trans, p.n, p.nrhs, p.a.data(), p.a.data(), p.a.data(), p.af.data(), p.af.data(),
                   p.af.data(), p.af.data(), p.ipiv.data(), p.B(), p.X(), NUV_RESULTS),
             NUV_FACT, NUV_NO_SCALING, NUV_TRANS(2), NUV_N(3), NUV_NRHS(4), NUV_LDB(14), NUV_LDX(16))
   NUV_CHECK(double, "DPOSVX",
             posvx(p.fact, p.uplo, p.n, p.nrhs, p.A(), p.AF(), p.equed, p.r.data(), p.B(), p.X(), NUV_RESULTS), NUV_FACT,
-            NUV_UPLO(2), NUV_N(3), NUV_NRHS(4), NUV_LDA(6), NUV_LDAF(8), NUV_EQUED(9), NUV_LDB(12), NUV_LDX(14))
+            NUV_UPLO(2), NUV_N(3), NUV_NRHS(4), NUV_LDA(6), NUV_LDAF(8), NUV_EQUED(9, 'R'), NUV_LDB(12), NUV_LDX(14))
   NUV_CHECK(double, "DPPSVX",
             ppsvx(p.fact, p.uplo, p.n, p.nrhs, p.a.data(), p.af.data(), p.equed, p.r.data(), p.B(), p.X(), NUV_RESULTS),
-            NUV_FACT, NUV_UPLO(2), NUV_N(3), NUV_NRHS(4), NUV_EQUED(7), NUV_LDB(10), NUV_LDX(12))
+            NUV_FACT, NUV_UPLO(2), NUV_N(3), NUV_NRHS(4), NUV_EQUED(7, 'B'), NUV_LDB(10), NUV_LDX(12))
   NUV_CHECK(double, "DPBSVX",
             pbsvx(p.fact, p.uplo, p.n, p.kd, p.nrhs, p.AK(), p.AKF(), p.equed, p.r.data(), p.B(), p.X(), NUV_RESULTS),
             NUV_FACT, NUV_UPLO(2), NUV_N(3), NUV_BAD(4, kd = -1), NUV_NRHS(5), NUV_BAD(7, ldkd = 1),
-            NUV_BAD(9, ldkdf = 1), NUV_EQUED(10), NUV_LDB(13), NUV_LDX(15))
+            NUV_BAD(9, ldkdf = 1), NUV_EQUED(10, 'C'), NUV_LDB(13), NUV_LDX(15))
   NUV_CHECK(double, "DPTSVX",
             ptsvx(p.fact, p.n, p.nrhs, p.df.data(), p.a.data(), p.df.data(), p.af.data(), p.B(), p.X(), p.rcond,
                   p.ferr.data(), p.berr.data(), p.work.data(), p.info),

@@ -167,8 +167,7 @@ TYPED_TEST(Equilibration, IsTheSameForABandAsForItsFullMatrix) {
   }
 }
 
-// ---------------------------------------------------------------------------------------------------- general:
-// applying
+// -------------------------------------------------------------------------------------------------- general: applying
 
 TYPED_TEST(Equilibration, ScalesWhatIsWorthWhile) {
   using T = TypeParam;
@@ -217,8 +216,7 @@ TYPED_TEST(Equilibration, LeavesEmptyMatricesAlone) {
   }
 }
 
-// ----------------------------------------------------------------------------------------- symmetric and positive
-// definite
+// ------------------------------------------------------------------------------------ symmetric and positive definite
 
 constexpr Int packed_place(bool upper, Int n, Int i, Int j) {
   return upper ? i + j * (j - 1) / 2 : i + (2 * n - j) * (j - 1) / 2;

@@ -116,6 +116,32 @@ TEST_F(MixedPrecision, TakesDoublePrecisionForNumbersTooLargeForSingle) {
   }
 }
 
+TEST_F(MixedPrecision, TakesDoublePrecisionForNumbersTooSmallForSingle) {
+  MixedCall small_matrix(random, 6, 2);
+  for (Int j = 1; j <= 6; ++j) {
+    for (Int i = 1; i <= 6; ++i) small_matrix.A(i, j) *= 0x1p-200;
+  }
+  small_matrix.A.seal();
+  expect_double_precision(small_matrix, -3);
+
+  MixedCall small_sides(random, 6, 2);
+  for (Int i = 1; i <= 6; ++i) small_sides.B(i, 2) *= 0x1p-200;
+  small_sides.B.seal();
+  expect_double_precision(small_sides, -31);
+}
+
+TEST_F(MixedPrecision, GoesOnUntilAllRightHandSidesAreSolved) {
+  for (const Int solved : {1, 2}) {
+    MixedCall call(random, 6, 2);
+    for (Int i = 1; i <= 6; ++i) call.B(i, solved) = 0;
+    call.B.seal();
+    const WideMatrix<double> A = wide(call.A);
+    call.run();
+    EXPECT_GE(call.iter, 1);
+    EXPECT_LT(solution_residual<double>(A, wide(call.X), wide(call.B)), threshold);
+  }
+}
+
 TEST_F(MixedPrecision, TakesDoublePrecisionForAMatrixSingularInSingle) {
   MixedCall call(random, 3, 1);
   for (Int j = 1; j <= 3; ++j) {
@@ -217,8 +243,7 @@ TEST_F(MixedPrecision, ChecksItsArguments) {
                                                  {9, [](CheckedCall& c) { c.ldx = 1; }}});
 }
 
-// ----------------------------------------------------------------------------------------------------------
-// conversions
+// --------------------------------------------------------------------------------------------------------- conversions
 
 TEST_F(MixedPrecision, RoundsToSingle) {
   GuardedMatrix<double> A = random_matrix<double>(random, 3, 4, 10);

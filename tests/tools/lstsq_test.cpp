@@ -167,8 +167,7 @@ TEST(Lstsq, WithoutEquationsUnknownsOrRightHandSides) {
   EXPECT_EQ(solution("nothing.mtx", "nothing.mtx"), array + "0 0\n");
 }
 
-// -------------------------------------------------------------------------------------------------------- what it
-// refuses
+// ----------------------------------------------------------------------------------------------------- what it refuses
 
 class LstsqRefuses : public testing::Test {
  protected:

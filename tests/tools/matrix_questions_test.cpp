@@ -234,8 +234,7 @@ TEST_F(MatrixQuestions, InverseOfSingularMatricesIsRefused) {
   EXPECT_NE(forced.error.find("warning            the matrix is singular to working precision"), std::string::npos);
 }
 
-// ------------------------------------------------------------------------------------------------- what all three
-// refuse
+// ----------------------------------------------------------------------------------------------- what all three refuse
 
 TEST_F(MatrixQuestions, RefuseWhatIsNoSquareMatrix) {
   folder.write("A.mtx", array + "2 1\n1\n1\n");

@@ -300,8 +300,7 @@ TEST_F(SolveMethods, RefuseExactZeroPivotsWhateverIsAskedFor) {
   }
 }
 
-// -------------------------------------------------------------------------------------------------------- mixed
-// precision
+// ----------------------------------------------------------------------------------------------------- mixed precision
 
 class MixedPrecision : public SolveMethods {
  protected:
@@ -358,8 +357,7 @@ TEST_F(MixedPrecision, RefusesWhatItIsNotFor) {
   EXPECT_TRUE(solve({"--method", "mixed", "-pd"}).succeeded());
 }
 
-// ------------------------------------------------------------------------------------------------------------- the
-// report
+// ---------------------------------------------------------------------------------------------------------- the report
 
 TEST_F(SolveMethods, TellHowTheMatrixWasScaled) {
   const auto condition = [&](const std::string& elements, const std::string& b,
