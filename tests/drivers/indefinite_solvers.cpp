@@ -4,8 +4,7 @@
 
 #include "drivers/drivers.hpp"
 #include "drivers/packed_storage.hpp"
-#include "layer.hpp"
-#include "routines.hpp"
+#include "solvers/indefinite_names.hpp"
 
 namespace nuv::test {
 namespace {
@@ -38,59 +37,74 @@ void with_packed_matrix(auto& c, Int n, auto routine) {
   in_packed_storage(uplo, n, c.matrix("A", n, n), [&](auto* ap) { routine(uplo, ap); });
 }
 
-// A family joins by the letters that its names begin with.
+/// A routine of a family that ends in those letters; Hermitian ones are complex alone.
+template <class Names, class Run>
+void add(DriverList& drivers, const char* ending, Int order, Run run) {
+  const std::string name = std::string(Names::letters) + ending;
+  if constexpr (Names::hermitian) {
+    drivers.add_complex(name, order, run);
+  } else {
+    drivers.add(name, order, run);
+  }
+}
 
-#define NUV_ADD_FULL(add, sy)                                                                                       \
-  drivers.add(#sy "trf", 150, [](auto c, Int n) {                                                                   \
-    with_panels(c, n, [&](auto* work, Int lwork) {                                                                  \
-      routine_call::sy##trf(one_of_triangles(c), n, c.matrix("A", n, n), c.pivots(n), work, lwork, c.info());       \
-    });                                                                                                             \
-  });                                                                                                               \
-  drivers.add(#sy "tf2", unblocked_order, [](auto c, Int n) {                                                       \
-    routine_call::sy##tf2(one_of_triangles(c), n, c.matrix("A", n, n), c.pivots(n), c.info());                      \
-  });                                                                                                               \
-  drivers.add(#sy "trs", 70, [](auto c, Int n) {                                                                    \
-    const char uplo = one_of_triangles(c);                                                                          \
-    const Int columns = c.one_of({nrhs, grouped_nrhs});                                                             \
-    layer::sy##trs(uplo, n, columns, c.matrix("A", n, n), no_exchanges(c, n), c.matrix("B", n, columns), c.info()); \
-  });                                                                                                               \
-  drivers.add(#sy "sv", 150, [](auto c, Int n) {                                                                    \
-    with_panels(c, n, [&](auto* work, Int lwork) {                                                                  \
-      routine_call::sy##sv(one_of_triangles(c), n, grouped_nrhs, c.matrix("A", n, n), c.pivots(n),                  \
-                           c.matrix("B", n, grouped_nrhs), work, lwork, c.info());                                  \
-    });                                                                                                             \
-  });                                                                                                               \
-  drivers.add(#sy "tri", unblocked_order, [](auto c, Int n) {                                                       \
-    routine_call::sy##tri(one_of_triangles(c), n, c.matrix("A", n, n), no_exchanges(c, n), c.scratch(n), c.info()); \
+template <class Names>
+void add_full(DriverList& drivers) {
+  add<Names>(drivers, "trf", 150, [](auto c, Int n) {
+    with_panels(c, n, [&](auto* work, Int lwork) {
+      Names::factor(one_of_triangles(c), n, c.matrix("A", n, n), c.pivots(n), work, lwork, c.info());
+    });
   });
+  add<Names>(drivers, "tf2", unblocked_order, [](auto c, Int n) {
+    Names::unblocked(one_of_triangles(c), n, c.matrix("A", n, n), c.pivots(n), c.info());
+  });
+  add<Names>(drivers, "trs", 70, [](auto c, Int n) {
+    const char uplo = one_of_triangles(c);
+    const Int columns = c.one_of({nrhs, grouped_nrhs});
+    Names::solve(uplo, n, columns, c.matrix("A", n, n), no_exchanges(c, n), c.matrix("B", n, columns), c.info());
+  });
+  add<Names>(drivers, "sv", 150, [](auto c, Int n) {
+    with_panels(c, n, [&](auto* work, Int lwork) {
+      Names::drive(one_of_triangles(c), n, grouped_nrhs, c.matrix("A", n, n), c.pivots(n),
+                   c.matrix("B", n, grouped_nrhs), work, lwork, c.info());
+    });
+  });
+  add<Names>(drivers, "tri", unblocked_order, [](auto c, Int n) {
+    Names::invert(one_of_triangles(c), n, c.matrix("A", n, n), no_exchanges(c, n), c.scratch(n), c.info());
+  });
+}
 
-#define NUV_ADD_PACKED(add, sp)                                                                                        \
-  drivers.add(#sp "trf", 150, [](auto c, Int n) {                                                                      \
-    with_packed_matrix(c, n, [&](char uplo, auto* ap) { routine_call::sp##trf(uplo, n, ap, c.pivots(n), c.info()); }); \
-  });                                                                                                                  \
-  drivers.add(#sp "trs", 70, [](auto c, Int n) {                                                                       \
-    with_packed_matrix(c, n, [&](char uplo, auto* ap) {                                                                \
-      layer::sp##trs(uplo, n, nrhs, ap, no_exchanges(c, n), c.matrix("B", n, nrhs), c.info());                         \
-    });                                                                                                                \
-  });                                                                                                                  \
-  drivers.add(#sp "sv", 150, [](auto c, Int n) {                                                                       \
-    with_packed_matrix(c, n, [&](char uplo, auto* ap) {                                                                \
-      routine_call::sp##sv(uplo, n, nrhs, ap, c.pivots(n), c.matrix("B", n, nrhs), c.info());                          \
-    });                                                                                                                \
-  });                                                                                                                  \
-  drivers.add(#sp "tri", unblocked_order, [](auto c, Int n) {                                                          \
-    with_packed_matrix(c, n, [&](char uplo, auto* ap) {                                                                \
-      routine_call::sp##tri(uplo, n, ap, no_exchanges(c, n), c.scratch(n), c.info());                                  \
-    });                                                                                                                \
+template <class Names>
+void add_packed(DriverList& drivers) {
+  add<Names>(drivers, "trf", 150, [](auto c, Int n) {
+    with_packed_matrix(c, n, [&](char uplo, auto* ap) { Names::factor(uplo, n, ap, c.pivots(n), c.info()); });
   });
+  add<Names>(drivers, "tf2", unblocked_order, [](auto c, Int n) {
+    with_packed_matrix(c, n, [&](char uplo, auto* ap) { Names::unblocked(uplo, n, ap, c.pivots(n), c.info()); });
+  });
+  add<Names>(drivers, "trs", 70, [](auto c, Int n) {
+    with_packed_matrix(c, n, [&](char uplo, auto* ap) {
+      Names::solve(uplo, n, nrhs, ap, no_exchanges(c, n), c.matrix("B", n, nrhs), c.info());
+    });
+  });
+  add<Names>(drivers, "sv", 150, [](auto c, Int n) {
+    with_packed_matrix(c, n, [&](char uplo, auto* ap) {
+      Names::drive(uplo, n, nrhs, ap, c.pivots(n), c.matrix("B", n, nrhs), c.info());
+    });
+  });
+  add<Names>(drivers, "tri", unblocked_order, [](auto c, Int n) {
+    with_packed_matrix(
+        c, n, [&](char uplo, auto* ap) { Names::invert(uplo, n, ap, no_exchanges(c, n), c.scratch(n), c.info()); });
+  });
+}
 
 }  // namespace
 
 void add_indefinite_solvers(DriverList& drivers) {
-  NUV_ADD_FULL(add, sy)
-  NUV_ADD_PACKED(add, sp)
-  NUV_ADD_FULL(add_complex, he)
-  NUV_ADD_PACKED(add_complex, hp)
+  add_full<SymmetricNames>(drivers);
+  add_packed<PackedSymmetricNames>(drivers);
+  add_full<HermitianNames>(drivers);
+  add_packed<PackedHermitianNames>(drivers);
 }
 
 }  // namespace nuv::test

@@ -6,13 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "layer.hpp"
-#include "routines.hpp"
+#include "solvers/indefinite_names.hpp"
 #include "support/options.hpp"
 #include "support/packed.hpp"
 #include "support/random.hpp"
 #include "support/wide.hpp"
-#include "x_variants.hpp"
 
 namespace nuv::test {
 
@@ -41,24 +39,6 @@ struct IndefiniteFamily {
   Drive drive;
   Factor invert;
 };
-
-/// The names of a family: those that begin with p, and that of its panel.
-#define NUV_INDEFINITE_NAMES(Names, p, panel_name)                                         \
-  struct Names {                                                                           \
-    static constexpr auto factor = [](auto&&... a) { routine_call::p##trf(a...); };        \
-    static constexpr auto unblocked = [](auto&&... a) { routine_call::p##tf2(a...); };     \
-    static constexpr auto panel = [](auto&&... a) { layer::panel_name(a...); };            \
-    static constexpr auto serial_panel = [](auto&&... a) { x_variant::panel_name(a...); }; \
-    static constexpr auto solve = [](auto&&... a) { layer::p##trs(a...); };                \
-    static constexpr auto solve_strip = [](auto&&... a) { routine_call::p##ts2(a...); };   \
-    static constexpr auto drive = [](auto&&... a) { routine_call::p##sv(a...); };          \
-    static constexpr auto invert = [](auto&&... a) { routine_call::p##tri(a...); };        \
-  };
-NUV_INDEFINITE_NAMES(SymmetricNames, sy, lasyf)
-NUV_INDEFINITE_NAMES(HermitianNames, he, lahef)
-NUV_INDEFINITE_NAMES(PackedSymmetricNames, sp, laspf)
-NUV_INDEFINITE_NAMES(PackedHermitianNames, hp, lahpf)
-#undef NUV_INDEFINITE_NAMES
 
 /// Columns of a panel that the factorisations in full storage take at most.
 inline constexpr Int full_panel = 64;
@@ -157,10 +137,10 @@ struct PackedCalls {
 };
 
 template <Scalar T, class Names, template <class, class> class Calls>
-IndefiniteFamily<T> indefinite_family(const char* letters, bool hermitian) {
+IndefiniteFamily<T> indefinite_family() {
   using Is = Calls<T, Names>;
-  return {.letters = letters,
-          .hermitian = hermitian,
+  return {.letters = Names::letters,
+          .hermitian = Names::hermitian,
           .packed = Is::packed,
           .factor = Is::factor,
           .unblocked = Is::unblocked,
@@ -174,11 +154,11 @@ IndefiniteFamily<T> indefinite_family(const char* letters, bool hermitian) {
 
 template <Scalar T>
 std::vector<IndefiniteFamily<T>> indefinite_families() {
-  std::vector<IndefiniteFamily<T>> all = {indefinite_family<T, SymmetricNames, FullCalls>("SY", false),
-                                          indefinite_family<T, PackedSymmetricNames, PackedCalls>("SP", false)};
+  std::vector<IndefiniteFamily<T>> all = {indefinite_family<T, SymmetricNames, FullCalls>(),
+                                          indefinite_family<T, PackedSymmetricNames, PackedCalls>()};
   if constexpr (ComplexScalar<T>) {
-    all.push_back(indefinite_family<T, HermitianNames, FullCalls>("HE", true));
-    all.push_back(indefinite_family<T, PackedHermitianNames, PackedCalls>("HP", true));
+    all.push_back(indefinite_family<T, HermitianNames, FullCalls>());
+    all.push_back(indefinite_family<T, PackedHermitianNames, PackedCalls>());
   }
   return all;
 }
