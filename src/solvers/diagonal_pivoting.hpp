@@ -29,6 +29,17 @@ constexpr T diagonal_element(T x) {
   return mirror == Mirror::conjugate ? T(std::real(x)) : x;
 }
 
+/// 1 / d for a block of order one of D; real for a Hermitian matrix, so that it scales both parts of what it multiplies
+/// and mixes nothing into them.
+template <Mirror mirror, Scalar T>
+constexpr auto reciprocal(T d) {
+  if constexpr (mirror == Mirror::conjugate) {
+    return 1 / std::real(d);
+  } else {
+    return quotient(T(1), d);
+  }
+}
+
 /// Rows or columns first ... last.
 struct Rows {
   Int first, last;

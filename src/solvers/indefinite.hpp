@@ -47,9 +47,8 @@ void hetf2(char uplo, Int n, T* a, Int lda, Int* ipiv, Int& info);
 /// nb      at least 2
 /// kb      the columns that were factored
 /// w       n by nb, ldw >= max(1, n), scratch
-/// info    0 or k: the block of D at k is exactly zero, or not a number: then kb is n, and the columns not factored
-/// count
-///         as blocks of order one without exchanges
+/// info    0 or k: the block of D at k is exactly zero, or not a number: then kb is n, and the columns that were not
+///         factored count as blocks of order one without exchanges
 template <Scalar T>
 void xlasyf(char uplo, Int n, Int nb, Int& kb, T* a, Int lda, Int* ipiv, T* w, Int ldw, Int& info);
 

@@ -70,10 +70,10 @@ class Elimination {
   void eliminate(Int k) {
     const Rows rest = order_.beyond(k);
     if (rest.count() <= 0) return;
-    const T reciprocal = quotient(T(1), A_(k, k));
+    const auto inverse = reciprocal<mirror>(A_(k, k));
     const Vector<T> x(A_.at(rest.first, k), 1);
-    add_outer_square<mirror, T>(order_.uplo(), rest.count(), negated(reciprocal), x, part(A_, rest));
-    blas::scal(rest.count(), reciprocal, x);
+    add_outer_square<mirror, T>(order_.uplo(), rest.count(), T(negated(inverse)), x, part(A_, rest));
+    blas::scal(rest.count(), inverse, x);
   }
 
   /// The same for a block of order two.

@@ -53,7 +53,8 @@ class Inversion {
         invert_pair(pivot);
         if (done.count() > 0) grow_by_pair(pivot, done);
       } else {
-        A_(pivot.first, pivot.first) = quotient(T(1), diagonal_element<mirror>(A_(pivot.first, pivot.first)));
+        T& d = A_(pivot.first, pivot.first);
+        d = T(reciprocal<mirror>(d));
         if (done.count() > 0) grow_by_column(pivot.first, done);
       }
       exchange<mirror>(A_, order_, pivot);

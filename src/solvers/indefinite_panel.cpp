@@ -140,7 +140,7 @@ class Panel {
     const Rows rows = order_.from(k_), beyond = order_.beyond(k_);
     blas::copy(rows.count(), W_.column(rows.first, k_), L_.column(rows.first, k_));
     if (beyond.count() == 0) return;
-    if (!is_zero) blas::scal(beyond.count(), quotient(T(1), W_(k_, k_)), L_.column(beyond.first, k_));
+    if (!is_zero) blas::scal(beyond.count(), reciprocal<mirror>(W_(k_, k_)), L_.column(beyond.first, k_));
     conjugate_beyond(k_, k_);
   }
 

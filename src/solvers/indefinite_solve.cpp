@@ -29,13 +29,7 @@ void subtract_inner_products(Int m, Int n, Matrix<const T> A, Vector<const T> x,
 template <Mirror mirror, class Triangle, Scalar T>
 void divide_by(const Triangle& A, const PivotBlock& block, Int nrhs, Matrix<T> B) {
   const Int first = block.first, last = block.last;
-  if (!block.is_pair()) {
-    if constexpr (mirror == Mirror::conjugate) {
-      return blas::scal(nrhs, 1 / std::real(A(first, first)), row(B, first, 1));
-    } else {
-      return blas::scal(nrhs, quotient(T(1), A(first, first)), row(B, first, 1));
-    }
-  }
+  if (!block.is_pair()) return blas::scal(nrhs, reciprocal<mirror>(T(A(first, first))), row(B, first, 1));
   const T coupling = A(last, first), mirrored = mirror_image<mirror>(coupling);
   const T ratio_first = quotient(T(A(first, first)), mirrored), ratio_last = quotient(T(A(last, last)), coupling);
   const T determinant = ratio_first * ratio_last - T(1);

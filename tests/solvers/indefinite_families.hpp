@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "layer.hpp"
-#include "routines.hpp"
+#include "solvers/indefinite_names.hpp"
 #include "support/options.hpp"
 #include "support/packed.hpp"
 #include "support/random.hpp"
@@ -28,113 +27,141 @@ void in_packed_storage(char uplo, GuardedMatrix<T>& A, Routine routine) {
 template <Scalar T>
 struct IndefiniteFamily {
   using Factor = Int (*)(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv);
+  using Panel = Int (*)(char uplo, Int nb, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, Int& kb);
   using Solve = Int (*)(char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B);
   using Drive = Int (*)(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, GuardedMatrix<T>& B);
 
   std::string letters;  ///< as in the names of the routines
   bool hermitian, packed;
   Factor factor, unblocked;
+  Panel panel, serial_panel;
   Solve solve, solve_strip;
   Drive drive;
   Factor invert;
 };
 
-#define NUV_FULL_FAMILY(letters, is_hermitian, p)                                                       \
-  IndefiniteFamily<T> {                                                                                 \
-    letters, is_hermitian, false,                                                                       \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                  \
-          const Int n = A.rows(), lwork = 64 * n + 1;                                                   \
-          GuardedVector<T> work(lwork);                                                                 \
-          Int info = 99;                                                                                \
-          routine_call::p##trf(uplo, n, A, ipiv.data(), work.data(), lwork, info);                      \
-          EXPECT_TRUE(work.guards_unchanged());                                                         \
-          return info;                                                                                  \
-        },                                                                                              \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                  \
-          Int info = 99;                                                                                \
-          routine_call::p##tf2(uplo, A.rows(), A, ipiv.data(), info);                                   \
-          return info;                                                                                  \
-        },                                                                                              \
-        [](char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) { \
-          Int info = 99;                                                                                \
-          layer::p##trs(uplo, F.rows(), B.columns(), F, ipiv.data(), B, info);                          \
-          return info;                                                                                  \
-        },                                                                                              \
-        [](char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) { \
-          Int info = 99;                                                                                \
-          routine_call::p##ts2(uplo, F.rows(), B.columns(), F, ipiv.data(), B, info);                   \
-          return info;                                                                                  \
-        },                                                                                              \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {             \
-          const Int n = A.rows(), lwork = 64 * n + 1;                                                   \
-          GuardedVector<T> work(lwork);                                                                 \
-          Int info = 99;                                                                                \
-          routine_call::p##sv(uplo, n, B.columns(), A, ipiv.data(), B, work.data(), lwork, info);       \
-          EXPECT_EQ(work(1), T(Real<T>(64 * n)));                                                       \
-          return info;                                                                                  \
-        },                                                                                              \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                  \
-          GuardedVector<T> work(A.rows());                                                              \
-          Int info = 99;                                                                                \
-          routine_call::p##tri(uplo, A.rows(), A, ipiv.data(), work.data(), info);                      \
-          EXPECT_TRUE(work.guards_unchanged());                                                         \
-          return info;                                                                                  \
-        }                                                                                               \
-  }
+/// Columns of a panel that the factorisations in full storage take at most.
+inline constexpr Int full_panel = 64;
 
-#define NUV_PACKED_FAMILY(letters, is_hermitian, p)                                                                    \
-  IndefiniteFamily<T> {                                                                                                \
-    letters, is_hermitian, true,                                                                                       \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                                 \
-          Int info = 99;                                                                                               \
-          in_packed_storage(uplo, A, [&](T* ap) { routine_call::p##trf(uplo, A.rows(), ap, ipiv.data(), info); });     \
-          return info;                                                                                                 \
-        },                                                                                                             \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                                 \
-          Int info = 99;                                                                                               \
-          in_packed_storage(uplo, A, [&](T* ap) { routine_call::p##tf2(uplo, A.rows(), ap, ipiv.data(), info); });     \
-          return info;                                                                                                 \
-        },                                                                                                             \
-        [](char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {                \
-          Int info = 99;                                                                                               \
-          const GuardedVector<T> ap = packed(is_upper(uplo), F);                                                       \
-          layer::p##trs(uplo, F.rows(), B.columns(), ap.data(), ipiv.data(), B, info);                                 \
-          return info;                                                                                                 \
-        },                                                                                                             \
-        [](char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {                \
-          Int info = 99;                                                                                               \
-          const GuardedVector<T> ap = packed(is_upper(uplo), F);                                                       \
-          routine_call::p##ts2(uplo, F.rows(), B.columns(), ap.data(), ipiv.data(), B, info);                          \
-          return info;                                                                                                 \
-        },                                                                                                             \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {                            \
-          Int info = 99;                                                                                               \
-          in_packed_storage(                                                                                           \
-              uplo, A, [&](T* ap) { routine_call::p##sv(uplo, A.rows(), B.columns(), ap, ipiv.data(), B, info); });    \
-          return info;                                                                                                 \
-        },                                                                                                             \
-        [](char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {                                                 \
-          GuardedVector<T> work(A.rows());                                                                             \
-          Int info = 99;                                                                                               \
-          in_packed_storage(uplo, A,                                                                                   \
-                            [&](T* ap) { routine_call::p##tri(uplo, A.rows(), ap, ipiv.data(), work.data(), info); }); \
-          EXPECT_TRUE(work.guards_unchanged());                                                                        \
-          return info;                                                                                                 \
-        }                                                                                                              \
+/// The calls of a family in full storage.
+template <Scalar T, class Names>
+struct FullCalls {
+  static constexpr bool packed = false;
+
+  static Int factor(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    GuardedVector<T> work(full_panel * A.rows() + 1);
+    Int info = 99;
+    Names::factor(uplo, A.rows(), A, ipiv.data(), work.data(), work.size(), info);
+    EXPECT_TRUE(work.guards_unchanged());
+    return info;
   }
+  static Int unblocked(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    Int info = 99;
+    Names::unblocked(uplo, A.rows(), A, ipiv.data(), info);
+    return info;
+  }
+  template <auto routine>
+  static Int panel(char uplo, Int nb, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, Int& kb) {
+    GuardedMatrix<T> W(A.rows(), nb, A.rows() + 1);
+    Int info = 99;
+    routine(uplo, A.rows(), nb, kb, A, ipiv.data(), W, info);
+    EXPECT_TRUE(W.guards_unchanged());
+    return info;
+  }
+  template <auto routine>
+  static Int solve(char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {
+    Int info = 99;
+    routine(uplo, F.rows(), B.columns(), F, ipiv.data(), B, info);
+    return info;
+  }
+  static Int drive(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {
+    const Int n = A.rows();
+    GuardedVector<T> work(full_panel * n + 1);
+    Int info = 99;
+    Names::drive(uplo, n, B.columns(), A, ipiv.data(), B, work.data(), work.size(), info);
+    EXPECT_EQ(work(1), T(Real<T>(full_panel * n)));
+    EXPECT_TRUE(work.guards_unchanged());
+    return info;
+  }
+  static Int invert(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    GuardedVector<T> work(A.rows());
+    Int info = 99;
+    Names::invert(uplo, A.rows(), A, ipiv.data(), work.data(), info);
+    EXPECT_TRUE(work.guards_unchanged());
+    return info;
+  }
+};
+
+/// The same for packed storage.
+template <Scalar T, class Names>
+struct PackedCalls {
+  static constexpr bool packed = true;
+
+  static Int factor(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    Int info = 99;
+    in_packed_storage(uplo, A, [&](T* ap) { Names::factor(uplo, A.rows(), ap, ipiv.data(), info); });
+    return info;
+  }
+  static Int unblocked(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    Int info = 99;
+    in_packed_storage(uplo, A, [&](T* ap) { Names::unblocked(uplo, A.rows(), ap, ipiv.data(), info); });
+    return info;
+  }
+  template <auto routine>
+  static Int panel(char uplo, Int nb, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, Int& kb) {
+    GuardedMatrix<T> W(A.rows() + 1, 3 * nb, A.rows() + 1);
+    Int info = 99;
+    in_packed_storage(uplo, A, [&](T* ap) { routine(uplo, A.rows(), nb, kb, ap, ipiv.data(), Matrix<T>(W), info); });
+    EXPECT_TRUE(W.guards_unchanged());
+    return info;
+  }
+  template <auto routine>
+  static Int solve(char uplo, const GuardedMatrix<T>& F, const GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {
+    Int info = 99;
+    const GuardedVector<T> ap = test::packed(is_upper(uplo), F);
+    routine(uplo, F.rows(), B.columns(), ap.data(), ipiv.data(), B, info);
+    return info;
+  }
+  static Int drive(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv, GuardedMatrix<T>& B) {
+    Int info = 99;
+    in_packed_storage(uplo, A, [&](T* ap) { Names::drive(uplo, A.rows(), B.columns(), ap, ipiv.data(), B, info); });
+    return info;
+  }
+  static Int invert(char uplo, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
+    GuardedVector<T> work(A.rows());
+    Int info = 99;
+    in_packed_storage(uplo, A, [&](T* ap) { Names::invert(uplo, A.rows(), ap, ipiv.data(), work.data(), info); });
+    EXPECT_TRUE(work.guards_unchanged());
+    return info;
+  }
+};
+
+template <Scalar T, class Names, template <class, class> class Calls>
+IndefiniteFamily<T> indefinite_family() {
+  using Is = Calls<T, Names>;
+  return {.letters = Names::letters,
+          .hermitian = Names::hermitian,
+          .packed = Is::packed,
+          .factor = Is::factor,
+          .unblocked = Is::unblocked,
+          .panel = Is::template panel<Names::panel>,
+          .serial_panel = Is::template panel<Names::serial_panel>,
+          .solve = Is::template solve<Names::solve>,
+          .solve_strip = Is::template solve<Names::solve_strip>,
+          .drive = Is::drive,
+          .invert = Is::invert};
+}
 
 template <Scalar T>
 std::vector<IndefiniteFamily<T>> indefinite_families() {
-  std::vector<IndefiniteFamily<T>> all = {NUV_FULL_FAMILY("SY", false, sy), NUV_PACKED_FAMILY("SP", false, sp)};
+  std::vector<IndefiniteFamily<T>> all = {indefinite_family<T, SymmetricNames, FullCalls>(),
+                                          indefinite_family<T, PackedSymmetricNames, PackedCalls>()};
   if constexpr (ComplexScalar<T>) {
-    all.push_back(NUV_FULL_FAMILY("HE", true, he));
-    all.push_back(NUV_PACKED_FAMILY("HP", true, hp));
+    all.push_back(indefinite_family<T, HermitianNames, FullCalls>());
+    all.push_back(indefinite_family<T, PackedHermitianNames, PackedCalls>());
   }
   return all;
 }
-
-#undef NUV_FULL_FAMILY
-#undef NUV_PACKED_FAMILY
 
 inline bool is_in_triangle(char uplo, Int i, Int j) {
   return is_upper(uplo) ? i <= j : i >= j;
@@ -261,21 +288,21 @@ WideMatrix<T> multiply_by_factors(char uplo, bool hermitian, const FactoredIndef
   return V;
 }
 
-/// ||(A - P L D L^T P^T) V|| / (||A|| ||V|| n eps), with V of two columns.
+/// ||(A - P L D L^T P^T) v|| / (||A|| ||v|| n eps) in the one-norm, times the root of n, for a random v.
 template <Scalar T>
 double indefinite_residual(char uplo, bool hermitian, const FactoredIndefinite<T>& factored) {
   const Int n = factored.A.rows();
   if (n == 0) return 0;
   Random random(5);
-  WideMatrix<T> V(n, 2);
-  for (Int i = 0; i < n; ++i) V.row(i) << wide(random.scalar<T>()), wide(random.scalar<T>());
+  WideMatrix<T> v(n, 1);
+  for (Int i = 0; i < n; ++i) v(i, 0) = wide(random.scalar<T>());
   const WideMatrix<T> A = whole_matrix(factored.A, hermitian, uplo);
-  const WideMatrix<T> R = A * V - multiply_by_factors(uplo, hermitian, factored, V);
+  const WideMatrix<T> rest = product<T>(A, v) - multiply_by_factors(uplo, hermitian, factored, v);
   const auto norm = [](const WideMatrix<T>& M) {
     return M.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>();
   };
-  const auto error = norm(R);
-  return error == 0 ? 0 : double(error / (norm(A) * norm(V) * n * epsilon<T>)) * std::sqrt(double(n));
+  const auto error = norm(rest);
+  return error == 0 ? 0 : double(error / (norm(A) * norm(v) * n * epsilon<T>)) * std::sqrt(double(n));
 }
 
 }  // namespace nuv::test

@@ -8,12 +8,14 @@
 #include "support/argument_checks.hpp"
 #include "support/described_matrices.hpp"
 #include "support/sanitized.hpp"
-#include "x_variants.hpp"
 
 namespace nuv::test {
 namespace {
 
 constexpr double threshold = 10;
+
+/// Right-hand sides that all precisions take in one strip, where the order is below 2500.
+constexpr Int narrowest_strip = 32;
 
 template <class T>
 class IndefiniteSolve : public ReportingTest {
@@ -38,7 +40,7 @@ TYPED_TEST(IndefiniteSolve, SolvesFromTheFactorsByStrips) {
           const auto factored = factor_indefinite<T>(family.factor, uplo, A);
           const WideMatrix<T> whole = whole_matrix(A, family.hermitian, uplo);
           for (const Int nrhs : {0, 1, 7, 8, 16, 70, 131}) {
-            if (nrhs > 16 && n > 33) continue;
+            if (nrhs > 16 && n != 33) continue;
             SCOPED_TRACE(testing::Message()
                          << family.letters << ' ' << uplo << ' ' << n << ", right-hand sides " << nrhs);
             const GuardedMatrix<T> B = this->right_hand_sides(n, nrhs);
@@ -47,7 +49,11 @@ TYPED_TEST(IndefiniteSolve, SolvesFromTheFactorsByStrips) {
             EXPECT_EQ(family.solve_strip(is_upper(uplo) ? 'u' : 'l', factored.F, factored.ipiv, in_one_strip), 0);
             EXPECT_TRUE(X.guards_unchanged());
             EXPECT_LT(solution_residual<T>(whole, wide(X), wide(B)), threshold);
-            EXPECT_LT(solution_residual<T>(whole, wide(in_one_strip), wide(B)), threshold);
+            if (nrhs <= narrowest_strip) {
+              EXPECT_TRUE(in_one_strip.same_as(X));
+            } else {
+              EXPECT_LT(solution_residual<T>(whole, wide(in_one_strip), wide(B)), threshold);
+            }
           }
         }
       }
@@ -96,6 +102,39 @@ TYPED_TEST(IndefiniteSolve, SolvesByTheDriver) {
       }
     }
   }
+}
+
+template <Scalar T, class Names>
+void expect_best_workspace_and_least() {
+  for (const Int n : {0, 3, 99, 130}) {
+    GuardedMatrix<T> A(n, n, n + 1), B(n, 2, n + 1);
+    for (Int i = 1; i <= n; ++i) {
+      for (Int j = 1; j <= n; ++j) A(i, j) = T(i == j ? 2 : 0);
+      B(i, 1) = B(i, 2) = T(Real<T>(2 * i));
+    }
+    A.seal();
+    B.seal();
+    GuardedVector<Int> ipiv(n);
+    for (const Int lwork : {-1, 1}) {
+      GuardedVector<T> work(1);
+      Int info = 99;
+      Names::drive('L', n, 2, A, ipiv.data(), B, work.data(), lwork, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_EQ(work(1), T(Real<T>(full_panel * n)));
+      EXPECT_TRUE(work.guards_unchanged());
+      if (lwork == -1) {
+        EXPECT_TRUE(A.unchanged() && ipiv.unchanged() && B.unchanged());
+      } else {
+        for (Int i = 1; i <= n; ++i) EXPECT_EQ(B(i, 2), T(Real<T>(i)));
+      }
+    }
+  }
+}
+
+TYPED_TEST(IndefiniteSolve, TellsTheDriversBestWorkspaceAndTakesTheLeast) {
+  using T = TypeParam;
+  expect_best_workspace_and_least<T, SymmetricNames>();
+  if constexpr (ComplexScalar<T>) expect_best_workspace_and_least<T, HermitianNames>();
 }
 
 TYPED_TEST(IndefiniteSolve, LeavesTheRightHandSidesOfASingularMatrix) {

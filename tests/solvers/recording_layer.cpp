@@ -162,6 +162,33 @@ using nuv::test::record;
     NEXT(nuv_blas_##p##herk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }
 
+/// The factorisations with diagonal pivoting. A panel without memory is a question for how much it wants.
+#define RECORDING_INDEFINITE(p, T, full, packed, full_panel, packed_panel)                                          \
+  void nuv_lapack_##p##full_panel(const char* uplo, const int* n, const int* nb, int* kb, T* a, const int* lda,     \
+                                  int* ipiv, T* w, const int* ldw, int* info, int length) {                         \
+    record(#full_panel, {uplo}, {*n, *nb});                                                                         \
+    NEXT(nuv_lapack_##p##full_panel)(uplo, n, nb, kb, a, lda, ipiv, w, ldw, info, length);                          \
+  }                                                                                                                 \
+  void nuv_lapack_##p##packed_panel(const char* uplo, const int* n, const int* nb, int* kb, T* ap, int* ipiv, T* w, \
+                                    const int* ldw, int* info, int length) {                                        \
+    if (w == nullptr) {                                                                                             \
+      record("wants of " #packed_panel, {uplo}, {*n});                                                              \
+    } else {                                                                                                        \
+      record(#packed_panel, {uplo}, {*n, *nb});                                                                     \
+    }                                                                                                               \
+    NEXT(nuv_lapack_##p##packed_panel)(uplo, n, nb, kb, ap, ipiv, w, ldw, info, length);                            \
+  }                                                                                                                 \
+  void nuv_lapack_##p##full##trs(const char* uplo, const int* n, const int* nrhs, const T* a, const int* lda,       \
+                                 const int* ipiv, T* b, const int* ldb, int* info, int length) {                    \
+    record(#full "trs", {uplo}, {*n, *nrhs});                                                                       \
+    NEXT(nuv_lapack_##p##full##trs)(uplo, n, nrhs, a, lda, ipiv, b, ldb, info, length);                             \
+  }                                                                                                                 \
+  void nuv_lapack_##p##packed##trs(const char* uplo, const int* n, const int* nrhs, const T* ap, const int* ipiv,   \
+                                   T* b, const int* ldb, int* info, int length) {                                   \
+    record(#packed "trs", {uplo}, {*n, *nrhs});                                                                     \
+    NEXT(nuv_lapack_##p##packed##trs)(uplo, n, nrhs, ap, ipiv, b, ldb, info, length);                               \
+  }
+
 #define RECORDING_PRODUCT(name, form, T)                                                                           \
   void nuv_lapack_##name(const char* side, const char* trans, const int* m, const int* n, const int* k, T* a,      \
                          const int* lda, const T* tau, T* c, const int* ldc, T* work, const int* lwork, int* info, \
@@ -183,6 +210,12 @@ RECORDING_REAL(s, float)
 RECORDING_REAL(d, double)
 RECORDING_HERMITIAN(c, nuv_complex8, float)
 RECORDING_HERMITIAN(z, nuv_complex16, double)
+RECORDING_INDEFINITE(s, float, sy, sp, lasyf, laspf)
+RECORDING_INDEFINITE(d, double, sy, sp, lasyf, laspf)
+RECORDING_INDEFINITE(c, nuv_complex8, sy, sp, lasyf, laspf)
+RECORDING_INDEFINITE(z, nuv_complex16, sy, sp, lasyf, laspf)
+RECORDING_INDEFINITE(c, nuv_complex8, he, hp, lahef, lahpf)
+RECORDING_INDEFINITE(z, nuv_complex16, he, hp, lahef, lahpf)
 RECORDING_PRODUCTS(sor, float)
 RECORDING_PRODUCTS(dor, double)
 RECORDING_PRODUCTS(cun, nuv_complex8)
