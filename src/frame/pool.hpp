@@ -72,8 +72,12 @@ class Workspace {
                   : nullptr) {}
   Workspace(const Workspace&) = delete;
   Workspace& operator=(const Workspace&) = delete;
-  ~Workspace() {
+  ~Workspace() { give_back(); }
+
+  /// Gives the memory back before the end of its scope.
+  void give_back() {
     if (data_ != nullptr) nuv_serv_deallocate(data_);
+    data_ = nullptr;
   }
 
   /// Null if the memory was refused; the routine then takes its slower path.

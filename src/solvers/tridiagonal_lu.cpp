@@ -253,11 +253,13 @@ void gtsv(Int n, Int nrhs, T* dl, T* d, T* du, T* b, Int ldb, Int& info) {
   if (n == 0) return;
   if (nrhs >= crossover<T>(n, nrhs)) {
     // The second superdiagonal of a matrix of order one has no size that could be asked for.
-    const Workspace<T> du2(static_cast<std::size_t>(n - std::ptrdiff_t{2}));
-    const Workspace<Int> ipiv(static_cast<std::size_t>(n));
+    Workspace<T> du2(static_cast<std::size_t>(n - std::ptrdiff_t{2}));
+    Workspace<Int> ipiv(static_cast<std::size_t>(n));
     if (du2.data() != nullptr && ipiv.data() != nullptr) {
       gttrf(n, dl, d, du, du2.data(), ipiv.data(), info);
       if (info == 0) layer::gttrs('N', n, nrhs, dl, d, du, du2.data(), ipiv.data(), {b, ldb}, info);
+      du2.give_back();
+      ipiv.give_back();
       return;
     }
   }
