@@ -17,8 +17,8 @@ Vector<T> part_of(T* x, Int n, Int inc, Int first, Int last) {
   return {x + std::ptrdiff_t{lowest} * std::abs(inc), inc};
 }
 
-/// Runs visit(j, column, diagonal, first, last) for each column j: its elements off the diagonal are those of rows first
-/// to last and stand at `column`, the one on it stands at `diagonal`.
+/// Runs visit(j, column, diagonal, first, last) for each column j: its elements off the diagonal are those of rows
+/// first to last and stand at `column`, the one on it stands at `diagonal`.
 template <class T, class Visit>
 void for_each_column(bool upper, Int n, Matrix<T> A, Visit visit) {
   for (Int j = 1; j <= n; ++j) {
