@@ -368,7 +368,7 @@ TEST_F(SolveMethods, TellHowTheMatrixWasScaled) {
   const std::string by = "   reciprocal, in the one norm";
   EXPECT_EQ(condition("1\n0\n0\n1\n", "1\n1\n", {}), "1" + by);
   EXPECT_EQ(condition("1e100\n0\n0\n1\n", "1\n1\n", {}), "1" + by + ", after scaling of the rows");
-  EXPECT_EQ(condition("1\n0\n1e9\n1e9\n", "1\n1\n", {}), "0.25" + by + ", after scaling of the columns");
+  EXPECT_EQ(condition("1\n0\n5e8\n1e9\n", "1\n1\n", {}), "0.333" + by + ", after scaling of the columns");
   EXPECT_EQ(condition("1e100\n0\n0\n1\n", "1\n1\n", {"--spd"}), "1" + by + ", after scaling of the diagonal to ones");
   EXPECT_EQ(condition("1e100\n0\n0\n1\n", "1\n1\n", {"--method", "band"}), "1" + by + ", after scaling of the rows");
 }
