@@ -324,7 +324,11 @@ TYPED_TEST(IndefiniteFactor, TakesAPanelOrOneColumnLess) {
           } else {
             EXPECT_TRUE(kb == nb || kb == nb - 1) << kb;
           }
-          // What is left is a matrix to go on with.
+          // What is left is a matrix to go on with, a Hermitian one with a real diagonal.
+          for (Int j = 1; family.hermitian && j <= n - kb; ++j) {
+            const Int d = is_upper(uplo) ? j : kb + j;
+            EXPECT_EQ(std::imag(factored.F(d, d)), 0);
+          }
           factor_rest(family.unblocked, uplo, kb, factored);
           EXPECT_LT(indefinite_residual<T>(uplo, family.hermitian, factored), threshold);
         }
