@@ -121,16 +121,6 @@ void for_each_block_backwards(const EliminationOrder& order, Int last, const Int
   }
 }
 
-/// What the choice of a pivot measures elements by.
-template <RealScalar T>
-T pivot_size(T x) {
-  return std::abs(x);
-}
-template <RealScalar R>
-R pivot_size(std::complex<R> x) {
-  return std::abs(x.real()) + std::abs(x.imag());
-}
-
 /// (1 + sqrt(17)) / 8: balances the growth that one pivot of order two allows with that of two pivots of order one.
 template <RealScalar R>
 inline constexpr R pivot_alpha = R(0.6403882032022076);

@@ -16,7 +16,7 @@
 namespace nuv {
 namespace {
 
-/// Copies a packed triangle of order n, whose size need not fit in an Int, column by column.
+/// Copies a packed triangle of order n, whose size need not fit in an Int.
 template <Scalar T>
 void copy_packed(Int n, const T* from, T* to) {
   const std::ptrdiff_t size = std::ptrdiff_t{n} * (std::ptrdiff_t{n} + 1) / 2;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
+#include "environment/abs1.hpp"
 #include "environment/block_plan.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
@@ -47,20 +48,20 @@ class Elimination {
     Real<T> column_max = 0;
     if (beyond.count() > 0) {
       largest = row_of_largest(beyond, A_.at(beyond.first, k));
-      column_max = pivot_size(A_(largest, k));
+      column_max = abs1(A_(largest, k));
     }
     return choose_pivot(k, diagonal_size(k), largest, column_max, [&](Int row) {
       const Rows earlier = order_.upper() ? Rows{row + 1, k} : Rows{k, row - 1}, later = order_.beyond(row);
       Real<T> size = 0;
-      for (Int j = earlier.first; j <= earlier.last; ++j) size = std::max(size, pivot_size(A_(row, j)));
+      for (Int j = earlier.first; j <= earlier.last; ++j) size = std::max(size, abs1(A_(row, j)));
       if (later.count() > 0) {
-        size = std::max(size, pivot_size(A_(row_of_largest(later, A_.at(later.first, row)), row)));
+        size = std::max(size, abs1(A_(row_of_largest(later, A_.at(later.first, row)), row)));
       }
       return RowSizes<Real<T>>{diagonal_size(row), size};
     });
   }
 
-  Real<T> diagonal_size(Int k) const { return pivot_size(diagonal_element<mirror>(A_(k, k))); }
+  Real<T> diagonal_size(Int k) const { return abs1(diagonal_element<mirror>(A_(k, k))); }
 
   void clear_imaginary_parts(const PivotBlock& block) {
     for (const Int k : {block.first, block.last, block.row}) A_(k, k) = diagonal_element<mirror>(A_(k, k));

@@ -9,18 +9,6 @@
 namespace nuv {
 namespace {
 
-/// x^T y, or x^H y.
-template <Mirror mirror, Scalar T>
-T inner_product(Int n, Vector<const T> x, Vector<const T> y) {
-  if constexpr (RealScalar<T>) {
-    return blas::dot(n, x, y);
-  } else if constexpr (mirror == Mirror::conjugate) {
-    return blas::dotc(n, x, y);
-  } else {
-    return blas::dotu(n, x, y);
-  }
-}
-
 /// What the elements of a block of order two are divided by, so that no product of them leaves the range.
 template <Mirror mirror, Scalar T>
 T scale_of_pair(T coupling) {
@@ -81,13 +69,13 @@ class Inversion {
     const Vector<T> x = column(done, k), multipliers{work_, 1};
     blas::copy(done.count(), x, multipliers);
     multiply<mirror, T>(order_.uplo(), done.count(), T(-1), part(A_, done), multipliers, x);
-    A_(k, k) -= diagonal_element<mirror>(inner_product<mirror, T>(done.count(), multipliers, x));
+    A_(k, k) -= diagonal_element<mirror>(inner_product<T>(mirror == Mirror::conjugate, done.count(), multipliers, x));
   }
 
   void grow_by_pair(const PivotBlock& pivot, Rows done) const {
     grow_by_column(pivot.last, done);
-    A_(pivot.last, pivot.first) -=
-        inner_product<mirror, T>(done.count(), column(done, pivot.last), column(done, pivot.first));
+    A_(pivot.last, pivot.first) -= inner_product<T>(mirror == Mirror::conjugate, done.count(), column(done, pivot.last),
+                                                    column(done, pivot.first));
     grow_by_column(pivot.first, done);
   }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "environment/abs1.hpp"
 #include "solvers/indefinite.hpp"
 #include "solvers/stored_triangle.hpp"
 
@@ -106,17 +107,17 @@ class Panel {
     Real<T> column_max = 0;
     if (beyond.count() > 0) {
       largest = row_of_largest(beyond, W_.at(beyond.first, k_));
-      column_max = pivot_size(W_(largest, k_));
+      column_max = abs1(W_(largest, k_));
     }
-    return choose_pivot(k_, pivot_size(W_(k_, k_)), largest, column_max, [&](Int row) {
+    return choose_pivot(k_, abs1(W_(k_, k_)), largest, column_max, [&](Int row) {
       const Int into = order_.next(k_);
       take(row, into);
       const Rows earlier = order_.upper() ? Rows{row + 1, k_} : Rows{k_, row - 1}, later = order_.beyond(row);
-      Real<T> size = pivot_size(W_(row_of_largest(earlier, W_.at(earlier.first, into)), into));
+      Real<T> size = abs1(W_(row_of_largest(earlier, W_.at(earlier.first, into)), into));
       if (later.count() > 0) {
-        size = std::max(size, pivot_size(W_(row_of_largest(later, W_.at(later.first, into)), into)));
+        size = std::max(size, abs1(W_(row_of_largest(later, W_.at(later.first, into)), into)));
       }
-      return RowSizes<Real<T>>{pivot_size(W_(row, into)), size};
+      return RowSizes<Real<T>>{abs1(W_(row, into)), size};
     });
   }
 

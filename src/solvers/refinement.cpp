@@ -43,8 +43,8 @@ void porfs(char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int lda
   if (info != 0) return report_bad_argument<T>("PORFS", info);
 
   const auto solve = [&](char, T* r) { potrs(uplo, n, 1, af, ldaf, r, n, info); };
-  refine(Factored{HermitianProduct<T>{uplo, n, {a, lda}}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
-         second);
+  refine(Factored{MirroredProduct<hermitian_mirror<T>, T>{uplo, n, {a, lda}}, solve}, 'N',
+         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
 }
 
 template <Scalar T>
@@ -59,25 +59,13 @@ void pprfs(char uplo, Int n, Int nrhs, const T* ap, const T* afp, const T* b, In
   if (info != 0) return report_bad_argument<T>("PPRFS", info);
 
   const auto solve = [&](char, T* r) { layer::pptrs(uplo, n, 1, afp, Matrix{r, n}, info); };
-  refine(Factored{PackedHermitianProduct<T>{uplo, n, ap}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work,
-         second);
+  refine(Factored{PackedMirroredProduct<hermitian_mirror<T>, T>{uplo, n, ap}, solve}, 'N',
+         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
 }
 
 // ------------------------------------------------------------------------------------------------ indefinite matrices
 
 namespace {
-
-/// The products of a matrix by how it is mirrored. Real symmetric matrices are Hermitian.
-template <Mirror mirror, Scalar T>
-struct Products {
-  using Full = HermitianProduct<T>;
-  using Packed = PackedHermitianProduct<T>;
-};
-template <ComplexScalar T>
-struct Products<Mirror::plain, T> {
-  using Full = SymmetricProduct<T>;
-  using Packed = PackedSymmetricProduct<T>;
-};
 
 template <Mirror mirror, Scalar T>
 void refine_indefinite(const char (&name)[6], char uplo, Int n, Int nrhs, const T* a, Int lda, const T* af, Int ldaf,
@@ -94,8 +82,8 @@ void refine_indefinite(const char (&name)[6], char uplo, Int n, Int nrhs, const 
   if (info != 0) return report_bad_argument<T>(name, info);
 
   const auto solve = [&](char, T* r) { solve_indefinite<mirror, T>(uplo, n, 1, {af, ldaf}, ipiv, {r, n}); };
-  refine(Factored{typename Products<mirror, T>::Full{uplo, n, {a, lda}}, solve}, 'N',
-         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+  refine(Factored{MirroredProduct<mirror, T>{uplo, n, {a, lda}}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr},
+         work, second);
 }
 
 template <Mirror mirror, Scalar T>
@@ -111,8 +99,8 @@ void refine_packed(const char (&name)[6], char uplo, Int n, Int nrhs, const T* a
   if (info != 0) return report_bad_argument<T>(name, info);
 
   const auto solve = [&](char, T* r) { solve_packed<mirror, T>(uplo, n, 1, afp, ipiv, {r, n}); };
-  refine(Factored{typename Products<mirror, T>::Packed{uplo, n, ap}, solve}, 'N',
-         {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr}, work, second);
+  refine(Factored{PackedMirroredProduct<mirror, T>{uplo, n, ap}, solve}, 'N', {n, nrhs, {b, ldb}, {x, ldx}, ferr, berr},
+         work, second);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "frame/option_matching.hpp"
 #include "solvers/absolute_products.hpp"
 #include "solvers/complex_symmetric_products.hpp"
+#include "solvers/diagonal_pivoting.hpp"
 #include "solvers/tridiagonal_lu.hpp"
 
 namespace nuv {
@@ -73,8 +74,9 @@ struct GeneralBandProduct {
   }
 };
 
-template <Scalar T>
-struct HermitianProduct {
+/// A symmetric or Hermitian matrix.
+template <Mirror mirror, Scalar T>
+struct MirroredProduct {
   char uplo;
   Int n;
   Matrix<const T> A;
@@ -84,21 +86,24 @@ struct HermitianProduct {
 
   void residual(char, const T* b, const T* x, T* r) const {
     blas::copy(n, {b, 1}, Vector{r, 1});
-    if constexpr (ComplexScalar<T>) {
+    if constexpr (RealScalar<T>) {
+      blas::symv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
+    } else if constexpr (mirror == Mirror::conjugate) {
       blas::hemv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
     } else {
-      blas::symv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
+      symv(uplo, n, T(-1), A.data, A.ld, x, 1, T(1), r, 1);
     }
   }
 
   void add_magnitudes(char, const T* x, Real<T>* y) const {
     const bool upper = same_letter(uplo, 'U');
-    add_absolute_product_symmetric(upper, true, n, TrapezoidColumns<T>{upper, n, A}, x, y);
+    add_absolute_product_symmetric(upper, mirror == Mirror::conjugate, n, TrapezoidColumns<T>{upper, n, A}, x, y);
   }
 };
 
-template <Scalar T>
-struct PackedHermitianProduct {
+/// The same in packed storage.
+template <Mirror mirror, Scalar T>
+struct PackedMirroredProduct {
   char uplo;
   Int n;
   const T* ap;
@@ -108,16 +113,18 @@ struct PackedHermitianProduct {
 
   void residual(char, const T* b, const T* x, T* r) const {
     blas::copy(n, {b, 1}, Vector{r, 1});
-    if constexpr (ComplexScalar<T>) {
+    if constexpr (RealScalar<T>) {
+      blas::spmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
+    } else if constexpr (mirror == Mirror::conjugate) {
       blas::hpmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
     } else {
-      blas::spmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
+      spmv(uplo, n, T(-1), ap, x, 1, T(1), r, 1);
     }
   }
 
   void add_magnitudes(char, const T* x, Real<T>* y) const {
     const bool upper = same_letter(uplo, 'U');
-    add_absolute_product_symmetric(upper, true, n, PackedColumns<T>{upper, n, ap}, x, y);
+    add_absolute_product_symmetric(upper, mirror == Mirror::conjugate, n, PackedColumns<T>{upper, n, ap}, x, y);
   }
 };
 
@@ -143,46 +150,6 @@ struct HermitianBandProduct {
   void add_magnitudes(char, const T* x, Real<T>* y) const {
     const bool upper = same_letter(uplo, 'U');
     add_absolute_product_symmetric(upper, true, n, band_triangle(upper, n, kd, AB), x, y);
-  }
-};
-
-template <ComplexScalar T>
-struct SymmetricProduct {
-  char uplo;
-  Int n;
-  Matrix<const T> A;
-
-  Int order() const { return n; }
-  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
-
-  void residual(char, const T* b, const T* x, T* r) const {
-    blas::copy(n, {b, 1}, Vector{r, 1});
-    symv(uplo, n, T(-1), A.data, A.ld, x, 1, T(1), r, 1);
-  }
-
-  void add_magnitudes(char, const T* x, Real<T>* y) const {
-    const bool upper = same_letter(uplo, 'U');
-    add_absolute_product_symmetric(upper, false, n, TrapezoidColumns<T>{upper, n, A}, x, y);
-  }
-};
-
-template <ComplexScalar T>
-struct PackedSymmetricProduct {
-  char uplo;
-  Int n;
-  const T* ap;
-
-  Int order() const { return n; }
-  std::int64_t most_terms() const { return std::int64_t{n} + 1; }
-
-  void residual(char, const T* b, const T* x, T* r) const {
-    blas::copy(n, {b, 1}, Vector{r, 1});
-    spmv(uplo, n, T(-1), ap, x, 1, T(1), r, 1);
-  }
-
-  void add_magnitudes(char, const T* x, Real<T>* y) const {
-    const bool upper = same_letter(uplo, 'U');
-    add_absolute_product_symmetric(upper, false, n, PackedColumns<T>{upper, n, ap}, x, y);
   }
 };
 

@@ -4,6 +4,7 @@
 
 #include "drivers/drivers.hpp"
 #include "routines.hpp"
+#include "support/packed.hpp"
 
 namespace nuv::test {
 namespace {
@@ -26,9 +27,7 @@ struct Work {
 template <Scalar T>
 std::vector<T> packed(char uplo, Int n, Matrix<T> A) {
   std::vector<T> ap;
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = uplo == 'U' ? 1 : j; i <= (uplo == 'U' ? j : n); ++i) ap.push_back(A(i, j));
-  }
+  for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int) { ap.push_back(A(i, j)); });
   return ap;
 }
 

@@ -176,10 +176,6 @@ inline Int random_ld(Random& random, Int m) {
   return std::max(1, m) + random.integer(0, 5);
 }
 
-inline bool is_in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
-}
-
 /// A triangle of a symmetric or Hermitian matrix; guards elsewhere, and as the imaginary parts of a Hermitian diagonal.
 template <Scalar T>
 GuardedMatrix<T> random_stored_triangle(Random& random, char uplo, Int n, Int ld) {

@@ -27,10 +27,6 @@ std::vector<Int> orders() {
   return all;
 }
 
-bool is_in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
-}
-
 template <RealScalar T>
 Int run_kernel(char uplo, Int n, GuardedMatrix<T>& A, GuardedVector<Int>& ipiv) {
   Int info = 12345;

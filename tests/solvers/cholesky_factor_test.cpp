@@ -89,19 +89,11 @@ TYPED_TEST(Cholesky, IsTheSameThroughTheLayerAndBesideIt) {
 TYPED_TEST(Cholesky, IsExactWhereEveryStepIs) {
   using T = TypeParam;
   // Elements min(i, j) have a factor of ones; turned by powers of i, one of powers of i.
-  const auto turn = [](Int quarters) {
-    if constexpr (ComplexScalar<T>) {
-      constexpr Real<T> part[] = {1, 0, -1, 0};
-      return T(part[quarters % 4], part[(quarters + 3) % 4]);
-    } else {
-      return T(1);
-    }
-  };
   for (const Int n : definite_orders<T>()) {
     for (const char uplo : uplos) {
       GuardedMatrix<T> A(n, n, n + 2);
       for (Int j = 1; j <= n; ++j) {
-        for (Int i = j; i <= n; ++i) lower_element(A, uplo, i, j) = T(Real<T>(j)) * turn(i - j);
+        for (Int i = j; i <= n; ++i) lower_element(A, uplo, i, j) = T(Real<T>(j)) * power_of_i<T>(i - j);
       }
       A.seal();
       for (const Member<T>& member : members<T>) {
@@ -109,7 +101,8 @@ TYPED_TEST(Cholesky, IsExactWhereEveryStepIs) {
         EXPECT_EQ(factor(member, uplo, F), 0);
         for (Int j = 1; j <= n; ++j) {
           for (Int i = j; i <= n; ++i) {
-            ASSERT_EQ(lower_element(F, uplo, i, j), turn(i - j)) << member.name << ' ' << i << ", " << j << " of " << n;
+            ASSERT_EQ(lower_element(F, uplo, i, j), power_of_i<T>(i - j))
+                << member.name << ' ' << i << ", " << j << " of " << n;
           }
         }
       }

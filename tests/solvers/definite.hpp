@@ -33,8 +33,15 @@ auto& lower_element(SomeMatrix& A, char uplo, Int i, Int j) {
   return is_upper(uplo) ? A(j, i) : A(i, j);
 }
 
-inline bool is_in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
+/// The imaginary unit to some power, one in real precisions.
+template <Scalar T>
+T power_of_i(Int power) {
+  if constexpr (ComplexScalar<T>) {
+    constexpr Real<T> part[] = {1, 0, -1, 0};
+    return T(part[power % 4], part[(power + 3) % 4]);
+  } else {
+    return T(1);
+  }
 }
 
 /// Whether nothing was written outside the triangle.

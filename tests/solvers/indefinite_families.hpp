@@ -163,10 +163,6 @@ std::vector<IndefiniteFamily<T>> indefinite_families() {
   return all;
 }
 
-inline bool is_in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
-}
-
 template <Scalar T>
 testing::AssertionResult stayed_in_triangle(char uplo, const GuardedMatrix<T>& A) {
   return A.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); });

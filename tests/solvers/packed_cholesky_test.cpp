@@ -122,20 +122,12 @@ TYPED_TEST(PackedCholesky, IsTheSameThroughTheLayerAndBesideIt) {
 TYPED_TEST(PackedCholesky, IsExactWhereEveryStepIs) {
   using T = TypeParam;
   // Elements min(i, j) have a factor of ones; turned by powers of i, one of powers of i.
-  const auto turn = [](Int quarters) {
-    if constexpr (ComplexScalar<T>) {
-      constexpr Real<T> part[] = {1, 0, -1, 0};
-      return T(part[quarters % 4], part[(quarters + 3) % 4]);
-    } else {
-      return T(1);
-    }
-  };
   for (const Int n : packed_orders<T>()) {
     for (const char uplo : uplos) {
       GuardedMatrix<T> A(n, n, n + 2);
       for (Int j = 1; j <= n; ++j) {
         for (Int i = j; i <= n; ++i) {
-          const T element = T(Real<T>(j)) * turn(i - j);
+          const T element = T(Real<T>(j)) * power_of_i<T>(i - j);
           lower_element(A, uplo, i, j) = is_upper(uplo) ? conjugate(element) : element;
         }
       }
@@ -145,7 +137,7 @@ TYPED_TEST(PackedCholesky, IsExactWhereEveryStepIs) {
         const GuardedMatrix<T> F = unpacked(is_upper(uplo), n, ap);
         for (Int j = 1; j <= n; ++j) {
           for (Int i = j; i <= n; ++i) {
-            const T expected = is_upper(uplo) ? conjugate(turn(i - j)) : turn(i - j);
+            const T expected = is_upper(uplo) ? conjugate(power_of_i<T>(i - j)) : power_of_i<T>(i - j);
             ASSERT_EQ(lower_element(F, uplo, i, j), expected) << way.name << ' ' << i << ", " << j << " of " << n;
           }
         }

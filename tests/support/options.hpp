@@ -14,6 +14,9 @@ inline constexpr char sides[] = {'L', 'R'};
 inline bool is_upper(char uplo) {
   return same_letter(uplo, 'U');
 }
+inline bool is_in_triangle(char uplo, int i, int j) {
+  return is_upper(uplo) ? i <= j : i >= j;
+}
 inline bool is_unit(char diag) {
   return same_letter(diag, 'U');
 }

@@ -25,10 +25,6 @@ std::vector<Int> some_sizes() {
   return is_sanitized ? std::vector<Int>{0, 1, 5, 26} : std::vector<Int>{0, 1, 3, 8, 25, 49, 70};
 }
 
-bool in_triangle(char uplo, Int i, Int j) {
-  return is_upper(uplo) ? i <= j : i >= j;
-}
-
 /// Random entries in a triangle of a matrix of order n; guards elsewhere.
 template <Scalar T>
 GuardedMatrix<T> random_part(Random& random, char uplo, Int n, Int ld) {
@@ -36,7 +32,7 @@ GuardedMatrix<T> random_part(Random& random, char uplo, Int n, Int ld) {
   GuardedMatrix<T> part(n, n, ld);
   for (Int j = 1; j <= n; ++j) {
     for (Int i = 1; i <= n; ++i) {
-      if (in_triangle(uplo, i, j)) part(i, j) = all(i, j);
+      if (is_in_triangle(uplo, i, j)) part(i, j) = all(i, j);
     }
   }
   part.seal();
@@ -50,7 +46,7 @@ WideMatrix<T> whole(bool hermitian, char uplo, const GuardedMatrix<T>& A) {
   WideMatrix<T> full(n, n);
   for (Int j = 1; j <= n; ++j) {
     for (Int i = 1; i <= n; ++i) {
-      T x = in_triangle(uplo, i, j) ? A(i, j) : hermitian ? conjugate(A(j, i)) : A(j, i);
+      T x = is_in_triangle(uplo, i, j) ? A(i, j) : hermitian ? conjugate(A(j, i)) : A(j, i);
       if (hermitian && i == j) x = T(std::real(x));
       full(i - 1, j - 1) = wide(x);
     }
@@ -145,7 +141,7 @@ void check_update(Random& random, bool hermitian, bool rank_2k, char uplo, char 
 
   EXPECT_TRUE(A.unchanged());
   EXPECT_TRUE(B.unchanged());
-  EXPECT_TRUE(C.unchanged_except([&](Int i, Int j) { return in_triangle(uplo, i, j); }));
+  EXPECT_TRUE(C.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); }));
   for (Int j = 1; hermitian && !untouched && j <= n; ++j) EXPECT_EQ(std::imag(C(j, j)), 0);
   EXPECT_LT(expected.error_of(whole(hermitian && !untouched, uplo, C)), kernel_threshold);
 }
