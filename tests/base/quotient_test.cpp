@@ -7,6 +7,7 @@
 
 #include "support/guarded.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {
@@ -17,7 +18,6 @@ class Quotient : public testing::Test {
  protected:
   static constexpr R inf = std::numeric_limits<R>::infinity();
 };
-using RealPrecisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Quotient, RealPrecisions, PrecisionLetter);
 
 TYPED_TEST(Quotient, OfRealsIsTheirDivision) {

@@ -33,6 +33,13 @@ class DriverList {
     add_in<std::complex<double>>(name, order, run);
   }
 
+  /// A routine that has real members alone.
+  template <class Run>
+  void add_real(const std::string& name, Int order, Run run) {
+    add_in<float>(name, order, run);
+    add_in<double>(name, order, run);
+  }
+
   /// A routine that has complex members alone.
   template <class Run>
   void add_complex(const std::string& name, Int order, Run run) {

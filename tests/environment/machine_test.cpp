@@ -14,12 +14,10 @@
 #include "environment/machine.hpp"
 #include "environment/service_math.hpp"
 #include "routines.hpp"
-#include "support/precisions.hpp"
+#include "support/real_precisions.hpp"
 
 namespace nuv::test {
 namespace {
-
-using Reals = testing::Types<float, double>;
 
 constexpr Logical yes = -1, no = 0;
 
@@ -61,7 +59,7 @@ TEST(Lamch, LooksAtTheFirstCharacterAlone) {
 
 template <class R>
 class MachineParameters : public testing::Test {};
-TYPED_TEST_SUITE(MachineParameters, Reals, PrecisionLetter);
+TYPED_TEST_SUITE(MachineParameters, RealPrecisions, PrecisionLetter);
 
 TYPED_TEST(MachineParameters, AreThoseOfTheFormat) {
   using R = TypeParam;

@@ -9,8 +9,8 @@
 #include <sstream>
 #include <string>
 
-#include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/sanitized.hpp"
 
 namespace nuv::test {
@@ -158,9 +158,6 @@ class NumberSource {
   R base_ = 0;
   bool near_ = false;
 };
-
-using RealPrecisions = testing::Types<float, double>;
-using ComplexPrecisions = testing::Types<std::complex<float>, std::complex<double>>;
 
 /// How many random cases a test takes.
 inline const int cases = is_sanitized ? 10000 : 40000;

@@ -10,6 +10,7 @@
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 
 namespace nuv::test {
 namespace {
@@ -19,7 +20,6 @@ class Sorting : public ReportingTest {
  protected:
   Random random{27};
 };
-using RealPrecisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Sorting, RealPrecisions, PrecisionLetter);
 
 /// Orders of the input, as a function of place and length.

@@ -8,8 +8,8 @@
 
 #include "routines.hpp"
 #include "support/guarded.hpp"
-#include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 
 namespace nuv::test {
 namespace {
@@ -57,11 +57,9 @@ const std::uint64_t some_seeds[] = {1,
                                     modulus / 2 + 1,
                                     (std::uint64_t{1998} << 36) + (std::uint64_t{56} << 24) + (2013 << 12) + 1979};
 
-using Reals = testing::Types<float, double>;
-
 template <class T>
 class Uniform : public testing::Test {};
-TYPED_TEST_SUITE(Uniform, Reals, PrecisionLetter);
+TYPED_TEST_SUITE(Uniform, RealPrecisions, PrecisionLetter);
 
 template <class T>
 class Distributions : public testing::Test {};

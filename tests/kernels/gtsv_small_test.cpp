@@ -4,8 +4,8 @@
 
 #include "blas.hpp"
 #include "support/argument_checks.hpp"
-#include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {
@@ -16,8 +16,7 @@ class GtsvSmall : public ReportingTest {
  protected:
   Random random{25};
 };
-using GtsvSmallPrecisions = testing::Types<float, double>;
-TYPED_TEST_SUITE(GtsvSmall, GtsvSmallPrecisions, PrecisionLetter);
+TYPED_TEST_SUITE(GtsvSmall, RealPrecisions, PrecisionLetter);
 
 template <RealScalar T>
 struct System {

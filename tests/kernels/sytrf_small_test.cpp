@@ -5,8 +5,8 @@
 
 #include "blas.hpp"
 #include "support/options.hpp"
-#include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {
@@ -17,8 +17,7 @@ class SytrfSmall : public testing::Test {
  protected:
   Random random{27};
 };
-using SytrfSmallPrecisions = testing::Types<float, double>;
-TYPED_TEST_SUITE(SytrfSmall, SytrfSmallPrecisions, PrecisionLetter);
+TYPED_TEST_SUITE(SytrfSmall, RealPrecisions, PrecisionLetter);
 
 std::vector<Int> orders() {
   std::vector<Int> all;

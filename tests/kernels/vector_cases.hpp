@@ -7,14 +7,11 @@
 #include <vector>
 
 #include "support/guarded.hpp"
-#include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {
-
-using RealPrecisions = testing::Types<float, double>;
-using ComplexPrecisions = testing::Types<std::complex<float>, std::complex<double>>;
 
 /// Every length up to a few registers of the widest kind, lengths around the blocks of the inner loops, and long ones.
 inline std::vector<Int> vector_lengths() {
