@@ -52,7 +52,7 @@ template <RealScalar R>
 void lasq3(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter, Int& ndiv,
            Logical ieee);
 
-/// lasq4_internal with the g that lasq3 keeps.
+/// lasq4_internal with g kept in the library in the same way.
 template <RealScalar R>
 void lasq4(Int i0, Int n0, const R* z, Int pp, Int n0in, R dmin, R dmin1, R dmin2, R dn, R dn1, R dn2, R& tau,
            Int& ttype);
