@@ -99,21 +99,27 @@ void stevx(char jobz, char range, Int n, T* d, T* e, T vl, T vu, Int il, Int iu,
 
 namespace {
 
-/// All eigenvalues and eigenvectors by relatively robust representations, or all eigenvalues alone; d and e stay.
+/// All eigenvalues and, if wanted, eigenvectors by relatively robust representations; false where that fails. The
+/// matrix stays as it is.
+///
+/// work    20 n elements;  iwork  10 n elements
 template <RealScalar T>
-void find_all(Int n, bool with_vectors, const T* d, const T* e, T abstol, Int& m, T* w, Matrix<T> Z, Int* isuppz, T* work,
-              Int lwork, Int* iwork, Int liwork, Int& info) {
-  T* const e_copy = work;
-  std::copy_n(e, n - 1, e_copy);
-  m = n;
-  if (!with_vectors) {
-    std::copy_n(d, n, w);
-    return sterf(n, w, e_copy, info);
+bool find_all(const TridiagonalMatrix<T>& A, bool with_vectors, T abstol, Int& m, T* w, Matrix<T> Z, Int* isuppz,
+              T* work, Int* iwork) {
+  const Int n = A.n;
+  T *const e = work, *const d = e + n, *const rest = d + n;
+  Int info = 0;
+  std::copy_n(A.e, n - 1, e);
+  if (with_vectors) {
+    std::copy_n(A.d, n, d);
+    stegr('V', 'A', n, d, e, T(0), T(0), Int{0}, Int{0}, abstol, m, w, Z.data, Z.ld, isuppz, rest, 18 * n, iwork,
+          10 * n, info);
+  } else {
+    std::copy_n(A.d, n, w);
+    sterf(n, w, e, info);
   }
-  T *const d_copy = work + n, *const rest = d_copy + n;
-  std::copy_n(d, n, d_copy);
-  stegr('V', 'A', n, d_copy, e_copy, T(0), T(0), Int{0}, Int{0}, abstol, m, w, Z.data, Z.ld, isuppz, rest, lwork - 2 * n,
-        iwork, liwork, info);
+  if (info == 0) m = n;
+  return info == 0;
 }
 
 }  // namespace
@@ -121,21 +127,46 @@ void find_all(Int n, bool with_vectors, const T* d, const T* e, T abstol, Int& m
 template <RealScalar T>
 void stevr(char jobz, char range, Int n, T* d, T* e, T vl, T vu, Int il, Int iu, T abstol, Int& m, T* w, T* z, Int ldz,
            Int* isuppz, T* work, Int lwork, Int* iwork, Int liwork, Int& info) {
-  const bool infinities_work = ilaenv(10, RoutineName<T>("STEVR"), "N", 1, 2, 3, 4) == 1;
-  const bool with_vectors = wants_vectors(jobz), is_query = lwork == -1 || liwork == -1;
+  const bool infinities_are_safe = ilaenv(10, RoutineName<T>("STEVR"), "N", 1, 2, 3, 4) == 1;
+  const bool with_vectors = wants_vectors(jobz);
   const Selection<T> selection{range, vl, vu, il, iu};
-  const Int least_work = std::max(1, 20 * n), least_iwork = std::max(1, 10 * n);
+  const DivisionWork<T> room{work, lwork, nullptr, 0, iwork, liwork};
+  const auto least_for_each = [n](std::int64_t numbers) { return std::max<std::int64_t>(1, numbers * n); };
+  const DivisionSizes least{least_for_each(20), 0, least_for_each(10)};
   info = check_selected(jobz, selection, n, ldz);
   if (info == 0) {
-    work[0] = as_work_size<T>(least_work);
-    iwork[0] = least_iwork;
-    if (lwork < least_work && !is_query) info = -17;
-    else if (liwork < least_iwork && !is_query) info = -19;
+    room.answer(least);
+    info = room.check(least, 17);
   }
   if (info != 0) return report_bad_argument<T>("STEVR", info);
-  if (is_query) return;
+  if (room.is_query()) return;
   m = 0;
   if (n == 0) return;
+  const Matrix Z{z, ldz};
+  if (n == 1) {
+    w[0] = d[0];
+    m = selection.takes_only(w[0]) ? 1 : 0;
+    if (with_vectors && m == 1) Z(1, 1) = T(1), isuppz[0] = isuppz[1] = 1;
+    return;
+  }
+
+  const TridiagonalMatrix<T> A{n, d, e};
+  const auto scaling = RangeScaling<T>::for_representations(A.largest());
+  A.scale(scaling);
+  const T least_error = scaled_tolerance(abstol, scaling);
+  const bool by_representations = infinities_are_safe && selection.takes_all(n) &&
+                                  find_all(A, with_vectors, least_error, m, w, Z, isuppz, work, iwork);
+  if (!by_representations) {
+    find_selected(with_vectors, selection.scaled(scaling), n, least_error, m, w, Z, {d, e, work, iwork},
+                  iwork + 5 * std::ptrdiff_t{n}, info);
+  }
+  scaling.undo(m, w, info);
+  if (with_vectors) {
+    sort_pairs(n, m, w, Z, [&](Int i, Int j) {
+      if (by_representations) std::swap_ranges(isuppz + 2 * (i - 1), isuppz + 2 * i, isuppz + 2 * (j - 1));
+    });
+  }
+  room.answer(least);
 }
 
 }  // namespace nuv
