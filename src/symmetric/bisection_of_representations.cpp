@@ -33,7 +33,11 @@ void larrb(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol1, R rt
     return ValueSearch<R>::around(i, w[at], werr[at], {std::max(rtol1 * gap, 2 * pivmin), rtol2, halvings});
   };
   const auto count = [&](const R* points, Int* counts, Int active) {
-    for (Int k = 0; k < active; ++k) counts[k] = laneg(n, d, lld, points[k], pivmin, r);
+    if (active == 1) {
+      counts[0] = laneg(n, d, lld, points[0], pivmin, r);
+    } else {
+      count_representation(n, d, lld, points, r, counts);
+    }
   };
   search_side_by_side<R>(ifirst, ilast, begin, count,
                          [&](const ValueSearch<R>& search) { store_if_moved(search, offset, w, werr); });
@@ -54,7 +58,7 @@ void larrj(Int n, const R* d, const R* e2, Int ifirst, Int ilast, R rtol, Int of
     return given.is_done() ? given : ValueSearch<R>::around(i, w[at], werr[at], accuracy);
   };
   const auto count = [&](const R* points, Int* counts, Int active) {
-    for (Int k = 0; k < active; ++k) counts[k] = count_below(n, d, e2, pivmin, points[k]);
+    count_below_each(n, d, e2, pivmin, points, counts, active);
   };
   search_side_by_side<R>(ifirst, ilast, begin, count,
                          [&](const ValueSearch<R>& search) { store_if_moved(search, offset, w, werr); });

@@ -12,8 +12,8 @@ namespace nuv {
 template <RealScalar R>
 Int laneg(Int n, const R* d, const R* lld, R sigma, R, Int r) {
   Int count = 0;
-  const R from_top = sweep_down(r - 1, d, lld, sigma, count);
-  const R from_bottom = sweep_up(n, r, d, lld, sigma, count);
+  const R from_top = run(Sweep<R>::down(d, lld, r), sigma, negated(sigma), count);
+  const R from_bottom = run(Sweep<R>::up(n, d, lld, r), sigma, d[n - 1] - sigma, count);
   const R gamma = (from_top + sigma) + from_bottom;
   return gamma < 0 ? count + 1 : count;
 }

@@ -32,7 +32,8 @@ Int laneg(Int n, const R* d, const R* lld, R sigma, R pivmin, Int r);
 /// lcnt, rcnt   numbers of eigenvalues up to vl, and up to vu;  eigcnt  their difference
 /// info    0
 template <RealScalar R>
-void larrc(char jobt, Int n, R vl, R vu, const R* d, const R* e, R pivmin, Int& eigcnt, Int& lcnt, Int& rcnt, Int& info);
+void larrc(char jobt, Int n, R vl, R vu, const R* d, const R* e, R pivmin, Int& eigcnt, Int& lcnt, Int& rcnt,
+           Int& info);
 
 /// Finds the blocks into which T falls where elements beside its diagonal are negligible; these become zero, and their
 /// squares too.

@@ -8,6 +8,7 @@
 
 #include "base/types.hpp"
 #include "environment/machine_constants.hpp"
+#include "symmetric/sturm_sweeps.hpp"
 
 namespace nuv {
 
@@ -139,19 +140,18 @@ class ValueSearch {
 /// count(points, counts, active) gives the numbers of eigenvalues below the first `active` points, and may look at all.
 template <RealScalar R, class Begin, class Count, class End>
 void search_side_by_side(Int first, Int last, Begin begin, Count count, End end) {
-  constexpr Int lanes = 8;
-  ValueSearch<R> searches[lanes];
-  R points[lanes];
-  Int counts[lanes];
+  ValueSearch<R> searches[shifts_at_once];
+  R points[shifts_at_once];
+  Int counts[shifts_at_once];
   Int active = 0, next = first;
   while (true) {
-    while (active < lanes && next <= last) {
+    while (active < shifts_at_once && next <= last) {
       searches[active] = begin(next++);
       if (searches[active].is_done()) end(searches[active]);
       else ++active;
     }
     if (active == 0) return;
-    for (Int k = 0; k < lanes; ++k) points[k] = searches[k < active ? k : 0].point();
+    for (Int k = 0; k < shifts_at_once; ++k) points[k] = searches[k < active ? k : 0].point();
     count(points, counts, active);
     for (Int k = active - 1; k >= 0; --k) {
       searches[k].tell(counts[k]);

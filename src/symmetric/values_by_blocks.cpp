@@ -125,7 +125,7 @@ class BlockBisection {
         left_of_all + 1, left_of_rest,
         [&](Int i) { return ValueSearch<R>::within(i, interval.left, interval.right, accuracy_in(interval)); },
         [&](const R* points, Int* counts, Int active) {
-          for (Int k = 0; k < active; ++k) counts[k] = count_below(rows, d, e2, pivmin_, points[k]);
+          count_below_each(rows, d, e2, pivmin_, points, counts, active);
         },
         [&](const ValueSearch<R>& search) {
           const Int at = base + search.index();

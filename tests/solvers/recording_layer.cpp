@@ -148,6 +148,12 @@ using nuv::test::record;
   void nuv_lapack_##p##pttrs(const int* n, const int* nrhs, const T* d, const T* e, T* b, const int* ldb, int* info) { \
     record("pttrs", {}, {*n, *nrhs});                                                                                  \
     NEXT(nuv_lapack_##p##pttrs)(n, nrhs, d, e, b, ldb, info);                                                          \
+  }                                                                                                                    \
+  void nuv_lapack_##p##lasr3(const char* side, const char* pivot, const char* direct, const int* m, const int* n,      \
+                             const int* k, const T* cs, const int* ldcs, T* a, const int* lda, T* work,                \
+                             const int* lwork, int* info, int l1, int l2, int l3) {                                    \
+    record("lasr3", {side, pivot, direct}, {*m, *n, *k});                                                              \
+    NEXT(nuv_lapack_##p##lasr3)(side, pivot, direct, m, n, k, cs, ldcs, a, lda, work, lwork, info, l1, l2, l3);        \
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
