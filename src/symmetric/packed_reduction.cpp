@@ -3,11 +3,13 @@
 #include <algorithm>
 
 #include "environment/block_plan.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/packed_storage.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
-#include "symmetric/panel_steps.hpp"
+#include "orthogonal/householder.hpp"
+#include "symmetric/tridiagonal_panel.hpp"
 
 namespace nuv {
 namespace {
@@ -81,6 +83,20 @@ void reduce_column(char uplo, Int n, T& unit, T* x, T* v, T* rest, Real<T>& e, T
 //      .  |     |          V  | B21 | ...
 //
 //     B01 -= V0 W1^H + W0 V1^H,  B11 -= V1 W1^H + W1 V1^H
+
+/// The means of a panel: the matrix that it multiplies is there in packed storage alone.
+template <Scalar T>
+struct PackedMeans {
+  PackedTriangle<T> A;
+
+  void reflect(Int n, T& alpha, T* x, T& tau) const { larfg(n, alpha, x, 1, tau); }
+
+  /// The rest of order n is at the other end of A than the panel.
+  void multiply(char uplo, Int n, Matrix<const T>, Vector<const T> x, Vector<T> y) const {
+    const Int first = A.upper ? 1 : A.n - n + 1;
+    nuv::multiply<T>(uplo, n, T(1), A.at(first, first), x, y);
+  }
+};
 
 /// What a panel leaves to be done.
 template <Scalar T>
@@ -165,16 +181,9 @@ void latdp(char uplo, Int n, Int nb, T* ap, Real<T>* e, T* tau, T* w, Int ldw) {
   const Matrix<T> W{w, ldw}, V = block(W, 1, nb + 1);
   const Int first = A.upper ? n - nb + 1 : 1;
   ppunpack(uplo, ap, n, 1, first, n, nb, V.data, V.ld);
-  for (Int done = 0; done < nb; ++done) {
-    const PanelStep step = A.upper ? PanelStep::of_upper(n, nb, n - done) : PanelStep::of_lower(n, done + 1);
-    update_panel_column(step, V, W);
-    if (step.reflector.count == 0) continue;
-    const Int place = A.upper ? n - done - 2 : done;
-    make_panel_reflector(step, V, e[place], tau[place]);
-    const T* const rest = A.at(step.reflector.first, step.reflector.first);
-    make_panel_product(step, tau[place], V, W,
-                       [&](Vector<const T> v, Vector<T> x) { multiply(uplo, step.reflector.count, T(1), rest, v, x); });
-  }
+  // The panel by the columns of the whole matrix, of which it has no others.
+  const Matrix<T> panel = block(V, 1, 2 - first);
+  reduce_panel(uplo, n, nb, panel.data, panel.ld, e, tau, w, ldw, PackedMeans<T>{A});
   pppack(uplo, ap, n, 1, first, n, nb, V.data, V.ld);
 }
 
