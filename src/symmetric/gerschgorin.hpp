@@ -1,20 +1,19 @@
 #pragma once
 
-// Intervals that hold eigenvalues of a symmetric tridiagonal matrix, by S. A. Gerschgorin's theorem: d(i) and as much on
-// both sides as stands beside it.
+// Intervals that hold eigenvalues of a symmetric tridiagonal matrix, by S. A. Gerschgorin's theorem: d(i) and as much
+// on both sides as stands beside it.
 
 #include <cmath>
 
 #include "environment/extremes.hpp"
+#include "symmetric/value_search.hpp"
 
 namespace nuv {
 
 template <RealScalar R>
-struct Interval {
-  R left, right;
-
-  R width() const { return right - left; }
-};
+R width(const Interval<R>& interval) {
+  return interval.right - interval.left;
+}
 
 /// The union of the intervals of `count` rows, gers(2i-1) to gers(2i).
 template <RealScalar R>

@@ -1,8 +1,8 @@
 #pragma once
 
-// Representations L D L^T of the shifts of a symmetric tridiagonal matrix that determine their small eigenvalues to high
-// relative accuracy: the root of each block, and the child of a cluster (I. S. Dhillon, B. N. Parlett and C. Voemel, The
-// design and implementation of the MRRR algorithm, ACM Trans. Math. Softw. 32, 2006).
+// Representations L D L^T of the shifts of a symmetric tridiagonal matrix that determine their small eigenvalues to
+// high relative accuracy: the root of each block, and the child of a cluster (I. S. Dhillon, B. N. Parlett and C.
+// Voemel, The design and implementation of the MRRR algorithm, ACM Trans. Math. Softw. 32, 2006).
 
 #include "base/types.hpp"
 
@@ -24,7 +24,8 @@ namespace nuv {
 /// gers    2 n numbers: the Gerschgorin interval of each row
 /// pivmin  the least pivot of Sturm sequences for T
 /// work    6 n numbers;  iwork  5 n
-/// info    0; 2: no root among six shifts; -1: larrd, -3: larrb, -5: lasq2 failed; -6: lasq2 found a negative eigenvalue
+/// info    0; 2: no root among six shifts; -1: larrd, -3: larrb, -5: lasq2 failed; -6: lasq2 found a negative
+/// eigenvalue
 template <RealScalar R>
 void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R rtol1, R rtol2, R spltol, Int& nsplit,
            Int* isplit, Int& m, R* w, R* werr, R* wgap, Int* iblock, Int* indexw, R* gers, R& pivmin, R* work,

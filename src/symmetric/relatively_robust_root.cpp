@@ -50,10 +50,10 @@ struct RootOfBlock {
   R *d, *e;  ///< of T, then of the root
   const R* e2;
   R pivmin;
-  Interval<R> rows;   ///< the union of the Gerschgorin intervals
-  Interval<R> range;  ///< where the wanted eigenvalues of T lie
-  bool all;           ///< of them are wanted
-  Int first, last;    ///< of those of the block, counted from one
+  Interval<R> rows;          ///< the union of the Gerschgorin intervals
+  Interval<R> range;         ///< where the wanted eigenvalues of T lie
+  bool all;                  ///< of them are wanted
+  Int first, last;           ///< of those of the block, counted from one
   Approximations<R> values;  ///< to them, unless all are wanted; then to those of the root
   R* work;
   Int* iwork;
@@ -84,7 +84,7 @@ struct RootOfBlock {
 
   /// Bounds of the spectrum closer than Gerschgorin's, or of the wanted part of it.
   bool find_ends(bool by_dqds) {
-    diameter = rows.width();
+    diameter = width(rows);
     if (!by_dqds) {
       const R left = values.left(0), right = values.right(wanted() - 1);
       ends = {larger_or_nan(rows.left, left - slack(left)), smaller_or_nan(rows.right, right + slack(right))};
@@ -94,8 +94,8 @@ struct RootOfBlock {
     Interval<R> least, largest;
     if (!enclose(1, tolerance, least) || !enclose(n, tolerance, largest)) return false;
     ends = {larger_or_nan(rows.left, least.left - slack(least.left)),
-             smaller_or_nan(rows.right, largest.right + slack(largest.right))};
-    diameter = ends.width();
+            smaller_or_nan(rows.right, largest.right + slack(largest.right))};
+    diameter = width(ends);
     return true;
   }
 
@@ -115,7 +115,7 @@ struct RootOfBlock {
     bool at_left = true;
     if (wanted() > 1) {
       Int between, below_left, below_right, info;
-      const R quarter = part.width() / 4;
+      const R quarter = width(part) / 4;
       larrc('T', n, part.left + quarter, part.right - quarter, d, e, pivmin, between, below_left, below_right, info);
       at_left = below_left - first + 1 > last - below_right;
     }
@@ -130,7 +130,7 @@ struct RootOfBlock {
       const Int end = wanted() - 1;
       const R average_gap = std::abs((values.right(end) - values.left(0)) / static_cast<R>(end));
       step = at_left ? std::max(std::max(values.wgap[0], average_gap) / 2, values.werr[0])
-                      : std::max(std::max(values.wgap[end - 1], average_gap) / 2, values.werr[end]);
+                     : std::max(std::max(values.wgap[end - 1], average_gap) / 2, values.werr[end]);
     }
   }
 
@@ -146,7 +146,7 @@ struct RootOfBlock {
         return true;
       }
       if (attempt == attempts - 1) {
-        const R beyond = 2 * (rows.width() * eps * static_cast<R>(n) + 2 * pivmin);
+        const R beyond = 2 * (width(rows) * eps * static_cast<R>(n) + 2 * pivmin);
         shift = sign > 0 ? rows.left - beyond : rows.right + beyond;
       } else {
         shift -= static_cast<R>(sign) * step;
@@ -216,7 +216,7 @@ struct RootOfBlock {
     for (Int i = 0; i < n - 1; ++i) lld[i] = d[i] * e[i] * e[i];
     Int info;
     larrb(n, d, lld, first, last, tolerances.rtol1, tolerances.rtol2, first - 1, values.w, values.wgap, values.werr,
-          work + n, iwork, pivmin, rows.width(), n, info);
+          work + n, iwork, pivmin, width(rows), n, info);
     if (info != 0) return -3;
     values.set_gap(count - 1, range.right - shift);
     return 0;
@@ -241,7 +241,7 @@ void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R
   R largest_e = 0;
   for (Int i = 0; i < n - 1; ++i) largest_e = larger_or_nan(largest_e, std::abs(e[i]));
   pivmin = Machine<R>::safe_min * std::max(R(1), largest_e * largest_e);
-  larra(n, d, e, e2, spltol, rows.width(), nsplit, isplit, info);
+  larra(n, d, e, e2, spltol, width(rows), nsplit, isplit, info);
 
   Int found = 0;
   if (all) {
@@ -249,8 +249,8 @@ void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R
     vu = rows.right;
   } else {
     R wl, wu;
-    larrd(range, 'B', n, vl, vu, il, iu, gers, std::sqrt(Machine<R>::precision), d, e, e2, pivmin, nsplit, isplit, found,
-          w, werr, wl, wu, iblock, indexw, work, iwork, info);
+    larrd(range, 'B', n, vl, vu, il, iu, gers, std::sqrt(Machine<R>::precision), d, e, e2, pivmin, nsplit, isplit,
+          found, w, werr, wl, wu, iblock, indexw, work, iwork, info);
     if (info != 0) {
       info = -1;
       return;

@@ -72,21 +72,21 @@ struct TreeWork {
 /// The representation tree of one block. Arrays begin with the block's first row, or with its first wanted eigenvalue;
 /// Z has all rows of the matrix, and `above` of them lie above the block.
 ///
-/// The tree is walked in depth. A cluster that waits keeps its representation in the columns of two of its vectors: D in
-/// one, L and the shift in the next.
+/// The tree is walked in depth. A cluster that waits keeps its representation in the columns of two of its vectors: D
+/// in one, L and the shift in the next.
 template <Scalar T>
 struct RepresentationTree {
   using R = Real<T>;
 
   const Settings<R>& settings;
   Int n;
-  R *d, *l;        ///< the representation at hand, the root at first, and the shift behind L
-  R diameter;      ///< of the spectrum
-  R lower;         ///< the wanted eigenvalues of T lie above it
-  Int count;       ///< of wanted eigenvalues
-  Int index;       ///< of the first of them in the block, from one
+  R *d, *l;    ///< the representation at hand, the root at first, and the shift behind L
+  R diameter;  ///< of the spectrum
+  R lower;     ///< the wanted eigenvalues of T lie above it
+  Int count;   ///< of wanted eigenvalues
+  Int index;   ///< of the first of them in the block, from one
   R *w, *werr, *wgap;
-  Cluster vectors; ///< for these
+  Cluster vectors;  ///< for these
   Matrix<T> Z;
   Int order, above;
   Int* isuppz;
@@ -298,7 +298,7 @@ void larrv(Int n, Real<T> vl, Real<T>, Real<T>* d, Real<T>* l, Real<T> pivmin, c
                                .n = order,
                                .d = d + begin,
                                .l = l + begin,
-                               .diameter = union_of_intervals(order, gers + 2 * std::ptrdiff_t{begin}).width(),
+                               .diameter = width(union_of_intervals(order, gers + 2 * std::ptrdiff_t{begin})),
                                .lower = vl,
                                .count = next - first,
                                .index = indexw[first],

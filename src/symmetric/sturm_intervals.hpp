@@ -49,11 +49,13 @@ struct Pivots {
       const Numbers negative = q[v] < most ? q[v] : most;
       q[v] = small ? negative : q[v];
     };
+#pragma GCC unroll 4
     for (int v = 0; v < vectors; ++v) {
       q[v] = d[0] - x[v];
       note(v);
     }
     for (std::ptrdiff_t j = 1; j < n; ++j) {
+#pragma GCC unroll 4
       for (int v = 0; v < vectors; ++v) {
         q[v] = d[j] - e2[j - 1] / q[v] - x[v];
         note(v);

@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
-#include "blas.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/sorting.hpp"
 #include "environment/two_by_two.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "symmetric/driver_steps.hpp"
 #include "symmetric/implicit_sweep.hpp"
 #include "symmetric/rotation_batch.hpp"
 #include "symmetric/unreduced_blocks.hpp"
@@ -81,17 +81,6 @@ void diagonalise(DirectedBlock<Real<T>> A, RotationBatch<T>& rotations, std::int
   rotations.apply();
 }
 
-/// Puts eigenvalues into increasing order with as few exchanges of vectors as that takes.
-template <Scalar T>
-void sort_pairs(Int n, Real<T>* d, Matrix<T> Z) {
-  for (Int i = 1; i < n; ++i) {
-    const Int smallest = static_cast<Int>(std::min_element(d + (i - 1), d + n) - d) + 1;
-    if (smallest == i) continue;
-    std::swap(d[i - 1], d[smallest - 1]);
-    blas::swap(n, column(Z, 1, i), column(Z, 1, smallest));
-  }
-}
-
 }  // namespace
 
 template <Scalar T>
@@ -131,7 +120,7 @@ void steqr(char compz, Int n, Real<T>* d, Real<T>* e, T* z, Int ldz, Real<T>* wo
     }
   }
   if (has_vectors) {
-    sort_pairs(n, d, Matrix{z, ldz});
+    sort_pairs(n, n, d, Matrix{z, ldz}, [](Int, Int) {});
   } else {
     lasrt('I', n, d, info);
   }

@@ -19,14 +19,20 @@ struct Rows {
   Int first_twist, last_twist;
 };
 
-/// L D L^T - lambda I = L+ D+ L+^T from the top down to the last row for a twist, and = U- D- U-^T from the bottom up to
-/// the first. With a twist in row i the two meet in the pivot gamma(i) = s(i) + p(i), made of what the transforms carry
-/// on: s(i) = D+(i) - d(i) + lambda and p(i) = D-(i) - l(i-1)^2 d(i-1).
+/// L D L^T - lambda I = L+ D+ L+^T from the top down to the last row for a twist, and = U- D- U-^T from the bottom up
+/// to the first. With a twist in row i the two meet in the pivot gamma(i) = s(i) + p(i), made of what the transforms
+/// carry on: s(i) = D+(i) - d(i) + lambda and p(i) = D-(i) - l(i-1)^2 d(i-1).
 template <RealScalar R>
 class TwistedFactors {
  public:
   TwistedFactors(Int n, const Representation<R>& A, const Rows& rows, R lambda, R pivmin, R* work)
-      : A_(A), rows_(rows), lambda_(lambda), pivmin_(pivmin), l_plus_(work), u_minus_(work + n), s_(u_minus_ + n),
+      : A_(A),
+        rows_(rows),
+        lambda_(lambda),
+        pivmin_(pivmin),
+        l_plus_(work),
+        u_minus_(work + n),
+        s_(u_minus_ + n),
         p_(s_ + n) {
     s_[rows.first] = rows.first == 0 ? R(0) : A.lld[rows.first - 1];
     p_[rows.last] = A.d[rows.last] - lambda;

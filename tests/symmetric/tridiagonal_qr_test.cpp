@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 #include "support/malloc_requests.hpp"
+#include "support/random.hpp"
 #include "symmetric/eigen_checks.hpp"
 #include "symmetric/tridiagonal_problem.hpp"
 
@@ -131,12 +132,22 @@ TYPED_TEST(TridiagonalQr, SolvesBlocksOfTwoInEveryPosition) {
   }
 }
 
-/// Q T Q^H for a Q that is not real in complex precisions.
+/// A unitary matrix that is not real in complex precisions: the product of two reflectors.
+template <Scalar T>
+WideMatrix<T> random_unitary(Random& random, Int n) {
+  WideMatrix<T> Q = WideMatrix<T>::Identity(n, n);
+  for (int reflector = 0; reflector < 2; ++reflector) {
+    const WideMatrix<T> v = wide(random_matrix<T>(random, n, 1, n));
+    Q -= Q * v * v.adjoint() * (2 / v.squaredNorm());
+  }
+  return Q;
+}
+
+/// Q T Q^H
 TYPED_TEST(TridiagonalQr, TurnsTheColumnsOfAGivenMatrix) {
   using T = TypeParam;
   const Int n = 40;
-  const WideMatrix<T> X = wide(random_matrix<T>(this->random, n, n, n));
-  const WideMatrix<T> Q = Eigen::HouseholderQR<WideMatrix<T>>(X).householderQ();
+  const WideMatrix<T> Q = random_unitary<T>(this->random, n);
   for (const Answer answer : answers) {
     for (const char compz : {'V', 'v'}) {
       Iteration<T> iteration(compz, random_tridiagonal<Real<T>>(n));
@@ -144,7 +155,7 @@ TYPED_TEST(TridiagonalQr, TurnsTheColumnsOfAGivenMatrix) {
         for (Int i = 1; i <= n; ++i) iteration.Z(i, j) = T(Q(i - 1, j - 1));
       }
       const WideMatrix<T> given = wide(iteration.Z);
-      const WideMatrix<T> A = given * wide_dense<T>(iteration.matrix) * given.adjoint();
+      const WideMatrix<T> A = product<T>(given, product<T>(wide_dense<T>(iteration.matrix), given.adjoint()));
       iteration.run(answer).expect_solution(A, text(answer));
     }
   }
