@@ -87,7 +87,10 @@ std::vector<DescribedBidiagonal<R>> described_bidiagonals(Int n) {
   const auto constant = [](double x) { return [x](Int) { return x; }; };
   // Squares stay in range as long as elements are not below the norm by more than this power of two.
   const double range = std::same_as<R, float> ? 105 : 960;
-  const auto of_any_size = [&](Int) { return random.divisor<double>() * exp2(-double(random.integer(0, int(range)))); };
+  // The least value can be about the product of all elements.
+  const auto of_any_size = [&](Int) {
+    return random.divisor<double>() * exp2(-double(random.integer(0, int(range) / (2 * n))));
+  };
   const auto down = [n, range](double factor) {
     return [=](Int i) { return factor * exp2(-range * (i - 1) / std::max(1, n - 1)); };
   };
