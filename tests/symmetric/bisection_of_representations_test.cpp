@@ -506,7 +506,7 @@ TYPED_TEST(Refinement, ChecksArguments) {
     routine_call::larrd(range, order, n, vl, vu, il, iu, T.gers.data(), epsilon<R>, T.d.data(), T.e.data(), T.e2.data(),
                         T.pivmin, 1, &isplit, m, w.data(), werr.data(), wl, wu, iblock.data(), indexw.data(),
                         work.data(), iwork.data(), result);
-    if (result < 0) EXPECT_EQ(m, 77);
+    EXPECT_EQ(m == 77, result < 0);
     return result;
   };
   EXPECT_EQ(info('X', 'X', -1, 0, 0, 0, 0), -1);
