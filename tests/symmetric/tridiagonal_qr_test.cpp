@@ -72,7 +72,7 @@ struct Iteration {
 
   void expect_solution(const WideMatrix<T>& A, const std::string& what) {
     EXPECT_EQ(info, 0) << what;
-    if (is_without_products()) EXPECT_EQ(kept, 0) << what;
+    EXPECT_TRUE(kept == 0 || !is_without_products()) << what;
     EXPECT_TRUE(is_ascending(d)) << what;
     EXPECT_TRUE(is_zero(e)) << what;
     EXPECT_LT(value_error(d, order(), wide_values(matrix)), threshold) << what;
@@ -184,7 +184,7 @@ TYPED_TEST(TridiagonalQr, FindsTheSameWithoutATable) {
     EXPECT_TRUE(with.d.same_as(without.d));
     const WideMatrix<T> difference = wide(with.Z) - wide(without.Z);
     EXPECT_LT(double(difference.cwiseAbs().maxCoeff() / epsilon<T>), 10 * n) << n;
-    if (with.is_without_products()) EXPECT_EQ(with.requests, 1);
+    EXPECT_TRUE(with.requests == 1 || !with.is_without_products());
   }
 }
 
