@@ -2,7 +2,7 @@
 
 #include "routines.hpp"
 #include "support/real_precisions.hpp"
-#include "symmetric/representations.hpp"
+#include "symmetric/represented_matrix.hpp"
 #include "symmetric/root_representations.hpp"
 
 namespace nuv::test {

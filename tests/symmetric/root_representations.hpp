@@ -4,7 +4,7 @@
 
 #include "routines.hpp"
 #include "symmetric/mrrr_problem.hpp"
-#include "symmetric/representations.hpp"
+#include "symmetric/represented_matrix.hpp"
 
 namespace nuv::test {
 

@@ -2,7 +2,7 @@
 
 #include "routines.hpp"
 #include "support/guarded.hpp"
-#include "symmetric/representations.hpp"
+#include "symmetric/represented_matrix.hpp"
 
 namespace nuv::test {
 namespace {
