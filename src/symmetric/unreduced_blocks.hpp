@@ -48,7 +48,7 @@ class BlockScale {
     const R largest = std::sqrt(1 / Machine<R>::safe_min) / 3;
     const R smallest = std::sqrt(Machine<R>::safe_min) / (Machine<R>::eps * Machine<R>::eps);
     if (norm_ > largest) scaled_norm_ = largest;
-    else if (norm_ < smallest) scaled_norm_ = smallest;
+    else if (norm_ > 0 && norm_ < smallest) scaled_norm_ = smallest;
   }
 
   bool is_of_zeros() const { return norm_ == 0; }

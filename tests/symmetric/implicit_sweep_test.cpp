@@ -36,8 +36,11 @@ struct Sweep {
   Int count() const { return before.order() - 1; }
 
   Sweep& run(Int icompz = 1) {
-    const auto routine = direction == Direction::qr ? routine_call::laq5<R> : routine_call::laq6<R>;
-    routine(icompz, count(), d.data(), e.data(), rotations.data(), rotations.ld());
+    if (direction == Direction::qr) {
+      routine_call::laq5(icompz, count(), d.data(), e.data(), rotations);
+    } else {
+      routine_call::laq6(icompz, count(), d.data(), e.data(), rotations);
+    }
     EXPECT_TRUE(d.guards_unchanged() && e.guards_unchanged() && rotations.guards_unchanged());
     return *this;
   }
