@@ -79,9 +79,7 @@ struct Division {
   }
   Division& run() { return run(room.work, room.rwork, room.iwork); }
 
-  Room answer() const {
-    return {Int(std::real(work(1))), complex ? Int(rwork(1)) : 1, iwork(1)};
-  }
+  Room answer() const { return {Int(std::real(work(1))), complex ? Int(rwork(1)) : 1, iwork(1)}; }
 
   /// That the eigenpairs are those of A, which has these values.
   void expect_solution(const WideMatrix<T>& A, const std::vector<WideReal<R>>& values) {
@@ -319,8 +317,8 @@ TYPED_TEST(DivideAndConquer, ChecksItsArguments) {
                                            {10, [](Checked& c) { c.lrwork -= 1; }},
                                            {12, [](Checked& c) { c.liwork -= 1; }}});
   } else {
-    expect_argument_checks<Checked>(name, {{8, [](Checked& c) { c.lwork -= 1; }},
-                                           {10, [](Checked& c) { c.liwork -= 1; }}});
+    expect_argument_checks<Checked>(name,
+                                    {{8, [](Checked& c) { c.lwork -= 1; }}, {10, [](Checked& c) { c.liwork -= 1; }}});
   }
   for (const char compz : {'I', 'V'}) {
     Checked too_little;
