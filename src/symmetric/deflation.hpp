@@ -33,7 +33,7 @@ namespace nuv {
 /// q2      n^2 elements: n1 rows of the columns that are not zero there, then n - n1 rows of those not zero there
 /// indx, indxp   n places of scratch memory
 /// indxc   the places in dlamda of the columns in q2, the first k of n
-/// coltyp  n elements, the first four of which are the numbers of columns with elements above alone, in both halves,
+/// coltyp  max(4, n) elements, the first four of which are the numbers of columns with elements above alone, in both halves,
 ///         below alone, and of those that are done
 template <RealScalar T>
 void laed2(Int& k, Int n, Int n1, T* d, T* q, Int ldq, Int* indxq, T& rho, T* z, T* dlamda, T* w, T* q2, Int* indx,

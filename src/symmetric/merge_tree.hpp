@@ -7,7 +7,7 @@
 // d       n elements; the diagonal in, the eigenvalues in increasing order out
 // e       n - 1 elements; the diagonal beside it
 // qsiz    rows of Q, qsiz >= n where there is one
-// qstore  qsiz by n, ldqs >= max(1, n): scratch memory
+// qstore  ldqs n elements of scratch memory, ldqs >= max(1, n)
 // info    0; -k: argument k was bad (reported); first (n + 1) + last: the eigensystem of the part in these rows and
 //         columns was not found
 //

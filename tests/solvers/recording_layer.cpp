@@ -215,6 +215,19 @@ using nuv::test::record;
     NEXT(nuv_lapack_##p##packed##trs)(uplo, n, nrhs, ap, ipiv, b, ldb, info, length);                               \
   }
 
+/// Reductions of a full matrix to tridiagonal form.
+#define RECORDING_REDUCTION(p, T, R, full)                                                                          \
+  void nuv_lapack_##p##full##trd(const char* uplo, const int* n, T* a, const int* lda, R* d, R* e, T* tau, T* work, \
+                                 const int* lwork, int* info, int length) {                                         \
+    record("sytrd", {uplo}, {*n});                                                                                  \
+    NEXT(nuv_lapack_##p##full##trd)(uplo, n, a, lda, d, e, tau, work, lwork, info, length);                         \
+  }                                                                                                                 \
+  void nuv_lapack_##p##latrd(const char* uplo, const int* n, const int* nb, T* a, const int* lda, R* e, T* tau,     \
+                             T* w, const int* ldw, int length) {                                                    \
+    record("latrd", {uplo}, {*n, *nb});                                                                             \
+    NEXT(nuv_lapack_##p##latrd)(uplo, n, nb, a, lda, e, tau, w, ldw, length);                                       \
+  }
+
 #define RECORDING_PRODUCT(name, form, T)                                                                           \
   void nuv_lapack_##name(const char* side, const char* trans, const int* m, const int* n, const int* k, T* a,      \
                          const int* lda, const T* tau, T* c, const int* ldc, T* work, const int* lwork, int* info, \
@@ -242,6 +255,10 @@ RECORDING_INDEFINITE(c, nuv_complex8, sy, sp, lasyf, laspf)
 RECORDING_INDEFINITE(z, nuv_complex16, sy, sp, lasyf, laspf)
 RECORDING_INDEFINITE(c, nuv_complex8, he, hp, lahef, lahpf)
 RECORDING_INDEFINITE(z, nuv_complex16, he, hp, lahef, lahpf)
+RECORDING_REDUCTION(s, float, float, sy)
+RECORDING_REDUCTION(d, double, double, sy)
+RECORDING_REDUCTION(c, nuv_complex8, float, he)
+RECORDING_REDUCTION(z, nuv_complex16, double, he)
 RECORDING_PRODUCTS(sor, float)
 RECORDING_PRODUCTS(dor, double)
 RECORDING_PRODUCTS(cun, nuv_complex8)

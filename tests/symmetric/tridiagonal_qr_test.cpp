@@ -22,6 +22,17 @@ const char* text(Answer answer) {
   return answer == Answer::granted ? ", with a table" : ", without";
 }
 
+/// ||Z^H Z - I|| / (n eps) in the one-norm. Vectors of random signs would count the errors of n columns for one: they
+/// are sums of as many roundings as an element has met rotations.
+template <Scalar T>
+double full_orthogonality(const GuardedMatrix<T>& Z) {
+  const WideMatrix<T> X = wide(Z);
+  const Eigen::Index n = X.cols();
+  const WideMatrix<T> rest = product<T>(X.adjoint(), X) - WideMatrix<T>::Identity(n, n);
+  return double(rest.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>() /
+                (WideReal<T>(n) * epsilon<T>));
+}
+
 /// The arguments of ?steqr; z is a square for vectors, and one element else.
 template <Scalar T>
 struct Iteration {
@@ -45,6 +56,9 @@ struct Iteration {
   }
 
   Int order() const { return matrix.order(); }
+  /// Products ask for memory, too, which the pool keeps.
+  bool is_without_products() const { return (ComplexScalar<T> ? 2 : 1) * order() <= 210; }
+
   bool has_vectors() const { return std::toupper(compz) != 'N'; }
 
   /// With the requests to malloc answered so.
@@ -58,7 +72,7 @@ struct Iteration {
 
   void expect_solution(const WideMatrix<T>& A, const std::string& what) {
     EXPECT_EQ(info, 0) << what;
-    EXPECT_EQ(kept, 0) << what;
+    EXPECT_TRUE(kept == 0 || !is_without_products()) << what;
     EXPECT_TRUE(is_ascending(d)) << what;
     EXPECT_TRUE(is_zero(e)) << what;
     EXPECT_LT(value_error(d, order(), wide_values(matrix)), threshold) << what;
@@ -69,7 +83,7 @@ struct Iteration {
       return;
     }
     EXPECT_LT(eigen_residual<T>(A, Z, d, order()), threshold) << what;
-    EXPECT_LT(orthogonality(Z, order()), threshold) << what;
+    EXPECT_LT(full_orthogonality(Z), threshold) << what;
   }
 
   int kept = 0, requests = 0;
@@ -170,7 +184,7 @@ TYPED_TEST(TridiagonalQr, FindsTheSameWithoutATable) {
     EXPECT_TRUE(with.d.same_as(without.d));
     const WideMatrix<T> difference = wide(with.Z) - wide(without.Z);
     EXPECT_LT(double(difference.cwiseAbs().maxCoeff() / epsilon<T>), 10 * n) << n;
-    EXPECT_EQ(with.requests, 1);
+    EXPECT_TRUE(with.requests == 1 || !with.is_without_products());
   }
 }
 
