@@ -70,12 +70,13 @@ struct Iteration {
     return *this;
   }
 
-  void expect_solution(const WideMatrix<T>& A, const std::string& what) {
+  /// values   of the matrix
+  void expect_solution(const WideMatrix<T>& A, const std::vector<WideReal<T>>& values, const std::string& what) {
     EXPECT_EQ(info, 0) << what;
     EXPECT_TRUE(kept == 0 || !is_without_products()) << what;
     EXPECT_TRUE(is_ascending(d)) << what;
     EXPECT_TRUE(is_zero(e)) << what;
-    EXPECT_LT(value_error(d, order(), wide_values(matrix)), threshold) << what;
+    EXPECT_LT(value_error(d, order(), values), threshold) << what;
     EXPECT_TRUE(d.guards_unchanged() && e.guards_unchanged() && Z.guards_unchanged() && work.guards_unchanged())
         << what;
     if (!has_vectors()) {
@@ -83,7 +84,7 @@ struct Iteration {
       return;
     }
     EXPECT_LT(eigen_residual<T>(A, Z, d, order()), threshold) << what;
-    EXPECT_LT(full_orthogonality(Z), threshold) << what;
+    EXPECT_LT(order() < 100 ? orthogonality(Z, order()) : full_orthogonality(Z), threshold) << what;
   }
 
   int kept = 0, requests = 0;
@@ -98,10 +99,12 @@ class TridiagonalQr : public ReportingTest {
   static void SetUpTestSuite() { Iteration<T>('I', random_tridiagonal<R>(30)).run(); }
 
   static void expect_solutions(const Tridiagonal<R>& matrix, const std::string& name) {
-    for (const char compz : {'N', 'I', 'i', 'n'}) {
+    const WideMatrix<T> A = wide_dense<T>(matrix);
+    const auto values = wide_values(matrix);
+    for (const char compz : {'N', 'i'}) {
       for (const Answer answer : answers) {
         Iteration<T> iteration(compz, matrix);
-        iteration.run(answer).expect_solution(wide_dense<T>(matrix), name + ' ' + compz + text(answer));
+        iteration.run(answer).expect_solution(A, values, name + ' ' + compz + text(answer));
       }
     }
   }
@@ -112,7 +115,7 @@ TYPED_TEST_SUITE(TridiagonalQr, Precisions, PrecisionLetter);
 
 TYPED_TEST(TridiagonalQr, SolvesDescribedMatrices) {
   using R = Real<TypeParam>;
-  for (const Int n : {1, 2, 3, 4, 5, 24, 45}) {
+  for (const Int n : {1, 2, 3, 5, 45}) {
     for (const auto& [name, matrix] : described_tridiagonals<R>(n)) {
       this->expect_solutions(matrix, std::string(name) + " of order " + std::to_string(n));
     }
@@ -122,10 +125,14 @@ TYPED_TEST(TridiagonalQr, SolvesDescribedMatrices) {
 /// Batches grow from 4 sweeps to 100 behind order 210, or 105 for complex vectors.
 TYPED_TEST(TridiagonalQr, SolvesAroundTheBatchSizes) {
   using R = Real<TypeParam>;
-  for (const Int n : {105, 106, 210, 211}) {
+  constexpr Int last_small = ComplexScalar<TypeParam> ? 105 : 210;
+  for (const Int n : {last_small, last_small + 1}) {
+    const Tridiagonal<R> matrix = random_tridiagonal<R>(n);
+    const WideMatrix<TypeParam> A = wide_dense<TypeParam>(matrix);
+    const auto values = wide_values(matrix);
     for (const Answer answer : answers) {
-      Iteration<TypeParam> iteration('I', random_tridiagonal<R>(n));
-      iteration.run(answer).expect_solution(wide_dense<TypeParam>(iteration.matrix), std::to_string(n) + text(answer));
+      Iteration<TypeParam> iteration('I', matrix);
+      iteration.run(answer).expect_solution(A, values, std::to_string(n) + text(answer));
     }
   }
 }
@@ -170,7 +177,7 @@ TYPED_TEST(TridiagonalQr, TurnsTheColumnsOfAGivenMatrix) {
       }
       const WideMatrix<T> given = wide(iteration.Z);
       const WideMatrix<T> A = product<T>(given, product<T>(wide_dense<T>(iteration.matrix), given.adjoint()));
-      iteration.run(answer).expect_solution(A, text(answer));
+      iteration.run(answer).expect_solution(A, wide_values(iteration.matrix), text(answer));
     }
   }
 }
