@@ -131,6 +131,17 @@ using nuv::test::record;
     record("syrk", {uplo, trans}, {*n, *k});                                                                           \
     NEXT(nuv_blas_##p##syrk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }                                                                                                                    \
+  void nuv_blas_##p##symm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("symm", {side, uplo}, {*m, *n});                                                                            \
+    NEXT(nuv_blas_##p##symm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
+  }                                                                                                                    \
+  void nuv_lapack_##p##laeh2(const int* m, const int* n, const int* kd, const T* tau, const T* v, const int* ldv,      \
+                             T* z, const int* ldz, T* work) {                                                          \
+    record("laeh2", {}, {*m, *n, *kd});                                                                                \
+    NEXT(nuv_lapack_##p##laeh2)(m, n, kd, tau, v, ldv, z, ldz, work);                                                  \
+  }                                                                                                                    \
   void nuv_blas_##p##syr2k(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,            \
                            const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c,                \
                            const int* ldc, int l1, int l2) {                                                           \
@@ -172,6 +183,12 @@ using nuv::test::record;
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
+  void nuv_blas_##p##hemm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("hemm", {side, uplo}, {*m, *n});                                                                            \
+    NEXT(nuv_blas_##p##hemm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
+  }                                                                                                                    \
   void nuv_lapack_##p##pttrs(const char* uplo, const int* n, const int* nrhs, const R* d, const T* e, T* b,            \
                              const int* ldb, int* info, int length) {                                                  \
     record("pttrs", {uplo}, {*n, *nrhs});                                                                              \
