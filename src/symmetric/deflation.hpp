@@ -6,9 +6,9 @@
 //     [    T2 ]  + rho v v    =      [    Q2 ] ( diag(D1, D2) + rho z z ) [    Q2 ]
 //
 // begins with what needs no secular equation: an eigenvalue whose element of z is negligible stays as it is, and of two
-// that are nearly equal a rotation makes one whose element is zero (J. J. M. Cuppen, A divide and conquer method for the
-// symmetric tridiagonal eigenproblem, Numer. Math. 36, 1981; J. J. Dongarra, D. C. Sorensen, SIAM J. Sci. Stat. Comput.
-// 8, 1987). Negligible is rho |z(i)| of up to eight units of rounding of the largest |d(i)| or |z(i)|.
+// that are nearly equal a rotation makes one whose element is zero (J. J. M. Cuppen, A divide and conquer method for
+// the symmetric tridiagonal eigenproblem, Numer. Math. 36, 1981; J. J. Dongarra, D. C. Sorensen, SIAM J. Sci. Stat.
+// Comput. 8, 1987). Negligible is rho |z(i)| of up to eight units of rounding of the largest |d(i)| or |z(i)|.
 //
 // n       order of both together
 // d       their eigenvalues, n elements

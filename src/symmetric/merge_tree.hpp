@@ -25,7 +25,8 @@ namespace nuv {
 ///         0: not used, nor is qstore, which only 1 uses
 /// work    2: 4 n + n^2 elements, else 1 + 3 n + 2 n l + n^2 + max(qsiz, n) n;  iwork  2: 3 + 5 n, else 6 + 6 n + 5 n l
 template <RealScalar T>
-void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork, Int& info);
+void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork,
+            Int& info);
 
 /// The same for a complex Q, as for icompq = 1.
 ///

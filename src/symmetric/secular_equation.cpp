@@ -20,8 +20,8 @@ constexpr R square(R x) {
   return x * x;
 }
 
-/// A root of c x^2 - a x + b, (a - s) / (2 c) or (a + s) / (2 c) with s^2 = a^2 - 4 b c, without cancellation. The roots
-/// are known to be real, so that a negative s^2 comes from rounding.
+/// A root of c x^2 - a x + b, (a - s) / (2 c) or (a + s) / (2 c) with s^2 = a^2 - 4 b c, without cancellation. The
+/// roots are known to be real, so that a negative s^2 comes from rounding.
 template <RealScalar R>
 R left_root(R a, R b, R c) {
   const R s = std::sqrt(std::abs(a * a - 4 * b * c));
@@ -53,7 +53,8 @@ class SecularRoot {
   bool find() {
     guess();
     evaluate();
-    // Where the function without the origin's term has its zero on the wrong side of the root, two poles can't follow it.
+    // Where the function without the origin's term has its zero on the wrong side of the root, two poles can't follow
+    // it.
     three_poles_ = !is_last_ && (origin_ == left_ ? rest_ < 0 : rest_ > 0) && origin_ != 1 && origin_ != n_;
     bool middle_way = is_last_;
     for (int step = 1; !has_converged(); ++step) {

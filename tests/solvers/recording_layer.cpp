@@ -164,6 +164,12 @@ using nuv::test::record;
                              const int* lwork, int* info, int l1, int l2, int l3) {                                    \
     record("lasr3", {side, pivot, direct}, {*m, *n, *k});                                                              \
     NEXT(nuv_lapack_##p##lasr3)(side, pivot, direct, m, n, k, cs, ldcs, a, lda, work, lwork, info, l1, l2, l3);        \
+  }                                                                                                                    \
+  void nuv_blas_##p##symm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("symm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
+    NEXT(nuv_blas_##p##symm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
@@ -175,6 +181,12 @@ using nuv::test::record;
   void nuv_lapack_##p##hptrd(const char* uplo, const int* n, T* ap, R* d, R* e, T* tau, int* info, int length) {       \
     record("hptrd", {uplo}, {*n});                                                                                     \
     NEXT(nuv_lapack_##p##hptrd)(uplo, n, ap, d, e, tau, info, length);                                                 \
+  }                                                                                                                    \
+  void nuv_blas_##p##hemm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("hemm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
+    NEXT(nuv_blas_##p##hemm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
   }                                                                                                                    \
   void nuv_blas_##p##her2k(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,            \
                            const T* a, const int* lda, const T* b, const int* ldb, const R* beta, T* c,                \
