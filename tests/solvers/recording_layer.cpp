@@ -134,7 +134,7 @@ using nuv::test::record;
   void nuv_blas_##p##symm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
                           const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
                           int l2) {                                                                                    \
-    record("symm", {side, uplo}, {*m, *n});                                                                            \
+    record("symm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
     NEXT(nuv_blas_##p##symm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
   }                                                                                                                    \
   void nuv_lapack_##p##laeh2(const int* m, const int* n, const int* kd, const T* tau, const T* v, const int* ldv,      \
@@ -186,7 +186,7 @@ using nuv::test::record;
   void nuv_blas_##p##hemm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
                           const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
                           int l2) {                                                                                    \
-    record("hemm", {side, uplo}, {*m, *n});                                                                            \
+    record("hemm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
     NEXT(nuv_blas_##p##hemm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
   }                                                                                                                    \
   void nuv_lapack_##p##pttrs(const char* uplo, const int* n, const int* nrhs, const R* d, const T* e, T* b,            \
