@@ -128,6 +128,16 @@ void add_routines(int neighbours, int n) {
       layer::geqrf(n, n, {w.data(), n}, tau.data(), work.data(), static_cast<int>(work.size()), info);
     };
   });
+  add_comparison("dsytrd", neighbours, n, [=] {
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), d = std::vector<double>(n),
+            e = std::vector<double>(n), tau = std::vector<double>(n),
+            work = std::vector<double>(std::size_t(n) * 32)]() mutable {
+      w = a;
+      int info = 0;
+      layer::sytrd('L', n, {w.data(), n}, d.data(), e.data(), tau.data(), work.data(), static_cast<int>(work.size()),
+                   info);
+    };
+  });
 }
 
 }  // namespace

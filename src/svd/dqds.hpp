@@ -14,7 +14,8 @@ namespace nuv {
 
 /// Singular values of an upper bidiagonal matrix of order n.
 ///
-/// d       n elements of the diagonal in, the values in decreasing order out; if info is positive, the magnitudes of the
+/// d       n elements of the diagonal in, the values in decreasing order out; if info is positive, the magnitudes of
+/// the
 ///         diagonal
 /// e       n - 1 elements above the diagonal
 /// work    4 n elements

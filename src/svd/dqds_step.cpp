@@ -121,10 +121,11 @@ class Step {
     }
   }
 
-  /// The last d came out negative by a rounding: the shift is the value.
+  /// The last d came out negative by no more than a rounding of the shift, which is the value then. Beyond that a
+  /// lesser shift costs one transform, and a wider tolerance would cost digits.
   bool has_converged_below_zero() const {
     return s_.dmin1 > 0 && Z_.e(s_.n0 - 1, out_) < tolerance<R> * (s_.sigma + s_.dn1) &&
-           std::abs(s_.dn) < tolerance<R> * s_.sigma;
+           std::abs(s_.dn) < Machine<R>::precision * s_.sigma;
   }
 
   void lessen_shift() {

@@ -49,9 +49,12 @@ void hbevd(char jobz, char uplo, Int n, Int kd, T* ab, Int ldab, Real<T>* w, T* 
 ///
 /// q       'V': n by n, the Q of the reduction out, ldq >= max(1, n); 'N': not touched
 /// range   'A': all; 'V': those in (vl, vu]; 'I': the il-th to the iu-th, 1 <= il <= iu <= n (for n = 0 il = 1, iu = 0)
-/// abstol  width of an interval that counts as an eigenvalue; not positive: eps times the norm of the tridiagonal
-/// matrix m       eigenvalues found z       n by m work    sbevx 7 n elements, hbevx n;  rwork  7 n;  iwork  5 n ifail
-/// n elements, for 'V': zeros, or the eigenvectors that did not converge info    k: k eigenvectors did not converge
+/// abstol  width of an interval that counts as an eigenvalue; not positive: eps times the norm of what is bisected
+/// m       eigenvalues found
+/// z       n by m
+/// work    sbevx 7 n elements, hbevx n;  rwork  7 n;  iwork  5 n
+/// ifail   n elements, for 'V': zeros, or the eigenvectors that did not converge
+/// info    k: k eigenvectors did not converge; if all did, as stebz tells of the eigenvalues
 template <RealScalar T>
 void sbevx(char jobz, char range, char uplo, Int n, Int kd, T* ab, Int ldab, T* q, Int ldq, T vl, T vu, Int il, Int iu,
            T abstol, Int& m, T* w, T* z, Int ldz, T* work, Int* iwork, Int* ifail, Int& info);

@@ -80,17 +80,22 @@ class ChasedReduction {
   void go_one_step(Int i, Int k) const {
     const Wave chased = on_their_way(i, k);
     const bool starts = k >= 2;
-    if (starts) start(i, k);
     if (stride() <= std::numeric_limits<Int>::max()) {
       go_on(chased);
+      if (starts) start(i, k);
       finish(i, k, starts ? Wave{i + k, chased.count + 1} : chased);
-    } else {
-      // Kernels can't step so far.
-      if (starts) finish(i, k, {i + k, 1});
-      for_each(chased, [&](Int p) {
-        go_on({p, 1});
-        finish(i, k, {p, 1});
-      });
+      return;
+    }
+    // Kernels can't step so far. A rotation brings a new element into being where the one ahead of it annihilates its
+    // own: that one goes first.
+    for (Int l = chased.count - 1; l >= 0; --l) {
+      const Wave one{chased.first + l * spacing(), 1};
+      go_on(one);
+      finish(i, k, one);
+    }
+    if (starts) {
+      start(i, k);
+      finish(i, k, {i + k, 1});
     }
   }
 

@@ -14,6 +14,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
+#include "symmetric/driver_steps.hpp"
 #include "symmetric/merge_of_halves.hpp"
 #include "symmetric/real_factors.hpp"
 #include "symmetric/root_free_qr.hpp"
@@ -97,24 +98,13 @@ Int solve_parts(Int n, Int smlsiz, R* d, R* e, Large large, Small small, bool& i
   return 0;
 }
 
-/// Puts eigenvalues into increasing order with as few exchanges of vectors as that takes.
-template <Scalar T>
-void sort_pairs(Int n, Real<T>* d, Matrix<T> Z) {
-  for (Int i = 1; i < n; ++i) {
-    const Int smallest = static_cast<Int>(std::min_element(d + (i - 1), d + n) - d) + 1;
-    if (smallest == i) continue;
-    std::swap(d[i - 1], d[smallest - 1]);
-    blas::swap(n, column(Z, 1, i), column(Z, 1, smallest));
-  }
-}
-
 /// Solves the parts of a tridiagonal matrix and puts their eigenpairs into one order.
 template <Scalar T, class Large, class Small>
 Int solve_and_sort(Int n, Int smlsiz, Real<T>* d, Real<T>* e, Matrix<T> Z, Large large, Small small) {
   if (lanst('M', n, d, e) == 0) return 0;
   bool is_whole = true;
   const Int info = solve_parts(n, smlsiz, d, e, large, small, is_whole);
-  if (info == 0 && !is_whole) sort_pairs(n, d, Z);
+  if (info == 0 && !is_whole) sort_pairs(n, n, d, Z, [](Int, Int) {});
   return info;
 }
 

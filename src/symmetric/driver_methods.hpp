@@ -113,8 +113,11 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
     stebz(range, with_vectors ? 'B' : 'E', n, vl, vu, il, iu, scaled_tolerance(abstol, scaling), work.d, work.e, m,
           splits, w, iblock, isplit, work.rest, iwork, info);
     if (with_vectors) {
+      const Int of_values = info;
       stein(n, work.d, work.e, m, w, iblock, isplit, Z.data, Z.ld, work.rest, iwork, ifail, info);
       A.apply_q(m, Z);
+      // Vectors that are all there don't hide that values are not.
+      if (info == 0) info = of_values;
     }
   }
   scaling.undo(m, w, info);

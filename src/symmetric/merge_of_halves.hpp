@@ -62,6 +62,10 @@ static void tear_apart(Int n, Int depth, R* d, const R* e) {
 template <RealScalar R, class Share, class Calls>
 static bool merge_halves(Int n, R* d, Matrix<R> Q, Int* indxq, R rho, Int cutpnt, R* work, Int* iwork, Share share,
                          Calls calls) {
+  if (n == 1) {
+    indxq[0] = 1;
+    return true;
+  }
   R* const z = work;
   R* const dlamda = z + n;
   R* const w = dlamda + n;

@@ -175,26 +175,29 @@ Int find_products(Int qsiz, Int n, Real<T>* d, Real<T>* e, Matrix<T> Q, Matrix<T
   const Int depth = tree_depth(n, leaf_size<T>(n));
   const FactorStore<R> store(n, depth, rwork, iwork);
   const auto multiply_leaf = [&](TreeNode node, const R* eigenvectors) {
-    lacrm(qsiz, node.size, Q.at(1, node.first + 1), Q.ld, eigenvectors, node.size, Stored.at(1, node.first + 1),
-          Stored.ld, store.work);
+    T *const columns = Q.at(1, node.first + 1), *const product = Stored.at(1, node.first + 1);
+    lacrm(qsiz, node.size, columns, Q.ld, eigenvectors, node.size, product, Stored.ld, store.work);
+    lacpy('A', qsiz, node.size, product, Stored.ld, columns, Q.ld);
   };
-  // The columns of Q that the merge is about are free: their products with the leaves stand in qstore.
+  // A merge works in as many elements as its columns have, without gaps: only qstore has no one's numbers between them.
   const auto merge = [&](TreeNode node, Int half, R rho, Int generation, Int index, Int& info) {
-    laed7(node.size, half, qsiz, depth, generation, index, d + node.first, Stored.at(1, node.first + 1), Stored.ld, rho,
+    laed7(node.size, half, qsiz, depth, generation, index, d + node.first, Q.at(1, node.first + 1), Q.ld, rho,
           store.indxq + node.first, store.blocks, store.qptr, store.prmptr, store.perm, store.givptr, store.givcol,
-          store.givnum, Q.at(1, node.first + 1), store.work, store.iwork, info);
+          store.givnum, Stored.at(1, node.first + 1), store.work, store.iwork, info);
   };
   const Int info = find_factors(n, depth, d, e, store, multiply_leaf, merge);
   if (info != 0) return info;
   sort_values(n, store.indxq, d, store.work);
-  copy_in_order<T>(qsiz, n, store.indxq, Stored, Q);
+  copy_in_order<T>(qsiz, n, store.indxq, Q, Stored);
+  lacpy('A', qsiz, n, Stored.data, Stored.ld, Q.data, Q.ld);
   return 0;
 }
 
 }  // namespace
 
 template <RealScalar T>
-void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork, Int& info) {
+void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork,
+            Int& info) {
   info = 0;
   if (icompq < 0 || icompq > 2) info = -1;
   else if (icompq == 1 && qsiz < std::max(0, n)) info = -2;
@@ -204,6 +207,10 @@ void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, I
   if (info != 0) return report_bad_argument<T>("LAED0", info);
   if (n == 0) return;
   const Matrix Q{q, ldq};
+  if (n == 1) {
+    if (icompq == 2) Q(1, 1) = T(1);
+    return;
+  }
   info = icompq == 2 ? find_eigenvectors(n, d, e, Q, work, iwork)
                      : find_products(icompq == 1, qsiz, n, d, e, Q, Matrix{qstore, ldqs}, work, iwork);
 }
@@ -217,7 +224,7 @@ void xlaed0(Int qsiz, Int n, Real<T>* d, Real<T>* e, T* q, Int ldq, T* qstore, I
   else if (ldq < std::max(1, n)) info = -6;
   else if (ldqs < std::max(1, n)) info = -8;
   if (info != 0) return report_bad_argument<T>("LAED0", info);
-  if (n == 0) return;
+  if (n <= 1) return;
   info = find_products(qsiz, n, d, e, Matrix{q, ldq}, Matrix{qstore, ldqs}, rwork, iwork);
 }
 

@@ -35,11 +35,11 @@ Int count_up_to(Int n, const R* d, const R* e, R pivmin, R x) {
 
 /// The same of L D L^T - x I.
 template <RealScalar R>
-Int count_of_representation_up_to(Int n, const R* d, const R* l, R x) {
+Int count_of_representation_up_to(Int n, const R* d, const R* l, R pivmin, R x) {
   Int count = 0;
   R s = negated(x);
   for (Int i = 0; i < n; ++i) {
-    const R pivot = d[i] + s;
+    const R pivot = away_from_zero(d[i] + s, pivmin);
     if (pivot <= 0) ++count;
     if (i == n - 1) break;
     const R product = l[i] * d[i] * l[i];
@@ -57,7 +57,7 @@ void larrc(char jobt, Int n, R vl, R vu, const R* d, const R* e, R pivmin, Int& 
   info = 0;
   const bool of_matrix = same_letter(jobt, 'T');
   const auto count = [&](R x) {
-    return of_matrix ? count_up_to(n, d, e, pivmin, x) : count_of_representation_up_to(n, d, e, x);
+    return of_matrix ? count_up_to(n, d, e, pivmin, x) : count_of_representation_up_to(n, d, e, pivmin, x);
   };
   lcnt = count(vl);
   rcnt = count(vu);

@@ -8,7 +8,7 @@
 // e       n - 1 elements: those beside the diagonal of T, or below the diagonal of L
 // e2      their squares
 // lld     n - 1 elements l(i)^2 d(i)
-// pivmin  least magnitude of a pivot of T: one below it counts as -pivmin
+// pivmin  least magnitude of a pivot: one below it counts as -pivmin
 
 #include "base/types.hpp"
 
@@ -20,7 +20,7 @@ namespace nuv {
 ///
 /// which is made from the top down to row r, and from the bottom up to it (O. A. Marques, E. J. Riedy, C. Voemel,
 /// "Benefits of IEEE-754 features in modern symmetric tridiagonal eigensolvers", SIAM J. Sci. Comput. 28, 2006). Zero
-/// pivots are divided by. Every sigma and all contents of d and lld have a count. pivmin is not looked at.
+/// pivots are divided by. pivmin is not looked at.
 ///
 /// r       row of the twist, 1 ... n
 template <RealScalar R>

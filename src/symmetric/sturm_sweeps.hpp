@@ -117,6 +117,7 @@ void run_side_by_side(const Sweep<R>& sweep, const detail::Shifts<R>& sigma, det
     typename Shifts<R>::Count negative[packs] = {};
     for (std::ptrdiff_t j = first; j < end; ++j) {
       const R add = sweep.add[j * sweep.step], times = sweep.times[j * sweep.step];
+#pragma GCC unroll 8
       for (int p = 0; p < packs; ++p) {
         const auto pivot = add + t.pack[p];
         negative[p] -= pivot < 0;
@@ -191,6 +192,7 @@ void count_below(Int n, const R* d, const R* e2, R pivmin, const R* x, Int* coun
   }
   for (Int i = 1; i < n; ++i) {
     const R diagonal = d[i], square = e2[i - 1];
+#pragma GCC unroll 8
     for (int p = 0; p < Shifts::packs; ++p) {
       pivot.pack[p] = diagonal - square / pivot.pack[p] - shift.pack[p];
       tell(p);

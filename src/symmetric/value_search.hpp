@@ -12,8 +12,8 @@
 
 namespace nuv {
 
-/// How narrow an interval has to be: half its width at most max(absolute, relative max(|left|, |right|)), or so many
-/// times halved.
+/// How narrow an interval has to be: half its width at most max(absolute, relative max(|left|, |right|)). It is halved
+/// so many times at most, and no more where no number is left between its ends.
 template <RealScalar R>
 struct Accuracy {
   R absolute, relative;
@@ -73,7 +73,7 @@ class ValueSearch {
   bool has_moved() const { return has_moved_; }
   bool is_narrow() const {
     const R larger = std::max(std::abs(left_), std::abs(right_));
-    return !(right_ - middle() > std::max(accuracy_.absolute, accuracy_.relative * larger));
+    return !(R(0.5) * (right_ - left_) > std::max(accuracy_.absolute, accuracy_.relative * larger));
   }
   R middle() const { return R(0.5) * (left_ + right_); }
   R left() const { return left_; }
@@ -127,7 +127,10 @@ class ValueSearch {
     has_moved_ = true;
   }
 
-  void halve_unless_narrow() { phase_ = accuracy_.halvings <= 0 || is_narrow() ? Phase::done : Phase::middle; }
+  void halve_unless_narrow() {
+    const bool can_halve = accuracy_.halvings > 0 && left_ < middle() && middle() < right_;
+    phase_ = can_halve && !is_narrow() ? Phase::middle : Phase::done;
+  }
 
   Int index_;
   R left_, right_, step_, first_step_;

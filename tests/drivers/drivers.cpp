@@ -199,6 +199,7 @@ const std::vector<Driver>& drivers() {
     add_band_solvers(drivers);
     add_tridiagonal_solvers(drivers);
     add_tridiagonal_eigen(drivers);
+    add_two_stage(drivers);
     add_indefinite_solvers(drivers);
     add_packed_band_eigen(drivers);
     add_generalised_eigen(drivers);

@@ -68,6 +68,7 @@ void add_packed_solvers(DriverList& drivers);
 void add_scaled_solvers(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
+void add_two_stage(DriverList& drivers);
 
 /// The list. A routine joins it in drivers.cpp, or where its family has a file of its own.
 const std::vector<Driver>& drivers();

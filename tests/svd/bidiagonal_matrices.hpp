@@ -20,6 +20,7 @@ struct Bidiagonal {
 template <RealScalar R>
 struct DescribedBidiagonal {
   const char* name;
+  bool has_clusters;  ///< values that are equal, or almost so
   Bidiagonal<R> matrix;
 };
 

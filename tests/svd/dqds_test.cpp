@@ -21,6 +21,9 @@ constexpr Int sizes[] = {1, 2, 3, 4, 5, 6, 7, 10, 21, 40, 64, 101};
 /// All values to so many eps, whatever their size.
 constexpr double threshold = 10;
 
+/// The same where values are equal or almost so: their matrices are split at elements up to 100 eps of them.
+constexpr double threshold_for_clusters = 30;
+
 template <class T>
 class Dqds : public ReportingTest {
  protected:
@@ -59,30 +62,28 @@ long double floor_beside(long double largest) {
 }
 
 template <RealScalar R>
-void expect_values(const Bidiagonal<R>& matrix) {
+void expect_values(const Bidiagonal<R>& matrix, double allowed) {
   const Outcome<R> outcome = lasq1(matrix);
   const auto exact = singular_values(matrix);
   EXPECT_EQ(outcome.info, 0);
   const double error = relative_error(outcome.d.data(), exact, floor_beside<R>(exact.front()));
-  if (getenv("SHOW")) printf("%c %d %g\n", precision_letter<R>, matrix.order(), error);
-  EXPECT_LE(error, threshold);
+  EXPECT_LE(error, allowed);
   EXPECT_TRUE(std::is_sorted(outcome.d.data(), outcome.d.data() + outcome.d.size(), std::greater<>()));
 }
 
 TYPED_TEST(Dqds, FindsAllValuesToHighRelativeAccuracy) {
   using R = TypeParam;
   for (const Int n : sizes) {
-    for (const auto& [name, matrix] : described_bidiagonals<R>(n)) {
+    for (const auto& [name, has_clusters, matrix] : described_bidiagonals<R>(n)) {
       SCOPED_TRACE(std::string(name) + ", n = " + std::to_string(n));
-      if (getenv("SHOW")) printf("%s ", name);
-      expect_values(matrix);
+      expect_values(matrix, has_clusters ? threshold_for_clusters : threshold);
     }
   }
 }
 
 TYPED_TEST(Dqds, SignsDoNotCount) {
   using R = TypeParam;
-  for (auto& [name, matrix] : described_bidiagonals<R>(12)) {
+  for (auto& [name, has_clusters, matrix] : described_bidiagonals<R>(12)) {
     SCOPED_TRACE(name);
     const Outcome<R> before = lasq1(matrix);
     for (R& x : matrix.d) x = std::abs(x) * (this->random.integer(0, 1) == 0 ? 1 : -1);
@@ -287,7 +288,6 @@ TYPED_TEST(Dqds, EndsOnQdArraysOfAnything) {
     const QdOutcome<R> outcome = lasq2(n, qd);
     EXPECT_GE(outcome.info, 0);
     const bool finite = std::all_of(qd.begin(), qd.end(), [](R x) { return std::isfinite(x); });
-    if (getenv("SHOW") && outcome.info != 0) printf("info %d finite %d\n", outcome.info, finite);
     if (!finite && outcome.info == 0) {
       EXPECT_TRUE(std::any_of(outcome.z.data(), outcome.z.data() + n, [](R x) { return !std::isfinite(x); }));
     }

@@ -22,8 +22,8 @@ class SharedRotations : public testing::Test {
   void for_each_batch(Work work) {
     for (const char side : sides) {
       for (const char direct : {'F', 'B'}) {
-        for (const Int length : {40, 210, 211, 500, 1100}) {
-          for (const auto& [lines, k] : {std::pair{30, 40}, {70, 40}, {170, 40}, {300, 7}}) {
+        for (const Int length : {511, 512, 1100}) {
+          for (const auto& [lines, k] : {std::pair{30, 20}, {60, 20}, {100, 20}, {150, 7}}) {
             const Int m = side == 'L' ? lines : length, n = side == 'L' ? length : lines;
             const RotationSweeps<T> sweeps(random, lines - 1, k, lines);
             work(random_matrix<T>(random, m, n, m + 1), side, direct, sweeps);
@@ -56,7 +56,7 @@ TYPED_TEST(SharedRotations, GiveTheBitsOfOneThread) {
   this->for_each_batch([&](const auto& A, char side, char direct, const auto& sweeps) {
     nuv_thread_set_num_threads(1);
     const auto alone = this->apply(this->serial, A, side, direct, sweeps);
-    for (const int threads : {1, 2, 3, 8}) {
+    for (const int threads : {1, 2, 3}) {
       nuv_thread_set_num_threads(threads);
       EXPECT_TRUE(this->apply(this->layered, A, side, direct, sweeps).same_as(alone))
           << threads << " threads, " << side << direct << ' ' << A.rows() << " by " << A.columns() << ", "

@@ -26,11 +26,11 @@ struct Shape {
 
 /// No, one and two diagonals, as many as the matrix has and more, and orders at which few and many rotations go
 /// together.
-constexpr Shape shapes[] = {{1, 0},  {1, 1},  {1, 3},  {2, 0},   {2, 1},   {2, 2},    {2, 5},   {3, 0},
-                            {3, 1},  {3, 2},  {3, 3},  {5, 1},   {5, 2},   {5, 3},    {5, 4},   {5, 5},
-                            {9, 0},  {9, 1},  {9, 2},  {9, 4},   {9, 7},   {9, 8},    {9, 9},   {9, 12},
-                            {30, 1}, {30, 2}, {30, 3}, {30, 13}, {30, 28}, {30, 29},  {30, 30}, {61, 2},
-                            {61, 3}, {61, 4}, {61, 5}, {61, 7},  {100, 6}, {100, 40}, {300, 20}};
+constexpr Shape shapes[] = {{1, 0},  {1, 1},  {1, 3},  {2, 0},   {2, 1},   {2, 2},   {2, 5},   {3, 0},
+                            {3, 1},  {3, 2},  {3, 3},  {5, 1},   {5, 2},   {5, 3},   {5, 4},   {5, 5},
+                            {9, 0},  {9, 1},  {9, 2},  {9, 4},   {9, 7},   {9, 8},   {9, 9},   {9, 12},
+                            {30, 1}, {30, 2}, {30, 3}, {30, 13}, {30, 28}, {30, 29}, {30, 30}, {61, 2},
+                            {61, 3}, {61, 4}, {61, 5}, {61, 7},  {100, 6}, {100, 40}};
 
 /// What a reduction leaves.
 template <Scalar T>
@@ -66,7 +66,9 @@ TYPED_TEST_SUITE(BandReduction, Precisions, PrecisionLetter);
 
 TYPED_TEST(BandReduction, IsASimilarityWithAnOrthogonalMatrix) {
   using T = TypeParam;
-  for (const auto& [n, kd] : shapes) {
+  std::vector<Shape> all(std::begin(shapes), std::end(shapes));
+  all.push_back({300, 20});
+  for (const auto& [n, kd] : all) {
     for (const char uplo : {'U', 'l'}) {
       SCOPED_TRACE(testing::Message() << uplo << ", order " << n << ", " << kd << " diagonals");
       const GuardedMatrix<T> A = random_band<T>(this->random, uplo, n, kd);

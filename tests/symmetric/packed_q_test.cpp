@@ -100,11 +100,11 @@ TYPED_TEST(PackedQ, IsTheProductOfItsReflectors) {
 
 TYPED_TEST(PackedQ, IsAppliedFromBothSides) {
   using T = TypeParam;
-  for (const Int nq : {1, 2, 3, 12, 18, 34, 66, 99}) {
+  for (const Int nq : {1, 2, 3, 18, 34, 66, 99}) {
     for (const char uplo : {'U', 'l'}) {
       Reflectors<T> reflectors(this->random, uplo, nq);
       const WideMatrix<T> Q = wide_q(uplo, nq, reflectors);
-      for (const Int nw : {0, 1, 7, 40}) {
+      for (const Int nw : {0, 1, 12}) {
         for (const char side : {'L', 'r'}) {
           for (const char trans : {'n', adjoint_letter<T>}) {
             for (const int refused : {MemoryRequests::none, MemoryRequests::all}) {

@@ -129,6 +129,22 @@ TYPED_TEST(StoredDrivers, SelectAllInOtherWords) {
   });
 }
 
+/// With a tolerance the eigenvalues are as near as that, and need not be nearer.
+TYPED_TEST(StoredDrivers, AreContentWithATolerance) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr R tolerance = R(0.25);
+  for (const char uplo : uplos) {
+    const Case<T> problem(this->random, uplo, {34, 5});
+    const Solution<T> x = by_selection('N', {.abstol = tolerance}, problem.form, 34);
+    EXPECT_EQ(x.m, 34);
+    WideReal<T> error = 0;
+    for (Int i = 1; i <= 34; ++i) error = std::max(error, std::abs(x.w(i) - problem.values[std::size_t(i - 1)]));
+    EXPECT_LE(error, tolerance);
+    EXPECT_GT(error, tolerance / 100);
+  }
+}
+
 TYPED_TEST(StoredDrivers, SelectByIndex) {
   using T = TypeParam;
   for (const Shape& shape : {Shape{9, 3}, {34, 5}}) {

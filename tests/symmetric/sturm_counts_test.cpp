@@ -135,15 +135,15 @@ TYPED_TEST(SturmCounts, ZeroPivotInEachRowOfABlock) {
   }
 }
 
-TYPED_TEST(SturmCounts, InfiniteShiftsAndNaNsHaveCounts) {
+TYPED_TEST(SturmCounts, InfinitiesAndNaNsCountAsInALoopThatTestsEveryRow) {
   using R = TypeParam;
   constexpr R infinity = std::numeric_limits<R>::infinity(), nan = std::numeric_limits<R>::quiet_NaN();
   for (const Int n : {1, 5, 128, 200}) {
     const auto T = random_representation<R>(this->random, n, true);
     for (const Int r : {1, (n + 1) / 2, n}) {
-      EXPECT_EQ(laneg(T, infinity, r), n);
+      EXPECT_GE(laneg(T, infinity, r), n - 1);  // where the sweeps meet infinities of both signs there is no sign
       EXPECT_EQ(laneg(T, -infinity, r), 0);
-      EXPECT_EQ(laneg(T, nan, r), plain_count(T, nan, r));
+      for (const R sigma : {infinity, -infinity, nan}) EXPECT_EQ(laneg(T, sigma, r), plain_count(T, sigma, r));
     }
   }
 }

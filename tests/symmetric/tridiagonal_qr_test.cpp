@@ -22,6 +22,17 @@ const char* text(Answer answer) {
   return answer == Answer::granted ? ", with a table" : ", without";
 }
 
+/// ||Z^H Z - I|| / (n eps) in the one-norm. Vectors of random signs would count the errors of n columns for one: they
+/// are sums of as many roundings as an element has met rotations.
+template <Scalar T>
+double full_orthogonality(const GuardedMatrix<T>& Z) {
+  const WideMatrix<T> X = wide(Z);
+  const Eigen::Index n = X.cols();
+  const WideMatrix<T> rest = product<T>(X.adjoint(), X) - WideMatrix<T>::Identity(n, n);
+  return double(rest.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>() /
+                (WideReal<T>(n) * epsilon<T>));
+}
+
 /// The arguments of ?steqr; z is a square for vectors, and one element else.
 template <Scalar T>
 struct Iteration {
@@ -45,6 +56,9 @@ struct Iteration {
   }
 
   Int order() const { return matrix.order(); }
+  /// Products ask for memory, too, which the pool keeps.
+  bool is_without_products() const { return (ComplexScalar<T> ? 2 : 1) * order() <= 210; }
+
   bool has_vectors() const { return std::toupper(compz) != 'N'; }
 
   /// With the requests to malloc answered so.
@@ -56,12 +70,13 @@ struct Iteration {
     return *this;
   }
 
-  void expect_solution(const WideMatrix<T>& A, const std::string& what) {
+  /// values   of the matrix
+  void expect_solution(const WideMatrix<T>& A, const std::vector<WideReal<T>>& values, const std::string& what) {
     EXPECT_EQ(info, 0) << what;
-    EXPECT_EQ(kept, 0) << what;
+    EXPECT_TRUE(kept == 0 || !is_without_products()) << what;
     EXPECT_TRUE(is_ascending(d)) << what;
     EXPECT_TRUE(is_zero(e)) << what;
-    EXPECT_LT(value_error(d, order(), wide_values(matrix)), threshold) << what;
+    EXPECT_LT(value_error(d, order(), values), threshold) << what;
     EXPECT_TRUE(d.guards_unchanged() && e.guards_unchanged() && Z.guards_unchanged() && work.guards_unchanged())
         << what;
     if (!has_vectors()) {
@@ -69,7 +84,7 @@ struct Iteration {
       return;
     }
     EXPECT_LT(eigen_residual<T>(A, Z, d, order()), threshold) << what;
-    EXPECT_LT(orthogonality(Z, order()), threshold) << what;
+    EXPECT_LT(order() < 100 ? orthogonality(Z, order()) : full_orthogonality(Z), threshold) << what;
   }
 
   int kept = 0, requests = 0;
@@ -84,10 +99,12 @@ class TridiagonalQr : public ReportingTest {
   static void SetUpTestSuite() { Iteration<T>('I', random_tridiagonal<R>(30)).run(); }
 
   static void expect_solutions(const Tridiagonal<R>& matrix, const std::string& name) {
-    for (const char compz : {'N', 'I', 'i', 'n'}) {
+    const WideMatrix<T> A = wide_dense<T>(matrix);
+    const auto values = wide_values(matrix);
+    for (const char compz : {'N', 'i'}) {
       for (const Answer answer : answers) {
         Iteration<T> iteration(compz, matrix);
-        iteration.run(answer).expect_solution(wide_dense<T>(matrix), name + ' ' + compz + text(answer));
+        iteration.run(answer).expect_solution(A, values, name + ' ' + compz + text(answer));
       }
     }
   }
@@ -98,7 +115,7 @@ TYPED_TEST_SUITE(TridiagonalQr, Precisions, PrecisionLetter);
 
 TYPED_TEST(TridiagonalQr, SolvesDescribedMatrices) {
   using R = Real<TypeParam>;
-  for (const Int n : {1, 2, 3, 4, 5, 24, 45}) {
+  for (const Int n : {1, 2, 3, 5, 45}) {
     for (const auto& [name, matrix] : described_tridiagonals<R>(n)) {
       this->expect_solutions(matrix, std::string(name) + " of order " + std::to_string(n));
     }
@@ -108,10 +125,14 @@ TYPED_TEST(TridiagonalQr, SolvesDescribedMatrices) {
 /// Batches grow from 4 sweeps to 100 behind order 210, or 105 for complex vectors.
 TYPED_TEST(TridiagonalQr, SolvesAroundTheBatchSizes) {
   using R = Real<TypeParam>;
-  for (const Int n : {105, 106, 210, 211}) {
+  constexpr Int last_small = ComplexScalar<TypeParam> ? 105 : 210;
+  for (const Int n : {last_small, last_small + 1}) {
+    const Tridiagonal<R> matrix = random_tridiagonal<R>(n);
+    const WideMatrix<TypeParam> A = wide_dense<TypeParam>(matrix);
+    const auto values = wide_values(matrix);
     for (const Answer answer : answers) {
-      Iteration<TypeParam> iteration('I', random_tridiagonal<R>(n));
-      iteration.run(answer).expect_solution(wide_dense<TypeParam>(iteration.matrix), std::to_string(n) + text(answer));
+      Iteration<TypeParam> iteration('I', matrix);
+      iteration.run(answer).expect_solution(A, values, std::to_string(n) + text(answer));
     }
   }
 }
@@ -156,7 +177,7 @@ TYPED_TEST(TridiagonalQr, TurnsTheColumnsOfAGivenMatrix) {
       }
       const WideMatrix<T> given = wide(iteration.Z);
       const WideMatrix<T> A = product<T>(given, product<T>(wide_dense<T>(iteration.matrix), given.adjoint()));
-      iteration.run(answer).expect_solution(A, text(answer));
+      iteration.run(answer).expect_solution(A, wide_values(iteration.matrix), text(answer));
     }
   }
 }
@@ -170,7 +191,7 @@ TYPED_TEST(TridiagonalQr, FindsTheSameWithoutATable) {
     EXPECT_TRUE(with.d.same_as(without.d));
     const WideMatrix<T> difference = wide(with.Z) - wide(without.Z);
     EXPECT_LT(double(difference.cwiseAbs().maxCoeff() / epsilon<T>), 10 * n) << n;
-    EXPECT_EQ(with.requests, 1);
+    EXPECT_TRUE(with.requests == 1 || !with.is_without_products());
   }
 }
 

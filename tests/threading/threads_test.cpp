@@ -216,6 +216,23 @@ TYPED_TEST(Threads, GiveThePackedSolutionsOfOne) {
   }
 }
 
+TYPED_TEST(Threads, GiveThePackedReductionOfOne) {
+  using T = TypeParam;
+  for (const Int n : {100, 340}) {
+    const std::vector<T> ap = numbers<T>(this->random, 1, packed_size(n));
+    for (const char uplo : {'U', 'L'}) {
+      SCOPED_TRACE(std::to_string(n) + ' ' + uplo);
+      expect_same_bits(ap, [&](T* x) {
+        std::vector<Real<T>> d(n), e(n);
+        std::vector<T> tau(n);
+        Int info = -7;
+        layer::sptrd(uplo, n, x, d.data(), e.data(), tau.data(), info);
+        EXPECT_EQ(info, 0);
+      });
+    }
+  }
+}
+
 /// Bands that are solved with by blocks and row by row, for one strip of right-hand sides and for several.
 TYPED_TEST(Threads, GiveTheBandSolutionsOfOne) {
   using T = TypeParam;
