@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "environment/machine_constants.hpp"
+#include "environment/sums_of_squares.hpp"
 #include "symmetric/secular_sums.hpp"
 
 namespace nuv {
@@ -347,7 +348,7 @@ void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam) {
     delta[0] = negated(z[0] / (gap + tau));
     delta[1] = negated(z[1] / tau);
   }
-  const T length = std::sqrt(delta[0] * delta[0] + delta[1] * delta[1]);
+  const T length = lapy2(delta[0], delta[1]);
   delta[0] /= length;
   delta[1] /= length;
 }

@@ -221,7 +221,8 @@ TYPED_TEST(FactoredMerges, OfATreeMultiplyWhatIsGiven) {
   using T = TypeParam;
   using R = Real<T>;
   for (const Int n : {1, 2, 50, 51, 103, 205}) {
-    const auto matrices = n < 200 ? described_tridiagonals<R>(n) : matrices_to_merge<R>(n);
+    const auto matrices = n == 1 || n == 51 ? described_tridiagonals<R>(n) : matrices_to_merge<R>(n);
+    if (n > 200 && ComplexScalar<T>) continue;
     for (const auto& [name, described] : matrices) {
       SCOPED_TRACE(name + (" of order " + std::to_string(n)));
       const Tridiagonal<R> matrix = of_norm_one(described);
