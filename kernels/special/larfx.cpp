@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 
 #include "base/short_reflector.hpp"
 #include "frame/option_matching.hpp"
@@ -53,6 +54,76 @@ void apply_short_from_right(Int m, const T* v, T tau, T* c, Int ldc) {
       });
 }
 
+/// Some rows of a matrix as they lie in `vectors` vectors, the first and the last of which they may fill in part.
+template <int vectors, Scalar T>
+class Rows {
+ public:
+  /// The rows begin at element `first` of the first vector and end before element `last` of the last one.
+  Rows(int first, int last) : first_(first), last_(last) {}
+
+  /// Vector i of a column, given what its first vector would have at element 0.
+  [[gnu::always_inline]] Simd<Real<T>> load(const T* column, int i) const {
+    const T* const from = column + i * elements_per_vector<T>;
+    if (is_whole(i)) return load_elements(from);
+    if constexpr (masks_are_cheap) return load_element_range(from, begin(i), end(i));
+    return load_some(from, end(i));
+  }
+  [[gnu::always_inline]] void load(const T* column, Simd<Real<T>> (&x)[vectors]) const {
+    for (int i = 0; i < vectors; ++i) x[i] = load(column, i);
+  }
+  [[gnu::always_inline]] void store(T* column, int i, Simd<Real<T>> x) const {
+    T* const to = column + i * elements_per_vector<T>;
+    if (is_whole(i)) return store_elements(to, x);
+    if constexpr (masks_are_cheap) {
+      simd::store_between(parts_of(to), x, begin(i) * lanes_per_element<T>, end(i) * lanes_per_element<T>);
+    } else {
+      store_some(to, x, end(i));
+    }
+  }
+
+  /// Elements of the first vector in front of the rows with which all columns lie in as few lines as they can. Where
+  /// masks are slow a vector is a part of a line, and nothing is won.
+  static int elements_in_front(const T* c, Int ldc) {
+    const auto address = reinterpret_cast<std::uintptr_t>(c);
+    constexpr std::ptrdiff_t line = sizeof(Simd<Real<T>>);
+    if (!masks_are_cheap || address % sizeof(T) != 0 || ldc * std::ptrdiff_t{sizeof(T)} % line != 0) return 0;
+    return static_cast<int>(address % line / sizeof(T));
+  }
+
+ private:
+  static constexpr bool masks_are_cheap = sizeof(Simd<Real<T>>) == 64;
+
+  static constexpr bool is_whole(int i) { return i > 0 && i < vectors - 1; }
+  int begin(int i) const { return i == 0 ? first_ : 0; }
+  int end(int i) const { return i == vectors - 1 ? last_ : elements_per_vector<T>; }
+
+  int first_, last_;
+};
+
+/// Vectors of rows that pass through the registers together.
+constexpr int most_vectors = 6;
+
+/// Calls visit(std::integral_constant<int, vectors>) for 1 <= vectors <= most_vectors.
+template <int vectors = 1, class Visit>
+void with_vectors(int count, Visit visit) {
+  if (count == vectors) return visit(std::integral_constant<int, vectors>());
+  if constexpr (vectors < most_vectors) with_vectors<vectors + 1>(count, visit);
+}
+
+/// Calls work(rows, offset) with the m rows of C as Rows of a number of vectors that the compiler knows, in strips of
+/// as many as there may be at most. `offset` is that of the element 0 of their first vector from the first row.
+template <Scalar T, class Work>
+void for_each_strip(Int m, const T* c, Int ldc, Work work) {
+  constexpr int width = elements_per_vector<T>;
+  int first = Rows<1, T>::elements_in_front(c, ldc);
+  for (Int offset = -first; offset < m; offset += most_vectors * width, first = 0) {
+    const Int count = std::min<Int>(m - offset, most_vectors * width);
+    with_vectors(static_cast<int>((count - 1) / width + 1), [&](auto vectors) {
+      work(Rows<vectors(), T>(first, static_cast<int>(count - (vectors() - 1) * width)), offset, vectors);
+    });
+  }
+}
+
 /// Inner products v^H c of columns c.
 template <Scalar T, int columns>
 class InnerProducts {
@@ -63,12 +134,16 @@ class InnerProducts {
     straight_[j] = simd::fma(v, c, straight_[j]);
     if constexpr (ComplexScalar<T>) crosswise_[j] = simd::fma(v, simd::swap_neighbours<R>(c), crosswise_[j]);
   }
-  T value(int j) const {
+
+  [[gnu::always_inline]] void get(T (&values)[columns]) {
+    R re[simd::padded_to_lanes<R>(columns)], im[simd::padded_to_lanes<R>(columns)];
+    simd::sums_of_lanes(straight_, re);
     if constexpr (ComplexScalar<T>) {
-      return {simd::sum_of_lanes<R>(straight_[j]),
-              simd::sum_of_lanes<R>(crosswise_[j] * simd::alternating(R(1), R(-1)))};
+      for (Simd<R>& x : crosswise_) x *= simd::alternating(R(1), R(-1));
+      simd::sums_of_lanes(crosswise_, im);
+      for (int j = 0; j < columns; ++j) values[j] = {re[j], im[j]};
     } else {
-      return simd::sum_of_lanes<R>(straight_[j]);
+      for (int j = 0; j < columns; ++j) values[j] = re[j];
     }
   }
 
@@ -76,9 +151,38 @@ class InnerProducts {
   Simd<R> straight_[columns]{}, crosswise_[columns]{};
 };
 
-/// C := C - tau v (v^H C) for `columns` columns.
 template <int columns, Scalar T>
-void apply_to_columns(Int m, const T* v, T tau, T* c, Int ldc) {
+[[gnu::always_inline]] inline void get_multiples(InnerProducts<T, columns>& products, T tau,
+                                                 Factor<T> (&multiple)[columns]) {
+  T values[columns];
+  products.get(values);
+#pragma GCC unroll 4
+  for (int j = 0; j < columns; ++j) multiple[j] = Factor<T>(tau * values[j]);
+}
+
+/// C := C - tau v (v^H C) for `columns` columns and a v that the registers hold.
+template <int columns, int vectors, Scalar T>
+[[gnu::always_inline]] inline void apply_to_columns(const Rows<vectors, T>& rows, const Simd<Real<T>> (&v)[vectors],
+                                                    T tau, T* c, Int ldc) {
+  InnerProducts<T, columns> products;
+#pragma GCC unroll 8
+  for (int i = 0; i < vectors; ++i) {
+#pragma GCC unroll 4
+    for (int j = 0; j < columns; ++j) products.add(j, v[i], rows.load(c + std::ptrdiff_t{j} * ldc, i));
+  }
+  Factor<T> multiple[columns];
+  get_multiples(products, tau, multiple);
+#pragma GCC unroll 4
+  for (int j = 0; j < columns; ++j) {
+    T* const column = c + std::ptrdiff_t{j} * ldc;
+#pragma GCC unroll 8
+    for (int i = 0; i < vectors; ++i) rows.store(column, i, multiple[j].subtract_product(rows.load(column, i), v[i]));
+  }
+}
+
+/// The same for a longer v.
+template <int columns, Scalar T>
+void apply_to_long_columns(Int m, const T* v, T tau, T* c, Int ldc) {
   const auto column = [&](int j) { return c + std::ptrdiff_t{j} * ldc; };
   InnerProducts<T, columns> products;
   for_each_vector<T>(
@@ -88,8 +192,7 @@ void apply_to_columns(Int m, const T* v, T tau, T* c, Int ldc) {
         for (int j = 0; j < columns; ++j) products.add(j, element, load_some(column(j) + i, count));
       });
   Factor<T> multiple[columns];
-#pragma GCC unroll 4
-  for (int j = 0; j < columns; ++j) multiple[j] = Factor<T>(tau * products.value(j));
+  get_multiples(products, tau, multiple);
   for_each_vector<T>(
       m, [&](std::ptrdiff_t i, int count) __attribute__((always_inline)) {
         const Simd<Real<T>> element = load_some(v + i, count);
@@ -101,46 +204,57 @@ void apply_to_columns(Int m, const T* v, T tau, T* c, Int ldc) {
       });
 }
 
-template <Scalar T>
-void apply_from_left(Int m, Int n, const T* v, T tau, T* c, Int ldc) {
+/// Calls apply(columns, c) for groups of columns of a number that the compiler knows.
+template <Scalar T, class Apply>
+void for_each_group(Int n, T* c, Int ldc, Apply apply) {
   constexpr int columns = 4;
   Int j = 0;
-  for (; j + columns <= n; j += columns) apply_to_columns<columns>(m, v, tau, c + std::ptrdiff_t{j} * ldc, ldc);
-  for (; j < n; ++j) apply_to_columns<1>(m, v, tau, c + std::ptrdiff_t{j} * ldc, ldc);
+  for (; j + columns <= n; j += columns) apply(std::integral_constant<int, columns>(), c + std::ptrdiff_t{j} * ldc);
+  for (; j < n; ++j) apply(std::integral_constant<int, 1>(), c + std::ptrdiff_t{j} * ldc);
 }
 
-/// C := C - (C v) tau v^H for `vectors` vectors of rows, of the last of them `count` elements.
+template <Scalar T>
+void apply_from_left(Int m, Int n, const T* v, T tau, T* c, Int ldc) {
+  if (m > (most_vectors - 1) * elements_per_vector<T>) {
+    return for_each_group(n, c, ldc,
+                          [&](auto columns, T* group) { apply_to_long_columns<columns()>(m, v, tau, group, ldc); });
+  }
+  for_each_strip(m, c, ldc, [&](auto rows, std::ptrdiff_t offset, auto vectors) {
+    Simd<Real<T>> element[vectors()];
+    rows.load(v + offset, element);
+    for_each_group(
+        n, c + offset, ldc, [&](auto columns, T* group) __attribute__((always_inline)) {
+          apply_to_columns<columns()>(rows, element, tau, group, ldc);
+        });
+  });
+}
+
+/// C := C - (C v) tau v^H for some rows.
 template <int vectors, Scalar T>
-[[gnu::always_inline]] inline void apply_to_rows(Int n, const T* v, T tau, T* c, Int ldc, int count) {
-  constexpr int width = elements_per_vector<T>;
-  const auto load = [&](const T* column, int i) __attribute__((always_inline)) {
-    return i == vectors - 1 ? load_some(column + i * width, count) : load_elements(column + i * width);
-  };
+[[gnu::always_inline]] inline void apply_to_rows(const Rows<vectors, T>& rows, Int n, const T* v, T tau, T* c,
+                                                 Int ldc) {
   Simd<Real<T>> sum[vectors]{};
   for (Int j = 0; j < n; ++j) {
-    const T* const column = c + std::ptrdiff_t{j} * ldc;
     const Factor<T> weight(v[j]);
-#pragma GCC unroll 4
-    for (int i = 0; i < vectors; ++i) sum[i] = weight.add_product(sum[i], load(column, i));
+#pragma GCC unroll 8
+    for (int i = 0; i < vectors; ++i) {
+      sum[i] = weight.add_product(sum[i], rows.load(c + std::ptrdiff_t{j} * ldc, i));
+    }
   }
   for (Int j = 0; j < n; ++j) {
     T* const column = c + std::ptrdiff_t{j} * ldc;
     const Factor<T> multiple(tau * conjugate(v[j]));
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (int i = 0; i < vectors; ++i) {
-      store_some(column + i * width, multiple.subtract_product(load(column, i), sum[i]),
-                 i == vectors - 1 ? count : width);
+      rows.store(column, i, multiple.subtract_product(rows.load(column, i), sum[i]));
     }
   }
 }
 
 template <Scalar T>
 void apply_from_right(Int m, Int n, const T* v, T tau, T* c, Int ldc) {
-  constexpr int width = elements_per_vector<T>, vectors = 4;
-  Int i = 0;
-  for (; i + vectors * width <= m; i += vectors * width) apply_to_rows<vectors>(n, v, tau, c + i, ldc, width);
-  for (; i + width <= m; i += width) apply_to_rows<1>(n, v, tau, c + i, ldc, width);
-  if (i < m) apply_to_rows<1>(n, v, tau, c + i, ldc, m - i);
+  for_each_strip(m, c, ldc,
+                 [&](auto rows, std::ptrdiff_t offset, auto) { apply_to_rows(rows, n, v, tau, c + offset, ldc); });
 }
 
 }  // namespace

@@ -1,80 +1,10 @@
 #include "symmetric/band_drivers.hpp"
 
-#include "environment/matrix_utilities.hpp"
-#include "environment/norms_symmetric.hpp"
 #include "frame/error_report.hpp"
-#include "symmetric/band_reduction.hpp"
-#include "symmetric/driver_methods.hpp"
+#include "symmetric/band_matrix.hpp"
 
 namespace nuv {
 namespace {
-
-/// The arguments that tell a band matrix.
-template <Scalar T>
-struct BandArguments {
-  char uplo;
-  Int n, kd;
-  T* ab;
-  Int ldab;
-
-  /// The same without diagonals that the matrix has no place for.
-  BandArguments narrowed() const {
-    const Int diagonals = std::min(kd, n - 1);
-    return {uplo, n, diagonals, same_letter(uplo, 'U') ? ab + (kd - diagonals) : ab, ldab};
-  }
-};
-
-/// A matrix as the methods of the drivers see it.
-///
-/// Q       the place of Q, or of the eigenvectors if these are formed from it, for 'V'
-/// work    n elements
-template <Scalar T>
-struct BandMatrix {
-  BandArguments<T> arguments;
-  bool with_vectors;
-  Matrix<T> Q;
-  T* work;
-
-  Real<T> largest() const {
-    const auto [uplo, n, kd, ab, ldab] = arguments;
-    if constexpr (ComplexScalar<T>) {
-      return lanhb<T>('M', uplo, n, kd, ab, ldab, nullptr);
-    } else {
-      return lansb<T>('M', uplo, n, kd, ab, ldab, nullptr);
-    }
-  }
-
-  Real<T> first() const {
-    const auto [uplo, n, kd, ab, ldab] = arguments;
-    return std::real(ab[same_letter(uplo, 'U') ? kd : 0]);
-  }
-
-  void scale(const RangeScaling<Real<T>>& scaling) const {
-    const auto [uplo, n, kd, ab, ldab] = arguments;
-    Int ignored = 0;
-    const char type = same_letter(uplo, 'U') ? 'Q' : 'B';
-    if (scaling.is_needed()) lascl(type, kd, kd, Real<T>(1), scaling.factor(), n, n, ab, ldab, ignored);
-  }
-
-  void reduce(Real<T>* d, Real<T>* e) const {
-    const auto [uplo, n, kd, ab, ldab] = arguments;
-    Int ignored = 0;
-    sbtrd(with_vectors ? 'V' : 'N', uplo, n, kd, ab, ldab, d, e, Q.data, Q.ld, work, ignored);
-  }
-
-  void form_q(Matrix<T> Z) const {
-    if (Z.data != Q.data) lacpy('A', arguments.n, arguments.n, Q.data, Q.ld, Z.data, Z.ld);
-  }
-
-  void apply_q(Int m, Matrix<T> Z) const {
-    const Int n = arguments.n;
-    const Vector<T> z{work, 1};
-    for (Int j = 1; j <= m; ++j) {
-      blas::copy(n, column(Z, 1, j), z);
-      blas::gemv('N', n, n, T(1), Q, z, T(0), column(Z, 1, j));
-    }
-  }
-};
 
 bool wants_vectors(char jobz) {
   return same_letter(jobz, 'V');
@@ -107,33 +37,21 @@ Int check_selected(char jobz, const Selection<Real<T>>& selection, const BandArg
   return 0;
 }
 
-template <Scalar T>
-DivisionSizes least_workspaces(bool with_vectors, std::int64_t n) {
-  if (n <= 1) return {1, 1, 1};
-  const std::int64_t reals = 1 + 5 * n + 2 * n * n;
-  if constexpr (ComplexScalar<T>) {
-    return with_vectors ? DivisionSizes{2 * n * n, reals, 3 + 5 * n} : DivisionSizes{n, n, 1};
-  } else {
-    return with_vectors ? DivisionSizes{reals, 0, 3 + 5 * n} : DivisionSizes{2 * n, 0, 1};
-  }
-}
-
 /// sbevd and hbevd.
 template <Scalar T>
-void solve_by_division(char jobz, const BandArguments<T>& arguments, Real<T>* w, Matrix<T> Z,
+void drive_by_division(char jobz, const BandArguments<T>& arguments, Real<T>* w, Matrix<T> Z,
                        const DivisionWork<T>& room, Int& info) {
   const bool with_vectors = wants_vectors(jobz);
   const Int n = arguments.n;
   info = check_all(jobz, arguments, Z.ld);
   if (info == 0) {
-    const DivisionSizes least = least_workspaces<T>(with_vectors, n);
+    const DivisionSizes least = least_workspaces_of_bands<T>(with_vectors, n);
     room.answer(least);
     info = room.check(least, 11);
   }
   if (info != 0) return report_bad_argument(name_of<T>("SBEVD", "HBEVD"), info);
   if (n == 0 || room.is_query()) return;
 
-  // e, the eigenvectors of the tridiagonal matrix, and room for their product with Q behind them.
   Real<T>* e;
   if constexpr (ComplexScalar<T>) {
     e = room.rwork;
@@ -142,13 +60,7 @@ void solve_by_division(char jobz, const BandArguments<T>& arguments, Real<T>* w,
   }
   const DivisionWork<T> behind_e = room.behind(ComplexScalar<T> ? 0 : n, n);
   const BandMatrix<T> A{arguments.narrowed(), with_vectors, Z, behind_e.work};
-  solve_for_all(A, n, with_vectors, w, e, Z, info, [&] {
-    const DivisionWork<T> rest = behind_e.behind(std::ptrdiff_t{n} * n, 0);
-    const Matrix<T> V{behind_e.work, n}, product{rest.work, n};
-    divide_and_conquer(n, w, e, V, rest, info);
-    blas::gemm('N', 'N', n, n, n, T(1), Z, V, T(0), product);
-    lacpy('A', n, n, product.data, product.ld, Z.data, Z.ld);
-  });
+  solve_by_division(A, n, with_vectors, w, e, Z, behind_e, info);
 }
 
 }  // namespace
@@ -180,13 +92,13 @@ void hbev(char jobz, char uplo, Int n, Int kd, T* ab, Int ldab, Real<T>* w, T* z
 template <RealScalar T>
 void sbevd(char jobz, char uplo, Int n, Int kd, T* ab, Int ldab, T* w, T* z, Int ldz, T* work, Int lwork, Int* iwork,
            Int liwork, Int& info) {
-  solve_by_division<T>(jobz, {uplo, n, kd, ab, ldab}, w, {z, ldz}, {work, lwork, nullptr, 0, iwork, liwork}, info);
+  drive_by_division<T>(jobz, {uplo, n, kd, ab, ldab}, w, {z, ldz}, {work, lwork, nullptr, 0, iwork, liwork}, info);
 }
 
 template <ComplexScalar T>
 void hbevd(char jobz, char uplo, Int n, Int kd, T* ab, Int ldab, Real<T>* w, T* z, Int ldz, T* work, Int lwork,
            Real<T>* rwork, Int lrwork, Int* iwork, Int liwork, Int& info) {
-  solve_by_division<T>(jobz, {uplo, n, kd, ab, ldab}, w, {z, ldz}, {work, lwork, rwork, lrwork, iwork, liwork}, info);
+  drive_by_division<T>(jobz, {uplo, n, kd, ab, ldab}, w, {z, ldz}, {work, lwork, rwork, lrwork, iwork, liwork}, info);
 }
 
 template <RealScalar T>

@@ -10,29 +10,10 @@
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "symmetric/band_half.hpp"
 
 namespace nuv {
 namespace {
-
-/// The lower half of the Hermitian matrix L that is reduced: of A where the lower triangle is stored, of A^T, which is
-/// conj(A), where the upper one is.
-template <Scalar T>
-struct BandHalf {
-  T* first;    ///< element (1, 1)
-  Int down;    ///< from an element to the one below it
-  Int across;  ///< and to the one on its right
-
-  BandHalf(bool upper, Int kd, T* ab, Int ldab)
-      : first(upper ? ab + kd : ab), down(upper ? ldab - 1 : 1), across(upper ? 1 : ldab - 1) {}
-
-  /// Address of element (i, j), j <= i <= j + kd.
-  T* at(Int i, Int j) const { return first + (i - std::ptrdiff_t{1}) * down + (j - std::ptrdiff_t{1}) * across; }
-  T& operator()(Int i, Int j) const { return *at(i, j); }
-
-  /// The row from element (i, j) on, and the column.
-  Vector<T> row(Int i, Int j) const { return {at(i, j), across}; }
-  Vector<T> column(Int i, Int j) const { return {at(i, j), down}; }
-};
 
 /// The matrix to which the rotations are applied from the right.
 template <Scalar T>
@@ -99,17 +80,22 @@ class ChasedReduction {
   void go_one_step(Int i, Int k) const {
     const Wave chased = on_their_way(i, k);
     const bool starts = k >= 2;
-    if (starts) start(i, k);
     if (stride() <= std::numeric_limits<Int>::max()) {
       go_on(chased);
+      if (starts) start(i, k);
       finish(i, k, starts ? Wave{i + k, chased.count + 1} : chased);
-    } else {
-      // Kernels can't step so far.
-      if (starts) finish(i, k, {i + k, 1});
-      for_each(chased, [&](Int p) {
-        go_on({p, 1});
-        finish(i, k, {p, 1});
-      });
+      return;
+    }
+    // Kernels can't step so far. A rotation brings a new element into being where the one ahead of it annihilates its
+    // own: that one goes first.
+    for (Int l = chased.count - 1; l >= 0; --l) {
+      const Wave one{chased.first + l * spacing(), 1};
+      go_on(one);
+      finish(i, k, one);
+    }
+    if (starts) {
+      start(i, k);
+      finish(i, k, {i + k, 1});
     }
   }
 
@@ -250,7 +236,7 @@ void sbtrd(char vect, char uplo, Int n, Int kd, T* ab, Int ldab, Real<T>* d, Rea
 
   const bool upper = same_letter(uplo, 'U'), from_identity = same_letter(vect, 'V');
   if (from_identity) laset('F', n, n, T(0), T(1), q, ldq);
-  const BandHalf<T> L(upper, kd, ab, ldab);
+  const auto L = BandHalf<T>::of(upper, kd, ab, ldab);
   const Accumulated<T> accumulated{{q, ldq}, with_q, from_identity, upper};
   const Int diagonals = std::min(kd, n - 1);
   if (diagonals >= 2) ChasedReduction<T>(L, n, diagonals, accumulated, d, work).run();

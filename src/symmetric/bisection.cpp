@@ -51,6 +51,9 @@ namespace {
 
 enum class Range { all, values, indices };
 
+/// Whether limits that belong to indices were found.
+enum class Limits { found, inconsistent, not_finite };
+
 /// By how much bounds are widened, in units of their rounding errors, and the relative tolerance, in units of eps.
 template <RealScalar T>
 constexpr T fudge = T(2.1);
@@ -126,13 +129,13 @@ class Search {
     return nsplit;
   }
 
-  /// Finds limits below which there are il - 1 values and iu values; false if that failed.
-  bool limit_to_indices(Int il, Int iu) {
+  /// Finds limits below which there are il - 1 values and iu values.
+  Limits limit_to_indices(Int il, Int iu) {
     Bounds<T> all = discs(n_, d_, [&](Int j) { return std::sqrt(e2_[j]); });
     const T size = all.largest(), margin = fudge<T> * size * Machine<T>::precision * T(n_);
     all.low = all.low - margin - twice_fudge<T> * pivmin_;
     all.high = all.high + margin + fudge<T> * pivmin_;
-    if (!all.are_finite()) return false;
+    if (!all.are_finite()) return Limits::not_finite;
     T ab[] = {all.low, all.low, all.high, all.high}, cuts[] = {all.low, all.high};
     Int nab[] = {-1, -1, n_ + 1, n_ + 1}, wanted[] = {il - 1, iu};
     Int count, unconverged;
@@ -145,7 +148,14 @@ class Search {
     wu_ = ab[upper + 2];
     wul_ = ab[upper];
     const Int below_wl = nab[lower], below_wu = nab[upper + 2];
-    return 0 <= below_wl && below_wl < n_ && 1 <= below_wu && below_wu <= n_;
+    const bool consistent = 0 <= below_wl && below_wl < n_ && 1 <= below_wu && below_wu <= n_;
+    return consistent ? Limits::found : Limits::inconsistent;
+  }
+
+  /// Adds values of which nothing can be said, since the matrix has elements that are not finite.
+  void add_unknown(Int number, Int count) {
+    for (Int j = 0; j < count; ++j) add(std::numeric_limits<T>::quiet_NaN(), -number);
+    some_unconverged_ = true;
   }
 
   /// Adds the values of rows first ... last, counted from zero, which are block `number` of the matrix.
@@ -223,12 +233,6 @@ class Search {
       if (bounds.low >= bounds.high) return;
     }
     bisect(number, first, count, bounds, abstol);
-  }
-
-  /// Nothing can be said of the values of a block that has elements which are not finite.
-  void add_unknown(Int number, Int count) {
-    for (Int j = 0; j < count; ++j) add(std::numeric_limits<T>::quiet_NaN(), -number);
-    some_unconverged_ = true;
   }
 
   void bisect(Int number, Int first, Int count, const Bounds<T>& bounds, T abstol) {
@@ -327,16 +331,21 @@ void stebz(char range, char order, Int n, T vl, T vu, Int il, Int iu, T abstol, 
   Search<T> search(wanted, n, abstol, d, e, w, iblock, work, iwork);
   nsplit = search.split(isplit);
   if (wanted == Range::values) search.limit_to(vl, vu);
-  if (wanted == Range::indices && !search.limit_to_indices(il, iu)) {
+  const Limits limits = wanted == Range::indices ? search.limit_to_indices(il, iu) : Limits::found;
+  if (limits == Limits::inconsistent) {
     info = 4;
     return;
   }
-  for (Int number = 1, first = 0; number <= nsplit; ++number) {
-    const Int end = isplit[number - 1];
-    search.add_block(number, first, end - 1);
-    first = end;
+  if (limits == Limits::not_finite) {
+    search.add_unknown(1, iu - il + 1);
+  } else {
+    for (Int number = 1, first = 0; number <= nsplit; ++number) {
+      const Int end = isplit[number - 1];
+      search.add_block(number, first, end - 1);
+      first = end;
+    }
+    if (wanted == Range::indices) search.keep_indices(il, iu);
   }
-  if (wanted == Range::indices) search.keep_indices(il, iu);
   if (same_letter(order, 'E') && nsplit > 1) search.sort();
   m = search.found();
   info = search.info();

@@ -262,8 +262,8 @@ void laed8(Int& k, Int n, Int qsiz, T* q, Int ldq, Real<T>* d, Real<T>& rho, Int
   else if (cutpnt < std::min(1, n) || cutpnt > n) info = -8;
   else if (ldq2 < std::max(1, n)) info = -12;
   if (info != 0) return report_bad_argument<T>("LAED8", info);
-  k = deflate_factors(true, n, qsiz, d, Matrix{q, ldq}, indxq, rho, cutpnt, z, dlamda, Matrix{q2, ldq2}, w, perm, givptr,
-                      givcol, givnum, indxp, indx);
+  k = deflate_factors(true, n, qsiz, d, Matrix{q, ldq}, indxq, rho, cutpnt, z, dlamda, Matrix{q2, ldq2}, w, perm,
+                      givptr, givcol, givnum, indxp, indx);
 }
 
 }  // namespace nuv

@@ -6,9 +6,9 @@
 //     [    T2 ]  + rho v v    =      [    Q2 ] ( diag(D1, D2) + rho z z ) [    Q2 ]
 //
 // begins with what needs no secular equation: an eigenvalue whose element of z is negligible stays as it is, and of two
-// that are nearly equal a rotation makes one whose element is zero (J. J. M. Cuppen, A divide and conquer method for the
-// symmetric tridiagonal eigenproblem, Numer. Math. 36, 1981; J. J. Dongarra, D. C. Sorensen, SIAM J. Sci. Stat. Comput.
-// 8, 1987). Negligible is rho |z(i)| of up to eight units of rounding of the largest |d(i)| or |z(i)|.
+// that are nearly equal a rotation makes one whose element is zero (J. J. M. Cuppen, A divide and conquer method for
+// the symmetric tridiagonal eigenproblem, Numer. Math. 36, 1981; J. J. Dongarra, D. C. Sorensen, SIAM J. Sci. Stat.
+// Comput. 8, 1987). Negligible is rho |z(i)| of up to eight units of rounding of the largest |d(i)| or |z(i)|.
 //
 // n       order of both together
 // d       their eigenvalues, n elements
@@ -33,7 +33,8 @@ namespace nuv {
 /// q2      n^2 elements: n1 rows of the columns that are not zero there, then n - n1 rows of those not zero there
 /// indx, indxp   n places of scratch memory
 /// indxc   the places in dlamda of the columns in q2, the first k of n
-/// coltyp  max(4, n) elements, the first four of which are the numbers of columns with elements above alone, in both halves,
+/// coltyp  max(4, n) elements, the first four of which are the numbers of columns with elements above alone, in both
+/// halves,
 ///         below alone, and of those that are done
 template <RealScalar T>
 void laed2(Int& k, Int n, Int n1, T* d, T* q, Int ldq, Int* indxq, T& rho, T* z, T* dlamda, T* w, T* q2, Int* indx,

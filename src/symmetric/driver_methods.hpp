@@ -63,6 +63,25 @@ struct SelectionWork {
   Int* iwork;  ///< 5 n elements
 };
 
+/// Selected eigenvalues of the tridiagonal matrix in work.d and work.e by bisection and, if wanted, its eigenvectors by
+/// inverse iteration, in the order of the blocks into which it falls then.
+///
+/// m       their number, out
+/// ifail   n elements, as stein leaves them; not touched where there are no vectors wanted
+template <Scalar T>
+void find_selected(bool with_vectors, const Selection<Real<T>>& selection, Int n, Real<T> abstol, Int& m, Real<T>* w,
+                   Matrix<T> Z, const SelectionWork<Real<T>>& work, Int* ifail, Int& info) {
+  Int *const iblock = work.iwork, *const isplit = iblock + n, *const iwork = isplit + n, splits = 0;
+  const auto [range, vl, vu, il, iu] = selection;
+  stebz(range, with_vectors ? 'B' : 'E', n, vl, vu, il, iu, abstol, work.d, work.e, m, splits, w, iblock, isplit,
+        work.rest, iwork, info);
+  if (!with_vectors) return;
+  const Int of_values = info;
+  stein(n, work.d, work.e, m, w, iblock, isplit, Z.data, Z.ld, work.rest, iwork, ifail, info);
+  // Vectors that are all there don't hide that values are not.
+  if (info == 0) info = of_values;
+}
+
 /// What is asked for of eigenvalues, and how near they are to be.
 template <RealScalar R>
 struct SelectedProblem {
@@ -95,10 +114,10 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
   bool is_done = false;
   if (selection.takes_all(n) && abstol <= 0) {
     R* const e = work.rest + 2 * std::ptrdiff_t{n};
+    if (with_vectors) A.form_q(Z);
     std::copy_n(work.d, n, w);
     std::copy_n(work.e, n - 1, e);
     if (with_vectors) {
-      A.form_q(Z);
       steqr('V', n, w, e, Z.data, Z.ld, work.rest, info);
       std::fill_n(ifail, n, 0);
     } else {
@@ -108,17 +127,9 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
     if (is_done) m = n;
   }
   if (!is_done) {
-    Int *const iblock = work.iwork, *const isplit = iblock + n, *const iwork = isplit + n, splits = 0;
-    const auto [range, vl, vu, il, iu] = selection.scaled(scaling);
-    stebz(range, with_vectors ? 'B' : 'E', n, vl, vu, il, iu, scaled_tolerance(abstol, scaling), work.d, work.e, m,
-          splits, w, iblock, isplit, work.rest, iwork, info);
-    if (with_vectors) {
-      const Int of_values = info;
-      stein(n, work.d, work.e, m, w, iblock, isplit, Z.data, Z.ld, work.rest, iwork, ifail, info);
-      A.apply_q(m, Z);
-      // Vectors that are all there don't hide that values are not.
-      if (info == 0) info = of_values;
-    }
+    find_selected(with_vectors, selection.scaled(scaling), n, scaled_tolerance(abstol, scaling), m, w, Z, work, ifail,
+                  info);
+    if (with_vectors) A.apply_q(m, Z);
   }
   scaling.undo(m, w, info);
   if (with_vectors) {

@@ -196,7 +196,8 @@ Int find_products(Int qsiz, Int n, Real<T>* d, Real<T>* e, Matrix<T> Q, Matrix<T
 }  // namespace
 
 template <RealScalar T>
-void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork, Int& info) {
+void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork,
+            Int& info) {
   info = 0;
   if (icompq < 0 || icompq > 2) info = -1;
   else if (icompq == 1 && qsiz < std::max(0, n)) info = -2;

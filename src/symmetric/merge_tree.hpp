@@ -3,7 +3,7 @@
 // The tree of divide and conquer for a symmetric tridiagonal matrix: it is halved until the parts are small, their
 // eigensystems are found by QR iteration, and merged again two by two (symmetric/merges.hpp).
 //
-// n       order of the matrix
+// n       order of the matrix, whose norm is about one: elements of norm-one vectors are compared with it
 // d       n elements; the diagonal in, the eigenvalues in increasing order out
 // e       n - 1 elements; the diagonal beside it
 // qsiz    rows of Q, qsiz >= n where there is one
@@ -25,7 +25,8 @@ namespace nuv {
 ///         0: not used, nor is qstore, which only 1 uses
 /// work    2: 4 n + n^2 elements, else 1 + 3 n + 2 n l + n^2 + max(qsiz, n) n;  iwork  2: 3 + 5 n, else 6 + 6 n + 5 n l
 template <RealScalar T>
-void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork, Int& info);
+void xlaed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork,
+            Int& info);
 
 /// The same for a complex Q, as for icompq = 1.
 ///

@@ -5,11 +5,12 @@
 // (J. J. M. Cuppen, Numer. Math. 36, 1981; M. Gu, S. C. Eisenstat, A divide-and-conquer algorithm for the symmetric
 // tridiagonal eigenproblem, SIAM J. Matrix Anal. Appl. 16, 1995).
 //
-// Where the eigenvectors of a larger matrix are wanted, or none, the parts of the eigenvectors of the tridiagonal matrix
-// are kept as factors, one for each node of the tree, in arrays whose places are counted from one. The nodes have
-// numbers: the leaves come first, then their parents and so on, each generation from the left.
+// Where the eigenvectors of a larger matrix are wanted, or none, the parts of the eigenvectors of the tridiagonal
+// matrix are kept as factors, one for each node of the tree, in arrays whose places are counted from one. The nodes
+// have numbers: the leaves come first, then their parents and so on, each generation from the left.
 //
-// tlvls   generations above the leaves;  curlvl  the one of the merge, the lowest being 1;  curpbm  the merge's number in
+// tlvls   generations above the leaves;  curlvl  the one of the merge, the lowest being 1;  curpbm  the merge's number
+// in
 //         it, from zero
 // qstore  the square blocks of eigenvectors of all nodes, node i's from qptr(i) on to qptr(i + 1)
 // perm    for each merge the columns in the order in which its block takes them, from prmptr(i) on

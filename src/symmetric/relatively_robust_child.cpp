@@ -36,6 +36,12 @@ struct Candidate {
     sound = sound && std::isfinite(growth);
   }
 
+  void copy_to(Int n, R* to_d, R* to_l) const {
+    if (d == to_d) return;
+    blas::copy(n, {d, 1}, {to_d, 1});
+    blas::copy(n - 1, {l, 1}, {to_l, 1});
+  }
+
   /// Large pivots do no harm where the vectors of the cluster are small: the largest |D+(i) z(i)| for the unit vector z
   /// with L+^T z = 0 but for its last element.
   R growth_beside_vector(Int n) const {
@@ -69,43 +75,36 @@ void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, co
   left.sigma -= std::abs(left.sigma) * 4 * eps;
   right.sigma += std::abs(right.sigma) * 4 * eps;
 
-  const R harmless_growth = 8 * spdiam, limit_of_vector = 8 * spdiam;
+  const R harmless_growth = 8 * spdiam;
   const R hopeless_growth = static_cast<R>(n - 1) * gap / (spdiam * std::sqrt(eps));
   const bool isolated = width < gap / 128;
-  R best_shift = left.sigma, least_growth = Machine<R>::overflow;
+  R best_shift = 0, least_growth = Machine<R>::overflow;
 
   info = 0;
-  const auto accept = [&](const Candidate<R>& chosen) {
-    sigma = chosen.sigma;
-    if (chosen.d == dplus) return;
-    blas::copy(n, {chosen.d, 1}, {dplus, 1});
-    blas::copy(n - 1, {chosen.l, 1}, {lplus, 1});
-  };
   for (Int move = 0; move <= moves; ++move) {
     for (Candidate<R>* one : {&left, &right}) {
       one->factor(n, d, l, ld, pivmin);
-      if (one->sound && one->growth <= harmless_growth) return accept(*one);
+      if (one->sound && one->growth <= harmless_growth) {
+        sigma = one->sigma;
+        return one->copy_to(n, dplus, lplus);
+      }
       if (one->sound && one->growth <= least_growth) {
         least_growth = one->growth;
         best_shift = one->sigma;
       }
-    }
-    if (isolated && left.sound && right.sound) {
-      const Candidate<R>& better = right.growth <= left.growth ? right : left;
-      if (better.growth < hopeless_growth && better.growth_beside_vector(n) <= limit_of_vector) return accept(better);
     }
     left.sigma -= std::min(left_move, largest_move);
     right.sigma += std::min(right_move, largest_move);
     left_move *= 2;
     right_move *= 2;
   }
-  if (!isolated || !(least_growth < hopeless_growth)) {
-    info = 1;
-    return;
-  }
-  left.sigma = best_shift;
+
+  // All shifts make elements grow: the one that does so least may still do.
+  sigma = left.sigma = best_shift;
   left.factor(n, d, l, ld, pivmin);
-  accept(left);
+  const bool harmless = left.growth_beside_vector(n) <= harmless_growth;
+  const bool tolerable = isolated && least_growth < hopeless_growth;
+  if (least_growth == Machine<R>::overflow || !(harmless || tolerable)) info = 1;
 }
 
 }  // namespace nuv

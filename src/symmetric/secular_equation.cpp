@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "environment/machine_constants.hpp"
+#include "environment/sums_of_squares.hpp"
 #include "symmetric/secular_sums.hpp"
 
 namespace nuv {
@@ -20,8 +21,8 @@ constexpr R square(R x) {
   return x * x;
 }
 
-/// A root of c x^2 - a x + b, (a - s) / (2 c) or (a + s) / (2 c) with s^2 = a^2 - 4 b c, without cancellation. The roots
-/// are known to be real, so that a negative s^2 comes from rounding.
+/// A root of c x^2 - a x + b, (a - s) / (2 c) or (a + s) / (2 c) with s^2 = a^2 - 4 b c, without cancellation. The
+/// roots are known to be real, so that a negative s^2 comes from rounding.
 template <RealScalar R>
 R left_root(R a, R b, R c) {
   const R s = std::sqrt(std::abs(a * a - 4 * b * c));
@@ -53,7 +54,8 @@ class SecularRoot {
   bool find() {
     guess();
     evaluate();
-    // Where the function without the origin's term has its zero on the wrong side of the root, two poles can't follow it.
+    // Where the function without the origin's term has its zero on the wrong side of the root, two poles can't follow
+    // it.
     three_poles_ = !is_last_ && (origin_ == left_ ? rest_ < 0 : rest_ > 0) && origin_ != 1 && origin_ != n_;
     bool middle_way = is_last_;
     for (int step = 1; !has_converged(); ++step) {
@@ -346,7 +348,7 @@ void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam) {
     delta[0] = negated(z[0] / (gap + tau));
     delta[1] = negated(z[1] / tau);
   }
-  const T length = std::sqrt(delta[0] * delta[0] + delta[1] * delta[1]);
+  const T length = lapy2(delta[0], delta[1]);
   delta[0] /= length;
   delta[1] /= length;
 }

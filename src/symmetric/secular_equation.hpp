@@ -34,8 +34,8 @@ void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam);
 ///
 ///     f(x) = rho + z(1) / (d(1) - x) + z(2) / (d(2) - x) + z(3) / (d(3) - x)
 ///
-/// between its poles, one of which is taken to be that root's neighbour on the far side of zero (W. B. Gragg's scheme of
-/// third order with bounds).
+/// between its poles, one of which is taken to be that root's neighbour on the far side of zero (W. B. Gragg's scheme
+/// of third order with bounds).
 ///
 /// kniter  2: the first guess is made from two of the poles; any other: it is zero
 /// orgati  true: the root lies between d(2) and d(3); false: between d(1) and d(2)

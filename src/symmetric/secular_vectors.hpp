@@ -2,9 +2,9 @@
 
 // Eigenvectors of D + rho z z^T from the roots of its secular equation, and those of a merged matrix from them.
 //
-// The computed roots are the exact ones of a z close by, which Loewner's formula gives from their distances from D. With
-// that z the vectors are orthogonal, however close roots lie (M. Gu, S. C. Eisenstat, A stable and efficient algorithm for
-// the rank-one modification of the symmetric eigenproblem, SIAM J. Matrix Anal. Appl. 15, 1994).
+// The computed roots are the exact ones of a z close by, which Loewner's formula gives from their distances from D.
+// With that z the vectors are orthogonal, however close roots lie (M. Gu, S. C. Eisenstat, A stable and efficient
+// algorithm for the rank-one modification of the symmetric eigenproblem, SIAM J. Matrix Anal. Appl. 15, 1994).
 //
 // Each step runs through share(count, multiply_adds, work), which calls work(from, until) on parts of 0 ... count that
 // together are the whole. No result depends on where the parts are cut.

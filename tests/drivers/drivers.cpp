@@ -199,8 +199,11 @@ const std::vector<Driver>& drivers() {
     add_band_solvers(drivers);
     add_tridiagonal_solvers(drivers);
     add_tridiagonal_eigen(drivers);
+    add_two_stage(drivers);
     add_indefinite_solvers(drivers);
+    add_dense_eigen(drivers);
     add_packed_band_eigen(drivers);
+    add_generalised_eigen(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);
       add_products(drivers, form);

@@ -60,13 +60,16 @@ class DriverList {
 
 // Families with a file of their own.
 void add_band_solvers(DriverList& drivers);
-void add_bounds(DriverList& drivers);  ///< condition numbers, refinement, scaling and expert drivers
+void add_bounds(DriverList& drivers);             ///< condition numbers, refinement, scaling and expert drivers
+void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse iteration
+void add_dense_eigen(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);
 void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);
 void add_scaled_solvers(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
+void add_two_stage(DriverList& drivers);
 
 /// The list. A routine joins it in drivers.cpp, or where its family has a file of its own.
 const std::vector<Driver>& drivers();

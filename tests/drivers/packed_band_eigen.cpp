@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "drivers/drivers.hpp"
-#include "drivers/packed_storage.hpp"
+#include "drivers/eigen_storage.hpp"
 #include "routines.hpp"
 
 namespace nuv::test {
@@ -15,11 +15,7 @@ namespace {
 auto packed_problem(auto run) {
   return [run](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
-    const auto A = c.matrix("A", n, n);
-    using T = std::remove_cvref_t<decltype(*A.data)>;
-    std::vector<T> ap(std::size_t(packed_size(n)));
-    for_each_packed(uplo == 'U', n, [&](Int i, Int j, Int k) { ap[std::size_t(k - 1)] = A(i, j); });
-    run(c, n, uplo, ap.data());
+    run(c, n, uplo, packed_copy(uplo, n, c.matrix("A", n, n)).data());
   };
 }
 
@@ -27,40 +23,9 @@ auto packed_problem(auto run) {
 auto band_problem(Int kd, auto run) {
   return [kd, run](auto c, Int n) {
     const char uplo = c.one_of({'U', 'L'});
-    const auto A = c.matrix("A", n, n);
-    using T = std::remove_cvref_t<decltype(*A.data)>;
-    std::vector<T> ab(std::size_t(kd + 1) * std::size_t(n));
-    for (Int j = 1; j <= n; ++j) {
-      for (Int i = std::max(1, j - kd); i <= std::min(n, j + kd); ++i) {
-        if (uplo == 'U' ? i <= j : i >= j) {
-          ab[std::size_t((uplo == 'U' ? kd + i - j : i - j) + (j - 1) * (kd + 1))] = A(i, j);
-        }
-      }
-    }
-    run(c, n, uplo, ab.data());
+    run(c, n, uplo, band_copy(uplo, n, kd, c.matrix("A", n, n)).data());
   };
 }
-
-/// Workspaces that are enough for every driver, and a place for eigenvectors.
-template <Scalar T>
-struct Room {
-  std::vector<T> z, q, work;
-  std::vector<Real<T>> rwork;
-  std::vector<Int> iwork, ifail;
-
-  explicit Room(Int n)
-      : z(square(n)),
-        q(square(n)),
-        work(reals(n)),
-        rwork(reals(n)),
-        iwork(std::size_t(5 * n + 3)),
-        ifail(std::size_t(n)) {}
-
-  static std::size_t square(Int n) { return std::size_t(n) * std::size_t(n); }
-  static std::size_t reals(Int n) { return 2 * square(n) + std::size_t(6 * n + 1); }
-  Int lwork() const { return Int(work.size()); }
-  Int liwork() const { return Int(iwork.size()); }
-};
 
 }  // namespace
 

@@ -20,6 +20,21 @@ struct TridiagonalInput {
   }
 };
 
+/// ?stedc with workspace enough for all its jobs.
+template <Scalar T>
+void divide_and_conquer(char compz, Int n, TridiagonalInput<T>& A, Matrix<T> Z, Int& info) {
+  std::vector<T> work(std::size_t(4 * n * n + 20 * n + 1));
+  std::vector<Real<T>> rwork(work.size());
+  std::vector<Int> iwork(std::size_t(50 * n + 10));
+  const Int lwork = Int(work.size()), liwork = Int(iwork.size());
+  if constexpr (ComplexScalar<T>) {
+    routine_call::stedc(compz, n, A.d, A.e.data(), Z, work.data(), lwork, rwork.data(), lwork, iwork.data(), liwork,
+                        info);
+  } else {
+    routine_call::stedc(compz, n, A.d, A.e.data(), Z, work.data(), lwork, iwork.data(), liwork, info);
+  }
+}
+
 }  // namespace
 
 void add_tridiagonal_eigen(DriverList& drivers) {
@@ -33,6 +48,11 @@ void add_tridiagonal_eigen(DriverList& drivers) {
     std::vector<std::remove_pointer_t<decltype(A.d)>> work(std::size_t(2 * n));
     const auto Z = compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n);
     routine_call::steqr(compz, n, A.d, A.e.data(), Z, work.data(), c.info());
+  });
+  drivers.add("stedc", 60, [](auto c, Int n) {
+    TridiagonalInput A(c, n);
+    const char compz = c.one_of({'N', 'V', 'I'});
+    divide_and_conquer(compz, n, A, compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n), c.info());
   });
 }
 

@@ -131,6 +131,17 @@ using nuv::test::record;
     record("syrk", {uplo, trans}, {*n, *k});                                                                           \
     NEXT(nuv_blas_##p##syrk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }                                                                                                                    \
+  void nuv_blas_##p##symm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("symm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
+    NEXT(nuv_blas_##p##symm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
+  }                                                                                                                    \
+  void nuv_lapack_##p##laeh2(const int* m, const int* n, const int* kd, const T* tau, const T* v, const int* ldv,      \
+                             T* z, const int* ldz, T* work) {                                                          \
+    record("laeh2", {}, {*m, *n, *kd});                                                                                \
+    NEXT(nuv_lapack_##p##laeh2)(m, n, kd, tau, v, ldv, z, ldz, work);                                                  \
+  }                                                                                                                    \
   void nuv_blas_##p##syr2k(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,            \
                            const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c,                \
                            const int* ldc, int l1, int l2) {                                                           \
@@ -164,9 +175,20 @@ using nuv::test::record;
                              const int* lwork, int* info, int l1, int l2, int l3) {                                    \
     record("lasr3", {side, pivot, direct}, {*m, *n, *k});                                                              \
     NEXT(nuv_lapack_##p##lasr3)(side, pivot, direct, m, n, k, cs, ldcs, a, lda, work, lwork, info, l1, l2, l3);        \
+  }                                                                                                                    \
+  void nuv_lapack_##p##laed0(const int* icompq, const int* qsiz, const int* n, T* d, T* e, T* q, const int* ldq,       \
+                             T* qstore, const int* ldqs, T* work, int* iwork, int* info) {                             \
+    record("laed0", {}, {*icompq, *qsiz, *n});                                                                         \
+    NEXT(nuv_lapack_##p##laed0)(icompq, qsiz, n, d, e, q, ldq, qstore, ldqs, work, iwork, info);                       \
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
+  void nuv_blas_##p##hemm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
+                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
+                          int l2) {                                                                                    \
+    record("hemm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
+    NEXT(nuv_blas_##p##hemm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
+  }                                                                                                                    \
   void nuv_lapack_##p##pttrs(const char* uplo, const int* n, const int* nrhs, const R* d, const T* e, T* b,            \
                              const int* ldb, int* info, int length) {                                                  \
     record("pttrs", {uplo}, {*n, *nrhs});                                                                              \
@@ -186,6 +208,11 @@ using nuv::test::record;
                           const int* lda, const R* beta, T* c, const int* ldc, int l1, int l2) {                       \
     record("herk", {uplo, trans}, {*n, *k});                                                                           \
     NEXT(nuv_blas_##p##herk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
+  }                                                                                                                    \
+  void nuv_lapack_##p##laed0(const int* qsiz, const int* n, R* d, R* e, T* q, const int* ldq, T* qstore,               \
+                             const int* ldqs, R* rwork, int* iwork, int* info) {                                       \
+    record("laed0", {}, {*qsiz, *n});                                                                                  \
+    NEXT(nuv_lapack_##p##laed0)(qsiz, n, d, e, q, ldq, qstore, ldqs, rwork, iwork, info);                              \
   }
 
 /// The factorisations with diagonal pivoting. A panel without memory is a question for how much it wants.
@@ -216,16 +243,16 @@ using nuv::test::record;
   }
 
 /// Reductions of a full matrix to tridiagonal form.
-#define RECORDING_REDUCTION(p, T, R, full)                                                                          \
-  void nuv_lapack_##p##full##trd(const char* uplo, const int* n, T* a, const int* lda, R* d, R* e, T* tau, T* work, \
-                                 const int* lwork, int* info, int length) {                                         \
-    record("sytrd", {uplo}, {*n});                                                                                  \
-    NEXT(nuv_lapack_##p##full##trd)(uplo, n, a, lda, d, e, tau, work, lwork, info, length);                         \
-  }                                                                                                                 \
-  void nuv_lapack_##p##latrd(const char* uplo, const int* n, const int* nb, T* a, const int* lda, R* e, T* tau,     \
-                             T* w, const int* ldw, int length) {                                                    \
-    record("latrd", {uplo}, {*n, *nb});                                                                             \
-    NEXT(nuv_lapack_##p##latrd)(uplo, n, nb, a, lda, e, tau, w, ldw, length);                                       \
+#define RECORDING_REDUCTION(p, T, R, full)                                                                            \
+  void nuv_lapack_##p##full##trd(const char* uplo, const int* n, T* a, const int* lda, R* d, R* e, T* tau, T* work,   \
+                                 const int* lwork, int* info, int length) {                                           \
+    record("sytrd", {uplo}, {*n});                                                                                    \
+    NEXT(nuv_lapack_##p##full##trd)(uplo, n, a, lda, d, e, tau, work, lwork, info, length);                           \
+  }                                                                                                                   \
+  void nuv_lapack_##p##latrd(const char* uplo, const int* n, const int* nb, T* a, const int* lda, R* e, T* tau, T* w, \
+                             const int* ldw, int length) {                                                            \
+    record("latrd", {uplo}, {*n, *nb});                                                                               \
+    NEXT(nuv_lapack_##p##latrd)(uplo, n, nb, a, lda, e, tau, w, ldw, length);                                         \
   }
 
 #define RECORDING_PRODUCT(name, form, T)                                                                           \

@@ -5,8 +5,8 @@
 
 #include "layer.hpp"
 #include "support/random.hpp"
-#include "support/reported_errors.hpp"
 #include "support/real_precisions.hpp"
+#include "support/reported_errors.hpp"
 #include "symmetric/eigen_checks.hpp"
 #include "symmetric/halves.hpp"
 
@@ -156,7 +156,8 @@ TYPED_TEST(FactoredMerges, DeflationNeedsNoVectorsForValues) {
       without.run();
       EXPECT_EQ(without.k, with.k) << name;
       EXPECT_EQ(without.givptr, with.givptr) << name;
-      EXPECT_TRUE(without.d.same_as(with.d) && without.dlamda.same_as(with.dlamda) && without.w.same_as(with.w)) << name;
+      EXPECT_TRUE(without.d.same_as(with.d) && without.dlamda.same_as(with.dlamda) && without.w.same_as(with.w))
+          << name;
       EXPECT_TRUE(without.perm.same_as(with.perm) && without.givcol.same_as(with.givcol)) << name;
       EXPECT_TRUE(without.givnum.same_as(with.givnum)) << name;
       EXPECT_TRUE(without.Q.unchanged() && without.Q2.unchanged()) << name;
@@ -201,15 +202,30 @@ struct Tree {
   }
 };
 
+/// As the tree wants it.
+template <RealScalar R>
+Tridiagonal<R> of_norm_one(Tridiagonal<R> matrix) {
+  R norm = 0;
+  for (const auto* elements : {&matrix.d, &matrix.e}) {
+    for (const R x : *elements) norm = std::max(norm, std::abs(x));
+  }
+  for (auto* elements : {&matrix.d, &matrix.e}) {
+    for (R& x : *elements) x /= norm > 0 ? norm : R(1);
+  }
+  return matrix;
+}
+
 /// The products of Q with the eigenvectors: Q^-1 times them is what diagonalises the matrix. Trees of one leaf up to
 /// three generations of merges.
 TYPED_TEST(FactoredMerges, OfATreeMultiplyWhatIsGiven) {
   using T = TypeParam;
   using R = Real<T>;
   for (const Int n : {1, 2, 50, 51, 103, 205}) {
-    const auto matrices = n < 200 ? described_tridiagonals<R>(n) : matrices_to_merge<R>(n);
-    for (const auto& [name, matrix] : matrices) {
+    const auto matrices = n == 1 || n == 51 ? described_tridiagonals<R>(n) : matrices_to_merge<R>(n);
+    if (n > 200 && ComplexScalar<T>) continue;
+    for (const auto& [name, described] : matrices) {
       SCOPED_TRACE(name + (" of order " + std::to_string(n)));
+      const Tridiagonal<R> matrix = of_norm_one(described);
       Tree<T> tree(matrix, 2, this->random);
       const WideMatrix<T> Q = wide(tree.Q);
       tree.run();
@@ -255,7 +271,8 @@ TYPED_TEST(FactoredMerges, JoinHalvesByRowsOfTheirVectors) {
     const Int n = 29, tlvls = 2, half = n / 2;
     for (const bool with_deflation : {false, true}) {
       const auto matrix = with_deflation ? glued_wilkinson<R>(n, R(1e-3)) : random_tridiagonal<R>(n);
-      GuardedVector<R> d = guarded(matrix.d), e = guarded(matrix.e), work(3 * n + n * n), store(2 * n * n), givnum(4 * n);
+      GuardedVector<R> d = guarded(matrix.d), e = guarded(matrix.e), work(3 * n + n * n), store(2 * n * n),
+                       givnum(4 * n);
       GuardedVector<Int> qptr(20), prmptr(20), perm(2 * n), givptr(20), givcol(4 * n), iwork(4 * n), indxq(n);
       GuardedMatrix<R> Q = identity<R>(n, n);
       const Int first[] = {0, half / 2, half, half + (n - half) / 2, n};
@@ -278,9 +295,10 @@ TYPED_TEST(FactoredMerges, JoinHalvesByRowsOfTheirVectors) {
         prmptr(leaf + 1) = prmptr(leaf + 2) = givptr(leaf + 1) = givptr(leaf + 2) = 1;
       }
       const auto merge = [&](Int level, Int problem, Int start, Int size, Int cut) {
-        routine_call::laed7(1, size, n, tlvls, level, problem, d.data() + start, {Q.data() + std::ptrdiff_t{start} * n, n},
-                            indxq.data() + start, e(start + cut), cut, store.data(), qptr.data(), prmptr.data(),
-                            perm.data(), givptr.data(), givcol.data(), givnum.data(), work.data(), iwork.data(), info);
+        routine_call::laed7(1, size, n, tlvls, level, problem, d.data() + start,
+                            {Q.data() + std::ptrdiff_t{start} * n, n}, indxq.data() + start, e(start + cut), cut,
+                            store.data(), qptr.data(), prmptr.data(), perm.data(), givptr.data(), givcol.data(),
+                            givnum.data(), work.data(), iwork.data(), info);
         EXPECT_EQ(info, 0);
       };
       merge(1, 0, 0, half, half / 2);

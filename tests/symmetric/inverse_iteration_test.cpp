@@ -15,8 +15,14 @@ namespace {
 
 constexpr double threshold = 10;
 
-/// Residuals of inverse iteration, and what makes vectors of values orthogonal that are not close.
+/// Of residuals, and of what iteration makes orthogonal.
 constexpr double iteration_threshold = 30;
+
+/// Vectors of values that are just not close enough, 1e-3 ||T||, to be made orthogonal are so up to a thousand rounding
+/// errors and some.
+double threshold_of_orthogonality(Int n) {
+  return std::max(iteration_threshold, 2000.0 / n);
+}
 
 /// A general tridiagonal matrix minus lambda, factored.
 template <RealScalar R>
@@ -284,7 +290,7 @@ struct Vectors {
     GuardedVector<Real<T>> work(5 * n);
     GuardedVector<Int> iwork(n);
     routine_call::stein(n, matrix.d.data(), matrix.e.data(), values.m, values.w.data(), values.iblock.data(),
-                        values.isplit.data(), Z.data(), Z.ld(), work.data(), iwork.data(), ifail.data(), info);
+                        values.isplit.data(), Z, work.data(), iwork.data(), ifail.data(), info);
     EXPECT_TRUE(Z.unchanged_except([&](Int, Int j) { return j <= values.m; }));
     EXPECT_TRUE(ifail.unchanged_outside(1, values.m));
     EXPECT_TRUE(work.guards_unchanged());
@@ -300,22 +306,23 @@ template <class T>
 class InverseIteration : public ReportingTest {};
 TYPED_TEST_SUITE(InverseIteration, Precisions, PrecisionLetter);
 
-/// Zeros outside the block, real, the largest element positive.
+/// Zeros outside the block, real, the largest element positive; another one may have the same magnitude up to rounding.
 template <Scalar T>
 void expect_form(const Vectors<T>& vectors, const Values<Real<T>>& values) {
   for (Int j = 1; j <= values.m; ++j) {
     const Int block = values.iblock(j), last = values.isplit(block),
               first = block == 1 ? 1 : values.isplit(block - 1) + 1;
-    Real<T> largest = 0;
+    Real<T> largest = 0, largest_positive = 0;
     for (Int i = 1; i <= vectors.Z.rows(); ++i) {
       const T element = vectors.Z(i, j);
       EXPECT_EQ(std::imag(element), 0);
       if (i < first || i > last) {
         EXPECT_EQ(element, T(0));
       }
-      if (std::abs(element) > std::abs(largest)) largest = std::real(element);
+      largest = std::max(largest, std::abs(element));
+      largest_positive = std::max(largest_positive, std::real(element));
     }
-    EXPECT_GT(largest, 0);
+    EXPECT_GE(largest_positive, largest * (1 - 8 * epsilon<T>));
   }
 }
 
@@ -331,7 +338,7 @@ TYPED_TEST(InverseIteration, FindsOrthogonalVectorsOfAllValues) {
       EXPECT_EQ(vectors.info, 0);
       for (Int j = 1; j <= n; ++j) EXPECT_EQ(vectors.ifail(j), 0);
       EXPECT_LT(eigen_residual(wide_dense<T>(matrix), vectors.Z, values.w, n), iteration_threshold);
-      EXPECT_LT(orthogonality(vectors.Z, n), iteration_threshold);
+      EXPECT_LT(orthogonality(vectors.Z, n), threshold_of_orthogonality(n));
       expect_form(vectors, values);
     }
   }
@@ -347,7 +354,7 @@ TYPED_TEST(InverseIteration, FindsVectorsOfSomeValues) {
       const Vectors<T> vectors(matrix, values);
       EXPECT_EQ(vectors.info, 0);
       EXPECT_LT(eigen_residual(wide_dense<T>(matrix), vectors.Z, values.w, values.m), iteration_threshold);
-      EXPECT_LT(orthogonality(vectors.Z, values.m), iteration_threshold);
+      EXPECT_LT(orthogonality(vectors.Z, values.m), threshold_of_orthogonality(n));
     }
   }
 }
@@ -432,7 +439,8 @@ struct SteinCall {
     const Int isplit[] = {2, 3};
     Real<T> work[15];
     Int iwork[3], info = 99;
-    routine_call::stein(n, d, e, m, w.data(), iblock.data(), isplit, Z.data(), ldz, work, iwork, ifail.data(), info);
+    routine_call::stein(n, d, e, m, w.data(), iblock.data(), isplit, Matrix<T>{Z.data(), ldz}, work, iwork,
+                        ifail.data(), info);
     return info;
   }
   testing::AssertionResult unchanged() const { return ifail.unchanged() ? Z.unchanged() : ifail.unchanged(); }

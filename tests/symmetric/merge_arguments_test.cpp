@@ -42,8 +42,9 @@ struct MergeArguments {
   }
 
   bool unchanged() const {
-    return d.unchanged() && z.unchanged() && dlamda.unchanged() && w.unchanged() && q2.unchanged() && work.unchanged() &&
-           Q.unchanged() && S.unchanged() && indxq.unchanged() && indx.unchanged() && coltyp.unchanged();
+    return d.unchanged() && z.unchanged() && dlamda.unchanged() && w.unchanged() && q2.unchanged() &&
+           work.unchanged() && Q.unchanged() && S.unchanged() && indxq.unchanged() && indx.unchanged() &&
+           coltyp.unchanged();
   }
 };
 
@@ -74,11 +75,11 @@ TYPED_TEST(MergeArgumentsTest, AreChecked) {
     }
   };
   // The order of its checks is not that of its arguments: 2, 6, 3.
-  for (const auto& [position, spoil] : std::initializer_list<std::pair<int, void (*)(Deflate&)>>{
-           {2, [](Deflate& c) { c.n = -1, c.ldq = 0, c.n1 = 9; }},
-           {6, [](Deflate& c) { c.ldq = 1, c.n1 = 9; }},
-           {3, [](Deflate& c) { c.n1 = 0; }},
-           {3, [](Deflate& c) { c.n1 = 2; }}}) {
+  for (const auto& [position, spoil] :
+       std::initializer_list<std::pair<int, void (*)(Deflate&)>>{{2, [](Deflate& c) { c.n = -1, c.ldq = 0, c.n1 = 9; }},
+                                                                 {6, [](Deflate& c) { c.ldq = 1, c.n1 = 9; }},
+                                                                 {3, [](Deflate& c) { c.n1 = 0; }},
+                                                                 {3, [](Deflate& c) { c.n1 = 2; }}}) {
     Deflate call;
     spoil(call);
     expect_report(call, reported_name<R>("LAED2"), position);
@@ -92,9 +93,9 @@ TYPED_TEST(MergeArgumentsTest, AreChecked) {
       return this->info;
     }
   };
-  expect_argument_checks<Solve>(reported_name<R>("LAED3"), {{1, [](Solve& c) { c.k = -1; }},
-                                                            {2, [](Solve& c) { c.n = 1; }},
-                                                            {6, [](Solve& c) { c.ldq = 0; }}});
+  expect_argument_checks<Solve>(
+      reported_name<R>("LAED3"),
+      {{1, [](Solve& c) { c.k = -1; }}, {2, [](Solve& c) { c.n = 1; }}, {6, [](Solve& c) { c.ldq = 0; }}});
 
   struct Vectors : MergeArguments<R> {
     Int run() {
@@ -216,7 +217,8 @@ TYPED_TEST(FactoredMergeArguments, AreChecked) {
   using Deflate = DeflationCall<T>;
   using Merge = MergeCall<T>;
   using Climb = TreeCall<T>;
-  const std::string deflate = reported_name<T>("LAED8"), merge = reported_name<T>("LAED7"), climb = reported_name<T>("LAED0");
+  const std::string deflate = reported_name<T>("LAED8"), merge = reported_name<T>("LAED7"),
+                    climb = reported_name<T>("LAED0");
   if constexpr (RealScalar<T>) {
     expect_argument_checks<Deflate>(deflate, {{1, [](Deflate& c) { c.icompq = 2; }},
                                               {3, [](Deflate& c) { c.n = -1; }},

@@ -75,8 +75,7 @@ struct Deflation {
                         info);
     EXPECT_EQ(info, 0);
     EXPECT_TRUE(halves.d.guards_unchanged() && halves.Q.guards_unchanged() && dlamda.guards_unchanged() &&
-                w.guards_unchanged() && q2.guards_unchanged() && indxc.guards_unchanged() &&
-                coltyp.guards_unchanged());
+                w.guards_unchanged() && q2.guards_unchanged() && indxc.guards_unchanged() && coltyp.guards_unchanged());
     return *this;
   }
 

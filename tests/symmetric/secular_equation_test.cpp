@@ -55,10 +55,13 @@ std::vector<SecularProblem<R>> problems_of_order(Int n, Random& random) {
       make_problem<R>("small z", n, 1, any, alternately_tiny(eps)),
       make_problem<R>("tiny z", n, 1, any, alternately_tiny(std::sqrt(std::numeric_limits<R>::min()) * 1000)),
       make_problem<R>("one large z", n, 1, any, [&](Int j) { return j == n / 2 ? R(1) : 10 * eps; }),
-      make_problem<R>("clusters of poles", n, 1, [](Int j) { return 1 + j % 3 + 12 * (j / 3) * eps; }, away_from_zero),
-      make_problem<R>("a gap", n, 1, [n](Int j) { return j < n / 2 ? 1e-4 * j : 1 + 1e-4 * j; }, away_from_zero),
-      make_problem<R>("poles and z in geometric rows", n, 1, [](Int j) { return std::pow(0.6, j % 30) + 3 * (j / 30); },
-                      [n](Int j) { return std::pow(0.8, n - 1 - j); }),
+      make_problem<R>(
+          "clusters of poles", n, 1, [](Int j) { return 1 + j % 3 + 12 * (j / 3) * eps; }, away_from_zero),
+      make_problem<R>(
+          "a gap", n, 1, [n](Int j) { return j < n / 2 ? 1e-4 * j : 1 + 1e-4 * j; }, away_from_zero),
+      make_problem<R>(
+          "poles and z in geometric rows", n, 1, [](Int j) { return std::pow(0.6, j % 30) + 3 * (j / 30); },
+          [n](Int j) { return std::pow(0.8, n - 1 - j); }),
   };
 }
 
@@ -138,7 +141,7 @@ class SecularEquation : public testing::Test {
 TYPED_TEST_SUITE(SecularEquation, RealPrecisions, PrecisionLetter);
 
 TYPED_TEST(SecularEquation, RootsAreThoseOfTheFunction) {
-  for (const Int n : {3, 4, 5, 6, 7, 9, 20, 43}) {
+  for (const Int n : {3, 4, 5, 6, 9, 22}) {
     for (const auto& problem : problems_of_order<TypeParam>(n, this->random)) {
       for (Int i = 1; i <= n; ++i) this->expect_root(problem, i);
     }
@@ -161,41 +164,44 @@ TYPED_TEST(SecularEquation, OfOnePoleIsLinear) {
   EXPECT_EQ(root.delta(1), R(1));
 }
 
-/// For two poles the unit eigenvector of D + rho z z^T takes the place of the distances, and its root is one of a
+/// For two poles the unit eigenvectors of D + rho z z^T take the place of the distances, and the roots are those of a
 /// quadratic equation.
-TYPED_TEST(SecularEquation, OfTwoPolesGivesTheVector) {
+TYPED_TEST(SecularEquation, OfTwoPolesGivesTheVectors) {
   using R = TypeParam;
-  const R tiny = std::sqrt(std::numeric_limits<R>::min());
-  for (const R z1 : {R(1), R(0.6), R(0.01), tiny}) {
+  for (const R z1 : {R(1), R(0.6), R(0.01), this->eps, this->eps * this->eps}) {
+    const R other = z1 == 1 ? this->eps : std::sqrt(1 - z1 * z1);
     for (const R gap : {R(3), R(1), R(0.01), this->eps}) {
       for (const R rho : {R(0.001), R(1), R(50)}) {
-        for (const bool swapped : {false, true}) {
-          const R first = swapped ? std::sqrt(1 - z1 * z1) : z1, second = swapped ? -z1 : std::sqrt(1 - z1 * z1);
-          if (first == 0 || second == 0) continue;
-          const SecularProblem<R> problem{"two poles", {R(1), R(1) + gap}, {first, second}, rho};
+        for (const auto& z : {std::vector<R>{z1, other}, {other, -z1}}) {
+          const SecularProblem<R> problem{"two poles", {R(1), R(1) + gap}, z, rho};
+          SCOPED_TRACE(testing::Message() << z[0] << ' ' << z[1] << ", gap " << gap << ", rho " << rho);
+          const Quad size = 1 + Quad(gap) + Quad(rho);
+          Quad vectors[2][2];
           for (const Int i : {1, 2}) {
-            SCOPED_TRACE(testing::Message() << first << ' ' << second << ", gap " << gap << ", rho " << rho << ", " << i);
             const auto root = this->find(problem, i);
             ASSERT_EQ(root.info, 0);
             R value = guard<R>();
             GuardedVector<R> vector(2);
-            routine_call::laed5(i, problem.d.data(), problem.z.data(), vector.data(), rho, value);
+            routine_call::laed5(i, problem.d.data(), z.data(), vector.data(), rho, value);
             EXPECT_EQ(value, root.value);
             EXPECT_TRUE(vector.same_as(root.delta));
+            EXPECT_LT(double(magnitude(Quad(value) - 1 - bisect(problem, i - 1, 0).tau) / size), 4 * this->eps);
 
-            const ExactRoot exact = bisect(problem, i - 1, 0);
-            const double size = 1 + double(gap) + double(rho);
-            EXPECT_LT(double(magnitude(Quad(value) - 1 - exact.tau)), 4 * double(this->eps) * size);
-            // Its direction: z(j) / (d(j) - lambda).
-            Quad expected[2], length = 0;
-            for (Int j = 0; j < 2; ++j) {
-              expected[j] = Quad(problem.z[std::size_t(j)]) / (pole_distance(problem.d, j, 0) - exact.tau);
-              length += squared(expected[j]);
+            Quad along_z = 0, length = 0;
+            for (int j = 0; j < 2; ++j) {
+              vectors[i - 1][j] = Quad(vector(j + 1));
+              along_z += Quad(z[std::size_t(j)]) * vectors[i - 1][j];
+              length += squared(vectors[i - 1][j]);
             }
-            for (Int j = 0; j < 2; ++j) {
-              EXPECT_LT(double(magnitude(Quad(vector(j + 1)) - expected[j] / ::nuv::test::root(length))), 8 * this->eps);
+            EXPECT_LT(double(magnitude(length - 1)), 4 * this->eps);
+            for (std::size_t j = 0; j < 2; ++j) {
+              const Quad residual =
+                  (Quad(problem.d[j]) - Quad(value)) * vectors[i - 1][j] + Quad(rho) * Quad(z[j]) * along_z;
+              EXPECT_LT(double(magnitude(residual) / size), 8 * this->eps);
             }
           }
+          const Quad product = vectors[0][0] * vectors[1][0] + vectors[0][1] * vectors[1][1];
+          EXPECT_LT(double(magnitude(product)), 8 * this->eps);
         }
       }
     }

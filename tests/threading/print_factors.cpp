@@ -91,6 +91,24 @@ void print_indefinite() {
   }
 }
 
+/// Q and T of a reduction by way of a band. The order of the largest is one from which narrow products are cut.
+template <Scalar T>
+void print_two_stage() {
+  Random random(19);
+  for (const Int n : {50, 150, ComplexScalar<T> ? 300 : 600}) {
+    for (const char uplo : {'U', 'L'}) {
+      constexpr Int kd = 24;
+      GuardedMatrix<T> A = random_matrix<T>(random, n, n, n), tau(n, 1, n), work(n, 3 * kd + 3, n);
+      GuardedMatrix<Real<T>> d(n, 1, n), e(n, 1, n);
+      Int info = 99;
+      routine_call::syrdb('V', uplo, n, kd, A, d.data(), e.data(), tau.data(), A, work.data(), (3 * kd + 3) * n, info);
+      std::printf("%csyrdb %c %d %d %016llx %016llx %016llx\n", precision_letter<T>, uplo, n, info,
+                  static_cast<unsigned long long>(checksum(A)), static_cast<unsigned long long>(checksum(d)),
+                  static_cast<unsigned long long>(checksum(e)));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace nuv::test
 
@@ -99,13 +117,17 @@ int main() {
   print_factors<float>();
   print_products<float>();
   print_indefinite<float>();
+  print_two_stage<float>();
   print_factors<double>();
   print_products<double>();
   print_indefinite<double>();
+  print_two_stage<double>();
   print_factors<std::complex<float>>();
   print_products<std::complex<float>>();
   print_indefinite<std::complex<float>>();
+  print_two_stage<std::complex<float>>();
   print_factors<std::complex<double>>();
   print_products<std::complex<double>>();
   print_indefinite<std::complex<double>>();
+  print_two_stage<std::complex<double>>();
 }

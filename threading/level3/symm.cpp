@@ -19,12 +19,50 @@ Int check(char side, char uplo, Int m, Int n, Int lda, Int ldb, Int ldc) {
   return 0;
 }
 
+/// C := alpha A B + beta C for a symmetric or Hermitian A of order m and a narrow B, by strips of rows:
+///
+///     A10 | A11 | A21'      C1 := A10 B0 + A11 B1 + A21' B2, the mirrored part where the upper triangle is stored,
+///
+/// where ' transposes, or conjugates as well. Where B is narrow most of the time is spent on reading A: parts without
+/// structure are read as they stand or while the one before them is at work, and strips can be shared by threads.
+/// Where they are cut depends on m alone.
+template <Scalar T>
+void multiply_narrow(bool hermitian, bool lower, Int m, Int n, T alpha, Matrix<const T> A, Matrix<const T> B, T beta,
+                     Matrix<T> C) {
+  constexpr Int strip_rows = 10 * Tile<T>::rows;
+  const char mirrored = hermitian ? 'C' : 'T';
+  const auto rows_of_b = [&](Int from) { return right_operand('N', block(B, from + 1, 1)); };
+  split((m - 1) / strip_rows + 1, {1, 1}, real_multiply_adds<T>(m, n, m), [&](Int strip, Int behind) {
+    for (; strip < behind; ++strip) {
+      const Int from = strip * strip_rows, until = std::min(m, from + strip_rows), rows = until - from;
+      const Matrix<T> C1 = block(C, from + 1, 1);
+      Operand<T> diagonal = left_operand('N', block(A, from + 1, from + 1));
+      diagonal.structure = lower ? Structure::lower_stored : Structure::upper_stored;
+      diagonal.hermitian = hermitian;
+      product(rows, n, rows, alpha, diagonal, rows_of_b(from), beta, C1);
+      if (from > 0) {
+        const Operand<T> before =
+            lower ? left_operand('N', block(A, from + 1, 1)) : left_operand(mirrored, block(A, 1, from + 1));
+        product(rows, n, from, alpha, before, rows_of_b(0), T(1), C1);
+      }
+      if (until < m) {
+        const Operand<T> after = lower ? left_operand(mirrored, block(A, until + 1, from + 1))
+                                       : left_operand('N', block(A, from + 1, until + 1));
+        product(rows, n, m - until, alpha, after, rows_of_b(until), T(1), C1);
+      }
+    }
+  });
+}
+
 template <Scalar T>
 void multiply_by_symmetric(bool hermitian, char side, char uplo, Int m, Int n, T alpha, Matrix<const T> A,
                            Matrix<const T> B, T beta, Matrix<T> C) {
   if (m == 0 || n == 0) return;
   if (alpha == T(0)) return scale(m, n, beta, C);
   const bool left = same_letter(side, 'L');
+  if (left && n <= wide_part && m >= 4 * wide_part) {
+    return multiply_narrow(hermitian, same_letter(uplo, 'L'), m, n, alpha, A, B, beta, C);
+  }
   Operand<T> symmetric = left ? left_operand('N', A) : right_operand('N', A);
   // Seen from the right, the index along C is the column of A.
   symmetric.structure = same_letter(uplo, 'L') == left ? Structure::lower_stored : Structure::upper_stored;

@@ -1,6 +1,6 @@
 // Divide and conquer for symmetric tridiagonal matrices: the leaves and the many small merges above them go to the
-// threads one by one; of the few large merges all threads take part in each. Either way a merge gives the same bits, those
-// of the serial body.
+// threads one by one; of the few large merges all threads take part in each. Either way a merge gives the same bits,
+// those of the serial body.
 
 #include "symmetric/merge_of_halves.hpp"
 
@@ -44,13 +44,20 @@ struct Calls {
 };
 
 /// The eigensystem of a tridiagonal matrix of order n, with its eigenvectors at hand. Each node has its share of the
-/// workspace: 4 + n elements of `work` for each of its rows, and four of `iwork`, the first of which says at the end how
-/// it went.
+/// workspace: 4 + n elements of `work` for each of its rows, and four of `iwork`, the first of which says at the end
+/// how it went.
 template <RealScalar R>
 class MergeTree {
  public:
   MergeTree(Int n, Int depth, R* d, R* e, Matrix<R> Q, R* work, Int* iwork)
-      : n_(n), depth_(depth), d_(d), e_(e), Q_(Q), work_(work), iwork_(iwork), indxq_(iwork + 4 * std::ptrdiff_t{n} + 3) {}
+      : n_(n),
+        depth_(depth),
+        d_(d),
+        e_(e),
+        Q_(Q),
+        work_(work),
+        iwork_(iwork),
+        indxq_(iwork + 4 * std::ptrdiff_t{n} + 3) {}
 
   /// As info of laed0.
   Int run(int threads) {
@@ -139,7 +146,8 @@ class MergeTree {
 }  // namespace
 
 template <RealScalar T>
-void laed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork, Int& info) {
+void laed0(Int icompq, Int qsiz, Int n, T* d, T* e, T* q, Int ldq, T* qstore, Int ldqs, T* work, Int* iwork,
+           Int& info) {
   const Team team(real_multiply_adds<T>(n, n, n), least_work);
   const bool is_valid = n > 0 && ldq >= n && ldqs >= n;
   const int threads = available_threads();

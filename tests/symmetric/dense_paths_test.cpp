@@ -1,0 +1,103 @@
+// The ways that the simple driver for full matrices takes: seen by the workspace that it asks for and by the calls that
+// reach the thread layer.
+
+#include "layer.hpp"
+#include "solvers/recording_layer.hpp"
+#include "support/reported_errors.hpp"
+#include "symmetric/dense_driver_calls.hpp"
+#include "symmetric/eigen_checks.hpp"
+
+namespace nuv::test {
+namespace {
+
+template <class T>
+class DensePaths : public ReportingTest {
+ protected:
+  Random random{41};
+};
+TYPED_TEST_SUITE(DensePaths, Precisions, PrecisionLetter);
+
+/// The order from which on eigenvalues alone go the way of a band, on one thread.
+template <Scalar T>
+constexpr Int band_order = std::same_as<T, float>                  ? 1562
+                           : std::same_as<T, std::complex<double>> ? 781
+                                                                   : 1100;
+
+template <Scalar T>
+constexpr std::int64_t beside = ComplexScalar<T> ? 1 : 2;
+
+template <Scalar T>
+Int size_asked_for(char jobz, char uplo, Int n) {
+  Int info = 99;
+  T best;
+  const Matrix<T> A{nullptr, n};
+  if constexpr (ComplexScalar<T>) {
+    routine_call::heev(jobz, uplo, n, A, nullptr, &best, -1, nullptr, info);
+  } else {
+    routine_call::syev(jobz, uplo, n, A, nullptr, &best, -1, info);
+  }
+  EXPECT_EQ(info, 0);
+  return Int(std::real(best));
+}
+
+template <Scalar T>
+Int size_of_reduction(char uplo, Int n) {
+  Int info = 99;
+  T best;
+  layer::sytrd(uplo, n, Matrix<T>{nullptr, n}, nullptr, nullptr, nullptr, &best, -1, info);
+  return Int(std::real(best)) + Int(beside<T>) * n;
+}
+
+/// 3 kd + 3 lines of a band with kd diagonals beside the main one, and what stands beside them.
+template <Scalar T>
+Int size_of_band(Int n, Int kd) {
+  return (3 * kd + 3 + Int(beside<T>)) * n;
+}
+
+TYPED_TEST(DensePaths, AskForTheRoomOfABand) {
+  using T = TypeParam;
+  constexpr Int n = band_order<T>;
+  for (const char uplo : uplos) {
+    EXPECT_EQ(size_asked_for<T>('N', uplo, n - 1), size_of_reduction<T>(uplo, n - 1));
+    EXPECT_EQ(size_asked_for<T>('N', uplo, n), size_of_band<T>(n, 40));
+    EXPECT_EQ(size_asked_for<T>('n', uplo, n + 1), size_of_band<T>(n + 1, 40));
+    for (const Int order : {n, 5000}) EXPECT_EQ(size_asked_for<T>('V', uplo, order), size_of_reduction<T>(uplo, order));
+  }
+  const Int wide = std::same_as<T, std::complex<float>> ? 64 : 40;
+  EXPECT_EQ(size_asked_for<T>('N', 'L', 2400), size_of_band<T>(2400, wide));
+}
+
+/// Those of a band and of reductions, in order.
+std::vector<std::string> ways_taken() {
+  std::vector<std::string> ways;
+  for (const std::string& call : take_recorded_calls()) {
+    if (call.starts_with("sytrd")) ways.push_back(call);
+  }
+  return ways;
+}
+
+TYPED_TEST(DensePaths, TakeABandWhereThereIsRoom) {
+  using T = TypeParam;
+  if constexpr (std::same_as<Real<T>, double>) {
+    constexpr Int n = band_order<T>;
+    const GuardedMatrix<T> A = random_hermitian<T>(this->random, 'L', n, n);
+    const auto solved = [&](Int lwork) {
+      DenseCall<T> call('N', 'L', A);
+      make_room(call, {lwork, 3 * n, 1});
+      take_recorded_calls();
+      Ev<T>::run(call);
+      EXPECT_EQ(call.info, 0);
+      EXPECT_EQ(call.work(1), T(size_of_band<T>(n, 40)));
+      return call;
+    };
+    const auto direct = solved(size_of_band<T>(n, 40) - 1);
+    EXPECT_EQ(ways_taken(), std::vector<std::string>{"sytrd L " + std::to_string(n)});
+    const auto by_band = solved(size_of_band<T>(n, 40));
+    EXPECT_EQ(ways_taken(), std::vector<std::string>());
+    const Real<T> size = std::max(std::abs(direct.w(1)), std::abs(direct.w(n)));
+    for (Int k = 1; k <= n; ++k) EXPECT_NEAR(by_band.w(k), direct.w(k), 10 * n * epsilon<T> * size);
+  }
+}
+
+}  // namespace
+}  // namespace nuv::test
