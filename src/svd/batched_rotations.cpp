@@ -13,10 +13,7 @@ namespace {
 template <RealScalar T>
 void turn_columns(const Sweeps<T>& sweeps, Int s, Int first, Int last, bool leaves_out_identities, Int m, Matrix<T> A) {
   for (Int p = first; p <= last; ++p) {
-    const Int i = sweeps.place(sweeps.lines - 1, {p, 1});
-    const T cosine = sweeps.cs(i, 2 * s - 1), sine = sweeps.cs(i, 2 * s);
-    if (leaves_out_identities && cosine == 1 && sine == 0) continue;
-    blas::rot(m, column(A, 1, i), column(A, 1, i + 1), cosine, sine);
+    sweeps.turn(s, p, leaves_out_identities, A, 1, m, sweeps.place(sweeps.lines - 1, {p, 1}));
   }
 }
 

@@ -27,9 +27,13 @@ struct Sweeps {
   /// Where some of `total` stand.
   Int place(Int total, Range some) const { return rises ? some.first : total - some.first - some.count + 2; }
 
-  /// Cosines and sines of sweep s in some planes, from the first one in memory on.
-  const T* cosines(Int s, Range planes) const { return cs.at(place(lines - 1, planes), 2 * s - 1); }
-  const T* sines(Int s, Range planes) const { return cs.at(place(lines - 1, planes), 2 * s); }
+  /// Applies the rotation of sweep s in plane p to columns i and i + 1 of X, to so many elements from the first one on.
+  void turn(Int s, Int p, bool leaves_out_identities, Matrix<T> X, Int first, Int count, Int i) const {
+    const Int row = place(lines - 1, {p, 1});
+    const T cosine = cs(row, 2 * s - 1), sine = cs(row, 2 * s);
+    if (leaves_out_identities && cosine == 1 && sine == 0) return;
+    blas::rot(count, column(X, first, i), column(X, first, i + 1), cosine, sine);
+  }
 };
 
 /// A piece of the sweeps that turns `order` lines behind the first `before` ones.
@@ -59,7 +63,8 @@ class RotationTiles {
     return {.before = before, .order = closes ? n - before : 2 * k, .opens = i == 0, .closes = closes};
   }
 
-  /// Multiplies the rotations of piece i into W: what they make of an identity of its order, from their side.
+  /// Multiplies the rotations of piece i into W, from their side. They turn columns in either case: rows lie apart in
+  /// memory, and the transpose costs little.
   void fill(Int i, Matrix<T> W) const {
     const RotationPiece piece = this->piece(i);
     for (Int j = 1; j <= piece.order; ++j) {
@@ -67,28 +72,21 @@ class RotationTiles {
       W(j, j) = 1;
     }
     for (Int s = 1; s <= sweeps_.count; ++s) turn(piece, s, W);
-    if (!sweeps_.from_left) transpose(piece.order, W);
+    if (sweeps_.from_left) transpose(piece.order, W);
   }
 
  private:
   bool is_single() const { return sweeps_.lines - sweeps_.count <= sweeps_.count; }
 
-  /// Turns the rows of W by what sweep s has in a piece. What stands in column j gets no further than row j + s - 1 by
-  /// the sweeps before, and no sweep takes it up: planes before j - s find zeros, and are left out for strips of
-  /// columns.
+  /// Turns the columns of W by what sweep s has in a piece, as far down as an element of the diagonal has come. What a
+  /// parallelogram turns for the first time begins one row higher in each sweep.
   void turn(const RotationPiece& piece, Int s, Matrix<T> W) const {
-    constexpr Int strip = 32;
-    const Int k = sweeps_.count, first = piece.opens ? 1 : k - s + 1, end = piece.closes ? piece.order : 2 * k - s + 1;
-    for (Int j = first; j <= std::min(piece.order, s + end - 1); j += strip) {
-      const Range columns{j, std::min(strip, piece.order - j + 1)};
-      const Int from = std::max(first, j - s);
-      const Range planes{piece.before + from, end - from}, rows{from, end - from + 1};
-      const Matrix<T> turned = block(W, sweeps_.place(piece.order, rows), sweeps_.place(piece.order, columns));
-      const auto turn_rows = [&](auto kernel) {
-        kernel(rows.count, columns.count, sweeps_.cosines(s, planes), sweeps_.sines(s, planes), turned);
-      };
-      if (sweeps_.rises) turn_rows([](auto... arguments) { blas::lasr_lvf(arguments...); });
-      else turn_rows([](auto... arguments) { blas::lasr_lvb(arguments...); });
+    const Int k = sweeps_.count, order = piece.order;
+    const Int first = piece.opens ? 1 : k - s + 1, end = piece.closes ? order : 2 * k - s + 1;
+    for (Int p = first; p < end; ++p) {
+      const Range rows{first, std::min(order, s + p) - first + 1};
+      sweeps_.turn(s, piece.before + p, piece.closes, W, sweeps_.place(order, rows), rows.count,
+                   sweeps_.place(order - 1, {p, 1}));
     }
   }
 
