@@ -13,6 +13,10 @@ namespace nuv::threading {
 /// forked child, inside a piece of shared work, and while another thread's team is at work.
 int available_threads();
 
+/// Whether the layer has threads at all. Where sharing the work changes the order of sums, it is shared in such a layer
+/// whatever the number of threads, by the size of the problem alone; the other layer leaves it to the serial body.
+bool has_threads();
+
 /// Runs piece(context, 0) ... piece(context, pieces - 1), on at most `threads` threads that take the next piece as they
 /// come free, and waits for all. The calling thread takes part, and never waits for a thread that has taken nothing.
 void run_pieces(int threads, int pieces, void (*piece)(void* context, int index), void* context);

@@ -7,6 +7,7 @@
 
 #include "environment/magnitudes.hpp"
 #include "environment/norms_columns.hpp"
+#include "environment/packs.hpp"
 #include "environment/sums_of_squares.hpp"
 #include "frame/option_matching.hpp"
 
@@ -30,33 +31,6 @@ R larger(R x, R m) {
 
 namespace detail {
 
-inline constexpr int pack_bytes = 16;
-
-/// As many numbers as a register of the baseline holds.
-template <RealScalar R>
-struct PackOf;
-template <>
-struct PackOf<float> {
-  typedef float type __attribute__((vector_size(pack_bytes)));
-  typedef std::int32_t bits __attribute__((vector_size(pack_bytes)));
-  static constexpr std::int32_t all_but_sign = 0x7FFFFFFF;
-};
-template <>
-struct PackOf<double> {
-  typedef double type __attribute__((vector_size(pack_bytes)));
-  typedef std::int64_t bits __attribute__((vector_size(pack_bytes)));
-  static constexpr std::int64_t all_but_sign = 0x7FFFFFFFFFFFFFFF;
-};
-template <RealScalar R>
-using Pack = typename PackOf<R>::type;
-
-template <RealScalar R>
-Pack<R> load(const R* x) {
-  Pack<R> pack;
-  __builtin_memcpy(&pack, x, sizeof pack);
-  return pack;
-}
-
 template <RealScalar R>
 Pack<R> absolute(Pack<R> x) {
   using Bits = typename PackOf<R>::bits;
@@ -67,7 +41,7 @@ Pack<R> absolute(Pack<R> x) {
 /// that start from zero.
 template <RealScalar R, class Step, class Join>
 [[gnu::always_inline]] inline R fold(const R* x, std::ptrdiff_t count, Step step, Join join) {
-  constexpr int chains = 4, width = pack_bytes / sizeof(R);
+  constexpr int chains = 4, width = pack_width<R>;
   Pack<R> folded[chains] = {};
   std::ptrdiff_t i = 0;
   for (; i + chains * width <= count; i += chains * width) {

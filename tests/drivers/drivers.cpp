@@ -198,6 +198,7 @@ const std::vector<Driver>& drivers() {
     add_scaled_solvers(drivers);
     add_band_solvers(drivers);
     add_tridiagonal_solvers(drivers);
+    add_tridiagonal_eigen(drivers);
     add_indefinite_solvers(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);

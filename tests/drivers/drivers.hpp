@@ -64,6 +64,7 @@ void add_bounds(DriverList& drivers);  ///< condition numbers, refinement, scali
 void add_indefinite_solvers(DriverList& drivers);
 void add_packed_solvers(DriverList& drivers);
 void add_scaled_solvers(DriverList& drivers);
+void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
 
 /// The list. A routine joins it in drivers.cpp, or where its family has a file of its own.

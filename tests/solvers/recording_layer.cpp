@@ -131,6 +131,12 @@ using nuv::test::record;
     record("syrk", {uplo, trans}, {*n, *k});                                                                           \
     NEXT(nuv_blas_##p##syrk)(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, l1, l2);                                  \
   }                                                                                                                    \
+  void nuv_blas_##p##syr2k(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,            \
+                           const T* a, const int* lda, const T* b, const int* ldb, const T* beta, T* c,                \
+                           const int* ldc, int l1, int l2) {                                                           \
+    record("syr2k", {uplo, trans}, {*n, *k});                                                                          \
+    NEXT(nuv_blas_##p##syr2k)(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                         \
+  }                                                                                                                    \
   void nuv_blas_##p##trmm(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,      \
                           const int* n, const T* alpha, const T* a, const int* lda, T* b, const int* ldb, int l1,      \
                           int l2, int l3, int l4) {                                                                    \
@@ -148,6 +154,16 @@ using nuv::test::record;
   void nuv_lapack_##p##pttrs(const int* n, const int* nrhs, const T* d, const T* e, T* b, const int* ldb, int* info) { \
     record("pttrs", {}, {*n, *nrhs});                                                                                  \
     NEXT(nuv_lapack_##p##pttrs)(n, nrhs, d, e, b, ldb, info);                                                          \
+  }                                                                                                                    \
+  void nuv_lapack_##p##sptrd(const char* uplo, const int* n, T* ap, T* d, T* e, T* tau, int* info, int length) {       \
+    record("sptrd", {uplo}, {*n});                                                                                     \
+    NEXT(nuv_lapack_##p##sptrd)(uplo, n, ap, d, e, tau, info, length);                                                 \
+  }                                                                                                                    \
+  void nuv_lapack_##p##lasr3(const char* side, const char* pivot, const char* direct, const int* m, const int* n,      \
+                             const int* k, const T* cs, const int* ldcs, T* a, const int* lda, T* work,                \
+                             const int* lwork, int* info, int l1, int l2, int l3) {                                    \
+    record("lasr3", {side, pivot, direct}, {*m, *n, *k});                                                              \
+    NEXT(nuv_lapack_##p##lasr3)(side, pivot, direct, m, n, k, cs, ldcs, a, lda, work, lwork, info, l1, l2, l3);        \
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
@@ -155,6 +171,16 @@ using nuv::test::record;
                              const int* ldb, int* info, int length) {                                                  \
     record("pttrs", {uplo}, {*n, *nrhs});                                                                              \
     NEXT(nuv_lapack_##p##pttrs)(uplo, n, nrhs, d, e, b, ldb, info, length);                                            \
+  }                                                                                                                    \
+  void nuv_lapack_##p##hptrd(const char* uplo, const int* n, T* ap, R* d, R* e, T* tau, int* info, int length) {       \
+    record("hptrd", {uplo}, {*n});                                                                                     \
+    NEXT(nuv_lapack_##p##hptrd)(uplo, n, ap, d, e, tau, info, length);                                                 \
+  }                                                                                                                    \
+  void nuv_blas_##p##her2k(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,            \
+                           const T* a, const int* lda, const T* b, const int* ldb, const R* beta, T* c,                \
+                           const int* ldc, int l1, int l2) {                                                           \
+    record("her2k", {uplo, trans}, {*n, *k});                                                                          \
+    NEXT(nuv_blas_##p##her2k)(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                         \
   }                                                                                                                    \
   void nuv_blas_##p##herk(const char* uplo, const char* trans, const int* n, const int* k, const R* alpha, const T* a, \
                           const int* lda, const R* beta, T* c, const int* ldc, int l1, int l2) {                       \

@@ -132,7 +132,7 @@ std::vector<WideReal<R>> wide_values(const Tridiagonal<R>& matrix) {
 
 template <RealScalar R>
 double value_error(const GuardedVector<R>& w, Int m, const std::vector<WideReal<R>>& exact, Int first) {
-  WideReal<R> largest = 0, error = 0;
+  WideReal<R> largest = std::numeric_limits<R>::min(), error = 0;  // bisection never ends at zero
   for (const WideReal<R>& value : exact) largest = std::max(largest, std::abs(value));
   for (Int k = 1; k <= m; ++k) {
     const WideReal<R> difference = std::abs(WideReal<R>(w(k)) - exact[std::size_t(first + k - 2)]);

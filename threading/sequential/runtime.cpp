@@ -8,6 +8,10 @@ int available_threads() {
   return 1;
 }
 
+bool has_threads() {
+  return false;
+}
+
 void run_pieces(int, int pieces, void (*piece)(void* context, int index), void* context) {
   for (int index = 0; index < pieces; ++index) piece(context, index);
 }

@@ -76,6 +76,10 @@ int available_threads() {
   return may_have_helpers() ? configured_threads() : 1;
 }
 
+bool has_threads() {
+  return true;
+}
+
 void run_pieces(int threads, int pieces, Piece piece, void* context) {
   const bool has_team = helpers_are_ready();
   if (threads <= 1 || pieces <= 1 || (!has_team && !take_helpers())) {

@@ -1,0 +1,113 @@
+#include <algorithm>
+#include <cmath>
+
+#include "base/matrix.hpp"
+#include "blas.hpp"
+#include "environment/extremes.hpp"
+#include "environment/machine_constants.hpp"
+#include "symmetric/relatively_robust.hpp"
+
+namespace nuv {
+namespace {
+
+/// L D L^T - sigma I = L+ D+ L+^T.
+template <RealScalar R>
+struct Candidate {
+  R sigma;
+  R *d, *l;
+  R growth = 0;        ///< largest magnitude in D+
+  bool sound = false;  ///< all pivots are finite, and none had to be replaced
+
+  void factor(Int n, const R* root_d, const R* root_l, const R* root_ld, R pivmin) {
+    growth = 0;
+    sound = true;
+    R s = negated(sigma);
+    for (Int i = 0; i < n; ++i) {
+      d[i] = root_d[i] + s;
+      if (std::abs(d[i]) < pivmin) {
+        d[i] = negated(pivmin);
+        sound = false;
+      }
+      growth = larger_or_nan(growth, std::abs(d[i]));
+      if (i == n - 1) break;
+      l[i] = root_ld[i] / d[i];
+      s = l[i] * (s * root_l[i]) - sigma;
+    }
+    sound = sound && std::isfinite(growth);
+  }
+
+  /// Large pivots do no harm where the vectors of the cluster are small: the largest |D+(i) z(i)| for the unit vector z
+  /// with L+^T z = 0 but for its last element.
+  R growth_beside_vector(Int n) const {
+    R largest = std::abs(d[n - 1]), z = 1, squares = 1;
+    for (Int i = n - 2; i >= 0; --i) {
+      z *= std::abs(l[i]);
+      squares += z * z;
+      largest = larger_or_nan(largest, std::abs(d[i]) * z);
+    }
+    return largest / std::sqrt(squares);
+  }
+};
+
+}  // namespace
+
+template <RealScalar R>
+void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, const R* w, const R* wgap, const R* werr,
+           R spdiam, R clgapl, R clgapr, R pivmin, R& sigma, R* dplus, R* lplus, R* work, Int& info) {
+  constexpr R eps = Machine<R>::precision;
+  constexpr Int moves = 1;  // of each shift away from the cluster
+  const Int first = clstrt - 1, last = clend - 1;
+
+  const R width = std::abs(w[last] - w[first]) + werr[last] + werr[first];
+  const R average_gap = width / static_cast<R>(last - first);
+  const R gap = std::min(clgapl, clgapr);
+  const R largest_move = gap / 4 + 2 * pivmin;
+  R left_move = std::max(average_gap, wgap[first]) / 2, right_move = std::max(average_gap, wgap[last - 1]) / 2;
+
+  Candidate<R> left{std::min(w[first], w[last]) - werr[first], dplus, lplus};
+  Candidate<R> right{std::max(w[first], w[last]) + werr[last], work, work + n};
+  left.sigma -= std::abs(left.sigma) * 4 * eps;
+  right.sigma += std::abs(right.sigma) * 4 * eps;
+
+  const R harmless_growth = 8 * spdiam, limit_of_vector = 8 * spdiam;
+  const R hopeless_growth = static_cast<R>(n - 1) * gap / (spdiam * std::sqrt(eps));
+  const bool isolated = width < gap / 128;
+  R best_shift = left.sigma, least_growth = Machine<R>::overflow;
+
+  info = 0;
+  const auto accept = [&](const Candidate<R>& chosen) {
+    sigma = chosen.sigma;
+    if (chosen.d == dplus) return;
+    blas::copy(n, {chosen.d, 1}, {dplus, 1});
+    blas::copy(n - 1, {chosen.l, 1}, {lplus, 1});
+  };
+  for (Int move = 0; move <= moves; ++move) {
+    for (Candidate<R>* one : {&left, &right}) {
+      one->factor(n, d, l, ld, pivmin);
+      if (one->sound && one->growth <= harmless_growth) return accept(*one);
+      if (one->sound && one->growth <= least_growth) {
+        least_growth = one->growth;
+        best_shift = one->sigma;
+      }
+    }
+    if (isolated && left.sound && right.sound) {
+      const Candidate<R>& better = right.growth <= left.growth ? right : left;
+      if (better.growth < hopeless_growth && better.growth_beside_vector(n) <= limit_of_vector) return accept(better);
+    }
+    left.sigma -= std::min(left_move, largest_move);
+    right.sigma += std::min(right_move, largest_move);
+    left_move *= 2;
+    right_move *= 2;
+  }
+  if (!isolated || !(least_growth < hopeless_growth)) {
+    info = 1;
+    return;
+  }
+  left.sigma = best_shift;
+  left.factor(n, d, l, ld, pivmin);
+  accept(left);
+}
+
+}  // namespace nuv
+
+#include "symmetric/relatively_robust_child.entries.inc"

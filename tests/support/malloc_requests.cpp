@@ -1,0 +1,58 @@
+#include "support/malloc_requests.hpp"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <cstddef>
+
+namespace nuv::test {
+namespace {
+
+std::atomic<bool> is_counting, refuses;
+std::atomic<int> requests, blocks;
+
+/// The function of that name which this program's own one hides.
+template <class Function>
+Function* hidden(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+MallocRequests::MallocRequests(Answer answer) {
+  requests = blocks = 0;
+  refuses = answer == Answer::refused;
+  is_counting = true;
+}
+
+MallocRequests::~MallocRequests() {
+  is_counting = false;
+}
+
+int MallocRequests::count() const {
+  return requests;
+}
+
+int MallocRequests::kept() const {
+  return blocks;
+}
+
+}  // namespace nuv::test
+
+using namespace nuv::test;
+
+extern "C" void* malloc(std::size_t size) {
+  static const auto next = hidden<void*(std::size_t)>("malloc");
+  if (is_counting) {
+    ++requests;
+    if (refuses) return nullptr;
+    ++blocks;
+  }
+  return next(size);
+}
+
+extern "C" void free(void* block) {
+  static const auto next = hidden<void(void*)>("free");
+  if (is_counting && block != nullptr) --blocks;
+  next(block);
+}
