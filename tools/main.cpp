@@ -17,6 +17,7 @@
 
 #include "cond.hpp"
 #include "det.hpp"
+#include "eig.hpp"
 #include "error.hpp"
 #include "info.hpp"
 #include "inv.hpp"
@@ -139,6 +140,36 @@ void add_equation_options(CLI::App& command, EquationOptions& options, const std
   add_output_option(command, options.output_file, "File for X");
 }
 
+constexpr std::string_view about_eig =
+    "A must be symmetric or Hermitian, whether its file says so or not. Eigenvalues are shown in ascending order.\n"
+    "\n"
+    "  qr    QL and QR iteration; by default for values alone\n"
+    "  dc    divide and conquer; by default where vectors are wanted\n"
+    "  mrrr  relatively robust representations; by default for a part of the values, which are found by bisection\n"
+    "\n"
+    "--with gives the generalised problem with a positive definite B, of type\n"
+    "  1  A x = w B x          2  A B x = w x          3  B A x = w x\n"
+    "with vectors of length one in the inner product of B, or for type 3 in that of its inverse.\n"
+    "\n"
+    "Standard error tells the method, and with --vectors how well vectors and values fit.\n";
+
+void add_eig_options(CLI::App& command, EigenOptions& options) {
+  add_matrix_options(command, options, about_square);
+  add_output_option(command, options.output_file, "File for the eigenvalues");
+  const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
+    return command.add_option(name, value, about)->type_name(type);
+  };
+  add("--vectors", options.vectors_file, "FILE", "File for the eigenvectors, one per column (default: none)")
+      ->check(not_empty());
+  add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
+  add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
+  add("--with", options.partner_file, "B", "Matrix Market file of the second matrix of the generalised problem")
+      ->check(not_empty());
+  add("--type", options.type, "TYPE", "Of the generalised problem, see below (default: 1)")->check(CLI::Range(1, 3));
+  add("--method", options.method, "NAME", "qr, dc or mrrr, see below")->check(CLI::IsMember({"qr", "dc", "mrrr"}));
+  add("--plot", options.plot_file, "FILE", "SVG file for a picture of the eigenvalues, by gnuplot")->check(not_empty());
+}
+
 constexpr std::string_view about_make =
     "KIND is general, band, symmetric, hermitian (complex) or positive (symmetric or Hermitian positive definite).\n"
     "Real symmetric and Hermitian matrices get eigenvalues, all others, complex symmetric ones too, singular values:\n"
@@ -186,18 +217,22 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
 }
 
 struct CommandLine {
-  CLI::App app{"Solves dense and band systems of linear equations and least squares, and makes test matrices.", "nuv"};
+  CLI::App app{
+      "Solves dense and band systems of linear equations, least squares and eigenproblems, and makes test matrices.",
+      "nuv"};
   CLI::App* solve;
   CLI::App* lstsq;
   CLI::App* cond;
   CLI::App* inv;
   CLI::App* det;
+  CLI::App* eig;
   CLI::App* make;
   CLI::App* info;
   SolveOptions options;
   EquationOptions lstsq_options;
   MatrixOptions cond_options, det_options;
   InverseOptions inv_options;
+  EigenOptions eig_options;
   MakeOptions make_options;
 
   CommandLine() {
@@ -241,6 +276,10 @@ struct CommandLine {
                     "where the determinant does not.\n{}\n{}",
                     about_input, about_answer));
 
+    eig = app.add_subcommand("eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.");
+    add_eig_options(*eig, eig_options);
+    eig->footer(fmt::format("{}{}{}", about_eig, about_input, about_answer));
+
     make = app.add_subcommand("make", "Make a random matrix with given singular values or eigenvalues.");
     add_make_options(*make, make_options);
     make->footer(fmt::format("{}Exit status: 0 made, 1 not made (one line on standard error says why), 2 wrong usage.",
@@ -271,6 +310,7 @@ int run(int argc, char** argv) {
     if (*command_line.cond) print(condition_report(command_line.cond_options));
     if (*command_line.inv) invert(command_line.inv_options);
     if (*command_line.det) print(determinant_report(command_line.det_options));
+    if (*command_line.eig) find_eigenvalues(command_line.eig_options);
     if (*command_line.make) make(command_line.make_options);
     if (*command_line.info) print(library_report());
     return 0;

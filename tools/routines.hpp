@@ -14,26 +14,32 @@ template <Scalar T>
 struct Routines;
 
 // The routines for Hermitian matrices are those for symmetric ones where matrices are real.
-#define NUV_ROUTINES(T, letter, hermitian)                        \
-  template <>                                                     \
-  struct Routines<T> {                                            \
-    static constexpr auto gbcon = nuv_lapack_##letter##gbcon;     \
-    static constexpr auto gbsvx = nuv_lapack_##letter##gbsvx;     \
-    static constexpr auto gbtrf = nuv_lapack_##letter##gbtrf;     \
-    static constexpr auto gecon = nuv_lapack_##letter##gecon;     \
-    static constexpr auto gesvx = nuv_lapack_##letter##gesvx;     \
-    static constexpr auto getrf = nuv_lapack_##letter##getrf;     \
-    static constexpr auto getri = nuv_lapack_##letter##getri;     \
-    static constexpr auto hesvx = nuv_lapack_##letter##hermitian; \
-    static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;     \
-    static constexpr auto posvx = nuv_lapack_##letter##posvx;     \
-    static constexpr auto sysvx = nuv_lapack_##letter##sysvx;     \
+#define NUV_ROUTINES(T, letter, he)                             \
+  template <>                                                   \
+  struct Routines<T> {                                          \
+    static constexpr auto gbcon = nuv_lapack_##letter##gbcon;   \
+    static constexpr auto gbsvx = nuv_lapack_##letter##gbsvx;   \
+    static constexpr auto gbtrf = nuv_lapack_##letter##gbtrf;   \
+    static constexpr auto gecon = nuv_lapack_##letter##gecon;   \
+    static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \
+    static constexpr auto getrf = nuv_lapack_##letter##getrf;   \
+    static constexpr auto getri = nuv_lapack_##letter##getri;   \
+    static constexpr auto heev = nuv_lapack_##letter##he##ev;   \
+    static constexpr auto heevd = nuv_lapack_##letter##he##evd; \
+    static constexpr auto heevr = nuv_lapack_##letter##he##evr; \
+    static constexpr auto hegv = nuv_lapack_##letter##he##gv;   \
+    static constexpr auto hegvd = nuv_lapack_##letter##he##gvd; \
+    static constexpr auto hegvx = nuv_lapack_##letter##he##gvx; \
+    static constexpr auto hesvx = nuv_lapack_##letter##he##svx; \
+    static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;   \
+    static constexpr auto posvx = nuv_lapack_##letter##posvx;   \
+    static constexpr auto sysvx = nuv_lapack_##letter##sysvx;   \
   };
 
-NUV_ROUTINES(float, s, sysvx)
-NUV_ROUTINES(double, d, sysvx)
-NUV_ROUTINES(std::complex<float>, c, hesvx)
-NUV_ROUTINES(std::complex<double>, z, hesvx)
+NUV_ROUTINES(float, s, sy)
+NUV_ROUTINES(double, d, sy)
+NUV_ROUTINES(std::complex<float>, c, he)
+NUV_ROUTINES(std::complex<double>, z, he)
 #undef NUV_ROUTINES
 
 }  // namespace nuv::tools

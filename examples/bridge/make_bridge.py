@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the stiffness matrix and the load vectors of a plane railway truss bridge.
+"""Writes the stiffness and mass matrices and the load vectors of a plane railway truss bridge.
 
 The bridge is a subdivided Pratt truss with a curved top chord (README.md has the drawing). A pin-jointed bar of area A
 and length L with direction cosines (c, s) resists a displacement of its ends by the forces
@@ -7,7 +7,13 @@ and length L with direction cosines (c, s) resists a displacement of its ends by
     EA/L * | k -k |   with   k = | c*c c*s |
            |-k  k |              | c*s s*s |
 
-and the stiffness matrix is the sum over all bars, with the held directions of the supports struck out.
+and the stiffness matrix is the sum over all bars, with the held directions of the supports struck out. The mass matrix is
+consistent with the same linear displacements along a bar: of its mass m, in either direction,
+
+    m/6 * | 2 1 |
+          | 1 2 |
+
+and the deck's mass stands on the floor beams' joints.
 Units are metre, newton and pascal throughout; x runs along the bridge, y points up.
 """
 
@@ -18,7 +24,8 @@ from pathlib import Path
 from typing import NamedTuple
 
 YOUNGS_MODULUS = 210e9  # Pa, structural steel
-STEEL_WEIGHT = 7850 * 9.81  # N/m^3
+GRAVITY = 9.81  # m/s^2
+STEEL_WEIGHT = 7850 * GRAVITY  # N/m^3
 CONNECTION_FACTOR = 1.2  # gusset plates, bolts and wind bracing, as a share of the members' weight
 
 PANEL = 4.0  # m, distance of the floor beams
@@ -137,15 +144,39 @@ def stiffness(truss):
     return {place: value for place, value in entries.items() if value != 0}
 
 
+def mass(truss):
+    """Lower triangle {(row, column): kg}, one-based, without zeros: members and deck, without the train."""
+    numbers = number_unknowns(truss)
+    shares = {}
+
+    def add(joints, share):
+        for axis in "xy":
+            unknowns = [numbers.get((joint, axis)) for joint in joints]
+            if None not in unknowns:
+                shares.setdefault((max(unknowns), min(unknowns)), []).append(share)
+
+    for member in truss.members:
+        whole = member_weight(truss, member) / GRAVITY
+        add((member.start, member.start), whole / 3)
+        add((member.end, member.end), whole / 3)
+        add((member.start, member.end), whole / 6)
+    for (joint, _), load in line_load("y", DECK_LOAD).items():
+        add((joint, joint), load / GRAVITY)
+    return {place: math.fsum(terms) for place, terms in shares.items()}
+
+
 def own_weight(truss):
     """Half of every member's weight at each of its ends."""
     forces = {}
     for member in truss.members:
-        length, _ = length_and_direction(truss, member)
-        weight = STEEL_WEIGHT * CONNECTION_FACTOR * truss.areas[member.group] * length
         for joint in (member.start, member.end):
-            add_force(forces, joint, "y", -weight / 2)
+            add_force(forces, joint, "y", -member_weight(truss, member) / 2)
     return forces
+
+
+def member_weight(truss, member):
+    length, _ = length_and_direction(truss, member)
+    return STEEL_WEIGHT * CONNECTION_FACTOR * truss.areas[member.group] * length
 
 
 def line_load(axis, load):
@@ -184,13 +215,20 @@ def load_cases(truss):
 
 
 def write_stiffness(path, truss):
-    entries = stiffness(truss)
+    write_symmetric(path, truss, stiffness(truss), "Stiffness", "N/m")
+
+
+def write_mass(path, truss):
+    write_symmetric(path, truss, mass(truss), "Mass", "kg")
+
+
+def write_symmetric(path, truss, entries, what, unit):
     size = len(number_unknowns(truss))
     lines = [
         "%%MatrixMarket matrix coordinate real symmetric",
-        f"% 1. Stiffness matrix of a plane truss bridge: span {SPAN:g} m, {len(truss.joints)} joints, "
+        f"% 1. {what} matrix of a plane truss bridge: span {SPAN:g} m, {len(truss.joints)} joints, "
         f"{len(truss.members)} members; made by make_bridge.py.",
-        "% 2. Unit: N/m. Row and column k belong to unknown k of joints.csv.",
+        f"% 2. Unit: {unit}. Row and column k belong to unknown k of joints.csv.",
         f"% 3. Supports are eliminated: B0 is held in x and y (pin), B{PANELS} in y (roller).",
         "% 4. Positive definite; the lower triangle is stored, by columns.",
         f"{size} {size} {len(entries)}",
@@ -231,12 +269,13 @@ def write_lines(path, lines):
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Writes bridge.mtx, loads.mtx and joints.csv.")
+    parser = argparse.ArgumentParser(description="Writes bridge.mtx, mass.mtx, loads.mtx and joints.csv.")
     parser.add_argument("folder", nargs="?", type=Path, default=Path(__file__).resolve().parent,
                         help="where to write them (default: beside this script)")
     folder = parser.parse_args().folder
     truss = bridge()
     write_stiffness(folder / "bridge.mtx", truss)
+    write_mass(folder / "mass.mtx", truss)
     write_loads(folder / "loads.mtx", truss)
     write_joints(folder / "joints.csv", truss)
 

@@ -1,4 +1,4 @@
-"""Installs the build into a folder of its own, moves it, and builds and runs the first programs against it, once by
+"""Installs the build into a folder of its own, moves it, and builds and runs the example programs against it, once by
 pkg-config and once by find_package. The build tree must not be needed for that.
 
     install_test.py SOURCE_DIR BUILD_DIR [COMPILER_FLAG...]
@@ -11,11 +11,27 @@ import sys
 import tempfile
 import unittest
 from pathlib import Path
+from typing import NamedTuple
 
 SOURCE = BUILD = None
 FLAGS = []
-EXPECTED_STDOUT = "info = 0, x = 1, y = 1, z = 1\ninfo = -4\n"
-EXPECTED_STDERR = "NUV ERROR : Parameter 4 was incorrect on entry to DGESV \n"
+
+
+class Example(NamedTuple):
+    """A program in three languages: folder / name.c, .cpp, .f90."""
+
+    folder: str
+    name: str
+    output: str
+    error: str
+
+
+EXAMPLES = (
+    Example("first_program", "first", "info = 0, x = 1, y = 1, z = 1\ninfo = -4\n",
+            "NUV ERROR : Parameter 4 was incorrect on entry to DGESV \n"),
+    Example("three_masses", "masses", "info = 0, w = 0.5858 2.0000 3.4142\ninfo = 0, w = 0.3820 2.0000 2.6180\n"
+            "the lowest moves as 1 : 1.6180 : 1.0000\n", ""),
+)
 
 
 def run(*command, **options):
@@ -33,17 +49,16 @@ class InstalledTree(unittest.TestCase):
         cls.prefix = cls.folder / "prefix"
         (cls.folder / "first place").rename(cls.prefix)
         cls.library_folder = next(cls.prefix.rglob("libnuv_lapack.so")).parent
-        cls.examples = SOURCE / "examples" / "first_program"
 
     @classmethod
     def tearDownClass(cls):
         shutil.rmtree(cls.folder)
 
-    def check_program(self, program):
+    def check_program(self, program, example):
         environment = {k: v for k, v in os.environ.items() if k != "LD_LIBRARY_PATH"}
         environment["LD_LIBRARY_PATH"] = str(self.library_folder)
         done = subprocess.run([program], capture_output=True, text=True, env=environment)
-        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, EXPECTED_STDOUT, EXPECTED_STDERR))
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, example.output, example.error))
 
     def pkg_config(self, *words):
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.library_folder / "pkgconfig"))
@@ -52,26 +67,24 @@ class InstalledTree(unittest.TestCase):
     def test_programs_by_pkg_config(self):
         compile_flags, link_flags = self.pkg_config("--cflags"), self.pkg_config("--libs")
         fortran_module = self.prefix / "include" / "nuv" / "nuv_lapack.f90"
-        for compiler, sources in {
-            "gcc": ["first.c"],
-            "g++": ["first.cpp"],
-            "gfortran": [fortran_module, "first.f90"],
-        }.items():
-            with self.subTest(compiler=compiler):
-                program = self.folder / f"by_pkg_config_{compiler}"
-                sources = [self.examples / s for s in sources]
-                run(compiler, *FLAGS, *compile_flags, *sources, *link_flags, "-o", program, cwd=self.folder)
-                self.check_program(program)
+        for example in EXAMPLES:
+            for compiler, modules, suffix in (("gcc", [], "c"), ("g++", [], "cpp"), ("gfortran", [fortran_module], "f90")):
+                with self.subTest(example=example.name, compiler=compiler):
+                    program = self.folder / f"{example.name}_by_pkg_config_{compiler}"
+                    source = SOURCE / "examples" / example.folder / f"{example.name}.{suffix}"
+                    run(compiler, *FLAGS, *compile_flags, *modules, source, *link_flags, "-o", program, cwd=self.folder)
+                    self.check_program(program, example)
 
     def test_programs_by_find_package(self):
-        build = self.folder / "by_find_package"
         flags = " ".join(FLAGS)
-        run("cmake", "-S", self.examples, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            *[f"-DCMAKE_{language}_FLAGS={flags}" for language in ("C", "CXX", "Fortran")])
-        run("cmake", "--build", build)
-        for program in ("first_c", "first_cpp", "first_fortran"):
-            with self.subTest(program=program):
-                self.check_program(build / program)
+        for example in EXAMPLES:
+            build = self.folder / f"{example.folder}_by_find_package"
+            run("cmake", "-S", SOURCE / "examples" / example.folder, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
+                *[f"-DCMAKE_{language}_FLAGS={flags}" for language in ("C", "CXX", "Fortran")])
+            run("cmake", "--build", build)
+            for language in ("c", "cpp", "fortran"):
+                with self.subTest(example=example.name, language=language):
+                    self.check_program(build / f"{example.name}_{language}", example)
 
     def test_installed_command_runs(self):
         done = run(self.prefix / "bin" / "nuv", "info", env={"LD_LIBRARY_PATH": str(self.library_folder)})

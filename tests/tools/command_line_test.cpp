@@ -62,6 +62,22 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"inv", "A.mtx", "-o", ""}, "--output: a file name must not be empty"},
       {{"det"}, "A is required"},
       {{"det", "A.mtx", "--force"}, "--force"},
+      {{"eig"}, "A is required"},
+      {{"eig", "A.mtx", "B.mtx"}, "B.mtx"},
+      {{"eig", "A.mtx", "--vectors", ""}, "--vectors: a file name must not be empty"},
+      {{"eig", "A.mtx", "--method", "jacobi"}, "jacobi not in {qr,dc,mrrr}"},
+      {{"eig", "A.mtx", "--range", "1"}, "--range takes two numbers with a colon between, not '1'"},
+      {{"eig", "A.mtx", "--range", "1:x"}, "--range takes two numbers with a colon between, not '1:x'"},
+      {{"eig", "A.mtx", "--range", "nan:1"}, "--range takes two numbers with a colon between, not 'nan:1'"},
+      {{"eig", "A.mtx", "--range", "2:2"}, "nothing lies above the first number and not above the second"},
+      {{"eig", "A.mtx", "--index", "0:1"}, "--index '0:1': counts from 1, the smaller number first"},
+      {{"eig", "A.mtx", "--index", "3:2"}, "--index '3:2': counts from 1, the smaller number first"},
+      {{"eig", "A.mtx", "--index", "1:2.5"}, "--index takes two numbers with a colon between, not '1:2.5'"},
+      {{"eig", "A.mtx", "--index", "1:2", "--range", "1:2"}, "--range and --index are two ways to choose: give one"},
+      {{"eig", "A.mtx", "--index", "1:2", "--method", "dc"}, "--method dc finds all values"},
+      {{"eig", "A.mtx", "--type", "2"}, "--type is for two matrices: give --with"},
+      {{"eig", "A.mtx", "--with", "B.mtx", "--type", "4"}, "--type"},
+      {{"eig", "A.mtx", "--with", "B.mtx", "--method", "mrrr"}, "--method mrrr is for one matrix, --with gives two"},
       {{"lstsq"}, "A is required"},
       {{"lstsq", "A.mtx"}, "B is required"},
       {{"lstsq", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
@@ -103,7 +119,7 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult result = run_nuv(folder, {option});
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.error, "");
-    for (const char* word : {"solve", "lstsq", "cond", "inv", "det", "make", "info", "--version"})
+    for (const char* word : {"solve", "lstsq", "cond", "inv", "det", "eig", "make", "info", "--version"})
       EXPECT_NE(result.output.find(word), std::string::npos) << word;
 
     const ChildResult of_solve = run_nuv(folder, {"solve", option});

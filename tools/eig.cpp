@@ -1,0 +1,213 @@
+#include "eig.hpp"
+
+#include <fmt/format.h>
+#include <nuv/nuv_lapack.h>
+
+#include <charconv>
+#include <cmath>
+#include <string_view>
+#include <utility>
+
+#include "dense_matrix.hpp"
+#include "eigen_residual.hpp"
+#include "equations.hpp"
+#include "error.hpp"
+#include "matrix_market.hpp"
+#include "memory.hpp"
+#include "output.hpp"
+#include "precision.hpp"
+#include "report.hpp"
+#include "spectrum_plot.hpp"
+#include "symmetry_check.hpp"
+
+namespace nuv::tools {
+namespace {
+
+/// The two numbers of FROM:TO.
+template <class Number>
+std::pair<Number, Number> interval(std::string_view option, std::string_view text) {
+  const auto number = [&](std::string_view part) {
+    Number value{};
+    const char* const end = part.data() + part.size();
+    const auto [stop, status] = std::from_chars(part.data(), end, value);
+    if (status != std::errc() || stop != end || value != value) {
+      throw UsageError(fmt::format("{} takes two numbers with a colon between, not {}", option, in_quotes(text)));
+    }
+    return value;
+  };
+  const std::size_t colon = text.find(':');
+  if (colon == text.npos) number("");
+  return {number(text.substr(0, colon)), number(text.substr(colon + 1))};
+}
+
+Selection selection_of(const EigenOptions& options) {
+  if (options.range && options.index) throw UsageError("--range and --index are two ways to choose: give one");
+  Selection selection;
+  if (options.range) {
+    selection.by = Selection::By::Value;
+    std::tie(selection.above, selection.up_to) = interval<double>("--range", *options.range);
+    if (!(selection.above < selection.up_to)) {
+      throw UsageError(fmt::format("--range {}: nothing lies above the first number and not above the second",
+                                   in_quotes(*options.range)));
+    }
+  }
+  if (options.index) {
+    selection.by = Selection::By::Index;
+    std::tie(selection.first, selection.last) = interval<Int>("--index", *options.index);
+    if (selection.first < 1 || selection.last < selection.first) {
+      throw UsageError(fmt::format("--index {}: counts from 1, the smaller number first", in_quotes(*options.index)));
+    }
+  }
+  return selection;
+}
+
+/// What is asked for, as far as the options tell.
+EigenRequest request_of(const EigenOptions& options) {
+  EigenRequest request;
+  request.vectors = options.vectors_file.has_value();
+  request.selection = selection_of(options);
+  request.type = options.type;
+  if (!options.partner_file && options.type != 1) throw UsageError("--type is for two matrices: give --with");
+  const bool selects = request.selection.by != Selection::By::All;
+  const std::string method = options.method.value_or(selects ? "mrrr" : request.vectors ? "dc" : "qr");
+  if (selects && method != "mrrr") {
+    throw UsageError(fmt::format("--method {} finds all values: leave out --range and --index", method));
+  }
+  if (options.partner_file && options.method == "mrrr") {
+    throw UsageError("--method mrrr is for one matrix, --with gives two");
+  }
+  request.method = method == "qr"   ? EigenMethod::Qr
+                   : method == "dc" ? EigenMethod::DivideAndConquer
+                                    : EigenMethod::Representations;
+  return request;
+}
+
+/// Beside the matrices a driver takes some n by n arrays of workspace; the residual needs the matrices once more.
+void require_memory_for_vectors(const MatrixMarket& file, std::size_t element_size, const EigenRequest& request) {
+  const int copies = request.vectors ? 5 : 2;
+  if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, copies, "decompose")) {
+    throw FileError(file.file, file.size_line, *shortage);
+  }
+}
+
+/// Reads a matrix that must be symmetric or Hermitian.
+template <Scalar T>
+DenseMatrix<T> hermitian_matrix(MatrixMarket file) {
+  const std::string name = file.file;
+  auto a = to_dense<T>(std::move(file));
+  const Asymmetry asymmetry = asymmetry_of(a, true);
+  if (!asymmetry.is_rounding()) throw FileError(name, words_of(asymmetry, ComplexScalar<T>));
+  return a;
+}
+
+/// What a driver could not do, from its info.
+template <Scalar T>
+void require_result(const Eigenpairs<T>& pairs, Int order, const EigenOptions& options) {
+  if (options.partner_file && pairs.info > order) {
+    throw FileError(*options.partner_file,
+                    fmt::format("the matrix is not positive definite: its leading minor of order {} is not positive",
+                                pairs.info - order));
+  }
+  if (pairs.info != 0) throw FileError(options.matrix_file, "the iteration for the eigenvalues did not converge");
+  if (!all_finite(pairs.values)) throw FileError(options.matrix_file, "the eigenvalues overflow the precision");
+}
+
+std::string words_of(const Selection& selection, Int order, std::size_t found) {
+  switch (selection.by) {
+    case Selection::By::Value:
+      return fmt::format("{} of {}: above {}, not above {}", found, order, selection.above, selection.up_to);
+    case Selection::By::Index:
+      return fmt::format("{} of {}: number {} to number {}", found, order, selection.first, selection.last);
+    default:
+      return fmt::format("{}, all", found);
+  }
+}
+
+std::string_view formula_of(const EigenOptions& options) {
+  if (!options.partner_file) return "||A Z - Z W|| / (||A|| n eps)";
+  if (options.type == 1) return "||A Z - B Z W|| / ((||A|| + ||B|| ||W||) ||Z|| n eps)";
+  return options.type == 2 ? "||A B Z - Z W|| / (||A|| ||B|| ||Z|| n eps)"
+                           : "||B A Z - Z W|| / (||A|| ||B|| ||Z|| n eps)";
+}
+
+std::string_view orthogonality_of(const EigenOptions& options) {
+  if (!options.partner_file) return "||Z^H Z - I|| / (n eps)";
+  return options.type == 3 ? "||Z^H A Z - W|| / (||A|| ||Z||^2 n eps)" : "||Z^H B Z - I|| / (||B|| ||Z||^2 n eps)";
+}
+
+template <Scalar T>
+void write_values(const std::vector<Real<T>>& values, Output& output) {
+  DenseMatrix<Real<T>> column(static_cast<Int>(values.size()), 1);
+  column.elements = values;
+  write_result(column, output);
+}
+
+/// Where results go, refused before the work where they can't be written.
+struct Outputs {
+  explicit Outputs(const EigenOptions& options) {
+    options.output_file ? values.emplace(*options.output_file) : values.emplace();
+    if (options.vectors_file) vectors.emplace(*options.vectors_file);
+    if (options.plot_file) plot.emplace(*options.plot_file);
+  }
+
+  std::optional<Output> values, vectors, plot;
+};
+
+template <Scalar T>
+void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const EigenOptions& options,
+             const EigenRequest& request, Outputs& outputs) {
+  require_memory_for_vectors(file, sizeof(T), request);
+  Report report;
+  report.line("matrix", words_of(file));
+  if (partner) report.line("with", words_of(*partner));
+  const Int n = file.rows;
+  const auto a = hermitian_matrix<T>(std::move(file));
+  const auto b = partner ? hermitian_matrix<T>(std::move(*partner)) : DenseMatrix<T>(0, 0);
+
+  nuv_serv_load_dll();  // loading the kernel library is no part of the work
+  Eigenpairs<T> pairs;
+  const Seconds time =
+      timed([&] { pairs = partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  require_result(pairs, n, options);
+
+  report.line("eigenvalues", words_of(request.selection, n, pairs.values.size()))
+      .template routine<T>("found by", pairs.driver);
+  if (request.vectors) {
+    const EigenResiduals measures = partner ? residuals_of(a, b, pairs, request.type) : residuals_of(a, pairs);
+    report.line("residual", fmt::format("{:.3g}   {}", measures.residual, formula_of(options)))
+        .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)));
+  }
+  report.time(time);
+  if (outputs.plot) plot_spectrum(std::vector<double>(pairs.values.begin(), pairs.values.end()), *outputs.plot);
+  if (outputs.vectors) write_result(pairs.vectors, *outputs.vectors);
+  write_values<T>(pairs.values, *outputs.values);
+  report.to_standard_error();
+}
+
+}  // namespace
+
+void find_eigenvalues(const EigenOptions& options) {
+  const EigenRequest request = request_of(options);
+  within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    if (options.plot_file) require_plotter();
+    Outputs outputs(options);
+    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    require_square(file, "an eigenvalue");
+    std::optional<MatrixMarket> partner;
+    if (options.partner_file) partner = read_in(options.precision, *options.partner_file);
+    if (partner && (partner->rows != file.rows || partner->columns != file.columns)) {
+      throw FileError(partner->file, partner->size_line,
+                      fmt::format("the matrix is {} by {}, its partner is of order {}", partner->rows, partner->columns,
+                                  file.rows));
+    }
+    if (request.selection.last > file.rows) {
+      throw UsageError(fmt::format("--index {}: the matrix is of order {}", *options.index, file.rows));
+    }
+    const char precision =
+        partner ? precision_for(options.precision, {&file, &*partner}) : precision_for(options.precision, {&file});
+    in_precision(precision,
+                 [&]<Scalar T>(T) { find_in<T>(std::move(file), std::move(partner), options, request, outputs); });
+  });
+}
+
+}  // namespace nuv::tools
