@@ -18,6 +18,7 @@
 
 #include "blas.hpp"
 #include "layer.hpp"
+#include "routines.hpp"
 #include "support/benchmarks.hpp"
 
 namespace nuv::bench {
@@ -136,6 +137,16 @@ void add_routines(int neighbours, int n) {
       int info = 0;
       layer::sytrd('L', n, {w.data(), n}, d.data(), e.data(), tau.data(), work.data(), static_cast<int>(work.size()),
                    info);
+    };
+  });
+  add_comparison("dsteqr", neighbours, n, [=] {
+    return [=, d0 = random_numbers<double>(n), e0 = random_numbers<double>(n), d = std::vector<double>(n),
+            e = std::vector<double>(n), work = std::vector<double>(2 * std::size_t(n)),
+            z = std::vector<double>(size)]() mutable {
+      d = d0;
+      e = e0;
+      int info = 0;
+      routine_call::steqr('I', n, d.data(), e.data(), Matrix<double>{z.data(), n}, work.data(), info);
     };
   });
 }
