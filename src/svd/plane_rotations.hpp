@@ -14,6 +14,8 @@ namespace nuv {
 /// direct  'F': rotation 1 comes first, 'B': it comes last
 /// c, s    cosines and sines; real for complex matrices, too
 /// a       lda >= max(1, m)
+///
+/// A bad argument is reported, and A left alone.
 template <Scalar T>
 void lasr(char side, char pivot, char direct, Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda);
 

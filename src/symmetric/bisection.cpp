@@ -245,7 +245,7 @@ class Search {
     below_wu_ += nab[count];
     if (values <= 0) return;
     run(2, bounds.halvings(bounds.high - bounds.low, pivmin_), intervals);
-    for (Int i = 0; i < intervals; ++i) {
+    for (std::ptrdiff_t i = 0; i < intervals; ++i) {
       const bool converged = i < intervals - unconverged;
       if (!converged) some_unconverged_ = true;
       // Intervals come in no order, but each knows how many values lie below it.
