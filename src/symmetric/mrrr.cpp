@@ -14,6 +14,7 @@
 #include "symmetric/bisection_of_representations.hpp"
 #include "symmetric/relatively_robust.hpp"
 #include "symmetric/representation_tree.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/sturm_counts.hpp"
 
 namespace nuv {
@@ -94,13 +95,7 @@ struct Eigenpairs {
       Int info;
       return lasrt('I', m, w, info);
     }
-    for (Int k = 1; k < m; ++k) {
-      const Int least = static_cast<Int>(std::min_element(w + k - 1, w + m) - w) + 1;
-      if (!(w[least - 1] < w[k - 1])) continue;
-      std::swap(w[least - 1], w[k - 1]);
-      blas::swap(n, column(Z, 1, least), column(Z, 1, k));
-      std::swap_ranges(support(k), support(k) + 2, support(least));
-    }
+    sort_pairs(n, m, w, Z, [&](Int i, Int j) { std::swap_ranges(support(i), support(i) + 2, support(j)); });
   }
 };
 

@@ -22,6 +22,13 @@ struct TridiagonalInput {
   }
 };
 
+/// What a compz makes of Z: 'V' an array in and out, 'I' one out, 'N' none.
+template <Scalar T>
+Matrix<T> vectors(CallIn<T>& c, char compz, Int n) {
+  if (compz == 'N') return {nullptr, 1};
+  return compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n);
+}
+
 /// ?stedc with workspace enough for all its jobs.
 template <Scalar T>
 void divide_and_conquer(char compz, Int n, TridiagonalInput<T>& A, Matrix<T> Z, Int& info) {
@@ -87,13 +94,12 @@ void add_tridiagonal_eigen(DriverList& drivers) {
     TridiagonalInput A(c, n);
     const char compz = c.one_of({'N', 'V', 'I'});
     std::vector<std::remove_pointer_t<decltype(A.d)>> work(std::size_t(2 * n));
-    const auto Z = compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n);
-    routine_call::steqr(compz, n, A.d, A.e.data(), Z, work.data(), c.info());
+    routine_call::steqr(compz, n, A.d, A.e.data(), vectors(c, compz, n), work.data(), c.info());
   });
   drivers.add("stedc", 60, [](auto c, Int n) {
     TridiagonalInput A(c, n);
     const char compz = c.one_of({'N', 'V', 'I'});
-    divide_and_conquer(compz, n, A, compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n), c.info());
+    divide_and_conquer(compz, n, A, vectors(c, compz, n), c.info());
   });
   add_driver(drivers, "stev", [](auto& c, Int n, char jobz, auto& A, auto& room) {
     routine_call::stev(jobz, n, A.d, A.e.data(), room.Z(n), room.work.data(), c.info());
