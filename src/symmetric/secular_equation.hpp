@@ -6,7 +6,7 @@
 //
 // one between each two neighbours of d and one beyond the last. Each is found from its nearest pole by rational
 // interpolation, which keeps its distances from all of d accurate to a few units in the last place (R.-C. Li, Solving
-// secular equations stably and efficiently, LAPACK Working Note 89, 1994).
+// secular equations stably and efficiently, 1994).
 
 #include "base/types.hpp"
 
