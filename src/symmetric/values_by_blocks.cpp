@@ -46,8 +46,15 @@ struct FoundValues {
     for (; count > 0 && m > 0; --count) remove(static_cast<Int>(std::min_element(w, w + m) - w));
   }
 
+  /// Of equal values the last: in its block it is the largest.
   void remove_largest(Int count) const {
-    for (; count > 0 && m > 0; --count) remove(static_cast<Int>(std::max_element(w, w + m) - w));
+    for (; count > 0 && m > 0; --count) {
+      Int largest = 0;
+      for (Int k = 1; k < m; ++k) {
+        if (w[k] >= w[largest]) largest = k;
+      }
+      remove(largest);
+    }
   }
 
   void sort() const {

@@ -463,6 +463,21 @@ TYPED_TEST(Refinement, CutsThroughEqualValues) {
   }
 }
 
+/// Values of a cluster that are equal to the accuracy asked for keep their places in the block.
+TYPED_TEST(Refinement, CutsThroughClusters) {
+  using R = TypeParam;
+  constexpr Int n = 42;
+  const Matrix<R> T(glued_wilkinson<R>(n, epsilon<R>));
+  for (Int il = 1; il <= n; ++il) {
+    for (const Int iu : {il, std::min(n, il + 1), std::min(n, il + 5)}) {
+      const BlockValues<R> values(T, {n}, 'I', 'B', 0, 0, il, iu, std::sqrt(epsilon<R>));
+      EXPECT_EQ(values.info, 0);
+      ASSERT_EQ(values.m, iu - il + 1);
+      for (Int k = 1; k <= values.m; ++k) EXPECT_EQ(values.indexw(k), il + k - 1);
+    }
+  }
+}
+
 TYPED_TEST(Refinement, FindsValuesInAnInterval) {
   using R = TypeParam;
   constexpr Int n = 30;
