@@ -139,7 +139,7 @@ struct RootOfBlock {
   /// to work on it. A shift of which that is known comes last but one.
   bool search(bool by_dqds) {
     constexpr int attempts = 6;
-    const R harmless_growth = 8 * diameter, largest_growth = 64 * diameter;
+    const R harmless_growth = 2 * diameter, largest_growth = 64 * diameter;
     R best_shift = shift, least_growth = Machine<R>::overflow;
     for (int attempt = 1; attempt <= attempts && !(least_growth <= harmless_growth); ++attempt) {
       const R growth = factor(by_dqds);

@@ -124,14 +124,14 @@ struct RepresentationTree {
 
   /// Each eigenvalue that stands apart gets its vector, each cluster in the cluster its representation. A vector is the
   /// more accurate the larger the relative gap is: eigenvalues that hardly stand apart count as a cluster too, as long
-  /// as a good representation can be had for it.
+  /// as a representation can be had for it.
   Int visit(const Cluster& cluster, ClusterStack& waiting) {
     Int info = 0;
     for (Int first = cluster.first, last; first <= cluster.last && info == 0; first = last + 1) {
       last = values.end_of_group(first, cluster.last, comfortable_gap());
       const Cluster group = {first, last, cluster.depth + 1};
       if (!group.meets(vectors)) continue;
-      const bool is_represented = has_columns(group) && represent(group, Growth::none, waiting) == 0;
+      const bool is_represented = has_columns(group) && represent(group, waiting) == 0;
       info = is_represented ? 0 : visit_closest(group, waiting);
     }
     return info;
@@ -143,7 +143,7 @@ struct RepresentationTree {
       last = values.end_of_group(first, group.last, settings.minrgp);
       const Cluster closest = {first, last, group.depth};
       if (!closest.meets(vectors)) continue;
-      info = has_columns(closest) ? represent(closest, Growth::tolerable, waiting) : find_vector(closest);
+      info = has_columns(closest) ? represent(closest, waiting) : find_vector(closest);
     }
     return info;
   }
@@ -152,11 +152,8 @@ struct RepresentationTree {
 
   // ------------------------------------------------------------------------------------------------------- clusters
 
-  /// What is allowed of the elements of a child.
-  enum class Growth { none, tolerable };
-
   /// Finds a child for a cluster, with a shift as close to it as can be.
-  Int represent(const Cluster& cluster, Growth growth, ClusterStack& waiting) {
+  Int represent(const Cluster& cluster, ClusterStack& waiting) {
     constexpr Int deepest = 100;  // a level resolves three digits, or half of the cluster
     constexpr R finest = IsolatedVector<T>::finest;
     if (cluster.depth > deepest) return -2;
@@ -168,7 +165,7 @@ struct RepresentationTree {
     larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, values.x, values.gap, values.error,
           node.diameter, values.gap_before(cluster.first), values.gap[cluster.last], node.pivmin, sigma, child_d,
           child_l, node.scratch, info);
-    if (info != 0 || (growth == Growth::none && child_has_large_elements())) return -2;
+    if (info != 0) return -2;
     store(cluster, node.shift + sigma);
     for (Int k = cluster.first; k <= cluster.last; ++k) {
       const R rounding = 3 * eps * std::abs(values.x[k]);
@@ -177,10 +174,6 @@ struct RepresentationTree {
     }
     waiting.push(cluster);
     return 0;
-  }
-
-  bool child_has_large_elements() const {
-    return std::any_of(child_d, child_d + node.n, [&](R pivot) { return std::abs(pivot) > 8 * node.diameter; });
   }
 
   T* column_of(Int k) const { return Z.at(1, k - given.first + 1); }

@@ -40,7 +40,7 @@ class RootRepresentations : public testing::Test {
         low = std::min(low, roots.gers(2 * i - 1));
         high = std::max(high, roots.gers(2 * i));
       }
-      for (const R& pivot : roots.root_of(block).d) EXPECT_LE(std::abs(pivot), 8 * (high - low)) << what;
+      for (const R& pivot : roots.root_of(block).d) EXPECT_LE(std::abs(pivot), 2 * (high - low)) << what;
     }
   }
 
