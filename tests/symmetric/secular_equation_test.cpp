@@ -10,6 +10,7 @@
 #include "routines.hpp"
 #include "support/random.hpp"
 #include "support/real_precisions.hpp"
+#include "symmetric/secular_root.hpp"
 #include "symmetric/tridiagonal_problem.hpp"
 
 namespace nuv::test {
@@ -153,6 +154,27 @@ TYPED_TEST(SecularEquation, SumsAnyNumberOfPoles) {
   const Int n = 301;
   const auto problem = problems_of_order<TypeParam>(n, this->random).front();
   for (const Int i : {1, 2, 3, 150, 151, 152, 153, 299, 300, 301}) this->expect_root(problem, i);
+}
+
+/// The interpolation follows the function: bisection between the bounds alone would take a step for each digit. Only
+/// elements of z that no merge would leave to the equation, with roots a hundred powers of ten nearer to one pole than
+/// to the other, take longer.
+TYPED_TEST(SecularEquation, TakesFewSteps) {
+  using R = TypeParam;
+  int all = 0, roots = 0;
+  for (const Int n : {3, 9, 22, 80}) {
+    std::vector<R> delta(std::size_t(n), R(0));
+    for (const auto& [name, d, z, rho] : problems_of_order<R>(n, this->random)) {
+      for (Int i = 1; i <= n; ++i) {
+        SecularRoot<R> root(n, i, d.data(), z.data(), delta.data(), rho);
+        EXPECT_TRUE(root.find());
+        EXPECT_LE(root.steps(), name.starts_with("tiny z") ? 16 : 9) << name << ", root " << i;
+        all += root.steps();
+        ++roots;
+      }
+    }
+  }
+  EXPECT_LE(double(all) / roots, 2.7);
 }
 
 TYPED_TEST(SecularEquation, OfOnePoleIsLinear) {
