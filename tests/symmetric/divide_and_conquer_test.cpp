@@ -273,7 +273,33 @@ TYPED_TEST(DivideAndConquer, AnswersWhatItNeeds) {
       // The same stands there after the work.
       Division<T> division(compz, matrix, Z);
       division.run();
-      EXPECT_GE(division.info, 0) << n << compz;
+      EXPECT_EQ(division.info, 0) << n << compz;
+      EXPECT_EQ(division.answer(), division.room) << n << compz;
+    }
+  }
+}
+
+/// Orders for which no length is enough: the integers are then as many as can be asked for.
+TYPED_TEST(DivideAndConquer, HasNoRoomForTheLargestOrders) {
+  using T = TypeParam;
+  constexpr Int most = std::numeric_limits<Int>::max();
+  for (const Int n : {1'000'000'000, most}) {
+    for (const Int length : {Int{-1}, most}) {
+      Division<T> division('V', Tridiagonal<Real<T>>());
+      const Matrix<T> Z{division.Z.data(), n};
+      if constexpr (ComplexScalar<T>) {
+        routine_call::stedc('V', n, division.d.data(), division.e.data(), Z, division.work.data(), length,
+                            division.rwork.data(), length, division.iwork.data(), length, division.info);
+      } else {
+        routine_call::stedc('V', n, division.d.data(), division.e.data(), Z, division.work.data(), length,
+                            division.iwork.data(), length, division.info);
+      }
+      EXPECT_EQ(division.info, length == -1 ? 0 : -8);
+      EXPECT_EQ(take_error_reports().size(), length == -1 ? 0u : 1u);
+      if (length == -1) {
+        EXPECT_EQ(division.iwork(1), most);
+        EXPECT_GT(std::real(division.work(1)), 9e17);
+      }
     }
   }
 }
