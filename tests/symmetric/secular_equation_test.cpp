@@ -177,6 +177,34 @@ TYPED_TEST(SecularEquation, TakesFewSteps) {
   EXPECT_LE(double(all) / roots, 2.7);
 }
 
+/// Three poles follow the function where its two next ones can't, between heavy neighbours of light poles; and the last
+/// root has its step even where the two poles before it don't hold it.
+TYPED_TEST(SecularEquation, TakesFewStepsBetweenHeavyAndLightPoles) {
+  using R = TypeParam;
+  int roots = 0, long_ways = 0;
+  for (int sample = 0; sample < 400; ++sample) {
+    const Int n = this->random.integer(4, 33);
+    const R rho = R(std::pow(10, this->random.integer(-3, 3)));
+    const auto weight = [&] { return this->random.template divisor<R>(); };
+    const auto alternating = make_problem<R>(
+        "alternating", n, rho, [&](Int) { return this->random.real(); },
+        [&](Int j) { return weight() * (j % 2 == 0 ? 1 : R(1e-3)); });
+    const auto falling = make_problem<R>(
+        "falling", n, rho, [](Int j) { return j; }, [&](Int j) { return j < n / 2 ? 1 : R(1e-4) * weight(); });
+    std::vector<R> delta(std::size_t(n), R(0));
+    for (Int i = 1; i <= n; ++i) {
+      SecularRoot<R> of_alternating(n, i, alternating.d.data(), alternating.z.data(), delta.data(), rho);
+      EXPECT_TRUE(of_alternating.find());
+      ++roots;
+      if (of_alternating.steps() > 5) ++long_ways;
+      SecularRoot<R> of_falling(n, i, falling.d.data(), falling.z.data(), delta.data(), rho);
+      EXPECT_TRUE(of_falling.find());
+      EXPECT_LE(of_falling.steps(), 7);
+    }
+  }
+  EXPECT_LE(long_ways, roots / 250);
+}
+
 TYPED_TEST(SecularEquation, OfOnePoleIsLinear) {
   using R = TypeParam;
   const SecularProblem<R> problem{"one pole", {R(2.5)}, {R(-1)}, R(0.5)};
@@ -321,6 +349,23 @@ TYPED_TEST(SecularEquation, OfThreePolesIsSolvedNextToZero) {
           }
         }
       }
+    }
+  }
+}
+
+/// A pole of next to no weight has a root so close to it that the first guess is the pole itself. The way there from
+/// zero is a long one.
+TYPED_TEST(SecularEquation, OfThreePolesIsFoundBesideAPole) {
+  using R = TypeParam;
+  constexpr R tiny = this->eps * this->eps;
+  const ThreePoles<R> left{false, {-1, 1, 3}, {tiny, 1, 3}, 1, 3}, right{true, {-3, -1, 1}, {3, 1, tiny}, -1, -3};
+  for (const auto& f : {left, right}) {
+    for (const Int kniter : {1, 2}) {
+      R tau = guard<R>();
+      Int info = 99;
+      routine_call::laed6(kniter, to_logical(f.right), f.rho, f.d, f.z, f.finit, tau, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_LT(error_of_root(f, tau), 12) << f.right << ' ' << kniter;
     }
   }
 }
