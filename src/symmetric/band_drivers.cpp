@@ -43,9 +43,9 @@ void drive_by_division(char jobz, const BandArguments<T>& arguments, Real<T>* w,
                        const DivisionWork<T>& room, Int& info) {
   const bool with_vectors = wants_vectors(jobz);
   const Int n = arguments.n;
+  const DivisionSizes least = least_workspaces_of_bands<T>(with_vectors, n);
   info = check_all(jobz, arguments, Z.ld);
   if (info == 0) {
-    const DivisionSizes least = least_workspaces_of_bands<T>(with_vectors, n);
     room.answer(least);
     info = room.check(least, 11);
   }
@@ -61,6 +61,7 @@ void drive_by_division(char jobz, const BandArguments<T>& arguments, Real<T>* w,
   const DivisionWork<T> behind_e = room.behind(ComplexScalar<T> ? 0 : n, n);
   const BandMatrix<T> A{arguments.narrowed(), with_vectors, Z, behind_e.work};
   solve_by_division(A, n, with_vectors, w, e, Z, behind_e, info);
+  room.answer(least);
 }
 
 }  // namespace

@@ -34,8 +34,7 @@ namespace nuv {
 /// indx, indxp   n places of scratch memory
 /// indxc   the places in dlamda of the columns in q2, the first k of n
 /// coltyp  max(4, n) elements, the first four of which are the numbers of columns with elements above alone, in both
-/// halves,
-///         below alone, and of those that are done
+///         halves, below alone, and of those that are done
 template <RealScalar T>
 void laed2(Int& k, Int n, Int n1, T* d, T* q, Int ldq, Int* indxq, T& rho, T* z, T* dlamda, T* w, T* q2, Int* indx,
            Int* indxc, Int* indxp, Int* coltyp, Int& info);

@@ -37,6 +37,7 @@ Workspace for_factors(std::int64_t n) {
 }
 
 Workspace least_workspace(Vectors vectors, std::int64_t n, bool complex) {
+  n = std::min(n, std::int64_t{1} << 30);  // beyond it, too, no length is enough
   if (n < 2 || vectors == Vectors::none) return {};
   Workspace least = for_factors(n);
   if (vectors == Vectors::of_tridiagonal) {
@@ -108,97 +109,65 @@ Int solve_and_sort(Int n, Int smlsiz, Real<T>* d, Real<T>* e, Matrix<T> Z, Large
   return info;
 }
 
-template <Scalar T>
-Int order_of_small_problems() {
-  return ilaenv(9, RoutineName<T>("STEDC"), " ", 0, 0, 0, 0);
+/// All eigenvalues and, by the letter, eigenvectors; gives info. What is worth being cut goes to divide(smlsiz).
+///
+/// work    as steqr wants it
+template <Scalar T, class Divide>
+Int solve(char compz, Int n, Real<T>* d, Real<T>* e, Matrix<T> Z, Real<T>* work, Divide divide) {
+  const Vectors vectors = vectors_of(compz);
+  const Int smlsiz = ilaenv(9, RoutineName<T>("STEDC"), " ", 0, 0, 0, 0);
+  Int info = 0;
+  if (n == 1) {
+    if (vectors == Vectors::of_tridiagonal) Z(1, 1) = T(1);
+  } else if (vectors == Vectors::none) {
+    sterf(n, d, e, info);
+  } else if (n <= smlsiz) {
+    steqr(compz, n, d, e, Z.data, Z.ld, work, info);
+  } else {
+    info = divide(smlsiz);
+  }
+  return info;
 }
 
-}  // namespace
-
+/// Z := the eigenvectors of the tridiagonal matrix.
 template <RealScalar T>
-void stedc(char compz, Int n, T* d, T* e, T* z, Int ldz, T* work, Int lwork, Int* iwork, Int liwork, Int& info) {
-  const Vectors vectors = vectors_of(compz);
-  const Workspace least = least_workspace(vectors, n, false);
-  const bool is_query = lwork == -1 || liwork == -1;
-  info = check(compz, n, ldz);
-  if (info == 0 && lwork < least.work && !is_query) info = -8;
-  if (info == 0 && liwork < least.iwork && !is_query) info = -10;
-  if (info != 0) return report_bad_argument<T>("STEDC", info);
-  work[0] = as_work_size<T>(least.work);
-  iwork[0] = static_cast<Int>(least.iwork);
-  if (is_query || n == 0) return;
-  if (n == 1) {
-    if (vectors == Vectors::of_tridiagonal) *z = T(1);
-    return;
-  }
-  const Int smlsiz = order_of_small_problems<T>();
-  if (vectors == Vectors::none) return sterf(n, d, e, info);
-  if (n <= smlsiz) return steqr(compz, n, d, e, z, ldz, work, info);
+Int divide_tridiagonal(Int n, Int smlsiz, T* d, T* e, Matrix<T> Z, T* work, Int* iwork) {
+  laset('F', n, n, T(0), T(1), Z.data, Z.ld);
+  const auto large = [&](Int start, Int m) {
+    Int failed;
+    layer::laed0(2, n, m, d + start, e + start, block(Z, start + 1, start + 1), work, n, work, iwork, failed);
+    return failed;
+  };
+  const auto small = [&](Int start, Int m) {
+    Int failed;
+    steqr('I', m, d + start, e + start, Z.at(start + 1, start + 1), Z.ld, work, failed);
+    return failed;
+  };
+  return solve_and_sort(n, smlsiz, d, e, Z, large, small);
+}
 
-  const Matrix Z{z, ldz};
-  if (vectors == Vectors::of_tridiagonal) {
-    laset('F', n, n, T(0), T(1), z, ldz);
-    const auto large = [&](Int start, Int m) {
-      Int failed;
-      layer::laed0(2, n, m, d + start, e + start, block(Z, start + 1, start + 1), work, n, work, iwork, failed);
-      return failed;
-    };
-    const auto small = [&](Int start, Int m) {
-      Int failed;
-      steqr('I', m, d + start, e + start, Z.at(start + 1, start + 1), ldz, work, failed);
-      return failed;
-    };
-    info = solve_and_sort(n, smlsiz, d, e, Z, large, small);
-  } else {
-    T* const store = work + std::ptrdiff_t{n} * n;
-    const auto large = [&](Int start, Int m) {
-      Int failed;
-      layer::laed0(1, n, m, d + start, e + start, block(Z, 1, start + 1), work, n, store, iwork, failed);
-      return failed;
-    };
-    const auto small = [&](Int start, Int m) {
-      Int failed;
-      steqr('I', m, d + start, e + start, work, m, work + m * m, failed);
-      const Matrix columns = block(Z, 1, start + 1);
-      lacpy('A', n, m, columns.data, ldz, store, n);
-      blas::gemm('N', 'N', n, m, m, T(1), {store, n}, {work, m}, T(0), columns);
-      return failed;
-    };
-    info = solve_and_sort(n, smlsiz, d, e, Z, large, small);
-  }
+/// Z := its product with the eigenvectors of the tridiagonal matrix.
+template <RealScalar T>
+Int divide_original(Int n, Int smlsiz, T* d, T* e, Matrix<T> Z, T* work, Int* iwork) {
+  T* const store = work + std::ptrdiff_t{n} * n;
+  const auto large = [&](Int start, Int m) {
+    Int failed;
+    layer::laed0(1, n, m, d + start, e + start, block(Z, 1, start + 1), work, n, store, iwork, failed);
+    return failed;
+  };
+  const auto small = [&](Int start, Int m) {
+    Int failed;
+    steqr('I', m, d + start, e + start, work, m, work + m * m, failed);
+    const Matrix columns = block(Z, 1, start + 1);
+    lacpy('A', n, m, columns.data, columns.ld, store, n);
+    blas::gemm('N', 'N', n, m, m, T(1), {store, n}, {work, m}, T(0), columns);
+    return failed;
+  };
+  return solve_and_sort(n, smlsiz, d, e, Z, large, small);
 }
 
 template <ComplexScalar T>
-void stedc(char compz, Int n, Real<T>* d, Real<T>* e, T* z, Int ldz, T* work, Int lwork, Real<T>* rwork, Int lrwork,
-           Int* iwork, Int liwork, Int& info) {
-  using R = Real<T>;
-  const Vectors vectors = vectors_of(compz);
-  const Workspace least = least_workspace(vectors, n, true);
-  const bool is_query = lwork == -1 || lrwork == -1 || liwork == -1;
-  info = check(compz, n, ldz);
-  if (info == 0 && lwork < least.work && !is_query) info = -8;
-  if (info == 0 && lrwork < least.rwork && !is_query) info = -10;
-  if (info == 0 && liwork < least.iwork && !is_query) info = -12;
-  if (info != 0) return report_bad_argument<T>("STEDC", info);
-  work[0] = as_work_size<T>(least.work);
-  rwork[0] = as_work_size<R>(least.rwork);
-  iwork[0] = static_cast<Int>(least.iwork);
-  if (is_query || n == 0) return;
-  if (n == 1) {
-    if (vectors == Vectors::of_tridiagonal) *z = T(1);
-    return;
-  }
-  const Int smlsiz = order_of_small_problems<T>();
-  if (vectors == Vectors::none) return sterf(n, d, e, info);
-  if (n <= smlsiz) return steqr(compz, n, d, e, z, ldz, rwork, info);
-
-  if (vectors == Vectors::of_tridiagonal) {
-    const std::ptrdiff_t size = std::ptrdiff_t{n} * n;
-    const auto rest = static_cast<Int>(std::min<std::ptrdiff_t>(lrwork - size, INT32_MAX));
-    stedc('I', n, d, e, rwork, n, rwork + size, rest, iwork, liwork, info);
-    return lacp2('A', n, n, rwork, n, z, ldz);
-  }
-  const Matrix Z{z, ldz};
+Int divide_original(Int n, Int smlsiz, Real<T>* d, Real<T>* e, Matrix<T> Z, T* work, Real<T>* rwork, Int* iwork) {
   const auto large = [&](Int start, Int m) {
     Int failed;
     layer::laed0(n, m, d + start, e + start, block(Z, 1, start + 1), work, n, rwork, iwork, failed);
@@ -208,11 +177,63 @@ void stedc(char compz, Int n, Real<T>* d, Real<T>* e, T* z, Int ldz, T* work, In
     Int failed;
     steqr('I', m, d + start, e + start, rwork, m, rwork + m * m, failed);
     T* const columns = Z.at(1, start + 1);
-    lacrm(n, m, columns, ldz, rwork, m, work, n, rwork + m * m);
-    lacpy('A', n, m, work, n, columns, ldz);
+    lacrm(n, m, columns, Z.ld, rwork, m, work, n, rwork + m * m);
+    lacpy('A', n, m, work, n, columns, Z.ld);
     return failed;
   };
-  info = solve_and_sort(n, smlsiz, d, e, Z, large, small);
+  return solve_and_sort(n, smlsiz, d, e, Z, large, small);
+}
+
+/// A number of integers as iwork(1) returns it: as many as can be asked for, if there are more.
+Int as_iwork_size(std::int64_t elements) {
+  return static_cast<Int>(std::min<std::int64_t>(elements, INT32_MAX));
+}
+
+}  // namespace
+
+template <RealScalar T>
+void stedc(char compz, Int n, T* d, T* e, T* z, Int ldz, T* work, Int lwork, Int* iwork, Int liwork, Int& info) {
+  const Workspace least = least_workspace(vectors_of(compz), n, false);
+  const bool is_query = lwork == -1 || liwork == -1;
+  info = check(compz, n, ldz);
+  if (info == 0 && lwork < least.work && !is_query) info = -8;
+  if (info == 0 && liwork < least.iwork && !is_query) info = -10;
+  if (info != 0) return report_bad_argument<T>("STEDC", info);
+  if (!is_query && n > 0) {
+    const Matrix Z{z, ldz};
+    info = solve(compz, n, d, e, Z, work, [&](Int smlsiz) {
+      return same_letter(compz, 'I') ? divide_tridiagonal(n, smlsiz, d, e, Z, work, iwork)
+                                     : divide_original(n, smlsiz, d, e, Z, work, iwork);
+    });
+  }
+  work[0] = as_work_size<T>(least.work);
+  iwork[0] = as_iwork_size(least.iwork);
+}
+
+template <ComplexScalar T>
+void stedc(char compz, Int n, Real<T>* d, Real<T>* e, T* z, Int ldz, T* work, Int lwork, Real<T>* rwork, Int lrwork,
+           Int* iwork, Int liwork, Int& info) {
+  using R = Real<T>;
+  const Workspace least = least_workspace(vectors_of(compz), n, true);
+  const bool is_query = lwork == -1 || lrwork == -1 || liwork == -1;
+  info = check(compz, n, ldz);
+  if (info == 0 && lwork < least.work && !is_query) info = -8;
+  if (info == 0 && lrwork < least.rwork && !is_query) info = -10;
+  if (info == 0 && liwork < least.iwork && !is_query) info = -12;
+  if (info != 0) return report_bad_argument<T>("STEDC", info);
+  if (!is_query && n > 0) {
+    const Matrix Z{z, ldz};
+    info = solve(compz, n, d, e, Z, rwork, [&](Int smlsiz) {
+      if (same_letter(compz, 'V')) return divide_original(n, smlsiz, d, e, Z, work, rwork, iwork);
+      const Matrix<R> V{rwork, n};
+      const Int failed = divide_tridiagonal(n, smlsiz, d, e, V, rwork + std::ptrdiff_t{n} * n, iwork);
+      lacp2('A', n, n, V.data, V.ld, z, ldz);
+      return failed;
+    });
+  }
+  work[0] = as_work_size<T>(least.work);
+  rwork[0] = as_work_size<R>(least.rwork);
+  iwork[0] = as_iwork_size(least.iwork);
 }
 
 }  // namespace nuv

@@ -9,9 +9,8 @@
 // matrix are kept as factors, one for each node of the tree, in arrays whose places are counted from one. The nodes
 // have numbers: the leaves come first, then their parents and so on, each generation from the left.
 //
-// tlvls   generations above the leaves;  curlvl  the one of the merge, the lowest being 1;  curpbm  the merge's number
-// in
-//         it, from zero
+// tlvls   generations above the leaves;  curlvl  the one of the merge, the lowest being 1
+// curpbm  the merge's number in it, from zero
 // qstore  the square blocks of eigenvectors of all nodes, node i's from qptr(i) on to qptr(i + 1)
 // perm    for each merge the columns in the order in which its block takes them, from prmptr(i) on
 // givcol  for each merge 2 by m pairs of columns that were rotated before, from givptr(i) on, with cosines and sines in

@@ -88,9 +88,9 @@ template <Scalar T>
 void solve_by_division(char jobz, char uplo, Int n, T* ap, Real<T>* w, Matrix<T> Z, const DivisionWork<T>& room,
                        Int& info) {
   const bool with_vectors = wants_vectors(jobz);
+  const DivisionSizes least = least_workspaces<T>(with_vectors, n);
   info = check_all(jobz, uplo, n, Z.ld);
   if (info == 0) {
-    const DivisionSizes least = least_workspaces<T>(with_vectors, n);
     room.answer(least);
     info = room.check(least, 9);
   }
@@ -112,6 +112,7 @@ void solve_by_division(char jobz, char uplo, Int n, T* ap, Real<T>* w, Matrix<T>
     divide_and_conquer(n, w, e, Z, rest, info);
     A.apply_q(n, Z);
   });
+  room.answer(least);
 }
 
 }  // namespace

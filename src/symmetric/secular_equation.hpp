@@ -43,7 +43,7 @@ void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam);
 /// z       3 elements, all positive
 /// finit   f(0)
 /// tau     the root
-/// info    0; 1: fifty steps were not enough
+/// info    0; 1: forty-nine steps were not enough
 template <RealScalar T>
 void laed6(Int kniter, Logical orgati, T rho, const T* d, const T* z, T finit, T& tau, Int& info);
 

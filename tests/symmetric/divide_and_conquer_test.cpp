@@ -181,6 +181,33 @@ TYPED_TEST(DivideAndConquer, SolvesPartsOneByOne) {
   }
 }
 
+/// Two parts of 30 and 40 rows with nothing between them: the eigenvalues of the first are those around ten, the others
+/// lie around zero, `factor` from it.
+template <RealScalar R>
+Tridiagonal<R> parts_of_two_sizes(R factor) {
+  Tridiagonal<R> matrix = random_tridiagonal<R>(70);
+  matrix.e[29] = 0;
+  for (std::size_t i = 0; i < 30; ++i) matrix.d[i] += 10;
+  for (std::size_t i = 30; i < 70; ++i) matrix.d[i] *= factor;
+  for (std::size_t i = 30; i < 69; ++i) matrix.e[i] *= factor;
+  return matrix;
+}
+
+/// However small a part is beside another one, its eigenvalues are as good as if it stood alone.
+TYPED_TEST(DivideAndConquer, MeasuresEachPartByItsOwnNorm) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const auto matrix = parts_of_two_sizes<R>(R(0x1p-30));
+  const auto values =
+      wide_values(Tridiagonal<R>{{matrix.d.begin() + 30, matrix.d.end()}, {matrix.e.begin() + 30, matrix.e.end()}});
+  for (const char compz : {'I', 'V'}) {
+    Division<T> division(compz, matrix, random_unitary<T>(this->random, 70));
+    division.run();
+    EXPECT_EQ(division.info, 0);
+    EXPECT_LT(value_error(division.d, 40, values), threshold) << compz;
+  }
+}
+
 /// No element beside the diagonal counts: what is left is to sort.
 TYPED_TEST(DivideAndConquer, SortsADiagonal) {
   using T = TypeParam;
@@ -273,7 +300,33 @@ TYPED_TEST(DivideAndConquer, AnswersWhatItNeeds) {
       // The same stands there after the work.
       Division<T> division(compz, matrix, Z);
       division.run();
-      EXPECT_GE(division.info, 0) << n << compz;
+      EXPECT_EQ(division.info, 0) << n << compz;
+      EXPECT_EQ(division.answer(), division.room) << n << compz;
+    }
+  }
+}
+
+/// Orders for which no length is enough: the integers are then as many as can be asked for.
+TYPED_TEST(DivideAndConquer, HasNoRoomForTheLargestOrders) {
+  using T = TypeParam;
+  constexpr Int most = std::numeric_limits<Int>::max();
+  for (const Int n : {1'000'000'000, most}) {
+    for (const Int length : {Int{-1}, most}) {
+      Division<T> division('V', Tridiagonal<Real<T>>());
+      const Matrix<T> Z{division.Z.data(), n};
+      if constexpr (ComplexScalar<T>) {
+        routine_call::stedc('V', n, division.d.data(), division.e.data(), Z, division.work.data(), length,
+                            division.rwork.data(), length, division.iwork.data(), length, division.info);
+      } else {
+        routine_call::stedc('V', n, division.d.data(), division.e.data(), Z, division.work.data(), length,
+                            division.iwork.data(), length, division.info);
+      }
+      EXPECT_EQ(division.info, length == -1 ? 0 : -8);
+      EXPECT_EQ(take_error_reports().size(), length == -1 ? 0u : 1u);
+      if (length == -1) {
+        EXPECT_EQ(division.iwork(1), most);
+        EXPECT_GT(std::real(division.work(1)), 9e17);
+      }
     }
   }
 }
@@ -358,6 +411,21 @@ TYPED_TEST(DivideAndConquer, TellsWhereItFailed) {
       EXPECT_EQ(fail(10, 13), small_leaves ? rows(11, 25) : rows(11, 40));
       EXPECT_EQ(fail(10, 68), small_leaves ? rows(56, 70) : rows(41, 70));
     }
+  }
+}
+
+/// What was found before stays where it was found: there is no order yet.
+TYPED_TEST(DivideAndConquer, LeavesWhatItHasWhereItFailed) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const char compz : {'I', 'V'}) {
+    auto matrix = parts_of_two_sizes<R>(R(1));
+    matrix.d[50] = std::numeric_limits<R>::quiet_NaN();
+    Division<T> division(compz, matrix, random_unitary<T>(this->random, 70));
+    division.run();
+    EXPECT_GT(division.info, 0);
+    EXPECT_TRUE(std::is_sorted(division.d.data(), division.d.data() + 30)) << compz;
+    EXPECT_GT(division.d(1), R(5)) << compz;
   }
 }
 

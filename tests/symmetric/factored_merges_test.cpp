@@ -339,5 +339,43 @@ TYPED_TEST(FactoredMerges, OfATreeFailWhereANumberIsNone) {
   }
 }
 
+/// A leaf whose last row stands alone leaves the number there as it is. If it is none, the merge above fails, and is
+/// told by its first and last row.
+TYPED_TEST(FactoredMerges, OfATreeFailWhereAMergeDoes) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 103;  // leaves of 25 or 26 rows
+  for (const auto& [at, rows] : {std::pair<Int, Int>{25, 1 * (n + 1) + 51}, {77, 52 * (n + 1) + 103}}) {
+    for (const Int icompq : {0, 1}) {
+      if (icompq == 0 && ComplexScalar<T>) continue;
+      auto matrix = random_tridiagonal<R>(n);
+      matrix.d[std::size_t(at - 1)] = std::numeric_limits<R>::quiet_NaN();
+      matrix.e[std::size_t(at - 2)] = 0;
+      Tree<T> tree(matrix, 0, this->random);
+      tree.icompq = icompq;
+      tree.run();
+      EXPECT_EQ(tree.info, rows) << at;
+    }
+  }
+}
+
+/// Of one row there is nothing to merge.
+TYPED_TEST(FactoredMerges, OfOneRowAreNone) {
+  using T = TypeParam;
+  using R = Real<T>;
+  Tree<T> tree({{R(-3)}, {}}, 0, this->random);
+  const T q = tree.Q(1, 1);
+  tree.run();
+  EXPECT_EQ(tree.info, 0);
+  EXPECT_EQ(tree.d(1), R(-3));
+  EXPECT_EQ(tree.Q(1, 1), q);
+  if constexpr (RealScalar<T>) {
+    tree.icompq = 2;
+    tree.run();
+    EXPECT_EQ(tree.info, 0);
+    EXPECT_EQ(tree.Q(1, 1), R(1));
+  }
+}
+
 }  // namespace
 }  // namespace nuv::test

@@ -1,5 +1,6 @@
 // Merges of two eigensystems: deflation, the vectors of the secular equation, and what joins the halves.
 
+#include <bit>
 #include <limits>
 #include <numeric>
 
@@ -161,12 +162,14 @@ TYPED_TEST(Merges, DeflationFindsWhatNeedsNoEquation) {
 TYPED_TEST(Merges, DeflationHasATolerance) {
   using R = TypeParam;
   constexpr R unit = eps<R> / 2;
-  for (const R size : {R(1), R(64)}) {
+  const R largest_z = std::sqrt(R(0.5));
+  for (const R size : {R(0.65), R(1), R(64)}) {
+    const R largest = std::max(size, largest_z);
     for (const bool above : {false, true}) {
       // An element of z, times rho = 2, on either side of the tolerance; the eigenvalues are far from each other.
-      const R element = 4 * unit * size * (above ? R(1.01) : R(0.99));
+      const R element = 4 * unit * largest * (above ? R(1.01) : R(0.99));
       Int k = 99, info = 99, indxq[] = {1, 2, 1, 2}, indx[4], indxc[4], indxp[4], coltyp[4];
-      R d[] = {-size, size, -size / 2, -size / 3}, z[] = {1, std::sqrt(R(2)) * element, R(0.6), R(0.8)};
+      R d[] = {-size, size, -size / 2, -size / 3}, z[] = {1, element / largest_z, R(0.8), R(0.6)};
       R Q[16] = {}, q2[16], dlamda[4], w[4], rho = 1;
       for (int i = 0; i < 4; ++i) Q[5 * i] = 1;
       routine_call::laed2(k, 4, 2, d, {Q, 4}, indxq, rho, z, dlamda, w, q2, indx, indxc, indxp, coltyp, info);
@@ -177,11 +180,30 @@ TYPED_TEST(Merges, DeflationHasATolerance) {
     for (const bool above : {false, true}) {
       // The same for the distance of two eigenvalues with equal elements of z: half of it would stand beside them.
       Int k = 99, info = 99, indxq[] = {1, 1}, indx[2], indxc[2], indxp[2], coltyp[4];
-      R d[] = {size, size * (1 + (above ? 20 : 12) * unit)}, z[] = {1, 1};
+      R d[] = {size, size + (above ? 20 : 12) * unit * largest}, z[] = {1, 1};
       R Q[] = {1, 0, 0, 1}, q2[4], dlamda[2], w[2], rho = 1;
       routine_call::laed2(k, 2, 1, d, {Q, 2}, indxq, rho, z, dlamda, w, q2, indx, indxc, indxp, coltyp, info);
       EXPECT_EQ(k, above ? 2 : 1) << size;
     }
+  }
+}
+
+/// A rotation of two columns of one half leaves zeros where they were: the column that stays is no product with both
+/// halves.
+TYPED_TEST(Merges, DeflationWithinAHalfStaysThere) {
+  using R = TypeParam;
+  for (const bool second : {false, true}) {
+    Int k = 99, info = 99, indxq[] = {1, 2, 1, 2}, indx[4], indxc[4], indxp[4], coltyp[4];
+    R d[] = {1, 2, 3, 4}, z[] = {R(0.6), R(0.8), R(0.8), R(0.6)}, Q[16] = {}, q2[16], dlamda[4], w[4], rho = 1;
+    (second ? d[3] : d[1]) = second ? 3 : 1;
+    for (int i = 0; i < 4; ++i) Q[5 * i] = 1;
+    routine_call::laed2(k, 4, 2, d, {Q, 4}, indxq, rho, z, dlamda, w, q2, indx, indxc, indxp, coltyp, info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(k, 3);
+    EXPECT_EQ(coltyp[0], second ? 2 : 1);
+    EXPECT_EQ(coltyp[1], 0);
+    EXPECT_EQ(coltyp[2], second ? 1 : 2);
+    EXPECT_EQ(coltyp[3], 1);
   }
 }
 
@@ -206,6 +228,36 @@ TYPED_TEST(Merges, OfHalvesGiveTheWhole) {
         expect_sorted_eigensystem(matrix, halves.d, halves.Q, halves.indxq);
       }
     }
+  }
+}
+
+/// Where one half joins with a single vector, and the other with so many that none of their elements counts, the vector
+/// that is left has zeros in the rows of the other half, whatever stood there.
+TYPED_TEST(Merges, OfAHalfThatHasNoPartLeaveZeros) {
+  using R = TypeParam;
+  const Int n = 8, half = 4;
+  for (const bool spread_first : {false, true}) {
+    // The spread half has vectors of elements one half, whose first rows and last rows are all of one magnitude.
+    const Int spread = spread_first ? 0 : half, single = half - spread;
+    GuardedMatrix<R> Q = identity<R>(n, n);
+    GuardedVector<R> d(n), work(4 * n + n * n);
+    GuardedVector<Int> iwork(4 * n);
+    Int indxq[] = {1, 2, 3, 4, 1, 2, 3, 4}, info = 99;
+    for (Int j = 1; j <= half; ++j) {
+      for (Int i = 1; i <= half; ++i) {
+        Q(spread + i, spread + j) = std::popcount(unsigned((i - 1) & (j - 1))) % 2 == 0 ? R(0.5) : R(-0.5);
+      }
+      d(spread + j) = R(j) / 8;
+      d(single + j) = R(2 * j - 1) / 8;
+    }
+    d(single + half) = 1;
+    // Twice rho, times the elements 1/2 and 1 over the square root of two, on both sides of eight units of rounding.
+    routine_call::laed1(n, d.data(), Q, indxq, 4 * eps<R>, half, work.data(), iwork.data(), info);
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(Q.guards_unchanged() && work.guards_unchanged() && iwork.guards_unchanged());
+    const Int joining = single + (spread_first ? 1 : half);
+    for (Int i = 1; i <= n; ++i) EXPECT_EQ(std::abs(Q(i, 1)), R(i == joining)) << i;
+    EXPECT_LT(orthogonality(Q, n), threshold);
   }
 }
 
@@ -253,6 +305,15 @@ TYPED_TEST(Merges, WithANumberThatIsNoneFail) {
   routine_call::laed1(n, in_rho.d.data(), in_rho.Q, in_rho.indxq.data(), std::numeric_limits<R>::quiet_NaN(), n / 2,
                       work.data(), iwork.data(), info);
   EXPECT_EQ(info, 1);
+  // Without all roots there are no vectors.
+  const Int k = 4;
+  GuardedVector<R> d(k), poles(k), w(k);
+  for (Int i = 1; i <= k; ++i) poles(i) = R(i), w(i) = R(0.5);
+  w(2) = std::numeric_limits<R>::quiet_NaN();
+  GuardedMatrix<R> Q(k, k, k), S(k, k, k);
+  routine_call::laed9(k, 1, k, k, d.data(), Q, R(1), poles.data(), w.data(), S, info);
+  EXPECT_EQ(info, 1);
+  EXPECT_TRUE(S.unchanged());
 }
 
 // --------------------------------------------------------------------------------------------------- secular vectors

@@ -10,6 +10,7 @@
 #include "routines.hpp"
 #include "support/random.hpp"
 #include "support/real_precisions.hpp"
+#include "symmetric/secular_root.hpp"
 #include "symmetric/tridiagonal_problem.hpp"
 
 namespace nuv::test {
@@ -153,6 +154,55 @@ TYPED_TEST(SecularEquation, SumsAnyNumberOfPoles) {
   const Int n = 301;
   const auto problem = problems_of_order<TypeParam>(n, this->random).front();
   for (const Int i : {1, 2, 3, 150, 151, 152, 153, 299, 300, 301}) this->expect_root(problem, i);
+}
+
+/// The interpolation follows the function: bisection between the bounds alone would take a step for each digit. Only
+/// elements of z that no merge would leave to the equation, with roots a hundred powers of ten nearer to one pole than
+/// to the other, take longer.
+TYPED_TEST(SecularEquation, TakesFewSteps) {
+  using R = TypeParam;
+  int all = 0, roots = 0;
+  for (const Int n : {3, 9, 22, 80}) {
+    std::vector<R> delta(std::size_t(n), R(0));
+    for (const auto& [name, d, z, rho] : problems_of_order<R>(n, this->random)) {
+      for (Int i = 1; i <= n; ++i) {
+        SecularRoot<R> root(n, i, d.data(), z.data(), delta.data(), rho);
+        EXPECT_TRUE(root.find());
+        EXPECT_LE(root.steps(), name.starts_with("tiny z") ? 16 : 9) << name << ", root " << i;
+        all += root.steps();
+        ++roots;
+      }
+    }
+  }
+  EXPECT_LE(double(all) / roots, 2.7);
+}
+
+/// Three poles follow the function where its two next ones can't, between heavy neighbours of light poles; and the last
+/// root has its step even where the two poles before it don't hold it.
+TYPED_TEST(SecularEquation, TakesFewStepsBetweenHeavyAndLightPoles) {
+  using R = TypeParam;
+  int roots = 0, long_ways = 0;
+  for (int sample = 0; sample < 400; ++sample) {
+    const Int n = this->random.integer(4, 33);
+    const R rho = R(std::pow(10, this->random.integer(-3, 3)));
+    const auto weight = [&] { return this->random.template divisor<R>(); };
+    const auto alternating = make_problem<R>(
+        "alternating", n, rho, [&](Int) { return this->random.real(); },
+        [&](Int j) { return weight() * (j % 2 == 0 ? 1 : R(1e-3)); });
+    const auto falling = make_problem<R>(
+        "falling", n, rho, [](Int j) { return j; }, [&](Int j) { return j < n / 2 ? 1 : R(1e-4) * weight(); });
+    std::vector<R> delta(std::size_t(n), R(0));
+    for (Int i = 1; i <= n; ++i) {
+      SecularRoot<R> of_alternating(n, i, alternating.d.data(), alternating.z.data(), delta.data(), rho);
+      EXPECT_TRUE(of_alternating.find());
+      ++roots;
+      if (of_alternating.steps() > 5) ++long_ways;
+      SecularRoot<R> of_falling(n, i, falling.d.data(), falling.z.data(), delta.data(), rho);
+      EXPECT_TRUE(of_falling.find());
+      EXPECT_LE(of_falling.steps(), 7);
+    }
+  }
+  EXPECT_LE(long_ways, roots / 250);
 }
 
 TYPED_TEST(SecularEquation, OfOnePoleIsLinear) {
@@ -299,6 +349,24 @@ TYPED_TEST(SecularEquation, OfThreePolesIsSolvedNextToZero) {
           }
         }
       }
+    }
+  }
+}
+
+/// A pole of next to no weight has a root so close to it that the first guess is the pole itself. And where zero lies
+/// by orders of magnitude nearer to the other pole than the root does, the way is a dozen steps long.
+TYPED_TEST(SecularEquation, OfThreePolesIsFoundFarFromZero) {
+  using R = TypeParam;
+  constexpr R tiny = this->eps * this->eps;
+  const ThreePoles<R> left{false, {-1, 1, 3}, {tiny, 1, 3}, 1, 3}, right{true, {-3, -1, 1}, {3, 1, tiny}, -1, -3};
+  const ThreePoles<R> far{true, {R(-0x1p21), R(-0x1p20), R(0x1p-19)}, {R(0x1p20), R(0x1p-10), 8}, 1, R(4194304.5)};
+  for (const auto& f : {left, right, far}) {
+    for (const Int kniter : {1, 2}) {
+      R tau = guard<R>();
+      Int info = 99;
+      routine_call::laed6(kniter, to_logical(f.right), f.rho, f.d, f.z, f.finit, tau, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_LT(error_of_root(f, tau), 12) << f.d[0] << ' ' << kniter;
     }
   }
 }

@@ -50,6 +50,15 @@ struct Workspaces {
     EXPECT_TRUE(rwork.guards_unchanged());
     EXPECT_TRUE(iwork.guards_unchanged());
   }
+
+  /// That the first elements tell how many there have to be, where these are as many.
+  void expect_sizes() const {
+    EXPECT_EQ(work(1), T(Real<T>(work.size())));
+    if (ComplexScalar<T>) {
+      EXPECT_EQ(rwork(1), Real<T>(rwork.size()));
+    }
+    EXPECT_EQ(iwork(1), iwork.size());
+  }
 };
 
 /// A packed matrix.
@@ -188,6 +197,7 @@ Solution<T> by_division(char jobz, Form<T> A, Int ldz) {
   Workspaces<T> room = A.for_division(same_letter(jobz, 'V'));
   A.divide(jobz, room, room.work.size(), room.rwork.size(), room.iwork.size(), x);
   room.expect_guards();
+  room.expect_sizes();
   x.expect_guards();
   EXPECT_TRUE(A.guards_unchanged());
   return x;

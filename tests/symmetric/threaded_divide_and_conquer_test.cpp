@@ -81,6 +81,20 @@ TYPED_TEST(ThreadedDivision, TellsTheSameFailure) {
   for (const int threads : {2, 3, 7}) EXPECT_EQ(Solved<R>::in_the_layer(matrix, threads).info, alone.info) << threads;
 }
 
+/// A leaf whose last row stands alone leaves the number there as it is. If it is none, the merge above fails, whether a
+/// thread does it alone, as two do here, or all of them together.
+TYPED_TEST(ThreadedDivision, TellsTheMergeThatFailed) {
+  using R = TypeParam;
+  const Int n = 150;  // leaves of 18 or 19 rows
+  for (const auto& [at, rows] : {std::pair<Int, Int>{18, 1 * (n + 1) + 37}, {131, 113 * (n + 1) + 150}}) {
+    auto matrix = one_two_one<R>(n);
+    matrix.d[std::size_t(at - 1)] = std::numeric_limits<R>::quiet_NaN();
+    matrix.e[std::size_t(at - 2)] = 0;
+    EXPECT_EQ(Solved<R>::by_the_serial_body(matrix).info, rows);
+    for (const int threads : {2, 3, 7}) EXPECT_EQ(Solved<R>::in_the_layer(matrix, threads).info, rows) << threads;
+  }
+}
+
 TYPED_TEST(ThreadedDivision, NeedsNoMemory) {
   using R = TypeParam;
   const Int n = 301;
