@@ -134,6 +134,7 @@ int main(int argc, char** argv) {
   for (const char vect : {'N', 'V'}) {
     add_bands(1000, 2, 1, vect);
     add_bands(1000, 10, 10, vect);
+    add_bands(1000, 20, 10, vect);
   }
   return run(argc, argv);
 }

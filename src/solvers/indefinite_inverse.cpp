@@ -68,7 +68,7 @@ class Inversion {
   void grow_by_column(Int k, Rows done) const {
     const Vector<T> x = column(done, k), multipliers{work_, 1};
     blas::copy(done.count(), x, multipliers);
-    multiply<mirror, T>(order_.uplo(), done.count(), T(-1), part(A_, done), multipliers, x);
+    multiply_mirrored<mirror, T>(order_.uplo(), done.count(), T(-1), part(A_, done), multipliers, T(0), x);
     A_(k, k) -= diagonal_element<mirror>(inner_product<T>(mirror == Mirror::conjugate, done.count(), multipliers, x));
   }
 

@@ -17,8 +17,8 @@
 #include "blas.hpp"
 #include "frame/option_matching.hpp"
 #include "solvers/absolute_products.hpp"
-#include "solvers/complex_symmetric_products.hpp"
 #include "solvers/diagonal_pivoting.hpp"
+#include "solvers/mirrored_products.hpp"
 #include "solvers/tridiagonal_lu.hpp"
 
 namespace nuv {
@@ -86,13 +86,7 @@ struct MirroredProduct {
 
   void residual(char, const T* b, const T* x, T* r) const {
     blas::copy(n, {b, 1}, Vector{r, 1});
-    if constexpr (RealScalar<T>) {
-      blas::symv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
-    } else if constexpr (mirror == Mirror::conjugate) {
-      blas::hemv(uplo, n, T(-1), A, {x, 1}, T(1), Vector{r, 1});
-    } else {
-      symv(uplo, n, T(-1), A.data, A.ld, x, 1, T(1), r, 1);
-    }
+    multiply_mirrored<mirror, T>(uplo, n, T(-1), A, {x, 1}, T(1), {r, 1});
   }
 
   void add_magnitudes(char, const T* x, Real<T>* y) const {
@@ -113,13 +107,7 @@ struct PackedMirroredProduct {
 
   void residual(char, const T* b, const T* x, T* r) const {
     blas::copy(n, {b, 1}, Vector{r, 1});
-    if constexpr (RealScalar<T>) {
-      blas::spmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
-    } else if constexpr (mirror == Mirror::conjugate) {
-      blas::hpmv(uplo, n, T(-1), ap, {x, 1}, T(1), Vector{r, 1});
-    } else {
-      spmv(uplo, n, T(-1), ap, x, 1, T(1), r, 1);
-    }
+    multiply_mirrored<mirror, T>(uplo, n, T(-1), ap, {x, 1}, T(1), {r, 1});
   }
 
   void add_magnitudes(char, const T* x, Real<T>* y) const {

@@ -10,6 +10,7 @@
 #include "environment/packed_storage.hpp"
 #include "solvers/complex_symmetric_products.hpp"
 #include "solvers/diagonal_pivoting.hpp"
+#include "solvers/mirrored_products.hpp"
 
 namespace nuv {
 
@@ -48,28 +49,6 @@ void add_outer_square(char uplo, Int n, T alpha, Vector<const T> x, T* ap) {
     spr<T>(uplo, n, alpha, x.data, x.inc, ap);
   } else {
     blas::spr(uplo, n, alpha, x, ap);
-  }
-}
-
-/// y := alpha A x
-template <Mirror mirror, Scalar T>
-void multiply(char uplo, Int n, T alpha, Matrix<const T> A, Vector<const T> x, Vector<T> y) {
-  if constexpr (mirror == Mirror::conjugate) {
-    blas::hemv(uplo, n, alpha, A, x, T(0), y);
-  } else if constexpr (RealScalar<T>) {
-    blas::symv(uplo, n, alpha, A, x, T(0), y);
-  } else {
-    symv<T>(uplo, n, alpha, A.data, A.ld, x.data, x.inc, T(0), y.data, y.inc);
-  }
-}
-template <Mirror mirror, Scalar T>
-void multiply(char uplo, Int n, T alpha, const T* ap, Vector<const T> x, Vector<T> y) {
-  if constexpr (mirror == Mirror::conjugate) {
-    blas::hpmv(uplo, n, alpha, ap, x, T(0), y);
-  } else if constexpr (RealScalar<T>) {
-    blas::spmv(uplo, n, alpha, ap, x, T(0), y);
-  } else {
-    spmv<T>(uplo, n, alpha, ap, x.data, x.inc, T(0), y.data, y.inc);
   }
 }
 

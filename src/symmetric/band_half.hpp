@@ -7,6 +7,13 @@
 
 namespace nuv {
 
+/// The same elements from the other end, if the vector goes backwards: kernels want them in the order of memory.
+template <class T>
+Vector<T> forward(Int count, Vector<T> x) {
+  if (x.inc >= 0 || count <= 0) return x;
+  return {x.data + std::ptrdiff_t{count - 1} * x.inc, -x.inc};
+}
+
 /// Of A where the lower triangle is stored, of A^T, which is conj(A), where the upper one is.
 template <class T>
 struct BandHalf {

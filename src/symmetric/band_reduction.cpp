@@ -11,6 +11,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "symmetric/band_half.hpp"
+#include "symmetric/band_rotations.hpp"
 
 namespace nuv {
 namespace {
@@ -26,11 +27,6 @@ struct Accumulated {
   T as_in_q(T x) const { return conjugated ? conjugate(x) : x; }
 };
 
-/// Rotations that have nothing in common: those of planes (p - 1, p) for p = first, first + kd + 1, ...
-struct Wave {
-  Int first, count;
-};
-
 /// In column i the elements (i + k, i), k = kd ... 2, are annihilated by rotations of planes (i + k - 1, i + k). Each
 /// brings a new element into being outside of the band, kd rows further down, whose annihilation brings the next, until
 /// it is chased off the end. All that are on their way go one step at a time, together with the one that starts:
@@ -39,18 +35,15 @@ struct Wave {
 ///                                                  p = i + k + l (kd + 1)      has been on its way, l = 1, 2, ...
 ///
 /// With k = 1 nothing starts, so that the distance to the first of the next column is the same.
-///
-/// Before it is annihilated an element (p, p - kd - 1) outside of the band is kept with the sine that is to come of it,
-/// s(p).
 template <Scalar T>
 class ChasedReduction {
   using R = Real<T>;
 
  public:
   /// kd     2 <= kd < n
-  /// c, s   n elements of workspace, for the cosine and the sine of the rotation of plane (p - 1, p)
+  /// c, s   n elements of workspace
   ChasedReduction(const BandHalf<T>& L, Int n, Int kd, const Accumulated<T>& accumulated, R* c, T* s)
-      : L_(L), n_(n), kd_(kd), accumulated_(accumulated), c_(c), s_(s) {}
+      : n_(n), kd_(kd), rotations_(L, n, kd, c, s), accumulated_(accumulated) {}
 
   void run() const {
     for (Int i = 1; i <= n_ - 2; ++i) {
@@ -59,118 +52,42 @@ class ChasedReduction {
   }
 
  private:
-  /// Distance between two rotations of a wave.
-  Int spacing() const { return kd_ + 1; }
-
-  /// The same in memory.
-  std::ptrdiff_t stride() const { return std::ptrdiff_t{spacing()} * (std::ptrdiff_t{L_.down} + L_.across); }
-
-  R* cosine(Int p) const { return c_ + (p - 1); }
-  T* sine(Int p) const { return s_ + (p - 1); }
-  Vector<T> sines(Int p) const { return {sine(p), spacing()}; }
-
   /// The rotations that are on their way. Each step but one of those before, for each column, has started one; the
   /// first of them may have reached the end.
   Wave on_their_way(Int i, Int k) const {
     const std::int64_t started = std::int64_t{i - 1} * (kd_ - 1) + (kd_ - k);
-    const Int place_for = (n_ - i - k) / spacing();
-    return {i + k + spacing(), static_cast<Int>(std::min<std::int64_t>(started, place_for))};
+    const Int place_for = (n_ - i - k) / rotations_.spacing();
+    return {i + k + rotations_.spacing(), static_cast<Int>(std::min<std::int64_t>(started, place_for))};
   }
 
   void go_one_step(Int i, Int k) const {
     const Wave chased = on_their_way(i, k);
     const bool starts = k >= 2;
-    if (stride() <= std::numeric_limits<Int>::max()) {
-      go_on(chased);
-      if (starts) start(i, k);
-      finish(i, k, starts ? Wave{i + k, chased.count + 1} : chased);
-      return;
-    }
-    // Kernels can't step so far. A rotation brings a new element into being where the one ahead of it annihilates its
-    // own: that one goes first.
-    for (Int l = chased.count - 1; l >= 0; --l) {
-      const Wave one{chased.first + l * spacing(), 1};
-      go_on(one);
-      finish(i, k, one);
-    }
-    if (starts) {
-      start(i, k);
-      finish(i, k, {i + k, 1});
-    }
-  }
-
-  template <class Visit>
-  void for_each(const Wave& wave, Visit visit) const {
-    for (Int l = 0; l < wave.count; ++l) visit(wave.first + l * spacing());
-  }
-
-  /// Whether a wave is longer than what each of its rotations has to do, so that the rotations are better taken
-  /// together than one by one.
-  bool is_long(const Wave& wave) const { return wave.count > kd_; }
-
-  /// lartv on pairs that begin with the elements (i, j) and (k, l), for the first `count` rotations of a wave.
-  void rotate_pairs(const Wave& wave, Int count, Int i, Int j, Int k, Int l) const {
-    const auto step = static_cast<Int>(stride());
-    blas::lartv(count, {L_.at(i, j), step}, {L_.at(k, l), step}, cosine(wave.first), sine(wave.first), spacing());
+    rotations_.annihilate_outside(chased);
+    if (starts) start(i, k);
+    finish(i, k, starts ? Wave{i + k, chased.count + 1} : chased);
   }
 
   /// Annihilates element (i + k, i), and rotates its row and the one above up to the diagonal.
   void start(Int i, Int k) const {
-    const Int p = i + k;
-    *sine(p) = std::exchange(L_(p, i), T(0));
-    largv(1, L_.at(p - 1, i), 1, sine(p), 1, cosine(p), 1);
-    blas::rot(k - 2, L_.row(p - 1, i + 1), L_.row(p, i + 1), *cosine(p), *sine(p));
+    rotations_.annihilate(i + k, i);
+    rotations_.rotate_rows(i + k, i + 1, i + k - 2);
   }
 
-  /// Annihilates the elements outside of the band, and rotates their rows and those above up to the diagonal.
-  void go_on(const Wave& wave) const {
-    if (wave.count <= 0) return;
-    const Int first = wave.first;
-    largv(wave.count, L_.at(first - 1, first - kd_ - 1), static_cast<Int>(stride()), sine(first), spacing(),
-          cosine(first), spacing());
-    if (is_long(wave)) {
-      for (Int j = first - kd_; j <= first - 2; ++j) rotate_pairs(wave, wave.count, first - 1, j, first, j);
-    } else {
-      for_each(wave,
-               [&](Int p) { blas::rot(kd_ - 1, L_.row(p - 1, p - kd_), L_.row(p, p - kd_), *cosine(p), *sine(p)); });
-    }
-  }
-
-  /// Rotates what there is of the planes themselves and below them, and the accumulated matrix. From the right it is
-  /// the adjoints of the rotations that are applied.
+  /// Rotates what there is of the planes themselves and below them, and the accumulated matrix.
   void finish(Int i, Int k, const Wave& wave) const {
-    if (wave.count <= 0) return;
-    const Int first = wave.first;
-    lar2v(wave.count, L_.at(first - 1, first - 1), L_.at(first, first), L_.at(first, first - 1),
-          static_cast<Int>(stride()), cosine(first), sine(first), spacing());
-    conjugate_vector(wave.count, sines(first));
-    if (is_long(wave)) {
-      const Int last = first + (wave.count - 1) * spacing();
-      for (Int j = 1; j <= kd_ - 1; ++j) {
-        rotate_pairs(wave, last + j <= n_ ? wave.count : wave.count - 1, first + j, first - 1, first + j, first);
-      }
-    } else {
-      for_each(wave, [&](Int p) {
-        blas::rot(std::min(kd_ - 1, n_ - p), L_.column(p + 1, p - 1), L_.column(p + 1, p), *cosine(p), *sine(p));
-      });
-    }
-    for_each(wave, [&](Int p) {
-      if (p + kd_ <= n_) leave_band(p);
+    rotations_.rotate_diagonals(wave);
+    rotations_.rotate_columns(wave, 1, kd_ - 1);
+    rotations_.for_each(wave, [&](Int p) {
+      if (rotations_.leaves_band(p)) rotations_.leave_band(p);
       if (accumulated_.wanted) accumulate(i, k, p);
     });
   }
 
-  /// Element (p + kd, p - 1), so far zero, comes into being.
-  void leave_band(Int p) const {
-    T& beside = L_(p + kd_, p);
-    *sine(p + kd_) = *sine(p) * beside;
-    beside *= *cosine(p);
-  }
-
   void accumulate(Int i, Int k, Int p) const {
     const auto [top, bottom] = accumulated_.from_identity ? reached_rows(i, k, p) : std::pair<Int, Int>{1, n_};
-    blas::rot(bottom - top + 1, column(accumulated_.Q, top, p - 1), column(accumulated_.Q, top, p), *cosine(p),
-              accumulated_.as_in_q(*sine(p)));
+    blas::rot(bottom - top + 1, column(accumulated_.Q, top, p - 1), column(accumulated_.Q, top, p),
+              rotations_.cosine(p), accumulated_.as_in_q(rotations_.sine(p)));
   }
 
   /// The rows in which columns p - 1 and p of a Q that started as the identity may hold something.
@@ -179,16 +96,14 @@ class ChasedReduction {
   /// themselves. Those of column 1 turn blocks of kd columns of the identity; each column after it adds to each block
   /// one from the block behind it. So the rows reach from the first of block m to the last of block m + j - 1.
   std::pair<Int, Int> reached_rows(Int i, Int k, Int p) const {
-    const std::int64_t ahead = (p - i - k) / spacing();
+    const std::int64_t ahead = (p - i - k) / rotations_.spacing();
     const std::int64_t steps = ahead == 0 ? 0 : ahead + (ahead + k - 2) / (kd_ - 1);
     return {static_cast<Int>(2 + steps * kd_), static_cast<Int>(std::min<std::int64_t>(n_, 1 + (i + ahead) * kd_))};
   }
 
-  BandHalf<T> L_;
   Int n_, kd_;
+  BandRotations<T> rotations_;
   Accumulated<T> accumulated_;
-  R* c_;
-  T* s_;
 };
 
 /// Makes a complex element beside the diagonal real by a diagonal unitary matrix, of which `phase` is the element

@@ -133,13 +133,12 @@ std::int64_t best_workspace(bool with_vectors, char uplo, Int n, std::int64_t re
 template <Scalar T>
 void drive_by_division(char jobz, char uplo, Int n, Matrix<T> A, Real<T>* w, const DivisionWork<T>& room, Int& info) {
   const bool with_vectors = wants_vectors(jobz);
+  const DivisionSizes least = least_workspaces<T>(with_vectors, n);
+  const std::int64_t reduction = with_vectors || n <= 1 ? 0 : best_work_of_reduction<T>('L', n);
+  DivisionSizes best = least;
+  best.work = best_workspace<T>(with_vectors, uplo, n, reduction);
   info = check_all(jobz, uplo, n, A.ld);
-  DivisionSizes best{};
   if (info == 0) {
-    const DivisionSizes least = least_workspaces<T>(with_vectors, n);
-    const std::int64_t reduction = with_vectors || n <= 1 ? 0 : best_work_of_reduction<T>('L', n);
-    best = least;
-    best.work = best_workspace<T>(with_vectors, uplo, n, reduction);
     room.answer(best);
     info = room.check(least, 8);
   }

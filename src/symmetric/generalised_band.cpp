@@ -111,7 +111,7 @@ void drive_by_division(const BandPair<T>& pair, Real<T>* w, Matrix<T> Z, const D
     e = room.work;
   }
   const DivisionWork<T> behind_e = room.behind(ComplexScalar<T> ? 0 : pair.n, pair.n);
-  if (pair.reduce(Z, behind_e.work, behind_e.rwork, info)) {
+  if (pair.reduce(Z, room.work, room.rwork, info)) {
     const ReducedPair<T> A(pair, Z, behind_e.work);
     if (pair.n == 1) w[0] = A.first();
     else solve_by_division(A, pair.n, pair.with_vectors(), w, e, Z, behind_e, info);

@@ -3,7 +3,8 @@
 // Reduction of the generalised eigenproblem A x = lambda B x with band matrices to a standard one, C y = lambda y,
 // whose matrix has the band of A (C. R. Crawford, "Reduction of a band-symmetric generalized eigenvalue problem", Comm.
 // ACM 16, 1973), by the split factor of B (split_cholesky.hpp), which halves the way that what leaves the band is
-// chased.
+// chased, many elements at once (L. Kaufman, "An algorithm for the banded symmetric generalized matrix eigenvalue
+// problem", SIAM J. Matrix Anal. Appl. 14, 1993).
 
 #include "base/types.hpp"
 

@@ -7,6 +7,7 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "solvers/mirrored_products.hpp"
 
 namespace nuv {
 
@@ -14,11 +15,7 @@ namespace nuv {
 template <Scalar T>
 void hermitian_product(char uplo, Int n, std::type_identity_t<Matrix<const T>> A,
                        std::type_identity_t<Vector<const T>> x, Vector<T> y) {
-  if constexpr (ComplexScalar<T>) {
-    blas::hemv(uplo, n, T(1), A, x, T(0), y);
-  } else {
-    blas::symv(uplo, n, T(1), A, x, T(0), y);
-  }
+  multiply_mirrored<Mirror::conjugate, T>(uplo, n, T(1), A, x, T(0), y);
 }
 
 /// One triangle of A := A + alpha x y^H + conj(alpha) y x^H.
@@ -57,11 +54,7 @@ void add_hermitian_product(char side, char uplo, Int m, Int n, Real<T> alpha, Ma
 /// y := y + alpha A x for a Hermitian A in packed storage.
 template <Scalar T>
 void add_hermitian_product(char uplo, Int n, Real<T> alpha, const T* ap, Vector<const T> x, Vector<T> y) {
-  if constexpr (ComplexScalar<T>) {
-    blas::hpmv(uplo, n, T(alpha), ap, x, T(1), y);
-  } else {
-    blas::spmv(uplo, n, alpha, ap, x, T(1), y);
-  }
+  multiply_mirrored<Mirror::conjugate, T>(uplo, n, T(alpha), ap, x, T(1), y);
 }
 
 /// One triangle of C := C + alpha (A B^H + B A^H) (trans 'N', A and B n by k) or C + alpha (A^H B + B^H A) (trans

@@ -201,8 +201,12 @@ struct Block {
   Int first, n;
   const R *d, *e;
   R norm = one_norm();
-  R distance = R(0.001) * norm;         ///< of values up to which their vectors are made orthogonal
+  R distance = R(0.001) * norm;         ///< of values up to which their vectors are kept orthogonal by the iteration
   R growth = std::sqrt(R(0.1) / R(n));  ///< largest element from which on a vector is accepted
+
+  /// Vectors of values at distance g are orthogonal up to eps ||T|| / g without being made so. From this distance on
+  /// that is a few n eps: below, they are made orthogonal when they are found.
+  R reach = std::max(distance, norm / (R(10) * R(n)));
 
   R one_norm() const {
     R norm = 0;
@@ -229,18 +233,15 @@ struct Block {
       lagts(-1, n, work.diagonal, work.above, work.below, work.second, work.exchanges, x.data, tol, info);
       make_orthogonal(x, Z, cluster, j);
       const R largest = std::abs(x.data[blas::iamax(n, x) - 1]);
-      if (!(largest < growth) && ++grown > extra_iterations) {
-        make_orthogonal(x, Z, cluster, j);  // what rounding left, where most of x went the first time
-        return true;
-      }
+      if (!(largest < growth) && ++grown > extra_iterations) return true;
     }
     return false;
   }
 
-  /// Takes the parts in the directions of columns cluster ... j - 1 of Z from x.
+  /// Takes the parts in the directions of columns begin ... end - 1 of Z from x.
   template <Scalar T>
-  void make_orthogonal(Vector<R> x, Matrix<T> Z, Int cluster, Int j) const {
-    for (Int i = cluster; i < j; ++i) {
+  void make_orthogonal(Vector<R> x, Matrix<T> Z, Int begin, Int end) const {
+    for (Int i = begin; i < end; ++i) {
       const Vector<R> other = real_column(Z, first, i);
       blas::axpy(n, negated(blas::dot(n, x, other)), other, x);
     }
@@ -285,22 +286,26 @@ void stein(Int n, const Real<T>* d, const Real<T>* e, Int m, const Real<T>* w, c
     const Block<R> block{start + 1, isplit[number - 1] - start, d + start, e + start};
     R last_value = 0;
     const Int first_of_block = j;
-    for (Int cluster = j; j <= m && std::abs(iblock[j - 1]) == number; ++j) {
+    for (Int cluster = j, near = j; j <= m && std::abs(iblock[j - 1]) == number; ++j) {
       R value = w[j - 1];
+      const Vector<R> x{vectors.x, 1};
       if (block.n == 1) {
-        vectors.x[0] = 1;
+        *x.data = 1;
       } else {
         if (j > first_of_block) {
           const R apart = 10 * std::abs(Machine<R>::precision * value);
           if (value - last_value < apart) value = last_value + apart;
           if (std::abs(value - last_value) > block.distance) cluster = j;
         }
-        larnv(2, iseed, block.n, vectors.x);
+        while (near < j && value - w[near - 1] > block.reach) ++near;
+        larnv(2, iseed, block.n, x.data);
         if (!block.iterate(value, Z, cluster, j, vectors)) ifail[info++] = j;
-        normalise(block.n, Vector<R>{vectors.x, 1});
+        // In a cluster that is what rounding left, where most of x went the first time.
+        block.make_orthogonal(x, Z, std::min(cluster, near), j);
+        normalise(block.n, x);
       }
       std::fill_n(Z.at(1, j), n, T(0));
-      std::copy_n(vectors.x, block.n, Z.at(block.first, j));
+      std::copy_n(x.data, block.n, Z.at(block.first, j));
       last_value = value;
     }
   }

@@ -35,8 +35,8 @@ template <RealScalar T>
 void lagts(Int job, Int n, const T* a, const T* b, const T* c, const T* d, const Int* in, T* y, T& tol, Int& info);
 
 /// Finds the eigenvectors that belong to m given eigenvalues of a tridiagonal matrix of order n, with d on its diagonal
-/// and n - 1 elements e beside it. Vectors of values closer than 1e-3 ||T|| are made orthogonal to each other, as far
-/// as their values lie in one block.
+/// and n - 1 elements e beside it. Vectors of values closer than 1e-3 ||T||, or ||T|| / (10 n) if that is more, are
+/// made orthogonal to each other, as far as their values lie in one block.
 ///
 /// w       m values: in ascending order in each block, block after block, as stebz gives them by order 'B'
 /// iblock  the block of each value, in ascending order; the sign is not looked at

@@ -24,16 +24,6 @@ Int check_triangle(char uplo, Int n) {
   return 0;
 }
 
-/// y := alpha A x
-template <Scalar T>
-void multiply(char uplo, Int n, T alpha, const T* ap, Vector<const T> x, Vector<T> y) {
-  if constexpr (ComplexScalar<T>) {
-    blas::hpmv(uplo, n, alpha, ap, x, T(0), y);
-  } else {
-    blas::spmv(uplo, n, alpha, ap, x, T(0), y);
-  }
-}
-
 /// One step of the unblocked reduction: the reflector that leaves of a column's n elements `unit` alone, to which `x`
 /// are the others and v all, and its application to the triangle from `rest` on.
 ///
@@ -46,7 +36,7 @@ void reduce_column(char uplo, Int n, T& unit, T* x, T* v, T* rest, Real<T>& e, T
   if (factor != T(0)) {
     unit = T(1);
     const Vector<T> V{v, 1}, W{w, 1};
-    multiply<T>(uplo, n, factor, rest, V, W);
+    multiply_mirrored<Mirror::conjugate, T>(uplo, n, factor, rest, V, T(0), W);
     blas::axpy(n, Real<T>(-0.5) * factor * inner_product<T>(true, n, W, V), V, W);
     add_products_with_adjoints<T>(uplo, n, Real<T>(-1), V, W, rest);
     unit = e;
@@ -75,7 +65,7 @@ struct PackedMeans {
   /// The rest of order n is at the other end of A than the panel.
   void multiply(char uplo, Int n, Matrix<const T>, Vector<const T> x, Vector<T> y) const {
     const Int first = A.upper ? 1 : A.n - n + 1;
-    nuv::multiply<T>(uplo, n, T(1), A.at(first, first), x, y);
+    multiply_mirrored<Mirror::conjugate, T>(uplo, n, T(1), A.at(first, first), x, T(0), y);
   }
 };
 

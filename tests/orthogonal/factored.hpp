@@ -106,8 +106,8 @@ double residual(const Factored<T>& f) {
   const WideMatrix<T> A = columnwise ? f.A : WideMatrix<T>(f.A.adjoint());
   const WideMatrix<T> R = columnwise ? f.triangle() : WideMatrix<T>(f.triangle().adjoint());
   const WideMatrix<T> difference = product<T>(A, X) - f.times(false, product<T>(R, X));
-  const double distance = one_norm(difference);
-  return distance == 0 ? 0 : distance / (one_norm(A) * std::max(f.m(), f.n()) * epsilon<T>);
+  const double distance = one_norm<T>(difference);
+  return distance == 0 ? 0 : distance / (one_norm<T>(A) * std::max(f.m(), f.n()) * epsilon<T>);
 }
 
 /// ||(Q^H Q - I) X|| / (n eps) for a few unit vectors.
@@ -117,7 +117,7 @@ double orthogonality(const Factored<T>& f) {
   const Int order = f.order();
   WideMatrix<T> X = WideMatrix<T>::Zero(order, 3);
   X(0, 0) = X(f.k() > 0 ? f.k() - 1 : 0, 1) = X(order - 1, 2) = 1;
-  return one_norm(WideMatrix<T>(f.times(true, f.times(false, X)) - X)) / (order * epsilon<T>);
+  return one_norm<T>(WideMatrix<T>(f.times(true, f.times(false, X)) - X)) / (order * epsilon<T>);
 }
 
 template <Scalar T>

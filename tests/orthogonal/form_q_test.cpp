@@ -64,8 +64,8 @@ struct Problem {
     if (lines.count == 0) return 0;
     const WideMatrix<T> computed = wide(formed), columns = Q.form.columnwise() ? computed : computed.adjoint();
     const WideMatrix<T> gram = product<T>(columns.adjoint(), columns);
-    const double defect =
-        one_norm(WideMatrix<T>(gram - WideMatrix<T>::Identity(lines.count, lines.count))) / (lines.order * epsilon<T>);
+    const double defect = one_norm<T>(WideMatrix<T>(gram - WideMatrix<T>::Identity(lines.count, lines.count))) /
+                          (lines.order * epsilon<T>);
     const double distance = relative_distance<T>(computed, expected(), lines.order);
     return defect <= distance ? distance : defect;
   }

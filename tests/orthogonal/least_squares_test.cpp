@@ -110,8 +110,8 @@ template <Scalar T>
 double error_of_least_squares(const Problem<T>& problem, const WideMatrix<T>& X) {
   const WideMatrix<T> A = problem.matrix(), B = problem.right_hand_sides();
   const WideMatrix<T> R = (B - product<T>(A, X)) / B.cwiseAbs().maxCoeff(), adjoint = normalized<T>(A).adjoint();
-  return one_norm(product<T>(adjoint, R)) /
-         (one_norm(adjoint) * one_norm(normalized<T>(B)) * problem.longer() * epsilon<T>);
+  return one_norm<T>(product<T>(adjoint, R)) /
+         (one_norm<T>(adjoint) * one_norm<T>(normalized<T>(B)) * problem.longer() * epsilon<T>);
 }
 
 /// ||B - op(A) X|| / (||A|| ||X|| n eps), or the part of X in the null space of op(A) over (||X|| n eps), whichever is
@@ -120,8 +120,8 @@ template <Scalar T>
 double error_of_least_norm(const Problem<T>& problem, const WideMatrix<T>& X) {
   const WideMatrix<T> A = problem.matrix();
   const double residual = solution_residual<T>(A, X, problem.right_hand_sides());
-  const double outside = one_norm(outside_of_span<T>(A.adjoint(), X));
-  const double in_null_space = outside / (one_norm(X) * problem.longer() * epsilon<T>);
+  const double outside = one_norm<T>(outside_of_span<T>(A.adjoint(), X));
+  const double in_null_space = outside / (one_norm<T>(X) * problem.longer() * epsilon<T>);
   return residual <= in_null_space ? in_null_space : residual;
 }
 
@@ -420,8 +420,9 @@ TYPED_TEST(LeastSquares, FitsMatricesThatAreHardToSolveWith) {
         if (problem.equations() >= problem.unknowns()) {
           // The fit is the best one of a matrix A + E with E of size n eps ||A||; what that leaves in A^H R is
           // A^H E X + E^H R, of which the former is the larger part where A is ill-conditioned and X large.
-          const double allowed = one_norm(WideMatrix<T>(A.adjoint())) * (one_norm(A) * one_norm(X) + one_norm(B));
-          const double left = one_norm(product<T>(A.adjoint(), B - product<T>(A, X)));
+          const double allowed =
+              one_norm<T>(WideMatrix<T>(A.adjoint())) * (one_norm<T>(A) * one_norm<T>(X) + one_norm<T>(B));
+          const double left = one_norm<T>(product<T>(A.adjoint(), B - product<T>(A, X)));
           EXPECT_LT(left / (allowed * problem.longer() * epsilon<T>), threshold);
         }
       }

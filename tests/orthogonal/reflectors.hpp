@@ -130,17 +130,11 @@ struct ReflectorBlock {
   }
 };
 
-/// The one-norm.
-template <class Matrix>
-double one_norm(const Matrix& A) {
-  return A.size() == 0 ? 0 : double(A.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>());
-}
-
 /// ||A - B|| / (||B|| n eps)
 template <Scalar T>
 double relative_distance(const WideMatrix<T>& A, const WideMatrix<T>& B, Int n) {
-  const double distance = one_norm(WideMatrix<T>(A - B));
-  return distance == 0 ? 0 : distance / (one_norm(B) * std::max(n, 1) * epsilon<T>);
+  const double distance = one_norm<T>(WideMatrix<T>(A - B));
+  return distance == 0 ? 0 : distance / (one_norm<T>(B) * std::max(n, 1) * epsilon<T>);
 }
 
 /// Whether (i, j) lies in the triangle of the factor T of a block.

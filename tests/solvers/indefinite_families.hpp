@@ -294,11 +294,8 @@ double indefinite_residual(char uplo, bool hermitian, const FactoredIndefinite<T
   for (Int i = 0; i < n; ++i) v(i, 0) = wide(random.scalar<T>());
   const WideMatrix<T> A = whole_matrix(factored.A, hermitian, uplo);
   const WideMatrix<T> rest = product<T>(A, v) - multiply_by_factors(uplo, hermitian, factored, v);
-  const auto norm = [](const WideMatrix<T>& M) {
-    return M.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>();
-  };
-  const auto error = norm(rest);
-  return error == 0 ? 0 : double(error / (norm(A) * norm(v) * n * epsilon<T>)) * std::sqrt(double(n));
+  const double error = one_norm<T>(rest);
+  return error == 0 ? 0 : error / one_norm<T>(A) / (one_norm<T>(v) * std::sqrt(double(n)) * epsilon<T>);
 }
 
 }  // namespace nuv::test

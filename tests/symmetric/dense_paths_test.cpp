@@ -61,7 +61,9 @@ TYPED_TEST(DensePaths, AskForTheRoomOfABand) {
     EXPECT_EQ(size_asked_for<T>('N', uplo, n - 1), size_of_reduction<T>(uplo, n - 1));
     EXPECT_EQ(size_asked_for<T>('N', uplo, n), size_of_band<T>(n, 40));
     EXPECT_EQ(size_asked_for<T>('n', uplo, n + 1), size_of_band<T>(n + 1, 40));
-    for (const Int order : {n, 5000}) EXPECT_EQ(size_asked_for<T>('V', uplo, order), size_of_reduction<T>(uplo, order));
+    for (const Int order : {n, 5000, 999936}) {
+      EXPECT_EQ(size_asked_for<T>('V', uplo, order), size_of_reduction<T>(uplo, order));
+    }
   }
   const Int wide = std::same_as<T, std::complex<float>> ? 64 : 40;
   EXPECT_EQ(size_asked_for<T>('N', 'L', 2400), size_of_band<T>(2400, wide));
@@ -97,6 +99,29 @@ TYPED_TEST(DensePaths, TakeABandWhereThereIsRoom) {
     const Real<T> size = std::max(std::abs(direct.w(1)), std::abs(direct.w(n)));
     for (Int k = 1; k <= n; ++k) EXPECT_NEAR(by_band.w(k), direct.w(k), 10 * n * epsilon<T> * size);
   }
+}
+
+/// What the reduction wants is asked before anything else, of a lower triangle, and only if it is not less than the
+/// rest.
+TYPED_TEST(DensePaths, AskForTheRoomOfDivisionFirst) {
+  using T = TypeParam;
+  const GuardedMatrix<T> A = random_hermitian<T>(this->random, 'U', 4, 4);
+  const auto asked = [&](char jobz, Int n, Int lda) {
+    DenseCall<T> call(jobz, 'U', A);
+    call.n = n;
+    call.lda = lda;
+    take_recorded_calls();
+    Evd<T>::run(call);
+    EXPECT_LT(call.info, 0);
+    EXPECT_EQ(take_error_reports().size(), 1U);
+
+    return ways_taken();
+  };
+  EXPECT_EQ(asked('N', 4, 3), std::vector<std::string>{"sytrd L 4"});
+  EXPECT_EQ(asked('X', 4, 4), std::vector<std::string>{"sytrd L 4"});
+  EXPECT_EQ(asked('V', 4, 3), std::vector<std::string>());
+  EXPECT_EQ(asked('N', 1, 0), std::vector<std::string>());
+  EXPECT_EQ(asked('N', -4, 4), std::vector<std::string>());
 }
 
 }  // namespace

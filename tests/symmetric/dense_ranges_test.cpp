@@ -7,6 +7,7 @@
 #include "symmetric/driver_steps.hpp"
 #include "symmetric/eigen_checks.hpp"
 #include "symmetric/sorted_pairs.hpp"
+#include "symmetric/unrepresentable.hpp"
 
 namespace nuv::test {
 namespace {
@@ -178,6 +179,34 @@ TYPED_TEST(DenseRanges, ToleranceIsWhatTheValuesAreOff) {
     worst = std::max(worst, std::abs(double(rough.w(k) - problem.exact[std::size_t(k - 1)])));
   EXPECT_LT(worst, 0.02);
   EXPECT_GT(worst, 1e-5);
+}
+
+/// A tolerance allows for representations that have no relative accuracy; where these fail, too, nothing tells of it.
+TYPED_TEST(DenseRanges, AreFoundWhereRepresentationsFail) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Int n : {3, 8}) {
+    const Tridiagonal<R> matrix = unrepresentable<R>(n);
+    expect_unrepresentable(matrix);
+    for (const char uplo : uplos) {
+      GuardedMatrix<T> A(n, n, n);
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = j; i <= n; ++i) {
+          const auto k = std::size_t(j - 1);
+          set_mirrored(A, uplo, i, j, T(i == j ? matrix.d[k] : i == j + 1 ? matrix.e[k] : R(0)));
+        }
+      }
+      A.seal();
+      DenseCall<T> call('V', uplo, A);
+      call.abstol = std::numeric_limits<R>::min();
+      const auto solved = solve<Evr<T>>(call);
+      EXPECT_EQ(solved.info, 0);
+      ASSERT_EQ(solved.m, n);
+      EXPECT_LT(value_error(solved.w, n, wide_values(matrix)), threshold);
+      EXPECT_LT(eigen_residual(wide_dense<T>(matrix), solved.Z, solved.w, n), threshold);
+      EXPECT_LT(orthogonality(solved.Z, n), threshold);
+    }
+  }
 }
 
 TYPED_TEST(DenseRanges, MarksTellOfNoFailure) {

@@ -1,5 +1,6 @@
 // Eigenvectors of tridiagonal matrices by inverse iteration: ?stein, and ?lagtf and ?lagts on which it stands.
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string_view>
@@ -17,12 +18,6 @@ constexpr double threshold = 10;
 
 /// Of residuals, and of what iteration makes orthogonal.
 constexpr double iteration_threshold = 30;
-
-/// Vectors of values that are just not close enough, 1e-3 ||T||, to be made orthogonal are so up to a thousand rounding
-/// errors and some.
-double threshold_of_orthogonality(Int n) {
-  return std::max(iteration_threshold, 2000.0 / n);
-}
 
 /// A general tridiagonal matrix minus lambda, factored.
 template <RealScalar R>
@@ -338,7 +333,7 @@ TYPED_TEST(InverseIteration, FindsOrthogonalVectorsOfAllValues) {
       EXPECT_EQ(vectors.info, 0);
       for (Int j = 1; j <= n; ++j) EXPECT_EQ(vectors.ifail(j), 0);
       EXPECT_LT(eigen_residual(wide_dense<T>(matrix), vectors.Z, values.w, n), iteration_threshold);
-      EXPECT_LT(orthogonality(vectors.Z, n), threshold_of_orthogonality(n));
+      EXPECT_LT(orthogonality(vectors.Z, n), iteration_threshold);
       expect_form(vectors, values);
     }
   }
@@ -354,7 +349,29 @@ TYPED_TEST(InverseIteration, FindsVectorsOfSomeValues) {
       const Vectors<T> vectors(matrix, values);
       EXPECT_EQ(vectors.info, 0);
       EXPECT_LT(eigen_residual(wide_dense<T>(matrix), vectors.Z, values.w, values.m), iteration_threshold);
-      EXPECT_LT(orthogonality(vectors.Z, values.m), threshold_of_orthogonality(n));
+      EXPECT_LT(orthogonality(vectors.Z, values.m), iteration_threshold);
+    }
+  }
+}
+
+/// Pairs of values at distances around the one up to which they belong to one cluster, 1e-3 ||T||.
+TYPED_TEST(InverseIteration, KeepsVectorsOrthogonalWhereAClusterEnds) {
+  using T = TypeParam;
+  using R = Real<T>;
+  Random random(5);
+  for (const Int n : {2, 3, 4, 5, 8, 42}) {
+    for (const double apart : {1e-3, 1.5e-3, 2e-3, 2.5e-3, 3e-3, 4e-3, 6e-3, 1e-2, 2e-2}) {
+      for (Int trial = 0; trial < 8; ++trial) {
+        std::vector<WideReal<R>> wanted;
+        for (Int k = 0; k < n; ++k) wanted.push_back(k % 2 == 0 ? random.scalar<double>() : wanted.back() + apart);
+        std::sort(wanted.begin(), wanted.end());
+        const Tridiagonal<R> matrix = tridiagonal_with_values<R>(wanted);
+        const Values<R> values(matrix, 1, n);
+        const Vectors<T> vectors(matrix, values);
+        EXPECT_EQ(vectors.info, 0);
+        EXPECT_LT(eigen_residual(wide_dense<T>(matrix), vectors.Z, values.w, n), iteration_threshold);
+        EXPECT_LT(orthogonality(vectors.Z, n), iteration_threshold) << n << ' ' << apart;
+      }
     }
   }
 }

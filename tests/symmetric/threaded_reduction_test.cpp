@@ -3,6 +3,7 @@
 #include <nuv/nuv_services.h>
 
 #include "layer.hpp"
+#include "routines.hpp"
 #include "support/memory_requests.hpp"
 #include "support/reported_errors.hpp"
 #include "symmetric/dense_problem.hpp"
@@ -112,6 +113,35 @@ TYPED_TEST(ThreadedReduction, PanelsAgreeWithTheSerialBody) {
     }
     EXPECT_FALSE(own.A.same_as(serial.A));
   }
+}
+
+/// The order from which on eigenvalues alone go the way of a band grows with the number of threads.
+TYPED_TEST(ThreadedReduction, TakesTheWayOfABandLaterThanOneThread) {
+  using T = TypeParam;
+  constexpr Int lines = ComplexScalar<T> ? 1 : 2;
+  const Int order = std::same_as<T, float> ? 2694 : std::same_as<T, std::complex<double>> ? 1347 : 1900;
+  nuv_thread_set_num_threads(4);
+  const auto asked = [](Int n) {
+    T best;
+    Int info = 99;
+    const Matrix<T> A{nullptr, n};
+    if constexpr (ComplexScalar<T>) {
+      routine_call::heev('N', 'L', n, A, nullptr, &best, -1, nullptr, info);
+    } else {
+      routine_call::syev('N', 'L', n, A, nullptr, &best, -1, info);
+    }
+    return Int(std::real(best));
+  };
+  const auto of_reduction = [](Int n) {
+    T best;
+    Int info = 99;
+    layer::sytrd('L', n, Matrix<T>{nullptr, n}, nullptr, nullptr, nullptr, &best, -1, info);
+    return Int(std::real(best));
+  };
+  const std::string name = reported_name<T>(ComplexScalar<T> ? "HERDB" : "SYRDB");
+  const Int kd = routine_call::ilaenv(1, {name.data(), 6}, " ", order, 4, -1, -1);
+  EXPECT_EQ(asked(order - 1), of_reduction(order - 1) + lines * (order - 1));
+  EXPECT_EQ(asked(order), (3 * kd + 3 + lines) * order);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "support/real_precisions.hpp"
 #include "symmetric/eigen_checks.hpp"
 #include "symmetric/tridiagonal_problem.hpp"
+#include "symmetric/unrepresentable.hpp"
 
 namespace nuv::test {
 namespace {
@@ -276,6 +277,16 @@ TYPED_TEST(TridiagonalDrivers, TellTheirWorkspace) {
         }
       }
     }
+  }
+}
+
+/// What representations fail on is solved by bisection and inverse iteration, and nothing tells of it.
+TYPED_TEST(TridiagonalDrivers, TurnToInverseIterationWhereRepresentationsFail) {
+  using R = TypeParam;
+  for (const Int n : {3, 8}) {
+    const Tridiagonal<R> matrix = unrepresentable<R>(n);
+    expect_unrepresentable(matrix);
+    Problem<R>(Driver::stevr, 'V', matrix).run().expect_values("unrepresentable", n);
   }
 }
 
