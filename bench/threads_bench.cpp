@@ -18,6 +18,7 @@
 
 #include "blas.hpp"
 #include "layer.hpp"
+#include "routines.hpp"
 #include "support/benchmarks.hpp"
 
 namespace nuv::bench {
@@ -136,6 +137,17 @@ void add_routines(int neighbours, int n) {
       int info = 0;
       layer::sytrd('L', n, {w.data(), n}, d.data(), e.data(), tau.data(), work.data(), static_cast<int>(work.size()),
                    info);
+    };
+  });
+  add_comparison("dsyrdb_N", neighbours, n, [=] {
+    constexpr int kd = 40;
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), d = std::vector<double>(n),
+            e = std::vector<double>(n), tau = std::vector<double>(n),
+            work = std::vector<double>(std::size_t(n) * (3 * kd + 3))]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::syrdb('N', 'L', n, kd, {w.data(), n}, d.data(), e.data(), tau.data(), {w.data(), n}, work.data(),
+                          static_cast<int>(work.size()), info);
     };
   });
 }
