@@ -150,6 +150,16 @@ void add_routines(int neighbours, int n) {
                           static_cast<int>(work.size()), info);
     };
   });
+  add_comparison("dsteqr", neighbours, n, [=] {
+    return [=, d0 = random_numbers<double>(n), e0 = random_numbers<double>(n), d = std::vector<double>(n),
+            e = std::vector<double>(n), work = std::vector<double>(2 * std::size_t(n)),
+            z = std::vector<double>(size)]() mutable {
+      d = d0;
+      e = e0;
+      int info = 0;
+      routine_call::steqr('I', n, d.data(), e.data(), Matrix<double>{z.data(), n}, work.data(), info);
+    };
+  });
 }
 
 }  // namespace

@@ -201,7 +201,7 @@ void find_eigenvalues(const EigenOptions& options) {
                                   file.rows));
     }
     if (request.selection.last > file.rows) {
-      throw UsageError(fmt::format("--index {}: the matrix is of order {}", *options.index, file.rows));
+      throw UsageError(fmt::format("--index {}: the matrix is of order {}", in_quotes(*options.index), file.rows));
     }
     const char precision =
         partner ? precision_for(options.precision, {&file, &*partner}) : precision_for(options.precision, {&file});

@@ -11,7 +11,7 @@ namespace nuv {
 ///
 /// side     'L': A := P A, any other: A := A P
 /// pivot    'V'; any other leaves A alone
-/// direct   'F': rotations in a sweep come in rising order of planes; any other: in falling order
+/// direct   'F': rotations in a sweep come in rising order of planes; 'B': in falling order; any other leaves A alone
 /// cs       the sweeps beside each other: row p, columns 2 q - 1 and 2 q hold cosine and sine of sweep q in the plane
 ///          (p, p + 1); m - 1 rows ('L') or n - 1, of leading dimension ldcs
 /// a        lda >= max(1, m)

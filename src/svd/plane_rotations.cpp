@@ -105,7 +105,7 @@ class FourColumns {
 //     sweep q + 1   p-1  p                        p  p+1
 template <RealScalar T>
 void lasr1(char side, char pivot, char direct, Int m, Int, Int k, const T* cs, Int ldcs, T* a, Int lda) {
-  if (side != 'R' || pivot != 'V') return;
+  if (side != 'R' || pivot != 'V' || (direct != 'F' && direct != 'B')) return;
   const Matrix A{a, lda};
   const Matrix sweeps{cs, ldcs};
   const Int step = direct == 'F' ? 1 : -1;

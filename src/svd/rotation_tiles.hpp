@@ -142,8 +142,9 @@ class TiledLines {
 
   /// With a tile of order K + rest, A1 the K lines behind the first `before` ones and A2 the next `rest`:
   ///
-  ///     [ A1 A2 ] := [ A1 W11 + A2 W21 | . ],    waiting lines := A1 W12 + A2 W22,    W21 upper triangular, rest by
-  ///     rest
+  ///     [ A1 A2 ] := [ A1 W11 + A2 W21 | . ],    waiting lines := A1 W12 + A2 W22
+  ///
+  /// W21 is upper triangular, of order rest.
   void combine(const Tile& tile, Int before, Int rest) const {
     const Range head{1, k_}, tail{k_ + 1, rest}, first{1, rest}, last{rest + 1, k_};
     const Matrix<T> A1 = lines({before + 1, k_}), A2 = lines({before + k_ + 1, rest});

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "environment/hermitian.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
 #include "orthogonal/householder.hpp"
 #include "solvers/band_storage.hpp"
-#include "symmetric/symmetric_updates.hpp"
+#include "symmetric/hermitian_products.hpp"
 
 namespace nuv {
 namespace {

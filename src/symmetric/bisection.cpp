@@ -12,6 +12,7 @@
 #include "environment/service_math.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/sturm_intervals.hpp"
 
 namespace nuv {
@@ -181,14 +182,7 @@ class Search {
   }
 
   void sort() {
-    for (Int j = 0; j < m_ - 1; ++j) {
-      Int least = j;
-      for (Int k = j + 1; k < m_; ++k) {
-        if (w_[k] < w_[least]) least = k;
-      }
-      std::swap(w_[j], w_[least]);
-      std::swap(iblock_[j], iblock_[least]);
-    }
+    sort_by_selection(m_, w_, [&](Int i, Int j) { std::swap(iblock_[i - 1], iblock_[j - 1]); });
   }
 
  private:
@@ -251,7 +245,7 @@ class Search {
     below_wu_ += nab[count];
     if (values <= 0) return;
     run(2, bounds.halvings(bounds.high - bounds.low, pivmin_), intervals);
-    for (Int i = 0; i < intervals; ++i) {
+    for (std::ptrdiff_t i = 0; i < intervals; ++i) {
       const bool converged = i < intervals - unconverged;
       if (!converged) some_unconverged_ = true;
       // Intervals come in no order, but each knows how many values lie below it.

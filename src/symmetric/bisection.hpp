@@ -22,9 +22,9 @@ namespace nuv {
 /// iblock  the block of each value, negative if its interval was not brought down to the tolerance
 /// work, iwork  4 n and 3 n elements
 /// info    0; -k: argument k was bad (reported);
-///         1: some values did not converge, among them all of a block with an element that is not finite, which are
-///         NaN; 2: for 'I', fewer values were found than asked for; 3: both; 4: for 'I', the bounds of all eigenvalues
-///         do not hold them, and nothing was computed
+///         1: some values did not converge, among them all of a block with an element that is not finite, or for 'I'
+///         of such a matrix, which are NaN; 2: for 'I', fewer values were found than asked for; 3: both; 4: for 'I',
+///         the bounds of all eigenvalues do not hold them, and nothing was computed
 template <RealScalar T>
 void stebz(char range, char order, Int n, T vl, T vu, Int il, Int iu, T abstol, const T* d, const T* e, Int& m,
            Int& nsplit, T* w, Int* iblock, Int* isplit, T* work, Int* iwork, Int& info);

@@ -14,10 +14,10 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
-#include "symmetric/driver_steps.hpp"
 #include "symmetric/merge_of_halves.hpp"
 #include "symmetric/real_factors.hpp"
 #include "symmetric/root_free_qr.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/tridiagonal_qr.hpp"
 
 namespace nuv {

@@ -18,6 +18,7 @@
 #include "symmetric/driver_steps.hpp"
 #include "symmetric/inverse_iteration.hpp"
 #include "symmetric/root_free_qr.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/tridiagonal_qr.hpp"
 
 namespace nuv {

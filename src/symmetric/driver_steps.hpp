@@ -1,7 +1,7 @@
 #pragma once
 
 // What the drivers of symmetric and Hermitian eigenproblems share: the range into which a matrix is scaled and out of
-// which its eigenvalues come back, the choice of eigenvalues, and the order of pairs.
+// which its eigenvalues come back, and the choice of eigenvalues.
 
 #include <algorithm>
 #include <cmath>
@@ -109,22 +109,6 @@ struct Selection {
 template <RealScalar R>
 R scaled_tolerance(R abstol, const RangeScaling<R>& scaling) {
   return abstol > 0 ? abstol * scaling.factor() : abstol;
-}
-
-/// Sorts m eigenvalues into ascending order by selection, so that a column of Z, n by m, moves but rarely. Calls
-/// exchange(i, j) for what else belongs to the pairs i and j, from one.
-template <Scalar T, class Exchange>
-void sort_pairs(Int n, Int m, Real<T>* w, Matrix<T> Z, Exchange exchange) {
-  for (Int j = 1; j < m; ++j) {
-    Int least = j;
-    for (Int i = j + 1; i <= m; ++i) {
-      if (w[i - 1] < w[least - 1]) least = i;
-    }
-    if (least == j) continue;
-    std::swap(w[least - 1], w[j - 1]);
-    blas::swap(n, column(Z, 1, least), column(Z, 1, j));
-    exchange(least, j);
-  }
 }
 
 }  // namespace nuv

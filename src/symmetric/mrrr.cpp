@@ -14,10 +14,21 @@
 #include "symmetric/bisection_of_representations.hpp"
 #include "symmetric/relatively_robust.hpp"
 #include "symmetric/representation_tree.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/sturm_counts.hpp"
 
 namespace nuv {
 namespace {
+
+/// What brings the elements of a matrix of that largest one into a range in which their squares can be formed.
+template <RealScalar R>
+R scale_into_range(R largest) {
+  constexpr R least_square = Machine<R>::safe_min / Machine<R>::precision;
+  const R rmin = std::sqrt(least_square);
+  const R rmax = std::min(std::sqrt(1 / least_square), 1 / std::sqrt(std::sqrt(Machine<R>::safe_min)));
+  if (largest > 0 && largest < rmin) return rmin / largest;
+  return largest > rmax ? rmax / largest : R(1);
+}
 
 /// Which eigenvalues are wanted.
 template <RealScalar R>
@@ -47,8 +58,21 @@ struct Selection {
     if (n == 0) return 0;
     if (by_index()) return iu - il + 1;
     if (!by_value()) return n;
-    Int count, up_to_vl, up_to_vu, info;
-    larrc('T', n, vl, vu, d, e, Machine<R>::safe_min, count, up_to_vl, up_to_vu, info);
+    const R factor = scale_into_range(lanst('M', n, d, e));
+    return count_up_to(vu * factor, factor, n, d, e) - count_up_to(vl * factor, factor, n, d, e);
+  }
+
+ private:
+  /// The number of eigenvalues of `factor` times the matrix that are not above x.
+  static Int count_up_to(R x, R factor, Int n, const R* d, const R* e) {
+    Int count = 0;
+    R pivot = 1;
+    for (Int i = 0; i < n; ++i) {
+      const R beside = i > 0 ? factor * e[i - 1] : R(0);
+      pivot = factor * d[i] - beside * beside / pivot - x;
+      if (std::abs(pivot) < Machine<R>::safe_min) pivot = negated(Machine<R>::safe_min);
+      count += pivot <= 0;
+    }
     return count;
   }
 };
@@ -60,6 +84,7 @@ struct Eigenpairs {
   Int& m;
   Real<T>* w;
   bool with_vectors;
+  Int columns;  ///< that Z has
   Matrix<T> Z;
   Int* isuppz;
 
@@ -70,13 +95,7 @@ struct Eigenpairs {
       Int info;
       return lasrt('I', m, w, info);
     }
-    for (Int k = 1; k < m; ++k) {
-      const Int least = static_cast<Int>(std::min_element(w + k - 1, w + m) - w) + 1;
-      if (!(w[least - 1] < w[k - 1])) continue;
-      std::swap(w[least - 1], w[k - 1]);
-      blas::swap(n, column(Z, 1, least), column(Z, 1, k));
-      std::swap_ranges(support(k), support(k) + 2, support(least));
-    }
+    sort_pairs(n, m, w, Z, [&](Int i, Int j) { std::swap_ranges(support(i), support(i) + 2, support(j)); });
   }
 };
 
@@ -117,16 +136,6 @@ void solve_order_two(const Selection<Real<T>>& wanted, const Real<T>* d, Real<T>
   }
 }
 
-/// What brings the elements of a matrix of that largest one into a range in which their squares can be formed.
-template <RealScalar R>
-R scale_into_range(R largest) {
-  constexpr R least_square = Machine<R>::safe_min / Machine<R>::precision;
-  const R rmin = std::sqrt(least_square);
-  const R rmax = std::min(std::sqrt(1 / least_square), 1 / std::sqrt(std::sqrt(Machine<R>::safe_min)));
-  if (largest > 0 && largest < rmin) return rmin / largest;
-  return largest > rmax ? rmax / largest : R(1);
-}
-
 template <RealScalar R>
 void scale(Int n, R by, R* x) {
   if (by != 1) blas::scal(n, by, {x, 1});
@@ -160,6 +169,8 @@ void refine_by_blocks(Int m, R* w, R pivmin, R norm, const MrrrWork<R>& work) {
     for (next = first; next < m && work.iblock[next] == block;) ++next;
     const Int begin = block == 1 ? 0 : work.isplit[block - 2], index = work.indexw[first];
     Int info;
+    // Adding the shift to a value has cost digits.
+    for (Int k = first; k < next; ++k) work.werr[k] += Machine<R>::precision * norm;
     larrj(work.isplit[block - 1] - begin, work.d + begin, work.e2 + begin, index, index + next - first - 1,
           4 * Machine<R>::precision, index - 1, w + first, work.werr + first, work.rest, work.integers, pivmin, norm,
           info);
@@ -202,6 +213,7 @@ Int solve_by_trees(const Selection<Real<T>>& given, Real<T>* d, Real<T>* e, cons
         work.gers, pivmin, work.rest, work.integers, info);
   if (info != 0) return 10 + std::abs(info);
   const Int m = pairs.m;
+  if (pairs.with_vectors && m > pairs.columns) return -14;
   if (pairs.with_vectors) {
     constexpr R least_relative_gap = R(1e-3);
     larrv(n, wanted.vl, wanted.vu, d, e, pivmin, work.isplit, m, 1, m, least_relative_gap, rtol1, rtol2, w, work.werr,
@@ -254,11 +266,12 @@ void stemr(char jobz, char range, Int n, Real<T>* d, Real<T>* e, Real<T> vl, Rea
   if (asks_for_work || asks_for_columns) return;
 
   m = 0;
-  const Eigenpairs<T> pairs{n, m, w, with_vectors, {z, ldz}, isuppz};
+  const Eigenpairs<T> pairs{n, m, w, with_vectors, nzc, {z, ldz}, isuppz};
   if (n == 0) return;
   if (n == 1) return solve_order_one(wanted, d[0], pairs);
   if (n == 2) return solve_order_two(wanted, d, e[0], pairs);
   info = solve_by_trees(wanted, d, e, pairs, tryrac, {n, work, iwork});
+  if (info < 0) return report_bad_argument<T>("STEMR", info);
   work[0] = as_work_size<R>(least_work);
   iwork[0] = static_cast<Int>(least_iwork);
 }

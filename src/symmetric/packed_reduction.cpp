@@ -9,6 +9,7 @@
 #include "frame/option_matching.hpp"
 #include "frame/pool.hpp"
 #include "orthogonal/householder.hpp"
+#include "symmetric/hermitian_products.hpp"
 #include "symmetric/tridiagonal_panel.hpp"
 
 namespace nuv {
@@ -33,26 +34,6 @@ void multiply(char uplo, Int n, T alpha, const T* ap, Vector<const T> x, Vector<
   }
 }
 
-/// A := A - x y^H - y x^H
-template <Scalar T>
-void subtract_rank_two(char uplo, Int n, Vector<const T> x, Vector<const T> y, T* ap) {
-  if constexpr (ComplexScalar<T>) {
-    blas::hpr2(uplo, n, T(-1), x, y, ap);
-  } else {
-    blas::spr2(uplo, n, T(-1), x, y, ap);
-  }
-}
-
-/// C := C - V W^H - W V^H for a triangle of order n in full storage, and V and W of k columns.
-template <Scalar T>
-void subtract_products(char uplo, Int n, Int k, Matrix<const T> V, Matrix<const T> W, Matrix<T> C) {
-  if constexpr (ComplexScalar<T>) {
-    blas::her2k(uplo, 'N', n, k, T(-1), V, W, Real<T>(1), C);
-  } else {
-    blas::syr2k(uplo, 'N', n, k, T(-1), V, W, T(1), C);
-  }
-}
-
 /// One step of the unblocked reduction: the reflector that leaves of a column's n elements `unit` alone, to which `x`
 /// are the others and v all, and its application to the triangle from `rest` on.
 ///
@@ -67,7 +48,7 @@ void reduce_column(char uplo, Int n, T& unit, T* x, T* v, T* rest, Real<T>& e, T
     const Vector<T> V{v, 1}, W{w, 1};
     multiply<T>(uplo, n, factor, rest, V, W);
     blas::axpy(n, Real<T>(-0.5) * factor * inner_product<T>(true, n, W, V), V, W);
-    subtract_rank_two<T>(uplo, n, V, W, rest);
+    add_products_with_adjoints<T>(uplo, n, Real<T>(-1), V, W, rest);
     unit = e;
   }
   tau = factor;
@@ -119,7 +100,7 @@ struct PanelUpdate {
     const Matrix<T> V_other = block(V, other - first + 1, 1), W_other = block(W, other - first + 1, 1);
     const Matrix<T> B_other = block(B, other - top + 1, 1);
     ppunpack(uplo, A.ap, A.n, top, j, rows, jb, B.data, B.ld);
-    subtract_products<T>(uplo, jb, nb, V1, W1, block(B, j - top + 1, 1));
+    add_products_with_adjoints<T>(uplo, 'N', jb, nb, Real<T>(-1), V1, W1, block(B, j - top + 1, 1));
     blas::gemm('N', 'C', others, jb, nb, T(-1), V_other, W1, T(1), B_other);
     blas::gemm('N', 'C', others, jb, nb, T(-1), W_other, V1, T(1), B_other);
     pppack(uplo, A.ap, A.n, top, j, rows, jb, B.data, B.ld);

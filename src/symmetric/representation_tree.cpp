@@ -97,15 +97,36 @@ struct RepresentationTree {
  private:
   static constexpr R eps = Machine<R>::precision;
 
-  /// Each eigenvalue that stands apart gets its vector, each cluster in the cluster its representation.
+  /// The last of the eigenvalues from `first` on whose relative gaps are smaller than `gap`.
+  Int end_of_group(Int first, Int last, R gap) const {
+    Int end = first;
+    while (end < last && wgap[end] < gap * std::abs(shifted[end])) ++end;
+    return end;
+  }
+
+  /// Each eigenvalue that stands apart gets its vector, each cluster in the cluster its representation. A vector is the
+  /// more accurate the larger the relative gap is: eigenvalues that hardly stand apart count as a cluster too, as long
+  /// as a good representation can be had for it.
   Int visit(const Cluster& cluster, ClusterStack& waiting) {
+    const R comfortable = 3 * settings.minrgp;
     Int info = 0;
     for (Int first = cluster.first, last; first <= cluster.last && info == 0; first = last + 1) {
-      last = first;
-      while (last < cluster.last && wgap[last] < settings.minrgp * std::abs(shifted[last])) ++last;
+      last = end_of_group(first, cluster.last, comfortable);
       const Cluster group = {first, last, cluster.depth + 1};
       if (!group.meets(vectors)) continue;
-      info = first == last ? find_vector(first) : represent(group, waiting);
+      const bool is_represented = first < last && represent(group, Growth::none, waiting) == 0;
+      info = is_represented ? 0 : visit_closest(group, waiting);
+    }
+    return info;
+  }
+
+  Int visit_closest(const Cluster& group, ClusterStack& waiting) {
+    Int info = 0;
+    for (Int first = group.first, last; first <= group.last && info == 0; first = last + 1) {
+      last = end_of_group(first, group.last, settings.minrgp);
+      const Cluster closest = {first, last, group.depth};
+      if (!closest.meets(vectors)) continue;
+      info = first == last ? find_vector(first) : represent(closest, Growth::tolerable, waiting);
     }
     return info;
   }
@@ -116,8 +137,11 @@ struct RepresentationTree {
 
   // ------------------------------------------------------------------------------------------------------- clusters
 
+  /// What is allowed of the elements of a child.
+  enum class Growth { none, tolerable };
+
   /// Finds a child for a cluster, with a shift as close to it as can be.
-  Int represent(const Cluster& cluster, ClusterStack& waiting) {
+  Int represent(const Cluster& cluster, Growth growth, ClusterStack& waiting) {
     constexpr Int deepest = 100;  // a level resolves three digits, or half of the cluster
     constexpr R finest = IsolatedVector<T>::finest;
     if (cluster.depth > deepest) return -2;
@@ -129,7 +153,7 @@ struct RepresentationTree {
     Int info;
     larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, shifted, wgap, werr, node.diameter,
           gap_below, wgap[cluster.last], node.pivmin, sigma, child_d, child_l, node.scratch, info);
-    if (info != 0) return -2;
+    if (info != 0 || (growth == Growth::none && child_has_large_elements())) return -2;
     store(cluster, node.shift + sigma);
     for (Int k = cluster.first; k <= cluster.last; ++k) {
       const R rounding = 3 * eps * std::abs(shifted[k]);
@@ -138,6 +162,10 @@ struct RepresentationTree {
     }
     waiting.push(cluster);
     return 0;
+  }
+
+  bool child_has_large_elements() const {
+    return std::any_of(child_d, child_d + node.n, [&](R pivot) { return std::abs(pivot) > 8 * node.diameter; });
   }
 
   /// The first of the columns that keep a representation. They belong to the cluster, and lie beside those of the

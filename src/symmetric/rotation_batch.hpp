@@ -19,10 +19,12 @@ namespace nuv {
 /// Sweeps of rotations of neighbouring columns of the n by n matrix Z, n >= 2, collected in a table and applied when a
 /// batch of them is complete, or at once where there is no table.
 ///
-///               planes
-///     1 1 1 c c c 1      A batch has as many rows as the planes that any of its sweeps turns (here 2 to 6 of 7 planes,
-///     the
-///     ...                table's transpose); where a sweep turns fewer, the rest of its column are identities.
+/// A batch covers all planes that any of its sweeps turns; where a sweep turns fewer, it is made up by identities. Here
+/// it covers planes 2 to 6 of 7, a sweep in each line:
+///
+///     sweep 1   . c c c c c .
+///           2   . 1 c c c c .
+///           3   . 1 c c 1 1 .
 template <Scalar T>
 class RotationBatch {
   using R = Real<T>;

@@ -8,9 +8,9 @@
 #include "environment/two_by_two.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "symmetric/driver_steps.hpp"
 #include "symmetric/implicit_sweep.hpp"
 #include "symmetric/rotation_batch.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/unreduced_blocks.hpp"
 
 namespace nuv {

@@ -8,6 +8,7 @@
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
 #include "orthogonal/householder.hpp"
+#include "symmetric/hermitian_products.hpp"
 #include "symmetric/tridiagonal_panel.hpp"
 
 namespace nuv {
@@ -30,16 +31,6 @@ void subtract_products(char uplo, Int n, Vector<const T> x, Vector<const T> y, M
     blas::her2_nb(uplo, n, n, T(-1), x, y, A);
   } else {
     blas::syr2_nb(uplo, n, n, T(-1), x, y, A);
-  }
-}
-
-/// A := A - V W^H - W V^H with k columns in V and W.
-template <Scalar T>
-void subtract_products(char uplo, Int n, Int k, Matrix<const T> V, Matrix<const T> W, Matrix<T> A) {
-  if constexpr (ComplexScalar<T>) {
-    blas::her2k(uplo, 'N', n, k, T(-1), V, W, Real<T>(1), A);
-  } else {
-    blas::syr2k(uplo, 'N', n, k, T(-1), V, W, T(1), A);
   }
 }
 
@@ -96,7 +87,7 @@ void reduce_upper(char uplo, Int n, Int nb, Int nx, Matrix<T> A, Real<T>* d, Rea
   const Int left = n - (n - nx + nb - 1) / nb * nb;
   for (Int i = n - nb + 1; i > left; i -= nb) {
     layer::latrd(uplo, i + nb - 1, nb, A, e, tau, W);
-    subtract_products<T>(uplo, i - 1, nb, block(A, 1, i), W, A);
+    add_products_with_adjoints<T>(uplo, 'N', i - 1, nb, Real<T>(-1), block(A, 1, i), W, A);
     take_tridiagonal(i, nb, -1, A, d, e + (i - 2));
   }
   Int ignored = 0;
@@ -109,7 +100,8 @@ void reduce_lower(char uplo, Int n, Int nb, Int nx, Matrix<T> A, Real<T>* d, Rea
   for (; i <= n - nx; i += nb) {
     const Int next = i + nb;
     layer::latrd(uplo, n - i + 1, nb, block(A, i, i), e + (i - 1), tau + (i - 1), W);
-    subtract_products<T>(uplo, n - next + 1, nb, block(A, next, i), block(W, nb + 1, 1), block(A, next, next));
+    add_products_with_adjoints<T>(uplo, 'N', n - next + 1, nb, Real<T>(-1), block(A, next, i), block(W, nb + 1, 1),
+                                  block(A, next, next));
     take_tridiagonal(i, nb, 1, A, d, e + (i - 1));
   }
   Int ignored = 0;

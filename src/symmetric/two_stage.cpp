@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
+#include "environment/hermitian.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "orthogonal/form_q.hpp"
 #include "orthogonal/householder.hpp"
 #include "symmetric/band_to_tridiagonal.hpp"
-#include "symmetric/symmetric_updates.hpp"
+#include "symmetric/hermitian_products.hpp"
 
 namespace nuv {
 namespace {
@@ -147,7 +148,7 @@ struct TwoStages {
       hermitian_product<T>(uplo(), m, kb, C, Y, X);
       blas::gemm(adjoint<T>, 'N', kb, kb, m, T(1), Y, X, T(0), W);
       blas::gemm('N', 'N', m, kb, kb, T(Real<T>(-0.5)), V, W, T(1), X);
-      subtract_rank_2k<T>(uplo(), m, kb, V, X, C);
+      add_products_with_adjoints<T>(uplo(), 'N', m, kb, Real<T>(-1), V, X, C);
       if (Z != nullptr) {
         const Matrix<T> reached = block(*Z, 1, first);
         blas::gemm('N', 'N', n, kb, m, T(1), reached, Y, T(0), W);

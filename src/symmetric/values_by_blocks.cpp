@@ -5,6 +5,7 @@
 #include "environment/machine_constants.hpp"
 #include "frame/option_matching.hpp"
 #include "symmetric/bisection_of_representations.hpp"
+#include "symmetric/sorted_pairs.hpp"
 #include "symmetric/sturm_sweeps.hpp"
 #include "symmetric/value_search.hpp"
 
@@ -50,14 +51,11 @@ struct FoundValues {
   }
 
   void sort() const {
-    for (Int k = 0; k < m - 1; ++k) {
-      const auto least = std::min_element(w + k, w + m) - w;
-      if (least == k) continue;
-      std::swap(w[k], w[least]);
-      std::swap(werr[k], werr[least]);
-      std::swap(iblock[k], iblock[least]);
-      std::swap(indexw[k], indexw[least]);
-    }
+    sort_by_selection(m, w, [&](Int i, Int j) {
+      std::swap(werr[i - 1], werr[j - 1]);
+      std::swap(iblock[i - 1], iblock[j - 1]);
+      std::swap(indexw[i - 1], indexw[j - 1]);
+    });
   }
 };
 

@@ -129,12 +129,67 @@ struct Problem {
   }
 };
 
-/// A driver for packed or band matrices, run(problem).
+/// A driver, run(problem).
 template <class Run>
 void add_driver(DriverList& drivers, const std::string& name, bool has_types, Run run) {
   drivers.add(name, order_of_panels, [=]<Scalar T>(CallIn<T> c, Int n) {
     Problem<T> problem(c, n, has_types);
     run(problem);
+  });
+}
+
+/// Copies of full matrices.
+template <Scalar T>
+struct FullPair {
+  std::vector<T> a, b;
+  Matrix<T> A, B;
+
+  explicit FullPair(const Problem<T>& p) : a(copy(p.n, p.A)), b(copy(p.n, p.B)), A(a.data(), p.n), B(b.data(), p.n) {}
+
+  static std::vector<T> copy(Int n, Matrix<T> A) {
+    std::vector<T> result;
+    for (Int j = 1; j <= n; ++j) result.insert(result.end(), A.at(1, j), A.at(1, j) + n);
+    return result;
+  }
+};
+
+void add_full_drivers(DriverList& drivers) {
+  add_driver(drivers, "sygv", true, []<Scalar T>(Problem<T>& p) {
+    const FullPair<T> pair(p);
+    Room<T>& room = p.room;
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegv(p.itype, p.jobz, p.uplo, p.n, pair.A, pair.B, p.w, room.work.data(), room.lwork(),
+                         room.rwork.data(), p.c.info());
+    } else {
+      routine_call::sygv(p.itype, p.jobz, p.uplo, p.n, pair.A, pair.B, p.w, room.work.data(), room.lwork(), p.c.info());
+    }
+  });
+  add_driver(drivers, "sygvd", true, []<Scalar T>(Problem<T>& p) {
+    const FullPair<T> pair(p);
+    Room<T>& room = p.room;
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegvd(p.itype, p.jobz, p.uplo, p.n, pair.A, pair.B, p.w, room.work.data(), room.lwork(),
+                          room.rwork.data(), room.lwork(), room.iwork.data(), room.liwork(), p.c.info());
+    } else {
+      routine_call::sygvd(p.itype, p.jobz, p.uplo, p.n, pair.A, pair.B, p.w, room.work.data(), room.lwork(),
+                          room.iwork.data(), room.liwork(), p.c.info());
+    }
+  });
+  add_driver(drivers, "sygvx", true, []<Scalar T>(Problem<T>& p) {
+    using R = Real<T>;
+    const char range = p.c.one_of({'A', 'I'});
+    const FullPair<T> pair(p);
+    Room<T>& room = p.room;
+    Int m = 0;
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegvx(p.itype, p.jobz, range, p.uplo, p.n, pair.A, pair.B, R(0), R(1), 2, p.n, R(0), m, p.w, p.Z(),
+                          room.work.data(), room.lwork(), room.rwork.data(), room.iwork.data(), room.ifail.data(),
+                          p.c.info());
+    } else {
+      routine_call::sygvx(p.itype, p.jobz, range, p.uplo, p.n, pair.A, pair.B, R(0), R(1), 2, p.n, R(0), m, p.w, p.Z(),
+                          room.work.data(), room.lwork(), room.iwork.data(), room.ifail.data(), p.c.info());
+    }
+    p.take(m);
   });
 }
 
@@ -234,6 +289,7 @@ void add_band_drivers(DriverList& drivers) {
 void add_generalised_eigen(DriverList& drivers) {
   add_bisection(drivers);
   add_reductions(drivers);
+  add_full_drivers(drivers);
   add_packed_drivers(drivers);
   add_band_drivers(drivers);
 }

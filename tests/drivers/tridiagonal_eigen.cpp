@@ -1,5 +1,7 @@
 // Eigenproblems of symmetric tridiagonal matrices in the list.
 
+#include <algorithm>
+
 #include "drivers/drivers.hpp"
 #include "routines.hpp"
 
@@ -20,6 +22,13 @@ struct TridiagonalInput {
   }
 };
 
+/// What a compz makes of Z: 'V' an array in and out, 'I' one out, 'N' none.
+template <Scalar T>
+Matrix<T> vectors(CallIn<T>& c, char compz, Int n) {
+  if (compz == 'N') return {nullptr, 1};
+  return compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n);
+}
+
 /// ?stedc with workspace enough for all its jobs.
 template <Scalar T>
 void divide_and_conquer(char compz, Int n, TridiagonalInput<T>& A, Matrix<T> Z, Int& info) {
@@ -35,6 +44,45 @@ void divide_and_conquer(char compz, Int n, TridiagonalInput<T>& A, Matrix<T> Z, 
   }
 }
 
+/// What the drivers have beside the matrix. Eigenvectors are no results: their signs hang on roundings.
+template <RealScalar R>
+struct DriverRoom {
+  std::vector<R> z, work;
+  std::vector<Int> iwork, ifail, isuppz;
+
+  explicit DriverRoom(Int n)
+      : z(std::size_t(n * n)),
+        work(std::size_t(n * n + 20 * n)),
+        iwork(std::size_t(10 * n)),
+        ifail(std::size_t(n)),
+        isuppz(std::size_t(2 * n)) {}
+
+  Int lwork() const { return Int(work.size()); }
+  Int liwork() const { return Int(iwork.size()); }
+  Matrix<R> Z(Int n) { return {z.data(), n}; }
+};
+
+/// Adds run(c, n, jobz, A, room).
+template <class Run>
+void add_driver(DriverList& drivers, const std::string& name, Run run) {
+  drivers.add_real(name, 40, [run](auto c, Int n) {
+    TridiagonalInput A(c, n);
+    DriverRoom<std::remove_pointer_t<decltype(A.d)>> room(n);
+    run(c, n, c.one_of({'N', 'V'}), A, room);
+  });
+}
+
+/// The same for a routine that selects: run(c, n, jobz, range, A, m, w, room), where 'I' stands for all but two.
+template <class Run>
+void add_selecting_driver(DriverList& drivers, const std::string& name, Run run) {
+  add_driver(drivers, name, [run](auto& c, Int n, char jobz, auto& A, auto& room) {
+    std::remove_pointer_t<decltype(A.d)>* const w = c.real_result("w", n);
+    Int m = 0;
+    run(c, n, jobz, c.one_of({'A', 'I'}), A, m, w, room);
+    std::fill(w + m, w + n, 0);
+  });
+}
+
 }  // namespace
 
 void add_tridiagonal_eigen(DriverList& drivers) {
@@ -46,14 +94,30 @@ void add_tridiagonal_eigen(DriverList& drivers) {
     TridiagonalInput A(c, n);
     const char compz = c.one_of({'N', 'V', 'I'});
     std::vector<std::remove_pointer_t<decltype(A.d)>> work(std::size_t(2 * n));
-    const auto Z = compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n);
-    routine_call::steqr(compz, n, A.d, A.e.data(), Z, work.data(), c.info());
+    routine_call::steqr(compz, n, A.d, A.e.data(), vectors(c, compz, n), work.data(), c.info());
   });
   drivers.add("stedc", 60, [](auto c, Int n) {
     TridiagonalInput A(c, n);
     const char compz = c.one_of({'N', 'V', 'I'});
-    divide_and_conquer(compz, n, A, compz == 'V' ? c.matrix("Z", n, n) : c.result("Z", n, n), c.info());
+    divide_and_conquer(compz, n, A, vectors(c, compz, n), c.info());
   });
+  add_driver(drivers, "stev", [](auto& c, Int n, char jobz, auto& A, auto& room) {
+    routine_call::stev(jobz, n, A.d, A.e.data(), room.Z(n), room.work.data(), c.info());
+  });
+  add_driver(drivers, "stevd", [](auto& c, Int n, char jobz, auto& A, auto& room) {
+    routine_call::stevd(jobz, n, A.d, A.e.data(), room.Z(n), room.work.data(), room.lwork(), room.iwork.data(),
+                        room.liwork(), c.info());
+  });
+  add_selecting_driver(drivers, "stevx",
+                       [](auto& c, Int n, char jobz, char range, auto& A, Int& m, auto* w, auto& room) {
+                         routine_call::stevx(jobz, range, n, A.d, A.e.data(), 0, 0, 2, n - 1, 0, m, w, room.Z(n),
+                                             room.work.data(), room.iwork.data(), room.ifail.data(), c.info());
+                       });
+  add_selecting_driver(
+      drivers, "stevr", [](auto& c, Int n, char jobz, char range, auto& A, Int& m, auto* w, auto& room) {
+        routine_call::stevr(jobz, range, n, A.d, A.e.data(), 0, 0, 2, n - 1, 0, m, w, room.Z(n), room.isuppz.data(),
+                            room.work.data(), room.lwork(), room.iwork.data(), room.liwork(), c.info());
+      });
 }
 
 }  // namespace nuv::test

@@ -176,27 +176,13 @@ using nuv::test::record;
     record("lasr3", {side, pivot, direct}, {*m, *n, *k});                                                              \
     NEXT(nuv_lapack_##p##lasr3)(side, pivot, direct, m, n, k, cs, ldcs, a, lda, work, lwork, info, l1, l2, l3);        \
   }                                                                                                                    \
-<<<<<<< HEAD
-  void nuv_blas_##p##symm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
-                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
-                          int l2) {                                                                                    \
-    record("symm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
-    NEXT(nuv_blas_##p##symm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
-=======
   void nuv_lapack_##p##laed0(const int* icompq, const int* qsiz, const int* n, T* d, T* e, T* q, const int* ldq,       \
                              T* qstore, const int* ldqs, T* work, int* iwork, int* info) {                             \
     record("laed0", {}, {*icompq, *qsiz, *n});                                                                         \
     NEXT(nuv_lapack_##p##laed0)(icompq, qsiz, n, d, e, q, ldq, qstore, ldqs, work, iwork, info);                       \
->>>>>>> main
   }
 
 #define RECORDING_HERMITIAN(p, T, R)                                                                                   \
-  void nuv_blas_##p##hemm(const char* side, const char* uplo, const int* m, const int* n, const T* alpha, const T* a,  \
-                          const int* lda, const T* b, const int* ldb, const T* beta, T* c, const int* ldc, int l1,     \
-                          int l2) {                                                                                    \
-    record("hemm", {side, uplo}, {*m, *n}, *alpha, *beta);                                                             \
-    NEXT(nuv_blas_##p##hemm)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);                           \
-  }                                                                                                                    \
   void nuv_lapack_##p##pttrs(const char* uplo, const int* n, const int* nrhs, const R* d, const T* e, T* b,            \
                              const int* ldb, int* info, int length) {                                                  \
     record("pttrs", {uplo}, {*n, *nrhs});                                                                              \

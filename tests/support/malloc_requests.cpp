@@ -3,13 +3,13 @@
 #include <dlfcn.h>
 
 #include <atomic>
-#include <cstddef>
 
 namespace nuv::test {
 namespace {
 
 std::atomic<bool> is_counting, refuses;
 std::atomic<int> requests, blocks;
+std::atomic<std::size_t> bytes_asked_for;
 
 /// The function of that name which this program's own one hides.
 template <class Function>
@@ -21,6 +21,7 @@ Function* hidden(const char* name) {
 
 MallocRequests::MallocRequests(Answer answer) {
   requests = blocks = 0;
+  bytes_asked_for = 0;
   refuses = answer == Answer::refused;
   is_counting = true;
 }
@@ -31,6 +32,10 @@ MallocRequests::~MallocRequests() {
 
 int MallocRequests::count() const {
   return requests;
+}
+
+std::size_t MallocRequests::bytes() const {
+  return bytes_asked_for;
 }
 
 int MallocRequests::kept() const {
@@ -45,6 +50,7 @@ extern "C" void* malloc(std::size_t size) {
   static const auto next = hidden<void*(std::size_t)>("malloc");
   if (is_counting) {
     ++requests;
+    bytes_asked_for += size;
     if (refuses) return nullptr;
     ++blocks;
   }

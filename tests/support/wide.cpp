@@ -5,21 +5,10 @@
 #include <random>
 
 #include "frame/option_matching.hpp"
+#include "support/norms.hpp"
 
 namespace nuv::test {
 namespace {
-
-/// The one-norm; zero for an empty matrix. A NaN stays one.
-template <class Matrix>
-auto norm(const Matrix& A) {
-  using Norm = typename Matrix::RealScalar;
-  return A.size() == 0 ? Norm(0) : A.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>();
-}
-
-/// numerator / denominator, where nothing over nothing is nothing.
-double ratio(long double numerator, long double denominator) {
-  return numerator == 0 ? 0 : double(numerator / denominator);
-}
 
 /// |x|. The wide type's range makes up for squaring; hypot would be the larger part of many tests' time.
 template <class Number>

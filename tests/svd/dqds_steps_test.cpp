@@ -334,11 +334,14 @@ TYPED_TEST(DqdsSteps, ChoosesShiftsCaseByCase) {
     Z.e(4, 1 - pp) = Z.q(5, 1 - pp) * R(1.125);
     Z.z.seal();
     expect_choice(Z, pp, 0, {R(dn), R(dn), R(dn), 3, 4, R(dn)}, -5, dn / 4);
-    // One that is long says hardly more.
+    // One that is long says hardly more: 1.05 times its squared length is 0.57, after that 0.55.
     Z = for_shifts<R>(pp);
-    Z.e(5, pp) = Z.q(5, pp) * R(0.56);
+    Z.e(5, pp) = Z.q(5, pp) * R(0.52);
     Z.z.seal();
     expect_choice(Z, pp, 0, {R(dn), 2, 2, R(dn), 3, 4}, -4, dn / 4);
+    Z.e(5, pp) = Z.q(5, pp) * R(0.5);
+    Z.z.seal();
+    expect_choice(Z, pp, 0, {R(dn), 2, 2, R(dn), 3, 4}, -4, by_vector(dn, length_above(Z, pp, 6, 0.563)));
   }
 }
 
@@ -510,20 +513,47 @@ TYPED_TEST(DqdsSteps, KeepsWhatTheSumOfShiftsLoses) {
   EXPECT_EQ((long double)(large.sigma) + large.desig, (long double)(large.tau) + epsilon<R> / 8);
 }
 
-TYPED_TEST(DqdsSteps, FailuresLessenTheShift) {
-  using R = TypeParam;
-  const auto given = QdPair<R>::random(this->random, 8);
+/// A step from the shift 1, on a block with one small element.
+template <RealScalar R>
+State<R> step_with_small(Int row, R small) {
+  QdPair<R> given(8);
+  for (Int k = 1; k <= 32; ++k) given.z(k) = 0;
+  for (Int i = 1; i <= 8; ++i) {
+    given.q(i, 0) = i == row ? small : R(8);
+    given.e(i, 0) = R(0.015625);
+  }
   State<R> s(given);
-  s.dmin = -2;  // far more than the least value
+  s.dmin = -1;
   step(s, Entry::all_in_arguments);
-  EXPECT_GE(s.nfail, 1);
-  EXPECT_LE(s.nfail, 3);
-  EXPECT_EQ(s.iter, s.nfail + 1);
-  EXPECT_LT(s.tau, 2);
   EXPECT_GE(s.dmin, 0);
+  EXPECT_EQ(s.iter, s.nfail + 1);
   EXPECT_EQ(s.sigma, s.tau);
-  // An early failure takes a quarter.
-  EXPECT_TRUE(s.tau == R(0.5) || s.tau == R(0.125) || s.tau == 0 || s.ttype == -12);
+  return s;
+}
+
+TYPED_TEST(DqdsSteps, AnEarlyFailureLeavesAQuarterOfTheShift) {
+  using R = TypeParam;
+  const State<R> once = step_with_small(6, R(0.5));
+  EXPECT_EQ(once.nfail, 1);
+  EXPECT_EQ(once.tau, R(0.25));
+  EXPECT_EQ(once.ttype, -1 - 12);
+  const State<R> twice = step_with_small(6, R(0.125));
+  EXPECT_EQ(twice.nfail, 2);
+  EXPECT_EQ(twice.tau, R(0.0625));
+  EXPECT_EQ(twice.ttype, -1 - 2 * 12);
+  const State<R> played_safe = step_with_small(6, R(0.03125));
+  EXPECT_EQ(played_safe.nfail, 3);
+  EXPECT_EQ(played_safe.tau, 0);
+  EXPECT_EQ(played_safe.ttype, -1 - 2 * 12);
+}
+
+TYPED_TEST(DqdsSteps, ALateFailureTellsTheShift) {
+  using R = TypeParam;
+  const State<R> s = step_with_small(8, R(0.5));
+  EXPECT_EQ(s.nfail, 1);
+  EXPECT_EQ(s.ttype, -1 - 11);
+  const double row_above = 8 - 1 - 8 * 0.015625 / 7, last = 0.5 * row_above / (row_above + 0.015625) - 1;
+  EXPECT_NEAR(s.tau, 1 + last, 1e-4);
 }
 
 TYPED_TEST(DqdsSteps, ANaNEndsInATransformWithoutShift) {

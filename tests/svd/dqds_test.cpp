@@ -215,7 +215,7 @@ TYPED_TEST(Dqds, TellsStatistics) {
     EXPECT_EQ(transforms, std::floor(transforms));
     EXPECT_GE(transforms, 3);
     EXPECT_LE(transforms, 8 * n + 2);
-    EXPECT_GT(outcome.z(2 * n + 4), 0);
+    EXPECT_GE(outcome.z(2 * n + 4), (2 * (n - 1) + 4 * (transforms - 2)) / (R(n) * n) * (1 - 2 * epsilon<R>));
     EXPECT_LE(outcome.z(2 * n + 4), double(transforms) * (n + 1) / (double(n) * n) * (1 + 2 * epsilon<R>));
     EXPECT_GE(outcome.z(2 * n + 5), 0);
     EXPECT_LT(outcome.z(2 * n + 5), 50);

@@ -120,9 +120,9 @@ TYPED_TEST(Parallelogram, IsLeftAloneByOtherLetters) {
   using T = TypeParam;
   const RotationSweeps<T> sweeps(this->random, 3, 2, 3);
   GuardedMatrix<T> A = random_matrix<T>(this->random, 3, 4, 3);
-  for (const auto& [side, pivot] : {std::pair{'L', 'V'}, {'r', 'V'}, {'X', 'V'}, {'R', 'v'}, {'R', 'T'}}) {
-    routine_call::lasr1(side, pivot, 'F', 3, 0, 2, sweeps.table(), A);
-    EXPECT_TRUE(A.unchanged()) << side << pivot;
+  for (const char* letters : {"LVF", "rVF", "XVF", "RvF", "RTF", "RVf", "RVb", "RVX"}) {
+    routine_call::lasr1(letters[0], letters[1], letters[2], 3, 0, 2, sweeps.table(), A);
+    EXPECT_TRUE(A.unchanged()) << letters;
   }
 }
 

@@ -278,6 +278,32 @@ TYPED_TEST(Refinement, RefinesValuesOfTridiagonalMatrices) {
   }
 }
 
+/// All searches begin in the middle of the spectrum, which is an eigenvalue and makes every other pivot zero.
+TYPED_TEST(Refinement, ZeroPivotsCountTheSameSideBySide) {
+  using R = TypeParam;
+  constexpr Int n = 9;
+  const Matrix<R> T(one_two_one<R>(n));
+  const auto begin = [](Approximations<R>& values) {
+    for (Int i = 1; i <= values.ilast; ++i) {
+      values.w(i) = values.werr(i) = 2;
+      values.wgap(i) = 0;
+    }
+    values.w.seal();
+    values.werr.seal();
+    values.wgap.seal();
+  };
+  Approximations<R> together(1, n, 0);
+  begin(together);
+  larrj(T, together, 4 * epsilon<R>);
+  for (Int i = 1; i <= n; ++i) {
+    Approximations<R> alone(i, i, 0);
+    begin(alone);
+    larrj(T, alone, 4 * epsilon<R>);
+    EXPECT_EQ(alone.w(i), together.w(i));
+    EXPECT_EQ(alone.werr(i), together.werr(i));
+  }
+}
+
 TYPED_TEST(Refinement, LeavesNarrowIntervalsAlone) {
   using R = TypeParam;
   const Matrix<R> T(one_two_one<R>(10));

@@ -5,20 +5,10 @@
 #include <limits>
 #include <random>
 
+#include "support/norms.hpp"
+
 namespace nuv::test {
 namespace {
-
-/// The one-norm; zero for an empty matrix. A NaN stays one.
-template <class Matrix>
-auto norm(const Matrix& A) {
-  using Norm = typename Matrix::RealScalar;
-  return A.size() == 0 ? Norm(0) : A.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>();
-}
-
-/// numerator / denominator, where nothing over nothing is nothing.
-double ratio(long double numerator, long double denominator) {
-  return numerator == 0 ? 0 : double(numerator / denominator);
-}
 
 template <Scalar T>
 WideMatrix<T> signs(Eigen::Index n) {

@@ -320,8 +320,10 @@ TYPED_TEST(GeneralisedDrivers, TellTheWorkspacesOfDivideAndConquer) {
 TYPED_TEST(GeneralisedDrivers, TellTheWorkspacesOfTheirReduction) {
   using T = TypeParam;
   if constexpr (Form<T>::takes_length) {
-    constexpr Int lines = ComplexScalar<T> ? 1 : 2, block = 32;
+    constexpr Int lines = ComplexScalar<T> ? 1 : 2;
+    const std::string reduction = reported_name<T>(ComplexScalar<T> ? "HETRD" : "SYTRD");
     for (const Int n : {0, 1, 9, 100}) {
+      const Int block = routine_call::ilaenv(1, {reduction.data(), 6}, "U", n, -1, -1, -1);
       Form<T> form = Case<T>(this->random, 1, 'U', {n, n, n}).form();
       const auto answer = [&](Method method, Int lwork) {
         Workspaces<T> room(std::max(1, lwork), 0, 0);

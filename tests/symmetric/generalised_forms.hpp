@@ -34,8 +34,86 @@ Matrix<T> place_for(Solution<T>& x, Int ldz) {
   return {x.Z.data(), ldz == 0 ? x.Z.ld() : ldz};
 }
 
+/// Full storage. Where eigenvectors take the place of A, they are copied to where the other drivers leave them.
 template <Scalar T>
-struct FullPairForm;
+struct FullPairForm {
+  using R = Real<T>;
+  static constexpr const char* name = ComplexScalar<T> ? "HEGV" : "SYGV";
+  static constexpr bool has_types = true, takes_length = true, asks_for_more = true;
+
+  Int itype;
+  char uplo;
+  Int n;
+  GuardedMatrix<T> A, B;
+  Int lda, ldb, ldz = 0;
+
+  explicit FullPairForm(const PairOfMatrices<T>& pair)
+      : itype(pair.itype), uplo(pair.uplo), n(pair.order()), A(pair.A), B(pair.B), lda(A.ld()), ldb(B.ld()) {}
+
+  testing::AssertionResult guards_unchanged() const {
+    const auto of_b = B.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); });
+    return of_b ? A.guards_unchanged() : of_b;
+  }
+  testing::AssertionResult a_unchanged() const { return A.unchanged(); }
+
+  Workspaces<T> for_iteration() const {
+    return ComplexScalar<T> ? Workspaces<T>(std::max(1, 2 * n - 1), std::max(1, 3 * n - 2), 0)
+                            : Workspaces<T>(std::max(1, 3 * n - 1), 0, 0);
+  }
+  void iterate(char jobz, Workspaces<T>& room, Int lwork, Solution<T>& x) {
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegv(itype, jobz, uplo, n, a(), b(), x.w.data(), room.work.data(), lwork, room.rwork.data(),
+                         x.info);
+    } else {
+      routine_call::sygv(itype, jobz, uplo, n, a(), b(), x.w.data(), room.work.data(), lwork, x.info);
+    }
+    take_vectors(jobz, x);
+  }
+
+  Workspaces<T> for_division(bool with_vectors) const {
+    if (n <= 1) return {1, 1, 1};
+    if constexpr (ComplexScalar<T>) {
+      return with_vectors ? Workspaces<T>(n * n + 2 * n, 2 * n * n + 5 * n + 1, 5 * n + 3) : Workspaces<T>(n + 1, n, 1);
+    } else {
+      return with_vectors ? Workspaces<T>(2 * n * n + 6 * n + 1, 0, 5 * n + 3) : Workspaces<T>(2 * n + 1, 0, 1);
+    }
+  }
+  void divide(char jobz, Workspaces<T>& room, const Lengths<T>& lengths, Solution<T>& x) {
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegvd(itype, jobz, uplo, n, a(), b(), x.w.data(), room.work.data(), lengths.work, room.rwork.data(),
+                          lengths.rwork, room.iwork.data(), lengths.iwork, x.info);
+    } else {
+      routine_call::sygvd(itype, jobz, uplo, n, a(), b(), x.w.data(), room.work.data(), lengths.work, room.iwork.data(),
+                          lengths.iwork, x.info);
+    }
+    take_vectors(jobz, x);
+  }
+
+  Workspaces<T> for_selection() const {
+    return ComplexScalar<T> ? Workspaces<T>(std::max(1, 2 * n), 7 * n, 5 * n)
+                            : Workspaces<T>(std::max(1, 8 * n), 0, 5 * n);
+  }
+  void select(char jobz, const Wanted<R>& wanted, Workspaces<T>& room, Int lwork, Solution<T>& x) {
+    const auto& [range, vl, vu, il, iu, abstol] = wanted;
+    if constexpr (ComplexScalar<T>) {
+      routine_call::hegvx(itype, jobz, range, uplo, n, a(), b(), vl, vu, il, iu, abstol, x.m, x.w.data(), z(x),
+                          room.work.data(), lwork, room.rwork.data(), room.iwork.data(), x.ifail.data(), x.info);
+    } else {
+      routine_call::sygvx(itype, jobz, range, uplo, n, a(), b(), vl, vu, il, iu, abstol, x.m, x.w.data(), z(x),
+                          room.work.data(), lwork, room.iwork.data(), x.ifail.data(), x.info);
+    }
+  }
+
+ private:
+  Matrix<T> a() { return {A.data(), lda}; }
+  Matrix<T> b() { return {B.data(), ldb}; }
+  Matrix<T> z(Solution<T>& x) const { return place_for(x, ldz); }
+
+  void take_vectors(char jobz, Solution<T>& x) const {
+    if (!same_letter(jobz, 'V') || x.info != 0) return;
+    for (Int j = 1; j <= n; ++j) std::copy_n(&A(1, j), n, &x.Z(1, j));
+  }
+};
 
 template <Scalar T>
 struct PackedPairForm {

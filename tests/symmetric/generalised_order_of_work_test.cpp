@@ -1,5 +1,7 @@
 // The order of work in the reduction of pairs of matrices, seen by the calls that reach the thread layer.
 
+#include <algorithm>
+
 #include "environment/hermitian.hpp"
 #include "routines.hpp"
 #include "solvers/recording_layer.hpp"
@@ -73,6 +75,33 @@ TYPED_TEST(GeneralisedReductionOrder, HalvesTheTermsOfDiagonalBlocks) {
       }
     }
   }
+}
+
+/// The workspace that sygv asks for is one for the reduction in one stage; where it is given that of syev, a matrix of
+/// this order goes the way of a band.
+TEST(GeneralisedDriver, TakesTheStagesThatItsWorkspaceIsFor) {
+  constexpr Int n = 1100;
+  Random random(91);
+  const GuardedMatrix<double> A = random_symmetric<double>(random, 'L', n);
+  const GuardedMatrix<double> B = random_definite_band<double>(random, 'L', n, 3);
+  const auto run = [&](bool for_bands, GuardedVector<double>& w) {
+    GuardedMatrix<double> a = A, b = B;
+    double best = 0;
+    Int info = 99;
+    if (for_bands) routine_call::syev('N', 'L', n, a, w.data(), &best, Int{-1}, info);
+    else routine_call::sygv(1, 'N', 'L', n, a, b, w.data(), &best, Int{-1}, info);
+    GuardedVector<double> work{Int(best)};
+    take_recorded_calls();
+    routine_call::sygv(1, 'N', 'L', n, a, b, w.data(), work.data(), work.size(), info);
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(work.guards_unchanged());
+    const Calls calls = take_recorded_calls();
+    return std::ranges::count(calls, "sytrd L " + std::to_string(n));
+  };
+  GuardedVector<double> in_one_stage(n), in_two(n);
+  EXPECT_EQ(run(false, in_one_stage), 1);
+  EXPECT_EQ(run(true, in_two), 0);
+  for (Int i = 1; i <= n; ++i) EXPECT_NEAR(in_one_stage(i), in_two(i), n * epsilon<double> * in_two(n)) << i;
 }
 
 }  // namespace

@@ -42,7 +42,9 @@ class RootRepresentations : public testing::Test {
         if (at > 0) {
           EXPECT_EQ(roots.indexw(k), roots.indexw(k - 1) + 1) << what;
           const R gap = (roots.w(k) - roots.werr(k)) - (roots.w(k - 1) + roots.werr(k - 1));
-          EXPECT_NEAR(roots.wgap(k - 1), std::max(R(0), gap), 4 * epsilon<R> * std::abs(roots.w(k))) << what;
+          EXPECT_NEAR(roots.wgap(k - 1), std::max(R(0), gap),
+                      4 * epsilon<R> * (std::abs(roots.w(k - 1)) + std::abs(roots.w(k))))
+              << what;
         }
         EXPECT_GE(roots.wgap(k), 0) << what;
         if (root.order() == 1) {

@@ -54,6 +54,18 @@ TYPED_TEST(RootFreeQr, FindsTheValuesOfBlocksOfTwoInEveryPosition) {
   }
 }
 
+/// Elements beside the diagonal count up to half a rounding error of their neighbours' geometric mean.
+TYPED_TEST(RootFreeQr, CutsWhatIsNegligible) {
+  using R = TypeParam;
+  const R eps = epsilon<R> / 2;
+  for (const auto& [factor, is_cut] : {std::pair{R(1), true}, {R(1.5), false}}) {
+    R d[] = {1, 1}, e[] = {eps * factor};
+    Int info = 99;
+    routine_call::sterf(2, d, e, info);
+    EXPECT_EQ(d[1] == 1, is_cut) << factor;
+  }
+}
+
 TYPED_TEST(RootFreeQr, NeedsNoMemory) {
   const MemoryRequests pool(MemoryRequests::all);
   const Tridiagonal<TypeParam> matrix = random_tridiagonal<TypeParam>(30);

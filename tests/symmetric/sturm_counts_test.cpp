@@ -223,6 +223,12 @@ TYPED_TEST(SturmCounts, ZeroPivotsInAnIntervalCount) {
   const IntervalCount result = larrc('L', d, e, R(1), R(6));
   EXPECT_EQ(result.lcnt, 1);
   EXPECT_EQ(result.rcnt, 2);
+  // A row further on, what an infinity left behind must be gone.
+  Representation<R> T(4);
+  for (Int i = 1; i <= 4; ++i) T.d(i) = 1;
+  for (Int i = 1; i <= 3; ++i) T.l(i) = R(4 - i);
+  T.form_lld();
+  EXPECT_EQ(larrc('L', T.d, T.l, R(1), R(100)).lcnt, wide_count(T, 1.0L));
   EXPECT_EQ(larrc('T', GuardedVector<R>(0), GuardedVector<R>(0), R(0), R(1)).eigcnt, 0);
 }
 

@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 #include "support/malloc_requests.hpp"
+#include "support/norms.hpp"
 #include "support/random.hpp"
 #include "symmetric/eigen_checks.hpp"
 #include "symmetric/tridiagonal_problem.hpp"
@@ -29,8 +30,7 @@ double full_orthogonality(const GuardedMatrix<T>& Z) {
   const WideMatrix<T> X = wide(Z);
   const Eigen::Index n = X.cols();
   const WideMatrix<T> rest = product<T>(X.adjoint(), X) - WideMatrix<T>::Identity(n, n);
-  return double(rest.cwiseAbs().colwise().sum().template maxCoeff<Eigen::PropagateNaN>() /
-                (WideReal<T>(n) * epsilon<T>));
+  return ratio(norm(rest), WideReal<T>(n) * epsilon<T>);
 }
 
 /// The arguments of ?steqr; z is a square for vectors, and one element else.
@@ -66,6 +66,7 @@ struct Iteration {
     const MallocRequests memory(answer);
     routine_call::steqr(compz, order(), d.data(), e.data(), Z, work.data(), info);
     kept = memory.kept();
+    bytes = memory.bytes();
     requests = memory.count();
     return *this;
   }
@@ -88,6 +89,7 @@ struct Iteration {
   }
 
   int kept = 0, requests = 0;
+  std::size_t bytes = 0;
 };
 
 template <class T>
@@ -153,6 +155,25 @@ TYPED_TEST(TridiagonalQr, SolvesBlocksOfTwoInEveryPosition) {
   }
 }
 
+/// Elements beside the diagonal count up to half a rounding error of their neighbours' geometric mean, and, where that
+/// is less, to the root of the least number.
+TYPED_TEST(TridiagonalQr, CutsWhatIsNegligible) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R eps = epsilon<R> / 2, root = std::sqrt(std::numeric_limits<R>::min());
+  const auto is_cut = [](const Tridiagonal<R>& matrix) {
+    Iteration<T> iteration('I', matrix);
+    iteration.run();
+    return iteration.Z(1, 1) == T(1) && iteration.Z(2, 1) == T(0);
+  };
+  EXPECT_TRUE(is_cut({{1, 1}, {eps}}));
+  EXPECT_FALSE(is_cut({{1, 1}, {eps * R(1.01)}}));
+  EXPECT_TRUE(is_cut({{4, 9}, {-6 * eps}}));
+  EXPECT_FALSE(is_cut({{4, 9}, {6 * eps * R(1.01)}}));
+  EXPECT_TRUE(is_cut({{0, 1}, {root * R(0.99)}}));
+  EXPECT_FALSE(is_cut({{0, 1}, {root * R(1.01)}}));
+}
+
 /// A unitary matrix that is not real in complex precisions: the product of two reflectors.
 template <Scalar T>
 WideMatrix<T> random_unitary(Random& random, Int n) {
@@ -212,15 +233,17 @@ TYPED_TEST(TridiagonalQr, AsksForNoMemoryForOneElement) {
   }
 }
 
-/// In every mode, and given back.
+/// In every mode, and given back: nb sweeps of real rotations, and what applies them to n rows of real numbers.
 TYPED_TEST(TridiagonalQr, AsksForATableOnce) {
   using T = TypeParam;
+  constexpr std::size_t nb = 4, reals = ComplexScalar<T> ? 2 : 1;
   for (const char compz : {'I', 'N'}) {
     for (const Int n : {2, 5}) {
       Iteration<T> diagonal(
           compz, {std::vector<Real<T>>(std::size_t(n), Real<T>(2)), std::vector<Real<T>>(std::size_t(n - 1))});
       diagonal.run();
       EXPECT_EQ(diagonal.requests, 1);
+      EXPECT_EQ(diagonal.bytes, nb * ((2 + reals) * std::size_t(n) + 4 * nb) * sizeof(Real<T>));
       EXPECT_EQ(diagonal.kept, 0);
     }
   }

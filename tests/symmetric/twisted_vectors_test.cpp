@@ -51,7 +51,7 @@ struct Twisted {
     const W norm = x.norm(), size = shifted.cwiseAbs().maxCoeff() + std::abs(W(lambda));
     EXPECT_LT(rest.norm() / (size * norm * epsilon<R> * (bn - b1 + 1)), 10) << what;
     const auto expect_close = [&](R value, W expected) {
-      EXPECT_LT(std::abs(W(value) - expected), 100 * epsilon<R> * std::abs(expected)) << what;
+      EXPECT_LE(std::abs(W(value) - expected), 100 * epsilon<R> * std::abs(expected)) << what;
     };
     expect_close(ztz, norm * norm);
     expect_close(nrminv, 1 / norm);
@@ -79,7 +79,13 @@ TYPED_TEST(TwistedVectors, SolveTheTwistedEquation) {
   using R = Real<TypeParam>;
   for (const Int n : orders) {
     for (const auto& A : this->representations(n)) {
-      for (const R lambda : {R(0.01), R(-0.4), R(1.3), R(A.value((n + 1) / 2))}) {
+      const R value = R(A.value((n + 1) / 2));
+      for (const R lambda : {R(0.01), R(-0.4), R(1.3), value}) {
+        // On which side of a rounded eigenvalue the exact one lies is left to chance.
+        const auto expect_count = [&](Int count) {
+          const Int expected = A.count_below(lambda);
+          EXPECT_LE(std::abs(count - expected), lambda == value ? 1 : 0) << "order " << n << " at " << lambda;
+        };
         Twisted<TypeParam> best{.A = A};
         best.run(lambda).expect_vector("best twist, order " + std::to_string(n));
         for (Int r = 1; r <= n; ++r) {
@@ -87,9 +93,9 @@ TYPED_TEST(TwistedVectors, SolveTheTwistedEquation) {
           given.run(lambda).expect_vector("twist " + std::to_string(r) + ", order " + std::to_string(n));
           EXPECT_EQ(given.r, r);
           EXPECT_GE(std::abs(given.mingma), std::abs(best.mingma) * (1 - 100 * epsilon<R>));
-          EXPECT_EQ(given.negcnt, A.count_below(lambda)) << r;
+          expect_count(given.negcnt);
         }
-        EXPECT_EQ(best.negcnt, A.count_below(lambda));
+        expect_count(best.negcnt);
       }
     }
   }
@@ -105,7 +111,7 @@ TYPED_TEST(TwistedVectors, BelongToTheirEigenvalues) {
     v.run(R(A.value(k)));
     EXPECT_LT(v.resid, n * epsilon<R> * v.lambda) << k;
     v.run(v.lambda * R(1.001));
-    EXPECT_NEAR(v.lambda + v.rqcorr, R(A.value(k)), R(1e-5) * v.lambda) << k;
+    EXPECT_NEAR(v.lambda + v.rqcorr, R(A.value(k)), R(1e-4) * v.lambda) << k;
   }
 }
 
