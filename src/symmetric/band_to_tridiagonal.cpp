@@ -22,7 +22,7 @@ class UpdatesOfQ {
   UpdatesOfQ(bool wanted, bool deferred, Int n, Int kd, Matrix<T> Q, T* work)
       : wanted_(wanted), deferred_(deferred), n_(n), kd_(kd), Q_(Q), work_(work), V_(work + 2 * std::ptrdiff_t{n}, n) {}
 
-  /// Reflector r of the chase that begins in column j, on length elements from `first` on.
+  /// A reflector of the chase from column j, on `length` elements from `first` on.
   void add(Int j, Int first, Int length, T tau, const T* v) const {
     if (!wanted_) return;
     if (!deferred_) return larf('R', n_, length, v, 1, tau, Q_.at(1, first), Q_.ld, work_);
@@ -56,6 +56,7 @@ template <Scalar T>
 struct BandReduction {
   using R = Real<T>;
 
+  /// Steps by which a chase follows the one before it, and those that it makes in its turn.
   static constexpr Int distance = 2, steps_in_a_row = 4;
 
   Int n, kd;
