@@ -6,6 +6,7 @@
 #include "symmetric/dense_driver_calls.hpp"
 #include "symmetric/driver_steps.hpp"
 #include "symmetric/eigen_checks.hpp"
+#include "symmetric/sorted_pairs.hpp"
 
 namespace nuv::test {
 namespace {
