@@ -77,7 +77,7 @@ void add_sweeps(int n, int k) {
       };
     });
     add(routine, "dgemm", n, multiply_adds<double>(double(n) * n * n), [=] {
-      return [=, a = random_numbers<double>(std::size_t(n) * n), b = a,
+      return [=, a = random_numbers<double>(std::size_t(n) * n), b = random_numbers<double>(std::size_t(n) * n),
               c = std::vector<double>(std::size_t(n) * n)]() mutable {
         blas::gemm('N', 'N', n, n, n, 1.0, {a.data(), n}, {b.data(), n}, 0.0, {c.data(), n});
       };

@@ -2,8 +2,8 @@
 //
 //     |~~~(m1)~~~(m2)~~~(m3)~~~|
 //
-// Their stiffness matrix is K below. With masses of 1 the squares of their angular frequencies are the eigenvalues of K,
-// 2 - sqrt(2), 2 and 2 + sqrt(2); with other masses M those of K x = w M x. Matrices are stored column by column.
+// Their stiffness matrix is K below. With masses of 1 the squares of their angular frequencies are the eigenvalues of
+// K, 2 - sqrt(2), 2 and 2 + sqrt(2); with other masses M those of K x = w M x. Matrices are stored column by column.
 #include <nuv/nuv_lapack.h>
 
 #include <array>

@@ -108,7 +108,8 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
     m = selection.takes_only(w[0]) ? 1 : 0;
     return;
   }
-  const RangeScaling<R> scaling(A.largest());
+  // Inverse iteration multiplies elements by pivots and by vectors that have grown by the reciprocal of others.
+  const auto scaling = RangeScaling<R>::for_representations(A.largest());
   A.scale(scaling);
   A.reduce(work.d, work.e);
 

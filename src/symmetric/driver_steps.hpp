@@ -35,7 +35,7 @@ class RangeScaling {
     needed_ = true;
   }
 
-  /// The scaling for relatively robust representations, which form fourth powers.
+  /// The scaling for relatively robust representations and inverse iteration, which form fourth powers.
   static RangeScaling for_representations(R norm) {
     return {norm, std::min(std::sqrt(1 / least_square()), 1 / std::sqrt(std::sqrt(Machine<R>::safe_min)))};
   }

@@ -70,11 +70,11 @@ template <RealScalar T>
 void stevd(char jobz, Int n, T* d, T* e, T* z, Int ldz, T* work, Int lwork, Int* iwork, Int liwork, Int& info) {
   const bool with_vectors = wants_vectors(jobz);
   const DivisionWork<T> room{work, lwork, nullptr, 0, iwork, liwork};
+  const std::int64_t order = n;
+  const DivisionSizes least =
+      n > 1 && with_vectors ? DivisionSizes{1 + 4 * order + order * order, 0, 3 + 5 * order} : DivisionSizes{1, 0, 1};
   info = check_all(jobz, n, ldz);
   if (info == 0) {
-    const std::int64_t order = n;
-    const DivisionSizes least =
-        n > 1 && with_vectors ? DivisionSizes{1 + 4 * order + order * order, 0, 3 + 5 * order} : DivisionSizes{1, 0, 1};
     room.answer(least);
     info = room.check(least, 8);
   }
@@ -83,6 +83,7 @@ void stevd(char jobz, Int n, T* d, T* e, T* z, Int ldz, T* work, Int lwork, Int*
   const Matrix Z{z, ldz};
   solve_for_all(TridiagonalMatrix<T>{n, d, e}, n, with_vectors, d, e, Z, info,
                 [&] { divide_and_conquer(n, d, e, Z, room, info); });
+  room.answer(least);
 }
 
 template <RealScalar T>

@@ -1,7 +1,7 @@
 #pragma once
 
-// Drivers for eigenproblems of symmetric tridiagonal matrices. They scale a matrix whose elements are very small or very
-// large, choose a method, and scale the eigenvalues back.
+// Drivers for eigenproblems of symmetric tridiagonal matrices. They scale a matrix whose elements are very small or
+// very large, choose a method, and scale the eigenvalues back.
 //
 // jobz    'N': eigenvalues; 'V': eigenvectors too
 // range   'A': all; 'V': those in (vl, vu], vl < vu; 'I': the il-th to the iu-th, 1 <= il <= iu <= n if n > 0

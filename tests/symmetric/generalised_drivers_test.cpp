@@ -220,6 +220,7 @@ TYPED_TEST(GeneralisedDrivers, AgreeWithTheEigenvaluesOfOneMatrix) {
       for (Int j = 1; j <= n; ++j) {
         for (Int i = 1; i <= n; ++i) I(i, j) = T(Real<T>(i == j));
       }
+      I.seal();
       const Case<T> problem(PairOfMatrices<T>{itype, uplo, 4, 2, random_band<T>(this->random, uplo, n, 4), I});
       const WideVector<T> exact = wide_eigenvalues<T>(problem.A);
       for (const Method method : methods) {

@@ -30,8 +30,7 @@ struct Reduced {
   GuardedVector<T> tau;
 
   template <class Reduce>
-  Reduced(const GuardedMatrix<T>& matrix, Reduce reduce)
-      : A(matrix), d(A.rows()), e(A.rows() - 1), tau(A.rows() - 1) {
+  Reduced(const GuardedMatrix<T>& matrix, Reduce reduce) : A(matrix), d(A.rows()), e(A.rows() - 1), tau(A.rows() - 1) {
     GuardedVector<T> work(40 * A.rows());
     Int info = 99;
     reduce(A.rows(), Matrix<T>(A), d.data(), e.data(), tau.data(), work.data(), work.size(), info);
@@ -72,7 +71,8 @@ TYPED_TEST(ThreadedReduction, GivesTheSameBitsAtAnyNumberOfThreads) {
       GuardedVector<T> work(32 * n);
       Int info = 99;
       routine_call::orgtr(uplo, n, Q, alone.tau.data(), work.data(), work.size(), info);
-      const Tridiagonal<Real<T>> reduced{{alone.d.data(), alone.d.data() + n}, {alone.e.data(), alone.e.data() + n - 1}};
+      const Tridiagonal<Real<T>> reduced{{alone.d.data(), alone.d.data() + n},
+                                         {alone.e.data(), alone.e.data() + n - 1}};
       EXPECT_LT(orthogonality(Q, n), 10);
       EXPECT_LT(reduction_residual(wide_hermitian(A, is_upper(uplo)), Q, reduced), 10);
     }

@@ -80,7 +80,7 @@ TYPED_TEST(TwistedVectors, SolveTheTwistedEquation) {
   for (const Int n : orders) {
     for (const auto& A : this->representations(n)) {
       const R value = R(A.value((n + 1) / 2));
-      for (const R lambda : {R(0.01), R(-0.4), R(1.3), value}) {
+      for (const R lambda : {R(0.01), R(-0.4), R(1.31), value}) {
         // On which side of a rounded eigenvalue the exact one lies is left to chance.
         const auto expect_count = [&](Int count) {
           const Int expected = A.count_below(lambda);
@@ -88,7 +88,8 @@ TYPED_TEST(TwistedVectors, SolveTheTwistedEquation) {
         };
         Twisted<TypeParam> best{.A = A};
         best.run(lambda).expect_vector("best twist, order " + std::to_string(n));
-        for (Int r = 1; r <= n; ++r) {
+        // At an eigenvalue other twists may be in rows where the vector is zero, and it has no bound there.
+        for (Int r = 1; r <= n && std::abs(lambda - value) > R(0.01); ++r) {
           Twisted<TypeParam> given{.A = A, .r = r};
           given.run(lambda).expect_vector("twist " + std::to_string(r) + ", order " + std::to_string(n));
           EXPECT_EQ(given.r, r);
@@ -110,8 +111,9 @@ TYPED_TEST(TwistedVectors, BelongToTheirEigenvalues) {
     Twisted<TypeParam> v{.A = A};
     v.run(R(A.value(k)));
     EXPECT_LT(v.resid, n * epsilon<R> * v.lambda) << k;
-    v.run(v.lambda * R(1.001));
-    EXPECT_NEAR(v.lambda + v.rqcorr, R(A.value(k)), R(1e-4) * v.lambda) << k;
+    // The correction leaves the square of the distance over the gap to the next value.
+    v.run(v.lambda * R(1.0001));
+    EXPECT_NEAR(v.lambda + v.rqcorr, R(A.value(k)), R(1e-5) * v.lambda) << k;
   }
 }
 

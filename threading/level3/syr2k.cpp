@@ -1,40 +1,15 @@
-#include <algorithm>
-
 #include "frame/error_report.hpp"
-#include "frame/pool.hpp"
 #include "kernels/packed/rank_k.hpp"
 #include "threading/level3/parallel.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
 
-/// Adds both products of an update of few steps as one of twice as many, [A B] [B A]', so that C is read and written
-/// once. False where that can't be, or memory for the operands was refused; nothing is done then.
-template <Scalar T>
-bool add_as_one(Region region, Int n, Int k, const Term<T>& first, const Term<T>& second, Matrix<T> C) {
-  const bool columnwise = first.left.along == 1 && second.left.along == 1;
-  if (!columnwise || first.alpha != second.alpha || 2 * k > Block<T>::depth || n < wide_part) return false;
-  const std::ptrdiff_t size = std::ptrdiff_t{n} * k;
-  const Workspace<T> room(3 * std::size_t(size));
-  if (room.data() == nullptr) return false;
-  for (Int part = 0; part < 3; ++part) {
-    const Operand<T>& columns = part == 1 ? second.left : first.left;
-    for (Int l = 0; l < k; ++l) std::copy_n(columns.at(0, l), n, room.data() + part * size + std::ptrdiff_t{n} * l);
-  }
-  const Operand<T> left{room.data(), 1, n, first.left.conjugated};
-  const Operand<T> right{room.data() + size, 1, n, first.right.conjugated};
-  const Term<T> both{first.alpha, left, right, first.beta, first.real};
-  split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k),
-                    [&](Int from, Int until) { product_in_triangle(region, n, from, until, 2 * k, both, C); });
-  return true;
-}
-
 template <Scalar T>
 void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B, T beta,
             Matrix<T> C) {
   rank_2k_update(hermitian, uplo, trans, n, k, alpha, A, B, beta, C,
                  [&](Region region, const Term<T>& first, const Term<T>& second) {
-                   if (add_as_one(region, n, k, first, second, C)) return;
                    split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k), [&](Int from, Int until) {
                      for (const Term<T>& term : {first, second}) {
                        product_in_triangle(region, n, from, until, k, term, C);
