@@ -168,7 +168,7 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   // Blocks in the direction of n, and of k.
   check_options(columns_of_several_blocks<T>, 3, {random.pick(options)}, {factor_of<T>(0.75, -0.5)});
   check_options(30, 400, options, {factor_of<T>(0.75, -0.5)});
-  // Few steps, of which both products are one if they have one factor.
+  // Few steps.
   check_options(150, 20, options, {T(-1)});
   check_options(150, 20, options, {factor_of<T>(0.75, -0.5)});
 }
