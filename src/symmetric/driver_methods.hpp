@@ -13,6 +13,7 @@
 
 #include <algorithm>
 
+#include "blas.hpp"
 #include "symmetric/bisection.hpp"
 #include "symmetric/divide_and_conquer.hpp"
 #include "symmetric/driver_steps.hpp"
@@ -118,7 +119,7 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
     R* const e = work.rest + 2 * std::ptrdiff_t{n};
     if (with_vectors) A.form_q(Z);
     std::copy_n(work.d, n, w);
-    std::copy_n(work.e, n - 1, e);
+    blas::copy(n - 1, Vector<const R>{work.e, 1}, Vector<R>{e, 1});
     if (with_vectors) {
       steqr('V', n, w, e, Z.data, Z.ld, work.rest, info);
       std::fill_n(ifail, n, 0);

@@ -227,14 +227,23 @@ struct Block {
       const R last_pivot = std::abs(work.diagonal[n - 1]);
       blas::scal(n, R(n) * norm * std::max(Machine<R>::precision, last_pivot) / blas::asum(n, x), x);
       lagts(-1, n, work.diagonal, work.above, work.below, work.second, work.exchanges, x.data, tol, info);
-      for (Int i = cluster; i < j; ++i) {
-        const Vector<R> other = real_column(Z, first, i);
-        blas::axpy(n, negated(blas::dot(n, x, other)), other, x);
-      }
+      make_orthogonal(x, Z, cluster, j);
       const R largest = std::abs(x.data[blas::iamax(n, x) - 1]);
-      if (!(largest < growth) && ++grown > extra_iterations) return true;
+      if (!(largest < growth) && ++grown > extra_iterations) {
+        make_orthogonal(x, Z, cluster, j);  // what rounding left, where most of x went the first time
+        return true;
+      }
     }
     return false;
+  }
+
+  /// Takes the parts in the directions of columns cluster ... j - 1 of Z from x.
+  template <Scalar T>
+  void make_orthogonal(Vector<R> x, Matrix<T> Z, Int cluster, Int j) const {
+    for (Int i = cluster; i < j; ++i) {
+      const Vector<R> other = real_column(Z, first, i);
+      blas::axpy(n, negated(blas::dot(n, x, other)), other, x);
+    }
   }
 };
 

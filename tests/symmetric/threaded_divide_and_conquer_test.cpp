@@ -85,11 +85,12 @@ TYPED_TEST(ThreadedDivision, NeedsNoMemory) {
   using R = TypeParam;
   const Int n = 301;
   const auto matrix = one_two_one<R>(n);
-  const auto alone = Solved<R>::by_the_serial_body(matrix);
   const MemoryRequests refused(MemoryRequests::all);
   const auto together = Solved<R>::in_the_layer(matrix, 3);
   EXPECT_EQ(together.info, 0);
-  EXPECT_TRUE(together.d.same_as(alone.d) && together.Q.same_as(alone.Q));
+  EXPECT_LT(value_error(together.d, n, wide_values(matrix)), 10);
+  EXPECT_LT(eigen_residual<R>(wide_dense<R>(matrix), together.Q, together.d, n), 10);
+  EXPECT_LT(orthogonality(together.Q, n), 10);
 }
 
 TYPED_TEST(ThreadedDivision, ChecksItsArguments) {
