@@ -95,6 +95,9 @@ void check_product_with_symmetric(Random& random, bool hermitian) {
   }
   check_product_with_symmetric<T>(random, hermitian, 420, 9, {factor_of<T>(0.75, -0.5)});
   check_product_with_symmetric<T>(random, hermitian, 9, 420, {factor_of<T>(0.75, -0.5)});
+  // Few columns, taken in strips of rows.
+  check_product_with_symmetric<T>(random, hermitian, 512, 1, {factor_of<T>(0.75, -0.5)});
+  check_product_with_symmetric<T>(random, hermitian, 577, 11, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) {
@@ -165,6 +168,9 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   // Blocks in the direction of n, and of k.
   check_options(columns_of_several_blocks<T>, 3, {random.pick(options)}, {factor_of<T>(0.75, -0.5)});
   check_options(30, 400, options, {factor_of<T>(0.75, -0.5)});
+  // Few steps.
+  check_options(150, 20, options, {T(-1)});
+  check_options(150, 20, options, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, UpdatesByRankK) {
