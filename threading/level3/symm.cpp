@@ -2,7 +2,6 @@
 
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "frame/pool.hpp"
 #include "kernels/packed/scale.hpp"
 #include "threading/level3/parallel.hpp"
 
@@ -20,34 +19,6 @@ Int check(char side, char uplo, Int m, Int n, Int lda, Int ldb, Int ldc) {
   return 0;
 }
 
-/// Rows of a strip, where m rows are cut into strips: enough of them that columns of A are read in long pieces, and
-/// strips for several threads.
-template <Scalar T>
-Int rows_of_strip(Int m) {
-  constexpr Int least = 10 * Tile<T>::rows, most = 2 * least;
-  return std::clamp(round_up(m / 4, Tile<T>::rows), least, most);
-}
-
-/// C := C + alpha A' B for a k by m matrix A, m by n matrix C and a narrow B, where ' transposes, or conjugates as
-/// well. As C' := C' + B' (alpha A), with A on the right, real numbers are read where they stand; without memory for
-/// that, or with complex ones, it is a product like others.
-template <Scalar T>
-void add_transposed_product(char trans, Int m, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B,
-                            Matrix<T> C) {
-  if constexpr (RealScalar<T>) {
-    const Workspace<T> room(std::size_t(n) * std::size_t(m));
-    if (room.data() != nullptr) {
-      const Matrix<T> turned{room.data(), n};
-      product(n, m, k, alpha, left_operand(trans, B), right_operand('N', A), T(0), turned);
-      for (Int j = 1; j <= n; ++j) {
-        for (Int i = 1; i <= m; ++i) C(i, j) += turned(j, i);
-      }
-      return;
-    }
-  }
-  product(m, n, k, alpha, left_operand(trans, A), right_operand('N', B), T(1), C);
-}
-
 /// C := alpha A B + beta C for a symmetric or Hermitian A of order m and a narrow B, by strips of rows:
 ///
 ///     A10 | A11 | A21'      C1 := A10 B0 + A11 B1 + A21' B2, the mirrored part where the upper triangle is stored,
@@ -58,28 +29,28 @@ void add_transposed_product(char trans, Int m, Int n, Int k, T alpha, Matrix<con
 template <Scalar T>
 void multiply_narrow(bool hermitian, bool lower, Int m, Int n, T alpha, Matrix<const T> A, Matrix<const T> B, T beta,
                      Matrix<T> C) {
-  const Int strip_rows = rows_of_strip<T>(m);
-  const auto add_strip = [&](Int from, Int until) {
-    const Int rows = until - from;
-    const Matrix<T> C1 = block(C, from + 1, 1);
-    Operand<T> diagonal = left_operand('N', block(A, from + 1, from + 1));
-    diagonal.structure = lower ? Structure::lower_stored : Structure::upper_stored;
-    diagonal.hermitian = hermitian;
-    product(rows, n, rows, alpha, diagonal, right_operand('N', block(B, from + 1, 1)), beta, C1);
-
-    const Int plain_from = lower ? 0 : until, plain = lower ? from : m - until;
-    const Int mirrored_from = lower ? until : 0, mirrored = lower ? m - until : from;
-    if (plain > 0) {
-      product(rows, n, plain, alpha, left_operand('N', block(A, from + 1, plain_from + 1)),
-              right_operand('N', block(B, plain_from + 1, 1)), T(1), C1);
-    }
-    if (mirrored > 0) {
-      add_transposed_product<T>(hermitian ? 'C' : 'T', rows, n, mirrored, alpha, block(A, mirrored_from + 1, from + 1),
-                                block(B, mirrored_from + 1, 1), C1);
-    }
-  };
+  constexpr Int strip_rows = 10 * Tile<T>::rows;
+  const char mirrored = hermitian ? 'C' : 'T';
+  const auto rows_of_b = [&](Int from) { return right_operand('N', block(B, from + 1, 1)); };
   split((m - 1) / strip_rows + 1, {1, 1}, real_multiply_adds<T>(m, n, m), [&](Int strip, Int behind) {
-    for (; strip < behind; ++strip) add_strip(strip * strip_rows, std::min(m, (strip + 1) * strip_rows));
+    for (; strip < behind; ++strip) {
+      const Int from = strip * strip_rows, until = std::min(m, from + strip_rows), rows = until - from;
+      const Matrix<T> C1 = block(C, from + 1, 1);
+      Operand<T> diagonal = left_operand('N', block(A, from + 1, from + 1));
+      diagonal.structure = lower ? Structure::lower_stored : Structure::upper_stored;
+      diagonal.hermitian = hermitian;
+      product(rows, n, rows, alpha, diagonal, rows_of_b(from), beta, C1);
+      if (from > 0) {
+        const Operand<T> before =
+            lower ? left_operand('N', block(A, from + 1, 1)) : left_operand(mirrored, block(A, 1, from + 1));
+        product(rows, n, from, alpha, before, rows_of_b(0), T(1), C1);
+      }
+      if (until < m) {
+        const Operand<T> after = lower ? left_operand(mirrored, block(A, until + 1, from + 1))
+                                       : left_operand('N', block(A, from + 1, until + 1));
+        product(rows, n, m - until, alpha, after, rows_of_b(until), T(1), C1);
+      }
+    }
   });
 }
 
