@@ -4,7 +4,8 @@
 // memory: what lies under the diagonal of a band is like that. The vectors beside it fit into the registers, and a
 // vector of the triangle is a line, the first and the last in part, so that no load or store crosses from one line to
 // the next; crossings take half the time of so short a product otherwise. For real numbers where a vector is a line;
-// all else goes the way of larger matrices.
+// all else goes the way of larger matrices. Inner products are summed up lane by lane, so that their rounding depends
+// on the place in a line.
 
 #include <cstdint>
 #include <utility>

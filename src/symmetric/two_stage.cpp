@@ -71,14 +71,17 @@ struct Panel {
   /// The reflector of column k as columns of V and Y.
   void set_reflector(Int k, T tau) const {
     const Range own = reach(k);
-    std::fill_n(V.at(1, k), m, T(0));
-    std::fill_n(Y.at(1, k), m, T(0));
-    if (own.count < 2) return;
-    for (Int r = own.first; r <= own.last(); ++r) {
-      const T v = r == unit(k) ? T(1) : A(r, k);
-      V(r, k) = v;
-      Y(r, k) = tau * v;
+    for (const Matrix<T>& M : {V, Y}) {
+      if (own.count < 2) {
+        std::fill_n(M.at(1, k), m, T(0));
+        continue;
+      }
+      std::fill_n(M.at(1, k), own.first - 1, T(0));
+      blas::copy(own.count, column(A, own.first, k), column(M, own.first, k));
+      M(unit(k), k) = T(1);
+      std::fill_n(M.at(own.last() + 1, k), m - own.last(), T(0));
     }
+    if (own.count >= 2) blas::scal(own.count, tau, column(Y, own.first, k));
   }
 
   void factor_by_columns(Range own, T* tau) const {
@@ -117,7 +120,7 @@ struct TwoStages {
 
   char uplo() const { return upper ? 'U' : 'L'; }
 
-  /// Reduces A to a band by panels of kb columns. In each, with m rows of A still to reduce, and Q = I - V Y^H:
+  /// Reduces A to a band by panels of kb columns. In each, with m rows of A still to reduce, and Q = I - Y V^H:
   ///
   ///     lower   .                 upper   C C B P      P the panel, whose zeros lie outside of the band,
   ///             . .                         C B P      B := Q^H B, columns between panel and C if kb < kd,
