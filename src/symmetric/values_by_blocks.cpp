@@ -125,9 +125,7 @@ class BlockBisection {
     found.m += end - start;
     search_side_by_side<R>(
         start + 1, end, [&](Int i) { return ValueSearch<R>::within(i, left, right, accuracy); },
-        [&](const R* points, Int* counts, Int active) {
-          count_below_each(rows, d, e2, pivmin_, points, counts, active);
-        },
+        [&](const R* points, Int* counts) { count_below(rows, d, e2, pivmin_, points, counts); },
         [&](const ValueSearch<R>& search) {
           const Int at = base + search.index();
           const bool converged = search.is_narrow();
