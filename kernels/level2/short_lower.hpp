@@ -3,9 +3,8 @@
 // Symmetric matrices of some dozens of rows in a lower triangle whose columns begin at the same place in a line of
 // memory: what lies under the diagonal of a band is like that. The vectors beside it fit into the registers, and a
 // vector of the triangle is a line, the first and the last in part, so that no load or store crosses from one line to
-// the next; crossings take half the time of so short a product otherwise. For real numbers where a vector is a line;
-// all else goes the way of larger matrices. Inner products are summed up lane by lane, so that their rounding depends
-// on the place in a line.
+// the next; crossings take half the time of so short an update otherwise. For real numbers where a vector is a line;
+// all else goes the way of larger matrices, to the same bits.
 
 #include <cstdint>
 #include <utility>
@@ -24,21 +23,8 @@ class ShortLower {
  public:
   ShortLower(int front, int end) : front_(front), end_(end) {}
 
-  /// y := alpha A x. False, and nothing done, for factors that are not finite: zeros stand for what is not of the
-  /// triangle, and the sums of a row are multiplied by alpha together.
-  bool multiply(R alpha, const R* a, Int lda, const R* x, R* y) const {
-    Vector xs[vectors], sum[vectors]{};
-    load(x, xs);
-    if (!is_finite(xs) || alpha * 0 != 0) return false;
-    for_each_vector([&](auto b) __attribute__((always_inline)) { add_columns<b()>(a, lda, x, xs, sum); });
-    for_each_vector([&](auto b) __attribute__((always_inline)) {
-      simd::store_between(y - front_ + b() * lanes, simd::broadcast(alpha) * sum[b()], from(b()), until(b()));
-    });
-    return true;
-  }
-
   /// A := A + alpha x y^T + alpha y x^T
-  bool update(R alpha, const R* x, const R* y, R* a, Int lda) const {
+  void update(R alpha, const R* x, const R* y, R* a, Int lda) const {
     Vector xs[vectors], ys[vectors];
     load(x, xs);
     load(y, ys);
@@ -52,12 +38,11 @@ class ShortLower {
             const int first = i() == b() ? lane : 0;
             R* const place = column + i() * lanes;
             const Vector old = load_rows<i(), i() == b()>(place, first);
-            store_rows<i(), i() == b()>(place, simd::fma(of_x, xs[i()], simd::fma(of_y, ys[i()], old)), first);
+            store_rows<i(), i() == b()>(place, simd::fma(of_y, ys[i()], simd::fma(of_x, xs[i()], old)), first);
           }
         });
       }
     });
-    return true;
   }
 
  private:
@@ -79,12 +64,6 @@ class ShortLower {
     });
   }
 
-  static bool is_finite(const Vector (&x)[vectors]) {
-    Vector zero{};
-    for_each_vector([&](auto b) __attribute__((always_inline)) { zero = simd::fma(x[b()], Vector{}, zero); });
-    return simd::sum_of_lanes<R>(zero) == 0;
-  }
-
   /// Vector i of a column, from lane `first` on where it is cut there.
   template <int i, bool is_cut>
   [[gnu::always_inline]] Vector load_rows(const R* place, int first) const {
@@ -97,36 +76,10 @@ class ShortLower {
     i == vectors - 1 ? simd::store_first(place, x, end_) : simd::store(place, x);
   }
 
-  /// The columns whose diagonal elements lie in vector b: their lower part meets x from the left, and gives an inner
-  /// product with x for the row of each that lies above the diagonal.
-  template <int b>
-  [[gnu::always_inline]] void add_columns(const R* a, Int lda, const R* x, const Vector (&xs)[vectors],
-                                          Vector (&sum)[vectors]) const {
-    Vector products[lanes]{};
-    for (int lane = from(b); lane < until(b); ++lane) {
-      const Int j = b * lanes + lane - front_;
-      const R* const column = a + std::ptrdiff_t{j} * lda - front_;
-      const Vector xj = simd::broadcast(x[j]);
-      sum[b] = simd::fma(load_rows<b, true>(column + b * lanes, lane), xj, sum[b]);
-      Vector product = load_rows<b, true>(column + b * lanes, lane + 1) * xs[b];
-      for_each_vector([&](auto i) __attribute__((always_inline)) {
-        if constexpr (i() > b) {
-          const Vector rows = load_rows<i(), false>(column + i() * lanes, 0);
-          sum[i()] = simd::fma(rows, xj, sum[i()]);
-          product = simd::fma(rows, xs[i()], product);
-        }
-      });
-      products[lane] = product;
-    }
-    R sums[simd::padded_to_lanes<R>(lanes)];
-    simd::sums_of_lanes(products, sums);
-    sum[b] += simd::load(sums);
-  }
-
   int front_, end_;
 };
 
-/// What work(triangle) gives for the ShortLower of a triangle of order n > 0, if it is one; false if not.
+/// Does work(triangle) for the ShortLower of a triangle of order n > 0; false, with nothing done, if it isn't one.
 template <RealScalar R, class Work>
 bool with_short_lower(Int n, const R* a, Int lda, Work work) {
   constexpr int line = 64, lanes = simd::lanes<R>, most_vectors = sizeof(R) == 8 ? 6 : 4;
@@ -136,12 +89,11 @@ bool with_short_lower(Int n, const R* a, Int lda, Work work) {
     const int front = static_cast<int>(address % line / sizeof(R));
     if (n > most_vectors * lanes - front) return false;
     const int vectors = (front + n - 1) / lanes + 1;
-    bool done = false;
     [&]<int... i>(std::integer_sequence<int, i...>) {
-      ((vectors == i + 1 && (done = work(ShortLower<i + 1, R>(front, front + n - i * lanes)))), ...);
+      ((vectors == i + 1 ? work(ShortLower<i + 1, R>(front, front + n - i * lanes)) : void()), ...);
     }
     (std::make_integer_sequence<int, most_vectors>());
-    return done;
+    return true;
   } else {
     return false;
   }

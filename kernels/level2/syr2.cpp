@@ -24,8 +24,7 @@ void syr2(char uplo, Int n, T alpha, const T* x, Int incx, const T* y, Int incy,
   const Int info = check(uplo, n, incx, incy, lda);
   if (info != 0) return report_bad_argument<T>("SYR2", info);
   if (n > 0 && alpha != T(0) && same_letter(uplo, 'L') && incx == 1 && incy == 1) {
-    const bool done = with_short_lower(n, a, lda, [&](auto triangle) { return triangle.update(alpha, x, y, a, lda); });
-    if (done) return;
+    if (with_short_lower(n, a, lda, [&](auto triangle) { triangle.update(alpha, x, y, a, lda); })) return;
   }
   rank_two_update<false>(uplo, n, alpha, x, incx, y, incy, a, lda);
 }
