@@ -139,6 +139,17 @@ void add_routines(int neighbours, int n) {
                    info);
     };
   });
+  add_comparison("dsyrdb_N", neighbours, n, [=] {
+    constexpr int kd = 40;
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), d = std::vector<double>(n),
+            e = std::vector<double>(n), tau = std::vector<double>(n),
+            work = std::vector<double>(std::size_t(n) * (3 * kd + 3))]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::syrdb('N', 'L', n, kd, {w.data(), n}, d.data(), e.data(), tau.data(), {w.data(), n}, work.data(),
+                          static_cast<int>(work.size()), info);
+    };
+  });
   add_comparison("dsteqr", neighbours, n, [=] {
     return [=, d0 = random_numbers<double>(n), e0 = random_numbers<double>(n), d = std::vector<double>(n),
             e = std::vector<double>(n), work = std::vector<double>(2 * std::size_t(n)),

@@ -1,4 +1,4 @@
-// Reduction of a symmetric matrix to tridiagonal form in two stages.
+// Reduction of a symmetric matrix to tridiagonal form in two stages, beside that in one.
 //
 // The first stage is what the whole takes without what its second stage takes; both are measured by turns.
 
@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "blas.hpp"
+#include "layer.hpp"
 #include "routines.hpp"
 #include "support/benchmarks.hpp"
 
@@ -43,6 +44,10 @@ struct Reduction {
     routine_call::syrdb(jobz, 'L', n, width, Matrix<T>{w.data(), n}, d.data(), e.data(), tau.data(),
                         Matrix<T>{w.data(), n}, work.data(), int(work.size()), info);
   }
+  void in_one_stage() {
+    int info = 0;
+    layer::sytrd('L', n, Matrix<T>{w.data(), n}, d.data(), e.data(), tau.data(), work.data(), int(work.size()), info);
+  }
   void band(char vect) {
     int info = 0;
     routine_call::sbrdb(vect, 'L', n, width, Matrix<T>{w.data(), 2 * width + 1}, d.data(), e.data(),
@@ -57,6 +62,11 @@ struct Whole : Reduction<T> {
 };
 
 template <class T>
+struct OneStage : Reduction<T> {
+  void operator()() { this->in_one_stage(); }
+};
+
+template <class T>
 struct Band : Reduction<T> {
   char vect;
   void operator()() { this->band(vect); }
@@ -67,6 +77,7 @@ void add_reductions(int n) {
   const std::string precision(1, letter<T>);
   const double first = first_stage_multiply_adds<T>(n), second = second_stage_multiply_adds<T>(n), q = 2.0 * n * n * n;
   add(precision + "syrdb_N", "nuv", n, multiply_adds<T>(first + second), [=] { return Whole<T>{{n}, 'N'}; });
+  add(precision + "syrdb_N", "one_stage", n, multiply_adds<T>(first), [=] { return OneStage<T>{{n}}; });
   add(precision + "sbrdb_N", "nuv", n, multiply_adds<T>(second), [=] { return Band<T>{{n}, 'N'}; });
   add(precision + "syrdb_V", "nuv", n, multiply_adds<T>(first + second + first + q / 2), [=] {
     return Whole<T>{{n}, 'V'};

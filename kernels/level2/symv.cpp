@@ -1,5 +1,6 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "kernels/level2/short_lower.hpp"
 #include "kernels/level2/symmetric_product.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
@@ -23,6 +24,11 @@ template <RealScalar T>
 void symv(char uplo, Int n, T alpha, const T* a, Int lda, const T* x, Int incx, T beta, T* y, Int incy) {
   const Int info = check(uplo, n, lda, incx, incy);
   if (info != 0) return report_bad_argument<T>("SYMV", info);
+  if (n > 0 && alpha != T(0) && beta == T(0) && same_letter(uplo, 'L') && incx == 1 && incy == 1) {
+    const bool done =
+        with_short_lower(n, a, lda, [&](auto triangle) { return triangle.multiply(alpha, a, lda, x, y); });
+    if (done) return;
+  }
   symmetric_product<false>(uplo, n, alpha, a, lda, x, incx, beta, y, incy);
 }
 

@@ -1,5 +1,6 @@
 #include "frame/error_report.hpp"
 #include "kernels/level2/rank_two.hpp"
+#include "kernels/level2/short_lower.hpp"
 
 namespace nuv::kernels::inline NUV_ISA {
 namespace {
@@ -22,6 +23,10 @@ template <RealScalar T>
 void syr2(char uplo, Int n, T alpha, const T* x, Int incx, const T* y, Int incy, T* a, Int lda) {
   const Int info = check(uplo, n, incx, incy, lda);
   if (info != 0) return report_bad_argument<T>("SYR2", info);
+  if (n > 0 && alpha != T(0) && same_letter(uplo, 'L') && incx == 1 && incy == 1) {
+    const bool done = with_short_lower(n, a, lda, [&](auto triangle) { return triangle.update(alpha, x, y, a, lda); });
+    if (done) return;
+  }
   rank_two_update<false>(uplo, n, alpha, x, incx, y, incy, a, lda);
 }
 

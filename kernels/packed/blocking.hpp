@@ -87,6 +87,10 @@ struct Block {
   static constexpr Int few_columns = (wide_tiles ? 16 : 2) * Tile<T>::columns;
   static constexpr Int near_elements = (wide_tiles ? 512 : 16) * 1024 / Int{sizeof(T)};
 
+  /// Steps that products joined into one have at most. It is the depth of a block where memory is refused, so that the
+  /// sums of such products are the same then.
+  static constexpr Int joined = 96;
+
   /// Order of the triangle at which triangular products and solves stop dividing.
   static constexpr Int leaf = ComplexScalar<T> ? 32 : 64;
 };

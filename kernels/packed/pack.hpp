@@ -17,6 +17,7 @@ enum class Structure {
   upper_stored,      ///< likewise, l >= i
   lower_triangular,  ///< zero for l > i
   upper_triangular,  ///< zero for l < i
+  joined,            ///< the steps of one operand without structure, and those of another one behind them
 };
 
 /// What an element of an operand is to a product: not there, a real number, or one like all others.
@@ -33,6 +34,11 @@ struct Operand {
   Structure structure = Structure::full;
   bool hermitian = false;      ///< the mirrored triangle is conjugated, the diagonal real
   bool unit_diagonal = false;  ///< of a triangular operand
+
+  /// Of joined operands the second, and its first step.
+  const T* second = nullptr;
+  std::ptrdiff_t second_along = 0, second_deep = 0;
+  Int joint = 0;
 
   const T* at(Int i, Int l) const { return data + i * along + l * deep; }
 
@@ -55,6 +61,7 @@ struct Operand {
     const bool below = l < i;
     switch (structure) {
       case Structure::full:
+      case Structure::joined:
         break;
       case Structure::lower_stored:
       case Structure::upper_stored: {
@@ -80,6 +87,18 @@ struct Operand {
 template <Scalar T>
 Operand<T> shifted(Operand<T> x, Int i) {
   x.data += i * x.along;
+  if (x.structure == Structure::joined) x.second += i * x.second_along;
+  return x;
+}
+
+/// The first k steps of an operand and those of another, neither of them with a structure, and both conjugated or not.
+template <Scalar T>
+Operand<T> joined(Operand<T> x, Int k, const Operand<T>& other) {
+  x.structure = Structure::joined;
+  x.second = other.data;
+  x.second_along = other.along;
+  x.second_deep = other.deep;
+  x.joint = k;
   return x;
 }
 
@@ -261,10 +280,20 @@ void pack_sliver(const Operand<T>& x, Int i0, int count, int width, Int l0, Int 
                                         to + (from - l0) * step);
     }
   };
-  if (x.structure == Structure::full) return plain(l0, l0 + depth);
+  const Int end = l0 + depth;
+  if (x.structure == Structure::full) return plain(l0, end);
+  if (x.structure == Structure::joined) {
+    const Int until = std::min(end, x.joint), from = std::max(l0, x.joint);
+    plain(l0, until);
+    if (from < end) {
+      pack_strided<layout, fixed_width>(x.second + i0 * x.second_along + (from - x.joint) * x.second_deep,
+                                        x.second_along, x.second_deep, x.conjugated, count, width, end - from,
+                                        to + (from - l0) * step);
+    }
+    return;
+  }
 
   // Steps before the diagonal, across it, and behind it.
-  const Int end = l0 + depth;
   const Int across = std::clamp(i0, l0, end);
   const Int behind = std::clamp(i0 + count, l0, end);
   const bool stored_before = x.structure == Structure::lower_stored || x.structure == Structure::lower_triangular;

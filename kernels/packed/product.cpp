@@ -32,11 +32,10 @@ class PackingRoom {
       pooled_ = room;
       lay_out(room);
     } else {
-      constexpr Int least_width = round_up(Block<T>::leaf, Tile<T>::columns);
-      depth = std::min(depth, Block<T>::leaf);
+      static_assert(most_on_stack(Block<T>::leaf) >= Block<T>::leaf && most_on_stack(Block<T>::joined) > 0);
+      depth = std::min(depth, Block<T>::joined);
       height = std::min(height, Int{Tile<T>::rows});
-      width = std::min(width, least_width);
-      static_assert(Block<T>::leaf * (Tile<T>::rows + least_width) * sizeof(T) + alignment <= stack_bytes);
+      width = std::min(width, most_on_stack(depth));
       lay_out(stack_);
     }
   }
@@ -47,6 +46,11 @@ class PackingRoom {
   PackingRoom& operator=(const PackingRoom&) = delete;
 
  private:
+  /// Columns of B that fit on the stack beside a sliver of A, of so many steps.
+  static constexpr Int most_on_stack(Int steps) {
+    return ((stack_bytes - alignment) / (steps * Int{sizeof(T)}) - Tile<T>::rows) / Tile<T>::columns * Tile<T>::columns;
+  }
+
   std::size_t bytes_of_a() const {
     return holds_a_ ? (std::size_t(depth) * height * sizeof(T) + alignment - 1) / alignment * alignment : 0;
   }

@@ -18,17 +18,11 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
+#include "base/range.hpp"
 #include "frame/option_matching.hpp"
 #include "orthogonal/forms.hpp"
 
 namespace nuv {
-
-/// Indices first, first + 1, ...
-struct Range {
-  Int first, count;
-
-  Int last() const { return first + count - 1; }
-};
 
 /// T may be const.
 template <class T>

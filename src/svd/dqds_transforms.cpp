@@ -1,5 +1,8 @@
 #include "svd/dqds_transforms.hpp"
 
+#include <algorithm>
+#include <cmath>
+
 #include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "svd/qd_array.hpp"
@@ -7,22 +10,39 @@
 namespace nuv {
 namespace {
 
+/// The least e of rows i0 to n0 of a set, and of e0; NaN if one is.
+template <RealScalar R>
+R least_e(QdArray<R> Z, Int set, Int i0, Int n0, R e0) {
+  R emin = e0;
+  for (Int i = i0; i <= n0; ++i) emin = smaller_or_nan(emin, Z.e(i, set));
+  return emin;
+}
+
 /// Runs through the rows of a transform: `next(i, d)` makes q'(i) and e'(i) from d(i), turns d into d(i+1), and says
 /// whether it could. The last two steps stand alone since what they tell chooses the next shift.
+///
+/// Each step waits for the quotient of the one before; the minima go on beside it, in registers and without a test for
+/// NaN. A d that is NaN leaves none behind it that is not, and among the e it is looked for at the end.
 template <RealScalar R, class Next>
 void run_through(Int i0, Int n0, QdArray<R> Z, Int pp, R tau, R& dmin, R& dmin1, R& dmin2, R& dn, R& dnm1, R& dnm2,
                  Next next) {
   if (n0 - i0 < 2) return;
   const Int out = 1 - pp;
-  R d = Z.q(i0, pp) - tau;
-  R emin = Z.q(i0 + 1, pp);
-  dmin = d;
+  R d = Z.q(i0, pp) - tau, least = d;
+  R emin = Z.q(i0 + 1, pp), zeros = emin * 0;
   dmin1 = negated(Z.q(i0, pp));
+  const auto least_d = [&] { return std::isnan(d) ? d : least; };
   for (Int i = i0; i <= n0 - 3; ++i) {
-    if (!next(i, d)) return;
-    dmin = smaller_or_nan(dmin, d);
-    emin = smaller_or_nan(emin, Z.e(i, out));
+    if (!next(i, d)) {
+      dmin = least_d();
+      return;
+    }
+    const R e = Z.e(i, out);
+    least = std::min(least, d);
+    emin = std::min(emin, e);
+    zeros += e * 0;
   }
+  dmin = least_d();
   dnm2 = d;
   dmin2 = dmin;
   if (!next(n0 - 2, d)) return;
@@ -33,7 +53,7 @@ void run_through(Int i0, Int n0, QdArray<R> Z, Int pp, R tau, R& dmin, R& dmin1,
   dn = d;
   dmin = smaller_or_nan(dmin, d);
   Z.q(n0, out) = dn;
-  Z.e(n0, out) = emin;
+  Z.e(n0, out) = zeros == 0 ? emin : least_e(Z, out, i0, n0 - 3, Z.q(i0 + 1, pp));
 }
 
 }  // namespace

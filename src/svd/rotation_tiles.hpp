@@ -6,14 +6,10 @@
 #include <algorithm>
 
 #include "base/matrix.hpp"
+#include "base/range.hpp"
 #include "blas.hpp"
 
 namespace nuv::inline NUV_ISA {
-
-/// Indices first ... first + count - 1.
-struct Range {
-  Int first, count;
-};
 
 /// The sweeps, and the lines of a matrix that they turn: its columns, or its rows where they come from the left. Where
 /// the rotations of a sweep come in falling order, lines and planes are counted from the end, so that they rise all the
@@ -25,7 +21,7 @@ struct Sweeps {
   Matrix<const T> cs;
 
   /// Where some of `total` stand.
-  Int place(Int total, Range some) const { return rises ? some.first : total - some.first - some.count + 2; }
+  Int place(Int total, Range some) const { return rises ? some.first : total - some.last() + 1; }
 
   /// Applies the rotation of sweep s in plane p to columns i and i + 1 of X, to so many elements from the first one on.
   void turn(Int s, Int p, bool leaves_out_identities, Matrix<T> X, Int first, Int count, Int i) const {

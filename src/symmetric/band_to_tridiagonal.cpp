@@ -22,7 +22,7 @@ class UpdatesOfQ {
   UpdatesOfQ(bool wanted, bool deferred, Int n, Int kd, Matrix<T> Q, T* work)
       : wanted_(wanted), deferred_(deferred), n_(n), kd_(kd), Q_(Q), work_(work), V_(work + 2 * std::ptrdiff_t{n}, n) {}
 
-  /// Reflector r of the chase that begins in column j, on length elements from `first` on.
+  /// A reflector of the chase from column j, on `length` elements from `first` on.
   void add(Int j, Int first, Int length, T tau, const T* v) const {
     if (!wanted_) return;
     if (!deferred_) return larf('R', n_, length, v, 1, tau, Q_.at(1, first), Q_.ld, work_);
@@ -56,6 +56,9 @@ template <Scalar T>
 struct BandReduction {
   using R = Real<T>;
 
+  /// Steps by which a chase follows the one before it, and those that it makes in its turn.
+  static constexpr Int distance = 2, steps_in_a_row = 4;
+
   Int n, kd;
   Matrix<T> A;
   R *d, *e;
@@ -88,15 +91,15 @@ struct BandReduction {
   }
 
   /// The chases from some neighbouring columns. Step r of one meets what step r + 2 of the one before it leaves, and
-  /// nothing of the steps after that: the chases follow each other along the band at that distance, so that what one
-  /// brings into the cache serves all.
+  /// nothing of the steps after that: the chases follow each other along the band at that distance, each for some steps
+  /// in a row, so that what one brings into the cache serves all.
   void chase_together(Int j, Int count) const {
-    constexpr Int distance = 2;
     const auto steps = [this](Int column) { return (n - column - 2) / kd + 1; };
-    for (Int time = 0; time < steps(j) + distance * (count - 1); ++time) {
-      for (Int i = 0; i < count && distance * i <= time; ++i) {
-        const Int r = time - distance * i;
-        if (r < steps(j + i)) step(j + i, r);
+    const Int last = steps(j) + distance * (count - 1);
+    for (Int time = 0; time < last; time += steps_in_a_row) {
+      for (Int i = 0; i < count; ++i) {
+        const Int from = time - distance * i, until = std::min(from + steps_in_a_row, steps(j + i));
+        for (Int r = std::max(0, from); r < until; ++r) step(j + i, r);
       }
     }
   }
@@ -126,11 +129,11 @@ struct BandReduction {
     d[n - 1] = std::real(A(n, n));
   }
 
-  /// Chases that go together: the parts of the band that they are at share the second cache.
+  /// Chases that go together: the part of the band that they are at stays in the second cache.
   Int most_together() const {
-    constexpr std::ptrdiff_t cache = 512 * 1024, steps_apart = 3;
-    const std::ptrdiff_t each = steps_apart * kd * 2 * kd * std::ptrdiff_t{sizeof(T)};
-    return static_cast<Int>(std::clamp<std::ptrdiff_t>(cache / each, 1, kd));
+    constexpr std::ptrdiff_t cache = 512 * 1024;
+    const std::ptrdiff_t each_step = std::ptrdiff_t{kd} * 2 * kd * std::ptrdiff_t{sizeof(T)};
+    return static_cast<Int>(std::clamp<std::ptrdiff_t>((cache / each_step - steps_in_a_row) / distance, 1, kd));
   }
 
   void reduce() const {

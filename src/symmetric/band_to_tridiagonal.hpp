@@ -20,9 +20,8 @@ namespace nuv {
 /// d, e    n and n - 1 elements: the diagonal of T and what stands beside it; e is left alone where kd = 0
 /// q       vect 'V', 'U': n by n, ldq >= max(1, n); else not used
 /// work    lwork elements; work(1) returns the best lwork, (kd + 2) n where Q is wanted and kd else
-/// lwork   at least max(1, n) where Q is wanted, max(1, kd) else; below the best one Q is updated a reflector at a
-/// time;
-///         -1 asks for the best and does nothing else
+/// lwork   at least max(1, n) where Q is wanted, max(1, kd) else; below the best one each reflector updates Q by
+///         itself; -1 asks for the best and does nothing else
 /// info    0, or -k: argument k was bad (reported)
 template <Scalar T>
 void sbrdb(char vect, char uplo, Int n, Int kd, T* ab, Int ldab, Real<T>* d, Real<T>* e, T* q, Int ldq, T* work,

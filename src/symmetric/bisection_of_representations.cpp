@@ -32,13 +32,7 @@ void larrb(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol1, R rt
     const R gap = at > 0 ? std::min(wgap[at - 1], wgap[at]) : wgap[at];
     return ValueSearch<R>::around(i, w[at], werr[at], {std::max(rtol1 * gap, 2 * pivmin), rtol2, halvings});
   };
-  const auto count = [&](const R* points, Int* counts, Int active) {
-    if (active == 1) {
-      counts[0] = laneg(n, d, lld, points[0], pivmin, r);
-    } else {
-      count_representation(n, d, lld, points, r, counts);
-    }
-  };
+  const auto count = [&](const R* points, Int* counts) { count_representation(n, d, lld, points, r, counts); };
   search_side_by_side<R>(ifirst, ilast, begin, count,
                          [&](const ValueSearch<R>& search) { store_if_moved(search, offset, w, werr); });
   for (Int at = ifirst - offset; at < ilast - offset; ++at) {
@@ -57,9 +51,7 @@ void larrj(Int n, const R* d, const R* e2, Int ifirst, Int ilast, R rtol, Int of
     const auto given = ValueSearch<R>::within(i, w[at] - werr[at], w[at] + werr[at], accuracy);
     return given.is_done() ? given : ValueSearch<R>::around(i, w[at], werr[at], accuracy);
   };
-  const auto count = [&](const R* points, Int* counts, Int active) {
-    count_below_each(n, d, e2, pivmin, points, counts, active);
-  };
+  const auto count = [&](const R* points, Int* counts) { count_below(n, d, e2, pivmin, points, counts); };
   search_side_by_side<R>(ifirst, ilast, begin, count,
                          [&](const ValueSearch<R>& search) { store_if_moved(search, offset, w, werr); });
 }

@@ -17,8 +17,8 @@ template <RealScalar R>
 struct IsolatedValue {
   Int index;
   R x, error;
-  R gap;           ///< to the nearest value known
-  bool at_border;  ///< of the values known: one that is not known may be nearer
+  R gap;            ///< to the nearest other value
+  bool in_cluster;  ///< with others, to which corrections may lead
 };
 
 template <Scalar T>
@@ -29,14 +29,38 @@ class IsolatedVector {
   static constexpr R finest = 2 * eps;  ///< how well an eigenvalue can be known
 
   IsolatedVector(const RepresentationNode<R>& node, IsolatedValue<R>& value, T* z)
-      : node_(node), value_(value), z_(z), negligible_(value.at_border ? R(0) : value.gap * eps) {}
+      : node_(node), value_(value), z_(z), negligible_(value.gap * eps) {}
 
-  /// Computes the vector from twisted factorisations at the value and at what the Rayleigh quotient corrections make of
-  /// it. Where these lead out of the value's interval, bisection finds the value. False if that fails.
+  /// Computes the vector from a twisted factorisation at the value; false if bisection for that fails.
   bool find() {
+    if (!(value_.in_cluster ? find_by_bisection() : find_by_corrections())) return false;
+    value_.x = lambda_;
+    if (!value_.in_cluster) approach_value();
+    return true;
+  }
+
+  bool is_finite() const { return std::isfinite(residual_); }
+
+  /// The rows that the vector fills, from one.
+  Int first_row() const { return support_[0]; }
+  Int last_row() const { return support_[1]; }
+  R inverse_norm() const { return inverse_norm_; }
+
+ private:
+  bool find_by_bisection() {
+    if (!node_.refine(value_.index, value_.index, R(0), finest, value_.index, &value_.x, &value_.gap, &value_.error)) {
+      return false;
+    }
+    twist_ = 0;
+    compute(value_.x, false);
+    return true;
+  }
+
+  /// Goes on to what the Rayleigh quotient correction makes of the value, again and again. Where that leads out of the
+  /// value's interval, bisection finds the value.
+  bool find_by_corrections() {
     constexpr int most_steps = 10;
-    const R least = eps * (std::abs(value_.x) + value_.error);
-    const R small_residual = 4 * std::log(static_cast<R>(node_.n)) * eps * (value_.at_border ? least : value_.gap);
+    const R small_residual = 4 * std::log(static_cast<R>(node_.n)) * eps * value_.gap;
     R left = value_.x - value_.error, right = value_.x + value_.error;
     R best = value_.x, least_residual = Machine<R>::overflow;
     bool corrected = false;
@@ -56,30 +80,15 @@ class IsolatedVector {
         value_.error = (right - left) / 2;
       }
       if (!inwards || step == most_steps || right - left < finest * std::abs(next)) {
-        if (!node_.refine(value_.index, value_.index, R(0), finest, value_.index, &value_.x, &value_.gap,
-                          &value_.error)) {
-          return false;
-        }
-        twist_ = 0;
-        compute(value_.x, false);
+        if (!find_by_bisection()) return false;
         if (corrected && least_residual <= residual_) compute(best, false);
         break;
       }
       compute(next, true);
     }
-    value_.x = lambda_;
-    approach_value();
     return true;
   }
 
-  bool is_finite() const { return std::isfinite(residual_); }
-
-  /// The rows that the vector fills, from one.
-  Int first_row() const { return support_[0]; }
-  Int last_row() const { return support_[1]; }
-  R inverse_norm() const { return inverse_norm_; }
-
- private:
   void compute(R lambda, bool count) {
     R gamma;
     lambda_ = lambda;
@@ -93,8 +102,9 @@ class IsolatedVector {
     const R angle = std::abs(correction_) / value_.gap;  // to the eigenvector
     if (!(angle > 4 * eps) || !(std::abs(correction_) <= 8 * eps * std::abs(lambda_))) return;
     const FoundVector<R> found{support_[0] - 1, twist_ - 1, support_[1] - 1, lambda_, square_};
-    square_ =
-        move_vector(found, node_.d, node_.lld, correction_, 4 * angle, TwistedWork<R>(node_.n, node_.scratch), z_);
+    // The element 1 of the vector stays, which may be the smaller part of what moves.
+    const R most = 4 * angle * std::sqrt(square_);
+    square_ = move_vector(found, node_.d, node_.lld, correction_, most, TwistedWork<R>(node_.n, node_.scratch), z_);
     inverse_norm_ = 1 / std::sqrt(square_);
   }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
@@ -135,15 +136,16 @@ struct RootOfBlock {
   }
 
   /// Moves the shift away from the spectrum until the representation has no large elements, and is definite if dqds is
-  /// to work on it. A shift of which that is known comes last.
+  /// to work on it. A shift of which that is known comes last but one.
   bool search(bool by_dqds) {
     constexpr int attempts = 6;
-    for (int attempt = 1; attempt <= attempts; ++attempt) {
-      if (is_representation(by_dqds)) {
-        blas::copy(n, {work, 1}, {d, 1});
-        blas::copy(n - 1, {work + n, 1}, {e, 1});
-        e[n - 1] = shift;
-        return true;
+    const R harmless_growth = 2 * diameter, largest_growth = 64 * diameter;
+    R best_shift = shift, least_growth = Machine<R>::overflow;
+    for (int attempt = 1; attempt <= attempts && !(least_growth <= harmless_growth); ++attempt) {
+      const R growth = factor(by_dqds);
+      if (growth < least_growth) {
+        least_growth = growth;
+        best_shift = shift;
       }
       if (attempt == attempts - 1) {
         const R beyond = 2 * (width(rows) * eps * static_cast<R>(n) + 2 * pivmin);
@@ -153,12 +155,18 @@ struct RootOfBlock {
         step *= 2;
       }
     }
-    return false;
+    if (!(least_growth <= largest_growth)) return false;
+    shift = best_shift;
+    factor(by_dqds);
+    blas::copy(n, {work, 1}, {d, 1});
+    blas::copy(n - 1, {work + n, 1}, {e, 1});
+    e[n - 1] = shift;
+    return true;
   }
 
-  /// Factors T - shift I into work, D in front of L, and judges it.
-  bool is_representation(bool definite) const {
-    constexpr R largest_growth = 64;
+  /// Factors T - shift I into work, D in front of L. Gives the largest element of D, or infinity if D should be
+  /// definite and is not.
+  R factor(bool definite) const {
     R *const root_d = work, *const root_l = work + n;
     R pivot = d[0] - shift, growth = std::abs(pivot);
     bool right_signs = true;
@@ -170,20 +178,23 @@ struct RootOfBlock {
       pivot = (d[i + 1] - shift) - root_l[i] * e[i];
       growth = larger_or_nan(growth, std::abs(pivot));
     }
-    return growth <= largest_growth * diameter && (right_signs || !definite);
+    return right_signs || !definite ? growth : std::numeric_limits<R>::infinity();
   }
 
   /// Changes the root by a few units in the last place, so that eigenvalues that are equal come apart: the relative
-  /// gaps of a cluster would otherwise never open.
+  /// gaps of a cluster would otherwise never open. Elements larger than the spectrum is wide change by units of that.
   void perturb() const {
     constexpr R most = 8 * eps;
     Int seed[4] = {1, 1, 1, 1};
     larnv(2, seed, 2 * n - 1, work);
     for (Int i = 0; i < n - 1; ++i) {
-      d[i] *= 1 + most * work[i];
-      e[i] *= 1 + most * work[n + i];
+      const R size = std::abs(d[i]) * std::max(R(1), e[i] * e[i]);
+      const R unit = size > diameter ? most * (diameter / size) : most;
+      d[i] *= 1 + unit * work[i];
+      e[i] *= 1 + unit * work[n + i];
     }
-    d[n - 1] *= 1 + most / 2 * work[n - 1];
+    const R unit = std::abs(d[n - 1]) > diameter ? most / 2 * (diameter / std::abs(d[n - 1])) : most / 2;
+    d[n - 1] *= 1 + unit * work[n - 1];
   }
 
   Int find_values_by_dqds() const {

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
 #include "environment/machine_constants.hpp"
 #include "symmetric/gerschgorin.hpp"
 #include "symmetric/isolated_vector.hpp"
+#include "symmetric/known_values.hpp"
 #include "symmetric/relatively_robust.hpp"
 #include "symmetric/representation_node.hpp"
 
@@ -25,6 +27,7 @@ struct Cluster {
   Int depth;  ///< of the representation in the tree
 
   bool meets(const Cluster& other) const { return first <= other.last && other.first <= last; }
+  bool holds(Int k) const { return first <= k && k <= last; }
 };
 
 /// Clusters that wait, at most half as many as there are eigenvalues.
@@ -49,7 +52,7 @@ class ClusterStack {
   Int size_ = 0;
 };
 
-/// The representation tree of one block. Arrays begin with the block's first row, or with its first wanted eigenvalue;
+/// The representation tree of one block. Arrays begin with the block's first row, or with its first given eigenvalue;
 /// Z has all rows of the matrix, and `above` of them lie above the block.
 ///
 /// The tree is walked in depth. A cluster that waits keeps its representation in the columns of two of its vectors: D
@@ -60,61 +63,75 @@ struct RepresentationTree {
 
   const Settings<R>& settings;
   RepresentationNode<R> node;  ///< at hand, the root at first
-  R lower;                     ///< the wanted eigenvalues of T lie above it
-  Int count;                   ///< of wanted eigenvalues
-  Int index;                   ///< of the first of them in the block, from one
-  R *w, *werr, *wgap;
-  R* shifted;       ///< the eigenvalues, each less the shift of its representation
-  Cluster vectors;  ///< for these
+  R lower;                     ///< the given eigenvalues of T lie above it
+  R *w, *werr, *wgap;          ///< of the given eigenvalues
+  KnownValues<R> values;       ///< the given ones, and those that share clusters with them
+  Cluster given, vectors;      ///< which of these are given, with columns of Z, and which get vectors
   Matrix<T> Z;
   Int order, above;
   Int* isuppz;
   Int* stack;
   R *child_d, *child_l;
 
-  R gap_below_all = 0;  ///< below the first wanted eigenvalue
-
   /// Gives info.
   Int walk() {
-    blas::copy(count, {w, 1}, {shifted, 1});
-    for (Int k = 0; k < count; ++k) w[k] += node.shift;
-    gap_below_all = std::max(R(0), w[0] - werr[0] - lower);
     node.form_products();
-
+    const bool complete = begin();
     ClusterStack waiting(stack);
-    Int info = node.n == 1 ? set_unit_vector() : visit({0, count - 1, 0}, waiting);
+    Int info = !complete ? -3 : node.n == 1 ? set_unit_vector() : visit({0, values.count - 1, 0}, waiting);
     while (info == 0 && !waiting.is_empty()) {
       const Cluster cluster = waiting.pop();
       load(cluster);
       info = refine(cluster.first, cluster.last, settings.rtol1, settings.rtol2) ? visit(cluster, waiting) : -3;
     }
-    for (Int k = 0; k < count; ++k) {
-      if (k < vectors.first || k > vectors.last) std::fill_n(Z.at(1, k + 1), order, T(0));
-    }
+    end();
     return info;
   }
 
  private:
   static constexpr R eps = Machine<R>::precision;
 
-  /// The last of the eigenvalues from `first` on whose relative gaps are smaller than `gap`.
-  Int end_of_group(Int first, Int last, R gap) const {
-    Int end = first;
-    while (end < last && wgap[end] < gap * std::abs(shifted[end])) ++end;
-    return end;
+  /// Relative gaps that are as large as one could wish.
+  R comfortable_gap() const { return 3 * settings.minrgp; }
+
+  /// Copies what is given, and adds what shares clusters with it. False if that fails.
+  bool begin() {
+    const Int count = values.count;
+    blas::copy(count, {w, 1}, {values.x, 1});
+    blas::copy(count, {werr, 1}, {values.error, 1});
+    blas::copy(count, {wgap, 1}, {values.gap, 1});
+    for (Int k = 0; k < count; ++k) w[k] += node.shift;
+    values.gap_below = std::max(R(0), w[0] - werr[0] - lower);
+    const Int first = values.index;
+    const bool complete = values.complete_clusters(node, comfortable_gap(), settings.rtol1, settings.rtol2);
+    const Int added_below = first - values.index;
+    for (Cluster* const part : {&given, &vectors}) {
+      part->first += added_below;
+      part->last += added_below;
+    }
+    return complete;
+  }
+
+  /// Gives back what has become of the given values, and zeros for the vectors that are not wanted.
+  void end() const {
+    const Int count = given.last - given.first + 1;
+    blas::copy(count, {values.error + given.first, 1}, {werr, 1});
+    blas::copy(count, {values.gap + given.first, 1}, {wgap, 1});
+    for (Int k = given.first; k <= given.last; ++k) {
+      if (!vectors.holds(k)) std::fill_n(column_of(k), order, T(0));
+    }
   }
 
   /// Each eigenvalue that stands apart gets its vector, each cluster in the cluster its representation. A vector is the
   /// more accurate the larger the relative gap is: eigenvalues that hardly stand apart count as a cluster too, as long
-  /// as a good representation can be had for it.
+  /// as a representation can be had for it.
   Int visit(const Cluster& cluster, ClusterStack& waiting) {
-    const R comfortable = 3 * settings.minrgp;
     Int info = 0;
     for (Int first = cluster.first, last; first <= cluster.last && info == 0; first = last + 1) {
-      last = end_of_group(first, cluster.last, comfortable);
+      last = values.end_of_group(first, cluster.last, comfortable_gap());
       const Cluster group = {first, last, cluster.depth + 1};
       if (!group.meets(vectors)) continue;
-      const bool is_represented = first < last && represent(group, Growth::none, waiting) == 0;
+      const bool is_represented = has_columns(group) && represent(group, waiting) == 0;
       info = is_represented ? 0 : visit_closest(group, waiting);
     }
     return info;
@@ -123,66 +140,65 @@ struct RepresentationTree {
   Int visit_closest(const Cluster& group, ClusterStack& waiting) {
     Int info = 0;
     for (Int first = group.first, last; first <= group.last && info == 0; first = last + 1) {
-      last = end_of_group(first, group.last, settings.minrgp);
+      last = values.end_of_group(first, group.last, settings.minrgp);
       const Cluster closest = {first, last, group.depth};
       if (!closest.meets(vectors)) continue;
-      info = first == last ? find_vector(first) : represent(closest, Growth::tolerable, waiting);
+      info = has_columns(closest) ? represent(closest, waiting) : find_vector(closest);
     }
     return info;
   }
 
-  bool refine(Int first, Int last, R rtol1, R rtol2) const {
-    return node.refine(index + first, index + last, rtol1, rtol2, index, shifted, wgap, werr);
-  }
+  bool refine(Int first, Int last, R rtol1, R rtol2) const { return values.refine(node, first, last, rtol1, rtol2); }
 
   // ------------------------------------------------------------------------------------------------------- clusters
 
-  /// What is allowed of the elements of a child.
-  enum class Growth { none, tolerable };
-
   /// Finds a child for a cluster, with a shift as close to it as can be.
-  Int represent(const Cluster& cluster, Growth growth, ClusterStack& waiting) {
+  Int represent(const Cluster& cluster, ClusterStack& waiting) {
     constexpr Int deepest = 100;  // a level resolves three digits, or half of the cluster
     constexpr R finest = IsolatedVector<T>::finest;
     if (cluster.depth > deepest) return -2;
     if (!refine(cluster.first, cluster.first, finest, finest) || !refine(cluster.last, cluster.last, finest, finest)) {
       return -1;
     }
-    const R gap_below = cluster.first == 0 ? gap_below_all : wgap[cluster.first - 1];
     R sigma;
     Int info;
-    larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, shifted, wgap, werr, node.diameter,
-          gap_below, wgap[cluster.last], node.pivmin, sigma, child_d, child_l, node.scratch, info);
-    if (info != 0 || (growth == Growth::none && child_has_large_elements())) return -2;
+    larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, values.x, values.gap, values.error,
+          node.diameter, values.gap_before(cluster.first), values.gap[cluster.last], node.pivmin, sigma, child_d,
+          child_l, node.scratch, info);
+    if (info != 0) return -2;
     store(cluster, node.shift + sigma);
     for (Int k = cluster.first; k <= cluster.last; ++k) {
-      const R rounding = 3 * eps * std::abs(shifted[k]);
-      shifted[k] -= sigma;
-      werr[k] += rounding + 4 * eps * std::abs(shifted[k]);
+      const R rounding = 3 * eps * std::abs(values.x[k]);
+      values.x[k] -= sigma;
+      values.error[k] += rounding + 4 * eps * std::abs(values.x[k]);
     }
     waiting.push(cluster);
     return 0;
   }
 
-  bool child_has_large_elements() const {
-    return std::any_of(child_d, child_d + node.n, [&](R pivot) { return std::abs(pivot) > 8 * node.diameter; });
+  T* column_of(Int k) const { return Z.at(1, k - given.first + 1); }
+
+  /// Whether two columns of Z belong to a cluster.
+  bool has_columns(const Cluster& cluster) const {
+    return std::max(cluster.first, given.first) < std::min(cluster.last, given.last);
   }
 
-  /// The first of the columns that keep a representation. They belong to the cluster, and lie beside those of the
-  /// wanted vectors at most.
-  Int column_of(const Cluster& cluster) const { return std::max(cluster.first, vectors.first - 1) + 1; }
+  /// Two columns of the cluster that keep a representation. They lie beside those of the wanted vectors at most.
+  std::pair<T*, T*> columns_of(const Cluster& cluster) const {
+    const Int last = std::min(cluster.last, given.last) - 1;
+    const Int k = std::min(last, std::max({cluster.first, given.first, vectors.first - 1}));
+    return {column_of(k) + above, column_of(k + 1) + above};
+  }
 
   void store(const Cluster& cluster, R shift) const {
-    T* const kept_d = Z.at(above + 1, column_of(cluster));
-    T* const kept_l = Z.at(above + 1, column_of(cluster) + 1);
+    const auto [kept_d, kept_l] = columns_of(cluster);
     for (Int i = 0; i < node.n; ++i) kept_d[i] = T(child_d[i]);
     for (Int i = 0; i < node.n - 1; ++i) kept_l[i] = T(child_l[i]);
     kept_l[node.n - 1] = T(shift);
   }
 
   void load(const Cluster& cluster) {
-    const T* const kept_d = Z.at(above + 1, column_of(cluster));
-    const T* const kept_l = Z.at(above + 1, column_of(cluster) + 1);
+    const auto [kept_d, kept_l] = columns_of(cluster);
     for (Int i = 0; i < node.n; ++i) node.d[i] = std::real(kept_d[i]);
     for (Int i = 0; i < node.n - 1; ++i) node.l[i] = std::real(kept_l[i]);
     node.shift = std::real(kept_l[node.n - 1]);
@@ -191,22 +207,26 @@ struct RepresentationTree {
 
   // -------------------------------------------------------------------------------------------------------- vectors
 
-  Int find_vector(Int k) const {
-    const R below = k > 0 ? wgap[k - 1] : Machine<R>::overflow;
-    const R beyond = k < count - 1 ? wgap[k] : Machine<R>::overflow;
-    IsolatedValue<R> value{index + k, shifted[k], werr[k], std::min(below, beyond), k == 0 || k == count - 1};
-    IsolatedVector<T> vector(node, value, Z.at(above + 1, k + 1));
+  /// For the only value of a cluster that has a column. Where there are others, bisection alone can tell them apart.
+  Int find_vector(const Cluster& cluster) const {
+    const Int k = std::clamp(cluster.first, given.first, given.last);
+    const auto gap_between = [&](bool exists, R gap) { return exists ? gap : Machine<R>::overflow; };
+    const R below = gap_between(values.index + k > 1, values.gap_before(k));
+    const R above_it = gap_between(values.index + k < node.n, values.gap[k]);
+    IsolatedValue<R> value{values.index + k, values.x[k], values.error[k], std::min(below, above_it),
+                           cluster.first < cluster.last};
+    IsolatedVector<T> vector(node, value, column_of(k) + above);
     if (!vector.find()) return -1;
-    shifted[k] = value.x;
-    werr[k] = value.error;
-    w[k] = value.x + node.shift;
+    values.x[k] = value.x;
+    values.error[k] = value.error;
+    w[k - given.first] = value.x + node.shift;
     finish(k, vector.first_row(), vector.last_row(), vector.inverse_norm());
     return vector.is_finite() ? 0 : 5;
   }
 
   Int set_unit_vector() const {
-    if (!Cluster{0, 0, 0}.meets(vectors)) return 0;
-    *Z.at(above + 1, 1) = T(1);
+    if (!vectors.holds(0)) return 0;
+    column_of(0)[above] = T(1);
     finish(0, 1, 1, R(1));
     return 0;
   }
@@ -214,11 +234,13 @@ struct RepresentationTree {
   /// Scales vector k, which fills some rows of the block, and puts zeros above and below it.
   void finish(Int k, Int first_row, Int last_row, R factor) const {
     const Int from = above + first_row, to = above + last_row;
-    isuppz[2 * std::ptrdiff_t{k}] = from;
-    isuppz[2 * std::ptrdiff_t{k} + 1] = to;
-    std::fill(Z.at(1, k + 1), Z.at(from, k + 1), T(0));
-    blas::scal(to - from + 1, factor, column(Z, from, k + 1));
-    std::fill(Z.at(to + 1, k + 1), Z.at(order + 1, k + 1), T(0));
+    Int* const support = isuppz + 2 * std::ptrdiff_t{k - given.first};
+    support[0] = from;
+    support[1] = to;
+    T* const z = column_of(k);
+    std::fill(z, z + (from - 1), T(0));
+    blas::scal(to - from + 1, factor, {z + (from - 1), 1});
+    std::fill(z + to, z + order, T(0));
   }
 };
 
@@ -239,33 +261,37 @@ void larrv(Int n, Real<T> vl, Real<T>, Real<T>* d, Real<T>* l, Real<T> pivmin, c
     for (next = first; next < m && iblock[next] == number;) ++next;
     const Int begin = number == 1 ? 0 : isplit[number - 2];
     const Int order = isplit[number - 1] - begin;
-    R* const rest = work + 5 * std::ptrdiff_t{order};
+    const auto place = [&](Int k) { return work + k * std::ptrdiff_t{order}; };
     RepresentationTree<T> tree{.settings = settings,
                                .node = {.n = order,
                                         .d = d + begin,
                                         .l = l + begin,
-                                        .ld = work,
-                                        .lld = work + order,
+                                        .ld = place(0),
+                                        .lld = place(1),
                                         .shift = l[isplit[number - 1] - 1],
                                         .diameter = width(union_of_intervals(order, gers + 2 * std::ptrdiff_t{begin})),
                                         .pivmin = pivmin,
-                                        .scratch = rest,
+                                        .scratch = place(7),
                                         .integers = iwork},
                                .lower = vl,
-                               .count = next - first,
-                               .index = indexw[first],
                                .w = w + first,
                                .werr = werr + first,
                                .wgap = wgap + first,
-                               .shifted = work + 2 * std::ptrdiff_t{order},
+                               .values = {.count = next - first,
+                                          .index = indexw[first],
+                                          .x = place(2),
+                                          .error = place(3),
+                                          .gap = place(4),
+                                          .gap_below = 0},
+                               .given = {0, next - first - 1, 0},
                                .vectors = {dol - 1 - first, dou - 1 - first, 0},
                                .Z = block(Z, 1, first + 1),
                                .order = n,
                                .above = begin,
                                .isuppz = isuppz + 2 * std::ptrdiff_t{first},
                                .stack = iwork + 2 * std::ptrdiff_t{order},
-                               .child_d = work + 3 * std::ptrdiff_t{order},
-                               .child_l = work + 4 * std::ptrdiff_t{order}};
+                               .child_d = place(5),
+                               .child_l = place(6)};
     info = tree.walk();
   }
 }

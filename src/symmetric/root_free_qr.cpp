@@ -35,9 +35,11 @@ void sweep_to_row(const DirectedBlock<R>& A, Int end) {
     const R old_c = c, old_gamma = gamma, alpha = A.diagonal(next);
     c = p / r;
     s = square / r;
+    const R inverse_c = r / p;  // beside c, for which gamma has to wait: a division less in the chain of each row
     gamma = c * (alpha - sigma) - s * old_gamma;
     A.diagonal(i) = old_gamma + (alpha - gamma);
-    p = c != 0 ? gamma * gamma / c : old_c * square;
+    const R gamma_squared = gamma * gamma;
+    p = c >= Machine<R>::safe_min ? gamma_squared * inverse_c : c != 0 ? gamma_squared / c : old_c * square;
   }
   A.beyond(A.row) = s * p;
   A.diagonal(A.row) = sigma + gamma;

@@ -203,14 +203,4 @@ void count_below(Int n, const R* d, const R* e2, R pivmin, const R* x, Int* coun
   }
 }
 
-/// Counts for the first `active` of x; there is room for `shifts_at_once`, and something in each.
-template <RealScalar R>
-void count_below_each(Int n, const R* d, const R* e2, R pivmin, const R* x, Int* counts, Int active) {
-  if (active == 1) {
-    counts[0] = count_below(n, d, e2, pivmin, x[0]);
-  } else {
-    count_below(n, d, e2, pivmin, x, counts);
-  }
-}
-
 }  // namespace nuv

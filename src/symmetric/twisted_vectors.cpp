@@ -117,7 +117,11 @@ class TwistedFactors {
       const R quotient = ld[i] / d_plus;
       negative_d_plus += d_plus < 0;
       l_plus_[i] = quotient;
-      s_[i + 1] = guarded && quotient == 0 ? lld[i] : quotient * (s * l[i]);
+      if constexpr (guarded) {
+        s_[i + 1] = quotient == 0 ? lld[i] : (quotient * s) * l[i];  // s may be as large as the quotient is small
+      } else {
+        s_[i + 1] = quotient * (s * l[i]);
+      }
       s = s_[i + 1] - lambda;
     };
     const auto step_up = [&, d = d, l = l, lld = lld](Int i) {

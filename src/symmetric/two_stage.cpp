@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/range.hpp"
 #include "environment/hermitian.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
@@ -14,13 +15,6 @@
 namespace nuv {
 namespace {
 
-/// Rows or columns first, first + 1, ...
-struct Span {
-  Int first, count;
-
-  Int last() const { return first + count - 1; }
-};
-
 /// The panel of syrb2. The reflectors come one by one, from the first column to the last (lower) or from the last to
 /// the first (upper).
 template <Scalar T>
@@ -30,15 +24,15 @@ struct Panel {
   Matrix<T> A, V, Y;
 
   /// The elements of the reflector of column k; where there are fewer than two, there is none.
-  Span reach(Int k) const { return upper ? Span{1, m - nb + k} : Span{k, m - k + 1}; }
+  Range reach(Int k) const { return upper ? Range{1, m - nb + k} : Range{k, m - k + 1}; }
   Int unit(Int k) const { return upper ? reach(k).last() : k; }
 
   /// What the reflectors of some columns reach.
-  Span reach(Span columns) const { return reach(upper ? columns.last() : columns.first); }
+  Range reach(Range columns) const { return reach(upper ? columns.last() : columns.first); }
 
   /// Those of the columns in `own` whose reflectors come before that of column k. Columns that have none would add
   /// nothing.
-  Span earlier(Span own, Int k) const {
+  Range earlier(Range own, Int k) const {
     const Int count = std::min(upper ? own.last() - k : k - own.first, m - 1);
     return {upper ? own.last() - count + 1 : own.first, count};
   }
@@ -48,15 +42,15 @@ struct Panel {
   Int room(Int count) const { return upper ? m - count + 1 : 1; }
 
   /// `columns` := (H1 H2 ...)^H `columns` for the reflectors of the columns `before`.
-  void apply(Span before, Span columns) const {
+  void apply(Range before, Range columns) const {
     const Matrix<T> C = block(A, 1, columns.first), W = block(Y, room(before.count), columns.first);
     multiply(adjoint<T>, m, before.count, columns.count, T(1), block(Y, 1, before.first), C, T(0), W);
     multiply('N', m, before.count, columns.count, T(-1), block(V, 1, before.first), W, T(1), C);
   }
 
   /// Columns of Y take the reflectors of the columns `before` from the left.
-  void apply_to_y(Span before, Span columns) const {
-    const Span own = reach(columns);
+  void apply_to_y(Range before, Range columns) const {
+    const Range own = reach(columns);
     const Matrix<T> W = block(V, room(before.count), columns.first);
     multiply(adjoint<T>, own.count, before.count, columns.count, T(1), block(V, own.first, before.first),
              block(Y, own.first, columns.first), T(0), W);
@@ -76,21 +70,24 @@ struct Panel {
 
   /// The reflector of column k as columns of V and Y.
   void set_reflector(Int k, T tau) const {
-    const Span own = reach(k);
-    std::fill_n(V.at(1, k), m, T(0));
-    std::fill_n(Y.at(1, k), m, T(0));
-    if (own.count < 2) return;
-    for (Int r = own.first; r <= own.last(); ++r) {
-      const T v = r == unit(k) ? T(1) : A(r, k);
-      V(r, k) = v;
-      Y(r, k) = tau * v;
+    const Range own = reach(k);
+    for (const Matrix<T>& M : {V, Y}) {
+      if (own.count < 2) {
+        std::fill_n(M.at(1, k), m, T(0));
+        continue;
+      }
+      std::fill_n(M.at(1, k), own.first - 1, T(0));
+      blas::copy(own.count, column(A, own.first, k), column(M, own.first, k));
+      M(unit(k), k) = T(1);
+      std::fill_n(M.at(own.last() + 1, k), m - own.last(), T(0));
     }
+    if (own.count >= 2) blas::scal(own.count, tau, column(Y, own.first, k));
   }
 
-  void factor_by_columns(Span own, T* tau) const {
+  void factor_by_columns(Range own, T* tau) const {
     for (Int step = 0; step < own.count; ++step) {
       const Int k = upper ? own.last() - step : own.first + step;
-      const Span before = earlier(own, k);
+      const Range before = earlier(own, k);
       apply(before, {k, 1});
       const bool reflects = reach(k).count >= 2;
       if (reflects) larfg(reach(k).count, A(unit(k), k), A.at(upper ? 1 : k + 1, k), 1, tau[k - 1]);
@@ -100,12 +97,12 @@ struct Panel {
   }
 
   /// By halves of its columns, so that most of the work is in products of matrices.
-  void factor(Span own, T* tau) const {
+  void factor(Range own, T* tau) const {
     constexpr Int few_columns = 10;
     if (own.count <= few_columns || m <= nb) return factor_by_columns(own, tau);
     const Int half = own.count / 2;
-    const Span front{own.first, half}, back{own.first + half, own.count - half};
-    const Span &first = upper ? back : front, &second = upper ? front : back;
+    const Range front{own.first, half}, back{own.first + half, own.count - half};
+    const Range &first = upper ? back : front, &second = upper ? front : back;
     factor(first, tau);
     apply(first, second);
     factor(second, tau);
@@ -123,7 +120,7 @@ struct TwoStages {
 
   char uplo() const { return upper ? 'U' : 'L'; }
 
-  /// Reduces A to a band by panels of kb columns. In each, with m rows of A still to reduce, and Q = I - V Y^H:
+  /// Reduces A to a band by panels of kb columns. In each, with m rows of A still to reduce, and Q = I - Y V^H:
   ///
   ///     lower   .                 upper   C C B P      P the panel, whose zeros lie outside of the band,
   ///             . .                         C B P      B := Q^H B, columns between panel and C if kb < kd,

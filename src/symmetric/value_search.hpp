@@ -139,8 +139,30 @@ class ValueSearch {
   bool has_moved_ = false;
 };
 
+/// Takes up to three steps of a search at once. What it asks for next hangs on whether a count reaches its index, so
+/// the seven points of the next three steps are known, and counting below all takes hardly longer than below one.
+template <RealScalar R, class Count>
+void search_ahead(ValueSearch<R>& search, Count count) {
+  static_assert(shifts_at_once == 8);
+  constexpr int steps = 7;  // those behind step k are 2 k + 1 where the count reaches the index, else 2 k + 2
+  ValueSearch<R> ahead[steps];
+  R points[shifts_at_once];
+  Int counts[shifts_at_once];
+  ahead[0] = search;
+  for (int k = 1; k < steps; ++k) {
+    ahead[k] = ahead[(k - 1) / 2];
+    if (!ahead[k].is_done()) ahead[k].tell(k % 2 != 0 ? search.index() : search.index() - 1);
+  }
+  for (int k = 0; k < shifts_at_once; ++k) points[k] = ahead[k % steps].point();
+  count(points, counts);
+  for (int k = 0; k < steps && !search.is_done();) {
+    search.tell(counts[k]);
+    k = 2 * k + (counts[k] >= search.index() ? 1 : 2);
+  }
+}
+
 /// Makes the searches begin(i), i = first ... last, a few at a time, and hands each to end(search) when it is done.
-/// count(points, counts, active) gives the numbers of eigenvalues below the first `active` points, and may look at all.
+/// count(points, counts) gives the numbers of eigenvalues below each of shifts_at_once points.
 template <RealScalar R, class Begin, class Count, class End>
 void search_side_by_side(Int first, Int last, Begin begin, Count count, End end) {
   ValueSearch<R> searches[shifts_at_once];
@@ -154,8 +176,15 @@ void search_side_by_side(Int first, Int last, Begin begin, Count count, End end)
       else ++active;
     }
     if (active == 0) return;
+    if (active == 1) {
+      search_ahead(searches[0], count);
+      if (!searches[0].is_done()) continue;
+      end(searches[0]);
+      active = 0;
+      continue;
+    }
     for (Int k = 0; k < shifts_at_once; ++k) points[k] = searches[k < active ? k : 0].point();
-    count(points, counts, active);
+    count(points, counts);
     for (Int k = active - 1; k >= 0; --k) {
       searches[k].tell(counts[k]);
       if (!searches[k].is_done()) continue;

@@ -32,37 +32,37 @@ struct FoundValues {
     m += 1;
   }
 
-  void remove(Int at) const {
-    m -= 1;
-    for (Int k = at; k < m; ++k) {
-      w[k] = w[k + 1];
-      werr[k] = werr[k + 1];
-      iblock[k] = iblock[k + 1];
-      indexw[k] = indexw[k + 1];
-    }
-  }
-
-  void remove_smallest(Int count) const {
-    for (; count > 0 && m > 0; --count) remove(static_cast<Int>(std::min_element(w, w + m) - w));
-  }
-
-  /// Of equal values the last: in its block it is the largest.
-  void remove_largest(Int count) const {
-    for (; count > 0 && m > 0; --count) {
-      Int largest = 0;
-      for (Int k = 1; k < m; ++k) {
-        if (w[k] >= w[largest]) largest = k;
-      }
-      remove(largest);
-    }
-  }
-
   void sort() const {
     sort_by_selection(m, w, [&](Int i, Int j) {
       std::swap(werr[i - 1], werr[j - 1]);
       std::swap(iblock[i - 1], iblock[j - 1]);
       std::swap(indexw[i - 1], indexw[j - 1]);
     });
+  }
+};
+
+/// Where values are wanted.
+template <RealScalar R>
+struct Borders {
+  Interval<R> whole;        ///< they are looked for in here
+  Interval<R> first, last;  ///< around the first and the last of them, as closely as counts can tell
+  Int surplus_at_first = 0, surplus_at_last = 0;  ///< of values in these two
+
+  explicit Borders(const Interval<R>& all) : whole(all), first{all.left, all.left}, last{all.right, all.right} {}
+
+  /// Takes what is surplus from values start + 1 ... end of a block, count_up_to(x) of which lie up to x. Of values
+  /// that are equal to working accuracy it does not matter which ones go.
+  void cut(Int& start, Int& end, auto count_up_to) {
+    if (surplus_at_first > 0) {
+      const Int number = std::clamp(std::min(end, count_up_to(first.right)) - start, 0, surplus_at_first);
+      start += number;
+      surplus_at_first -= number;
+    }
+    if (surplus_at_last > 0) {
+      const Int number = std::clamp(end - std::max(start, count_up_to(last.left)), 0, surplus_at_last);
+      end -= number;
+      surplus_at_last -= number;
+    }
   }
 };
 
@@ -81,57 +81,51 @@ class BlockBisection {
   /// The interval in which the spectrum lies.
   Interval<R> whole() const { return of_rows(0, n_, 2 * fudge<R> * pivmin_); }
 
-  /// An interval that holds eigenvalues il ... iu, and hardly others; false if there are not so many in `whole`.
-  bool bracket(Int il, Int iu, const Interval<R>& whole, R& wl, R& wu) const {
+  /// Finds the borders around eigenvalues il ... iu, which lie in borders.whole; false if there are not so many.
+  bool bracket(Int il, Int iu, Borders<R>& borders) const {
+    const Interval<R> whole = borders.whole;
     if (count_below(n_, d_, e2_, pivmin_, whole.left) >= il) return false;
     if (count_below(n_, d_, e2_, pivmin_, whole.right) < iu) return false;
-    const auto find = [&](Int index) {
-      auto search = ValueSearch<R>::within(index, whole.left, whole.right, accuracy_in(whole));
+    const auto narrow = [&](Int index, const Interval<R>& interval, const Accuracy<R>& accuracy) {
+      auto search = ValueSearch<R>::within(index, interval.left, interval.right, accuracy);
       while (!search.is_done()) search.tell(count_below(n_, d_, e2_, pivmin_, search.point()));
-      return search;
+      return Interval<R>{search.left(), search.right()};
     };
-    wl = find(il).left();
-    wu = find(iu).right();
+    const Accuracy<R> given = accuracy_in(whole);
+    const R norm = std::max(std::abs(whole.left), std::abs(whole.right));
+    const Accuracy<R> finest{std::max(Machine<R>::precision * norm, pivmin_), R(0), given.halvings};
+    borders.first = narrow(il, whole, given);
+    borders.last = narrow(iu, whole, given);
+    borders.whole = {borders.first.left, borders.last.right};
+    borders.first = narrow(il, borders.first, finest);
+    borders.last = narrow(iu, borders.last, finest);
+    borders.surplus_at_first = il - 1 - count_below(n_, d_, e2_, pivmin_, borders.first.left);
+    borders.surplus_at_last = count_below(n_, d_, e2_, pivmin_, borders.last.right) - iu;
     return true;
   }
 
-  /// Finds the eigenvalues of rows first + 1 ... first + rows that lie in (wl, wu]. Adds the numbers of those up to wl,
-  /// and up to wu, to below and up_to.
-  void find_in_block(Int block, Int first, Int rows, bool all, R wl, R wu, const FoundValues<R>& found, Int& below,
-                     Int& up_to) {
-    if (rows == 1) {
-      const R value = d_[first];
-      const bool is_below = wl >= value - pivmin_, is_up_to = wu >= value - pivmin_;
-      below += is_below;
-      up_to += is_up_to;
-      if (all || (!is_below && is_up_to)) found.add(value, R(0), block, 1);
-      return;
-    }
-    Interval<R> interval = of_rows(first, rows, fudge<R> * pivmin_);
-    if (!all) {
-      if (interval.right < wl) {
-        below += rows;
-        up_to += rows;
-        return;
-      }
-      interval = {std::max(interval.left, wl), std::min(interval.right, wu)};
-      if (interval.left >= interval.right) return;
-    }
-
+  /// Finds the eigenvalues of rows first + 1 ... first + rows that lie between the borders.
+  void find_in_block(Int block, Int first, Int rows, bool all, Borders<R>& borders, const FoundValues<R>& found) {
     const R* const d = d_ + first;
     const R* const e2 = e2_ + first;
-    const Int left_of_all = count_below(rows, d, e2, pivmin_, interval.left);
-    const Int left_of_rest = std::max(left_of_all, count_below(rows, d, e2, pivmin_, interval.right));
-    below += left_of_all;
-    up_to += left_of_rest;
-    const Int base = found.m - left_of_all - 1;
-    found.m += left_of_rest - left_of_all;
+    const Interval<R> interval = of_rows(first, rows, fudge<R> * pivmin_);
+    const auto count_up_to = [&](R x) {
+      if (rows == 1) return Int(x >= d[0] - pivmin_);
+      return count_below(rows, d, e2, pivmin_, std::clamp(x, interval.left, interval.right));
+    };
+    Int start = count_up_to(borders.first.left), end = std::max(start, count_up_to(borders.last.right));
+    borders.cut(start, end, count_up_to);
+    if (rows == 1) {
+      if (all || start < end) found.add(d[0], R(0), block, 1);
+      return;
+    }
+    const R left = std::max(interval.left, borders.whole.left), right = std::min(interval.right, borders.whole.right);
+    const Accuracy<R> accuracy = accuracy_in({left, right});
+    const Int base = found.m - start - 1;
+    found.m += end - start;
     search_side_by_side<R>(
-        left_of_all + 1, left_of_rest,
-        [&](Int i) { return ValueSearch<R>::within(i, interval.left, interval.right, accuracy_in(interval)); },
-        [&](const R* points, Int* counts, Int active) {
-          count_below_each(rows, d, e2, pivmin_, points, counts, active);
-        },
+        start + 1, end, [&](Int i) { return ValueSearch<R>::within(i, left, right, accuracy); },
+        [&](const R* points, Int* counts) { count_below(rows, d, e2, pivmin_, points, counts); },
         [&](const ValueSearch<R>& search) {
           const Int at = base + search.index();
           const bool converged = search.is_narrow();
@@ -198,28 +192,22 @@ void larrd(char range, char order, Int n, R vl, R vu, Int il, Int iu, const R* g
 
   const FoundValues<R> found{m, w, werr, iblock, indexw};
   BlockBisection<R> bisection(n, gers, reltol, d, e2, pivmin);
-  const Interval<R> whole = bisection.whole();
-  wl = asked == Asked::by_value ? vl : whole.left;
-  wu = asked == Asked::by_value ? vu : whole.right;
-  if (asked == Asked::by_index && !bisection.bracket(il, iu, whole, wl, wu)) {
+  Borders<R> borders(asked == Asked::by_value ? Interval<R>{vl, vu} : bisection.whole());
+  const bool bracketed = asked != Asked::by_index || bisection.bracket(il, iu, borders);
+  wl = borders.whole.left;
+  wu = borders.whole.right;
+  if (!bracketed) {
     info = 4;
     return;
   }
 
-  Int first = 0, below = 0, up_to = 0;
+  Int first = 0;
   for (Int block = 1; block <= nsplit; ++block) {
     const Int end = isplit[block - 1];
-    bisection.find_in_block(block, first, end - first, asked == Asked::all, wl, wu, found, below, up_to);
+    bisection.find_in_block(block, first, end - first, asked == Asked::all, borders, found);
     first = end;
   }
-
-  bool too_few = asked == Asked::all && m != n;
-  if (asked == Asked::by_index) {
-    // The ends of the bracket may lie among values that are equal to working accuracy.
-    found.remove_smallest(il - 1 - below);
-    found.remove_largest(up_to - iu);
-    too_few = m != iu - il + 1;
-  }
+  const bool too_few = (asked == Asked::all && m != n) || (asked == Asked::by_index && m != iu - il + 1);
   if (same_letter(order, 'E') && nsplit > 1) found.sort();
   info = (bisection.all_converged() ? 0 : 1) + (too_few ? 2 : 0);
 }

@@ -150,6 +150,31 @@ void expect_symmetric_product(Random& random, const Kernel& kernel, char uplo, I
   }
 }
 
+/// Columns at the same place in a line each, in all places that there are.
+TYPED_TEST(DenseKernels, MultipliesByAShortTriangleInLines) {
+  using T = TypeParam;
+  for (Int n = 1; n <= 66; n += n < 20 ? 1 : 3) {
+    for (Int above = 0; above < 16; ++above) {
+      SCOPED_TRACE(testing::Message() << "order " << n << " below row " << above);
+      const T alpha = random_alpha<T>(this->random);
+      const GuardedMatrix<T> B = random_stored_triangle<T>(this->random, 'L', n, n);
+      const Operand<T> x = random_operand<T>(this->random, n, 1);
+      GuardedMatrix<T> A(n + above, n, 96);
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = j; i <= n; ++i) A(above + i, j) = B(i, j);
+      }
+      A.seal();
+      Operand<T> y = unset_operand<T>(this->random, n, 1);
+      Sum<T> expected(n, 1);
+      expected.add(alpha, wide_symmetric(B, 'L'), wide(x));
+      Published::run<T>('L', n, alpha, block(Matrix<const T>(A), above + 1, 1), x, T(0), y);
+      EXPECT_TRUE(A.unchanged());
+      EXPECT_TRUE(y.guards_unchanged());
+      EXPECT_LT(expected.error_of(wide(y)), dense_threshold);
+    }
+  }
+}
+
 TYPED_TEST(DenseKernels, MultipliesByASymmetricMatrix) {
   using T = TypeParam;
   for (const char uplo : uplos) {

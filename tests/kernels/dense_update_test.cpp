@@ -224,6 +224,33 @@ TYPED_TEST(DenseKernels, AddsTwoOuterProducts) {
   expect_updates<TypeParam>(this->random, RankTwo{});
 }
 
+/// Columns at the same place in a line each, in all places that there are.
+TYPED_TEST(DenseKernels, AddsTwoOuterProductsToAShortTriangleInLines) {
+  using T = TypeParam;
+  for (Int n = 1; n <= 66; n += n < 20 ? 1 : 5) {
+    for (Int above = 0; above < 16; ++above) {
+      SCOPED_TRACE(testing::Message() << "order " << n << " below row " << above);
+      const T alpha = random_alpha<T>(this->random);
+      GuardedMatrix<T> B = random_stored_triangle<T>(this->random, 'L', n, n), A(n + above, n, 96);
+      const Operand<T> x = random_operand<T>(this->random, n, 1), y = random_operand<T>(this->random, n, 1);
+      Sum<T> expected(n, n);
+      expected.add(T(1), wide_symmetric(B, 'L'));
+      RankTwo::add_to<T>(expected, alpha, wide(x), wide(y));
+      const auto for_each_element = [&](auto visit) {
+        for (Int j = 1; j <= n; ++j) {
+          for (Int i = j; i <= n; ++i) visit(A(above + i, j), B(i, j));
+        }
+      };
+      for_each_element([](T& a, T& b) { a = b; });
+      A.seal();
+      RankTwo().run<T>('L', n, alpha, x, y, block(Matrix<T>(A), above + 1, 1));
+      EXPECT_TRUE(A.unchanged_except([&](Int i, Int j) { return i - above >= j; }));
+      for_each_element([](T& a, T& b) { b = a; });
+      EXPECT_LT(expected.error_of(wide_symmetric(B, 'L')), dense_threshold);
+    }
+  }
+}
+
 TYPED_TEST(DenseKernels, AddsTwoOuterProductsForReductions) {
   using T = TypeParam;
   for (const char uplo : uplos) {

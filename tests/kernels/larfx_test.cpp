@@ -1,5 +1,6 @@
 // The kernels dlarfx and clarfx.
 
+#include <algorithm>
 #include <cmath>
 
 #include "blas.hpp"
@@ -30,6 +31,33 @@ TYPED_TEST(Larfx, AppliesAReflector) {
         blas::larfx(side, m, n, v.data, tau, C, work);
       };
       EXPECT_LT(error_of_reflection<T>(this->random, is_left(side), m, n, 1, apply), 2);
+    }
+  }
+}
+
+/// Columns at the same place in a line each, in all places that there are, beside columns that are not.
+TYPED_TEST(Larfx, AppliesAReflectorToRowsInLines) {
+  using T = TypeParam;
+  const T tau = T(Real<T>(0.03));
+  for (const char side : sides) {
+    for (Int m = 11; m <= 120; m += 7) {
+      for (Int above = 0; above < 16; ++above) {
+        SCOPED_TRACE(testing::Message() << side << ", " << m << " rows below " << above);
+        const Int n = is_left(side) ? 9 : 13, order = is_left(side) ? m : n;
+        const GuardedVector<T> v = random_vector<T>(this->random, order, 1);
+        GuardedMatrix<T> plain = random_matrix<T>(this->random, m, n, m | 1), in_lines(m + above, n, 160);
+        GuardedVector<T> work(std::max(m, n));
+        for (Int j = 1; j <= n; ++j) std::copy_n(&plain(1, j), m, &in_lines(above + 1, j));
+        in_lines.seal();
+        blas::larfx(side, m, n, v.data(), tau, plain, work.data());
+        blas::larfx(side, m, n, v.data(), tau, block(Matrix<T>(in_lines), above + 1, 1), work.data());
+        EXPECT_TRUE(in_lines.unchanged_except([&](Int i, Int) { return i > above; }));
+        for (Int j = 1; j <= n; ++j) {
+          for (Int i = 1; i <= m; ++i) {
+            EXPECT_LT(std::abs(plain(i, j) - in_lines(above + i, j)), Real<T>(20) * epsilon<T>);
+          }
+        }
+      }
     }
   }
 }

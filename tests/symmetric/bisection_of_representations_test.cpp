@@ -478,6 +478,28 @@ TYPED_TEST(Refinement, CutsThroughClusters) {
   }
 }
 
+/// Equal blocks with values in close pairs, which rough intervals don't tell apart: indices name the right one of a
+/// pair.
+TYPED_TEST(Refinement, TellsCloseValuesOfDifferentBlocks) {
+  using R = TypeParam;
+  constexpr Int order = 21, n = 3 * order;
+  const Matrix<R> T(glued_wilkinson<R>(n, R(0))), block(glued_wilkinson<R>(order, R(0)));
+  for (Int il = 1; il <= n; ++il) {
+    for (const Int iu : {il, std::min(n, il + 1), std::min(n, il + 4)}) {
+      const BlockValues<R> values(T, {order, 2 * order, n}, 'I', 'B', 0, 0, il, iu, std::sqrt(epsilon<R>));
+      EXPECT_EQ(values.info, 0);
+      ASSERT_EQ(values.m, iu - il + 1);
+      std::vector<WideReal<R>> named;
+      for (Int k = 1; k <= values.m; ++k) named.push_back(block.exact[std::size_t(values.indexw(k) - 1)]);
+      std::sort(named.begin(), named.end());
+      for (Int k = il; k <= iu; ++k) {
+        EXPECT_LE(std::abs(named[std::size_t(k - il)] - T.exact[std::size_t(k - 1)]), T.uncertainty())
+            << il << ' ' << iu;
+      }
+    }
+  }
+}
+
 TYPED_TEST(Refinement, FindsValuesInAnInterval) {
   using R = TypeParam;
   constexpr Int n = 30;

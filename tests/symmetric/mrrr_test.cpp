@@ -83,8 +83,7 @@ TYPED_TEST(MrrrTest, FindsRealVectors) {
 
 // --------------------------------------------------------------------------------------------------------------- some
 
-// Disabled while it fails: of a random matrix of order 43 the vectors of values 2 to 21 are at twice the threshold.
-TYPED_TEST(MrrrTest, DISABLED_FindsValuesByIndex) {
+TYPED_TEST(MrrrTest, FindsValuesByIndex) {
   using R = Real<TypeParam>;
   constexpr Int n = 43;
   for (const auto& described : described_tridiagonals<R>(n)) {
@@ -118,6 +117,20 @@ TYPED_TEST(MrrrTest, FindsValuesInAnInterval) {
       if (!(vl < vu)) continue;
       this->expect_part(described.matrix, exact, Wanted<R>::by_value(vl, vu), first + 1, last - first,
                         title(described) + ", behind " + std::to_string(first) + " to " + std::to_string(last));
+    }
+  }
+}
+
+/// Relative gaps of a few thousandths, far from the shift of the root, which the factors of twisted vectors see.
+TYPED_TEST(MrrrTest, FindsValuesFarFromTheShift) {
+  using R = Real<TypeParam>;
+  constexpr Int n = 63;
+  for (const auto& described : described_tridiagonals<R>(n)) {
+    if (described.name != std::string("of both signs")) continue;
+    const auto exact = wide_values(described.matrix);
+    for (const auto& [il, iu] : {std::pair{5, 52}, {3, 40}, {12, 61}}) {
+      this->expect_part(described.matrix, exact, Wanted<R>::by_index(il, iu), il, iu - il + 1,
+                        title(described) + ", " + std::to_string(il) + " to " + std::to_string(iu));
     }
   }
 }
@@ -156,9 +169,8 @@ TYPED_TEST(MrrrTest, CountsTheUpperEndIn) {
   }
 }
 
-// Disabled while it fails in double precision: parts of a cluster come less accurate than the whole of it.
 /// Border by border through clusters: each value by its index alone is one of T with a vector that belongs to it.
-TYPED_TEST(MrrrTest, DISABLED_FindsSingleValuesInsideClusters) {
+TYPED_TEST(MrrrTest, FindsSingleValuesInsideClusters) {
   using R = Real<TypeParam>;
   constexpr Int n = 63;
   const Tridiagonal<R> matrix = glued_wilkinson<R>(n, std::sqrt(epsilon<R>));

@@ -1,5 +1,8 @@
 // Reduction of full matrices to tridiagonal form: sytrd, hetrd and what they are made of.
 
+#include <array>
+#include <cctype>
+
 #include "layer.hpp"
 #include "solvers/recording_layer.hpp"
 #include "support/argument_checks.hpp"
@@ -159,6 +162,35 @@ TYPED_TEST(TridiagonalReduction, AnswersQueriesBeforeAnythingElse) {
   }
 }
 
+/// Orders at which panels grow wider.
+struct Growth {
+  char uplo;
+  Int n, before, from_here;
+};
+template <Scalar T>
+constexpr std::array<Growth, 2> growths = {{{'U', 1400, 20, 24}, {'L', 1400, 20, 24}}};
+template <>
+constexpr std::array<Growth, 2> growths<double> = {{{'U', 1550, 24, 32}, {'L', 1100, 24, 32}}};
+template <>
+constexpr std::array<Growth, 2> growths<std::complex<float>> = {{{'U', 750, 24, 40}, {'L', 750, 24, 40}}};
+template <>
+constexpr std::array<Growth, 2> growths<std::complex<double>> = {{{'U', 1000, 24, 32}, {'L', 1000, 24, 40}}};
+
+TYPED_TEST(TridiagonalReduction, PanelsOfEitherTriangleGrowWiderInTheirOwnTime) {
+  using T = TypeParam;
+  for (const Growth& growth : growths<T>) {
+    for (const auto& [n, nb] : {std::pair(growth.n - 1, growth.before), {growth.n, growth.from_here}}) {
+      for (const char uplo : {growth.uplo, static_cast<char>(std::tolower(growth.uplo))}) {
+        T best = 0;
+        Int info = 99;
+        layer::sytrd(uplo, n, Matrix<T>(nullptr, n), nullptr, nullptr, nullptr, &best, -1, info);
+        EXPECT_EQ(info, 0);
+        EXPECT_EQ(best, T(Real<T>(nb * n))) << uplo << n;
+      }
+    }
+  }
+}
+
 TYPED_TEST(TridiagonalReduction, OfOrderZeroAnswersOne) {
   using T = TypeParam;
   reduce('U', GuardedMatrix<T>(0, 0, 1), 1, Real<T>(1));
@@ -277,8 +309,7 @@ TYPED_TEST(TridiagonalReduction, ChecksArguments) {
                                                                                      {9, [](C& c) { c.lwork = 0; }}});
 }
 
-// ---------------------------------------------------------------------------------------------------------- order of
-// work
+// ------------------------------------------------------------------------------------------------------ order of work
 
 using Calls = std::vector<std::string>;
 

@@ -162,6 +162,16 @@ TYPED_TEST(TwistedVectors, StepOverZeroPivots) {
   }
 }
 
+/// Behind a zero pivot comes a large element of L.
+TYPED_TEST(TwistedVectors, StepOverZeroPivotsWithoutOverflow) {
+  using R = Real<TypeParam>;
+  const RepresentedMatrix<R> A({1, 1, 1, 1, 3}, {1, 100, 1, 1});
+  for (Int r = 3; r <= 5; ++r) {
+    Twisted<TypeParam> given{.A = A, .r = r};
+    given.run(R(1)).expect_vector("twist " + std::to_string(r));
+  }
+}
+
 /// Rows behind which nothing of weight comes are left out; a zero ends the vector on either side.
 TYPED_TEST(TwistedVectors, EndWhereTheRestIsNegligible) {
   using T = TypeParam;

@@ -17,8 +17,7 @@ class TwoStage : public ReportingTest {
 };
 TYPED_TEST_SUITE(TwoStage, Precisions, PrecisionLetter);
 
-// ------------------------------------------------------------------------------------------------------- whole
-// reductions
+// --------------------------------------------------------------------------------------------------- whole reductions
 
 /// A matrix of which one triangle is stored; the other holds guards.
 template <Scalar T>
@@ -239,8 +238,7 @@ TYPED_TEST(TwoStage, ReportsBadArguments) {
   expect_report(question, name, 4);
 }
 
-// ----------------------------------------------------------------------------------------------------------------
-// panels
+// ------------------------------------------------------------------------------------------------------------- panels
 
 struct PanelSizes {
   Int m, nb;

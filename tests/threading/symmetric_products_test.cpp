@@ -5,6 +5,7 @@
 #include "blas.hpp"
 #include "support/argument_checks.hpp"
 #include "support/kernel_cases.hpp"
+#include "support/memory_requests.hpp"
 #include "support/random.hpp"
 #include "support/sanitized.hpp"
 #include "support/wide.hpp"
@@ -95,6 +96,9 @@ void check_product_with_symmetric(Random& random, bool hermitian) {
   }
   check_product_with_symmetric<T>(random, hermitian, 420, 9, {factor_of<T>(0.75, -0.5)});
   check_product_with_symmetric<T>(random, hermitian, 9, 420, {factor_of<T>(0.75, -0.5)});
+  // Few columns, taken in strips of rows.
+  check_product_with_symmetric<T>(random, hermitian, 512, 1, {factor_of<T>(0.75, -0.5)});
+  check_product_with_symmetric<T>(random, hermitian, 577, 11, {factor_of<T>(0.75, -0.5)});
 }
 
 TYPED_TEST(SymmetricProducts, MultipliesBySymmetric) {
@@ -165,6 +169,11 @@ void check_updates(Random& random, bool hermitian, bool rank_2k) {
   // Blocks in the direction of n, and of k.
   check_options(columns_of_several_blocks<T>, 3, {random.pick(options)}, {factor_of<T>(0.75, -0.5)});
   check_options(30, 400, options, {factor_of<T>(0.75, -0.5)});
+  // Few steps, up to as many as the two products of an update do in one, with factors that let them and others.
+  for (const Int k : {20, 48, 49}) {
+    check_options(150, k, options, {T(-1)});
+    check_options(150, k, options, {factor_of<T>(0.75, -0.5)});
+  }
 }
 
 TYPED_TEST(SymmetricProducts, UpdatesByRankK) {
@@ -179,6 +188,27 @@ TYPED_TEST(SymmetricProducts, UpdatesHermitianByRankK) {
 }
 TYPED_TEST(SymmetricProducts, UpdatesHermitianByRank2K) {
   if constexpr (ComplexScalar<TypeParam>) check_updates<TypeParam>(this->random, true, true);
+}
+
+/// Both products of an update of few steps, whose operands are packed in blocks that memory makes as large as they are.
+TYPED_TEST(SymmetricProducts, UpdatesByFewStepsAreTheSameWithoutMemory) {
+  using T = TypeParam;
+  const Int n = 300;
+  for (const Int k : {24, 48}) {
+    for (const char uplo : uplos) {
+      for (const char trans : {'N', 'T'}) {
+        const Int rows = trans == 'N' ? n : k, columns = n + k - rows;
+        const GuardedMatrix<T> A = random_matrix<T>(this->random, rows, columns, rows);
+        const GuardedMatrix<T> B = random_matrix<T>(this->random, rows, columns, rows);
+        GuardedMatrix<T> granted = random_part<T>(this->random, uplo, n, n), refused = granted;
+        blas::syr2k(uplo, trans, n, k, T(-1), A, B, T(1), granted);
+        const MemoryRequests requests(MemoryRequests::all);
+        blas::syr2k(uplo, trans, n, k, T(-1), A, B, T(1), refused);
+        EXPECT_GT(requests.count(), 0);
+        EXPECT_TRUE(refused.same_as(granted)) << uplo << trans << k;
+      }
+    }
+  }
 }
 
 template <ComplexScalar T>

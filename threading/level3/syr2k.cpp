@@ -5,12 +5,18 @@
 namespace nuv::threading::inline NUV_ISA {
 namespace {
 
+/// The two products of an update. Those of few steps go as one, [A B] [B A]', which reads and writes C once.
 template <Scalar T>
 void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix<const T> A, Matrix<const T> B, T beta,
             Matrix<T> C) {
   rank_2k_update(hermitian, uplo, trans, n, k, alpha, A, B, beta, C,
                  [&](Region region, const Term<T>& first, const Term<T>& second) {
                    split_triangle<T>(region, n, real_multiply_adds<T>(n, n, k), [&](Int from, Int until) {
+                     if (first.alpha == second.alpha && k <= Block<T>::joined / 2) {
+                       const Term<T> both{first.alpha, joined(first.left, k, second.left),
+                                          joined(first.right, k, second.right), first.beta, first.real};
+                       return product_in_triangle(region, n, from, until, 2 * k, both, C);
+                     }
                      for (const Term<T>& term : {first, second}) {
                        product_in_triangle(region, n, from, until, k, term, C);
                      }
