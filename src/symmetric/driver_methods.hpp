@@ -84,6 +84,14 @@ void find_selected(bool with_vectors, const Selection<Real<T>>& selection, Int n
   if (info == 0) info = of_values;
 }
 
+/// In a list of numbers of vectors, after i and j have been exchanged.
+inline void rename_exchanged(Int count, Int* numbers, Int i, Int j) {
+  for (Int k = 0; k < count; ++k) {
+    if (numbers[k] == i) numbers[k] = j;
+    else if (numbers[k] == j) numbers[k] = i;
+  }
+}
+
 /// What is asked for of eigenvalues, and how near they are to be.
 template <RealScalar R>
 struct SelectedProblem {
@@ -96,7 +104,7 @@ struct SelectedProblem {
 /// asks for less; else by bisection and inverse iteration.
 ///
 /// m       their number, out
-/// ifail   n elements, as stein leaves them
+/// ifail   n elements, as stein leaves them, by the numbers of the vectors in their final order
 template <Scalar T, class Storage>
 void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>& problem, Int& m, Real<T>* w,
                         Matrix<T> Z, const SelectionWork<Real<T>>& work, Int* ifail, Int& info) {
@@ -136,7 +144,7 @@ void solve_for_selected(const Storage& A, Int n, const SelectedProblem<Real<T>>&
   }
   scaling.undo(m, w, info);
   if (with_vectors) {
-    sort_pairs(n, m, w, Z, [&](Int i, Int j) { std::swap(ifail[i - 1], ifail[j - 1]); });
+    sort_pairs(n, m, w, Z, [&](Int i, Int j) { rename_exchanged(std::min(m, info), ifail, i, j); });
   }
 }
 

@@ -301,7 +301,7 @@ void stein(Int n, const Real<T>* d, const Real<T>* e, Int m, const Real<T>* w, c
         larnv(2, iseed, block.n, x.data);
         if (!block.iterate(value, Z, cluster, j, vectors)) ifail[info++] = j;
         // In a cluster that is what rounding left, where most of x went the first time.
-        block.make_orthogonal(x, Z, std::min(cluster, near), j);
+        block.make_orthogonal(x, Z, near, j);
         normalise(block.n, x);
       }
       std::fill_n(Z.at(1, j), n, T(0));

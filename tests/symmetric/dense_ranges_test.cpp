@@ -120,6 +120,10 @@ TYPED_TEST(DenseRanges, ScaleBoundsWithTheMatrix) {
         DenseCall<T> rough(jobz, problem.uplo, problem.A);
         rough.abstol = 4 * epsilon<T> * factor;
         problem.template expect<Driver>(solve<Driver>(rough), 1, n);
+        rough.range = 'I';
+        rough.il = 2;
+        rough.iu = 5;
+        problem.template expect<Driver>(solve<Driver>(rough), 2, 4);
       }
     });
   }
@@ -181,7 +185,8 @@ TYPED_TEST(DenseRanges, ToleranceIsWhatTheValuesAreOff) {
   EXPECT_GT(worst, 1e-5);
 }
 
-/// A tolerance allows for representations that have no relative accuracy; where these fail, too, nothing tells of it.
+/// A tolerance allows for representations without relative accuracy. Where they fail nothing tells of it, but that it
+/// is not told where the vectors are not zero.
 TYPED_TEST(DenseRanges, AreFoundWhereRepresentationsFail) {
   using T = TypeParam;
   using R = Real<T>;
@@ -197,14 +202,17 @@ TYPED_TEST(DenseRanges, AreFoundWhereRepresentationsFail) {
         }
       }
       A.seal();
-      DenseCall<T> call('V', uplo, A);
-      call.abstol = std::numeric_limits<R>::min();
-      const auto solved = solve<Evr<T>>(call);
-      EXPECT_EQ(solved.info, 0);
-      ASSERT_EQ(solved.m, n);
-      EXPECT_LT(value_error(solved.w, n, wide_values(matrix)), threshold);
-      EXPECT_LT(eigen_residual(wide_dense<T>(matrix), solved.Z, solved.w, n), threshold);
-      EXPECT_LT(orthogonality(solved.Z, n), threshold);
+      for (const R abstol : {R(0), std::numeric_limits<R>::min()}) {
+        DenseCall<T> call('V', uplo, A);
+        call.abstol = abstol;
+        const auto solved = solve<Evr<T>>(call);
+        EXPECT_EQ(solved.info, 0);
+        ASSERT_EQ(solved.m, n);
+        EXPECT_LT(value_error(solved.w, n, wide_values(matrix)), threshold);
+        EXPECT_LT(eigen_residual(wide_dense<T>(matrix), solved.Z, solved.w, n), threshold);
+        EXPECT_LT(orthogonality(solved.Z, n), threshold);
+        EXPECT_EQ(bool(solved.marks.unchanged()), abstol > 0);
+      }
     }
   }
 }

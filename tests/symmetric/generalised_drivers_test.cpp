@@ -284,6 +284,30 @@ TYPED_TEST(GeneralisedDrivers, EndWithNumbersThatAreNotFinite) {
   }
 }
 
+/// Where QL and QR iteration fails, the vectors before the failure become those of the pair, and the others stay.
+TYPED_TEST(GeneralisedDrivers, TransformVectorsBeforeAFailure) {
+  using T = TypeParam;
+  using R = Real<T>;
+  if (!Form<T>::has_types) GTEST_SKIP() << "what transforms vectors of bands is in them from the beginning";
+  const Int n = 6;
+  for (const char uplo : uplos) {
+    GuardedMatrix<T> A(n, n, n), B(n, n, n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) A(i, j) = B(i, j) = T(0);
+      A(j, j) = T(j == n ? std::numeric_limits<R>::quiet_NaN() : R(j));
+      B(j, j) = T(4);
+    }
+    A(4, 5) = A(5, 4) = A(5, 6) = A(6, 5) = T(1);
+    A.seal();
+    B.seal();
+    const Solution<T> x = solve(Method::iteration, 'V', Form<T>(PairOfMatrices<T>{1, uplo, n, n, A, B}));
+    EXPECT_EQ(x.info, 2);
+    EXPECT_EQ(x.Z(1, 1), T(R(0.5)));
+    EXPECT_EQ(x.Z(2, 2), T(1));
+    EXPECT_EQ(x.Z(3, 3), T(1));
+  }
+}
+
 // ------------------------------------------------------------------------------------------------ workspace, arguments
 
 TYPED_TEST(GeneralisedDrivers, TellTheWorkspacesOfDivideAndConquer) {

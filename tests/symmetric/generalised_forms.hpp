@@ -110,7 +110,7 @@ struct FullPairForm {
   Matrix<T> z(Solution<T>& x) const { return place_for(x, ldz); }
 
   void take_vectors(char jobz, Solution<T>& x) const {
-    if (!same_letter(jobz, 'V') || x.info != 0) return;
+    if (!same_letter(jobz, 'V') || x.info < 0 || x.info > n) return;
     for (Int j = 1; j <= n; ++j) std::copy_n(&A(1, j), n, &x.Z(1, j));
   }
 };

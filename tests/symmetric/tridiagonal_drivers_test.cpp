@@ -306,6 +306,39 @@ TYPED_TEST(TridiagonalDrivers, TellOfFailure) {
   }
 }
 
+/// What an infinity makes of the scale shows which values came back from it.
+TYPED_TEST(TridiagonalDrivers, ScaleBackWhatStandsBeforeAFailure) {
+  using R = TypeParam;
+  const R inf = std::numeric_limits<R>::infinity();
+  Problem<R> problem(Driver::stev, 'N', {{1, 2, 3, 1, 1, 1}, {0, 0, 0, inf, inf}});
+  problem.run();
+  EXPECT_EQ(problem.info, 2);
+  EXPECT_TRUE(std::isnan(problem.d(1)));
+  EXPECT_EQ(problem.d(2), 0);
+  EXPECT_EQ(problem.d(3), 0);
+}
+
+/// Vectors grow by the norm of their block: those of a small one, on values that are no closer than a tolerance, don't
+/// converge. The list of them goes by the order in which they are in the end.
+TYPED_TEST(TridiagonalDrivers, NumberVectorsThatDoNotConvergeInAscendingOrder) {
+  using R = TypeParam;
+  Tridiagonal<R> matrix{{2, R(2.3), R(1.9), 1, 3}, {1, 1, 0, 0}};
+  const R scale = R(0x1p-20);
+  for (std::vector<R>* part : {&matrix.d, &matrix.e}) {
+    for (R& x : *part) x *= scale;
+  }
+  Problem<R> problem(Driver::stevx, 'V', matrix);
+  problem.abstol = R(0.01) * scale;
+  problem.run();
+  EXPECT_EQ(problem.info, 3);
+  EXPECT_TRUE(std::is_sorted(problem.w.data(), problem.w.data() + 5));
+  std::vector<Int> failed(problem.ifail.data(), problem.ifail.data() + 5);
+  EXPECT_EQ(failed[3], 0);
+  EXPECT_EQ(failed[4], 0);
+  std::sort(failed.begin(), failed.begin() + 3);
+  EXPECT_EQ(failed, (std::vector<Int>{1, 3, 5, 0, 0}));
+}
+
 template <RealScalar R, Driver driver>
 struct SmallCall : Problem<R> {
   SmallCall() : Problem<R>(driver, 'V', {{1, 2, 3}, {1, 1}}) {
