@@ -11,9 +11,9 @@ namespace nuv {
 ///     A R - L B = C
 ///     D R - L E = F
 ///
-/// with A and D of order m, B and E of order n and the others m by n (B. Kagstrom, P. Poromaa, ACM Trans. Math. Softw. 22,
-/// 1996). They are reproducible: their random numbers are w(k) = 1/2 - sin(k) for integers k. Nothing is checked, and
-/// each leading dimension is at least the number of rows.
+/// with A and D of order m, B and E of order n and the others m by n (B. Kagstrom, P. Poromaa, ACM Trans. Math. Softw.
+/// 22, 1996). They are reproducible: their random numbers are w(k) = 1/2 - sin(k) for integers k. Nothing is checked,
+/// and each leading dimension is at least the number of rows.
 ///
 /// prtype   1: A a Jordan block with eigenvalue 1 and -1 above it, B one with 1 - alpha and 1, D and E identities;
 ///             L = R = 20 w(i / j), in integers

@@ -1,7 +1,8 @@
 #pragma once
 
 // Solves of triangular systems that neither overflow nor stop at a singular matrix: what estimates of a condition
-// number and inverse iteration stand on (E. Anderson, "Robust triangular solves for use in condition estimation", 1991).
+// number and inverse iteration stand on (E. Anderson, "Robust triangular solves for use in condition estimation",
+// 1991).
 //
 // They find x with op(A) x = scale b for a factor that keeps x in range. Where no number gets too large without a
 // factor, scale is one and the solve a plain one, at its speed. If A has an exact zero on its diagonal, scale is zero

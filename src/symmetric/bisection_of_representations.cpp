@@ -45,13 +45,14 @@ void larrj(Int n, const R* d, const R* e2, Int ifirst, Int ilast, R rtol, Int of
            R spdiam, Int& info) {
   info = 0;
   if (n <= 0) return;
+  const Pivots<R> T{n, d, e2, pivmin};
   const Accuracy<R> accuracy{R(0), rtol, halvings_of(spdiam, pivmin)};
   const auto begin = [&](Int i) {
     const Int at = i - offset - 1;
     const auto given = ValueSearch<R>::within(i, w[at] - werr[at], w[at] + werr[at], accuracy);
     return given.is_done() ? given : ValueSearch<R>::around(i, w[at], werr[at], accuracy);
   };
-  const auto count = [&](const R* points, Int* counts) { count_below(n, d, e2, pivmin, points, counts); };
+  const auto count = [&](const R* points, Int* counts) { count_below(T, points, counts); };
   search_side_by_side<R>(ifirst, ilast, begin, count,
                          [&](const ValueSearch<R>& search) { store_if_moved(search, offset, w, werr); });
 }
@@ -60,11 +61,12 @@ template <RealScalar R>
 void larrk(Int n, Int iw, R gl, R gu, const R* d, const R* e2, R pivmin, R reltol, R& w, R& werr, Int& info) {
   info = 0;
   if (n <= 0) return;
+  const Pivots<R> T{n, d, e2, pivmin};
   const R least = 2 * fudge<R> * pivmin, norm = std::max(std::abs(gl), std::abs(gu));
   const Interval<R> whole = Interval<R>{gl, gu}.widened(n, least);
   const Accuracy<R> accuracy{least / 2, reltol / 2, halvings_of(norm, pivmin)};  // half of what full widths may be
   auto search = ValueSearch<R>::within(iw, whole.left, whole.right, accuracy);
-  while (!search.is_done()) search.tell(count_below(n, d, e2, pivmin, search.point()));
+  while (!search.is_done()) search.tell(count_below(T, search.point()));
   info = search.is_narrow() ? 0 : -1;
   w = search.middle();
   werr = R(0.5) * std::abs(search.right() - search.left());

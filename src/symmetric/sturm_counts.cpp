@@ -20,6 +20,12 @@ Int laneg(Int n, const R* d, const R* lld, R sigma, R, Int r) {
 
 namespace {
 
+/// A pivot by which can be divided.
+template <RealScalar R>
+R away_from_zero(R pivot, R pivmin) {
+  return std::abs(pivot) < pivmin ? negated(pivmin) : pivot;
+}
+
 /// Number of pivots of T - x I that are not positive.
 template <RealScalar R>
 Int count_up_to(Int n, const R* d, const R* e, R pivmin, R x) {

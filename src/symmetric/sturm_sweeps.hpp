@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "base/types.hpp"
+#include "symmetric/sturm_intervals.hpp"
 
 namespace nuv {
 
@@ -36,26 +37,12 @@ struct Sweep {
 
 namespace detail {
 
-/// As many numbers as a register of the baseline holds, and integers for what is counted in each of its lanes.
-template <RealScalar R>
-struct ShiftPackOf;
-template <>
-struct ShiftPackOf<float> {
-  typedef float type __attribute__((vector_size(16)));
-  typedef std::int32_t count __attribute__((vector_size(16)));
-};
-template <>
-struct ShiftPackOf<double> {
-  typedef double type __attribute__((vector_size(16)));
-  typedef std::int64_t count __attribute__((vector_size(16)));
-};
-
 /// A number for each of the shifts.
 template <RealScalar R>
 struct Shifts {
-  using Pack = typename ShiftPackOf<R>::type;
-  using Count = typename ShiftPackOf<R>::count;
-  static constexpr int lanes = 16 / int(sizeof(R)), packs = int(shifts_at_once) / lanes;
+  using Pack = typename BaselineVectors<R>::Numbers;
+  using Count = typename BaselineVectors<R>::Counts;
+  static constexpr int lanes = Pivots<R>::lanes, packs = int(shifts_at_once) / lanes;
 
   Pack pack[packs];
 
@@ -154,53 +141,20 @@ void count_representation(Int n, const R* d, const R* lld, const R* sigmas, Int 
   }
 }
 
-/// A pivot of a tridiagonal matrix by which can be divided.
+/// The number of eigenvalues of T below x; T has a row at least, here and below.
 template <RealScalar R>
-R away_from_zero(R pivot, R pivmin) {
-  return std::abs(pivot) < pivmin ? negated(pivmin) : pivot;
+Int count_below(const Pivots<R>& T, R x) {
+  R points[Pivots<R>::lanes];
+  Int counts[Pivots<R>::lanes];
+  std::fill_n(points, Pivots<R>::lanes, x);
+  T.template count<1>(points, counts);
+  return counts[0];
 }
 
-/// Number of eigenvalues of T below x, the pivots being kept away from zero.
+/// The same for `shifts_at_once` of x.
 template <RealScalar R>
-Int count_below(Int n, const R* d, const R* e2, R pivmin, R x) {
-  Int count = 0;
-  R pivot = 0;
-  for (Int i = 0; i < n; ++i) {
-    pivot = i == 0 ? d[0] - x : d[i] - e2[i - 1] / pivot - x;
-    pivot = away_from_zero(pivot, pivmin);
-    count += pivot <= 0;
-  }
-  return count;
-}
-
-/// The same for several x, to the same bits; n >= 1.
-template <RealScalar R>
-void count_below(Int n, const R* d, const R* e2, R pivmin, const R* x, Int* counts) {
-  using Shifts = detail::Shifts<R>;
-  const Shifts shift = Shifts::load(x);
-  const R least = negated(pivmin);
-  typename Shifts::Count negative[Shifts::packs] = {};
-  Shifts pivot;
-  const auto tell = [&](int p) {
-    auto& value = pivot.pack[p];
-    value = (value < pivmin) & (value > least) ? least + typename Shifts::Pack{} : value;
-    negative[p] -= value <= 0;
-  };
-  for (int p = 0; p < Shifts::packs; ++p) {
-    pivot.pack[p] = d[0] - shift.pack[p];
-    tell(p);
-  }
-  for (Int i = 1; i < n; ++i) {
-    const R diagonal = d[i], square = e2[i - 1];
-#pragma GCC unroll 8
-    for (int p = 0; p < Shifts::packs; ++p) {
-      pivot.pack[p] = diagonal - square / pivot.pack[p] - shift.pack[p];
-      tell(p);
-    }
-  }
-  for (int k = 0; k < shifts_at_once; ++k) {
-    counts[k] = static_cast<Int>(negative[k / Shifts::lanes][k % Shifts::lanes]);
-  }
+void count_below(const Pivots<R>& T, const R* x, Int* counts) {
+  T.template count<int(shifts_at_once) / Pivots<R>::lanes>(x, counts);
 }
 
 }  // namespace nuv

@@ -69,54 +69,47 @@ struct Borders {
 template <RealScalar R>
 class BlockBisection {
  public:
-  BlockBisection(Int n, const R* gers, R reltol, const R* d, const R* e2, R pivmin)
-      : n_(n),
-        gers_(gers),
-        reltol_(reltol),
-        d_(d),
-        e2_(e2),
-        pivmin_(pivmin),
-        least_width_(2 * fudge<R> * (Machine<R>::safe_min + pivmin)) {}
+  BlockBisection(const Pivots<R>& T, const R* gers, R reltol)
+      : T_(T), gers_(gers), reltol_(reltol), least_width_(2 * fudge<R> * (Machine<R>::safe_min + T.pivmin)) {}
 
   /// The interval in which the spectrum lies.
-  Interval<R> whole() const { return of_rows(0, n_, 2 * fudge<R> * pivmin_); }
+  Interval<R> whole() const { return of_rows(0, T_.n, 2 * fudge<R> * T_.pivmin); }
 
   /// Finds the borders around eigenvalues il ... iu, which lie in borders.whole; false if there are not so many.
   bool bracket(Int il, Int iu, Borders<R>& borders) const {
     const Interval<R> whole = borders.whole;
-    if (count_below(n_, d_, e2_, pivmin_, whole.left) >= il) return false;
-    if (count_below(n_, d_, e2_, pivmin_, whole.right) < iu) return false;
+    if (count_below(T_, whole.left) >= il) return false;
+    if (count_below(T_, whole.right) < iu) return false;
     const auto narrow = [&](Int index, const Interval<R>& interval, const Accuracy<R>& accuracy) {
       auto search = ValueSearch<R>::within(index, interval.left, interval.right, accuracy);
-      while (!search.is_done()) search.tell(count_below(n_, d_, e2_, pivmin_, search.point()));
+      while (!search.is_done()) search.tell(count_below(T_, search.point()));
       return Interval<R>{search.left(), search.right()};
     };
     const Accuracy<R> given = accuracy_in(whole);
     const R norm = std::max(std::abs(whole.left), std::abs(whole.right));
-    const Accuracy<R> finest{std::max(Machine<R>::precision * norm, pivmin_), R(0), given.halvings};
+    const Accuracy<R> finest{std::max(Machine<R>::precision * norm, T_.pivmin), R(0), given.halvings};
     borders.first = narrow(il, whole, given);
     borders.last = narrow(iu, whole, given);
     borders.whole = {borders.first.left, borders.last.right};
     borders.first = narrow(il, borders.first, finest);
     borders.last = narrow(iu, borders.last, finest);
-    borders.surplus_at_first = il - 1 - count_below(n_, d_, e2_, pivmin_, borders.first.left);
-    borders.surplus_at_last = count_below(n_, d_, e2_, pivmin_, borders.last.right) - iu;
+    borders.surplus_at_first = il - 1 - count_below(T_, borders.first.left);
+    borders.surplus_at_last = count_below(T_, borders.last.right) - iu;
     return true;
   }
 
   /// Finds the eigenvalues of rows first + 1 ... first + rows that lie between the borders.
   void find_in_block(Int block, Int first, Int rows, bool all, Borders<R>& borders, const FoundValues<R>& found) {
-    const R* const d = d_ + first;
-    const R* const e2 = e2_ + first;
-    const Interval<R> interval = of_rows(first, rows, fudge<R> * pivmin_);
+    const Pivots<R> T{rows, T_.d + first, T_.e2 + first, T_.pivmin};
+    const Interval<R> interval = of_rows(first, rows, fudge<R> * T.pivmin);
     const auto count_up_to = [&](R x) {
-      if (rows == 1) return Int(x >= d[0] - pivmin_);
-      return count_below(rows, d, e2, pivmin_, std::clamp(x, interval.left, interval.right));
+      if (rows == 1) return Int(x >= T.d[0] - T.pivmin);
+      return count_below(T, std::clamp(x, interval.left, interval.right));
     };
     Int start = count_up_to(borders.first.left), end = std::max(start, count_up_to(borders.last.right));
     borders.cut(start, end, count_up_to);
     if (rows == 1) {
-      if (all || start < end) found.add(d[0], R(0), block, 1);
+      if (all || start < end) found.add(T.d[0], R(0), block, 1);
       return;
     }
     const R left = std::max(interval.left, borders.whole.left), right = std::min(interval.right, borders.whole.right);
@@ -125,7 +118,7 @@ class BlockBisection {
     found.m += end - start;
     search_side_by_side<R>(
         start + 1, end, [&](Int i) { return ValueSearch<R>::within(i, left, right, accuracy); },
-        [&](const R* points, Int* counts) { count_below(rows, d, e2, pivmin_, points, counts); },
+        [&](const R* points, Int* counts) { count_below(T, points, counts); },
         [&](const ValueSearch<R>& search) {
           const Int at = base + search.index();
           const bool converged = search.is_narrow();
@@ -144,7 +137,7 @@ class BlockBisection {
 
   /// The Gerschgorin intervals of some rows as one.
   Interval<R> of_rows(Int first, Int rows, R least) const {
-    Interval<R> interval{d_[first], d_[first]};
+    Interval<R> interval{T_.d[first], T_.d[first]};
     for (std::ptrdiff_t i = first; i < std::ptrdiff_t{first} + rows; ++i) {
       interval.left = std::min(interval.left, gers_[2 * i]);
       interval.right = std::max(interval.right, gers_[2 * i + 1]);
@@ -154,15 +147,12 @@ class BlockBisection {
 
   /// Half of what full widths may be.
   Accuracy<R> accuracy_in(const Interval<R>& interval) const {
-    return {least_width_ / 2, reltol_ / 2, halvings_of(interval.right - interval.left, pivmin_)};
+    return {least_width_ / 2, reltol_ / 2, halvings_of(interval.right - interval.left, T_.pivmin)};
   }
 
-  Int n_;
+  Pivots<R> T_;
   const R* gers_;
-  R reltol_;
-  const R* d_;
-  const R* e2_;
-  R pivmin_, least_width_;
+  R reltol_, least_width_;
   bool all_converged_ = true;
 };
 
@@ -191,7 +181,7 @@ void larrd(char range, char order, Int n, R vl, R vu, Int il, Int iu, const R* g
   if (asked == Asked::by_index && il == 1 && iu == n) asked = Asked::all;
 
   const FoundValues<R> found{m, w, werr, iblock, indexw};
-  BlockBisection<R> bisection(n, gers, reltol, d, e2, pivmin);
+  BlockBisection<R> bisection({n, d, e2, pivmin}, gers, reltol);
   Borders<R> borders(asked == Asked::by_value ? Interval<R>{vl, vu} : bisection.whole());
   const bool bracketed = asked != Asked::by_index || bisection.bracket(il, iu, borders);
   wl = borders.whole.left;

@@ -44,6 +44,24 @@ void divide_and_conquer(char compz, Int n, TridiagonalInput<T>& A, Matrix<T> Z, 
   }
 }
 
+/// ?stemr, where 'I' stands for all but two. Eigenvectors are no results: their signs hang on roundings.
+template <Scalar T>
+void by_representations(CallIn<T>& c, Int n) {
+  using R = Real<T>;
+  TridiagonalInput<T> A(c, n);
+  const char jobz = c.one_of({'N', 'V'}), range = c.one_of({'A', 'I'});
+  R* const w = c.real_result("w", n);
+  std::vector<T> z(std::size_t(n * n));
+  std::vector<R> work(std::size_t(18 * n));
+  std::vector<Int> isuppz(std::size_t(2 * n)), iwork(std::size_t(10 * n));
+  Int m = 0;
+  Logical tryrac = to_logical(true);
+  routine_call::stemr(jobz, range, n, A.d, A.e.data(), R(0), R(0), 2, n - 1, m, w, Matrix<T>{z.data(), n}, n,
+                      isuppz.data(), tryrac, work.data(), Int(work.size()), iwork.data(), Int(iwork.size()), c.info());
+  std::fill(w + m, w + n, R(0));
+  std::fill_n(A.d, n, R(0));  // scratch
+}
+
 /// What the drivers have beside the matrix. Eigenvectors are no results: their signs hang on roundings.
 template <RealScalar R>
 struct DriverRoom {
@@ -101,6 +119,7 @@ void add_tridiagonal_eigen(DriverList& drivers) {
     const char compz = c.one_of({'N', 'V', 'I'});
     divide_and_conquer(compz, n, A, vectors(c, compz, n), c.info());
   });
+  drivers.add("stemr", 40, [](auto c, Int n) { by_representations(c, n); });
   add_driver(drivers, "stev", [](auto& c, Int n, char jobz, auto& A, auto& room) {
     routine_call::stev(jobz, n, A.d, A.e.data(), room.Z(n), room.work.data(), c.info());
   });
