@@ -287,8 +287,8 @@ class HalfReduction {
   BandHalf<T> C_;
   BandHalf<const T> S_;
   Transformation<T> transformation_;
-  Rotations shortening_,
-      leaving_;            ///< those that shorten columns, and the chases of the others, with what comes of each
+  Rotations shortening_;   ///< those that shorten columns, with what comes of each
+  Rotations leaving_;      ///< and the chases of the others
   Int i_ = 0, count_ = 0;  ///< the row of S, and its elements before the diagonal
 };
 
