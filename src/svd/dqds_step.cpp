@@ -186,11 +186,15 @@ void advance(DqdsState<R>& state) {
 template void advance(DqdsState<float>&);
 template void advance(DqdsState<double>&);
 
+namespace {
+
+/// The step with its state in arguments, as lasq3_internal has them, and g.
 template <RealScalar R>
-void lasq3_internal(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter,
-                    Int& ndiv, Logical ieee, Int& ttype, R& dmin1, R& dmin2, R& dn, R& dn1, R& dn2, R& tau) {
+void advance_in_arguments(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter,
+                          Int& ndiv, Logical ieee, Int& ttype, R& dmin1, R& dmin2, R& dn, R& dn1, R& dn2, R& tau,
+                          R& g) {
   DqdsState<R> state{i0,   n0,   z,     pp,    dmin,  sigma, desig, qmax, nfail, iter,
-                     ndiv, ieee, ttype, dmin1, dmin2, dn,    dn1,   dn2,  tau};
+                     ndiv, ieee, ttype, dmin1, dmin2, dn,    dn1,   dn2,  tau,   g};
   advance(state);
   n0 = state.n0;
   dmin = state.dmin;
@@ -207,6 +211,17 @@ void lasq3_internal(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, 
   dn1 = state.dn1;
   dn2 = state.dn2;
   tau = state.tau;
+  g = state.g;
+}
+
+}  // namespace
+
+template <RealScalar R>
+void lasq3_internal(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter,
+                    Int& ndiv, Logical ieee, Int& ttype, R& dmin1, R& dmin2, R& dn, R& dn1, R& dn2, R& tau) {
+  R g = first_shift_factor<R>;
+  advance_in_arguments(i0, n0, z, pp, dmin, sigma, desig, qmax, nfail, iter, ndiv, ieee, ttype, dmin1, dmin2, dn, dn1,
+                       dn2, tau, g);
 }
 
 template <RealScalar R>
@@ -220,8 +235,8 @@ template <RealScalar R>
 void lasq3(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter, Int& ndiv,
            Logical ieee) {
   auto& kept = Kept<R>::shared;
-  lasq3_internal(i0, n0, z, pp, dmin, sigma, desig, qmax, nfail, iter, ndiv, ieee, kept.ttype, kept.dmin1, kept.dmin2,
-                 kept.dn, kept.dn1, kept.dn2, kept.tau);
+  advance_in_arguments(i0, n0, z, pp, dmin, sigma, desig, qmax, nfail, iter, ndiv, ieee, kept.ttype, kept.dmin1,
+                       kept.dmin2, kept.dn, kept.dn1, kept.dn2, kept.tau, kept.g);
 }
 
 template <RealScalar R>

@@ -10,8 +10,8 @@
 #include "environment/sorting.hpp"
 #include "environment/two_by_two.hpp"
 #include "frame/error_report.hpp"
-#include "frame/option_matching.hpp"
 #include "symmetric/bisection_of_representations.hpp"
+#include "symmetric/driver_steps.hpp"
 #include "symmetric/relatively_robust.hpp"
 #include "symmetric/representation_tree.hpp"
 #include "symmetric/sorted_pairs.hpp"
@@ -20,62 +20,36 @@
 namespace nuv {
 namespace {
 
-/// What brings the elements of a matrix of that largest one into a range in which their squares can be formed.
+/// Whether an eigenvalue and its index are among the wanted ones.
 template <RealScalar R>
-R scale_into_range(R largest) {
-  constexpr R least_square = Machine<R>::safe_min / Machine<R>::precision;
-  const R rmin = std::sqrt(least_square);
-  const R rmax = std::min(std::sqrt(1 / least_square), 1 / std::sqrt(std::sqrt(Machine<R>::safe_min)));
-  if (largest > 0 && largest < rmin) return rmin / largest;
-  return largest > rmax ? rmax / largest : R(1);
+bool holds(const Selection<R>& wanted, R w, Int index) {
+  return wanted.takes_only(w) && (!wanted.by_index() || (wanted.il <= index && index <= wanted.iu));
 }
 
-/// Which eigenvalues are wanted.
+/// The number of eigenvalues of T, multiplied by `factor`, that are not above x.
 template <RealScalar R>
-struct Selection {
-  char range;
-  R vl, vu;
-  Int il, iu;
-
-  bool by_value() const { return same_letter(range, 'V'); }
-  bool by_index() const { return same_letter(range, 'I'); }
-
-  /// 0, or minus the position among the arguments of stemr of what is wrong.
-  Int check(Int n) const {
-    if (n == 0) return 0;
-    if (by_value() && vu <= vl) return -7;
-    if (by_index() && (il < 1 || il > n)) return -8;
-    if (by_index() && (iu < il || iu > n)) return -9;
-    return 0;
+Int count_up_to(R x, R factor, Int n, const R* d, const R* e) {
+  Int count = 0;
+  R pivot = 1;
+  for (Int i = 0; i < n; ++i) {
+    const R beside = i > 0 ? factor * e[i - 1] : R(0);
+    pivot = factor * d[i] - beside * beside / pivot - x;
+    if (std::abs(pivot) < Machine<R>::safe_min) pivot = negated(Machine<R>::safe_min);
+    count += pivot <= 0;
   }
+  return count;
+}
 
-  bool holds(R w, Int index) const {
-    if (by_value()) return vl < w && w <= vu;
-    return !by_index() || (il <= index && index <= iu);
-  }
-
-  Int count(Int n, const R* d, const R* e) const {
-    if (n == 0) return 0;
-    if (by_index()) return iu - il + 1;
-    if (!by_value()) return n;
-    const R factor = scale_into_range(lanst('M', n, d, e));
-    return count_up_to(vu * factor, factor, n, d, e) - count_up_to(vl * factor, factor, n, d, e);
-  }
-
- private:
-  /// The number of eigenvalues of `factor` times the matrix that are not above x.
-  static Int count_up_to(R x, R factor, Int n, const R* d, const R* e) {
-    Int count = 0;
-    R pivot = 1;
-    for (Int i = 0; i < n; ++i) {
-      const R beside = i > 0 ? factor * e[i - 1] : R(0);
-      pivot = factor * d[i] - beside * beside / pivot - x;
-      if (std::abs(pivot) < Machine<R>::safe_min) pivot = negated(Machine<R>::safe_min);
-      count += pivot <= 0;
-    }
-    return count;
-  }
-};
+/// How many eigenvalues are wanted.
+template <RealScalar R>
+Int count(const Selection<R>& wanted, Int n, const R* d, const R* e) {
+  if (n == 0) return 0;
+  if (wanted.by_index()) return wanted.iu - wanted.il + 1;
+  if (!wanted.by_value()) return n;
+  const auto scaling = RangeScaling<R>::for_representations(lanst('M', n, d, e));
+  const Selection<R> scaled = wanted.scaled(scaling);
+  return count_up_to(scaled.vu, scaling.factor(), n, d, e) - count_up_to(scaled.vl, scaling.factor(), n, d, e);
+}
 
 /// Eigenvalues, and in the columns of Z eigenvectors if they are wanted.
 template <Scalar T>
@@ -101,7 +75,7 @@ struct Eigenpairs {
 
 template <Scalar T>
 void solve_order_one(const Selection<Real<T>>& wanted, Real<T> d, const Eigenpairs<T>& pairs) {
-  if (!wanted.holds(d, 1)) return;
+  if (!holds(wanted, d, 1)) return;
   pairs.m = 1;
   pairs.w[0] = d;
   if (!pairs.with_vectors) return;
@@ -125,7 +99,7 @@ void solve_order_two(const Selection<Real<T>>& wanted, const Real<T>* d, Real<T>
   if (w1 < w2) std::swap(both[0], both[1]);
   for (Int index = 1; index <= 2; ++index) {
     const Pair& pair = both[index - 1];
-    if (!wanted.holds(pair.w, index)) continue;
+    if (!holds(wanted, pair.w, index)) continue;
     const Int k = ++pairs.m;
     pairs.w[k - 1] = pair.w;
     if (!pairs.with_vectors) continue;
@@ -134,11 +108,6 @@ void solve_order_two(const Selection<Real<T>>& wanted, const Real<T>* d, Real<T>
     pairs.support(k)[0] = pair.x == 0 ? 2 : 1;
     pairs.support(k)[1] = pair.y == 0 ? 1 : 2;
   }
-}
-
-template <RealScalar R>
-void scale(Int n, R by, R* x) {
-  if (by != 1) blas::scal(n, by, {x, 1});
 }
 
 /// 12 n numbers, with vectors 18 n, and 8 n or 10 n integers.
@@ -186,14 +155,12 @@ Int solve_by_trees(const Selection<Real<T>>& given, Real<T>* d, Real<T>* e, cons
   const Int n = pairs.n;
   R* const w = pairs.w;
 
-  Selection<R> wanted = given;
-  R norm = lanst('M', n, d, e);
-  const R factor = scale_into_range(norm);
-  scale(n, factor, d);
-  scale(n - 1, factor, e);
-  norm *= factor;
-  wanted.vl *= factor;
-  wanted.vu *= factor;
+  const R largest = lanst('M', n, d, e);
+  const auto scaling = RangeScaling<R>::for_representations(largest);
+  scaling.apply(n, d);
+  scaling.apply(n - 1, e);
+  const R norm = largest * scaling.factor();
+  Selection<R> wanted = given.scaled(scaling);
 
   Int info;
   bool relative = (tryrac & 1) != 0;
@@ -224,7 +191,7 @@ Int solve_by_trees(const Selection<Real<T>>& given, Real<T>* d, Real<T>* e, cons
     for (Int k = 0; k < m; ++k) w[k] += e[work.isplit[work.iblock[k] - 1] - 1];
   }
   if (relative || !pairs.with_vectors) refine_by_blocks(m, w, pivmin, norm, work);
-  scale(m, 1 / factor, w);
+  scaling.undo(m, w, 0);
   pairs.sort();
   return 0;
 }
@@ -247,12 +214,12 @@ void stemr(char jobz, char range, Int n, Real<T>* d, Real<T>* e, Real<T> vl, Rea
   if (!is_one_of(jobz, 'N', 'V')) info = -1;
   else if (!is_one_of(range, 'A', 'V', 'I')) info = -2;
   else if (n < 0) info = -3;
-  else if (const Int bad = wanted.check(n); bad != 0) info = bad;
+  else if (const Int bad = wanted.check(n, 7); bad != 0) info = bad;
   else if (ldz < 1 || (with_vectors && ldz < n)) info = -13;
   if (info == 0) {
     // A question for workspace need not have a matrix yet.
     const bool countable = asks_for_columns || !asks_for_work || !wanted.by_value();
-    if (with_vectors && countable) columns = wanted.count(n, d, e);
+    if (with_vectors && countable) columns = count(wanted, n, d, e);
     if (nzc < columns && !asks_for_columns) info = -14;
     else if (lwork < least_work && !asks_for_work) info = -18;
     else if (liwork < least_iwork && !asks_for_work) info = -20;

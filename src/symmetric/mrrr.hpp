@@ -6,7 +6,7 @@
 // being made so. c and z keep the real vectors in complex matrices.
 //
 // jobz    'N': eigenvalues; 'V': eigenvectors too
-// range   'A': all; 'V': those in (vl, vu], vl < vu; 'I': the il-th to the iu-th, 1 <= il <= iu <= n if n > 0
+// range   'A': all; 'V': those in (vl, vu], vl < vu; 'I': the il-th to the iu-th, 1 <= il <= iu <= n, or 1 to 0 of none
 // d, e    n numbers each: the diagonal, and what stands beside it in n - 1 of them; scratch on return
 // m       number of eigenvalues;  w  they, in ascending order, in n places
 // z       n by m, ldz >= 1 and, for 'V', ldz >= n; orthonormal eigenvectors

@@ -91,8 +91,12 @@ struct RepresentationTree {
  private:
   static constexpr R eps = Machine<R>::precision;
 
-  /// Relative gaps that are as large as one could wish.
-  R comfortable_gap() const { return 3 * settings.minrgp; }
+  /// A relative gap with which vectors are as orthogonal as one could wish. It may be the larger the fewer values there
+  /// are, since these come apart at little cost.
+  R comfortable_gap(const Cluster& cluster) const {
+    const R size = static_cast<R>(cluster.last - cluster.first + 1);
+    return std::clamp(100 / size, R(3), R(30)) * settings.minrgp;
+  }
 
   /// Copies what is given, and adds what shares clusters with it. False if that fails.
   bool begin() {
@@ -103,7 +107,8 @@ struct RepresentationTree {
     for (Int k = 0; k < count; ++k) w[k] += node.shift;
     values.gap_below = std::max(R(0), w[0] - werr[0] - lower);
     const Int first = values.index;
-    const bool complete = values.complete_clusters(node, comfortable_gap(), settings.rtol1, settings.rtol2);
+    const R separate = comfortable_gap({0, count - 1, 0});
+    const bool complete = values.complete_clusters(node, separate, settings.rtol1, settings.rtol2);
     const Int added_below = first - values.index;
     for (Cluster* const part : {&given, &vectors}) {
       part->first += added_below;
@@ -128,7 +133,7 @@ struct RepresentationTree {
   Int visit(const Cluster& cluster, ClusterStack& waiting) {
     Int info = 0;
     for (Int first = cluster.first, last; first <= cluster.last && info == 0; first = last + 1) {
-      last = values.end_of_group(first, cluster.last, comfortable_gap());
+      last = values.end_of_group(first, cluster.last, comfortable_gap(cluster));
       const Cluster group = {first, last, cluster.depth + 1};
       if (!group.meets(vectors)) continue;
       const bool is_represented = has_columns(group) && represent(group, waiting) == 0;

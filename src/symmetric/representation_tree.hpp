@@ -13,11 +13,12 @@ namespace nuv {
 /// vl, vu  bounds of the wanted eigenvalues; vu is not looked at, since the last gap of a block goes up to it
 /// d, l    n numbers each: D and L of the block's roots, and their shifts behind L; scratch on return
 /// minrgp  eigenvalues with a smaller gap, relative to their size, are a cluster
-/// rtol1, rtol2   how well eigenvalues are to be known, as for larrb, before a representation is judged or a vector
-/// computed w       eigenvalues less the shift of their block in, eigenvalues of T out z       n by m, ldz >= max(1,
-/// n): orthonormal eigenvectors in columns dol ... dou, zeros in the others isuppz  2 m places: the first and the last
-/// row that is not zero, for each vector computed work    12 n numbers;  iwork  7 n info    0; -1, -3: larrb, for a
-/// vector, a cluster, -2: larrf failed; 5: a vector is not finite
+/// rtol1, rtol2   how well larrb is to find eigenvalues before a representation is judged or a vector computed
+/// w       eigenvalues less the shift of their block in, eigenvalues of T out
+/// z       n by m, ldz >= max(1, n): orthonormal eigenvectors in columns dol ... dou, zeros in the others
+/// isuppz  2 m places: the first and the last row that is not zero, for each vector computed
+/// work    12 n numbers;  iwork  7 n
+/// info    0; -1, -3: larrb failed, for a vector, a cluster; -2: larrf failed; 5: a vector is not finite
 template <Scalar T>
 void larrv(Int n, Real<T> vl, Real<T> vu, Real<T>* d, Real<T>* l, Real<T> pivmin, const Int* isplit, Int m, Int dol,
            Int dou, Real<T> minrgp, Real<T> rtol1, Real<T> rtol2, Real<T>* w, Real<T>* werr, Real<T>* wgap,

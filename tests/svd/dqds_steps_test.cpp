@@ -448,6 +448,30 @@ TYPED_TEST(DqdsSteps, StepsByEachEntryFindTheValues) {
   }
 }
 
+/// Where nothing is known, steps with their state in the library take more of dmin each time; those with their state in
+/// arguments have no place for how much, and begin with the first part each time.
+TYPED_TEST(DqdsSteps, KeepTheGrowthOfShiftsInTheLibrary) {
+  using R = TypeParam;
+  for (const bool kept : {true, false}) {
+    QdPair<R> given(8);
+    for (Int k = 1; k <= 32; ++k) given.z(k) = 0;
+    for (Int i = 1; i <= 8; ++i) {
+      given.q(i, 0) = 4;
+      given.e(i, 0) = R(0.25);
+    }
+    State<R> s(given);
+    double factor = 0.25;
+    for (Int again = 0; again < 4; ++again, s.pp = 1 - s.pp) {
+      const R before = s.sigma, dmin = again == 0 ? R(-1) / 1024 : R(1) / 1024;  // the first shift is of another kind
+      s.dmin = dmin;
+      step(s, kept ? Entry::kept_in_library : Entry::all_in_arguments);
+      if (again == 0) continue;
+      EXPECT_NEAR(s.sigma - before, factor * dmin, 20 * epsilon<R> * s.sigma) << again;
+      if (kept || again == 1) factor += 0.333 * (1 - factor);
+    }
+  }
+}
+
 TYPED_TEST(DqdsSteps, AStepTurnsAGrowingBlockAbout) {
   using R = TypeParam;
   for (const Int n : {3, 4, 5, 6, 9}) {

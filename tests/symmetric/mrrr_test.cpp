@@ -188,7 +188,7 @@ TYPED_TEST(MrrrTest, FindsSingleValuesInsideClusters) {
 TYPED_TEST(MrrrTest, SolvesOrderZero) {
   using R = Real<TypeParam>;
   for (const char range : {'A', 'V', 'I'}) {
-    Mrrr<TypeParam> call('V', {.range = range}, Tridiagonal<R>{});
+    Mrrr<TypeParam> call('V', {.range = range, .il = 1, .iu = 0}, Tridiagonal<R>{});
     call.run();
     EXPECT_EQ(call.info, 0);
     EXPECT_EQ(call.m, 0);
