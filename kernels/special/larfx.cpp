@@ -81,6 +81,14 @@ class Rows {
     }
   }
 
+  /// Lanes in which sums over rows are gathered, in the order that they have where the rows begin at the first lane.
+  /// Each lane has gathered the same rows then, wherever the matrix lies in memory.
+  [[gnu::always_inline]] Simd<Real<T>> in_order(Simd<Real<T>> sums) const {
+    if constexpr (!masks_are_cheap) return sums;
+    const int front = first_ * lanes_per_element<T>;
+    return __builtin_shuffle(sums, simd::detail::lane_choice<Real<T>>([&](int i) { return i + front; }));
+  }
+
   /// Elements of the first vector in front of the rows with which all columns lie in as few lines as they can. Where
   /// masks are slow a vector is a part of a line, and nothing is won.
   static int elements_in_front(const T* c, Int ldc) {
@@ -135,6 +143,15 @@ class InnerProducts {
     if constexpr (ComplexScalar<T>) crosswise_[j] = simd::fma(v, simd::swap_neighbours<R>(c), crosswise_[j]);
   }
 
+  /// Puts the lanes of all sums into another order.
+  template <class Order>
+  [[gnu::always_inline]] void reorder(Order in_order) {
+    for (int j = 0; j < columns; ++j) {
+      straight_[j] = in_order(straight_[j]);
+      if constexpr (ComplexScalar<T>) crosswise_[j] = in_order(crosswise_[j]);
+    }
+  }
+
   [[gnu::always_inline]] void get(T (&values)[columns]) {
     R re[simd::padded_to_lanes<R>(columns)], im[simd::padded_to_lanes<R>(columns)];
     simd::sums_of_lanes(straight_, re);
@@ -170,6 +187,7 @@ template <int columns, int vectors, Scalar T>
 #pragma GCC unroll 4
     for (int j = 0; j < columns; ++j) products.add(j, v[i], rows.load(c + std::ptrdiff_t{j} * ldc, i));
   }
+  products.reorder([&](Simd<Real<T>> sums) __attribute__((always_inline)) { return rows.in_order(sums); });
   Factor<T> multiple[columns];
   get_multiples(products, tau, multiple);
 #pragma GCC unroll 4
