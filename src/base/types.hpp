@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace nuv {
@@ -101,10 +102,12 @@ constexpr RoutineName<T> name_of(const char (&real_name)[Size], const char (&com
   return RoutineName<T>(ComplexScalar<T> ? complex_name : real_name);
 }
 
-/// A number of elements as work(1) returns it.
+/// A number of elements as work(1) returns it: no less, where it has more digits than a real number of that precision.
 template <Scalar T>
 T as_work_size(std::int64_t elements) {
-  return T(static_cast<Real<T>>(elements));
+  std::int64_t unit = 1;
+  while (elements / unit >> std::numeric_limits<Real<T>>::digits > 0) unit *= 2;
+  return T(static_cast<Real<T>>((elements + (unit - 1)) / unit * unit));
 }
 
 }  // namespace nuv

@@ -3,6 +3,7 @@
 #include "base/types.hpp"
 
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "support/precisions.hpp"
@@ -40,6 +41,25 @@ TYPED_TEST(Types, ConjugateWithAPositiveZero) {
   if constexpr (ComplexScalar<T>) {
     EXPECT_EQ(conjugate(T(2, 5)), T(2, -5));
   }
+}
+
+/// A workspace of the size that was told is large enough.
+TYPED_TEST(Types, TellSizesThatAreNoLess) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr int digits = std::numeric_limits<R>::digits;
+  const auto told = [](std::int64_t elements) {
+    return static_cast<std::int64_t>(std::real(as_work_size<T>(elements)));
+  };
+  const std::int64_t all = std::int64_t{1} << digits;
+  for (const std::int64_t elements : {std::int64_t{0}, std::int64_t{1}, all - 1, all, all + 2, 4 * all + 8, 7 * all}) {
+    EXPECT_EQ(told(elements), elements);
+  }
+  EXPECT_EQ(told(-32), -32);
+  EXPECT_EQ(told(all + 1), all + 2);
+  EXPECT_EQ(told(all + 3), all + 4);
+  EXPECT_EQ(told(2 * all - 1), 2 * all);
+  EXPECT_EQ(told(4 * all + 1), 4 * all + 8);
 }
 
 TEST(Texts, KeepTheLengthOfALiteral) {

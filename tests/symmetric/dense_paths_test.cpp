@@ -69,6 +69,28 @@ TYPED_TEST(DensePaths, AskForTheRoomOfABand) {
   EXPECT_EQ(size_asked_for<T>('N', 'L', 2400), size_of_band<T>(2400, wide));
 }
 
+/// What is told of a workspace in single precision is enough where its size has more digits.
+TYPED_TEST(DensePaths, AskForNoLessThanTheyTake) {
+  using T = TypeParam;
+  for (Int n = 2890; n < 2900; ++n) {
+    T work;
+    Real<T> rwork = 0;
+    Int iwork, info = 99;
+    const Matrix<T> A{nullptr, n};
+    if constexpr (ComplexScalar<T>) {
+      routine_call::heevd('V', 'L', n, A, nullptr, &work, -1, &rwork, -1, &iwork, -1, info);
+    } else {
+      routine_call::syevd('V', 'L', n, A, nullptr, &work, -1, &iwork, -1, info);
+    }
+    EXPECT_EQ(info, 0);
+    const WorkSizes least = Evd<T>::least(true, n);
+    EXPECT_GE(Int(std::real(work)), least.work);
+    if (ComplexScalar<T>) {
+      EXPECT_GE(Int(rwork), least.rwork);
+    }
+  }
+}
+
 /// Those of a band and of reductions, in order.
 std::vector<std::string> ways_taken() {
   std::vector<std::string> ways;
