@@ -17,7 +17,7 @@ struct DenseCall {
   char jobz, range = 'A', uplo;
   Int n, lda, ldz;
   R vl = 0, vu = 0, abstol = 0;
-  Int il = 1, iu = 0, m = 0, info = 99;
+  Int il = 1, iu = 0, m = 99, info = 99;
   GuardedMatrix<T> A, Z;
   GuardedVector<R> w;
   GuardedVector<Int> marks;

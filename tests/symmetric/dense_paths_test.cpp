@@ -114,8 +114,13 @@ TYPED_TEST(DensePaths, TakeABandWhereThereIsRoom) {
       EXPECT_EQ(call.work(1), T(size_of_band<T>(n, 40)));
       return call;
     };
+    const auto expect_direct = [&] {
+      EXPECT_EQ(ways_taken(), std::vector<std::string>{"sytrd L " + std::to_string(n)});
+    };
+    solved(Int(Ev<T>::least(false, n).work));
+    expect_direct();
     const auto direct = solved(size_of_band<T>(n, 40) - 1);
-    EXPECT_EQ(ways_taken(), std::vector<std::string>{"sytrd L " + std::to_string(n)});
+    expect_direct();
     const auto by_band = solved(size_of_band<T>(n, 40));
     EXPECT_EQ(ways_taken(), std::vector<std::string>());
     const Real<T> size = std::max(std::abs(direct.w(1)), std::abs(direct.w(n)));
@@ -144,6 +149,19 @@ TYPED_TEST(DensePaths, AskForTheRoomOfDivisionFirst) {
   EXPECT_EQ(asked('V', 4, 3), std::vector<std::string>());
   EXPECT_EQ(asked('N', 1, 0), std::vector<std::string>());
   EXPECT_EQ(asked('N', -4, 4), std::vector<std::string>());
+}
+
+/// What is told in the end is the room of the triangle that was reduced: here upper ones have narrower panels.
+TYPED_TEST(DensePaths, TellTheRoomOfTheirTriangleInTheEnd) {
+  using T = TypeParam;
+  if constexpr (std::same_as<T, double>) {
+    constexpr Int n = 1100;
+    const DenseCall<T> call('N', 'U', random_hermitian<T>(this->random, 'U', n, n));
+    const auto solved = solve<Evd<T>>(call);
+    EXPECT_EQ(Int(solved.work(1)), size_of_reduction<T>('U', n));
+    EXPECT_EQ(asked_for<Evd<T>>(call).work, size_of_reduction<T>('L', n));
+    EXPECT_NE(size_of_reduction<T>('U', n), size_of_reduction<T>('L', n)) << "another order is needed";
+  }
 }
 
 }  // namespace

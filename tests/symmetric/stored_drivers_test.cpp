@@ -493,6 +493,16 @@ TYPED_TEST(StoredDrivers, WantAPlaceForVectorsOnlyWhereTheyAreAskedFor) {
   selected.jobz = 'N';
   selected.ldz = selected.ldq = 1;
   expect_report(selected, "", 0);
+  const std::string name = reported_name<T>(std::string(Form<T>::name) + "EVX");
+  SelectionCall<T> bad_selected;
+  bad_selected.jobz = 'N';
+  bad_selected.ldz = 0;
+  expect_report(bad_selected, name, selected_ldz_at);
+  if constexpr (!is_packed) {
+    SelectionCall<T> empty;
+    empty.n = empty.ldq = 0;
+    expect_report(empty, name, ldq_at);
+  }
 }
 
 }  // namespace

@@ -394,6 +394,11 @@ TYPED_TEST(TridiagonalDrivers, CheckTheArgumentsOfASelectionInOrder) {
   };
   check(std::integral_constant<Driver, Driver::stevx>(), "STEVX");
   check(std::integral_constant<Driver, Driver::stevr>(), "STEVR");
+  // Even vectors that are not wanted have columns one element apart.
+  SmallCall<R, Driver::stevx> without_vectors;
+  without_vectors.jobz = 'N';
+  without_vectors.ldz = 0;
+  expect_report(without_vectors, reported_name<R>("STEVX"), 14);
   using Stevr = SmallCall<R, Driver::stevr>;
   expect_argument_checks<Stevr>(
       reported_name<R>("STEVR"),
