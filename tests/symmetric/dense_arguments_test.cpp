@@ -189,6 +189,28 @@ TYPED_TEST(DenseArguments, OfTheExpertDriver) {
   expect_range_checks<C>(name);
 }
 
+/// No workspace may be one element short, and no length but -1 is a question.
+TYPED_TEST(DenseArguments, LengthsAreNotOneShort) {
+  using T = TypeParam;
+  const auto expect_checks = []<template <class> class Driver>(const ValidCall<Driver, T>&) {
+    const auto expect = [](Int DenseCall<T>::*length, Int position) {
+      if (position == 0) return;
+      ValidCall<Driver, T> one_short, below;
+      --(one_short.*length);
+      below.*length = -2;
+      expect_report(one_short, reported_name<T>(Driver<T>::name), position);
+      expect_report(below, reported_name<T>(Driver<T>::name), position);
+    };
+    expect(&DenseCall<T>::lwork, Driver<T>::lwork);
+    expect(&DenseCall<T>::lrwork, Driver<T>::lrwork);
+    expect(&DenseCall<T>::liwork, Driver<T>::liwork);
+  };
+  expect_checks(Simple<T>());
+  expect_checks(Division<T>());
+  expect_checks(Representations<T>());
+  expect_checks(Expert<T>());
+}
+
 /// Nothing of a matrix and of a workspace is too little even for order zero.
 TYPED_TEST(DenseArguments, AreAtLeastOneForOrderZero) {
   using T = TypeParam;

@@ -35,7 +35,9 @@ struct DenseCall {
         A(matrix),
         Z(n, n, ldz),
         w(n),
-        marks(2 * std::max(1, n)) {}
+        marks(2 * std::max(1, n)) {
+    fill_with_ones(Z);
+  }
 
   DenseCall(char jobz_, char uplo_, const GuardedMatrix<T>& matrix, R vl_, R vu_) : DenseCall(jobz_, uplo_, matrix) {
     range = 'V';

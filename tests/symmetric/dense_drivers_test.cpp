@@ -95,6 +95,35 @@ TYPED_TEST(DenseDrivers, FindAllOfTinyAndHugeMatrices) {
   }
 }
 
+/// Nothing but the triangle tells that this one is tiny or huge: c (J - I), with eigenvalues -c and (n - 1) c.
+TYPED_TEST(DenseDrivers, FindAllOfMatricesWithoutDiagonal) {
+  using T = TypeParam;
+  using R = Real<T>;
+  using Limits = std::numeric_limits<R>;
+  constexpr Int n = 8;
+  for (const R factor : {Limits::min() / epsilon<T>, Limits::max() / 64}) {
+    for (const char uplo : uplos) {
+      GuardedMatrix<T> A(n, n, n);
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = j; i <= n; ++i) set_mirrored(A, uplo, i, j, T(i == j ? R(0) : factor));
+      }
+      A.seal();
+      for_each_driver<T>([&]<class Driver>(Driver) {
+        for (const char jobz : {'N', 'V'}) {
+          const auto solved = solve<Driver>(DenseCall<T>(jobz, uplo, A));
+          EXPECT_EQ(solved.info, 0);
+          for (Int k = 1; k <= n; ++k) {
+            EXPECT_NEAR(solved.w(k) / factor, k == n ? R(n - 1) : R(-1), 100 * epsilon<T>) << Driver::name;
+          }
+          if (jobz == 'V') {
+            EXPECT_LT(orthogonality(vectors<Driver>(solved), n), threshold<Driver>) << Driver::name;
+          }
+        }
+      });
+    }
+  }
+}
+
 TYPED_TEST(DenseDrivers, OfTheZeroMatrixGiveZeros) {
   using T = TypeParam;
   constexpr Int n = 9;

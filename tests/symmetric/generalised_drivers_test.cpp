@@ -407,6 +407,18 @@ TYPED_TEST(GeneralisedDrivers, TellTheirWorkspacesInTheEnd) {
       return room.work(1);
     };
     for (const Method method : {Method::iteration, Method::selection}) EXPECT_EQ(told(method, 8), told(method, -1));
+
+    // Nor is it that of the reduction, where that takes more.
+    const Case<T> problem(this->random, 1, 'U', {5, 4, 4});
+    Form<T> pair = problem.form();
+    Workspaces<T> room = pair.for_division(true);
+    Solution<T> x(5, 5);
+    pair.divide('V', room, Lengths<T>(room), x);
+    const T in_the_end = room.work(1);
+    Lengths<T> question(room);
+    question.work = -1;
+    pair.divide('V', room, question, x);
+    EXPECT_EQ(in_the_end, room.work(1));
   }
 }
 

@@ -287,6 +287,7 @@ Solution<T> solve(Method method, char jobz, Form<T> form, const Wanted<Real<T>>&
   if (method == Method::division) form.divide(jobz, room, lengths, x);
   if (method == Method::selection) form.select(jobz, wanted, room, lengths.work, x);
   room.expect_guards();
+  if (method == Method::division && !Form<T>::asks_for_more) room.expect_sizes();
   x.expect_guards();
   EXPECT_TRUE(form.guards_unchanged());
   if (x.info > form.n) {
