@@ -185,6 +185,29 @@ TYPED_TEST(DenseRanges, ScaleBoundsWithTheMatrix) {
   }
 }
 
+/// Inverse iteration is what can't do without.
+TYPED_TEST(DenseRanges, ScaleMatricesThatHaveNothingOnTheDiagonal) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 11;
+  for (const R factor : {std::sqrt(std::numeric_limits<R>::min()) / 64, std::numeric_limits<R>::max() / 64}) {
+    for (const char uplo : uplos) {
+      GuardedMatrix<T> A = random_hermitian<T>(this->random, uplo, n, n, factor);
+      for (Int j = 1; j <= n; ++j) set_mirrored(A, uplo, j, j, T(0));
+      A.seal();
+      const WideMatrix<T> wide_a = wide_hermitian(A, is_upper(uplo));
+      this->for_each_selecting([&]<class Driver>(Driver) {
+        SCOPED_TRACE(testing::Message() << Driver::name << ' ' << uplo << factor);
+        const auto solved = solve<Driver>(DenseCall<T>('V', uplo, A, 2, 7));
+        EXPECT_EQ(solved.info, 0);
+        ASSERT_EQ(solved.m, 6);
+        EXPECT_LT(eigen_residual(wide_a, solved.Z, solved.w, 6), threshold);
+        EXPECT_LT(orthogonality(solved.Z, 6), threshold);
+      });
+    }
+  }
+}
+
 TYPED_TEST(DenseRanges, TakePartsOfClusters) {
   using T = TypeParam;
   const Int n = 42;
