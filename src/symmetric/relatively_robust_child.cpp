@@ -55,6 +55,17 @@ struct Candidate {
   }
 };
 
+/// Of two candidates, as far as their elements do not grow beyond `most`, the one that determines the values of the
+/// cluster better: where these are as small as the roundings of the spectrum, others that are as good elsewhere may not
+/// know them at all.
+template <RealScalar R>
+const Candidate<R>* better_of(Int n, const Candidate<R>& left, const Candidate<R>& right, R most) {
+  const auto is_fit = [&](const Candidate<R>& one) { return one.sound && one.growth <= most; };
+  if (!is_fit(left)) return is_fit(right) ? &right : nullptr;
+  if (!is_fit(right)) return &left;
+  return right.growth_beside_vector(n) < left.growth_beside_vector(n) ? &right : &left;
+}
+
 }  // namespace
 
 template <RealScalar R>
@@ -84,14 +95,14 @@ void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, co
   for (Int move = 0; move <= moves; ++move) {
     for (Candidate<R>* one : {&left, &right}) {
       one->factor(n, d, l, ld, pivmin);
-      if (one->sound && one->growth <= harmless_growth) {
-        sigma = one->sigma;
-        return one->copy_to(n, dplus, lplus);
-      }
       if (one->sound && one->growth <= least_growth) {
         least_growth = one->growth;
         best_shift = one->sigma;
       }
+    }
+    if (const auto* one = better_of(n, left, right, harmless_growth)) {
+      sigma = one->sigma;
+      return one->copy_to(n, dplus, lplus);
     }
     left.sigma -= std::min(left_move, largest_move);
     right.sigma += std::min(right_move, largest_move);
