@@ -62,6 +62,10 @@ class RootRepresentations : public testing::Test {
               << what;
         }
         EXPECT_GE(roots.wgap(k), 0) << what;
+        if (at + 1 == values.size() && root.order() > 1) {
+          const R gap = roots.vu - roots.e(block.last) - (roots.w(k) + roots.werr(k));
+          EXPECT_NEAR(roots.wgap(k), std::max(R(0), gap), 4 * epsilon<R> * (roots.norm() + std::abs(roots.vu))) << what;
+        }
         if (root.order() == 1) {
           EXPECT_EQ(roots.w(k), root.d[0]) << what;
           continue;
@@ -345,6 +349,20 @@ TYPED_TEST(ChildRepresentations, LieOnTheBetterSideOfTheCluster) {
   }
   EXPECT_GT(on_the_left, 0);
   EXPECT_GT(on_the_right, 0);
+}
+
+/// Growth that even a cluster far from all others can't bear.
+TYPED_TEST(ChildRepresentations, AreNoneWithHopelessGrowth) {
+  using R = TypeParam;
+  const auto A = this->with_cluster(R(1e-3));
+  for (const bool hopeless : {false, true}) {
+    Child<R> child(A, 4, 6);
+    child.w[3] = child.w[4] = child.w[5] = child.w[4] + R(1e-4);  // of no width, and no eigenvalue
+    child.werr[3] = child.werr[4] = child.werr[5] = 0;
+    child.spdiam = R(1e-3);
+    child.clgapl = child.clgapr = (hopeless ? R(1e-5) : R(1)) * std::sqrt(epsilon<R>);
+    EXPECT_EQ(child.run().info, hopeless ? 1 : 0);
+  }
 }
 
 TYPED_TEST(ChildRepresentations, AreNoneForNaN) {
