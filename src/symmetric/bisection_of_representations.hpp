@@ -27,6 +27,12 @@ template <RealScalar R>
 void larrb(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol1, R rtol2, Int offset, R* w, R* wgap, R* werr,
            R* work, Int* iwork, R pivmin, R spdiam, Int twist, Int& info);
 
+/// Refines the eigenvalues ifirst and ilast > ifirst of L D L^T alone, side by side; gaps stay. Arguments are those of
+/// larrb, rtol for both of its tolerances.
+template <RealScalar R>
+void refine_ends(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol, Int offset, R* w, const R* wgap,
+                 R* werr, R pivmin, R spdiam);
+
 /// Refines the eigenvalues ifirst ... ilast of T, counted from one in ascending order. Intervals w -+ werr that miss
 /// their values are widened first, and values whose intervals are narrow enough are left alone.
 ///

@@ -162,9 +162,8 @@ struct RepresentationTree {
     constexpr Int deepest = 100;  // a level resolves three digits, or half of the cluster
     constexpr R finest = IsolatedVector<T>::finest;
     if (cluster.depth > deepest) return -2;
-    if (!refine(cluster.first, cluster.first, finest, finest) || !refine(cluster.last, cluster.last, finest, finest)) {
-      return -1;
-    }
+    node.refine_ends(values.index + cluster.first, values.index + cluster.last, finest, values.index, values.x,
+                     values.gap, values.error);
     R sigma;
     Int info;
     larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, values.x, values.gap, values.error,
