@@ -524,7 +524,7 @@ TYPED_TEST(DqdsSteps, ABlockWithoutItsLastRowMayBeTurnedAbout) {
   for (Int k = 1; k <= 4 * n; ++k) given.z(k) = 0;
   for (Int i = 1; i <= n; ++i) {
     given.q(i, 0) = R(i);
-    given.e(i, 0) = i == n - 1 ? std::numeric_limits<R>::min() : R(0.5) + R(i) / 64;
+    given.e(i, 0) = i == n - 1 ? epsilon<R> * epsilon<R> : R(0.5) + R(i) / 64;
   }
   State<R> s(given);
   s.dmin = s.dmin1 = s.dmin2 = s.dn = s.dn1 = s.dn2 = R(0.25);
