@@ -64,8 +64,7 @@ void larrk(Int n, Int iw, R gl, R gu, const R* d, const R* e2, R pivmin, R relto
 /// iblock, indexw   n places: the block of each value, and its place in the block; negative blocks did not converge
 /// work    4 n elements;  iwork  3 n elements
 /// info    0; -k: argument k was bad (not reported); 1: values did not converge; 2: not all that 'I' asks for were
-/// found;
-///         3: both; 4: no interval holds il ... iu
+///         found; 3: both; 4: no interval holds il ... iu
 template <RealScalar R>
 void larrd(char range, char order, Int n, R vl, R vu, Int il, Int iu, const R* gers, R reltol, const R* d, const R* e,
            const R* e2, R pivmin, Int nsplit, const Int* isplit, Int& m, R* w, R* werr, R& wl, R& wu, Int* iblock,

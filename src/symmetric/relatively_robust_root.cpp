@@ -136,7 +136,7 @@ struct RootOfBlock {
   }
 
   /// Moves the shift away from the spectrum until the representation has no large elements, and is definite if dqds is
-  /// to work on it. A shift of which that is known comes last but one.
+  /// to work on it. A shift of which that is known comes last.
   bool search(bool by_dqds) {
     constexpr int attempts = 6;
     const R harmless_growth = 2 * diameter, largest_growth = 64 * diameter;
