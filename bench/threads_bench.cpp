@@ -160,6 +160,40 @@ void add_routines(int neighbours, int n) {
       routine_call::steqr('I', n, d.data(), e.data(), Matrix<double>{z.data(), n}, work.data(), info);
     };
   });
+  add_comparison("dsyevd_V", neighbours, n, [=] {
+    double lwork = 0;
+    int liwork = 0, none = 0;
+    routine_call::syevd('V', 'L', n, Matrix<double>{nullptr, n}, nullptr, &lwork, -1, &liwork, -1, none);
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), values = std::vector<double>(n),
+            work = std::vector<double>(std::size_t(lwork)), iwork = std::vector<int>(std::size_t(liwork))]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::syevd('V', 'L', n, {w.data(), n}, values.data(), work.data(), static_cast<int>(work.size()),
+                          iwork.data(), static_cast<int>(iwork.size()), info);
+    };
+  });
+  add_comparison("dsytrf", neighbours, n, [=] {
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), pivots = std::vector<int>(n),
+            work = std::vector<double>(std::size_t(n) * 64)]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::sytrf('L', n, {w.data(), n}, pivots.data(), work.data(), static_cast<int>(work.size()), info);
+    };
+  });
+  add_comparison("dgetrs", neighbours, n, [=] {
+    constexpr int right_hand_sides = 500;
+    std::vector<double> lu = random_numbers<double>(size);
+    std::vector<int> pivots(n);
+    int none = 0;
+    layer::getrf(n, n, {lu.data(), n}, pivots.data(), none);
+    return [=, b = random_numbers<double>(std::size_t(n) * right_hand_sides),
+            x = std::vector<double>(std::size_t(n) * right_hand_sides)]() mutable {
+      x = b;
+      int info = 0;
+      routine_call::getrs('N', n, right_hand_sides, Matrix<const double>{lu.data(), n}, pivots.data(), {x.data(), n},
+                          info);
+    };
+  });
 }
 
 }  // namespace

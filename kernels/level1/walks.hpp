@@ -111,19 +111,23 @@ template <Scalar T, class Change>
 }
 
 /// Calls change(x_i, y_i) for each pair of numbers of two vectors, on numbers or on registers full of them. X is T or
-/// const T.
+/// const T. Where both are written, the last ones are changed by numbers: often one of the two is read next, and what
+/// is written under a mask takes long to be read again.
 template <class X, Scalar T, class Change>
 [[gnu::always_inline]] inline void for_each_pair(Int n, X* x, Int incx, T* y, Int incy, Change change) {
   if (n < 1) return;
   if (incx == 1 && incy == 1) {
+    constexpr bool both_are_written = !std::is_const_v<X>;
     const auto x_reals = as_reals(x);
     const auto y_reals = as_reals(y);
-    for_each_register(n, y, [=](std::ptrdiff_t i, auto part) {
+    const Int in_registers = both_are_written ? n - n % (simd::lanes<Real<T>> / parts<T>) : n;
+    for_each_register(in_registers, y, [=](std::ptrdiff_t i, auto part) {
       auto xi = load(x_reals + i, part), yi = load(y_reals + i, part);
       change(xi, yi);
-      if constexpr (!std::is_const_v<X>) store(x_reals + i, xi, part);
+      if constexpr (both_are_written) store(x_reals + i, xi, part);
       store(y_reals + i, yi, part);
     });
+    for (Int i = in_registers; i < n; ++i) change(x[i], y[i]);
   } else {
     X* const px = first_element(x, n, incx);
     T* const py = first_element(y, n, incy);

@@ -15,8 +15,7 @@ namespace nuv {
 /// Singular values of an upper bidiagonal matrix of order n.
 ///
 /// d       n elements of the diagonal in, the values in decreasing order out; if info is positive, the magnitudes of
-/// the
-///         diagonal
+///         the diagonal
 /// e       n - 1 elements above the diagonal
 /// work    4 n elements
 /// info    -2: n is negative (reported as argument 2, its place in an earlier list of arguments)

@@ -28,7 +28,21 @@ struct Sweeps {
     const Int row = place(lines - 1, {p, 1});
     const T cosine = cs(row, 2 * s - 1), sine = cs(row, 2 * s);
     if (leaves_out_identities && cosine == 1 && sine == 0) return;
+    if (count <= short_column) return turn_short(count, X.at(first, i), X.at(first, i + 1), cosine, sine);
     blas::rot(count, column(X, first, i), column(X, first, i + 1), cosine, sine);
+  }
+
+ private:
+  /// Elements up to which a kernel is not called. The next rotation reads what this one stores, and what a kernel
+  /// stores of a part of a register can't be read again at once.
+  static constexpr Int short_column = 8;
+
+  static void turn_short(Int count, T* x, T* y, T cosine, T sine) {
+    for (Int i = 0; i < count; ++i) {
+      const T turned = cosine * x[i] + sine * y[i];
+      y[i] = cosine * y[i] - sine * x[i];
+      x[i] = turned;
+    }
   }
 };
 

@@ -27,6 +27,12 @@ template <RealScalar R>
 void larrb(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol1, R rtol2, Int offset, R* w, R* wgap, R* werr,
            R* work, Int* iwork, R pivmin, R spdiam, Int twist, Int& info);
 
+/// Refines the eigenvalues ifirst and ilast > ifirst of L D L^T alone, side by side; gaps stay. Arguments are those of
+/// larrb, rtol for both of its tolerances.
+template <RealScalar R>
+void refine_ends(Int n, const R* d, const R* lld, Int ifirst, Int ilast, R rtol, Int offset, R* w, const R* wgap,
+                 R* werr, R pivmin, R spdiam);
+
 /// Refines the eigenvalues ifirst ... ilast of T, counted from one in ascending order. Intervals w -+ werr that miss
 /// their values are widened first, and values whose intervals are narrow enough are left alone.
 ///
@@ -58,8 +64,7 @@ void larrk(Int n, Int iw, R gl, R gu, const R* d, const R* e2, R pivmin, R relto
 /// iblock, indexw   n places: the block of each value, and its place in the block; negative blocks did not converge
 /// work    4 n elements;  iwork  3 n elements
 /// info    0; -k: argument k was bad (not reported); 1: values did not converge; 2: not all that 'I' asks for were
-/// found;
-///         3: both; 4: no interval holds il ... iu
+///         found; 3: both; 4: no interval holds il ... iu
 template <RealScalar R>
 void larrd(char range, char order, Int n, R vl, R vu, Int il, Int iu, const R* gers, R reltol, const R* d, const R* e,
            const R* e2, R pivmin, Int nsplit, const Int* isplit, Int& m, R* w, R* werr, R& wl, R& wu, Int* iblock,

@@ -66,6 +66,8 @@ class IsolatedVector {
     bool corrected = false;
     compute(value_.x, true);
     for (int step = 1; residual_ > small_residual && std::abs(correction_) > finest * std::abs(lambda_); ++step) {
+      const bool is_noise = residual_ > least_residual / 2 && residual_ < 64 * small_residual;
+      if (is_noise) return look_for_better_twist(residual_ < least_residual ? lambda_ : best);
       if (residual_ < least_residual) {
         least_residual = residual_;
         best = lambda_;
@@ -86,6 +88,14 @@ class IsolatedVector {
       }
       compute(next, true);
     }
+    return true;
+  }
+
+  /// Where corrections help no more, close to the value, they are what roundings make of them: the best of the values
+  /// so far is as good as any, but not the twist, which was chosen for the first one.
+  bool look_for_better_twist(R best) {
+    twist_ = 0;
+    compute(best, false);
     return true;
   }
 

@@ -25,7 +25,7 @@ namespace nuv {
 /// pivmin  the least pivot of Sturm sequences for T
 /// work    6 n numbers;  iwork  5 n
 /// info    0; 2: no root among six shifts; -1: larrd, -3: larrb, -5: lasq2 failed; -6: lasq2 found a negative
-/// eigenvalue
+///         eigenvalue
 template <RealScalar R>
 void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R rtol1, R rtol2, R spltol, Int& nsplit,
            Int* isplit, Int& m, R* w, R* werr, R* wgap, Int* iblock, Int* indexw, R* gers, R& pivmin, R* work,

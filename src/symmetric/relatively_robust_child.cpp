@@ -10,6 +10,13 @@
 namespace nuv {
 namespace {
 
+/// The elements of a representation, n and n - 1 of them.
+template <RealScalar R>
+struct Elements {
+  Int n;
+  const R *d, *l, *ld;
+};
+
 /// L D L^T - sigma I = L+ D+ L+^T.
 template <RealScalar R>
 struct Candidate {
@@ -18,22 +25,34 @@ struct Candidate {
   R growth = 0;        ///< largest magnitude in D+
   bool sound = false;  ///< all pivots are finite, and none had to be replaced
 
-  void factor(Int n, const R* root_d, const R* root_l, const R* root_ld, R pivmin) {
-    growth = 0;
-    sound = true;
-    R s = negated(sigma);
-    for (Int i = 0; i < n; ++i) {
-      d[i] = root_d[i] + s;
-      if (std::abs(d[i]) < pivmin) {
-        d[i] = negated(pivmin);
-        sound = false;
-      }
-      growth = larger_or_nan(growth, std::abs(d[i]));
-      if (i == n - 1) break;
-      l[i] = root_ld[i] / d[i];
-      s = l[i] * (s * root_l[i]) - sigma;
+  /// What goes on from row to row.
+  struct Carried {
+    R s;
+    R growth = 0;
+    bool sound = true;
+  };
+
+  Carried begin() const { return {negated(sigma)}; }
+
+  R make_pivot(const Elements<R>& root, Int i, R pivmin, Carried& c) const {
+    R pivot = root.d[i] + c.s;
+    if (std::abs(pivot) < pivmin) {
+      pivot = negated(pivmin);
+      c.sound = false;
     }
-    sound = sound && std::isfinite(growth);
+    c.growth = larger_or_nan(c.growth, std::abs(pivot));
+    return d[i] = pivot;
+  }
+
+  void make_row(const Elements<R>& root, Int i, R pivmin, Carried& c) const {
+    const R multiplier = root.ld[i] / make_pivot(root, i, pivmin, c);
+    c.s = multiplier * (c.s * root.l[i]) - sigma;
+    l[i] = multiplier;
+  }
+
+  void end(const Carried& c) {
+    growth = c.growth;
+    sound = c.sound && std::isfinite(growth);
   }
 
   void copy_to(Int n, R* to_d, R* to_l) const {
@@ -55,6 +74,29 @@ struct Candidate {
   }
 };
 
+/// Factors for all candidates side by side, since each row waits for the division of the one before.
+template <RealScalar R, class... Candidates>
+void factor(const Elements<R>& root, R pivmin, Candidates&... candidates) {
+  const auto factor_from = [&](auto... carried) {
+    const Int last = root.n - 1;
+    for (Int i = 0; i < last; ++i) (candidates.make_row(root, i, pivmin, carried), ...);
+    (candidates.make_pivot(root, last, pivmin, carried), ...);
+    (candidates.end(carried), ...);
+  };
+  factor_from(candidates.begin()...);
+}
+
+/// Of two candidates, as far as their elements do not grow beyond `most`, the one that determines the values of the
+/// cluster better: where these are as small as the roundings of the spectrum, others that are as good elsewhere may not
+/// know them at all.
+template <RealScalar R>
+const Candidate<R>* better_of(Int n, const Candidate<R>& left, const Candidate<R>& right, R most) {
+  const auto is_fit = [&](const Candidate<R>& one) { return one.sound && one.growth <= most; };
+  if (!is_fit(left)) return is_fit(right) ? &right : nullptr;
+  if (!is_fit(right)) return &left;
+  return right.growth_beside_vector(n) < left.growth_beside_vector(n) ? &right : &left;
+}
+
 }  // namespace
 
 template <RealScalar R>
@@ -62,6 +104,7 @@ void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, co
            R spdiam, R clgapl, R clgapr, R pivmin, R& sigma, R* dplus, R* lplus, R* work, Int& info) {
   constexpr R eps = Machine<R>::precision;
   constexpr Int moves = 1;  // of each shift away from the cluster
+  const Elements<R> root{n, d, l, ld};
   const Int first = clstrt - 1, last = clend - 1;
 
   const R width = std::abs(w[last] - w[first]) + werr[last] + werr[first];
@@ -82,16 +125,16 @@ void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, co
 
   info = 0;
   for (Int move = 0; move <= moves; ++move) {
-    for (Candidate<R>* one : {&left, &right}) {
-      one->factor(n, d, l, ld, pivmin);
-      if (one->sound && one->growth <= harmless_growth) {
-        sigma = one->sigma;
-        return one->copy_to(n, dplus, lplus);
-      }
+    factor(root, pivmin, left, right);
+    for (const Candidate<R>* one : {&left, &right}) {
       if (one->sound && one->growth <= least_growth) {
         least_growth = one->growth;
         best_shift = one->sigma;
       }
+    }
+    if (const auto* one = better_of(n, left, right, harmless_growth)) {
+      sigma = one->sigma;
+      return one->copy_to(n, dplus, lplus);
     }
     left.sigma -= std::min(left_move, largest_move);
     right.sigma += std::min(right_move, largest_move);
@@ -101,7 +144,7 @@ void larrf(Int n, const R* d, const R* l, const R* ld, Int clstrt, Int clend, co
 
   // All shifts make elements grow: the one that does so least may still do.
   sigma = left.sigma = best_shift;
-  left.factor(n, d, l, ld, pivmin);
+  factor(root, pivmin, left);
   const bool harmless = left.growth_beside_vector(n) <= harmless_growth;
   const bool tolerable = isolated && least_growth < hopeless_growth;
   if (least_growth == Machine<R>::overflow || !(harmless || tolerable)) info = 1;

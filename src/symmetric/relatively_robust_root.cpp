@@ -136,7 +136,7 @@ struct RootOfBlock {
   }
 
   /// Moves the shift away from the spectrum until the representation has no large elements, and is definite if dqds is
-  /// to work on it. A shift of which that is known comes last but one.
+  /// to work on it. A shift of which that is known comes last.
   bool search(bool by_dqds) {
     constexpr int attempts = 6;
     const R harmless_growth = 2 * diameter, largest_growth = 64 * diameter;
@@ -252,7 +252,9 @@ void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R
   R largest_e = 0;
   for (Int i = 0; i < n - 1; ++i) largest_e = larger_or_nan(largest_e, std::abs(e[i]));
   pivmin = Machine<R>::safe_min * std::max(R(1), largest_e * largest_e);
-  larra(n, d, e, e2, spltol, width(rows), nsplit, isplit, info);
+  // The diameter of the spectrum is no measure of what is negligible beside values that are almost equal.
+  const R norm = larger_or_nan(std::abs(rows.left), std::abs(rows.right));
+  larra(n, d, e, e2, spltol, larger_or_nan(width(rows), norm), nsplit, isplit, info);
 
   Int found = 0;
   if (all) {

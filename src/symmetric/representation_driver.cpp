@@ -77,16 +77,13 @@ void drive_by_representations(char jobz, const Selection<Real<T>>& selection, ch
   using R = Real<T>;
   const RoutineName<T> name = name_of<T>("SYEVR", "HEEVR");
   const bool infinities_are_safe = ilaenv(10, name, "N", 1, 2, 3, 4) == 1, with_vectors = same_letter(jobz, 'V');
+  const DivisionSizes least = least_workspaces<T>(n);
   info = check_selected(jobz, selection, uplo, n, A, Z);
-  DivisionSizes best{};
-  if (info == 0) {
-    const DivisionSizes least = least_workspaces<T>(n);
-    best = least;
-    best.work = std::max(least.work, (widest_block<T>(uplo, n) + std::int64_t{1}) * n);
-    room.answer(best);
-    info = room.check(least, 18);
-  }
+  if (info == 0) info = room.check(least, 18);
   if (info != 0) return report_bad_argument(name, info);
+  DivisionSizes best = least;
+  best.work = std::max(best.work, (widest_block<T>(uplo, n) + std::int64_t{1}) * n);
+  room.answer(best);
   if (room.is_query()) return;
   m = 0;
   if (n <= 1) {

@@ -33,6 +33,11 @@ struct RepresentationNode {
           info);
     return info == 0;
   }
+
+  /// The same for eigenvalues `first` and `last` > `first` alone.
+  void refine_ends(Int first, Int last, R rtol, Int origin, R* w, const R* wgap, R* werr) const {
+    nuv::refine_ends(n, d, lld, first, last, rtol, origin - 1, w, wgap, werr, pivmin, diameter);
+  }
 };
 
 }  // namespace nuv

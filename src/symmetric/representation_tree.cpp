@@ -26,7 +26,7 @@ struct Cluster {
   Int first, last;
   Int depth;  ///< of the representation in the tree
 
-  bool meets(const Cluster& other) const { return first <= other.last && other.first <= last; }
+  bool meets(const Cluster& other) const { return std::max(first, other.first) <= std::min(last, other.last); }
   bool holds(Int k) const { return first <= k && k <= last; }
 };
 
@@ -162,9 +162,8 @@ struct RepresentationTree {
     constexpr Int deepest = 100;  // a level resolves three digits, or half of the cluster
     constexpr R finest = IsolatedVector<T>::finest;
     if (cluster.depth > deepest) return -2;
-    if (!refine(cluster.first, cluster.first, finest, finest) || !refine(cluster.last, cluster.last, finest, finest)) {
-      return -1;
-    }
+    node.refine_ends(values.index + cluster.first, values.index + cluster.last, finest, values.index, values.x,
+                     values.gap, values.error);
     R sigma;
     Int info;
     larrf(node.n, node.d, node.l, node.ld, cluster.first + 1, cluster.last + 1, values.x, values.gap, values.error,
@@ -289,7 +288,7 @@ void larrv(Int n, Real<T> vl, Real<T>, Real<T>* d, Real<T>* l, Real<T> pivmin, c
                                           .gap = place(4),
                                           .gap_below = 0},
                                .given = {0, next - first - 1, 0},
-                               .vectors = {dol - 1 - first, dou - 1 - first, 0},
+                               .vectors = {std::max(dol - 1, first) - first, std::min(dou, next) - 1 - first, 0},
                                .Z = block(Z, 1, first + 1),
                                .order = n,
                                .above = begin,

@@ -139,25 +139,33 @@ class ValueSearch {
   bool has_moved_ = false;
 };
 
-/// Takes up to three steps of a search at once. What it asks for next hangs on whether a count reaches its index, so
-/// the seven points of the next three steps are known, and counting below all takes hardly longer than below one.
+/// Takes up to three steps of one search at once, or two of each of two. What a search asks for next hangs on whether a
+/// count reaches its index, so the points of its next steps are known, and counting below all of them takes hardly
+/// longer than below one.
 template <RealScalar R, class Count>
-void search_ahead(ValueSearch<R>& search, Count count) {
+void search_ahead(ValueSearch<R>* searches, Int active, Count count) {
   static_assert(shifts_at_once == 8);
-  constexpr int steps = 7;  // those behind step k are 2 k + 1 where the count reaches the index, else 2 k + 2
-  ValueSearch<R> ahead[steps];
+  const Int states =
+      active == 1 ? 7 : 3;  // those behind state k are 2 k + 1 where the count reaches the index, else 2 k + 2
+  ValueSearch<R> ahead[shifts_at_once];
   R points[shifts_at_once];
   Int counts[shifts_at_once];
-  ahead[0] = search;
-  for (int k = 1; k < steps; ++k) {
-    ahead[k] = ahead[(k - 1) / 2];
-    if (!ahead[k].is_done()) ahead[k].tell(k % 2 != 0 ? search.index() : search.index() - 1);
+  for (Int s = 0; s < active; ++s) {
+    ValueSearch<R>* const mine = ahead + s * states;
+    mine[0] = searches[s];
+    for (Int k = 1; k < states; ++k) {
+      mine[k] = mine[(k - 1) / 2];
+      if (!mine[k].is_done()) mine[k].tell(k % 2 != 0 ? mine[k].index() : mine[k].index() - 1);
+    }
   }
-  for (int k = 0; k < shifts_at_once; ++k) points[k] = ahead[k % steps].point();
+  for (Int k = 0; k < shifts_at_once; ++k) points[k] = ahead[k < active * states ? k : 0].point();
   count(points, counts);
-  for (int k = 0; k < steps && !search.is_done();) {
-    search.tell(counts[k]);
-    k = 2 * k + (counts[k] >= search.index() ? 1 : 2);
+  for (Int s = 0; s < active; ++s) {
+    for (Int k = 0; k < states && !searches[s].is_done();) {
+      const Int below = counts[s * states + k];
+      searches[s].tell(below);
+      k = 2 * k + (below >= searches[s].index() ? 1 : 2);
+    }
   }
 }
 
@@ -176,17 +184,14 @@ void search_side_by_side(Int first, Int last, Begin begin, Count count, End end)
       else ++active;
     }
     if (active == 0) return;
-    if (active == 1) {
-      search_ahead(searches[0], count);
-      if (!searches[0].is_done()) continue;
-      end(searches[0]);
-      active = 0;
-      continue;
+    if (active <= 2) {
+      search_ahead(searches, active, count);
+    } else {
+      for (Int k = 0; k < shifts_at_once; ++k) points[k] = searches[k < active ? k : 0].point();
+      count(points, counts);
+      for (Int k = 0; k < active; ++k) searches[k].tell(counts[k]);
     }
-    for (Int k = 0; k < shifts_at_once; ++k) points[k] = searches[k < active ? k : 0].point();
-    count(points, counts);
     for (Int k = active - 1; k >= 0; --k) {
-      searches[k].tell(counts[k]);
       if (!searches[k].is_done()) continue;
       end(searches[k]);
       searches[k] = searches[--active];

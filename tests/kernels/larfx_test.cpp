@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "blas.hpp"
 #include "orthogonal/reflectors.hpp"
@@ -62,12 +63,18 @@ TYPED_TEST(Larfx, AppliesAReflectorToRowsInLines) {
   }
 }
 
+/// Infinite elements, which a product with zero would change.
 TYPED_TEST(Larfx, LooksAtNothingForAZeroTau) {
   using T = TypeParam;
   for (const char side : sides) {
-    for (const Int order : {3, 15}) {
+    for (const Int order : {3, 15, 90}) {
       GuardedMatrix<T> C(order, order, order);
       GuardedVector<T> v(order), work(order);
+      for (Int j = 1; j <= order; ++j) {
+        v(j) = T(1);
+        for (Int i = 1; i <= order; ++i) C(i, j) = T(std::numeric_limits<Real<T>>::infinity());
+      }
+      C.seal();
       blas::larfx(side, order, order, v.data(), T(0), C, work.data());
       EXPECT_TRUE(C.unchanged());
     }

@@ -162,6 +162,27 @@ TYPED_TEST(DqdsSteps, AShiftThatIsTooLargeEndsTheGuardedTransform) {
   }
 }
 
+/// A shift that is the first element to the bit leaves a zero, by which nothing is divided.
+TYPED_TEST(DqdsSteps, AZeroDoesNotEndTheTransform) {
+  using R = TypeParam;
+  auto Z = QdPair<R>::random(this->random, 7);
+  const R tau = Z.q(1, 0);
+  EXPECT_EQ(lasq5(Z, 1, 7, 0, tau, false).dmin, -tau);
+  EXPECT_EQ(Z.q(1, 1), Z.e(1, 0));
+  EXPECT_EQ(Z.e(1, 1), Z.q(2, 0));
+}
+
+/// An infinity leaves a NaN among the e alone.
+TYPED_TEST(DqdsSteps, ANaNAmongTheSmallElementsIsSeen) {
+  using R = TypeParam;
+  auto Z = QdPair<R>::random(this->random, 7);
+  Z.e(2, 0) = std::numeric_limits<R>::infinity();
+  Z.z.seal();
+  lasq5(Z, 1, 7, 0, R(0), false);
+  EXPECT_TRUE(std::isnan(Z.e(2, 1)));
+  EXPECT_TRUE(std::isnan(Z.e(7, 1)));
+}
+
 TYPED_TEST(DqdsSteps, ARowOfZerosBeginsABlockOfItsOwn) {
   using R = TypeParam;
   for (const Int row : {2, 4, 6}) {
@@ -487,10 +508,30 @@ TYPED_TEST(DqdsSteps, AStepTurnsAGrowingBlockAbout) {
     step(s, Entry::all_in_arguments);
     for (Int i = 1; i <= n; ++i) EXPECT_EQ(s.Z.q(i, 0), given.q(n + 1 - i, 0));
     for (Int i = 1; i < n; ++i) EXPECT_EQ(s.Z.e(i, 0), given.e(n - i, 0));
+    // The place behind the last e has the least of all, or of short blocks that of the two which are last no more.
+    EXPECT_EQ(s.Z.e(n, 0), n > 5 ? given.e(1, 0) : given.e(std::max(1, n - 2), 0));
     EXPECT_EQ(s.sigma, 0);
     EXPECT_EQ(s.iter, 1);
     EXPECT_GE(s.dmin, 0);
   }
+}
+
+/// What the last transform told is of no use for a block that was turned about: the next one goes without a shift.
+TYPED_TEST(DqdsSteps, ABlockWithoutItsLastRowMayBeTurnedAbout) {
+  using R = TypeParam;
+  const Int n = 9;
+  QdPair<R> given(n);
+  for (Int k = 1; k <= 4 * n; ++k) given.z(k) = 0;
+  for (Int i = 1; i <= n; ++i) {
+    given.q(i, 0) = R(i);
+    given.e(i, 0) = i == n - 1 ? epsilon<R> * epsilon<R> : R(0.5) + R(i) / 64;
+  }
+  State<R> s(given);
+  s.dmin = s.dmin1 = s.dmin2 = s.dn = s.dn1 = s.dn2 = R(0.25);
+  step(s, Entry::all_in_arguments);
+  EXPECT_EQ(s.n0, n - 1);
+  for (Int i = 1; i < n; ++i) EXPECT_EQ(s.Z.q(i, 0), given.q(n - i, 0));
+  EXPECT_EQ(s.sigma, 0);
 }
 
 TYPED_TEST(DqdsSteps, SplitsOffRowsAtTheEnd) {
@@ -578,6 +619,49 @@ TYPED_TEST(DqdsSteps, ALateFailureTellsTheShift) {
   EXPECT_EQ(s.ttype, -1 - 11);
   const double row_above = 8 - 1 - 8 * 0.015625 / 7, last = 0.5 * row_above / (row_above + 0.015625) - 1;
   EXPECT_NEAR(s.tau, 1 + last, 1e-4);
+}
+
+/// A last d below zero by less than the sum of shifts is known, beside an e as small in the array that was made.
+TYPED_TEST(DqdsSteps, ALastRowBelowZeroByARoundingHasConverged) {
+  using R = TypeParam;
+  for (const bool by_rounding : {true, false}) {
+    QdPair<R> given(8);
+    for (Int k = 1; k <= 32; ++k) given.z(k) = 0;
+    for (Int i = 1; i <= 8; ++i) {
+      given.q(i, 0) = i == 8 ? R(10) : R(8);
+      given.e(i, 0) = i == 7 ? R(64) : R(0.015625);
+    }
+    State<R> s(given);
+    s.dmin = -1;
+    // The last d comes out as -0.014, the e above it as 9.
+    s.sigma = (by_rounding ? R(0.3) : R(0.01)) / epsilon<R>;
+    step(s, Entry::all_in_arguments);
+    EXPECT_EQ(s.nfail, by_rounding ? 0 : 1);
+    EXPECT_GE(s.dmin, 0);
+    EXPECT_GE(s.dn, by_rounding ? R(-0.02) : R(0));
+    if (by_rounding) {
+      EXPECT_EQ(s.Z.q(8, 1), 0);
+    }
+  }
+}
+
+/// A transform that ends early says nothing of the last rows; what is known of them is of the one before.
+TYPED_TEST(DqdsSteps, AnEarlyFailureIsNotTakenForARounding) {
+  using R = TypeParam;
+  QdPair<R> given(8);
+  for (Int k = 1; k <= 32; ++k) given.z(k) = 0;
+  for (Int i = 1; i <= 8; ++i) {
+    given.q(i, 0) = i == 4 ? R(0.5) : R(8);
+    given.e(i, 0) = R(0.015625);
+  }
+  State<R> s(given);
+  s.dmin = -1;
+  s.sigma = 1;
+  s.Z.e(7, 1) = epsilon<R>;  // beside sigma, not beside the square of what is negligible
+  step(s, Entry::all_in_arguments);
+  EXPECT_EQ(s.n0, 8);
+  EXPECT_EQ(s.nfail, 1);
+  EXPECT_EQ(s.tau, R(0.25));
 }
 
 TYPED_TEST(DqdsSteps, ANaNEndsInATransformWithoutShift) {

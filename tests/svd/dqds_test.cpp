@@ -222,6 +222,21 @@ TYPED_TEST(Dqds, TellsStatistics) {
   }
 }
 
+/// The first shift of a block is a bound below all of its values, so that no transform fails while these stay apart.
+TYPED_TEST(Dqds, BeginsWithASafeShift) {
+  using R = TypeParam;
+  for (const Int n : {10, 30}) {
+    for (const R e : {R(0.01), R(0.1), R(0.3)}) {
+      std::vector<R> qd;
+      for (Int i = 0; i < n; ++i) {
+        qd.push_back(1 + R(i) / 10);
+        if (i + 1 < n) qd.push_back(e);
+      }
+      EXPECT_EQ(lasq2(n, qd).z(2 * n + 5), 0) << n << ' ' << e;
+    }
+  }
+}
+
 TYPED_TEST(Dqds, OrderTwoTellsItsSums) {
   using R = TypeParam;
   const R q1 = 2, e = 3, q2 = 5;

@@ -168,6 +168,11 @@ TYPED_TEST(DenseArguments, OfRepresentations) {
                    {20, [](C& c) { --c.liwork; }}});
   }
   expect_range_checks<C>(name);
+  // Its sizes are told once all arguments are known to be good.
+  C short_of_work;
+  --short_of_work.lwork;
+  expect_report(short_of_work, name, 18);
+  EXPECT_TRUE(short_of_work.DenseCall<T>::unchanged());
 }
 
 TYPED_TEST(DenseArguments, OfTheExpertDriver) {
@@ -182,6 +187,47 @@ TYPED_TEST(DenseArguments, OfTheExpertDriver) {
                                    {15, [](C& c) { c.ldz = 4; }},
                                    {17, [](C& c) { --c.lwork; }}});
   expect_range_checks<C>(name);
+}
+
+/// No workspace may be one element short, and no length but -1 is a question.
+TYPED_TEST(DenseArguments, LengthsAreNotOneShort) {
+  using T = TypeParam;
+  const auto expect_checks = []<template <class> class Driver>(const ValidCall<Driver, T>&) {
+    const auto expect = [](Int DenseCall<T>::*length, Int position) {
+      if (position == 0) return;
+      ValidCall<Driver, T> one_short, below;
+      --(one_short.*length);
+      below.*length = -2;
+      expect_report(one_short, reported_name<T>(Driver<T>::name), position);
+      expect_report(below, reported_name<T>(Driver<T>::name), position);
+    };
+    expect(&DenseCall<T>::lwork, Driver<T>::lwork);
+    expect(&DenseCall<T>::lrwork, Driver<T>::lrwork);
+    expect(&DenseCall<T>::liwork, Driver<T>::liwork);
+  };
+  expect_checks(Simple<T>());
+  expect_checks(Division<T>());
+  expect_checks(Representations<T>());
+  expect_checks(Expert<T>());
+}
+
+/// Nothing of a matrix and of a workspace is too little even for order zero.
+TYPED_TEST(DenseArguments, AreAtLeastOneForOrderZero) {
+  using T = TypeParam;
+  const auto expect_checks = []<template <class> class Driver>(ValidCall<Driver, T> empty) {
+    empty.n = 0;
+    expect_report(empty, "", 0);
+    ValidCall<Driver, T> without_lda, without_work;
+    without_lda.n = without_lda.lda = 0;
+    without_work.n = without_work.lwork = 0;
+    const std::string name = reported_name<T>(Driver<T>::name);
+    expect_report(without_lda, name, Driver<T>::selects ? 6 : 5);
+    expect_report(without_work, name, Driver<T>::lwork);
+  };
+  expect_checks(Simple<T>());
+  expect_checks(Division<T>());
+  expect_checks(Representations<T>());
+  expect_checks(Expert<T>());
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ struct DenseCall {
   char jobz, range = 'A', uplo;
   Int n, lda, ldz;
   R vl = 0, vu = 0, abstol = 0;
-  Int il = 1, iu = 0, m = 0, info = 99;
+  Int il = 1, iu = 0, m = 99, info = 99;
   GuardedMatrix<T> A, Z;
   GuardedVector<R> w;
   GuardedVector<Int> marks;
@@ -35,7 +35,9 @@ struct DenseCall {
         A(matrix),
         Z(n, n, ldz),
         w(n),
-        marks(2 * std::max(1, n)) {}
+        marks(2 * std::max(1, n)) {
+    fill_with_ones(Z);
+  }
 
   DenseCall(char jobz_, char uplo_, const GuardedMatrix<T>& matrix, R vl_, R vu_) : DenseCall(jobz_, uplo_, matrix) {
     range = 'V';

@@ -104,9 +104,9 @@ TYPED_TEST(DensePaths, TakeABandWhereThereIsRoom) {
   using T = TypeParam;
   if constexpr (std::same_as<Real<T>, double>) {
     constexpr Int n = band_order<T>;
-    const GuardedMatrix<T> A = random_hermitian<T>(this->random, 'L', n, n);
-    const auto solved = [&](Int lwork) {
-      DenseCall<T> call('N', 'L', A);
+    const auto solved = [&](char uplo, std::int64_t lwork) {
+      Random same = this->random;
+      DenseCall<T> call('N', uplo, random_hermitian<T>(same, uplo, n, n));
       make_room(call, {lwork, 3 * n, 1});
       take_recorded_calls();
       Ev<T>::run(call);
@@ -114,12 +114,19 @@ TYPED_TEST(DensePaths, TakeABandWhereThereIsRoom) {
       EXPECT_EQ(call.work(1), T(size_of_band<T>(n, 40)));
       return call;
     };
-    const auto direct = solved(size_of_band<T>(n, 40) - 1);
-    EXPECT_EQ(ways_taken(), std::vector<std::string>{"sytrd L " + std::to_string(n)});
-    const auto by_band = solved(size_of_band<T>(n, 40));
-    EXPECT_EQ(ways_taken(), std::vector<std::string>());
+    const auto expect_direct = [&](char uplo) {
+      EXPECT_EQ(ways_taken(), std::vector<std::string>{std::string("sytrd ") + uplo + ' ' + std::to_string(n)});
+    };
+    solved('U', Ev<T>::least(false, n).work);
+    expect_direct('U');
+    const auto direct = solved('L', size_of_band<T>(n, 40) - 1);
+    expect_direct('L');
     const Real<T> size = std::max(std::abs(direct.w(1)), std::abs(direct.w(n)));
-    for (Int k = 1; k <= n; ++k) EXPECT_NEAR(by_band.w(k), direct.w(k), 10 * n * epsilon<T> * size);
+    for (const char uplo : {'U', 'L'}) {
+      const auto by_band = solved(uplo, size_of_band<T>(n, 40));
+      EXPECT_EQ(ways_taken(), std::vector<std::string>());
+      for (Int k = 1; k <= n; ++k) EXPECT_NEAR(by_band.w(k), direct.w(k), 10 * n * epsilon<T> * size);
+    }
   }
 }
 
@@ -144,6 +151,19 @@ TYPED_TEST(DensePaths, AskForTheRoomOfDivisionFirst) {
   EXPECT_EQ(asked('V', 4, 3), std::vector<std::string>());
   EXPECT_EQ(asked('N', 1, 0), std::vector<std::string>());
   EXPECT_EQ(asked('N', -4, 4), std::vector<std::string>());
+}
+
+/// What is told in the end is the room of the triangle that was reduced: here upper ones have narrower panels.
+TYPED_TEST(DensePaths, TellTheRoomOfTheirTriangleInTheEnd) {
+  using T = TypeParam;
+  if constexpr (std::same_as<T, double>) {
+    constexpr Int n = 1100;
+    const DenseCall<T> call('N', 'U', random_hermitian<T>(this->random, 'U', n, n));
+    const auto solved = solve<Evd<T>>(call);
+    EXPECT_EQ(Int(solved.work(1)), size_of_reduction<T>('U', n));
+    EXPECT_EQ(asked_for<Evd<T>>(call).work, size_of_reduction<T>('L', n));
+    EXPECT_NE(size_of_reduction<T>('U', n), size_of_reduction<T>('L', n)) << "another order is needed";
+  }
 }
 
 }  // namespace

@@ -76,6 +76,62 @@ TYPED_TEST(DenseRanges, TakeThemByIndex) {
   }
 }
 
+/// All of them are found in one way, whatever the words for them; bisection finds what comes near.
+TYPED_TEST(DenseRanges, TakeAllInOneWay) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 13;
+  const Problem<T> problem(this->random, 'L', random_tridiagonal<R>(n));
+  this->for_each_selecting([&]<class Driver>(Driver) {
+    for (const char jobz : {'N', 'V'}) {
+      SCOPED_TRACE(testing::Message() << Driver::name << ' ' << jobz);
+      const auto all = solve<Driver>(DenseCall<T>(jobz, 'L', problem.A));
+      const auto is_same = [&](const DenseCall<T>& call) {
+        const auto solved = solve<Driver>(call);
+        EXPECT_EQ(solved.m, n);
+        return solved.w.same_as(all.w) && solved.Z.same_as(all.Z) && solved.marks.same_as(all.marks);
+      };
+      DenseCall<T> by_index(jobz, 'L', problem.A, 1, n);
+      EXPECT_TRUE(is_same(by_index));
+      by_index.abstol = -1;
+      EXPECT_TRUE(is_same(by_index));
+      EXPECT_FALSE(is_same(DenseCall<T>(jobz, 'L', problem.A, R(-10 * n), R(10 * n))));
+      if (jobz == 'N' && std::same_as<Driver, Evx<T>>) {
+        EXPECT_TRUE(all.w.same_as(solve<Ev<T>>(DenseCall<T>('N', 'L', problem.A)).w));
+      }
+    }
+  });
+}
+
+/// The values of one block come after those of another, until they are sorted.
+TYPED_TEST(DenseRanges, AreSortedWhereAMatrixFallsApart) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr Int n = 9;
+  for (const char uplo : uplos) {
+    Tridiagonal<R> matrix{{}, {}};
+    for (Int k = 1; k <= n; ++k) matrix.d.push_back(R(3 * n - 3 * k));
+    for (Int k = 1; k < n; ++k) matrix.e.push_back(k % 3 == 0 ? R(0) : R(1));
+    GuardedMatrix<T> A(n, n, n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = j; i <= n; ++i) {
+        const auto k = std::size_t(j - 1);
+        set_mirrored(A, uplo, i, j, T(i == j ? matrix.d[k] : i == j + 1 ? matrix.e[k] : R(0)));
+      }
+    }
+    A.seal();
+    this->for_each_selecting([&]<class Driver>(Driver) {
+      const auto solved = solve<Driver>(DenseCall<T>('V', uplo, A, 2, n));
+      EXPECT_EQ(solved.info, 0);
+      ASSERT_EQ(solved.m, n - 1);
+      EXPECT_TRUE(std::is_sorted(solved.w.data(), solved.w.data() + solved.m));
+      EXPECT_LT(value_error(solved.w, solved.m, wide_values(matrix), 2), threshold);
+      EXPECT_LT(eigen_residual(wide_dense<T>(matrix), solved.Z, solved.w, solved.m), threshold);
+      EXPECT_LT(orthogonality(solved.Z, solved.m), threshold);
+    });
+  }
+}
+
 TYPED_TEST(DenseRanges, TakeThemByValue) {
   using T = TypeParam;
   using R = Real<T>;
@@ -129,6 +185,29 @@ TYPED_TEST(DenseRanges, ScaleBoundsWithTheMatrix) {
   }
 }
 
+/// Inverse iteration is what can't do without.
+TYPED_TEST(DenseRanges, ScaleMatricesThatHaveNothingOnTheDiagonal) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 11;
+  for (const R factor : {std::sqrt(std::numeric_limits<R>::min()) / 64, std::numeric_limits<R>::max() / 64}) {
+    for (const char uplo : uplos) {
+      GuardedMatrix<T> A = random_hermitian<T>(this->random, uplo, n, n, factor);
+      for (Int j = 1; j <= n; ++j) set_mirrored(A, uplo, j, j, T(0));
+      A.seal();
+      const WideMatrix<T> wide_a = wide_hermitian(A, is_upper(uplo));
+      this->for_each_selecting([&]<class Driver>(Driver) {
+        SCOPED_TRACE(testing::Message() << Driver::name << ' ' << uplo << factor);
+        const auto solved = solve<Driver>(DenseCall<T>('V', uplo, A, 2, 7));
+        EXPECT_EQ(solved.info, 0);
+        ASSERT_EQ(solved.m, 6);
+        EXPECT_LT(eigen_residual(wide_a, solved.Z, solved.w, 6), threshold);
+        EXPECT_LT(orthogonality(solved.Z, 6), threshold);
+      });
+    }
+  }
+}
+
 TYPED_TEST(DenseRanges, TakePartsOfClusters) {
   using T = TypeParam;
   const Int n = 42;
@@ -157,6 +236,10 @@ TYPED_TEST(DenseRanges, AreLookedUpForOrderOne) {
       }
       if (m == 1) {
         EXPECT_EQ(solved.Z(1, 1), T(1));
+        // The rows that an eigenvector fills, or that it converged.
+        const Int mark = std::same_as<Driver, Evr<T>> ? 1 : 0;
+        EXPECT_EQ(solved.marks(1), mark);
+        EXPECT_TRUE(mark == 0 || solved.marks(2) == 1);
       }
     };
     expect({'V', 'L', A, 1, 1}, 1);
@@ -166,7 +249,7 @@ TYPED_TEST(DenseRanges, AreLookedUpForOrderOne) {
   });
 }
 
-// With a tolerance, the expert driver bisects.
+// With a tolerance, the expert driver bisects, and the other one where it is asked for some.
 TYPED_TEST(DenseRanges, ToleranceIsWhatTheValuesAreOff) {
   using T = TypeParam;
   using R = Real<T>;
@@ -174,15 +257,20 @@ TYPED_TEST(DenseRanges, ToleranceIsWhatTheValuesAreOff) {
   std::vector<WideReal<T>> values;
   for (Int k = 1; k <= n; ++k) values.push_back(WideReal<T>(k) + WideReal<T>(0.3));
   const Problem<T> problem(this->random, 'L', tridiagonal_with_values<R>(values));
-  DenseCall<T> call('N', 'L', problem.A);
-  call.abstol = R(0.01);
-  const auto rough = solve<Evx<T>>(call);
-  ASSERT_EQ(rough.m, n);
-  double worst = 0;
-  for (Int k = 1; k <= n; ++k)
-    worst = std::max(worst, std::abs(double(rough.w(k) - problem.exact[std::size_t(k - 1)])));
-  EXPECT_LT(worst, 0.02);
-  EXPECT_GT(worst, 1e-5);
+  const auto expect_rough = [&](const DenseCall<T>& rough, Int first) {
+    ASSERT_EQ(rough.m, n + 1 - first);
+    double worst = 0;
+    for (Int k = 1; k <= rough.m; ++k) {
+      worst = std::max(worst, std::abs(double(rough.w(k) - problem.exact[std::size_t(first + k - 2)])));
+    }
+    EXPECT_LT(worst, 0.02);
+    EXPECT_GT(worst, 1e-5);
+  };
+  DenseCall<T> all('N', 'L', problem.A), some('N', 'L', problem.A, 2, n);
+  all.abstol = some.abstol = R(0.01);
+  expect_rough(solve<Evx<T>>(all), 1);
+  expect_rough(solve<Evx<T>>(some), 2);
+  expect_rough(solve<Evr<T>>(some), 2);
 }
 
 /// A tolerance allows for representations without relative accuracy. Where they fail nothing tells of it, but that it

@@ -366,6 +366,62 @@ TYPED_TEST(GeneralisedDrivers, TellTheWorkspacesOfTheirReduction) {
   }
 }
 
+/// Divide and conquer has what it wants for one matrix.
+TYPED_TEST(GeneralisedDrivers, AskForWhatOneMatrixTakes) {
+  using T = TypeParam;
+  if constexpr (Form<T>::asks_for_more) {
+    const Int n = 60;
+    for (const char jobz : {'N', 'V'}) {
+      Form<T> form = Case<T>(this->random, 1, 'L', {n, 1, 1}).form();
+      Workspaces<T> room(1, 1, 1), alone(1, 1, 1);
+      Solution<T> x(n, n);
+      Lengths<T> lengths(room);
+      lengths.work = -1;
+      form.divide(jobz, room, lengths, x);
+      if constexpr (ComplexScalar<T>) {
+        routine_call::heevd(jobz, 'L', n, form.A, x.w.data(), alone.work.data(), -1, alone.rwork.data(), -1,
+                            alone.iwork.data(), -1, x.info);
+      } else {
+        routine_call::syevd(jobz, 'L', n, form.A, x.w.data(), alone.work.data(), -1, alone.iwork.data(), -1, x.info);
+      }
+      EXPECT_EQ(room.work(1), alone.work(1));
+    }
+  }
+}
+
+/// In the end it is their own workspace that is told, which for order one is not that of the driver for one matrix.
+TYPED_TEST(GeneralisedDrivers, TellTheirWorkspacesInTheEnd) {
+  using T = TypeParam;
+  if constexpr (Form<T>::takes_length) {
+    GuardedMatrix<T> A(1, 1, 1), B(1, 1, 1);
+    A(1, 1) = T(12);
+    B(1, 1) = T(4);
+    const Form<T> form(PairOfMatrices<T>{1, 'U', 0, 0, A, B});
+    const auto told = [&](Method method, Int lwork) {
+      Form<T> pair = form;
+      Workspaces<T> room(8, 7, 5);
+      Solution<T> x(1, 1);
+      if (method == Method::iteration) pair.iterate('V', room, lwork, x);
+      else pair.select('V', {}, room, lwork, x);
+      EXPECT_EQ(x.info, 0);
+      return room.work(1);
+    };
+    for (const Method method : {Method::iteration, Method::selection}) EXPECT_EQ(told(method, 8), told(method, -1));
+
+    // Nor is it that of the reduction, where that takes more.
+    const Case<T> problem(this->random, 1, 'U', {5, 4, 4});
+    Form<T> pair = problem.form();
+    Workspaces<T> room = pair.for_division(true);
+    Solution<T> x(5, 5);
+    pair.divide('V', room, Lengths<T>(room), x);
+    const T in_the_end = room.work(1);
+    Lengths<T> question(room);
+    question.work = -1;
+    pair.divide('V', room, question, x);
+    EXPECT_EQ(in_the_end, room.work(1));
+  }
+}
+
 /// A call of one of the drivers, by any method, for a pair of order 3.
 template <Scalar T>
 struct DriverCall {
@@ -485,6 +541,40 @@ TYPED_TEST(GeneralisedDrivers, ReportBadArguments) {
   if (is_full) of_selection.push_back({20, [](auto& c) { c.lengths.work = ComplexScalar<T> ? 5 : 23; }});
   if constexpr (is_band) of_selection.push_back({12, [](auto& c) { c.form.ldq = 2; }});
   expect_checks(name("X"), of_selection);
+}
+
+/// Matrices and workspaces have at least one element, even for order zero or where they are not used.
+TYPED_TEST(GeneralisedDrivers, WantOneOfEverything) {
+  using T = TypeParam;
+  if constexpr (is_full) {
+    const auto expect = [](auto call, const char* ending, int position, auto spoil) {
+      call.form.n = 0;
+      call.wanted.range = 'A';
+      spoil(call);
+      expect_report(call, reported_name<T>(std::string(Form<T>::name) + ending), position);
+    };
+    const auto no_a = [](auto& c) { c.form.lda = 0; };
+    const auto no_b = [](auto& c) { c.form.ldb = 0; };
+    const auto no_work = [](auto& c) { c.lengths.work = 0; };
+    expect(IterationCall<T>(), "", 6, no_a);
+    expect(IterationCall<T>(), "", 8, no_b);
+    expect(IterationCall<T>(), "", 11, no_work);
+    expect(DivisionCall<T>(), "D", 11, no_work);
+    expect(SelectionCall<T>(), "X", 7, no_a);
+    expect(SelectionCall<T>(), "X", 9, no_b);
+    expect(SelectionCall<T>(), "X", 20, no_work);
+  } else {
+    const auto expect = [](auto call, const char* ending, int position) {
+      call.jobz = 'N';
+      call.form.ldz = 1;
+      expect_report(call, "", 0);
+      call.form.ldz = 0;
+      expect_report(call, reported_name<T>(std::string(Form<T>::name) + ending), position);
+    };
+    expect(IterationCall<T>(), "", is_band ? 12 : 9);
+    expect(DivisionCall<T>(), "D", is_band ? 12 : 9);
+    expect(SelectionCall<T>(), "X", is_band ? 21 : 16);
+  }
 }
 
 }  // namespace

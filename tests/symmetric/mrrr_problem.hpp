@@ -107,4 +107,21 @@ struct Mrrr {
   static constexpr double threshold = 30;
 };
 
+/// That `count` pairs are found in the wanted part, which are those of the exact value `first` and the ones behind it.
+template <Scalar T>
+void expect_part(const Tridiagonal<Real<T>>& matrix, const std::vector<WideReal<T>>& exact,
+                 const Wanted<Real<T>>& wanted, Int first, Int count, const std::string& what) {
+  for (const char jobz : {'V', 'N'}) {
+    Mrrr<T> call(jobz, wanted, matrix, count);
+    call.run();
+    EXPECT_EQ(call.m, count) << what;
+    if (call.m == count) call.expect_pairs(exact, first, what + ", jobz " + jobz);
+  }
+}
+
+template <RealScalar R>
+std::string title(const DescribedTridiagonal<R>& described) {
+  return described.name + (" of order " + std::to_string(described.matrix.order()));
+}
+
 }  // namespace nuv::test

@@ -1,5 +1,7 @@
 // Roots and children of representation trees: ?larre, ?larrf.
 
+#include <algorithm>
+
 #include "routines.hpp"
 #include "support/real_precisions.hpp"
 #include "symmetric/represented_matrix.hpp"
@@ -60,6 +62,10 @@ class RootRepresentations : public testing::Test {
               << what;
         }
         EXPECT_GE(roots.wgap(k), 0) << what;
+        if (at + 1 == values.size() && root.order() > 1) {
+          const R gap = roots.vu - roots.e(block.last) - (roots.w(k) + roots.werr(k));
+          EXPECT_NEAR(roots.wgap(k), std::max(R(0), gap), 4 * epsilon<R> * (roots.norm() + std::abs(roots.vu))) << what;
+        }
         if (root.order() == 1) {
           EXPECT_EQ(roots.w(k), root.d[0]) << what;
           continue;
@@ -297,6 +303,66 @@ TYPED_TEST(ChildRepresentations, TakeTheLeastGrowthOnlyForIsolatedClusters) {
   EXPECT_LT(difference.cwiseAbs().maxCoeff(), 20 * epsilon<R> * isolated.growth());
   EXPECT_LE(isolated.growth(), free.growth() * R(1.001));
   EXPECT_EQ(crowded.run().info, 1);
+}
+
+/// Where shifts on both sides of a cluster leave elements small, the one with the smaller |D+ z| is taken, z the unit
+/// vector with L+^T z = 0 but for its last element.
+TYPED_TEST(ChildRepresentations, LieOnTheBetterSideOfTheCluster) {
+  using R = TypeParam;
+  using W = WideReal<R>;
+  const auto beside_vector = [](const RepresentedMatrix<R>& A) {
+    W largest = std::abs(A.d.back()), z = 1, squares = 1;
+    for (std::size_t i = A.l.size(); i-- > 0;) {
+      z *= std::abs(A.l[i]);
+      squares += z * z;
+      largest = std::max(largest, std::abs(A.d[i]) * z);
+    }
+    return largest / std::sqrt(squares);
+  };
+  Int on_the_left = 0, on_the_right = 0;
+  for (Int order = 4; order <= 20; ++order) {
+    for (Int first = 1; first < order; ++first) {
+      std::vector<W> values;
+      for (Int k = 1; k <= order; ++k) values.push_back(W(k) / 2);
+      values[std::size_t(first)] = values[std::size_t(first - 1)] + W(1e-3);
+      const Tridiagonal<R> T = tridiagonal_with_values<R>(values);
+      const auto A = representation_of(T, R(0.25));
+      Child<R> child(A, first, first + 1);
+      child.run();
+      ASSERT_EQ(child.info, 0);
+      const R low = child.w[std::size_t(first - 1)], high = child.w[std::size_t(first)];
+      const auto on_side = [&](R end, R outwards) { return representation_of(T, R(0.25) + end + outwards * R(1e-5)); };
+      const auto left = on_side(low, -1), right = on_side(high, 1);
+      const auto growth = [](const auto& B) {
+        return std::abs(*std::ranges::max_element(B.d, {}, [](R x) { return std::abs(x); }));
+      };
+      if (std::max(growth(left), growth(right)) > 7 * child.spdiam) continue;
+      const W ratio = beside_vector(left) / beside_vector(right);
+      if (ratio < W(0.8)) {
+        EXPECT_LT(child.sigma, low) << order << ' ' << first;
+        ++on_the_left;
+      } else if (ratio > W(1.25)) {
+        EXPECT_GT(child.sigma, high) << order << ' ' << first;
+        ++on_the_right;
+      }
+    }
+  }
+  EXPECT_GT(on_the_left, 0);
+  EXPECT_GT(on_the_right, 0);
+}
+
+/// Growth that even a cluster far from all others can't bear.
+TYPED_TEST(ChildRepresentations, AreNoneWithHopelessGrowth) {
+  using R = TypeParam;
+  const auto A = this->with_cluster(R(1e-3));
+  for (const bool hopeless : {false, true}) {
+    Child<R> child(A, 4, 6);
+    child.w[3] = child.w[4] = child.w[5] = child.w[4] + R(1e-4);  // of no width, and no eigenvalue
+    child.werr[3] = child.werr[4] = child.werr[5] = 0;
+    child.spdiam = R(1e-3);
+    child.clgapl = child.clgapr = (hopeless ? R(1e-5) : R(1)) * std::sqrt(epsilon<R>);
+    EXPECT_EQ(child.run().info, hopeless ? 1 : 0);
+  }
 }
 
 TYPED_TEST(ChildRepresentations, AreNoneForNaN) {

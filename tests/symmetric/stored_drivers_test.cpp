@@ -56,6 +56,7 @@ struct Case {
     EXPECT_LT(value_error(x.w, x.m, values, first), threshold);
     EXPECT_LT(eigen_residual(dense, x.Z, x.w, x.m), limit);
     EXPECT_LT(orthogonality(x.Z, x.m), limit);
+    EXPECT_TRUE(x.Z.unchanged_except([&](Int, Int j) { return j <= x.m; }));
     for (Int i = 1; i < x.m; ++i) EXPECT_LE(x.w(i), x.w(i + 1));
   }
 
@@ -127,6 +128,26 @@ TYPED_TEST(StoredDrivers, SelectAllInOtherWords) {
       problem.expect_values(by_selection('N', wanted, A, A.n), 1);
     }
   });
+}
+
+/// All of them are found in one way, whatever the words for them; bisection finds what comes near.
+TYPED_TEST(StoredDrivers, SelectAllInOneWay) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 13;
+  for (const char jobz : {'N', 'V'}) {
+    const Case<T> problem(this->random, 'L', {n, 4});
+    const Solution<T> all = by_selection(jobz, {}, problem.form, n);
+    const auto is_same = [&](const Wanted<R>& wanted) {
+      const Solution<T> x = by_selection(jobz, wanted, problem.form, n);
+      EXPECT_EQ(x.m, n);
+      return x.w.same_as(all.w) && x.Z.same_as(all.Z);
+    };
+    EXPECT_TRUE(is_same({.range = 'I', .il = 1, .iu = n}));
+    EXPECT_TRUE(is_same({.abstol = -1}));
+    EXPECT_FALSE(is_same({.abstol = std::numeric_limits<R>::min() * 2}));
+    EXPECT_TRUE(all.w.same_as(by_iteration(jobz, problem.form, n).w));
+  }
 }
 
 /// With a tolerance the eigenvalues are as near as that, and need not be nearer.
@@ -218,7 +239,12 @@ TYPED_TEST(StoredDrivers, ScaleAMatrixIntoRange) {
   constexpr int exponent = std::numeric_limits<R>::max_exponent - 8;
   for (const Shape& shape : {Shape{2, 1}, {9, 3}, {9, 12}}) {
     for (const char uplo : uplos) {
-      const Case<T> plain(this->random, uplo, shape);
+      // The size of a matrix may be seen beside its diagonal alone.
+      GuardedMatrix<T> unscaled_a = random_band<T>(this->random, uplo, shape.n, shape.kd);
+      if (shape.kd == 3) {
+        for (Int j = 1; j <= shape.n; ++j) unscaled_a(j, j) = T(0);
+      }
+      const Case<T> plain(uplo, shape.kd, unscaled_a);
       for (const int power : {exponent, -exponent + 16}) {
         SCOPED_TRACE(testing::Message() << uplo << ", order " << shape.n << ", times 2^" << power);
         const R factor = std::ldexp(R(1), power);
@@ -493,6 +519,16 @@ TYPED_TEST(StoredDrivers, WantAPlaceForVectorsOnlyWhereTheyAreAskedFor) {
   selected.jobz = 'N';
   selected.ldz = selected.ldq = 1;
   expect_report(selected, "", 0);
+  const std::string name = reported_name<T>(std::string(Form<T>::name) + "EVX");
+  SelectionCall<T> bad_selected;
+  bad_selected.jobz = 'N';
+  bad_selected.ldz = 0;
+  expect_report(bad_selected, name, selected_ldz_at);
+  if constexpr (!is_packed) {
+    SelectionCall<T> empty;
+    empty.n = empty.ldq = 0;
+    expect_report(empty, name, ldq_at);
+  }
 }
 
 }  // namespace

@@ -222,6 +222,7 @@ TYPED_TEST(TridiagonalDrivers, TakeOneElementByInspection) {
       if (m == 1) {
         EXPECT_EQ(problem.w(1), R(3));
         EXPECT_EQ(problem.Z(1, 1), R(1));
+        EXPECT_TRUE(driver == Driver::stevx || (problem.isuppz(1) == 1 && problem.isuppz(2) == 1));
       }
     }
   }
@@ -240,6 +241,43 @@ TYPED_TEST(TridiagonalDrivers, TellWhereVectorsAreNotZero) {
         EXPECT_TRUE(problem.Z(i, j) == 0 || (first <= i && i <= last)) << name << ", vector " << j;
       }
     }
+  }
+}
+
+/// All of them are found in one way, whatever the words for them; bisection finds what comes near.
+TYPED_TEST(TridiagonalDrivers, TakeAllInOneWay) {
+  using R = TypeParam;
+  const Int n = 13;
+  const Tridiagonal<R> matrix = random_tridiagonal<R>(n);
+  for (const Driver driver : selecting_drivers) {
+    for (const char jobz : {'N', 'V'}) {
+      Problem<R> all(driver, jobz, matrix);
+      all.run();
+      const auto is_same = [&](const Choice<R>& choice) {
+        Problem<R> problem(driver, jobz, matrix, choice);
+        problem.run();
+        EXPECT_EQ(problem.m, n);
+        return problem.w.same_as(all.w) && problem.Z.same_as(all.Z) && problem.isuppz.same_as(all.isuppz);
+      };
+      EXPECT_TRUE(is_same({.range = 'I', .il = 1, .iu = n})) << all.text();
+      EXPECT_FALSE(is_same({.range = 'V', .vl = R(-10 * n), .vu = R(10 * n)})) << all.text();
+    }
+  }
+}
+
+/// What iteration fails on is left to bisection, and what that tells is told.
+TYPED_TEST(TridiagonalDrivers, TurnToBisectionWhereIterationFails) {
+  using R = TypeParam;
+  const Tridiagonal<R> matrix{{1, std::numeric_limits<R>::quiet_NaN(), 2, 3}, {1, 1, 1}};
+  for (const char jobz : {'N', 'V'}) {
+    Problem<R> problem(Driver::stevx, jobz, matrix), bisected(Driver::stevx, jobz, matrix);
+    bisected.abstol = std::numeric_limits<R>::min();
+    problem.run();
+    bisected.run();
+    EXPECT_EQ(problem.info, bisected.info);
+    EXPECT_EQ(problem.m, bisected.m);
+    Problem<R> iterated(Driver::stev, jobz, matrix);
+    EXPECT_NE(problem.info, iterated.run().info) << "another matrix is needed";
   }
 }
 
@@ -394,6 +432,11 @@ TYPED_TEST(TridiagonalDrivers, CheckTheArgumentsOfASelectionInOrder) {
   };
   check(std::integral_constant<Driver, Driver::stevx>(), "STEVX");
   check(std::integral_constant<Driver, Driver::stevr>(), "STEVR");
+  // Even vectors that are not wanted have columns one element apart.
+  SmallCall<R, Driver::stevx> without_vectors;
+  without_vectors.jobz = 'N';
+  without_vectors.ldz = 0;
+  expect_report(without_vectors, reported_name<R>("STEVX"), 14);
   using Stevr = SmallCall<R, Driver::stevr>;
   expect_argument_checks<Stevr>(
       reported_name<R>("STEVR"),

@@ -230,7 +230,7 @@ TYPED_TEST(TridiagonalReduction, WithLittleWorkspaceIsTheUnblockedOne) {
 TYPED_TEST(TridiagonalReduction, UnblockedDoesNothingForNoColumns) {
   using T = TypeParam;
   for (const Int n : {0, -1}) {
-    GuardedMatrix<T> A(1, 1, 1);
+    GuardedMatrix<T> A = random_hermitian<T>(this->random, 'U', 1, 1);
     GuardedVector<Real<T>> d(1), e(1);
     GuardedVector<T> tau(1);
     Int info = 99;
@@ -414,6 +414,34 @@ TYPED_TEST(TridiagonalReduction, PanelsLeaveReflectorsAndW) {
     }
     EXPECT_NEAR(double(trace), 0, 1000 * double(epsilon<T>));
     EXPECT_NEAR(double(found / expected), 1, 1000 * double(epsilon<T>));
+  }
+}
+
+// A panel may take all columns: the last one has no reflector, the last but one the shortest there is.
+TYPED_TEST(TridiagonalReduction, PanelsMayTakeAllColumns) {
+  using T = TypeParam;
+  for (const Int n : {1, 2, 3, 8}) {
+    for (const char uplo : uplos) {
+      SCOPED_TRACE(testing::Message() << uplo << ", order " << n);
+      const GuardedMatrix<T> A = random_hermitian<T>(this->random, uplo, n, n);
+      const Reduced<T> whole = reduce_unblocked(uplo, A);
+      for (const Int nb : {n - 1, n}) {
+        Reduced<T> panel(A);
+        GuardedMatrix<T> W(n, nb, n);
+        x_variant::latrd(uplo, n, nb, panel.A, panel.e.data(), panel.tau.data(), W);
+        for (const auto& result : {panel.A.guards_unchanged(), panel.e.guards_unchanged(), panel.tau.guards_unchanged(),
+                                   W.guards_unchanged()}) {
+          EXPECT_TRUE(result);
+        }
+        for (Int k = 1; k < n; ++k) {
+          EXPECT_NEAR(panel.e(k), whole.e(k), 100 * epsilon<T>);
+          EXPECT_NEAR(std::abs(panel.tau(k) - whole.tau(k)), 0, 100 * epsilon<T>);
+        }
+        for (Int k = 1; k <= n && nb == n; ++k) {
+          EXPECT_NEAR(std::abs(panel.A(k, k) - T(whole.d(k))), 0, 100 * epsilon<T>);
+        }
+      }
+    }
   }
 }
 

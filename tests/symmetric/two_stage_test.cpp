@@ -244,6 +244,10 @@ struct PanelSizes {
   Int m, nb;
 };
 
+/// Panels of few columns and of many, which are taken by halves where there are more rows than columns.
+constexpr PanelSizes panel_sizes[] = {{1, 1},   {1, 3},   {2, 1},   {2, 2},   {2, 5},   {6, 6},   {6, 9}, {9, 4},
+                                      {60, 17}, {50, 45}, {13, 12}, {12, 12}, {11, 12}, {23, 24}, {3, 25}};
+
 /// Zeros come below the diagonal from the upper left corner, or above that from the lower right one.
 bool is_made_zero(char uplo, Int m, Int nb, Int i, Int j) {
   return is_upper(uplo) ? i < m - nb + j : i > j;
@@ -251,7 +255,7 @@ bool is_made_zero(char uplo, Int m, Int nb, Int i, Int j) {
 
 TYPED_TEST(TwoStage, PanelsAreTriangularised) {
   using T = TypeParam;
-  for (const auto& [m, nb] : {PanelSizes{1, 1}, {1, 3}, {2, 1}, {2, 2}, {2, 5}, {6, 6}, {6, 9}, {9, 4}, {60, 17}}) {
+  for (const auto& [m, nb] : panel_sizes) {
     for (const char uplo : uplos) {
       SCOPED_TRACE(testing::Message() << uplo << ", " << m << " by " << nb);
       const GuardedMatrix<T> before = random_matrix<T>(this->random, m, nb, m + this->random.integer(0, 2));
