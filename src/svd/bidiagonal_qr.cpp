@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "environment/machine_constants.hpp"
 #include "environment/rotation.hpp"

@@ -10,8 +10,8 @@
 #include <limits>
 
 #include "base/matrix.hpp"
+#include "blas.hpp"
 #include "environment/block_plan.hpp"
-#include "environment/two_by_two.hpp"
 #include "layer.hpp"
 #include "svd/plane_rotations.hpp"
 #include "svd/sweep_table.hpp"
@@ -116,7 +116,7 @@ class SingularVectors {
   Int leading_dimension() const { return n_ - 1; }
   Int distance_of_kinds() const {
     if (!table_.exists()) return 1;
-    return rises() ? negated(nb_) : nb_;
+    return rises() ? -nb_ : nb_;
   }
 
   /// Takes the rotations of the planes first to last - 1 from there.
