@@ -10,6 +10,7 @@
 #include "environment/sorting.hpp"
 #include "environment/sums_of_squares.hpp"
 #include "frame/error_report.hpp"
+#include "symmetric/deflation_order.hpp"
 
 namespace nuv {
 namespace {
@@ -38,7 +39,7 @@ class Deflation {
   ///          decreasing order
   /// dlamda   n elements: the eigenvalues in that order; w  their elements of z, k of them
   Deflation(Int n, R* d, R* z, R rho, const Int* indx, Int* indxp, R* dlamda, R* w)
-      : n_(n), d_(d), z_(z), rho_(rho), indx_(indx), indxp_(indxp), dlamda_(dlamda), w_(w), first_done_(n) {
+      : n_(n), d_(d), z_(z), rho_(rho), indx_(indx), indxp_(indxp), dlamda_(dlamda), w_(w) {
     const R largest_d = std::abs(d[blas::iamax(n, {d, 1}) - 1]);
     largest_z_ = std::abs(z[blas::iamax(n, {z, 1}) - 1]);
     tolerance_ = 8 * Machine<R>::eps * std::max(largest_d, largest_z_);
@@ -50,17 +51,15 @@ class Deflation {
   /// rotate(done, kept, c, s) is told of each rotation of two columns.
   template <class Rotate>
   void run(Rotate rotate) {
-    Int waiting = 0;  // the last column with an element of z, whose neighbour may take it away
-    for (Int i = 0; i < n_; ++i) {
-      const Int j = indx_[i];
-      if (is_negligible(z_[j - 1])) {
-        put_among_done(j);
-      } else {
-        if (waiting != 0 && !join(waiting, j, rotate)) keep(waiting);
-        waiting = j;
-      }
+    DeflationOrder<R> result(n_, d_, indxp_);
+    result.run(
+        indx_, [&](Int j) { return is_negligible(z_[j - 1]); },
+        [&](Int first, Int second) { return join(first, second, rotate); });
+    k_ = result.k();
+    for (Int i = 0; i < k_; ++i) {
+      dlamda_[i] = d_[indxp_[i] - 1];
+      w_[i] = z_[indxp_[i] - 1];
     }
-    if (waiting != 0) keep(waiting);
   }
 
   Int k() const { return k_; }
@@ -73,18 +72,6 @@ class Deflation {
 
  private:
   bool is_negligible(R element) const { return rho_ * std::abs(element) <= tolerance_; }
-
-  void keep(Int j) {
-    dlamda_[k_] = d_[j - 1];
-    w_[k_] = z_[j - 1];
-    indxp_[k_++] = j;
-  }
-
-  void put_among_done(Int j) {
-    Int at = --first_done_;
-    for (; at + 1 < n_ && d_[j - 1] < d_[indxp_[at + 1] - 1]; ++at) indxp_[at] = indxp_[at + 1];
-    indxp_[at] = j;
-  }
 
   /// Turns the first of two columns until its element of z is zero, if their eigenvalues are so close that what then
   /// stands beside the diagonal is negligible.
@@ -100,7 +87,6 @@ class Deflation {
     const R rotated = d1 * (c * c) + d2 * (s * s);
     d2 = d1 * (s * s) + d2 * (c * c);
     d1 = rotated;
-    put_among_done(first);
     return true;
   }
 
@@ -112,7 +98,7 @@ class Deflation {
   Int* indxp_;
   R* dlamda_;
   R* w_;
-  Int k_ = 0, first_done_;
+  Int k_ = 0;
 };
 
 /// Copies columns of A in the order given.

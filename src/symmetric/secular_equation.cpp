@@ -1,9 +1,9 @@
 #include "symmetric/secular_equation.hpp"
 
 #include "environment/sums_of_squares.hpp"
-#include "symmetric/quadratic_roots.hpp"
 #include "symmetric/secular_root.hpp"
 #include "symmetric/three_pole_root.hpp"
+#include "symmetric/two_pole_root.hpp"
 
 namespace nuv {
 
@@ -21,23 +21,13 @@ void laed4(Int n, Int i, const T* d, const T* z, T* delta, T rho, T& dlam, Int& 
   dlam = root.value();
 }
 
-// With the root seen from a pole, the equation is quadratic.
 template <RealScalar T>
 void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam) {
-  const T gap = d[1] - d[0], z1 = square(z[0]), z2 = square(z[1]);
-  const T in_the_middle = 1 + 2 * rho * (z2 - z1) / gap;
-  if (i == 1 && in_the_middle > 0) {
-    const T tau = left_root(gap + rho * (z1 + z2), rho * z1 * gap, T(1));
-    dlam = d[0] + tau;
-    delta[0] = negated(z[0] / tau);
-    delta[1] = z[1] / (gap - tau);
-  } else {
-    const T a = rho * (z1 + z2) - gap, b = negated(rho * z2 * gap);
-    const T tau = i == 1 ? left_root(a, b, T(1)) : right_root(a, b, T(1));
-    dlam = d[1] + tau;
-    delta[0] = negated(z[0] / (gap + tau));
-    delta[1] = negated(z[1] / tau);
-  }
+  const T gap = d[1] - d[0];
+  const auto [origin, tau] = two_pole_root(i, gap, square(z[0]), square(z[1]), rho);
+  dlam = d[origin - 1] + tau;
+  delta[0] = negated(z[0] / (origin == 1 ? tau : gap + tau));
+  delta[1] = origin == 1 ? z[1] / (gap - tau) : negated(z[1] / tau);
   const T length = lapy2(delta[0], delta[1]);
   delta[0] /= length;
   delta[1] /= length;

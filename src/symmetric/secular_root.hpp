@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 
 #include "environment/machine_constants.hpp"
 #include "symmetric/quadratic_roots.hpp"
@@ -13,8 +14,8 @@
 namespace nuv {
 
 /// Root i of a secular equation of order n > 2. It lies between the poles `left` and `right`, or, the last one, beyond
-/// both of them. All is seen from the pole next to it, the origin: the root is d(origin) + tau.
-template <RealScalar R>
+/// both of them. All is seen from the pole next to it, the origin: the root is tau behind it.
+template <RealScalar R, class Poles = PlainPoles>
 class SecularRoot {
  public:
   /// The arguments are those of laed4; delta receives the distances.
@@ -29,7 +30,7 @@ class SecularRoot {
         inverse_rho_(1 / rho) {}
 
   /// False if the steps were not enough.
-  bool find() {
+  bool find(int most_steps = 30) {
     guess();
     evaluate();
     // Where the function without the origin's term has its zero on the wrong side of the root, two poles can't follow
@@ -47,55 +48,57 @@ class SecularRoot {
     return true;
   }
 
-  R value() const { return d(origin_) + tau_; }
+  R value() const requires std::same_as<Poles, PlainPoles> { return d(origin_) + tau_; }
+
+  Int origin() const { return origin_; }
+  R tau() const { return tau_; }
 
   /// The number of steps that it took.
   int steps() const { return steps_; }
 
  private:
-  static constexpr int most_steps = 30;
-
   /// By how much the function has to shrink in a step, or the other way of interpolation gets its turn.
   static constexpr int least_progress = 10;
 
   R d(Int j) const { return d_[j - 1]; }
   R z(Int j) const { return z_[j - 1]; }
   R delta(Int j) const { return delta_[j - 1]; }
+  R gap(Int j, Int k) const { return Poles::gap(d(j), d(k)); }
   Int right() const { return left_ + 1; }
 
   /// Sums up all poles but those from `first` to `last`, at a distance of tau from the origin.
   void sum_up_around(Int first, Int last) {
-    before_ = sum_of_side<Side::before>(first - 1, d_, z_, d(origin_), tau_, delta_);
-    behind_ = sum_of_side<Side::behind>(n_ - last, d_ + last, z_ + last, d(origin_), tau_, delta_ + last);
+    before_ = sum_of_side<Side::before, Poles>(first - 1, d_, z_, d(origin_), tau_, delta_);
+    behind_ = sum_of_side<Side::behind, Poles>(n_ - last, d_ + last, z_ + last, d(origin_), tau_, delta_ + last);
   }
 
   /// Decides by the sign of the function between the poles (or at half its greatest distance from the last) on which
   /// side the root is. With the terms of the two poles next to it as they are and the others as in the point looked at,
   /// a quadratic equation gives the first tau.
   void guess() {
-    const R gap = d(right()) - d(left_), zl = square(z(left_)), zr = square(z(right()));
-    const R half = is_last_ ? rho_ / 2 : gap / 2;
+    const R width = gap(right(), left_), zl = square(z(left_)), zr = square(z(right()));
+    const R half = is_last_ ? rho_ / 2 : width / 2;
     origin_ = is_last_ ? n_ : left_;
     tau_ = half;
     sum_up_around(left_, right());
     const R rest = inverse_rho_ + before_.value + behind_.value;
-    const R dl = is_last_ ? negated(gap) - half : negated(half), dr = is_last_ ? negated(half) : gap - half;
+    const R dl = is_last_ ? negated(width) - half : negated(half), dr = is_last_ ? negated(half) : width - half;
     const bool is_right_of_it = !(rest + zl / dl + zr / dr > 0);
 
     if (is_last_) {
       lower_ = is_right_of_it ? half : 0;
       upper_ = is_right_of_it ? rho_ : half;
-      const bool is_at_the_end = is_right_of_it && rest <= zl / (gap + rho_) + zr / rho_;
-      tau_ = is_at_the_end ? rho_ : right_root(zl + zr - rest * gap, negated(zr * gap), rest);
+      const bool is_at_the_end = is_right_of_it && rest <= zl / (width + rho_) + zr / rho_;
+      tau_ = is_at_the_end ? rho_ : right_root(zl + zr - rest * width, negated(zr * width), rest);
     } else if (is_right_of_it) {
       origin_ = right();
       lower_ = negated(half);
       upper_ = 0;
-      tau_ = left_root(zl + zr - rest * gap, negated(zr * gap), rest);
+      tau_ = left_root(zl + zr - rest * width, negated(zr * width), rest);
     } else {
       lower_ = 0;
       upper_ = half;
-      tau_ = left_root(rest * gap + zl + zr, zl * gap, rest);
+      tau_ = left_root(rest * width + zl + zr, zl * width, rest);
     }
   }
 
@@ -140,9 +143,9 @@ class SecularRoot {
       const R slope_right = from_left ? behind_.slope : behind_.slope + origin_slope_;
       c = w_ - dl * slope_left - dr * slope_right;
     } else if (from_left) {
-      c = w_ - dr * slope_ - (d(left_) - d(right())) * origin_slope_;
+      c = w_ - dr * slope_ - gap(left_, right()) * origin_slope_;
     } else {
-      c = w_ - dl * slope_ - (d(right()) - d(left_)) * origin_slope_;
+      c = w_ - dl * slope_ - gap(right(), left_) * origin_slope_;
     }
     const R a = (dl + dr) * w_ - dl * dr * slope_, b = dl * dr * w_;
     if (is_last_) return c == 0 ? rho_ - tau_ : right_root(a, b, std::abs(c));
@@ -161,12 +164,12 @@ class SecularRoot {
       weights[2] = dr * dr * behind_.slope;
     } else if (origin_ == left_) {
       const R known = square(z(l) / dl);
-      c = rest_ - dr * (before_.slope + behind_.slope) - (d(l) - d(r)) * known;
+      c = rest_ - dr * (before_.slope + behind_.slope) - gap(l, r) * known;
       weights[0] = square(z(l));
       weights[2] = dr * dr * ((before_.slope - known) + behind_.slope);
     } else {
       const R known = square(z(r) / dr);
-      c = rest_ - dl * (before_.slope + behind_.slope) - (d(r) - d(l)) * known;
+      c = rest_ - dl * (before_.slope + behind_.slope) - gap(r, l) * known;
       weights[0] = dl * dl * (before_.slope + (behind_.slope - known));
       weights[2] = square(z(r));
     }

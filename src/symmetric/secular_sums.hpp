@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "environment/packs.hpp"
+#include "symmetric/secular_poles.hpp"
 
 namespace nuv {
 
@@ -35,9 +36,10 @@ struct PartialSums {
 /// Where the poles lie to be added: before the point, the last one next to it, or behind it, the first one next to it.
 enum class Side { before, behind };
 
-/// Sums up `count` poles and stores their distances delta(j) = (d(j) - origin) - tau from the point origin + tau. The
-/// terms on one side have one sign; they are added from the far end, so that the small ones come first.
-template <Side side, RealScalar R>
+/// Sums up `count` poles and stores their distances delta(j) = (d(j) - origin) - tau from the point origin + tau, or
+/// what Poles take for that. The terms on one side have one sign; they are added from the far end, so that the small
+/// ones come first.
+template <Side side, class Poles = PlainPoles, RealScalar R>
 SideSum<R> sum_of_side(std::ptrdiff_t count, const R* d, const R* z, R origin, R tau, R* delta) {
   using detail::Pack;
   constexpr std::ptrdiff_t width = detail::pack_width<R>;
@@ -49,14 +51,14 @@ SideSum<R> sum_of_side(std::ptrdiff_t count, const R* d, const R* z, R origin, R
   detail::PartialSums<R> alone;
   for (std::ptrdiff_t i = 0; i < single; ++i) {
     const std::ptrdiff_t j = place(i, 1);
-    delta[j] = (d[j] - origin) - tau;
+    delta[j] = Poles::gap(d[j], origin) - tau;
     alone.add(z[j], delta[j]);
   }
   detail::PartialSums<Pack<R>> packed;
   const Pack<R> origins = origin - Pack<R>{}, taus = tau - Pack<R>{};
   for (std::ptrdiff_t i = single; i < count; i += width) {
     const std::ptrdiff_t j = place(i, width);
-    const Pack<R> distances = (detail::load(d + j) - origins) - taus;
+    const Pack<R> distances = Poles::gap(detail::load(d + j), origins) - taus;
     detail::store(delta + j, distances);
     packed.add(detail::load(z + j), distances);
   }

@@ -16,6 +16,7 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "symmetric/secular_poles.hpp"
 
 namespace nuv {
 
@@ -28,10 +29,10 @@ struct OneShare {
 };
 
 /// A secular equation of order k with its roots.
-template <RealScalar R>
+template <RealScalar R, class Poles = PlainPoles>
 struct SecularSystem {
   Int k;
-  const R* dlamda;  ///< the poles
+  const R* dlamda;  ///< the poles, as Poles take them
   R* w;             ///< the elements of z
   Matrix<R> Delta;  ///< k by k: element (i, j) is dlamda(i) - root j
 };
@@ -44,14 +45,21 @@ inline constexpr double division = 4;
 /// Sums over all poles that a root takes.
 inline constexpr double sums_of_root = 5;
 
-template <RealScalar R>
+template <class Poles, RealScalar R>
 static void multiply_by_quotients(Int count, const R* delta, const R* poles, R pole, R* __restrict product) {
-  for (Int i = 0; i < count; ++i) product[i] *= delta[i] / (poles[i] - pole);
+  for (Int i = 0; i < count; ++i) product[i] *= delta[i] / Poles::gap(poles[i], pole);
+}
+
+/// The element of z whose square is minus the product, with the sign of w.
+template <RealScalar R>
+static R weight(R product, R w) {
+  const R magnitude = std::sqrt(negated(product));
+  return w < 0 ? negated(magnitude) : magnitude;
 }
 
 /// Rows from + 1 ... until of what follows, a few at a time, so that their products stay in cache.
-template <RealScalar R>
-static void refit_rows(const SecularSystem<R>& system, Int from, Int until) {
+template <RealScalar R, class Poles>
+static void refit_rows(const SecularSystem<R, Poles>& system, Int from, Int until) {
   constexpr Int most_rows = 256;
   R product[most_rows];
   const Matrix<R> Delta = system.Delta;
@@ -62,14 +70,10 @@ static void refit_rows(const SecularSystem<R>& system, Int from, Int until) {
     for (Int j = 0; j < system.k; ++j) {
       const R* const delta = Delta.at(first + 1, j + 1);
       const Int before = std::clamp(j - first, Int{0}, rows), behind = std::clamp(j - first + 1, Int{0}, rows);
-      multiply_by_quotients(before, delta, poles, system.dlamda[j], product);
-      multiply_by_quotients(rows - behind, delta + behind, poles + behind, system.dlamda[j], product + behind);
+      multiply_by_quotients<Poles>(before, delta, poles, system.dlamda[j], product);
+      multiply_by_quotients<Poles>(rows - behind, delta + behind, poles + behind, system.dlamda[j], product + behind);
     }
-    for (Int i = 0; i < rows; ++i) {
-      R& w = system.w[first + i];
-      const R magnitude = std::sqrt(negated(product[i]));
-      w = w < 0 ? negated(magnitude) : magnitude;
-    }
+    for (Int i = 0; i < rows; ++i) system.w[first + i] = weight(product[i], system.w[first + i]);
   }
 }
 
@@ -92,16 +96,16 @@ static bool find_roots(const SecularSystem<R>& system, R* d, Share share, FindRo
 /// w(i) := the element of the z whose roots are exactly those found, with the sign that it has:
 ///
 ///     w(i)^2 = - product of Delta(i, j) over all j / product of dlamda(i) - dlamda(j) over all j but i
-template <RealScalar R, class Share>
-static void refit_weights(const SecularSystem<R>& system, Share share) {
+template <RealScalar R, class Poles, class Share>
+static void refit_weights(const SecularSystem<R, Poles>& system, Share share) {
   const double quotients = double(system.k) * system.k;
   share(system.k, quotients * (secular::division + 2),
         [&](Int from, Int until) { secular::refit_rows(system, from, until); });
 }
 
 /// The vector of root j, of any length, and the reciprocal of that length. It may take the place of the distances.
-template <RealScalar R>
-static R vector_of_root(const SecularSystem<R>& system, Int j, R* vector) {
+template <RealScalar R, class Poles>
+static R vector_of_root(const SecularSystem<R, Poles>& system, Int j, R* vector) {
   const R* const delta = system.Delta.at(1, j);
 #pragma GCC ivdep
   for (Int i = 0; i < system.k; ++i) vector[i] = system.w[i] / delta[i];

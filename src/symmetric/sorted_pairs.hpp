@@ -2,6 +2,7 @@
 
 // The order of eigenvalues, and of what belongs to them. Sorted by selection, they move but rarely.
 
+#include <functional>
 #include <utility>
 
 #include "base/matrix.hpp"
@@ -9,13 +10,14 @@
 
 namespace nuv {
 
-/// Sorts m numbers into ascending order. Calls exchange(i, j) for what else belongs to the numbers i and j, from one.
-template <RealScalar R, class Exchange>
-void sort_by_selection(Int m, R* w, Exchange exchange) {
+/// Sorts m numbers into ascending order, or into another one that `before` tells. Calls exchange(i, j) for what else
+/// belongs to the numbers i and j, from one, j <= i, with all places before j final.
+template <RealScalar R, class Exchange, class Before = std::less<>>
+void sort_by_selection(Int m, R* w, Exchange exchange, Before before = {}) {
   for (Int j = 1; j < m; ++j) {
     Int least = j;
     for (Int i = j + 1; i <= m; ++i) {
-      if (w[i - 1] < w[least - 1]) least = i;
+      if (before(w[i - 1], w[least - 1])) least = i;
     }
     if (least == j) continue;
     std::swap(w[least - 1], w[j - 1]);
