@@ -5,10 +5,10 @@
 #include <cstdint>
 
 #include "environment/machine_constants.hpp"
-#include "environment/rotation.hpp"
 #include "environment/two_by_two.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "svd/bidiagonal_rotation.hpp"
 #include "svd/bidiagonal_sweeps.hpp"
 #include "svd/dqds.hpp"
 #include "svd/singular_vectors.hpp"
@@ -192,13 +192,7 @@ class BidiagonalQr {
 template <Scalar T>
 void rotate_to_upper(Int n, Real<T>* d, Real<T>* e, const RotatedLines<T>& u, const RotatedLines<T>& c, Real<T>* work) {
   Real<T>*const cosines = work, *const sines = work + (n - 1);
-  for (Int i = 0; i < n - 1; ++i) {
-    Real<T> r;
-    lartg(d[i], e[i], cosines[i], sines[i], r);
-    d[i] = r;
-    e[i] = sines[i] * d[i + 1];
-    d[i + 1] = cosines[i] * d[i + 1];
-  }
+  rotate_to_other_side(n, n - 1, d, e, cosines, sines);
   u.apply('F', 1, n, cosines, sines);
   c.apply('F', 1, n, cosines, sines);
 }
