@@ -94,7 +94,7 @@ struct CompactVectors {
   }
 
   Int solve(Int first, Int rows, R* d, R* e) const {
-    const Int levels = generations_of_nodes<R>(n, smlsiz);
+    const Int levels = generations_of_nodes(n, smlsiz);
     const Int vt = of_u() + smlsiz, difl = vt + smlsiz + 1, difr = difl + levels, z = difr + 2 * levels, c = z + levels,
               s = c + 1, poles = s + 1, givnum = poles + 2 * levels, perm = 3, givcol = perm + levels;
     const auto real = [=, this](Int j) { return column_of_q(j) + (first - 1); };

@@ -11,7 +11,7 @@ void lasdt(Int n, Int& lvl, Int& nd, Int* inode, Int* ndiml, Int* ndimr, Int msu
     ndimr[node] = size - size / 2 - 1;
     inode[node] = first + size / 2;
   };
-  lvl = generations_of_nodes<T>(std::max(1, n), msub);
+  lvl = generations_of_nodes(std::max(1, n), msub);
   place(0, 1, n);
   Int in_generation = 1;
   for (Int generation = 1; generation < lvl; ++generation, in_generation *= 2) {

@@ -8,11 +8,11 @@
 
 namespace nuv {
 
-/// Generations of nodes that leave parts of about msub rows, at least one if n > msub.
-template <RealScalar R>
-Int generations_of_nodes(Int n, Int msub) {
-  constexpr R log_of_two = R(0.6931471805599453);
-  return static_cast<Int>(std::log(static_cast<R>(n) / (static_cast<R>(msub) + 1)) / log_of_two) + 1;
+/// Generations of nodes that leave parts of at most msub rows, at least one if n > msub. In single precision the
+/// logarithms of some powers of two are too small.
+inline Int generations_of_nodes(Int n, Int msub) {
+  constexpr double log_of_two = 0.6931471805599453;
+  return static_cast<Int>(std::log(static_cast<double>(n) / (static_cast<double>(msub) + 1)) / log_of_two) + 1;
 }
 
 /// Lays out the tree of nodes for a matrix of n rows. Node i is the row inode(i), with ndiml(i) rows before it and
@@ -20,7 +20,7 @@ Int generations_of_nodes(Int n, Int msub) {
 /// are the parts before and behind those of the last generation. The first half of a part is the smaller one by up to
 /// one row.
 ///
-/// msub    rows of the largest leaves, about;  lvl  number of generations
+/// msub    rows of the largest leaves;  lvl  number of generations
 /// nd      number of nodes, 2^lvl - 1;  inode, ndiml, ndimr  at least as many places, n are always enough
 template <RealScalar T>
 void lasdt(Int n, Int& lvl, Int& nd, Int* inode, Int* ndiml, Int* ndimr, Int msub);

@@ -1,0 +1,138 @@
+// Roots of secular equations of singular values: ?lasd4 and ?lasd5 against bisection in quadruple precision.
+
+#include <algorithm>
+#include <limits>
+
+#include "routines.hpp"
+#include "support/real_precisions.hpp"
+#include "symmetric/secular_problems.hpp"
+
+namespace nuv::test {
+namespace {
+
+/// With the least pole at zero, as merges have it.
+template <RealScalar R>
+SecularProblem<R> from_zero(SecularProblem<R> problem) {
+  const R least = problem.d.front();
+  for (R& pole : problem.d) pole -= least;
+  return problem;
+}
+
+/// Without any pole at zero.
+template <RealScalar R>
+SecularProblem<R> from_one(SecularProblem<R> problem) {
+  problem = from_zero(problem);
+  for (R& pole : problem.d) pole += 1;
+  const bool is_increasing =
+      std::adjacent_find(problem.d.begin(), problem.d.end(), std::greater_equal<>()) == problem.d.end();
+  return is_increasing ? problem : from_zero(problem);
+}
+
+template <class R>
+class SecularValues : public testing::Test {
+ protected:
+  static constexpr R eps = std::numeric_limits<R>::epsilon();
+
+  struct Root {
+    R value;
+    GuardedVector<R> differences, sums;
+    Int info;
+  };
+
+  static Root find(const SecularProblem<R>& problem, Int i) {
+    const Int n = problem.order();
+    Root root{guard<R>(), GuardedVector<R>(n), GuardedVector<R>(n), 99};
+    routine_call::lasd4(n, i, problem.d.data(), problem.z.data(), root.differences.data(), problem.rho, root.value,
+                        root.sums.data(), root.info);
+    EXPECT_TRUE(root.differences.guards_unchanged() && root.sums.guards_unchanged());
+    return root;
+  }
+
+  /// The function at a computed root is within the rounding errors of its own evaluation, in which each distance is
+  /// made of two differences; the distances from all poles belong to the root, and it is the nearest pole plus its
+  /// distance.
+  static void expect_root(const SecularProblem<R>& problem, Int i) {
+    SCOPED_TRACE(problem.name + ", root " + std::to_string(i));
+    const Int n = problem.order();
+    const Root root = find(problem, i);
+    ASSERT_EQ(root.info, 0);
+    const bool nearer_right = i < n && magnitude(root.differences(i + 1)) < magnitude(root.differences(i));
+    const Int origin = nearer_right ? i + 1 : i;
+    const ExactRoot exact = bisect<SquaredPoles>(problem, i - 1, origin - 1);
+    const Quad pole = problem.d[std::size_t(origin - 1)], distance = -Quad(root.differences(origin));
+    const Quad tau = distance * (2 * pole + distance);
+    const Quad allowed = exact.magnitudes + magnitude(exact.tau) * exact.slope;
+    EXPECT_LT(double(magnitude(tau - exact.tau) * exact.slope / (allowed * eps)), 15);
+    for (Int j = 1; j <= n; ++j) {
+      const Quad other = problem.d[std::size_t(j - 1)];
+      const Quad difference = (other - pole) - distance, sum = (other + pole) + distance;
+      EXPECT_LT(double(magnitude((Quad(root.differences(j)) - difference) / difference) / eps), 4) << j;
+      EXPECT_LT(double(magnitude((Quad(root.sums(j)) - sum) / sum) / eps), 4) << j;
+    }
+    EXPECT_LE(double(magnitude(Quad(root.value) - (pole + distance))),
+              eps * double(magnitude(pole) + magnitude(distance)));
+  }
+
+  Random random{65};
+};
+TYPED_TEST_SUITE(SecularValues, RealPrecisions, PrecisionLetter);
+
+TYPED_TEST(SecularValues, AreThoseOfTheFunction) {
+  for (const Int n : {2, 3, 4, 5, 6, 9, 22}) {
+    for (const auto& problem : problems_of_order<TypeParam>(n, this->random)) {
+      for (Int i = 1; i <= n; ++i) {
+        this->expect_root(from_zero(problem), i);
+        this->expect_root(from_one(problem), i);
+      }
+    }
+  }
+}
+
+/// More poles than the sums take in one go, on either side, and a root beyond them all.
+TYPED_TEST(SecularValues, SumAnyNumberOfPoles) {
+  const auto problem = from_zero(problems_of_order<TypeParam>(301, this->random).front());
+  for (const Int i : {1, 2, 3, 150, 151, 152, 153, 299, 300, 301}) this->expect_root(problem, i);
+}
+
+TYPED_TEST(SecularValues, OfOnePoleAreALength) {
+  using R = TypeParam;
+  const auto root = this->find({"one pole", {R(3)}, {R(-1)}, R(16)}, 1);
+  EXPECT_EQ(root.info, 0);
+  EXPECT_EQ(root.value, R(5));
+  EXPECT_EQ(root.differences(1), R(1));
+  EXPECT_EQ(root.sums(1), R(1));
+}
+
+TYPED_TEST(SecularValues, OfTwoPolesHaveAClosedForm) {
+  using R = TypeParam;
+  const SecularProblem<R> problem{"two poles", {R(0), R(0.75)}, {R(0.6), R(-0.8)}, R(1.5)};
+  for (const Int i : {1, 2}) {
+    const auto root = this->find(problem, i);
+    GuardedVector<R> differences(2), sums(2);
+    R value = guard<R>();
+    routine_call::lasd5(i, problem.d.data(), problem.z.data(), differences.data(), problem.rho, value, sums.data());
+    EXPECT_EQ(value, root.value);
+    EXPECT_TRUE(differences.same_as(root.differences) && sums.same_as(root.sums));
+  }
+}
+
+TYPED_TEST(SecularValues, WithANumberThatIsNoneEndInFailure) {
+  using R = TypeParam;
+  constexpr R nan = std::numeric_limits<R>::quiet_NaN(), inf = std::numeric_limits<R>::infinity();
+  const auto good = from_zero(problems_of_order<R>(9, this->random).front());
+  for (Int i = 1; i <= 9; ++i) {
+    for (std::size_t at = 0; at < 9; ++at) {
+      auto bad = good;
+      bad.z[at] = nan;
+      EXPECT_EQ(this->find(bad, i).info, 1) << i << ", " << at;
+      bad = good;
+      bad.d[at] = nan;
+      EXPECT_EQ(this->find(bad, i).info, 1) << i << ", " << at;
+      bad.d[at] = inf;
+      this->find(bad, i);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace nuv::test
