@@ -63,6 +63,7 @@ void add_band_solvers(DriverList& drivers);
 void add_bounds(DriverList& drivers);             ///< condition numbers, refinement, scaling and expert drivers
 void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse iteration
 void add_dense_eigen(DriverList& drivers);
+void add_divided_svd(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);
 void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);

@@ -457,8 +457,8 @@ TYPED_TEST(CompactDivision, ChecksItsArguments) {
   struct Solve : CompactArguments<R> {
     Int run() {
       routine_call::lasd8(this->icompq, this->k, this->d.data(), this->z.data(), this->vf.data(), this->vl.data(),
-                          this->difl.data(), this->difr.data(), this->lddifr, this->dsigma.data(), this->work.data(),
-                          this->info);
+                          this->difl.data(), Matrix<R>{this->difr.data(), this->lddifr}, this->dsigma.data(),
+                          this->work.data(), this->info);
       return this->info;
     }
   };
