@@ -1,0 +1,247 @@
+#include "svd/svd_driver.hpp"
+
+#include <cmath>
+
+#include "environment/machine_constants.hpp"
+#include "environment/norms_general.hpp"
+#include "environment/scaling.hpp"
+#include "frame/error_report.hpp"
+#include "svd/svd_paths.hpp"
+
+namespace nuv {
+namespace {
+
+using svd::Path;
+using svd::Place;
+using svd::Places;
+
+/// How a matrix is brought into the range in which squares of its elements are numbers, and its values out of it.
+template <RealScalar R>
+class NormScaling {
+ public:
+  template <Scalar T>
+  NormScaling(Int m, Int n, Matrix<T> A) : norm_(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
+    const R smallest = std::sqrt(Machine<R>::safe_min) / Machine<R>::precision, largest = 1 / smallest;
+    if (norm_ > 0 && norm_ < smallest) target_ = smallest;
+    if (norm_ > largest) target_ = largest;
+    Int ignored = 0;
+    if (target_ != 0) lascl('G', 0, 0, norm_, target_, m, n, A.data, A.ld, ignored);
+  }
+
+  void undo(Int n, R* x) const {
+    Int ignored = 0;
+    if (target_ != 0) lascl('G', 0, 0, target_, norm_, n, 1, x, std::max(1, n), ignored);
+  }
+
+ private:
+  R norm_, target_ = 0;  ///< target zero: left as it is
+};
+
+/// A decomposition to be made, in arrays by the length of their vectors.
+template <Scalar T>
+struct Decomposition {
+  using R = Real<T>;
+
+  LongSide<T> side;
+  Wanted of_long, of_short;
+  Matrix<T> A;
+  R* s;
+  Matrix<T> long_vectors, short_vectors;
+  R* rwork;
+
+  /// Reduces A itself.
+  ///
+  /// returns   what was beside the diagonal
+  R* run_directly(Room<T> room, Int& info) const {
+    const Int k = side.shorter, m = side.rows(k), n = side.columns(k);
+    const ReductionRoom<T> reduction(k, room, rwork);
+    side.reduce(m, n, A, s, reduction);
+    Vectors<T> of_a, of_b;
+    if (of_long != Wanted::none) of_a = {side.longer, of_long == Wanted::overwriting ? A : long_vectors};
+    if (of_short != Wanted::none) of_b = {k, of_short == Wanted::overwriting ? A : short_vectors};
+
+    // What overwrites A comes last.
+    if (has_array(of_long)) side.copy_reflectors(A, long_vectors);
+    if (has_array(of_short)) side.copy_triangle(A, short_vectors);
+    const Int count = of_long == Wanted::full ? side.longer : k;
+    if (of_long != Wanted::none) side.form_long(side.rows(count), side.columns(count), of_a.M, reduction);
+    if (of_short != Wanted::none) side.form_short(side.longer, of_b.M, reduction);
+    side.iterate(side.is_left ? 'U' : 'L', s, of_a, of_b, reduction, info);
+    return reduction.e;
+  }
+
+  /// Reduces the square factor of A.
+  ///
+  /// blocks    where the places ask for them
+  R* run_by_factor(const Places& places, Matrix<T> first_block, Matrix<T> second_block, Room<T> room, Int& info) const {
+    const auto at = [&](Place place) -> Matrix<T> {
+      switch (place) {
+        case Place::u:
+          return long_vectors;
+        case Place::v:
+          return short_vectors;
+        case Place::w1:
+          return first_block;
+        case Place::w2:
+          return second_block;
+        default:
+          return A;
+      }
+    };
+    const Int k = side.shorter;
+    const Matrix<T> Q = at(places.q), factor = at(places.factor), W = at(places.long_vectors),
+                    V = at(places.short_vectors);
+    const bool has_q = places.q != Place::no, has_w = places.long_vectors != Place::no,
+               has_v = places.short_vectors != Place::no;
+
+    take_factor(places, Q, factor, room);
+    const ReductionRoom<T> reduction(k, room, rwork);
+    side.reduce(k, k, factor, s, reduction);
+    if (has_w && places.long_vectors != places.factor) side.copy_other_triangle(factor, W);
+    if (has_v && places.short_vectors != places.factor) side.copy_triangle(factor, V);
+    if (has_w) side.form_long(k, k, W, reduction);
+    else if (has_q) side.apply_long(factor, Q, reduction);
+    if (has_v) side.form_short(k, V, reduction);
+
+    Vectors<T> of_long_side, of_short_side;
+    if (has_w) of_long_side = {k, W};
+    else if (has_q) of_long_side = {side.longer, Q};
+    if (has_v) of_short_side = {k, V};
+    side.iterate('U', s, of_long_side, of_short_side, reduction, info);
+
+    if (has_w) multiply(places, Q, W, room);
+    const Place wanted_place = of_short == Wanted::overwriting ? Place::a : Place::v;
+    if (has_v && places.short_vectors != wanted_place) side.copy_square(V, at(wanted_place));
+    return reduction.e;
+  }
+
+ private:
+  static bool has_array(Wanted wanted) { return wanted == Wanted::thin || wanted == Wanted::full; }
+
+  /// Factors A, brings the square factor to its place, and forms Q.
+  void take_factor(const Places& places, Matrix<T> Q, Matrix<T> factor, Room<T> room) const {
+    T* const tau = room.work;
+    const Room<T> rest = room.behind(side.shorter);
+    side.factor(A, tau, rest);
+    if (places.q == Place::u) side.copy_reflectors(A, Q);
+    if (places.factor != Place::a) side.copy_triangle(A, factor);
+    side.clear_other_triangle(factor);
+    if (places.q != Place::no) side.form_q(of_long == Wanted::full ? side.longer : side.shorter, Q, tau, rest);
+  }
+
+  /// Long vectors, Q times those of the factor.
+  void multiply(const Places& places, Matrix<T> Q, Matrix<T> W, Room<T> room) const {
+    if (of_long == Wanted::overwriting) {
+      // e is not to be lost.
+      side.multiply_in_place(Q, W, room.behind(ComplexScalar<T> ? 0 : side.shorter));
+    } else if (places.q == Place::a) {
+      side.multiply(1, side.longer, Q, W, long_vectors);
+    } else {
+      side.multiply(1, side.longer, Q, W, A);
+      side.copy_all(A, long_vectors);
+    }
+  }
+};
+
+/// Runs on the path, or directly where there is none.
+///
+/// returns   what was beside the diagonal
+template <Scalar T>
+Real<T>* run(const Decomposition<T>& decomposition, const svd::WorkSizes<T>& sizes, const Path* path, Room<T> room,
+             Int& info) {
+  if (path == nullptr) return decomposition.run_directly(room, info);
+  const bool has_blocks = sizes.has_blocks(*path, room.lwork);
+  const Places& places = has_blocks ? path->with_blocks : path->without;
+  if (places.is_direct()) return decomposition.run_directly(room, info);
+
+  const auto [first_ld, second_ld] = sizes.lay_out(*path, room.lwork, decomposition.A.ld);
+  const std::int64_t k = decomposition.side.shorter;
+  const Matrix<T> first{room.work, first_ld}, second{room.work + first_ld * k, second_ld};
+  const Int blocks = places.blocks();
+  const std::int64_t of_blocks = ((blocks > 0 ? first_ld : 0) + std::int64_t{blocks > 1 ? second_ld : 0}) * k;
+  return decomposition.run_by_factor(places, first, second, room.behind(of_blocks), info);
+}
+
+/// To where the caller looks for it.
+template <RealScalar R>
+void move(Int n, const R* from, R* to) {
+  if (to < from) {
+    for (Int i = 0; i < n; ++i) to[i] = from[i];
+  } else {
+    for (Int i = n - 1; i >= 0; --i) to[i] = from[i];
+  }
+}
+
+/// 0, or minus the position of the first bad argument of those before work.
+template <Scalar T>
+Int check(char jobu, char jobvt, Int m, Int n, Int lda, Int ldu, Int ldvt) {
+  if (!is_one_of(jobu, 'A', 'S', 'O', 'N')) return -1;
+  if (!is_one_of(jobvt, 'A', 'S', 'O', 'N') || (same_letter(jobu, 'O') && same_letter(jobvt, 'O'))) return -2;
+  if (m < 0) return -3;
+  if (n < 0) return -4;
+  if (lda < std::max(1, m)) return -6;
+  if (ldu < (is_one_of(jobu, 'A', 'S') ? std::max(1, m) : 1)) return -9;
+  const Int rows = same_letter(jobvt, 'A') ? n : same_letter(jobvt, 'S') ? std::min(m, n) : 1;
+  return ldvt < std::max(1, rows) ? -11 : 0;
+}
+
+/// rwork is for complex matrices alone.
+template <Scalar T>
+void decompose(char jobu, char jobvt, Int m, Int n, Matrix<T> A, Real<T>* s, Matrix<T> U, Matrix<T> VT, T* work,
+               Int lwork, Real<T>* rwork, Int& info) {
+  const char opts[] = {jobu, jobvt};
+  const Int least_of_longer = ilaenv(6, RoutineName<T>("GESVD"), {opts, 2}, m, n, 0, 0);
+  const LongSide<T> side(m, n);
+  info = check<T>(jobu, jobvt, m, n, A.ld, U.ld, VT.ld);
+  if (info != 0) return report_bad_argument<T>("GESVD", info);
+
+  const bool is_empty = side.shorter == 0, is_query = lwork == -1;
+  const Wanted left = wanted_by(jobu), right = wanted_by(jobvt), of_long = side.is_left ? left : right,
+               of_short = side.is_left ? right : left;
+  const Path* const path = side.longer >= least_of_longer ? &svd::path_for(of_long, of_short) : nullptr;
+  const svd::WorkSizes<T> sizes(side);
+  std::int64_t least = 1, best = 1;
+  if (!is_empty) {
+    least = path != nullptr ? sizes.least(*path) : sizes.least_directly();
+    best = path != nullptr ? sizes.best(*path) : sizes.best_directly(of_long, of_short);
+  }
+  if (lwork >= 1 || is_query) work[0] = as_work_size<T>(best);
+  if (lwork < least && !is_query) info = -13;
+  if (info != 0) return report_bad_argument<T>("GESVD", info);
+  if (is_query || is_empty) return;
+
+  const NormScaling<Real<T>> scaling(m, n, A);
+  const Decomposition<T> decomposition{side, of_long, of_short, A, s, side.is_left ? U : VT, side.is_left ? VT : U,
+                                       rwork};
+  const Real<T>* const e = run(decomposition, sizes, path, Room<T>{work, lwork}, info);
+  scaling.undo(side.shorter, s);
+  if (info > 0) {
+    Real<T>* left_over;
+    if constexpr (ComplexScalar<T>) {
+      left_over = rwork;
+    } else {
+      left_over = work + 1;
+    }
+    move(side.shorter - 1, e, left_over);
+    scaling.undo(side.shorter - 1, left_over);
+  }
+  work[0] = as_work_size<T>(best);
+}
+
+}  // namespace
+
+template <RealScalar T>
+void gesvd(char jobu, char jobvt, Int m, Int n, T* a, Int lda, T* s, T* u, Int ldu, T* vt, Int ldvt, T* work, Int lwork,
+           Int& info) {
+  decompose<T>(jobu, jobvt, m, n, {a, lda}, s, {u, ldu}, {vt, ldvt}, work, lwork, nullptr, info);
+}
+
+template <ComplexScalar T>
+void gesvd(char jobu, char jobvt, Int m, Int n, T* a, Int lda, Real<T>* s, T* u, Int ldu, T* vt, Int ldvt, T* work,
+           Int lwork, Real<T>* rwork, Int& info) {
+  decompose<T>(jobu, jobvt, m, n, {a, lda}, s, {u, ldu}, {vt, ldvt}, work, lwork, rwork, info);
+}
+
+}  // namespace nuv
+
+#include "svd/svd_driver.entries.inc"
