@@ -164,11 +164,10 @@ GuardedMatrix<T> block_of_work(const SvdCall<T>& solved, Int offset, Int ld) {
   return W;
 }
 
-/// ||(U W - X)|| for what follows the first vector; in wide matrices the rows of W U and X.
+/// ||Q W - X|| / eps without the first vector, for rows ||W Q - X||.
 template <Scalar T>
 double distance(bool tall, const WideMatrix<T>& Q, const WideMatrix<T>& W, const WideMatrix<T>& X) {
-  const WideMatrix<T> product = tall ? WideMatrix<T>(Q * W) : WideMatrix<T>(W * Q);
-  const WideMatrix<T> rest = product - X;
+  const WideMatrix<T> rest = (tall ? product<T>(Q, W) : product<T>(W, Q)) - X;
   return double(tall ? rest.rightCols(k - 1).norm() : rest.bottomRows(k - 1).norm()) / epsilon<T>;
 }
 
