@@ -51,48 +51,40 @@ struct Decomposition {
 
   /// Reduces A itself.
   ///
-  /// returns   what was beside the diagonal
+  /// returns   what was left beside the diagonal
   R* run_directly(Room<T> room, Int& info) const {
-    const Int k = side.shorter, m = side.rows(k), n = side.columns(k);
+    const Int k = side.shorter;
     const ReductionRoom<T> reduction(k, room, rwork);
-    side.reduce(m, n, A, s, reduction);
-    Vectors<T> of_a, of_b;
-    if (of_long != Wanted::none) of_a = {side.longer, of_long == Wanted::overwriting ? A : long_vectors};
-    if (of_short != Wanted::none) of_b = {k, of_short == Wanted::overwriting ? A : short_vectors};
+    side.reduce(side.rows(k), side.columns(k), A, s, reduction);
+    Vectors<T> long_ones, short_ones;
+    if (of_long != Wanted::none) long_ones = {side.longer, of_long == Wanted::overwriting ? A : long_vectors};
+    if (of_short != Wanted::none) short_ones = {k, of_short == Wanted::overwriting ? A : short_vectors};
 
     // What overwrites A comes last.
     if (has_array(of_long)) side.copy_reflectors(A, long_vectors);
     if (has_array(of_short)) side.copy_triangle(A, short_vectors);
-    const Int count = of_long == Wanted::full ? side.longer : k;
-    if (of_long != Wanted::none) side.form_long(side.rows(count), side.columns(count), of_a.M, reduction);
-    if (of_short != Wanted::none) side.form_short(side.longer, of_b.M, reduction);
-    side.iterate(side.is_left ? 'U' : 'L', s, of_a, of_b, reduction, info);
+    if (long_ones.length > 0) side.form_long(side.rows(count()), side.columns(count()), long_ones.M, reduction);
+    if (short_ones.length > 0) side.form_short(side.longer, short_ones.M, reduction);
+    side.iterate(side.is_left ? 'U' : 'L', s, long_ones, short_ones, reduction, info);
     return reduction.e;
   }
 
   /// Reduces the square factor of A.
   ///
-  /// blocks    where the places ask for them
-  R* run_by_factor(const Places& places, Matrix<T> first_block, Matrix<T> second_block, Room<T> room, Int& info) const {
-    const auto at = [&](Place place) -> Matrix<T> {
-      switch (place) {
-        case Place::u:
-          return long_vectors;
-        case Place::v:
-          return short_vectors;
-        case Place::w1:
-          return first_block;
-        case Place::w2:
-          return second_block;
-        default:
-          return A;
-      }
-    };
+  /// w1, w2    square blocks, where the places ask for them
+  R* run_by_factor(const Places& places, Matrix<T> w1, Matrix<T> w2, Room<T> room, Int& info) const {
     const Int k = side.shorter;
-    const Matrix<T> Q = at(places.q), factor = at(places.factor), W = at(places.long_vectors),
-                    V = at(places.short_vectors);
+    const auto at = [&](Place place) {
+      return place == Place::u    ? long_vectors
+             : place == Place::v  ? short_vectors
+             : place == Place::w1 ? w1
+             : place == Place::w2 ? w2
+                                  : A;
+    };
     const bool has_q = places.q != Place::no, has_w = places.long_vectors != Place::no,
                has_v = places.short_vectors != Place::no;
+    const Matrix<T> Q = at(places.q), factor = at(places.factor);
+    const Matrix<T> W = at(places.long_vectors), V = at(places.short_vectors);
 
     take_factor(places, Q, factor, room);
     const ReductionRoom<T> reduction(k, room, rwork);
@@ -103,11 +95,11 @@ struct Decomposition {
     else if (has_q) side.apply_long(factor, Q, reduction);
     if (has_v) side.form_short(k, V, reduction);
 
-    Vectors<T> of_long_side, of_short_side;
-    if (has_w) of_long_side = {k, W};
-    else if (has_q) of_long_side = {side.longer, Q};
-    if (has_v) of_short_side = {k, V};
-    side.iterate('U', s, of_long_side, of_short_side, reduction, info);
+    Vectors<T> long_ones, short_ones;
+    if (has_w) long_ones = {k, W};
+    else if (has_q) long_ones = {side.longer, Q};
+    if (has_v) short_ones = {k, V};
+    side.iterate('U', s, long_ones, short_ones, reduction, info);
 
     if (has_w) multiply(places, Q, W, room);
     const Place wanted_place = of_short == Wanted::overwriting ? Place::a : Place::v;
@@ -118,6 +110,9 @@ struct Decomposition {
  private:
   static bool has_array(Wanted wanted) { return wanted == Wanted::thin || wanted == Wanted::full; }
 
+  /// Of long vectors, if they are wanted.
+  Int count() const { return of_long == Wanted::full ? side.longer : side.shorter; }
+
   /// Factors A, brings the square factor to its place, and forms Q.
   void take_factor(const Places& places, Matrix<T> Q, Matrix<T> factor, Room<T> room) const {
     T* const tau = room.work;
@@ -126,10 +121,10 @@ struct Decomposition {
     if (places.q == Place::u) side.copy_reflectors(A, Q);
     if (places.factor != Place::a) side.copy_triangle(A, factor);
     side.clear_other_triangle(factor);
-    if (places.q != Place::no) side.form_q(of_long == Wanted::full ? side.longer : side.shorter, Q, tau, rest);
+    if (places.q != Place::no) side.form_q(count(), Q, tau, rest);
   }
 
-  /// Long vectors, Q times those of the factor.
+  /// The long vectors of A, Q times those of the factor.
   void multiply(const Places& places, Matrix<T> Q, Matrix<T> W, Room<T> room) const {
     if (of_long == Wanted::overwriting) {
       // e is not to be lost.
@@ -145,24 +140,23 @@ struct Decomposition {
 
 /// Runs on the path, or directly where there is none.
 ///
-/// returns   what was beside the diagonal
+/// returns   what was left beside the diagonal
 template <Scalar T>
 Real<T>* run(const Decomposition<T>& decomposition, const svd::WorkSizes<T>& sizes, const Path* path, Room<T> room,
              Int& info) {
   if (path == nullptr) return decomposition.run_directly(room, info);
-  const bool has_blocks = sizes.has_blocks(*path, room.lwork);
-  const Places& places = has_blocks ? path->with_blocks : path->without;
+  const Places& places = sizes.has_blocks(*path, room.lwork) ? path->with_blocks : path->without;
   if (places.is_direct()) return decomposition.run_directly(room, info);
 
   const auto [first_ld, second_ld] = sizes.lay_out(*path, room.lwork, decomposition.A.ld);
-  const std::int64_t k = decomposition.side.shorter;
-  const Matrix<T> first{room.work, first_ld}, second{room.work + first_ld * k, second_ld};
   const Int blocks = places.blocks();
-  const std::int64_t of_blocks = ((blocks > 0 ? first_ld : 0) + std::int64_t{blocks > 1 ? second_ld : 0}) * k;
-  return decomposition.run_by_factor(places, first, second, room.behind(of_blocks), info);
+  const std::int64_t k = decomposition.side.shorter;
+  const Room<T> behind_first = room.behind(blocks >= 1 ? first_ld * k : 0),
+                behind_both = behind_first.behind(blocks == 2 ? second_ld * k : 0);
+  return decomposition.run_by_factor(places, {room.work, first_ld}, {behind_first.work, second_ld}, behind_both, info);
 }
 
-/// To where the caller looks for it.
+/// Moves n elements to where the caller looks for them, which may be in part where they are.
 template <RealScalar R>
 void move(Int n, const R* from, R* to) {
   if (to < from) {
@@ -196,8 +190,7 @@ void decompose(char jobu, char jobvt, Int m, Int n, Matrix<T> A, Real<T>* s, Mat
   if (info != 0) return report_bad_argument<T>("GESVD", info);
 
   const bool is_empty = side.shorter == 0, is_query = lwork == -1;
-  const Wanted left = wanted_by(jobu), right = wanted_by(jobvt), of_long = side.is_left ? left : right,
-               of_short = side.is_left ? right : left;
+  const Wanted of_long = wanted_by(side.is_left ? jobu : jobvt), of_short = wanted_by(side.is_left ? jobvt : jobu);
   const Path* const path = side.longer >= least_of_longer ? &svd::path_for(of_long, of_short) : nullptr;
   const svd::WorkSizes<T> sizes(side);
   std::int64_t least = 1, best = 1;

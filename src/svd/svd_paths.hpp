@@ -32,7 +32,7 @@ enum class Place : std::uint8_t { no, a, u, v, w1, w2 };
 struct Places {
   Place q;              ///< Q of the factorisation
   Place factor;         ///< the square factor, which is reduced there
-  Place long_vectors;   ///< those of the factor; nowhere: Q is multiplied by them while they are reflectors
+  Place long_vectors;   ///< those of the factor; without a place, they multiply Q while they are reflectors
   Place short_vectors;  ///< those of the factor
 
   /// Without a factorisation.
@@ -101,22 +101,21 @@ class WorkSizes {
     return std::max(reduction, iteration_);
   }
   std::int64_t best(const Path& path) const {
-    const std::int64_t blocks = path.with_blocks.blocks() * k_ * k_;
-    std::int64_t best = blocks + most_of_steps(path);
-    if (path.of_long == Wanted::overwriting) best = std::max(best, blocks + side_.longer * k_ + e_);
-    return std::max(best, least(path));
+    std::int64_t beside = most_of_steps(path);
+    if (path.of_long == Wanted::overwriting) beside = std::max(beside, side_.longer * k_ + e_);
+    return std::max(of_blocks(path) + beside, least(path));
   }
   bool has_blocks(const Path& path, Int lwork) const {
     const std::int64_t full_q = path.of_long == Wanted::full ? k_ + side_.longer : 0;
-    return lwork >= path.with_blocks.blocks() * k_ * k_ + std::max({before_ + k_, iteration_, full_q});
+    return lwork >= of_blocks(path) + std::max({before_ + k_, iteration_, full_q});
   }
 
   std::int64_t least_directly() const { return std::max(before_ + side_.longer, iteration_); }
   std::int64_t best_directly(Wanted of_long, Wanted of_short) const {
     const Int m = side_.rows(side_.shorter), n = side_.columns(side_.shorter);
+    const Int count = of_long == Wanted::full ? side_.longer : side_.shorter;
     std::int64_t best = before_ + (std::int64_t{m} + n) * width("GEBRD", m, n);
-    if (of_long != Wanted::none)
-      best = std::max(best, to_form_long(of_long == Wanted::full ? side_.longer : side_.shorter));
+    if (of_long != Wanted::none) best = std::max(best, to_form_long(side_.rows(count), side_.columns(count), count));
     if (of_short != Wanted::none) best = std::max(best, of_step(form_short));
     return std::max(best, least_directly());
   }
@@ -127,13 +126,15 @@ class WorkSizes {
     std::int64_t beside = most_of_steps(path);
     if (path.of_long == Wanted::overwriting) beside = std::max(beside, lda * k_ + e_);
     const auto fits = [&](std::int64_t lines) { return lwork >= beside + lines * k_; };
-    const std::int64_t two = 2 * std::int64_t{lda}, mixed = lda + k_;
     const Int k = side_.shorter;
-    return {fits(has_second ? mixed : lda) ? lda : k, !has_second ? 0 : fits(two) ? lda : k};
+    if (!has_second) return {fits(lda) ? lda : k, 0};
+    return {fits(lda + k_) ? lda : k, fits(2 * std::int64_t{lda}) ? lda : k};
   }
 
  private:
   static constexpr bool is_real = RealScalar<T>;
+
+  std::int64_t of_blocks(const Path& path) const { return path.with_blocks.blocks() * k_ * k_; }
 
   Int width(const char (&name)[6], Int m, Int n) const {
     return Tuning<T>{.name = RoutineName<T>(name), .n1 = m, .n2 = n}.block_size();
@@ -145,9 +146,9 @@ class WorkSizes {
     return Tuning<T>{name_of<T>("ORGBR", "UNGBR"), {&letter, 1}, m, n, side_.shorter}.block_size();
   }
 
-  std::int64_t to_form_long(Int count) const {
-    return before_ +
-           std::int64_t{count} * width_of_reduction(side_.letter_of_long(), side_.rows(count), side_.columns(count));
+  /// `count` long vectors in an m by n matrix.
+  std::int64_t to_form_long(Int m, Int n, std::int64_t count) const {
+    return before_ + count * width_of_reduction(side_.letter_of_long(), m, n);
   }
 
   std::int64_t of_step(Step step) const {
@@ -164,7 +165,7 @@ class WorkSizes {
       case form_short:
         return before_ + (k_ - 1) * width_of_reduction(side_.letter_of_short(), k, k);
       case form_long:
-        return before_ + k_ * width_of_reduction(side_.letter_of_long(), k, k);
+        return to_form_long(k, k, k);
     }
     return 0;
   }
