@@ -57,6 +57,8 @@ void expect_decomposition(const SvdCall<T>& solved, const Problem<T>& problem) {
   }
   if (solved.has_left() && solved.has_right()) {
     EXPECT_LT(decomposition_residual<T>(problem.wide_a, solved.left(), solved.s, solved.right()), threshold);
+  } else if (problem.values(0) == 0) {
+    return;  // all vectors are those of the zero matrix
   } else if (solved.has_left()) {
     EXPECT_LT(one_sided_residual<T>(problem.wide_a, solved.left(), solved.s), threshold);
   } else if (solved.has_right()) {
