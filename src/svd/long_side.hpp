@@ -72,7 +72,7 @@ struct LongSide {
 
   LongSide(Int m, Int n) : is_left(m >= n), longer(std::max(m, n)), shorter(std::min(m, n)) {}
 
-  // Sizes of a matrix of long vectors, and with `longer` of A.
+  // Sizes of a matrix of `count` long vectors; those of A for `shorter` of them.
   Int rows(Int count) const { return is_left ? longer : count; }
   Int columns(Int count) const { return is_left ? count : longer; }
 
@@ -92,7 +92,7 @@ struct LongSide {
     copy(other_triangle(), shorter, shorter, from, to);
   }
 
-  /// The other triangle goes on where A does.
+  /// The reflectors of Q, as long as A is.
   void copy_reflectors(Matrix<const T> from, Matrix<T> to) const {
     copy(other_triangle(), rows(shorter), columns(shorter), from, to);
   }
