@@ -196,6 +196,7 @@ const std::vector<Driver>& drivers() {
     add_bounds(drivers);
     add_packed_solvers(drivers);
     add_scaled_solvers(drivers);
+    add_svd_drivers(drivers);
     add_band_solvers(drivers);
     add_tridiagonal_solvers(drivers);
     add_tridiagonal_eigen(drivers);

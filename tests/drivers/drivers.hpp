@@ -68,6 +68,7 @@ void add_indefinite_solvers(DriverList& drivers);
 void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);
 void add_scaled_solvers(DriverList& drivers);
+void add_svd_drivers(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
 void add_two_stage(DriverList& drivers);
