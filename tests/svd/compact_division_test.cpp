@@ -251,6 +251,17 @@ TYPED_TEST(CompactDivision, NeedsNoFactorsForValues) {
   }
 }
 
+/// A root that is not found is told by its number, and by the tree as well.
+TYPED_TEST(CompactDivision, TellsTheRootThatFailed) {
+  using R = TypeParam;
+  auto matrix = divided_bidiagonals<R>(4, 4, 0, this->random).front();
+  matrix.d[4] = std::numeric_limits<R>::quiet_NaN();
+  for (const Int icompq : {0, 1}) {
+    CompactTree<R> tree(icompq, 7, matrix);
+    EXPECT_EQ(tree.run(), 1);
+  }
+}
+
 // ------------------------------------------------------------------------------------------------------------- ?bdsdc
 
 /// What ?bdsdc leaves in q and iq, and the decomposition that they stand for.
@@ -376,8 +387,8 @@ TYPED_TEST(CompactDivision, OfPartsStoresEachInItsRows) {
   using R = TypeParam;
   constexpr Int n = 31, smlsiz = 25;
   std::vector<R> d, e;
-  for (Int i = 0; i < n; ++i) d.push_back(R(1) + R(i % 7));
-  for (Int i = 1; i < n; ++i) e.push_back(R(0.5));
+  for (Int i = 0; i < n; ++i) d.push_back(this->random.template divisor<R>());
+  for (Int i = 1; i < n; ++i) e.push_back(this->random.template divisor<R>());
   d[0] = -40;
   e[0] = 0;
   const StoredFactors<R> stored('U', d, e);
