@@ -6,6 +6,7 @@
 #include "routines.hpp"
 #include "support/real_precisions.hpp"
 #include "symmetric/secular_problems.hpp"
+#include "symmetric/secular_root.hpp"
 
 namespace nuv::test {
 namespace {
@@ -92,6 +93,22 @@ TYPED_TEST(SecularValues, AreThoseOfTheFunction) {
 TYPED_TEST(SecularValues, SumAnyNumberOfPoles) {
   const auto problem = from_zero(problems_of_order<TypeParam>(301, this->random).front());
   for (const Int i : {1, 2, 3, 150, 151, 152, 153, 299, 300, 301}) this->expect_root(problem, i);
+}
+
+/// Far below the limit: the interpolation follows the function between squares as it does between plain poles.
+TYPED_TEST(SecularValues, TakeFewSteps) {
+  using R = TypeParam;
+  for (const Int n : {3, 9, 22, 80}) {
+    std::vector<R> delta(std::size_t(n), R(0));
+    for (const auto& problem : problems_of_order<R>(n, this->random)) {
+      const auto [name, d, z, rho] = from_zero(problem);
+      for (Int i = 1; i <= n; ++i) {
+        SecularRoot<R, SquaredPoles> root(n, i, d.data(), z.data(), delta.data(), rho);
+        EXPECT_TRUE(root.find());
+        EXPECT_LE(root.steps(), name.starts_with("tiny z") ? 16 : 9) << name << ", root " << i;
+      }
+    }
+  }
 }
 
 TYPED_TEST(SecularValues, OfOnePoleAreALength) {
