@@ -134,7 +134,8 @@ TYPED_TEST(BidiagonalDivision, SortsDiagonalMatrices) {
   using R = TypeParam;
   for (const Int n : {2, smlsiz, smlsiz + 1, 40}) {
     Bidiagonal<R> matrix{{}, std::vector<R>(std::size_t(n - 1), R(0))};
-    for (Int i = 1; i <= n; ++i) matrix.d.push_back(R((i * 7) % 41) * (i % 3 == 0 ? -1 : 1));
+    // No two of the same size, and the largest a power of two, so that scaling is exact.
+    for (Int i = 1; i <= n; ++i) matrix.d.push_back((i == 2 ? R(64) : R((i * 7) % 41)) * (i % 3 == 0 ? -1 : 1));
     std::vector<R> sorted = matrix.d;
     for (R& value : sorted) value = std::abs(value);
     std::sort(sorted.begin(), sorted.end(), std::greater<>());
