@@ -172,7 +172,7 @@ Int find_vectors(bool is_upper, Int n, Int smlsiz, R* d, R* e, Matrix<R> U, Matr
   R* const rest = is_upper ? work : work + std::ptrdiff_t{2} * (n - 1);
   const Int info = decompose(n, smlsiz, d, e, FullVectors<R>{U, VT, smlsiz, rest, iwork});
   if (is_upper) return info;
-  std::transform(sines, sines + (n - 1), sines, negated<R>);
+  for (Int i = 0; i < n - 1; ++i) sines[i] = negated(sines[i]);
   lasr('L', 'V', 'B', n, n, cosines, sines, U.data, U.ld);
   return info;
 }
@@ -181,8 +181,8 @@ Int find_vectors(bool is_upper, Int n, Int smlsiz, R* d, R* e, Matrix<R> U, Matr
 template <RealScalar R>
 Int find_factors(Int smlsiz, R* d, R* e, const CompactVectors<R>& vectors) {
   const Int n = vectors.n;
-  std::copy_n(d, n, vectors.column_of_q(0));
-  std::copy_n(e, n - 1, vectors.column_of_q(1));
+  blas::copy(n, {d, 1}, {vectors.column_of_q(0), 1});
+  blas::copy(n - 1, {e, 1}, {vectors.column_of_q(1), 1});
   if (!vectors.is_upper) rotate_to_other_side(n, n - 1, d, e, vectors.cosines(), vectors.sines());
   for (Int i = 0; i < n; ++i) vectors.iq[i] = i + 1;
   const Int info = decompose(n, smlsiz, d, e, vectors);
