@@ -4,24 +4,11 @@
 
 #include "environment/block_plan.hpp"
 #include "environment/hermitian.hpp"
+#include "orthogonal/conjugated.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
 
 namespace nuv {
 namespace {
-
-/// Conjugates elements while an instance lives.
-template <Scalar T>
-class Conjugated {
- public:
-  Conjugated(Int count, Vector<T> x) : count_(count), x_(x) { conjugate_vector(count_, x_); }
-  Conjugated(const Conjugated&) = delete;
-  Conjugated& operator=(const Conjugated&) = delete;
-  ~Conjugated() { conjugate_vector(count_, x_); }
-
- private:
-  Int count_;
-  Vector<T> x_;
-};
 
 /// y := y - A x, A m by n
 template <Scalar T>
