@@ -3,6 +3,7 @@
 #include "frame/error_report.hpp"
 #include "threading/level3/parallel.hpp"
 #include "threading/routines/lu_by_strips.hpp"
+#include "threading/routines/lu_in_cache.hpp"
 #include "threading/runtime.hpp"
 #include "x_variants.hpp"
 
@@ -42,7 +43,14 @@ void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   if (info != 0) return report_bad_argument<T>("GETRF", info);
   if (m == 0 || n == 0) return;
-  const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
+  const double multiply_adds = real_multiply_adds<T>(m, n, std::min(m, n));
+  if constexpr (std::same_as<T, double>) {
+    if (is_factored_in_cache(m, n)) {
+      const int threads = available_threads();
+      if (threads > 1) return factor_in_cache(m, n, a, lda, ipiv, info, threads);
+    }
+  }
+  const Team team(multiply_adds, least_work);
   factor(m, n, a, lda, ipiv, info);
 }
 
