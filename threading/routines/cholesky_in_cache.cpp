@@ -20,7 +20,7 @@ struct Lines {
 };
 
 struct Task {
-  enum class Kind { none, factor, triangle, lines } kind = Kind::none;
+  enum class Kind { none, factor, triangle, lines, fetch } kind = Kind::none;
   Int step = 0;      ///< of the blocked factorisation: the block in hand
   Lines lines = {};  ///< all of the block (factor), columns of its triangle or lines that are finished within it
   Int index = 0;     ///< of the piece of these lines
@@ -54,6 +54,7 @@ class Schedule {
     --at_work_;
     switch (task.kind) {
       case Task::Kind::none:
+      case Task::Kind::fetch:
         break;
       case Task::Kind::factor:
         info_ = info == 0 ? 0 : info + task.lines.from;
@@ -106,6 +107,9 @@ class Schedule {
   /// A quarter of the columns: threads that take them in turn, the longest first, have about the same work.
   static Int triangle_width(Int width) { return (width + 31) / 32 * 8; }
 
+  /// What a thread that waits for a diagonal block will read then: lines that are its own, or those of the block.
+  Lines lines_for(Int block) const { return block == 0 ? Lines{(nb_ + n_) / 2, n_} : block_lines(block); }
+
   bool is_through(Int block, Int steps) const {
     const Piece* const first = piece_ + block * per_block_;
     return std::all_of(first, first + pieces_in(block), [steps](const Piece& p) { return p.steps >= steps; });
@@ -138,6 +142,7 @@ class Schedule {
         return {Task::Kind::lines, piece.steps, piece_lines_of(block, i), index};
       }
     }
+    if (in_factor_ && fetched_ == factored_) return {Task::Kind::fetch, factored_, lines_for(fetched_++)};
     return {};
   }
 
@@ -146,6 +151,7 @@ class Schedule {
   Int factored_ = 0;  ///< diagonal blocks
   bool in_factor_ = false;
   Int triangles_begun_ = 0, triangles_ = 0;  ///< parts of the next diagonal block: that are begun, that are up to date
+  Int fetched_ = 0;                          ///< diagonal blocks for whose sake lines have been fetched
   Int at_work_ = 0;
   Int info_ = 0;
   Piece piece_[most_pieces] = {};
@@ -175,6 +181,9 @@ struct Steps {
         break;
       case Task::Kind::factor:
         return factor(done, width);
+      case Task::Kind::fetch:
+        fetch(std::max(done, nb), task.lines);
+        break;
       case Task::Kind::triangle:
         update_triangle(done, width, task.lines);
         break;
@@ -195,6 +204,16 @@ struct Steps {
       blas::potrf_l_small('L', width, part(done, done), info);
     }
     return info;
+  }
+
+  /// Reads a number of each line of memory in so many columns of L: it comes from another processor's cache.
+  void fetch(Int columns, Lines lines) const {
+    constexpr Int apart = 64 / sizeof(T);
+    const Matrix<const T> X = part(lines.from, 0);
+    const Int along = upper ? columns : lines.count(), across = upper ? lines.count() : columns;
+    for (Int j = 1; j <= across; ++j) {
+      for (Int i = 1; i <= along; i += apart) static_cast<void>(*reinterpret_cast<const volatile Real<T>*>(X.at(i, j)));
+    }
   }
 
   /// Some columns of the triangle of a diagonal block: a small triangle, and what lies between it and the block's edge,

@@ -31,6 +31,20 @@ void factor(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
   x_variant::getrf(m, n, {a, lda}, ipiv, info);
 }
 
+/// Factors by tasks of some microseconds; false, with nothing done, if the matrix or the threads are not for them.
+template <Scalar T>
+bool factor_by_small_tasks(Int, Int, T*, Int, Int*, Int&) {
+  return false;
+}
+
+template <>
+bool factor_by_small_tasks(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
+  const int threads = is_factored_in_cache(m, n) ? available_threads() : 1;
+  if (threads <= 1) return false;
+  factor_in_cache(m, n, a, lda, ipiv, info, threads);
+  return true;
+}
+
 }  // namespace
 
 /// LU factorisation of a general m by n matrix with partial pivoting: the checks that the serial body leaves out, then
@@ -43,14 +57,8 @@ void getrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   if (info != 0) return report_bad_argument<T>("GETRF", info);
   if (m == 0 || n == 0) return;
-  const double multiply_adds = real_multiply_adds<T>(m, n, std::min(m, n));
-  if constexpr (std::same_as<T, double>) {
-    if (is_factored_in_cache(m, n)) {
-      const int threads = available_threads();
-      if (threads > 1) return factor_in_cache(m, n, a, lda, ipiv, info, threads);
-    }
-  }
-  const Team team(multiply_adds, least_work);
+  if (factor_by_small_tasks(m, n, a, lda, ipiv, info)) return;
+  const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
   factor(m, n, a, lda, ipiv, info);
 }
 

@@ -16,6 +16,7 @@ constexpr Int panel_width = 32;
 
 /// Columns that are updated together at least; panels begin at multiples of it.
 constexpr Int piece_width = 8;
+constexpr Int pieces_per_panel = panel_width / piece_width;
 
 constexpr Int parts_of(Int n, Int width) {
   return (n + width - 1) / width;
@@ -74,14 +75,14 @@ class Schedule {
 
   /// The next panel, for which all wait; exchanges without which a range can't be the source of updates; an update, the
   /// leftmost first, since the panels come from the left; else exchanges that others will have to wait for later.
-  Task begin(bool) {
+  Task begin(bool is_caller) {
     if (panel_may_run()) {
       in_panel_ = true;
       return {Task::Kind::panel, panel_columns(factored_), panel_columns(factored_)};
     }
-    Task task = begin_exchange(true);
+    Task task = begin_exchange(true, is_caller);
     if (task.is_none()) task = begin_update();
-    if (task.is_none()) task = begin_exchange(false);
+    if (task.is_none()) task = begin_exchange(false, is_caller);
     return task;
   }
 
@@ -123,7 +124,7 @@ class Schedule {
 
   Columns panel_columns(Int i) const { return {i * panel_width, std::min(n_, (i + 1) * panel_width)}; }
   Int factored_columns() const { return std::min(n_, factored_ * panel_width); }
-  static Int panel_of(Int p) { return p * piece_width / panel_width; }
+  static Int panel_of(Int p) { return p / pieces_per_panel; }
 
   bool are_updated(Columns columns, Int until) const {
     return std::all_of(piece_ + columns.from / piece_width, piece_ + parts_of(columns.until, piece_width),
@@ -144,32 +145,38 @@ class Schedule {
   }
 
   Task begin_update() {
-    for (Int p = factored_ * panel_width / piece_width; p < pieces_; ++p) {
+    for (Int p = factored_ * pieces_per_panel; p < pieces_; ++p) {
       const Int done = piece_[p].updated, panel = panel_of(p);
       if (piece_[p].busy || done == panel * panel_width) continue;
       const Columns source = division_.next_source(done, p * piece_width);
       if (!is_ready(source)) continue;
-      const Int end = p + together_with(p);
+      const Int end = p + together_with(p, source);
       for (Int i = p; i < end; ++i) piece_[i].busy = true;
       return {Task::Kind::update, source, {p * piece_width, std::min(n_, end * piece_width)}};
     }
     return {};
   }
 
-  /// Pieces from p on that one task updates: those of a panel, but no more than the thread's share of all that wait for
-  /// the same update.
-  Int together_with(Int p) const {
-    const auto waits_likewise = [&](Int i) { return !piece_[i].busy && piece_[i].updated == piece_[p].updated; };
+  /// Pieces from p on that one task updates: the thread's share of those that wait for the same update, and no more
+  /// than a panel, for which others may wait. Where another thread has the first pieces of a panel, a share of all.
+  Int together_with(Int p, Columns source) const {
+    const Int behind = parts_of(division_.around(source.from, source.until).outer.until, piece_width);
+    const auto waits_likewise = [&](Int i) { return !piece_[i].busy && piece_[i].updated == source.from; };
     Int end = p + 1;
-    while (end < pieces_ && waits_likewise(end)) ++end;
-    const Int behind = std::min(end, (panel_of(p) + 1) * panel_width / piece_width);
-    return std::min(behind - p, parts_of(end - p, threads_));
+    while (end < behind && waits_likewise(end)) ++end;
+    const Int waiting = end - p;
+    if (p % pieces_per_panel == 0) return std::min(parts_of(waiting, threads_), pieces_per_panel);
+    const auto all = std::count_if(piece_ + source.until / piece_width, piece_ + behind,
+                                   [&](const Piece& piece) { return piece.updated == source.from; });
+    return std::min(waiting, parts_of(static_cast<Int>(all), threads_));
   }
 
   /// A panel's next exchanges: with the pivots of all panels that are factored, up to the end of the range within which
   /// it is read before it sees others (`to_the_end`: of all of these). Whoever reads it as it stands must be done.
-  Task begin_exchange(bool to_the_end) {
-    for (Int i = 0; i < factored_; ++i) {
+  /// The caller takes panels from the front and helpers from the back, since exchanges of a panel come several times.
+  Task begin_exchange(bool to_the_end, bool is_caller) {
+    for (Int k = 0; k < factored_; ++k) {
+      const Int i = is_caller ? k : factored_ - 1 - k;
       const Int done = panel_[i].exchanged;
       if (panel_[i].busy || done == n_) continue;
       const auto [inner, outer] = division_.around(i * panel_width, done);

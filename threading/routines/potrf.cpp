@@ -11,7 +11,8 @@
 namespace nuv::threading::inline NUV_ISA {
 namespace {
 
-/// Real multiply-adds from which several threads pay, measured on two: those of tasks, and those that share products.
+/// Real multiply-adds from which several threads pay, measured on two: by tasks, and by sharing the products of the
+/// serial body, which pays more from there on.
 constexpr double least_work_in_cache = 2e6, least_work = 10e6;
 
 /// Lines that the serial body takes at a time.
@@ -23,10 +24,20 @@ Int block_size(char uplo, Int n) {
   return nuv_lapack_ilaenv(&ispec, name.data, &uplo, &n, &none, &none, &none, name.length, 1);
 }
 
+/// Factors by tasks on several threads if there are any, and blocks; false with nothing done if not.
+template <Scalar T>
+bool factor_by_tasks(char uplo, Int n, Matrix<T> A, Int& info) {
+  const int threads = available_threads();
+  if (threads <= 1) return false;
+  const Int nb = block_size<T>(uplo, n);
+  return nb > 1 && nb < n && factor_cholesky_in_cache(uplo, n, nb, A, info, threads);
+}
+
 }  // namespace
 
-/// Cholesky factorisation of a positive definite matrix: the checks that the serial body leaves out, then that body.
-/// Nearly all of its work is in products with the columns done so far, which find the threads by themselves.
+/// Cholesky factorisation of a positive definite matrix: the checks that the serial body leaves out, then that body, or
+/// the same operations in another order. Nearly all work of the body is in products with the columns done so far, which
+/// find the threads by themselves.
 template <Scalar T>
 void potrf(char uplo, Int n, T* a, Int lda, Int& info) {
   info = 0;
@@ -35,11 +46,8 @@ void potrf(char uplo, Int n, T* a, Int lda, Int& info) {
   else if (lda < std::max(1, n)) info = -4;
   if (info != 0) return report_bad_argument<T>("POTRF", info);
   const double multiply_adds = real_multiply_adds<T>(n, n, n) / 6;
-  if (multiply_adds >= least_work_in_cache && multiply_adds < least_work) {
-    const int threads = available_threads();
-    const Int nb = block_size<T>(uplo, n);
-    if (threads > 1 && nb > 1 && nb < n && factor_cholesky_in_cache(uplo, n, nb, Matrix{a, lda}, info, threads)) return;
-  }
+  const bool fits = multiply_adds >= least_work_in_cache && multiply_adds < least_work;
+  if (fits && factor_by_tasks(uplo, n, Matrix{a, lda}, info)) return;
   const Team team(multiply_adds, least_work);
   x_variant::potrf(uplo, n, Matrix{a, lda}, info);
 }
