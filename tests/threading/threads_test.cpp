@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -215,6 +216,21 @@ TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
         });
       }
     }
+  }
+}
+
+/// An infinity, and the NaNs that it makes, stay where they are and end the factorisation at the same pivot.
+TYPED_TEST(Threads, GiveTheCholeskyFactorsOfAnInfinityOfOne) {
+  using T = TypeParam;
+  const Int n = 210 + (RealScalar<T> ? 90 : 0);
+  std::vector<T> a = definite_numbers<T>(this->random, n);
+  a[n - 20] = a[std::size_t(n - 20) * n] = std::numeric_limits<Real<T>>::infinity();
+  for (const char uplo : uplos) {
+    expect_same_bits(a, [&](T* x) {
+      Int info = -7;
+      layer::potrf(uplo, n, {x, n}, info);
+      EXPECT_EQ(info, n - 19) << uplo;
+    });
   }
 }
 

@@ -270,7 +270,7 @@ bool factor_cholesky_in_cache(char uplo, Int n, Int nb, Matrix<T> A, Int& info, 
   if (!schedule.fits()) return false;
   const Steps<T> steps{upper, n, nb, A};
   const auto run = [&](const Task& task) { return steps.run(task); };
-  TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once()));
+  note_wait(TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once())));
   info = schedule.info();
   return true;
 }

@@ -39,9 +39,9 @@ bool factor_by_small_tasks(Int, Int, T*, Int, Int*, Int&) {
 
 template <>
 bool factor_by_small_tasks(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info) {
-  const int threads = is_factored_in_cache(m, n) ? available_threads() : 1;
+  const int threads = is_factored_in_cache(m, n) ? threads_for_short_work() : 1;
   if (threads <= 1) return false;
-  factor_in_cache(m, n, a, lda, ipiv, info, threads);
+  note_wait(factor_in_cache(m, n, a, lda, ipiv, info, threads));
   return true;
 }
 

@@ -203,15 +203,16 @@ class Schedule {
 }  // namespace
 
 bool is_factored_in_cache(Int m, Int n) {
-  return n <= m && n >= fewest_columns && n <= most_columns;
+  return n <= m && n >= fewest_columns && std::int64_t{m} * n <= most_columns * most_columns;
 }
 
-void factor_in_cache(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads) {
+int factor_in_cache(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads) {
   const LuSteps steps{m, {a, lda}, ipiv};
   Schedule schedule(n, threads);
   const auto run = [&](const Task& task) { return steps.run(task); };
-  TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once()));
+  const int slept = TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once()));
   if (info == 0) info = schedule.first_zero_pivot();
+  return slept;
 }
 
 }  // namespace nuv::threading::inline NUV_ISA

@@ -18,7 +18,8 @@ namespace nuv::threading::inline NUV_ISA {
 /// Whether an m by n matrix is one for this way.
 bool is_factored_in_cache(Int m, Int n);
 
-/// Factors such a matrix on `threads` threads; a, ipiv and info as for the serial body.
-void factor_in_cache(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads);
+/// Factors such a matrix, or a taller one, on `threads` threads; a, ipiv and info as for the serial body. Gives the
+/// longest time that the calling thread slept, in microseconds.
+int factor_in_cache(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, int threads);
 
 }  // namespace nuv::threading::inline NUV_ISA

@@ -27,7 +27,7 @@ Int block_size(char uplo, Int n) {
 /// Factors by tasks on several threads if there are any, and blocks; false with nothing done if not.
 template <Scalar T>
 bool factor_by_tasks(char uplo, Int n, Matrix<T> A, Int& info) {
-  const int threads = available_threads();
+  const int threads = threads_for_short_work();
   if (threads <= 1) return false;
   const Int nb = block_size<T>(uplo, n);
   return nb > 1 && nb < n && factor_cholesky_in_cache(uplo, n, nb, A, info, threads);

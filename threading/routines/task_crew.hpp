@@ -4,6 +4,9 @@
 
 #include <pthread.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "threading/runtime.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
@@ -21,9 +24,11 @@ class TaskCrew {
  public:
   TaskCrew(Schedule& schedule, const Run& run) : schedule_(schedule), run_(run) {}
 
-  void work(int threads) {
+  /// Gives the longest time that the calling thread slept until another ended a task, in microseconds.
+  int work(int threads) {
     run_pieces(
         threads, threads, [](void* crew, int index) { static_cast<TaskCrew*>(crew)->work_as(index == 0); }, this);
+    return longest_sleep_;
   }
 
  private:
@@ -45,12 +50,14 @@ class TaskCrew {
       if (!task.is_none()) {
         outcome = run_(task);
       } else {
-        ends_.wait_beyond(seen);
+        const int slept = ends_.wait_beyond(seen);
+        if (is_caller) longest_sleep_ = std::max(longest_sleep_, slept);
       }
     }
   }
 
   Schedule& schedule_;
+  int longest_sleep_ = 0;
   const Run& run_;
   // Held for a fraction of a microsecond, so whoever finds it taken looks again before going to sleep.
   alignas(64) pthread_mutex_t mutex_ = PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP;
