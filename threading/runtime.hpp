@@ -17,8 +17,8 @@ int available_threads();
 /// whatever the number of threads, by the size of the problem alone; the other layer leaves it to the serial body.
 bool has_threads();
 
-/// The same for work of less than a millisecond, but 1 for some time after note_wait told of a thread that waited long
-/// for another: the machine has other work to do then, and what such work gains is less than one more wait.
+/// As available_threads, for work of less than a millisecond; but 1 for some time after note_wait told of a thread that
+/// waited long for another: the machine has other work to do then, and what such work gains is less than one more wait.
 int threads_for_short_work();
 void note_wait(int microseconds);
 
