@@ -17,6 +17,11 @@ int available_threads();
 /// whatever the number of threads, by the size of the problem alone; the other layer leaves it to the serial body.
 bool has_threads();
 
+/// As available_threads, for work of less than a millisecond; but 1 for some time after note_wait told of a thread that
+/// waited long for another: the machine has other work to do then, and what such work gains is less than one more wait.
+int threads_for_short_work();
+void note_wait(int microseconds);
+
 /// Runs piece(context, 0) ... piece(context, pieces - 1), on at most `threads` threads that take the next piece as they
 /// come free, and waits for all. The calling thread takes part, and never waits for a thread that has taken nothing.
 void run_pieces(int threads, int pieces, void (*piece)(void* context, int index), void* context);
@@ -42,8 +47,9 @@ class Changes {
  public:
   std::uint32_t seen() const { return __atomic_load_n(&count_, __ATOMIC_ACQUIRE); }
 
-  /// Returns when there has been a change since the count was `seen`; sleeps if that takes longer than microseconds.
-  void wait_beyond(std::uint32_t seen);
+  /// Returns when there has been a change since the count was `seen`; sleeps if that takes longer than microseconds,
+  /// and gives how many it slept.
+  int wait_beyond(std::uint32_t seen);
 
   void announce();
 

@@ -111,8 +111,9 @@ template <Scalar T, class Change>
 }
 
 /// Calls change(x_i, y_i) for each pair of numbers of two vectors, on numbers or on registers full of them. X is T or
-/// const T. Where both are written, the last ones are changed by numbers: often one of the two is read next, and what
-/// is written under a mask takes long to be read again.
+/// const T. Where both are written, what is less than a register is changed by numbers: often one of the two is read
+/// next, and what is written under a mask takes long to be read again. Of long vectors it is a small part, and masks
+/// are put up with at both ends, so that the registers between stand at aligned addresses.
 template <class X, Scalar T, class Change>
 [[gnu::always_inline]] inline void for_each_pair(Int n, X* x, Int incx, T* y, Int incy, Change change) {
   if (n < 1) return;

@@ -37,8 +37,7 @@ void heev(char jobz, char uplo, Int n, T* a, Int lda, Real<T>* w, T* work, Int l
 ///
 /// lwork   at least 1 for n <= 1, else 2 n^2 + 6 n + 1 ('V'), 2 n + 1 ('N')
 /// liwork  at least 5 n + 3 for 'V' and n > 1, else 1
-/// info    k, 'N': as above; 'V': an eigenvalue of the part from row and column k / (n + 1) to k % (n + 1) was not
-/// found
+/// info    k, 'N': as above; 'V': an eigenvalue of the part from row and column k / (n + 1) to k % (n + 1) is missing
 template <RealScalar T>
 void syevd(char jobz, char uplo, Int n, T* a, Int lda, T* w, T* work, Int lwork, Int* iwork, Int liwork, Int& info);
 

@@ -10,9 +10,8 @@
 // b       destroyed: the factor of B, if there is one
 // w       n elements: the eigenvalues in ascending order
 // z       in its columns, n by n or n by m; ldz >= 1, and for 'V' >= n; 'N': not touched
-// info    0; -k: argument k was bad (reported); 1 ... n: the method did not converge, as the driver of the same name
-// for
-//         one matrix tells it; n + k: the leading minor of order k of B is not positive definite (in band storage: its
+// info    0; -k: argument k was bad (reported); 1 ... n: the method did not converge, as the driver for one matrix
+//         tells it; n + k: the leading minor of order k of B is not positive definite (in band storage: its
 //         factorisation came to an end at row k), and nothing has been done to A
 //
 // Workspaces beside those named here are as of that driver; those of the real members behind the arguments of the

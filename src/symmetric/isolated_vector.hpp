@@ -60,13 +60,14 @@ class IsolatedVector {
   /// value's interval, bisection finds the value.
   bool find_by_corrections() {
     constexpr int most_steps = 10;
+    constexpr R close = 64;  // to the value, in residuals small enough: from there on roundings are what is left
     const R small_residual = 4 * std::log(static_cast<R>(node_.n)) * eps * value_.gap;
     R left = value_.x - value_.error, right = value_.x + value_.error;
     R best = value_.x, least_residual = Machine<R>::overflow;
     bool corrected = false;
     compute(value_.x, true);
     for (int step = 1; residual_ > small_residual && std::abs(correction_) > finest * std::abs(lambda_); ++step) {
-      const bool is_noise = residual_ > least_residual / 2 && residual_ < 64 * small_residual;
+      const bool is_noise = residual_ > least_residual / 2 && residual_ < close * small_residual;
       if (is_noise) return look_for_better_twist(residual_ < least_residual ? lambda_ : best);
       if (residual_ < least_residual) {
         least_residual = residual_;

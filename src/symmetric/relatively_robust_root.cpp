@@ -252,9 +252,7 @@ void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R
   R largest_e = 0;
   for (Int i = 0; i < n - 1; ++i) largest_e = larger_or_nan(largest_e, std::abs(e[i]));
   pivmin = Machine<R>::safe_min * std::max(R(1), largest_e * largest_e);
-  // The diameter of the spectrum is no measure of what is negligible beside values that are almost equal.
-  const R norm = larger_or_nan(std::abs(rows.left), std::abs(rows.right));
-  larra(n, d, e, e2, spltol, larger_or_nan(width(rows), norm), nsplit, isplit, info);
+  larra(n, d, e, e2, spltol, width(rows), nsplit, isplit, info);
 
   Int found = 0;
   if (all) {

@@ -95,7 +95,7 @@ struct RepresentationTree {
   /// are, since these come apart at little cost.
   R comfortable_gap(const Cluster& cluster) const {
     const R size = static_cast<R>(cluster.last - cluster.first + 1);
-    return std::clamp(100 / size, R(3), R(30)) * settings.minrgp;
+    return std::clamp(1000 / size, R(3), R(30)) * settings.minrgp;
   }
 
   /// Copies what is given, and adds what shares clusters with it. False if that fails.

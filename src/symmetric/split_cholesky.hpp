@@ -26,10 +26,9 @@ constexpr Int upper_part_of_split(Int n, Int kd) {
 ///
 /// uplo    'U' or 'L': the triangle that is stored
 /// kd      diagonals beside the main one; there may be more of them than the matrix has
-/// ab      kd + 1 by n, ldab >= kd + 1, the main diagonal in row kd + 1 (upper) or 1 (lower): B in, S out, which has
-/// one
-///         element for each pair (i, j) and (j, i): s(i, j) in the place of b(i, j), or its conjugate in that of b(j,
-///         i). Imaginary parts on the diagonal count as zero
+/// ab      kd + 1 by n, ldab >= kd + 1, the main diagonal in row kd + 1 (upper) or 1 (lower): B in, S out. S has one
+///         element for each pair (i, j) and (j, i): it is in the place of b(i, j), or its conjugate in that of
+///         b(j, i). Imaginary parts on the diagonal count as zero
 /// info    0; -k: argument k was bad (reported); k: the k-th pivot met is not positive, as B is not positive definite,
 ///         and the triangle is neither the matrix nor a factor
 template <Scalar T>

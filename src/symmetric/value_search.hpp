@@ -145,8 +145,8 @@ class ValueSearch {
 template <RealScalar R, class Count>
 void search_ahead(ValueSearch<R>* searches, Int active, Count count) {
   static_assert(shifts_at_once == 8);
-  const Int states =
-      active == 1 ? 7 : 3;  // those behind state k are 2 k + 1 where the count reaches the index, else 2 k + 2
+  // Of each search, those behind state k are 2 k + 1 where the count reaches the index, else 2 k + 2.
+  const Int states = active == 1 ? 7 : 3;
   ValueSearch<R> ahead[shifts_at_once];
   R points[shifts_at_once];
   Int counts[shifts_at_once];

@@ -46,6 +46,21 @@ GuardedMatrix<T> random_hermitian(Random& random, char uplo, Int n, Int ld, Real
   return A;
 }
 
+/// A tridiagonal matrix as it is.
+template <Scalar T>
+GuardedMatrix<T> stored_tridiagonal(const Tridiagonal<Real<T>>& tridiagonal, char uplo) {
+  const Int n = tridiagonal.order();
+  GuardedMatrix<T> A(n, n, n);
+  for (Int j = 1; j <= n; ++j) {
+    const auto k = std::size_t(j - 1);
+    set_mirrored(A, uplo, j, j, T(tridiagonal.d[k]));
+    if (j < n) set_mirrored(A, uplo, j + 1, j, T(tridiagonal.e[k]));
+    for (Int i = j + 2; i <= n; ++i) set_mirrored(A, uplo, i, j, T(0));
+  }
+  A.seal();
+  return A;
+}
+
 /// H T H for a real tridiagonal T and one reflector H = I - 2 u u^H, so that the values of T are known to its own
 /// accuracy; computed in the wider type.
 template <Scalar T>

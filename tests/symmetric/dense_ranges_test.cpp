@@ -112,14 +112,7 @@ TYPED_TEST(DenseRanges, AreSortedWhereAMatrixFallsApart) {
     Tridiagonal<R> matrix{{}, {}};
     for (Int k = 1; k <= n; ++k) matrix.d.push_back(R(3 * n - 3 * k));
     for (Int k = 1; k < n; ++k) matrix.e.push_back(k % 3 == 0 ? R(0) : R(1));
-    GuardedMatrix<T> A(n, n, n);
-    for (Int j = 1; j <= n; ++j) {
-      for (Int i = j; i <= n; ++i) {
-        const auto k = std::size_t(j - 1);
-        set_mirrored(A, uplo, i, j, T(i == j ? matrix.d[k] : i == j + 1 ? matrix.e[k] : R(0)));
-      }
-    }
-    A.seal();
+    const GuardedMatrix<T> A = stored_tridiagonal<T>(matrix, uplo);
     this->for_each_selecting([&]<class Driver>(Driver) {
       const auto solved = solve<Driver>(DenseCall<T>('V', uplo, A, 2, n));
       EXPECT_EQ(solved.info, 0);
@@ -282,14 +275,7 @@ TYPED_TEST(DenseRanges, AreFoundWhereRepresentationsFail) {
     const Tridiagonal<R> matrix = unrepresentable<R>(n);
     expect_unrepresentable(matrix);
     for (const char uplo : uplos) {
-      GuardedMatrix<T> A(n, n, n);
-      for (Int j = 1; j <= n; ++j) {
-        for (Int i = j; i <= n; ++i) {
-          const auto k = std::size_t(j - 1);
-          set_mirrored(A, uplo, i, j, T(i == j ? matrix.d[k] : i == j + 1 ? matrix.e[k] : R(0)));
-        }
-      }
-      A.seal();
+      const GuardedMatrix<T> A = stored_tridiagonal<T>(matrix, uplo);
       for (const R abstol : {R(0), std::numeric_limits<R>::min()}) {
         DenseCall<T> call('V', uplo, A);
         call.abstol = abstol;

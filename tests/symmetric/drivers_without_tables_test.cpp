@@ -13,7 +13,7 @@ using Answer = MallocRequests::Answer;
 constexpr Int n = 17;
 
 /// Runs a driver, drive(problem, room, x), with and without tables, in copies of all that it is given. Expects the same
-/// pairs.
+/// pairs, up to the roundings of the 1.7 n sweeps or so that each column goes through.
 template <class Form, Scalar T, class Drive>
 void expect_same(const Form& problem, const Workspaces<T>& workspaces, Drive drive) {
   SCOPED_TRACE(Form::name);
@@ -34,7 +34,7 @@ void expect_same(const Form& problem, const Workspaces<T>& workspaces, Drive dri
   const Solution<T> with = solved(Answer::granted), without = solved(Answer::refused);
   EXPECT_TRUE(without.w.same_as(with.w));
   for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) EXPECT_NEAR(std::abs(without.Z(i, j) - with.Z(i, j)), 0, 100 * epsilon<T>);
+    for (Int i = 1; i <= n; ++i) EXPECT_NEAR(std::abs(without.Z(i, j) - with.Z(i, j)), 0, 6 * n * epsilon<T>);
   }
 }
 

@@ -284,11 +284,12 @@ TYPED_TEST(GeneralisedDrivers, EndWithNumbersThatAreNotFinite) {
   }
 }
 
-/// Where QL and QR iteration fails, the vectors before the failure become those of the pair, and the others stay.
+/// Where QL and QR iteration fails, the vectors before the failure become those of the pair, and the others stay. Those
+/// of bands have what takes them there in them from the beginning, and so have all of them.
 TYPED_TEST(GeneralisedDrivers, TransformVectorsBeforeAFailure) {
   using T = TypeParam;
   using R = Real<T>;
-  if (!Form<T>::has_types) GTEST_SKIP() << "what transforms vectors of bands is in them from the beginning";
+  constexpr bool of_bands = !Form<T>::has_types;
   const Int n = 6;
   for (const char uplo : uplos) {
     GuardedMatrix<T> A(n, n, n), B(n, n, n);
@@ -300,11 +301,10 @@ TYPED_TEST(GeneralisedDrivers, TransformVectorsBeforeAFailure) {
     A(4, 5) = A(5, 4) = A(5, 6) = A(6, 5) = T(1);
     A.seal();
     B.seal();
-    const Solution<T> x = solve(Method::iteration, 'V', Form<T>(PairOfMatrices<T>{1, uplo, n, n, A, B}));
+    const Solution<T> x = solve(Method::iteration, 'V', Form<T>(PairOfMatrices<T>{1, uplo, 1, 0, A, B}));
     EXPECT_EQ(x.info, 2);
     EXPECT_EQ(x.Z(1, 1), T(R(0.5)));
-    EXPECT_EQ(x.Z(2, 2), T(1));
-    EXPECT_EQ(x.Z(3, 3), T(1));
+    for (const Int k : {2, 3}) EXPECT_EQ(x.Z(k, k), T(of_bands ? R(0.5) : R(1)));
   }
 }
 

@@ -46,20 +46,6 @@ TYPED_TEST(MrrrTest, SolvesLargerMatrices) {
   }
 }
 
-/// What stands beside the diagonal is next to nothing, or a little more, beside a diagonal that is the same everywhere.
-TYPED_TEST(MrrrTest, SolvesMatricesNextToMultiplesOfOne) {
-  using R = Real<TypeParam>;
-  const Int n = 12;
-  for (int k = -30; k <= 12; k += 2) {
-    for (const R diagonal : {R(3), R(-0.13)}) {
-      Tridiagonal<R> matrix = one_two_one<R>(n);
-      for (R& x : matrix.d) x = diagonal;
-      for (R& x : matrix.e) x = std::ldexp(epsilon<R>, k);
-      this->expect_all(matrix, "elements of eps 2^" + std::to_string(k) + " beside " + std::to_string(diagonal));
-    }
-  }
-}
-
 /// Complex vectors are the real ones.
 TYPED_TEST(MrrrTest, FindsRealVectors) {
   using T = TypeParam;

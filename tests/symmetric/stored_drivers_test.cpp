@@ -277,6 +277,30 @@ TYPED_TEST(StoredDrivers, ScaleAMatrixIntoRange) {
   }
 }
 
+/// Each element of the triangle counts, imaginary ones beside the diagonal as real ones.
+TYPED_TEST(StoredDrivers, ScaleAMatrixOfOneHugeElement) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr Int n = 3;
+  T huge(std::numeric_limits<R>::max() / 64);
+  if constexpr (ComplexScalar<T>) huge = {0, std::real(huge)};
+  for (const char uplo : uplos) {
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) {
+        if (i == j || !is_in_triangle(uplo, i, j)) continue;
+        SCOPED_TRACE(testing::Message() << uplo << ", element " << i << ' ' << j);
+        GuardedMatrix<T> A(n, n, n);
+        for (Int l = 1; l <= n; ++l) std::fill_n(&A(1, l), n, T(0));
+        A(i, j) = huge;
+        const Case<T> problem(uplo, n - 1, A);
+        const Solution<T> x = by_selection('V', {.range = 'I', .il = 2, .iu = n}, problem.form, n);
+        EXPECT_EQ(x.m, n - 1);
+        problem.expect_pairs(x, 2, threshold_of_inverse_iteration);
+      }
+    }
+  }
+}
+
 /// Zero is scaled by nothing.
 TYPED_TEST(StoredDrivers, SolveForZero) {
   using T = TypeParam;

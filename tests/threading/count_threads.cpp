@@ -1,8 +1,10 @@
-// Prints how many threads the process has before and after one call of a routine that may take two.
+// Prints how many threads the process has before and after one call of a routine that may take two, on matrices of the
+// order that its second argument gives.
 
 #include <nuv/nuv_lapack.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -19,8 +21,7 @@ long threads_of_the_process() {
   return std::distance(begin(tasks), end(tasks));
 }
 
-void print_counts(const std::string& routine) {
-  const Int n = 500;
+void print_counts(const std::string& routine, Int n) {
   Random random(18);
   GuardedMatrix<double> A = random_definite<double>(random, 'L', n);
   GuardedVector<Int> pivots(n);
@@ -51,5 +52,5 @@ void print_counts(const std::string& routine) {
 
 int main(int, char** arguments) {
   if (std::getenv("NUV_NUM_THREADS") == nullptr) nuv_thread_set_num_threads(2);
-  nuv::test::print_counts(arguments[1]);
+  nuv::test::print_counts(arguments[1], std::atoi(arguments[2]));
 }

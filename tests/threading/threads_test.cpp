@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,6 +48,14 @@ template <class T>
 std::vector<T> numbers(Random& random, Int m, Int n) {
   const GuardedMatrix<T> A = random_matrix<T>(random, m, n, std::max(1, m));
   return {A.data(), A.data() + std::size_t(m) * n};
+}
+
+/// A positive definite matrix of order n.
+template <class T>
+std::vector<T> definite_numbers(Random& random, Int n) {
+  std::vector<T> a = numbers<T>(random, n, n);
+  for (Int i = 0; i < n; ++i) a[i + std::size_t(i) * n] = T(2 * std::sqrt(n + 1.0) + 2);
+  return a;
 }
 
 /// The result of work on a copy of `before`, at each number of threads; all must be the same bits.
@@ -137,6 +146,9 @@ TYPED_TEST(Threads, GiveTheFactorsOfOne) {
   using T = TypeParam;
   std::vector<std::pair<int, int>> sizes = {{300, 300}, {513, 400}, {400, 520}, {257, 700}};
   if (std::same_as<T, double>) {
+    // Panels of a matrix in cache, whole or not, and orders at both ends of where they pay.
+    sizes.insert(sizes.end(),
+                 {{257, 257}, {256 + 31, 257}, {290, 288}, {262, 262}, {700, 260}, {447, 447}, {448, 448}});
     // Several strips, whole or not, and columns behind the last row that strips and the square beside them update.
     sizes.insert(sizes.end(), {{900, 1000}, {700, 900}});
     if (!is_sanitized) sizes.insert(sizes.end(), {{1100, 1100}, {1024, 1024}, {1300, 770}});
@@ -164,18 +176,36 @@ TYPED_TEST(Threads, GiveTheFactorsOfOne) {
   }
 }
 
-/// A positive definite matrix of order n.
-template <class T>
-std::vector<T> definite_numbers(Random& random, Int n) {
-  std::vector<T> a = numbers<T>(random, n, n);
-  for (Int i = 0; i < n; ++i) a[i + std::size_t(i) * n] = T(2 * std::sqrt(n + 1.0) + 2);
-  return a;
+/// Tasks of matrices in cache take microseconds: what may run beside what shows when they are many.
+TYPED_TEST(Threads, GiveTheSameFactorsEachTime) {
+  using T = TypeParam;
+  const Int n = ComplexScalar<T> ? 210 : 300;
+  const int repetitions = is_sanitized ? 3 : 60;
+  const std::vector<T> general = numbers<T>(this->random, n, n), definite = definite_numbers<T>(this->random, n);
+  for (int i = 0; i < repetitions; ++i) {
+    expect_same_bits(definite, [&](T* x) {
+      Int info = -7;
+      layer::potrf(i % 2 == 0 ? 'L' : 'U', n, {x, n}, info);
+      EXPECT_EQ(info, 0);
+    });
+    if constexpr (std::same_as<T, double>) {
+      expect_same_bits(general, [&](T* x) {
+        std::vector<Int> pivots(n);
+        Int info = -7;
+        layer::getrf(n, n, {x, n}, pivots.data(), info);
+        EXPECT_EQ(info, 0);
+      });
+    }
+  }
 }
 
 TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
   using T = TypeParam;
-  for (const Int n : {100, 129, 300, 520}) {
-    for (const Int bad_minor : {0, n - 50}) {
+  // Two blocks and more; orders around those of tasks, whose last block is whole, of a line, or of few.
+  std::vector<Int> orders = {100, 129, 145, 192, 193, 210, 245, 300, 520};
+  if (!is_sanitized) orders.insert(orders.end(), {228, 230, 256, 257, 275, 384, 385, 391, 395});
+  for (const Int n : orders) {
+    for (const Int bad_minor : {0, n - 50, n / 2}) {
       std::vector<T> a = definite_numbers<T>(this->random, n);
       if (bad_minor > 0) a[std::size_t(bad_minor - 1) * (n + 1)] = T(-1);
       for (const char uplo : {'U', 'L'}) {
@@ -186,6 +216,21 @@ TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
         });
       }
     }
+  }
+}
+
+/// An infinity, and the NaNs that it makes, stay where they are and end the factorisation at the same pivot.
+TYPED_TEST(Threads, GiveTheCholeskyFactorsOfAnInfinityOfOne) {
+  using T = TypeParam;
+  const Int n = 210 + (RealScalar<T> ? 90 : 0);
+  std::vector<T> a = definite_numbers<T>(this->random, n);
+  a[n - 20] = a[std::size_t(n - 20) * n] = std::numeric_limits<Real<T>>::infinity();
+  for (const char uplo : uplos) {
+    expect_same_bits(a, [&](T* x) {
+      Int info = -7;
+      layer::potrf(uplo, n, {x, n}, info);
+      EXPECT_EQ(info, n - 19) << uplo;
+    });
   }
 }
 
@@ -427,9 +472,11 @@ TEST(ThreadedLayer, IsBoundAndListens) {
 
 TEST(ThreadedLayer, SharesTheWorkOfEachRoutine) {
   for (const char* routine : {"gemm", "getrf", "potrf", "geqrf", "ormQR", "ormLQ", "ormQL", "ormRQ"}) {
-    const ChildResult counted = run_child({.arguments = {NUV_COUNT_THREADS, routine}});
-    EXPECT_TRUE(counted.succeeded()) << to_string(counted);
-    EXPECT_EQ(counted.output, "1, 2\n") << routine;
+    for (const char* order : {"300", "500"}) {
+      const ChildResult counted = run_child({.arguments = {NUV_COUNT_THREADS, routine, order}});
+      EXPECT_TRUE(counted.succeeded()) << to_string(counted);
+      EXPECT_EQ(counted.output, "1, 2\n") << routine << ", order " << order;
+    }
   }
 }
 
@@ -462,7 +509,8 @@ TEST(ThreadedLayer, BoundsTheNumberThatACallAsksFor) {
 
 TEST(ThreadedLayer, HasNoMoreThreadsThanPiecesOfWork) {
   for (const char* routine : {"gemm", "getrf"}) {
-    const ChildResult counted = run_child({.arguments = {"env", "NUV_NUM_THREADS=100000", NUV_COUNT_THREADS, routine}});
+    const ChildResult counted =
+        run_child({.arguments = {"env", "NUV_NUM_THREADS=100000", NUV_COUNT_THREADS, routine, "500"}});
     ASSERT_TRUE(counted.succeeded()) << to_string(counted);
     int before = 0, after = 0;
     ASSERT_EQ(std::sscanf(counted.output.c_str(), "%d, %d", &before, &after), 2) << counted.output;
@@ -471,22 +519,37 @@ TEST(ThreadedLayer, HasNoMoreThreadsThanPiecesOfWork) {
   }
 }
 
-/// A matrix large enough for tasks on several threads.
-constexpr Int factored_order = 520;
+/// A matrix large enough for tasks on several threads, and its factors both ways.
+struct Factored {
+  Int n;
+  std::vector<double> general, definite;
 
-std::vector<double> factors_of(const std::vector<double>& a) {
-  std::vector<double> w = a;
-  std::vector<Int> pivots(factored_order);
-  Int info = -7;
-  layer::getrf(factored_order, factored_order, {w.data(), factored_order}, pivots.data(), info);
-  return info == 0 ? w : std::vector<double>();
-}
+  Factored(Random& random, Int order)
+      : n(order), general(numbers<double>(random, n, n)), definite(definite_numbers<double>(random, n)) {}
 
-TEST(ThreadedLayer, FactorsInParallelRegionsInChildrenAndWhileItsNumberChanges) {
+  std::vector<double> factors() const {
+    std::vector<double> lu = general, cholesky = definite;
+    std::vector<Int> pivots(n);
+    Int lu_info = -7, info = -7;
+    layer::getrf(n, n, {lu.data(), n}, pivots.data(), lu_info);
+    layer::potrf('L', n, {cholesky.data(), n}, info);
+    if (info != 0 || lu_info != 0) return {};
+    lu.insert(lu.end(), cholesky.begin(), cholesky.end());
+    return lu;
+  }
+};
+
+class Factorisations : public testing::TestWithParam<Int> {
+ protected:
+  void TearDown() override { nuv_thread_set_num_threads(0); }
+};
+INSTANTIATE_TEST_SUITE_P(Orders, Factorisations, testing::Values(300, 520), testing::PrintToStringParamName());
+
+TEST_P(Factorisations, RunInParallelRegionsInChildrenAndWhileTheNumberOfThreadsChanges) {
   Random random(19);
-  const std::vector<double> a = numbers<double>(random, factored_order, factored_order);
+  const Factored a(random, GetParam());
   nuv_thread_set_num_threads(1);
-  const std::vector<double> expected = factors_of(a);
+  const std::vector<double> expected = a.factors();
   ASSERT_FALSE(expected.empty());
   nuv_thread_set_num_threads(4);
 
@@ -494,15 +557,15 @@ TEST(ThreadedLayer, FactorsInParallelRegionsInChildrenAndWhileItsNumberChanges) 
 #pragma omp parallel num_threads(2) reduction(+ : right)
   {
 #pragma omp parallel num_threads(2) reduction(+ : right)
-    right = factors_of(a) == expected;
+    right = a.factors() == expected;
   }
   EXPECT_GE(right, 2);
 
-  ASSERT_EQ(factors_of(a), expected);
+  ASSERT_EQ(a.factors(), expected);
   const pid_t child = fork();
   if (child == 0) {
     alarm(60);
-    _exit(factors_of(a) == expected ? 0 : 1);
+    _exit(a.factors() == expected ? 0 : 1);
   }
   int status = -1;
   ASSERT_EQ(waitpid(child, &status, 0), child);
@@ -512,10 +575,26 @@ TEST(ThreadedLayer, FactorsInParallelRegionsInChildrenAndWhileItsNumberChanges) 
   std::thread changer([&] {
     for (int threads = 1; !is_over; threads = threads % 9 + 1) nuv_thread_set_num_threads(threads);
   });
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(factors_of(a), expected);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(a.factors(), expected);
   is_over = true;
   changer.join();
-  nuv_thread_set_num_threads(0);
+}
+
+TEST_P(Factorisations, ServeSeveralThreadsOfTheProgram) {
+  Random random(20);
+  const Factored a(random, GetParam());
+  const std::vector<double> expected = a.factors();
+  ASSERT_FALSE(expected.empty());
+  nuv_thread_set_num_threads(2);
+  std::vector<int> right(4);
+  std::vector<std::thread> callers;
+  for (int& mine : right) {
+    callers.emplace_back([&] {
+      for (int i = 0; i < 10; ++i) mine += a.factors() == expected;
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  for (const int mine : right) EXPECT_EQ(mine, 10);
 }
 
 TEST(ThreadedLayer, WorksAloneInsideAParallelRegion) {

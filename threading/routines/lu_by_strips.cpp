@@ -1,26 +1,18 @@
 #include "threading/routines/lu_by_strips.hpp"
 
-#include <nuv/nuv_lapack.h>
-#include <pthread.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <bit>
 
-#include "base/matrix.hpp"
-#include "blas.hpp"
 #include "environment/tuning.hpp"
 #include "kernels/packed/blocking.hpp"
-#include "threading/runtime.hpp"
-#include "x_variants.hpp"
+#include "threading/routines/lu_in_cache.hpp"
+#include "threading/routines/lu_steps.hpp"
+#include "threading/routines/task_crew.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
-
-/// Columns from + 1 to until.
-struct Columns {
-  Int from, until;
-  Int count() const { return until - from; }
-};
 
 /// Columns that are factored by one task, and then update all others as one operand.
 constexpr Int strip_width = packed::Block<double>::depth;
@@ -37,10 +29,8 @@ constexpr Int parts_of(Int n, Int width) {
   return (n + width - 1) / width;
 }
 
-/// What one task does: `source` is a strip, or the square behind the last strip of the first panel.
-struct Task {
-  enum class Kind { none, panel, update, exchange } kind = Kind::none;
-  Columns source = {}, target = {};
+/// The source is a strip, or the square behind the last strip of the first panel.
+struct Task : LuTask {
   Int index = 0;  ///< of the strip (panel, exchange) or of the first piece (update)
   Int count = 0;  ///< of pieces, or 1
 };
@@ -85,41 +75,41 @@ class Schedule {
 
   bool is_complete() const { return left_ == 0; }
 
+  Int first_zero_pivot() const { return first_zero_pivot_; }
+
   /// Tasks that may run at the same time.
   int most_at_once() const { return pieces_; }
 
   /// The most urgent task that may run, marked as begun: the next panel, for which all wait; an update, the leftmost
   /// first, since the panels come from the left; else exchanges.
-  Task begin() {
+  Task begin(bool) {
     if (panel_may_run()) {
       in_panel_ = true;
-      return {Task::Kind::panel, strip_columns(factored_), {}, factored_, 1};
+      return {{Task::Kind::panel, strip_columns(factored_), {}}, factored_, 1};
     }
     for (Int p = 0; p < pieces_; ++p) {
       if (piece_[p].busy || !update_may_run(p)) continue;
       const Int count = together_with(p);
       for (Int i = p; i < p + count; ++i) piece_[i].busy = true;
-      return {Task::Kind::update,
-              source_of(piece_[p].updates, p),
-              {piece_columns(p).from, piece_columns(p + count - 1).until},
-              p,
-              count};
+      const Columns target{piece_columns(p).from, piece_columns(p + count - 1).until};
+      return {{Task::Kind::update, source_of(piece_[p].updates, p), target}, p, count};
     }
     for (Int s = 0; s < strips_; ++s) {
       if (strip_[s].exchanged || strip_[s].in_exchange || !exchange_may_run(s)) continue;
       strip_[s].in_exchange = true;
       const Columns strip = strip_columns(s);
-      return {Task::Kind::exchange, {strip.until, k_}, strip, s, 1};
+      return {{Task::Kind::exchange, {strip.until, k_}, strip}, s, 1};
     }
     return {};
   }
 
-  void end(const Task& task) {
+  void end(const Task& task, Int zero_pivot) {
     left_ -= task.count;
     switch (task.kind) {
       case Task::Kind::none:
         break;
       case Task::Kind::panel:
+        if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
         in_panel_ = false;
         ++factored_;
         break;
@@ -190,97 +180,15 @@ class Schedule {
   Int left_ = 0;
   Int factored_ = 0;  ///< strips, from the left
   bool in_panel_ = false;
-};
-
-class Factorisation {
- public:
-  Factorisation(Schedule& schedule, Int m, Matrix<double> A, Int* ipiv)
-      : schedule_(schedule), m_(m), A_(A), ipiv_(ipiv) {}
-
-  /// What each thread does: task after task until all are done. While there is none, it waits for the end of another's.
-  void work() {
-    for (;;) {
-      pthread_mutex_lock(&mutex_);
-      const std::uint32_t seen = ends_.seen();
-      const bool is_complete = schedule_.is_complete();
-      const Task task = is_complete ? Task{} : schedule_.begin();
-      pthread_mutex_unlock(&mutex_);
-      if (is_complete) return;
-      if (task.kind == Task::Kind::none) {
-        ends_.wait_beyond(seen);
-      } else {
-        end(task, run(task));
-      }
-    }
-  }
-
-  /// The first panel, for which everything else waits: its products may use all threads.
-  void begin() {
-    const Task task = schedule_.begin();
-    end(task, run(task));
-  }
-
-  Int first_zero_pivot() const { return first_zero_pivot_; }
-
- private:
-  /// Position of a pivot that is exactly zero, or 0.
-  Int run(const Task& task) const {
-    switch (task.kind) {
-      case Task::Kind::none:
-        break;
-      case Task::Kind::panel:
-        return factor_panel(task.source);
-      case Task::Kind::update:
-        update(task.source, task.target);
-        break;
-      case Task::Kind::exchange:
-        exchange(task.source, task.target);
-        break;
-    }
-    return 0;
-  }
-
-  void end(const Task& task, Int zero_pivot) {
-    pthread_mutex_lock(&mutex_);
-    if (first_zero_pivot_ == 0) first_zero_pivot_ = zero_pivot;  // panels run one after the other
-    schedule_.end(task);
-    pthread_mutex_unlock(&mutex_);
-    ends_.announce();
-  }
-
-  Int factor_panel(Columns panel) const {
-    const Int j = panel.from;
-    Int info = 0;
-    x_variant::getrf(m_ - j, panel.count(), nuv::block(A_, j + 1, j + 1), ipiv_ + j, info);
-    for (Int i = j; i < panel.until; ++i) ipiv_[i] += j;
-    return info > 0 ? info + j : 0;
-  }
-
-  void exchange(Columns pivots, Columns target) const {
-    const Int columns = target.count(), first = pivots.from + 1, last = pivots.until, one = 1;
-    nuv_lapack_dlaswp(&columns, A_.at(1, target.from + 1), &A_.ld, &first, &last, ipiv_, &one);
-  }
-
-  /// Columns of U beside a strip, and what lies below them.
-  void update(Columns strip, Columns target) const {
-    exchange(strip, target);
-    const Int jb = strip.count(), r = target.count(), below = m_ - strip.until;
-    const Matrix<double> A12 = nuv::block(A_, strip.from + 1, target.from + 1);
-    blas::trsm('L', 'L', 'N', 'U', jb, r, 1.0, nuv::block(A_, strip.from + 1, strip.from + 1), A12);
-    if (below > 0) {
-      blas::gemm('N', 'N', below, r, jb, -1.0, nuv::block(A_, strip.until + 1, strip.from + 1), A12, 1.0,
-                 nuv::block(A_, strip.until + 1, target.from + 1));
-    }
-  }
-
-  Schedule& schedule_;
-  Int m_;
-  Matrix<double> A_;
-  Int* ipiv_;
   Int first_zero_pivot_ = 0;
-  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
-  Changes ends_;  ///< of tasks
 };
+
+/// The first panel, for which everything else waits, is shared by all threads.
+Int factor_first(const LuSteps& steps, Columns panel, int threads) {
+  Int zero_pivot = 0;
+  factor_in_cache(steps.m, panel.count(), steps.A.data, steps.A.ld, steps.ipiv, zero_pivot, threads);
+  return zero_pivot;
+}
 
 /// Width of the panels of the serial body, 0 if it takes the whole matrix at once.
 Int first_panel(Int m, Int n) {
@@ -298,12 +206,12 @@ bool factor_by_strips(Int m, Int n, double* a, Int lda, Int* ipiv, Int& info, in
       schedule.bytes() <= UINT32_MAX ? nuv_serv_allocate(static_cast<unsigned>(schedule.bytes()), 128) : nullptr;
   if (room == nullptr) return false;
   schedule.keep_in(room);
-  Factorisation factorisation(schedule, m, {a, lda}, ipiv);
-  factorisation.begin();
-  const int workers = std::min(threads, schedule.most_at_once());
-  run_pieces(
-      workers, workers, [](void* context, int) { static_cast<Factorisation*>(context)->work(); }, &factorisation);
-  if (info == 0) info = factorisation.first_zero_pivot();
+  const LuSteps steps{m, {a, lda}, ipiv};
+  const Task panel = schedule.begin(true);
+  schedule.end(panel, factor_first(steps, panel.source, threads));
+  const auto run = [&](const Task& task) { return steps.run(task); };
+  TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once()));
+  if (info == 0) info = schedule.first_zero_pivot();
   nuv_serv_deallocate(room);
   return true;
 }

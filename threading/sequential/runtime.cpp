@@ -12,6 +12,12 @@ bool has_threads() {
   return false;
 }
 
+int threads_for_short_work() {
+  return 1;
+}
+
+void note_wait(int) {}
+
 void run_pieces(int, int pieces, void (*piece)(void* context, int index), void* context) {
   for (int index = 0; index < pieces; ++index) piece(context, index);
 }
@@ -19,7 +25,9 @@ void run_pieces(int, int pieces, void (*piece)(void* context, int index), void* 
 Team::Team(double, double) : mine_(false) {}
 Team::~Team() = default;
 
-void Changes::wait_beyond(std::uint32_t) {}
+int Changes::wait_beyond(std::uint32_t) {
+  return 0;
+}
 void Changes::announce() {
   ++count_;
 }

@@ -13,9 +13,10 @@
 namespace nuv::threading {
 namespace {
 
-/// How long a helper watches for the next work before it sleeps, and the caller for the end of the last piece: longer
-/// than what lies between two products of a routine, shorter than anybody else would notice.
-constexpr int watch_for_work = 50, watch_for_end = 20;
+/// How long a helper watches for the next work before it sleeps, and the caller for the end of the last piece, in
+/// microseconds: longer than what lies between two products of a routine, or between two small factorisations of a
+/// program that copies its matrices; shorter than anybody else would notice.
+constexpr int watch_for_work = 100, watch_for_end = 20;
 
 constexpr std::size_t stack_bytes = 2 << 20;
 

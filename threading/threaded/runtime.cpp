@@ -64,6 +64,17 @@ int configured_threads() {
   return std::min(threads, most_threads);
 }
 
+/// A wait that no task of short work explains; how many times as long such work is done alone then, so that the waits
+/// take a small part of the time, and the longest such time.
+constexpr int long_wait = 500, times_alone = 16, most_milliseconds_alone = 200;
+
+/// When short work may be shared again, in milliseconds of the clock, modulo 2^32.
+std::uint32_t shared_again = 0;
+
+std::uint32_t now_in_milliseconds() {
+  return static_cast<std::uint32_t>(now_in_microseconds() / 1000);
+}
+
 bool may_have_helpers() {
   return !plain_load(in_forked_child) && (helpers_are_ready() || helpers_are_free()) && !in_parallel_region();
 }
@@ -78,6 +89,19 @@ int available_threads() {
 
 bool has_threads() {
   return true;
+}
+
+int threads_for_short_work() {
+  const int threads = available_threads();
+  if (threads == 1) return 1;
+  const std::uint32_t still_alone = plain_load(shared_again) - now_in_milliseconds();
+  return still_alone - 1 < most_milliseconds_alone ? 1 : threads;
+}
+
+void note_wait(int microseconds) {
+  if (microseconds < long_wait) return;
+  const int milliseconds = std::min(microseconds / 1000 * times_alone + times_alone, most_milliseconds_alone);
+  plain_store(shared_again, now_in_milliseconds() + static_cast<std::uint32_t>(milliseconds));
 }
 
 void run_pieces(int threads, int pieces, Piece piece, void* context) {
@@ -106,11 +130,13 @@ constexpr int watch_for_change = 50;
 
 }  // namespace
 
-void Changes::wait_beyond(std::uint32_t seen) {
-  if (watch(count_, seen, watch_for_change)) return;
+int Changes::wait_beyond(std::uint32_t seen) {
+  if (watch(count_, seen, watch_for_change)) return 0;
+  const std::int64_t start = now_in_microseconds();
   __atomic_add_fetch(&sleepers_, 1, __ATOMIC_SEQ_CST);
   while (__atomic_load_n(&count_, __ATOMIC_SEQ_CST) == seen) sleep_while(count_, seen);
   __atomic_sub_fetch(&sleepers_, 1, __ATOMIC_SEQ_CST);
+  return static_cast<int>(std::min<std::int64_t>(now_in_microseconds() - start, INT32_MAX));
 }
 
 void Changes::announce() {

@@ -26,6 +26,10 @@ bool is_other(const std::uint32_t& word, std::uint32_t value) {
 
 }  // namespace
 
+std::int64_t now_in_microseconds() {
+  return now_in_nanoseconds() / 1000;
+}
+
 bool watch(const std::uint32_t& word, std::uint32_t value, int microseconds) {
   constexpr int looks = 16;
   const std::int64_t start = now_in_nanoseconds();

@@ -7,6 +7,8 @@
 
 namespace nuv::threading {
 
+std::int64_t now_in_microseconds();
+
 /// Watches a word until it is other than `value`, for at most that long; false if it still is. Gives up earlier where
 /// the machine had something else to run in between.
 bool watch(const std::uint32_t& word, std::uint32_t value, int microseconds);
