@@ -47,6 +47,18 @@ DenseMatrix<T> to_dense(MatrixMarket file) {
 }
 
 template <Scalar T>
+DenseMatrix<T> adjoint(const DenseMatrix<T>& a) {
+  DenseMatrix<T> result(a.columns, a.rows);
+  for (Int j = 1; j <= a.columns; ++j) {
+    for (Int i = 1; i <= a.rows; ++i) {
+      if constexpr (ComplexScalar<T>) result(j, i) = std::conj(a(i, j));
+      else result(j, i) = a(i, j);
+    }
+  }
+  return result;
+}
+
+template <Scalar T>
 bool all_finite(const std::vector<T>& elements) {
   return std::all_of(elements.begin(), elements.end(), [](T x) { return is_finite(x); });
 }
@@ -101,6 +113,7 @@ void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::
 
 #define NUV_INSTANTIATE(T)                                                                               \
   template DenseMatrix<T> to_dense(MatrixMarket);                                                        \
+  template DenseMatrix<T> adjoint(const DenseMatrix<T>&);                                                \
   template bool all_finite(const std::vector<T>&);                                                       \
   template void require_finite_sums(const std::vector<T>&, const std::string&);                          \
   template T narrowed(std::complex<double>);                                                             \

@@ -47,6 +47,10 @@ struct DenseMatrix {
 template <Scalar T>
 DenseMatrix<T> to_dense(MatrixMarket file);
 
+/// A^H
+template <Scalar T>
+DenseMatrix<T> adjoint(const DenseMatrix<T>& a);
+
 template <Scalar T>
 bool all_finite(const std::vector<T>& elements);
 

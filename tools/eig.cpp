@@ -135,13 +135,6 @@ std::string_view orthogonality_of(const EigenOptions& options) {
   return options.type == 3 ? "||Z^H A Z - W|| / (||A|| ||Z||^2 n eps)" : "||Z^H B Z - I|| / (||B|| ||Z||^2 n eps)";
 }
 
-template <Scalar T>
-void write_values(const std::vector<Real<T>>& values, Output& output) {
-  DenseMatrix<Real<T>> column(static_cast<Int>(values.size()), 1);
-  column.elements = values;
-  write_result(column, output);
-}
-
 /// Where results go, refused before the work where they can't be written.
 struct Outputs {
   explicit Outputs(const EigenOptions& options) {
@@ -178,9 +171,11 @@ void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const Eigen
         .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)));
   }
   report.time(time);
-  if (outputs.plot) plot_spectrum(std::vector<double>(pairs.values.begin(), pairs.values.end()), *outputs.plot);
+  if (outputs.plot) {
+    plot_spectrum({pairs.values.begin(), pairs.values.end()}, {"Eigenvalues", "ascending"}, *outputs.plot);
+  }
   if (outputs.vectors) write_result(pairs.vectors, *outputs.vectors);
-  write_values<T>(pairs.values, *outputs.values);
+  write_result(pairs.values, *outputs.values);
   report.to_standard_error();
 }
 

@@ -1,9 +1,6 @@
 #include "eigen_solvers.hpp"
 
-#include <algorithm>
-#include <cmath>
 #include <complex>
-#include <limits>
 #include <tuple>
 #include <utility>
 
@@ -30,9 +27,9 @@ class DriverSpace {
 
   /// Makes the arrays as long as the answers ask for.
   void grow() {
-    lwork_ = fit(work_, std::real(work_.front()));
-    lsecond_ = fit(second_, second_.front());
-    lintegers_ = fit(integers_, double(integers_.front()));
+    lwork_ = grow_to(work_, std::real(work_.front()));
+    lsecond_ = grow_to(second_, second_.front());
+    lintegers_ = grow_to(integers_, double(integers_.front()));
   }
 
   /// The arguments of the simple drivers.
@@ -58,15 +55,6 @@ class DriverSpace {
   auto expert() { return std::tuple_cat(simple(), std::tuple(integers_.data(), failed_.data())); }
 
  private:
-  /// An answer in single precision may have been rounded down.
-  template <class Element, class Answer>
-  static Int fit(std::vector<Element>& array, Answer answer) {
-    const double size = std::nextafter(answer, std::numeric_limits<Answer>::max());
-    if (size > std::numeric_limits<Int>::max()) throw std::length_error("workspace");
-    array.resize(std::max(array.size(), static_cast<std::size_t>(std::ceil(size))));
-    return static_cast<Int>(array.size());
-  }
-
   std::vector<T> work_;
   std::vector<R> second_;
   std::vector<Int> integers_, failed_, support_;

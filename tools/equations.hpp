@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/types.hpp"
 #include "dense_matrix.hpp"
@@ -39,6 +40,14 @@ template <Scalar T>
 void write_result(const DenseMatrix<T>& x, Output& output) {
   write_matrix_market(x, [&](std::string_view text) { output.write(text); });
   output.commit();
+}
+
+/// The same for numbers, as an array of one column.
+template <RealScalar R>
+void write_result(const std::vector<R>& numbers, Output& output) {
+  DenseMatrix<R> column(static_cast<Int>(numbers.size()), 1);
+  column.elements = numbers;
+  write_result(column, output);
 }
 
 /// Runs a command; memory that there is not becomes a FileError about the matrix.

@@ -25,6 +25,7 @@
 #include "make.hpp"
 #include "output.hpp"
 #include "solve.hpp"
+#include "svd.hpp"
 
 namespace {
 
@@ -170,6 +171,53 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
   add("--plot", options.plot_file, "FILE", "SVG file for a picture of the eigenvalues, by gnuplot")->check(not_empty());
 }
 
+constexpr const char* about_tolerance = "Share of the largest up to which others count as zero, see below";
+
+constexpr std::string_view about_lstsq =
+    "With at least as many rows in A as columns each column of X makes the norm of its residual least; with fewer\n"
+    "rows it is the solution of least norm.\n"
+    "\n"
+    "A is factored with column pivoting, or A^H where it has fewer rows. The numerical rank is the number of elements\n"
+    "on the diagonal of R above TOL times the first, which is the largest; TOL is max(m, n) eps by default, for an m\n"
+    "by n matrix and eps = 2.2e-16 in double precision, 1.2e-07 in single. With a lower rank than its smaller size A\n"
+    "isn't solved, since more than one X would be right or rounding errors would choose it. Columns in units of very\n"
+    "different size can show a low rank, too: change the units, or TOL.\n"
+    "\n"
+    "Standard error tells sizes, rank, the largest norm of a residual and the time.\n";
+
+void add_lstsq_options(CLI::App& command, LeastSquaresOptions& options) {
+  add_equation_options(command, options, "Matrix Market file of the matrix, which must have full rank");
+  command.add_option("--rank", options.rank_tolerance, about_tolerance)->type_name("TOL");
+}
+
+constexpr std::string_view about_svd =
+    "A = U S V^H may have any shape. Singular values, the diagonal of S, are shown in descending order.\n"
+    "\n"
+    "  thin  vectors that belong to values, min(m, n) on either side of an m by n matrix; by default\n"
+    "  full  all vectors: m on the left, n on the right\n"
+    "\n"
+    "Standard error tells the numerical rank, which is the number of values above TOL times the largest; TOL is\n"
+    "max(m, n) eps by default, with eps = 2.2e-16 in double precision, 1.2e-07 in single: rounding errors make what\n"
+    "is smaller. The condition number in the two-norm is the largest over the smallest value. With vectors standard\n"
+    "error also tells how well they and the values fit.\n";
+
+void add_svd_options(CLI::App& command, SingularOptions& options) {
+  add_matrix_options(command, options, "Matrix Market file of the matrix");
+  add_output_option(command, options.output_file, "File for the singular values");
+  const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
+    return command.add_option(name, value, about)->type_name(type);
+  };
+  add("--left", options.left_file, "FILE", "File for the left singular vectors U, one per column (default: none)")
+      ->check(not_empty());
+  add("--right", options.right_file, "FILE", "File for the right singular vectors V, one per column (default: none)")
+      ->check(not_empty());
+  command.add_flag("--thin", options.thin, "Vectors that belong to values alone (default)");
+  command.add_flag("--full", options.full, "All vectors of either side");
+  add("--rank", options.rank_tolerance, "TOL", about_tolerance);
+  add("--plot", options.plot_file, "FILE", "SVG file for a picture of the singular values, by gnuplot")
+      ->check(not_empty());
+}
+
 constexpr std::string_view about_make =
     "KIND is general, band, symmetric, hermitian (complex) or positive (symmetric or Hermitian positive definite).\n"
     "Real symmetric and Hermitian matrices get eigenvalues, all others, complex symmetric ones too, singular values:\n"
@@ -218,7 +266,8 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
 
 struct CommandLine {
   CLI::App app{
-      "Solves dense and band systems of linear equations, least squares and eigenproblems, and makes test matrices.",
+      "Solves dense and band systems of linear equations, least squares and eigenproblems, finds singular values, and\n"
+      "makes test matrices.",
       "nuv"};
   CLI::App* solve;
   CLI::App* lstsq;
@@ -226,13 +275,15 @@ struct CommandLine {
   CLI::App* inv;
   CLI::App* det;
   CLI::App* eig;
+  CLI::App* svd;
   CLI::App* make;
   CLI::App* info;
   SolveOptions options;
-  EquationOptions lstsq_options;
+  LeastSquaresOptions lstsq_options;
   MatrixOptions cond_options, det_options;
   InverseOptions inv_options;
   EigenOptions eig_options;
+  SingularOptions svd_options;
   MakeOptions make_options;
 
   CommandLine() {
@@ -245,12 +296,8 @@ struct CommandLine {
     solve->footer(fmt::format("{}{}{}{}", about_methods, about_input, about_files, about_status));
 
     lstsq = app.add_subcommand("lstsq", "Find the X that comes nearest to A X = B, or the least that fits.");
-    add_equation_options(*lstsq, lstsq_options, "Matrix Market file of the matrix, which must have full rank");
-    lstsq->footer(fmt::format(
-        "With at least as many rows in A as columns each column of X makes the norm of its residual least; with fewer\n"
-        "rows it is the solution of least norm.\n{}{}Sizes, the norm of each residual and time go to standard "
-        "error.\n{}",
-        about_input, about_files, about_status));
+    add_lstsq_options(*lstsq, lstsq_options);
+    lstsq->footer(fmt::format("{}{}{}{}", about_lstsq, about_input, about_files, about_status));
 
     cond = app.add_subcommand("cond", "Estimate the condition number of A.");
     add_matrix_options(*cond, cond_options, about_square);
@@ -279,6 +326,10 @@ struct CommandLine {
     eig = app.add_subcommand("eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.");
     add_eig_options(*eig, eig_options);
     eig->footer(fmt::format("{}{}{}", about_eig, about_input, about_answer));
+
+    svd = app.add_subcommand("svd", "Find singular values, singular vectors and the rank of A.");
+    add_svd_options(*svd, svd_options);
+    svd->footer(fmt::format("{}{}\n{}", about_svd, about_input, about_answer));
 
     make = app.add_subcommand("make", "Make a random matrix with given singular values or eigenvalues.");
     add_make_options(*make, make_options);
@@ -311,6 +362,7 @@ int run(int argc, char** argv) {
     if (*command_line.inv) invert(command_line.inv_options);
     if (*command_line.det) print(determinant_report(command_line.det_options));
     if (*command_line.eig) find_eigenvalues(command_line.eig_options);
+    if (*command_line.svd) find_singular_values(command_line.svd_options);
     if (*command_line.make) make(command_line.make_options);
     if (*command_line.info) print(library_report());
     return 0;

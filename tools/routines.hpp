@@ -13,14 +13,17 @@ namespace nuv::tools {
 template <Scalar T>
 struct Routines;
 
-// The routines for Hermitian matrices are those for symmetric ones where matrices are real.
-#define NUV_ROUTINES(T, letter, he)                             \
+// The routines for Hermitian matrices are those for symmetric ones where matrices are real, and unitary matrices are
+// orthogonal there.
+#define NUV_ROUTINES(T, letter, he, un)                         \
   template <>                                                   \
   struct Routines<T> {                                          \
     static constexpr auto gbcon = nuv_lapack_##letter##gbcon;   \
     static constexpr auto gbsvx = nuv_lapack_##letter##gbsvx;   \
     static constexpr auto gbtrf = nuv_lapack_##letter##gbtrf;   \
     static constexpr auto gecon = nuv_lapack_##letter##gecon;   \
+    static constexpr auto geqp3 = nuv_lapack_##letter##geqp3;   \
+    static constexpr auto gesdd = nuv_lapack_##letter##gesdd;   \
     static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \
     static constexpr auto getrf = nuv_lapack_##letter##getrf;   \
     static constexpr auto getri = nuv_lapack_##letter##getri;   \
@@ -34,12 +37,14 @@ struct Routines;
     static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;   \
     static constexpr auto posvx = nuv_lapack_##letter##posvx;   \
     static constexpr auto sysvx = nuv_lapack_##letter##sysvx;   \
+    static constexpr auto trtrs = nuv_lapack_##letter##trtrs;   \
+    static constexpr auto unmqr = nuv_lapack_##letter##un##mqr; \
   };
 
-NUV_ROUTINES(float, s, sy)
-NUV_ROUTINES(double, d, sy)
-NUV_ROUTINES(std::complex<float>, c, he)
-NUV_ROUTINES(std::complex<double>, z, he)
+NUV_ROUTINES(float, s, sy, or)
+NUV_ROUTINES(double, d, sy, or)
+NUV_ROUTINES(std::complex<float>, c, he, un)
+NUV_ROUTINES(std::complex<double>, z, he, un)
 #undef NUV_ROUTINES
 
 }  // namespace nuv::tools

@@ -2,6 +2,7 @@
 
 // Pictures of spectra, drawn by gnuplot.
 
+#include <string_view>
 #include <vector>
 
 #include "output.hpp"
@@ -11,7 +12,13 @@ namespace nuv::tools {
 /// Throws std::runtime_error, which says what to install, where gnuplot isn't there.
 void require_plotter();
 
-/// Draws values over their numbers as SVG, and makes the picture final. Throws std::runtime_error where gnuplot fails.
-void plot_spectrum(const std::vector<double>& values, Output& output);
+struct SpectrumWords {
+  std::string_view title, order;
+  bool logarithmic = false;  ///< zeros, which have no logarithm, are left out then, unless there is nothing else
+};
+
+/// Draws values over their numbers as SVG, and makes the picture final. Throws std::runtime_error where there are no
+/// values, and where gnuplot fails.
+void plot_spectrum(const std::vector<double>& values, const SpectrumWords& words, Output& output);
 
 }  // namespace nuv::tools

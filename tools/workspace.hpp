@@ -2,7 +2,10 @@
 
 // What calls of the library's routines have in common.
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -22,6 +25,16 @@ struct ConditionWorkspace {
   explicit ConditionWorkspace(Int n)
       : first(4 * static_cast<std::size_t>(n) + 1), second(2 * static_cast<std::size_t>(n) + 1) {}
 };
+
+/// Makes a work array at least as long as a routine asked for in its first element, and tells its length. An answer in
+/// single precision may have been rounded down.
+template <class Element, class Answer>
+Int grow_to(std::vector<Element>& array, Answer answer) {
+  const double size = std::nextafter(answer, std::numeric_limits<Answer>::max());
+  if (size > std::numeric_limits<Int>::max()) throw std::length_error("workspace");
+  array.resize(std::max(array.size(), static_cast<std::size_t>(std::ceil(size))));
+  return static_cast<Int>(array.size());
+}
 
 /// A routine that refuses an argument shows an error of the command, not of its user.
 inline void require_accepted(Int info) {

@@ -78,7 +78,26 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"eig", "A.mtx", "--type", "2"}, "--type is for two matrices: give --with"},
       {{"eig", "A.mtx", "--with", "B.mtx", "--type", "4"}, "--type"},
       {{"eig", "A.mtx", "--with", "B.mtx", "--method", "mrrr"}, "--method mrrr is for one matrix, --with gives two"},
+      {{"svd"}, "A is required"},
+      {{"svd", "A.mtx", "b.mtx"}, "b.mtx"},
+      {{"svd", ""}, "A: a file name must not be empty"},
+      {{"svd", "A.mtx", "--left"}, "--left"},
+      {{"svd", "A.mtx", "--left", ""}, "--left: a file name must not be empty"},
+      {{"svd", "A.mtx", "--right", ""}, "--right: a file name must not be empty"},
+      {{"svd", "A.mtx", "--plot", ""}, "--plot: a file name must not be empty"},
+      {{"svd", "A.mtx", "-p", "q"}, "q not in {s,d,c,z}"},
+      {{"svd", "A.mtx", "--thin"}, "--thin is for vectors: give --left or --right"},
+      {{"svd", "A.mtx", "--full"}, "--full is for vectors: give --left or --right"},
+      {{"svd", "A.mtx", "--left", "U", "--thin", "--full"}, "--thin and --full are two ways to choose: give one"},
+      {{"svd", "A.mtx", "--rank"}, "--rank"},
+      {{"svd", "A.mtx", "--rank", "few"}, "--rank"},
+      {{"svd", "A.mtx", "--rank", "-1e-9"}, "--rank takes a number from 0 to below 1"},
+      {{"svd", "A.mtx", "--rank", "1"}, "--rank takes a number from 0 to below 1"},
+      {{"svd", "A.mtx", "--rank", "nan"}, "--rank takes a number from 0 to below 1"},
+      {{"svd", "A.mtx", "--vectors", "Z"}, "--vectors"},
       {{"lstsq"}, "A is required"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rank", "1"}, "--rank takes a number from 0 to below 1"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rank=-0.1"}, "--rank takes a number from 0 to below 1"},
       {{"lstsq", "A.mtx"}, "B is required"},
       {{"lstsq", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
       {{"lstsq", "A.mtx", "b.mtx", "--spd"}, "--spd"},
@@ -119,7 +138,7 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     const ChildResult result = run_nuv(folder, {option});
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.error, "");
-    for (const char* word : {"solve", "lstsq", "cond", "inv", "det", "eig", "make", "info", "--version"})
+    for (const char* word : {"solve", "lstsq", "cond", "inv", "det", "eig", "svd", "make", "info", "--version"})
       EXPECT_NE(result.output.find(word), std::string::npos) << word;
 
     const ChildResult of_solve = run_nuv(folder, {"solve", option});
@@ -132,8 +151,15 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     }
     const ChildResult of_lstsq = run_nuv(folder, {"lstsq", option});
     EXPECT_EQ(of_lstsq.exit_status, 0);
-    for (const char* word : {"-o,--output FILE", "-p,--precision", "least norm", "more than once are summed"}) {
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "--rank TOL", "least norm", "max(m, n) eps",
+                             "more than once are summed"}) {
       EXPECT_NE(of_lstsq.output.find(word), std::string::npos) << word;
+    }
+    const ChildResult of_svd = run_nuv(folder, {"svd", option});
+    EXPECT_EQ(of_svd.exit_status, 0);
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "--left FILE", "--right FILE", "--thin", "--full",
+                             "--rank TOL", "--plot FILE", "max(m, n) eps", "two-norm", "more than once are summed"}) {
+      EXPECT_NE(of_svd.output.find(word), std::string::npos) << word;
     }
     const ChildResult of_make = run_nuv(folder, {"make", option});
     EXPECT_EQ(of_make.exit_status, 0);

@@ -5,77 +5,21 @@
 #include <cmath>
 #include <filesystem>
 #include <numbers>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "nuv_command.hpp"
+#include "spectrum_command.hpp"
 
 namespace nuv::test {
 namespace {
 
-const std::string array = "%%MatrixMarket matrix array real general\n";
 const std::string symmetric = "%%MatrixMarket matrix coordinate real symmetric\n";
 const std::string diagonal = symmetric + "4 4 4\n1 1 3\n2 2 1\n3 3 2\n4 4 -5\n";
 
-class Eig : public testing::Test {
+class Eig : public SpectrumCommand {
  protected:
-  ChildResult run(std::vector<std::string> options = {}) const {
-    options.insert(options.begin(), {"eig", "A.mtx"});
-    return run_nuv(folder, options);
-  }
-
-  /// The numbers in an array file.
-  static std::vector<double> numbers(const std::string& text) {
-    std::istringstream lines(text);
-    std::string line;
-    std::getline(lines, line);
-    std::getline(lines, line);
-    std::vector<double> result;
-    for (double x; lines >> x;) result.push_back(x);
-    return result;
-  }
-
-  std::vector<double> values(const std::string& matrix, const std::vector<std::string>& options = {}) const {
-    folder.write("A.mtx", matrix);
-    const ChildResult result = run(options);
-    EXPECT_TRUE(result.succeeded()) << to_string(result);
-    return numbers(result.output);
-  }
-
-  /// The words behind a label in the account of a call.
-  std::string account(const std::string& label, const std::vector<std::string>& options) const {
-    const ChildResult result = run(options);
-    EXPECT_TRUE(result.succeeded()) << to_string(result);
-    std::istringstream lines(result.error);
-    for (std::string line; std::getline(lines, line);) {
-      if (line.starts_with(label + " ")) return line.substr(19);
-    }
-    ADD_FAILURE() << "no " << label << " in\n" << result.error;
-    return "nan";
-  }
-
-  void refuse(const std::string& matrix, const std::vector<std::string>& options, int status,
-              const std::string& message) const {
-    folder.write("A.mtx", matrix);
-    expect_refusal(run(options), status, message);
-  }
-
-  /// A program that draws a picture of what gnuplot is told to draw.
-  void write_plotter(const std::string& script) const {
-    folder.write("gnuplot", "#!/bin/sh\n" + script);
-    std::filesystem::permissions(folder / "gnuplot", std::filesystem::perms::owner_all);
-  }
-
-  ChildResult run_with_path(const std::string& path, const std::vector<std::string>& options) const {
-    ChildCommand command{.arguments = {nuv_program(), "eig", "A.mtx"}, .environment = {{"PATH", path}}};
-    command.arguments.insert(command.arguments.end(), options.begin(), options.end());
-    command.working_directory = folder.path();
-    return run_child(command);
-  }
-
-  TemporaryFolder folder;
+  Eig() : SpectrumCommand("eig") {}
 };
 
 /// Twos on the diagonal, ones beside it.
@@ -216,21 +160,16 @@ TEST_F(Eig, IndexBeyondTheOrderIsWrongUsage) {
 
 TEST_F(Eig, PictureIsDrawnByGnuplot) {
   folder.write("A.mtx", diagonal);
-  write_plotter("[ \"$1\" = --version ] || { echo '<svg>'; cat \"$1\"; echo '</svg>'; }\n");
-  const std::string path = folder.path() + ":/usr/bin:/bin";
-  ASSERT_TRUE(run_with_path(path, {"--plot", "values.svg"}).succeeded());
-  EXPECT_NE(folder.read("values.svg").find("\n1 -5\n2 1\n3 2\n4 3\n"), std::string::npos);
-
-  write_plotter("[ \"$1\" = --version ]\n");
-  const ChildResult failed = run_with_path(path, {"--plot", "other.svg"});
-  expect_refusal(failed, 1, "gnuplot did not draw the picture");
-  EXPECT_FALSE(std::filesystem::exists(folder / "other.svg"));
+  const std::string script = script_of_picture();
+  EXPECT_NE(script.find("\nset title 'Eigenvalues'\nset xlabel 'number, in ascending order'\n"), script.npos) << script;
+  EXPECT_NE(script.find("\n1 -5\n2 1\n3 2\n4 3\n"), script.npos) << script;
+  EXPECT_EQ(script.find("logscale"), script.npos) << script;
+  expect_words_where_no_picture_comes();
 }
 
-TEST_F(Eig, PictureWithoutGnuplotIsRefusedWithAWord) {
+TEST_F(Eig, NoValuesMakeNoPicture) {
   folder.write("A.mtx", diagonal);
-  expect_refusal(run_with_path(folder.path(), {"--plot", "values.svg"}), 1,
-                 "--plot needs gnuplot, which is not installed here (on Debian: apt install gnuplot-nox)");
+  expect_no_value_to_draw({"--range", "5:6"});
 }
 
 }  // namespace

@@ -55,6 +55,53 @@ TEST_F(MemoryLimit, OfSolveIsTold) {
   expect_refused({"solve", "A.mtx", "b.mtx"}, "A.mtx: the system does not fit into memory");
 }
 
+TEST_F(MemoryLimit, OfLstsqIsTold) {
+  folder.write("A.mtx", coordinate + "general\n6000 3000 1\n6000 1 1\n");
+  folder.write("b.mtx", coordinate + "general\n6000 1 0\n");
+  expect_refused({"lstsq", "A.mtx", "b.mtx"},
+                 "A.mtx:2: a 6000 by 3000 matrix takes 0.268 GiB to solve, this machine can give 0.191");
+  folder.write("A.mtx", coordinate + "general\n3000 3000 1\n3000 1 1\n");
+  folder.write("b.mtx", coordinate + "general\n3000 3000 0\n");
+  expect_refused({"lstsq", "A.mtx", "b.mtx"}, "A.mtx: the system does not fit into memory");
+}
+
+TEST_F(MemoryLimit, OfSvdIsTold) {
+  const auto write = [&](int rows, int columns) {
+    folder.write("A.mtx", coordinate + "general\n" + std::to_string(rows) + " " + std::to_string(columns) + " 0\n");
+  };
+  write(6000, 6000);
+  expect_refused({"svd", "A.mtx"},
+                 "A.mtx:2: a 6000 by 6000 matrix takes 0.268 GiB to decompose, this machine can give 0.191");
+  write(5050, 5050);
+  expect_refused({"svd", "A.mtx"}, "A.mtx: the matrix does not fit into memory");
+  // What vectors take: the matrix twice, both sides, and work; right ones are turned.
+  write(2000, 2000);
+  expect_refused({"svd", "A.mtx", "--left", "U"},
+                 "A.mtx:2: a 2000 by 2000 matrix takes 0.209 GiB to decompose, this machine can give 0.191");
+  expect_refused({"svd", "A.mtx", "--right", "V"},
+                 "A.mtx:2: a 2000 by 2000 matrix takes 0.238 GiB to decompose, this machine can give 0.191");
+  write(1850, 1850);
+  expect_refused({"svd", "A.mtx", "--left", "U"}, "A.mtx: the matrix does not fit into memory");
+}
+
+TEST_F(MemoryLimit, OfSvdIsNotMetForVectorsThatNobodyAskedFor) {
+  // The full left side alone would take 0.75 GiB.
+  std::ostringstream a;
+  a << coordinate << "general\n10000 2 2\n1 1 3\n10000 2 4\n";
+  folder.write("A.mtx", a.str());
+  const std::string values = "%%MatrixMarket matrix array real general\n2 1\n4\n3\n";
+  for (const std::vector<std::string>& options :
+       std::vector<std::vector<std::string>>{{}, {"--left", "U"}, {"--full", "--right", "V"}}) {
+    std::vector<std::string> arguments = {"svd", "A.mtx"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ChildResult result = run(arguments);
+    EXPECT_TRUE(result.succeeded()) << to_string(result);
+    EXPECT_EQ(result.output, values);
+  }
+  expect_refused({"svd", "A.mtx", "--full", "--left", "U"},
+                 "A.mtx:2: a 10000 by 2 matrix takes 0.745 GiB to decompose, this machine can give 0.191");
+}
+
 TEST_F(MemoryLimit, OfABandIsTold) {
   folder.write("A.mtx", coordinate + "symmetric\n100000 100000 1\n101 1 1\n");
   folder.write("b.mtx", coordinate + "general\n100000 1 0\n");

@@ -1,0 +1,145 @@
+#include "svd.hpp"
+
+#include <fmt/format.h>
+#include <nuv/nuv_lapack.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "dense_matrix.hpp"
+#include "equations.hpp"
+#include "error.hpp"
+#include "matrix_market.hpp"
+#include "memory.hpp"
+#include "numerical_rank.hpp"
+#include "output.hpp"
+#include "precision.hpp"
+#include "report.hpp"
+#include "singular_residual.hpp"
+#include "singular_solver.hpp"
+#include "spectrum_plot.hpp"
+
+namespace nuv::tools {
+namespace {
+
+void require_consistent(const SingularOptions& options) {
+  if (options.thin && options.full) throw UsageError("--thin and --full are two ways to choose: give one");
+  if ((options.thin || options.full) && !options.left_file && !options.right_file) {
+    throw UsageError(fmt::format("--{} is for vectors: give --left or --right", options.full ? "full" : "thin"));
+  }
+  require_tolerance(options.rank_tolerance);
+}
+
+/// On the side where a matrix is shorter, all vectors belong to values.
+SingularVectors vectors_for(const SingularOptions& options, Int rows, Int columns) {
+  if (!options.left_file && !options.right_file) return SingularVectors::None;
+  const bool more = (options.left_file && rows > columns) || (options.right_file && columns > rows);
+  return options.full && more ? SingularVectors::Full : SingularVectors::Thin;
+}
+
+/// With vectors, the residual needs the matrix once more, and right ones are turned before they are written.
+template <Scalar T>
+void require_memory_for(const MatrixMarket& file, SingularVectors vectors, bool right) {
+  long double bytes = bytes_to_decompose<T>(file.rows, file.columns, vectors);
+  const long double itself = static_cast<long double>(file.rows) * file.columns;
+  if (vectors != SingularVectors::None) bytes += sizeof(T) * itself;
+  if (right) {
+    const Int count = vectors == SingularVectors::Full ? file.columns : std::min(file.rows, file.columns);
+    bytes += static_cast<long double>(sizeof(T)) * count * file.columns;
+  }
+  const std::string what = fmt::format("a {} by {} matrix", file.rows, file.columns);
+  if (const auto shortage = memory_shortage(what, bytes, "decompose")) {
+    throw FileError(file.file, file.size_line, *shortage);
+  }
+}
+
+template <Scalar T>
+void require_result(const SingularDecomposition<T>& result, const std::string& file) {
+  if (result.info != 0) throw FileError(file, "the iteration for the singular values did not converge");
+  if (!all_finite(result.values)) throw FileError(file, "the singular values overflow the precision");
+}
+
+template <RealScalar R>
+std::string condition_words(const std::vector<R>& values, bool is_told) {
+  const long double largest = values.front(), smallest = values.back();
+  if (smallest == 0) return "inf   in the two-norm: the smallest singular value is zero";
+  return fmt::format("{:.3g}   in the two-norm, largest over smallest singular value{}", largest / smallest,
+                     is_told ? "" : ", which rounding errors decide on");
+}
+
+/// What the values say about a rows by columns matrix.
+template <Scalar T>
+void tell(const std::vector<Real<T>>& values, Int rows, Int columns, std::optional<double> given, Report& report) {
+  const auto count = static_cast<Int>(values.size());
+  const auto rank_for = [&](double tolerance) {
+    return numerical_rank(count, tolerance, [&](Int k) { return values[std::size_t(k - 1)]; });
+  };
+  const double usual = rank_tolerance<T>({}, rows, columns), tolerance = given.value_or(usual);
+  report.line("singular values", fmt::format("{}", count))
+      .line("rank", fmt::format("{}   singular values above {:.3g} of the largest", rank_for(tolerance), tolerance));
+  if (count > 0) report.line("condition", condition_words(values, rank_for(usual) == count));
+}
+
+/// Where results go, refused before the work where they can't be written.
+struct Outputs {
+  explicit Outputs(const SingularOptions& options) {
+    options.output_file ? values.emplace(*options.output_file) : values.emplace();
+    if (options.left_file) left.emplace(*options.left_file);
+    if (options.right_file) right.emplace(*options.right_file);
+    if (options.plot_file) plot.emplace(*options.plot_file);
+  }
+
+  std::optional<Output> values, left, right, plot;
+};
+
+template <Scalar T>
+void decompose_in(MatrixMarket file, const SingularOptions& options, Outputs& outputs) {
+  const Int rows = file.rows, columns = file.columns;
+  const SingularVectors vectors = vectors_for(options, rows, columns);
+  require_memory_for<T>(file, vectors, options.right_file.has_value());
+  const bool with_vectors = vectors != SingularVectors::None;
+  Report report;
+  report.line("matrix", words_of(file));
+  auto a = to_dense<T>(std::move(file));
+  DenseMatrix<T> kept(0, 0);
+  if (with_vectors) kept = a;
+
+  nuv_serv_load_dll();  // loading the kernel library is no part of the work
+  SingularDecomposition<T> result;
+  const Seconds time = timed([&] { result = decomposed(std::move(a), vectors); });
+  require_result(result, options.matrix_file);
+
+  tell<T>(result.values, rows, columns, options.rank_tolerance, report);
+  report.template routine<T>("found by", result.driver);
+  if (with_vectors) {
+    const SingularResiduals measures = residuals_of(kept, result);
+    report.line("residual", fmt::format("{:.3g}   ||A - U S V^H|| / (||A|| n eps)", measures.residual))
+        .line("orthogonality",
+              fmt::format("{:.3g}   larger of ||U^H U - I|| and ||V^H V - I||, over n eps", measures.orthogonality));
+  }
+  report.time(time);
+  if (outputs.plot) {
+    plot_spectrum({result.values.begin(), result.values.end()}, {"Singular values", "descending", true}, *outputs.plot);
+  }
+  if (outputs.left) write_result(result.left, *outputs.left);
+  if (outputs.right) write_result(adjoint(result.right_adjoint), *outputs.right);
+  write_result(result.values, *outputs.values);
+  report.to_standard_error();
+}
+
+}  // namespace
+
+void find_singular_values(const SingularOptions& options) {
+  require_consistent(options);
+  within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    if (options.plot_file) require_plotter();
+    Outputs outputs(options);
+    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    const char precision = precision_for(options.precision, {&file});
+    in_precision(precision, [&]<Scalar T>(T) { decompose_in<T>(std::move(file), options, outputs); });
+  });
+}
+
+}  // namespace nuv::tools
