@@ -17,8 +17,9 @@ int available_threads();
 /// whatever the number of threads, by the size of the problem alone; the other layer leaves it to the serial body.
 bool has_threads();
 
-/// As available_threads, for work of less than a millisecond; but 1 for some time after note_wait told of a thread that
-/// waited long for another: the machine has other work to do then, and what such work gains is less than one more wait.
+/// As available_threads, for work of some milliseconds at most; but 1 for some time after note_wait told of a thread
+/// that waited long for another: the machine has other work to do then, and what such work gains is less than one more
+/// wait.
 int threads_for_short_work();
 void note_wait(int microseconds);
 
@@ -32,14 +33,15 @@ void run_pieces(int threads, int pieces, void (*piece)(void* context, int index)
 class Team {
  public:
   /// A routine of less than `least` real multiply-adds stays on its own thread: while products pass between threads,
-  /// their operands pass between caches.
+  /// their operands pass between caches. So does one of some milliseconds for some time after another such had to wait
+  /// long for a thread.
   Team(double multiply_adds, double least);
   ~Team();
   Team(const Team&) = delete;
   Team& operator=(const Team&) = delete;
 
  private:
-  bool mine_;
+  bool mine_, is_short_;
 };
 
 /// A count of changes to what several threads look at.

@@ -4,12 +4,15 @@
 #include "threading/threaded/helpers.hpp"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -108,6 +111,50 @@ TEST_F(Helpers, AreNotReadyInsideAPiece) {
       2, 4, [](void* count, int) { *static_cast<std::atomic<int>*>(count) += helpers_are_ready(); }, &ready);
   EXPECT_EQ(ready, 0);
   EXPECT_TRUE(helpers_are_ready());
+}
+
+/// Lets all threads of this process run on these processors alone.
+void put_threads_on(const cpu_set_t& processors) {
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    ASSERT_EQ(sched_setaffinity(std::stoi(task.path().filename()), sizeof processors, &processors), 0);
+  }
+}
+
+TEST_F(Helpers, TellThatTheyHadToShareAProcessor) {
+  cpu_set_t all, one;
+  ASSERT_EQ(sched_getaffinity(0, sizeof all, &all), 0);
+  CPU_ZERO(&one);
+  CPU_SET(sched_getcpu(), &one);
+
+  // Pieces that sleep leave the processor to the helpers, too.
+  Record record(4);
+  record.duration = std::chrono::milliseconds(2);
+  share_pieces(2, 1, Record::do_piece, &record);
+  put_threads_on(one);
+  record.share(2);
+  EXPECT_GE(std::set(record.workers.begin(), record.workers.end()).size(), 2u);
+  EXPECT_GE(release_helpers(), 1000);
+  ASSERT_TRUE(take_helpers());
+  EXPECT_EQ(release_helpers(), 0);
+  put_threads_on(all);
+  ASSERT_TRUE(take_helpers());
+}
+
+TEST_F(Helpers, TellHowLongTheOwnerSlept) {
+  Record record(2);
+  record.duration = std::chrono::milliseconds(20);
+  const auto do_piece = [](void* context, int index) {
+    if (index == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    else Record::do_piece(context, index);
+  };
+  const auto start = std::chrono::steady_clock::now();
+  share_pieces(2, 2, do_piece, &record);
+  const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+  const int waited = release_helpers();
+  ASSERT_TRUE(take_helpers());
+  if (record.workers[1] == gettid()) GTEST_SKIP() << "no helper came in time";
+  EXPECT_GE(waited, 10'000);
+  EXPECT_LE(waited, std::max<std::int64_t>(1000, passed.count()));
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // Short work goes alone for a while after a thread was held up in it. The layer's runtime is compiled in.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -49,6 +51,59 @@ TEST_F(ShortWork, IsSharedAgainTheSoonerTheShorterTheWait) {
   note_wait(500);
   std::this_thread::sleep_for(std::chrono::milliseconds(40));
   EXPECT_EQ(threads_for_short_work(), threads);
+}
+
+TEST_F(ShortWork, IsSharedWhenThreadsAreAskedForAgain) {
+  note_wait(5000);
+  nuv_thread_set_num_threads(threads);
+  EXPECT_EQ(threads_for_short_work(), threads);
+}
+
+constexpr double some_milliseconds = 50e6, much_longer = 200e6, least = 10e6;
+
+/// Shares two pieces of which the helper's takes long.
+void wait_for_a_helper() {
+  struct Pieces {
+    pid_t caller = gettid();
+    std::atomic<bool> helper_is_at_work = false;
+  } both;
+  const auto piece = [](void* context, int) {
+    Pieces& pieces = *static_cast<Pieces*>(context);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    if (gettid() != pieces.caller) {
+      pieces.helper_is_at_work = true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    while (!pieces.helper_is_at_work && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  };
+  run_pieces(2, 2, piece, &both);
+  ASSERT_TRUE(both.helper_is_at_work);
+}
+
+TEST_F(ShortWork, OfARoutineGoesAloneAfterALongWaitInOne) {
+  {
+    const Team team(some_milliseconds, least);
+    EXPECT_EQ(available_threads(), threads);
+    wait_for_a_helper();
+  }
+  EXPECT_EQ(threads_for_short_work(), 1);
+  {
+    const Team team(some_milliseconds, least);
+    EXPECT_EQ(available_threads(), 1);
+  }
+  {
+    const Team team(much_longer, least);
+    EXPECT_EQ(available_threads(), threads);
+  }
+}
+
+TEST_F(ShortWork, DoesNotMindWaitsInLongWork) {
+  {
+    const Team team(much_longer, least);
+    wait_for_a_helper();
+  }
+  const Team team(some_milliseconds, least);
+  EXPECT_EQ(available_threads(), threads);
 }
 
 }  // namespace

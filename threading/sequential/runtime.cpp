@@ -22,7 +22,7 @@ void run_pieces(int, int pieces, void (*piece)(void* context, int index), void* 
   for (int index = 0; index < pieces; ++index) piece(context, index);
 }
 
-Team::Team(double, double) : mine_(false) {}
+Team::Team(double, double) : mine_(false), is_short_(false) {}
 Team::~Team() = default;
 
 int Changes::wait_beyond(std::uint32_t) {

@@ -1,6 +1,7 @@
 #include "threading/threaded/helpers.hpp"
 
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -17,6 +18,9 @@ namespace {
 /// microseconds: longer than what lies between two products of a routine, or between two small factorisations of a
 /// program that copies its matrices; shorter than anybody else would notice.
 constexpr int watch_for_work = 100, watch_for_end = 20;
+
+/// What a thread may have to wait for while the system runs another one in its place, in microseconds.
+constexpr int turn_of_another = 1000;
 
 constexpr std::size_t stack_bytes = 2 << 20;
 
@@ -51,6 +55,7 @@ struct alignas(64) Work {
   Piece piece;
   void* context;
   std::uint32_t pieces;
+  int processor;  ///< that the owner began it on
 
   alignas(64) std::uint32_t rest;
   alignas(64) std::uint32_t done;  ///< pieces
@@ -75,8 +80,16 @@ int helper_count = 0;
 std::uintptr_t owner = 0;
 bool occupied = false;
 
-/// Takes pieces until none is left; the owner counts as helper -1.
-void take_pieces(int helper) {
+/// How long the owner slept at most until the helpers ended their work, in microseconds.
+int longest_sleep = 0;
+
+/// 1 if a helper worked where the owner had begun: the system has no other processor for it, and one of them waited
+/// while the other ran.
+std::uint32_t were_in_one_place = 0;
+
+/// Takes pieces until none is left; the owner counts as helper -1. Tells whether it came where the owner had begun.
+bool take_pieces(int helper) {
+  bool in_one_place = false;
   std::uint32_t word = __atomic_load_n(&work.rest, __ATOMIC_ACQUIRE);
   while (Rest(word).offers_to(helper)) {
     Rest rest(word);
@@ -84,6 +97,10 @@ void take_pieces(int helper) {
     if (!__atomic_compare_exchange_n(&work.rest, &word, rest.word(), true, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
       continue;
     const std::uint32_t pieces = work.pieces;
+    if (helper >= 0 && sched_getcpu() == work.processor) {
+      in_one_place = true;
+      __atomic_store_n(&were_in_one_place, 1, __ATOMIC_RELAXED);
+    }
     work.piece(work.context, index);
     // The last touch of this work: the owner may go on to the next.
     if (__atomic_add_fetch(&work.done, 1, __ATOMIC_SEQ_CST) == pieces &&
@@ -92,6 +109,7 @@ void take_pieces(int helper) {
     }
     word = __atomic_load_n(&work.rest, __ATOMIC_ACQUIRE);
   }
+  return in_one_place;
 }
 
 void wake_helper(int helper) {
@@ -114,8 +132,9 @@ void* help(void* argument) {
   std::uint32_t& asleep = beds[helper].asleep;
   // A new helper takes part in the work that it was made for.
   for (std::uint32_t seen = __atomic_load_n(&works, __ATOMIC_ACQUIRE);;) {
-    take_pieces(helper);
-    if (!watch(works, seen, watch_for_work)) {
+    // While it watched there, the owner would wait.
+    const bool in_one_place = take_pieces(helper);
+    if (in_one_place || !watch(works, seen, watch_for_work)) {
       __atomic_store_n(&asleep, 1, __ATOMIC_SEQ_CST);
       while (__atomic_load_n(&works, __ATOMIC_SEQ_CST) == seen && __atomic_load_n(&asleep, __ATOMIC_SEQ_CST) == 1) {
         sleep_while(asleep, 1);
@@ -158,9 +177,12 @@ void wait_for_the_end(std::uint32_t pieces) {
     const std::uint32_t done = __atomic_load_n(&work.done, __ATOMIC_SEQ_CST);
     if (done == pieces) return;
     if (watch(work.done, done, watch_for_end)) continue;
+    const std::int64_t start = now_in_microseconds();
     __atomic_store_n(&work.owner_sleeps, 1, __ATOMIC_SEQ_CST);
     sleep_while(work.done, done);
     __atomic_store_n(&work.owner_sleeps, 0, __ATOMIC_SEQ_CST);
+    const std::int64_t slept = std::min<std::int64_t>(now_in_microseconds() - start, INT32_MAX);
+    longest_sleep = std::max(longest_sleep, static_cast<int>(slept));
   }
 }
 
@@ -175,9 +197,13 @@ void rest_helpers() {
   occupied = true;
 }
 
-void release_helpers() {
+int release_helpers() {
+  const bool in_one_place = __atomic_exchange_n(&were_in_one_place, 0, __ATOMIC_RELAXED) != 0;
+  const int waited = in_one_place ? std::max(longest_sleep, turn_of_another) : longest_sleep;
+  longest_sleep = 0;
   occupied = false;
   __atomic_store_n(&owner, 0, __ATOMIC_RELEASE);
+  return waited;
 }
 
 bool helpers_are_ready() {
@@ -195,6 +221,7 @@ void share_pieces(int threads, int pieces, Piece piece, void* context) {
   work.piece = piece;
   work.context = context;
   work.pieces = static_cast<std::uint32_t>(pieces);
+  work.processor = sched_getcpu();
   __atomic_store_n(&work.done, 0, __ATOMIC_RELAXED);
   __atomic_store_n(&work.rest, Rest(pieces, helpers).word(), __ATOMIC_SEQ_CST);
   __atomic_add_fetch(&works, 1, __ATOMIC_SEQ_CST);

@@ -13,8 +13,9 @@ using Piece = void (*)(void* context, int index);
 /// Takes the helpers for the calling thread; false if another thread has them.
 bool take_helpers();
 
-/// Gives back what take_helpers took.
-void release_helpers();
+/// Gives back what take_helpers took, and tells the longest time that the thread waited for a helper, or probably did
+/// since they had one processor between them, in microseconds.
+int release_helpers();
 
 /// Keeps the helpers, which the calling thread has, from all work until they are released.
 void rest_helpers();

@@ -68,6 +68,9 @@ int configured_threads() {
 /// take a small part of the time, and the longest such time.
 constexpr int long_wait = 500, times_alone = 16, most_milliseconds_alone = 200;
 
+/// Real multiply-adds of a routine below which it is short work: some milliseconds.
+constexpr double longest_short_work = 100e6;
+
 /// When short work may be shared again, in milliseconds of the clock, modulo 2^32.
 std::uint32_t shared_again = 0;
 
@@ -115,12 +118,15 @@ void run_pieces(int threads, int pieces, Piece piece, void* context) {
 }
 
 Team::Team(double multiply_adds, double least)
-    : mine_(multiply_adds >= work_for_two_threads && may_have_helpers() && take_helpers()) {
-  if (mine_ && multiply_adds < least) rest_helpers();
+    : mine_(multiply_adds >= work_for_two_threads && may_have_helpers() && take_helpers()),
+      is_short_(multiply_adds < longest_short_work) {
+  if (mine_ && (multiply_adds < least || (is_short_ && threads_for_short_work() == 1))) rest_helpers();
 }
 
 Team::~Team() {
-  if (mine_) release_helpers();
+  if (!mine_) return;
+  const int waited = release_helpers();
+  if (is_short_) note_wait(waited);
 }
 
 namespace {
@@ -152,6 +158,8 @@ int nuv_serv_nuv_get_max_threads() {
 
 void nuv_thread_set_num_threads(int threads) {
   plain_store(requested_threads, threads > 0 ? threads : 0);
+  // Whoever asks for threads gets them, whatever the last ones were like.
+  plain_store(shared_again, 0u);
 }
 
 int nuv_thread_get_num_threads() {
