@@ -179,10 +179,10 @@ TYPED_TEST(BidiagonalQrLimits, DoesNothingWhereItsLimitIsBelowZero) {
 }
 
 /// Once the product is beyond all 32 bits, there are steps again, but few: for n = 26755 those of one sweep, for 26756
-/// those of 13, which wait to be applied when the steps are used up.
+/// those of 13, which wait to be applied when the steps are used up, and for 65536 none, which allows the first sweep.
 TYPED_TEST(BidiagonalQrLimits, HandsBackWhereItIsWhenItsStepsAreUsedUp) {
   using T = TypeParam;
-  for (const Int n : {26755, 26756}) {
+  for (const Int n : {26755, 26756, 65536}) {
     for (const Answer answer : answers) {
       SCOPED_TRACE(testing::Message() << n << ' ' << int(answer));
       const Iteration<T> iteration = this->with_lines(this->random_bidiagonal(n)).run(answer);
