@@ -131,6 +131,21 @@ TYPED_TEST(BidiagonalDivision, SolvesPartsOneByOne) {
   }
 }
 
+/// An element above the diagonal is cut that is less than a unit of rounding of the norm; one that joins two halves
+/// stays as it is otherwise.
+TYPED_TEST(BidiagonalDivision, CutsNegligibleElements) {
+  using R = TypeParam;
+  constexpr R norm = 4, unit = std::numeric_limits<R>::epsilon() / 2;
+  for (const R element : {R(0.875) * unit, unit}) {
+    Bidiagonal<R> matrix = this->random_bidiagonal(30);
+    matrix.d[4] = norm;
+    matrix.e[15] = norm * element;
+    Division<R> division('U', 'I', matrix);
+    division.solve();
+    EXPECT_EQ(division.e(16), element < unit ? R(0) : element);
+  }
+}
+
 /// No tree: the values are sorted, and vectors take the signs.
 TYPED_TEST(BidiagonalDivision, SortsDiagonalMatrices) {
   using R = TypeParam;
