@@ -215,6 +215,24 @@ TYPED_TEST(BidiagonalDivision, LeavesSmallMatricesToTheIteration) {
   }
 }
 
+/// Values alone come from the iteration at any order, on the upper matrix to which a lower one is rotated.
+TYPED_TEST(BidiagonalDivision, LeavesValuesToTheIteration) {
+  using R = TypeParam;
+  for (const char uplo : {'U', 'L'}) {
+    for (const Int n : {2, smlsiz, 60}) {
+      const Bidiagonal<R> matrix = this->random_bidiagonal(n);
+      Division<R> division(uplo, 'N', matrix);
+      division.solve();
+      GuardedVector<R> d = as_guarded(matrix.d), e = as_guarded(matrix.e), work(4 * n);
+      Int info = 99;
+      const Matrix<R> none{nullptr, 1};
+      routine_call::lasdq(uplo, 0, n, 0, 0, 0, d.data(), e.data(), none, none, none, work.data(), info);
+      EXPECT_EQ(info, 0);
+      for (Int i = 1; i <= n; ++i) EXPECT_EQ(division.d(i), d(n + 1 - i)) << uplo << ' ' << n;
+    }
+  }
+}
+
 TYPED_TEST(BidiagonalDivision, EndsWhateverTheInput) {
   using R = TypeParam;
   for (const Int n : {1, 2, 7, 31}) {

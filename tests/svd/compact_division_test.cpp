@@ -416,7 +416,7 @@ TYPED_TEST(CompactDivision, OfABidiagonalMatrixStoresItsFactors) {
   }
 }
 
-/// A part of one row, whose vectors are its sign, and one that is divided.
+/// Parts of one row, whose vectors are their signs, around one that is divided.
 TYPED_TEST(CompactDivision, OfPartsStoresEachInItsRows) {
   using R = TypeParam;
   constexpr Int n = 31, smlsiz = 25;
@@ -424,15 +424,19 @@ TYPED_TEST(CompactDivision, OfPartsStoresEachInItsRows) {
   for (Int i = 0; i < n; ++i) d.push_back(this->random.template divisor<R>());
   for (Int i = 1; i < n; ++i) e.push_back(this->random.template divisor<R>());
   d[0] = -40;
-  e[0] = 0;
+  d[n - 1] = -30;
+  e[0] = e[n - 2] = 0;
   const StoredFactors<R> stored('U', d, e);
   EXPECT_EQ(stored.d(1), R(40));
-  EXPECT_EQ(stored.column(2)[0], R(-1));
-  EXPECT_EQ(stored.column(2 + smlsiz)[0], R(1));
-  std::vector<R> rest_d(d.begin() + 1, d.end()), rest_e(e.begin() + 1, e.end());
+  EXPECT_EQ(stored.d(2), R(30));
+  for (const Int row : {0, n - 1}) {
+    EXPECT_EQ(stored.column(2)[row], R(-1));
+    EXPECT_EQ(stored.column(2 + smlsiz)[row], R(1));
+  }
+  std::vector<R> rest_d(d.begin() + 1, d.end() - 1), rest_e(e.begin() + 1, e.end() - 1);
   const StoredFactors<R> alone('U', rest_d, rest_e);
-  for (Int i = 2; i <= n; ++i) {
-    EXPECT_NEAR(stored.d(i), alone.d(i - 1), 10 * n * 40 * std::numeric_limits<R>::epsilon());
+  for (Int i = 3; i <= n; ++i) {
+    EXPECT_NEAR(stored.d(i), alone.d(i - 2), 10 * n * 40 * std::numeric_limits<R>::epsilon());
   }
   EXPECT_EQ(stored.integers(1)[1], alone.integers(1)[0]);  // k stands in the rows of the part
 }
