@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/two_by_two.hpp"
 #include "frame/error_report.hpp"
@@ -110,14 +111,17 @@ class BidiagonalQr {
 
  private:
   /// Elements beside the diagonal are negligible below it: a lower bound of the least singular value, times tolerance.
+  /// Where there is no such bound, since a number is not finite, only the limit of the range counts: zeros have to be
+  /// seen, or the iteration would find them again and again.
   R absolute_threshold() const {
     R least = std::abs(d_[0]), mu = least;
     for (Int i = 1; i < n_ && least != 0; ++i) {
       mu = std::abs(d_[i]) * (mu / (mu + std::abs(e_[i - 1])));
-      least = std::min(least, mu);
+      least = smaller_or_nan(least, mu);
     }
     least /= std::sqrt(static_cast<R>(n_));
-    return std::max(tolerance<R> * least, static_cast<R>(most_steps(n_)) * Machine<R>::safe_min);
+    const R relative = tolerance<R> * least, absolute = static_cast<R>(most_steps(n_)) * Machine<R>::safe_min;
+    return relative > absolute ? relative : absolute;
   }
 
   /// Takes the next block off, or makes a sweep over it.
@@ -180,8 +184,8 @@ class BidiagonalQr {
   R *d_, *e_;
   SingularVectors<T>& vectors_;
   R threshold_;
-  Int last_;  ///< rows behind it are done
-  Int steps_ = 0;
+  Int last_;                ///< rows behind it are done
+  std::int64_t steps_ = 0;  ///< the limit may be close to the end of its range
   bool downwards_ = true;
   Int first_before_ = -1, last_before_ = -1;  ///< of the block that was swept last
 };

@@ -17,8 +17,7 @@ inline Int generations_of_nodes(Int n, Int msub) {
 
 /// Lays out the tree of nodes for a matrix of n rows. Node i is the row inode(i), with ndiml(i) rows before it and
 /// ndimr(i) behind it, in which its children lie, nodes 2 i and 2 i + 1. The node at the top is the first; the leaves
-/// are the parts before and behind those of the last generation. The first half of a part is the smaller one by up to
-/// one row.
+/// are the parts before and behind those of the last generation. Where halves differ, the first one has a row more.
 ///
 /// msub    rows of the largest leaves;  lvl  number of generations
 /// nd      number of nodes, 2^lvl - 1;  inode, ndiml, ndimr  at least as many places, n are always enough

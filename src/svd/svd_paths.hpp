@@ -100,11 +100,7 @@ class WorkSizes {
     const std::int64_t reduction = before_ + (path.of_long == Wanted::none ? k_ : side_.longer);
     return std::max(reduction, iteration_);
   }
-  std::int64_t best(const Path& path) const {
-    std::int64_t beside = most_of_steps(path);
-    if (path.of_long == Wanted::overwriting) beside = std::max(beside, side_.longer * k_ + e_);
-    return std::max(of_blocks(path) + beside, least(path));
-  }
+  std::int64_t best(const Path& path) const { return std::max(of_blocks(path) + beside_blocks(path), least(path)); }
   bool has_blocks(const Path& path, Int lwork) const {
     const std::int64_t full_q = path.of_long == Wanted::full ? k_ + side_.longer : 0;
     return lwork >= of_blocks(path) + std::max({before_ + k_, iteration_, full_q});
@@ -123,8 +119,7 @@ class WorkSizes {
   /// The blocks have the leading dimension of a where there is room for that.
   Blocks lay_out(const Path& path, Int lwork, Int lda) const {
     const bool has_second = path.with_blocks.blocks() == 2;
-    std::int64_t beside = most_of_steps(path);
-    if (path.of_long == Wanted::overwriting) beside = std::max(beside, lda * k_ + e_);
+    const std::int64_t beside = beside_blocks(path);
     const auto fits = [&](std::int64_t lines) { return lwork >= beside + lines * k_; };
     const Int k = side_.shorter;
     if (!has_second) return {fits(lda) ? lda : k, 0};
@@ -175,6 +170,12 @@ class WorkSizes {
       if ((path.steps & step) != 0) most = std::max(most, of_step(step));
     }
     return most;
+  }
+
+  /// Vectors that overwrite a are multiplied in the workspace, all at once where there is room for that.
+  std::int64_t beside_blocks(const Path& path) const {
+    const std::int64_t product = path.of_long == Wanted::overwriting ? side_.longer * k_ + e_ : 0;
+    return std::max(most_of_steps(path), product);
   }
 
   LongSide<T> side_;

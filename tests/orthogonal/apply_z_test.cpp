@@ -1,5 +1,7 @@
 // Reflectors of trapezoidal reductions, blocks of them, and products with their Z: larz, larzt, larzb, ormrz, ormr3.
 
+#include <limits>
+
 #include "orthogonal/products_with_q.hpp"
 #include "orthogonal/trapezoids.hpp"
 #include "routines.hpp"
@@ -126,6 +128,27 @@ TYPED_TEST(ApplyZ, FormsTheFactorOfTheRows) {
         WideMatrix<T>::Identity(l + k, l + k) - product<T>(product<T>(U, factor), WideMatrix<T>(U.adjoint()));
     EXPECT_LT(relative_distance<T>(H, expected, l + k), threshold);
   }
+}
+
+/// One that is the identity has zeros in its column, whatever its row holds.
+TYPED_TEST(ApplyZ, LooksAtNoRowOfAReflectorThatIsTheIdentity) {
+  using T = TypeParam;
+  ReflectorsOfZ<T> rows(this->random, 9, 3, 4);
+  for (Int j = 6; j <= 9; ++j) rows.V(1, j) = std::numeric_limits<Real<T>>::quiet_NaN();
+  rows.tau(1) = T(0);
+  GuardedMatrix<T> t(3, 3, 3);
+  routine_call::larzt('B', 'R', 4, 3, block(Matrix<T>(rows.V), 1, 6), static_cast<const T*>(rows.tau.data()), t);
+  for (Int i = 1; i <= 3; ++i) EXPECT_EQ(t(i, 1), T(0));
+  EXPECT_EQ(t(2, 2), rows.tau(2));
+}
+
+/// Of two sides; the word for a third is nothing at all.
+TYPED_TEST(ApplyZ, KnowsTwoSidesOfABlock) {
+  using T = TypeParam;
+  GuardedMatrix<T> V(2, 3, 2), t(2, 2, 2), C(5, 5, 5), work(5, 2, 5);
+  routine_call::larzb('X', 'N', 'B', 'R', 5, 5, 2, 3, V, t, C, work);
+  EXPECT_TRUE(C.unchanged());
+  EXPECT_TRUE(work.unchanged());
 }
 
 TYPED_TEST(ApplyZ, KnowsOneWayOfStorage) {

@@ -126,6 +126,37 @@ TYPED_TEST(Trapezoidal, TakesBlocksThatTheWorkspaceHolds) {
   }
 }
 
+/// By blocks of that width from the last row on, and one by one the first `left` rows.
+template <Scalar T>
+Reduced<T> reduce_by_hand(const GuardedMatrix<T>& A, Int left, Int lwork) {
+  return reduce(A, A.columns() - A.rows(), lwork, [=](Int m, Int n, Matrix<T> a, T* tau, T* work) {
+    const Int l = n - m;
+    const Matrix<T> t{work, m}, W{work + block_width, m};
+    for (Int i = m - block_width + 1; i > left; i -= block_width) {
+      const Matrix<T> v = block(a, i, m + 1);
+      routine_call::latrz(block_width, n - i + 1, l, block(a, i, i), tau + i - 1, work);
+      if (i == 1) continue;
+      routine_call::larzt('B', 'R', l, block_width, v, static_cast<const T*>(tau + i - 1), t);
+      routine_call::larzb('R', 'N', 'B', 'R', i - 1, n - i + 1, block_width, l, v, t, block(a, 1, i), W);
+    }
+    routine_call::latrz(left, n, l, a, tau, work);
+  });
+}
+
+/// At most 32 rows are left, and as few as whole blocks allow.
+TYPED_TEST(Trapezoidal, IsReducedByBlocksUpToTheCrossover) {
+  using T = TypeParam;
+  const struct { Int m, left; } cases[] = {{33, 1}, {40, 8}, {63, 31}, {64, 32}, {65, 1}, {96, 32}, {97, 1}};
+  for (const auto& [m, left] : cases) {
+    SCOPED_TRACE(m);
+    const GuardedMatrix<T> A = random_trapezoid<T>(this->random, m, m + 6, 6);
+    const Reduced<T> reduced = reduce_by_blocks(A, m * block_width);
+    const Reduced<T> expected = reduce_by_hand(A, left, m * block_width);
+    EXPECT_TRUE(reduced.A.same_as(expected.A));
+    EXPECT_TRUE(reduced.tau.same_as(expected.tau));
+  }
+}
+
 TYPED_TEST(Trapezoidal, MayHaveAGapBehindItsTriangle) {
   using T = TypeParam;
   const struct { Int m, n, l; } cases[] = {{1, 5, 2}, {4, 9, 3}, {12, 30, 1}, {12, 30, 18}, {7, 8, 0}};

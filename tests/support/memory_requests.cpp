@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <vector>
 
 namespace nuv::test {
@@ -11,10 +12,13 @@ namespace {
 
 [[maybe_unused]] const bool pool_is_off = setenv("NUV_MM_DISABLE", "1", 1) == 0;
 
+/// Threads of the library ask and give back at the same time; what is counted lies under this lock.
+std::mutex counting;
 int refused_request, blocks;
 std::vector<std::size_t> requests;
 
 void* give_or_refuse(std::size_t size) {
+  const std::scoped_lock lock(counting);
   requests.push_back(size);
   if (refused_request == MemoryRequests::all || refused_request == int(requests.size())) return nullptr;
   ++blocks;
@@ -22,7 +26,9 @@ void* give_or_refuse(std::size_t size) {
 }
 
 void take_back(void* block) {
-  if (block != nullptr) --blocks;
+  if (block == nullptr) return;
+  const std::scoped_lock lock(counting);
+  --blocks;
   std::free(block);
 }
 

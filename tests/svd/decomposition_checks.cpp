@@ -9,10 +9,11 @@
 namespace nuv::test {
 namespace {
 
+/// Four columns of random signs with halves for ones, so that the norm of E X is about that of E.
 template <Scalar T>
 WideMatrix<T> signs(Eigen::Index n) {
   std::mt19937 engine(29);
-  return WideMatrix<T>::NullaryExpr(n, 4, [&] { return Wide<T>(engine() % 2 == 0 ? 1 : -1); });
+  return WideMatrix<T>::NullaryExpr(n, 4, [&] { return Wide<T>(engine() % 2 == 0 ? 0.5 : -0.5); });
 }
 
 /// S X, S with the values on its diagonal and zeros behind them.

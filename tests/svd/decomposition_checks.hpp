@@ -9,8 +9,8 @@
 
 namespace nuv::test {
 
-/// ||(A - U S V^H) X|| / (||A|| n eps) with n the larger size of A, a few columns X of random signs, which say no less
-/// than the whole and take far less, and the first vectors of U and V^H, as many as there are values.
+/// ||(A - U S V^H) X|| / (||A|| n eps) with n the larger size of A, a few columns X of random signs, which say as much
+/// as the whole and take far less, and the first vectors of U and V^H, as many as there are values.
 template <Scalar T>
 double decomposition_residual(const WideMatrix<T>& A, const WideMatrix<T>& U, const GuardedVector<Real<T>>& s,
                               const WideMatrix<T>& VT);

@@ -84,8 +84,9 @@ void expect_all(Random& random, const GuardedMatrix<T>& A) {
     const SvdCall<T> call(random.in_some_case(jobu), random.in_some_case(jobvt), A);
     const SvdSizes sizes = svd_sizes<T>(jobu, jobvt, call.m, call.n);
     const Int best = call.best(), more = best + 2 * call.lda * call.k;
-    for (const Int lwork : std::set<Int>{sizes.least, std::max(sizes.least, sizes.blocks - 1), sizes.blocks,
-                                         (sizes.blocks + best) / 2, best, more - 1, more}) {
+    for (const Int wanted :
+         std::set<Int>{sizes.least, sizes.blocks - 1, sizes.blocks, (sizes.blocks + best) / 2, best, more - 1, more}) {
+      const Int lwork = std::max(sizes.least, wanted);
       SCOPED_TRACE(testing::Message() << call.m << " by " << call.n << ' ' << jobu << jobvt << ", lwork " << lwork);
       const SvdCall<T> solved = call.solved(lwork);
       EXPECT_EQ(solved.work(1), T(Real<T>(best)));
@@ -166,7 +167,40 @@ TYPED_TEST(SvdDriver, ScalesTinyAndHugeMatrices) {
   }
 }
 
-/// Next to the ends of the range in which a matrix stays as it is.
+/// The square root of the least number over eps, and its reciprocal, as powers of two.
+template <Scalar T>
+constexpr int end_of_range = (std::numeric_limits<Real<T>>::min_exponent - 1) / 2 +
+                             (std::numeric_limits<Real<T>>::digits - 1);
+
+/// A matrix whose largest element is next to an end of the range in which it is taken as it is, or just beyond: scaling
+/// by anything but a power of two is seen in last digits.
+TYPED_TEST(SvdDriver, ScalesMatricesOutsideOfTheRangeAlone) {
+  using T = TypeParam;
+  using R = Real<T>;
+  GuardedMatrix<T> A = random_matrix<T>(this->random, 6, 6, 6);
+  for (Int j = 1; j <= 6; ++j) {
+    for (Int i = 1; i <= 6; ++i) A(i, j) *= R(0.25);
+  }
+  A(2, 3) = T(R(0.75));
+  const auto values = [](const GuardedMatrix<T>& matrix) {
+    const SvdCall<T> call('S', 'S', matrix);
+    return call.solved(call.best()).s;
+  };
+  const GuardedVector<R> expected = values(A);
+  const auto is_scaled = [&](int exponent) {
+    const GuardedVector<R> s = values(scaled(A, exponent));
+    for (Int i = 1; i <= 6; ++i) {
+      if (s(i) != std::ldexp(expected(i), exponent)) return true;
+    }
+    return false;
+  };
+  constexpr int end = end_of_range<T>;
+  EXPECT_TRUE(is_scaled(end));
+  EXPECT_FALSE(is_scaled(end + 1));
+  EXPECT_FALSE(is_scaled(-end));
+  EXPECT_TRUE(is_scaled(-end + 1));
+}
+
 TYPED_TEST(SvdDriver, KeepsSmallValuesOfTinyMatrices) {
   using T = TypeParam;
   using R = Real<T>;

@@ -118,41 +118,124 @@ TYPED_TEST(SvdPaths, ReduceOthersDirectly) {
   }
 }
 
-/// Whether what stands outside of the square, or its transpose, is that of the factorisation, bit by bit.
+// --------------------------------------------------------------------------------------------------- what is left in A
+
+/// The factorisation by itself.
 template <Scalar T>
-bool holds_reflectors_of_factorisation(const SvdCall<T>& solved, const GuardedMatrix<T>& A) {
+GuardedMatrix<T> factorisation(bool tall, const GuardedMatrix<T>& A) {
   GuardedMatrix<T> factored = A;
   GuardedVector<T> tau(k), work(32 * k);
   Int info = 99;
-  const bool tall = A.rows() >= A.columns();
   if (tall) {
     layer::geqrf(A.rows(), A.columns(), Matrix<T>(factored), tau.data(), work.data(), work.size(), info);
   } else {
     routine_call::gelqf(A.rows(), A.columns(), Matrix<T>(factored), tau.data(), work.data(), work.size(), info);
   }
-  for (Int i = k + 1; i <= std::max(A.rows(), A.columns()); ++i) {
-    for (Int j = 1; j <= k; ++j) {
-      if (tall ? solved.A(i, j) != factored(i, j) : solved.A(j, i) != factored(j, i)) return false;
+  EXPECT_EQ(info, 0);
+  return factored;
+}
+
+/// A matrix read as a tall one: element j of long vector i, which is a row of a wide matrix.
+template <Scalar T>
+class LongVectors {
+ public:
+  LongVectors(bool tall, const GuardedMatrix<T>& A) : tall_(tall), A_(A) {}
+
+  Int length() const { return tall_ ? A_.rows() : A_.columns(); }
+  T operator()(Int j, Int i) const { return tall_ ? A_(j, i) : A_(i, j); }
+
+  bool equals(const LongVectors& other, auto is_compared) const {
+    for (Int i = 1; i <= k; ++i) {
+      for (Int j = 1; j <= length(); ++j) {
+        if (is_compared(j, i) && !((*this)(j, i) == other(j, i))) return false;
+      }
+    }
+    return true;
+  }
+
+ private:
+  bool tall_;
+  const GuardedMatrix<T>& A_;
+};
+
+constexpr auto behind_square = [](Int j, Int) { return j > k; };
+constexpr auto in_square = [](Int j, Int) { return j <= k; };
+constexpr auto in_triangle = [](Int j, Int i) { return j <= i; };
+
+/// Whether A = Q R or L Q with Q behind the square of a.
+template <Scalar T>
+bool holds_q(bool tall, const GuardedMatrix<T>& a, const GuardedMatrix<T>& A, const GuardedMatrix<T>& factored) {
+  const LongVectors<T> Q(tall, a), given(tall, A), triangle(tall, factored);
+  for (Int i = 1; i <= k; ++i) {
+    for (Int j = k + 1; j <= given.length(); ++j) {
+      Wide<T> sum = 0;
+      for (Int p = 1; p <= i; ++p) sum += wide(Q(j, p)) * wide(triangle(p, i));
+      if (!(std::abs(sum - wide(given(j, i))) < 100 * epsilon<T>)) return false;
     }
   }
   return true;
 }
 
-TYPED_TEST(SvdPaths, FactorLongMatricesFirstForValuesAndShortVectors) {
+/// What a path leaves in a, in words.
+template <Scalar T>
+std::string left_in_a(bool tall, const SvdCall<T>& solved, const GuardedMatrix<T>& A) {
+  const GuardedMatrix<T> factored = factorisation(tall, A);
+  const GuardedMatrix<T>&long_array = tall ? solved.U : solved.VT, &short_array = tall ? solved.VT : solved.U;
+  const char of_long = tall ? solved.jobu : solved.jobvt, of_short = tall ? solved.jobvt : solved.jobu;
+  const LongVectors<T> a(tall, solved.A), factors(tall, factored);
+  std::string words;
+  if (a.equals(factors, behind_square)) words += "reflectors ";
+  if (a.equals(factors, in_triangle)) words += "factor ";
+  if (holds_q(tall, solved.A, A, factored)) words += "Q ";
+  if (SvdCall<T>::has_array(of_long) && a.equals({tall, long_array}, behind_square)) words += "product ";
+  if (SvdCall<T>::has_array(of_short) && a.equals({tall, short_array}, in_square)) words += "vectors ";
+  return words;
+}
+
+TYPED_TEST(SvdPaths, LeaveTheirTracesInTheMatrix) {
   using T = TypeParam;
+  struct Left {
+    char of_long, of_short;
+    const char *with_blocks, *without;
+  };
+  constexpr Left all[] = {
+      {'N', 'N', "reflectors ", "reflectors "},
+      {'N', 'O', "reflectors ", "reflectors "},
+      {'N', 'S', "reflectors vectors ", "reflectors vectors "},
+      {'N', 'A', "reflectors vectors ", "reflectors vectors "},
+      {'S', 'N', "Q ", "reflectors "},
+      {'S', 'O', "Q ", "reflectors "},
+      {'S', 'S', "Q ", "reflectors factor "},
+      {'S', 'A', "Q ", "reflectors factor "},
+      {'A', 'N', "product ", "reflectors "},
+      {'A', 'O', "product ", "reflectors "},
+      {'A', 'S', "product ", "reflectors factor "},
+      {'A', 'A', "product ", "reflectors factor "},
+      {'O', 'N', "", ""},
+      {'O', 'S', "", ""},
+      {'O', 'A', "", ""},
+  };
   for (const bool tall : {true, false}) {
-    for (const char of_short : svd_jobs) {
-      SCOPED_TRACE(testing::Message() << (tall ? "tall " : "wide ") << of_short);
-      const GuardedMatrix<T> longer = this->matrix(tall, l, k), shorter = this->matrix(tall, l - 1, k);
-      const SvdCall<T> call = call_by_length(tall, 'N', of_short, longer);
-      for (const Int lwork : {sizes_of(call).least, call.best()}) {
-        EXPECT_TRUE(holds_reflectors_of_factorisation(solved(call, lwork), longer)) << lwork;
+    const GuardedMatrix<T> A = this->matrix(tall, l, k), shorter = this->matrix(tall, l - 1, k);
+    for (const auto& [of_long, of_short, with_blocks, without] : all) {
+      SCOPED_TRACE(testing::Message() << (tall ? "tall " : "wide ") << of_long << of_short);
+      const SvdCall<T> call = call_by_length(tall, of_long, of_short, A);
+      const SvdSizes sizes = sizes_of(call);
+      if (sizes.least < sizes.blocks) {
+        EXPECT_EQ(left_in_a(tall, solved(call, sizes.least), A), without);
+        EXPECT_EQ(left_in_a(tall, solved(call, sizes.blocks - 1), A), without);
       }
-      const SvdCall<T> direct = call_by_length(tall, 'N', of_short, shorter);
-      EXPECT_FALSE(holds_reflectors_of_factorisation(solved(direct, direct.best()), shorter));
+      EXPECT_EQ(left_in_a(tall, solved(call, sizes.blocks), A), with_blocks);
+      EXPECT_EQ(left_in_a(tall, solved(call, sizes.best), A), with_blocks);
+
+      const SvdCall<T> direct = call_by_length(tall, of_long, of_short, shorter);
+      EXPECT_EQ(left_in_a(tall, solved(direct, direct.best()), shorter), "");
     }
   }
 }
+
+// -------------------------------------------------------------------------------------------------------- the
+// workspace
 
 /// A square block of the workspace, but for its first element, which tells a size in the end.
 template <Scalar T>
@@ -164,43 +247,64 @@ GuardedMatrix<T> block_of_work(const SvdCall<T>& solved, Int offset, Int ld) {
   return W;
 }
 
-/// ||Q W - X|| / eps without the first vector, for rows ||W Q - X||.
-template <Scalar T>
-double distance(bool tall, const WideMatrix<T>& Q, const WideMatrix<T>& W, const WideMatrix<T>& X) {
-  const WideMatrix<T> rest = (tall ? product<T>(Q, W) : product<T>(W, Q)) - X;
-  return double(tall ? rest.rightCols(k - 1).norm() : rest.bottomRows(k - 1).norm()) / epsilon<T>;
-}
-
-/// Q is left in a where the vectors that are asked for are as many, and blocks in front of the workspace, with the
-/// leading dimension of a where there is room for it.
-TYPED_TEST(SvdPaths, LeaveQAndBlocks) {
+/// Blocks stand in front of the workspace, with the leading dimension of a where there is room for it beside what the
+/// steps ask for: first the long vectors of the factor, then the short ones that are to overwrite a.
+TYPED_TEST(SvdPaths, LeaveBlocks) {
   using T = TypeParam;
   for (const bool tall : {true, false}) {
     const GuardedMatrix<T> A = this->matrix(tall, l, k);
-    for (const char of_short : svd_jobs) {
-      const SvdCall<T> call = call_by_length(tall, 'S', of_short, A);
-      const SvdSizes sizes = sizes_of(call);
-      const Int lda = call.lda;
-      const bool has_second = of_short == 'O';
-      struct Room {
-        Int lwork, first, second;
-      };
-      const Int mixed = sizes.steps + (has_second ? lda + k : lda) * k, both = sizes.steps + 2 * lda * k;
-      for (const auto [lwork, first, second] : {Room{sizes.best, k, k}, Room{mixed - 1, k, k}, Room{mixed, lda, k},
-                                                Room{both - 1, lda, k}, Room{both, lda, lda}}) {
-        SCOPED_TRACE(testing::Message() << (tall ? "tall S" : "wide S") << of_short << ", lwork " << lwork);
-        const SvdCall<T> result = solved(call, lwork);
-        const WideMatrix<T> W = wide(block_of_work(result, 0, first));
-        const WideMatrix<T> X = tall ? result.left() : result.right();
-        if (has_second) {
+    for (const char of_long : {'S', 'A', 'O'}) {
+      for (const char of_short : svd_jobs) {
+        const bool has_second = of_short == 'O';
+        if (of_long == 'O' && has_second) continue;
+        const SvdCall<T> call = call_by_length(tall, of_long, of_short, A);
+        const SvdSizes sizes = sizes_of(call);
+        const Int lda = call.lda;
+        struct Room {
+          Int lwork, first, second;
+        };
+        const Int mixed = sizes.steps + (has_second ? lda + k : lda) * k, both = sizes.steps + 2 * lda * k;
+        for (const auto [lwork, first, second] : {Room{sizes.best, k, k}, Room{mixed - 1, k, k}, Room{mixed, lda, k},
+                                                  Room{both - 1, lda, k}, Room{both, lda, lda}}) {
+          SCOPED_TRACE(testing::Message() << (tall ? "tall " : "wide ") << of_long << of_short << ", lwork " << lwork);
+          const SvdCall<T> result = solved(call, lwork);
+          const WideMatrix<T> W = wide(block_of_work(result, 0, first));
+          const WideMatrix<T> long_vectors = tall ? W : WideMatrix<T>(W.adjoint());
+          EXPECT_LT(orthonormality<T>(long_vectors.rightCols(k - 1)), 10);
+          if (!has_second) continue;
           const GuardedMatrix<T> V = block_of_work(result, first * k, second);
           for (Int j = 1; j <= k; ++j) {
             for (Int i = 1; i <= k; ++i) EXPECT_EQ(V(i, j), result.A(i, j));
           }
-        } else {
-          EXPECT_LT(distance<T>(tall, wide(result.A), W, X), 100);
         }
       }
+    }
+  }
+}
+
+/// The vectors of much longer matrices are multiplied at once where there is room for all of them, whatever the leading
+/// dimension of a.
+TYPED_TEST(SvdPaths, MultiplyInPlaceAtOnceWhereThereIsRoom) {
+  using T = TypeParam;
+  constexpr Int longest = 100;
+  constexpr Int e = RealScalar<T> ? k : 0, all = k * k + longest * k + e;
+  for (const bool tall : {true, false}) {
+    const SvdCall<T> call = call_by_length(tall, 'O', 'N', this->matrix(tall, longest, k));
+    ASSERT_EQ(call.best(), all);
+    const Int second_ld = all - k * k + call.lda * k;
+    for (const auto& [lwork, first] : {std::pair{all - 1, longest - 1},
+                                       {all, longest},
+                                       {second_ld - 1, longest},
+                                       {second_ld, longest},
+                                       {second_ld + 1000, longest}}) {
+      solved(call, lwork);
+      const auto part = [=](Int count) {
+        return tall ? sized("gemm NN", {count, k, k}) : sized("gemm NN", {k, count, k});
+      };
+      Calls expected = tall ? Calls{sized("geqrf", {longest, k})} : Calls{};
+      expected.push_back(part(first));
+      if (first < longest) expected.push_back(part(longest - first));
+      EXPECT_EQ(ways_taken(), expected) << (tall ? "tall, lwork " : "wide, lwork ") << lwork;
     }
   }
 }

@@ -332,18 +332,24 @@ TYPED_TEST(Threads, GiveTheTridiagonalSolutionsOfOne) {
 
 TYPED_TEST(Threads, GiveTheQrFactorsOfOne) {
   using T = TypeParam;
-  for (const auto& [m, n] : {std::pair(200, 200), std::pair(400, 170), std::pair(240, 360), std::pair(900, 40)}) {
+  // Small tasks: a last panel of all widths that are left to the unblocked code, from the fewest columns on.
+  for (const auto& [m, n] :
+       {std::pair(199, 199), std::pair(200, 200), std::pair(270, 263), std::pair(300, 300), std::pair(620, 225),
+        std::pair(310, 305), std::pair(400, 170), std::pair(240, 360), std::pair(900, 40)}) {
     SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n));
     const std::vector<T> a = numbers<T>(this->random, m, n);
-    std::vector<T> tau;
-    expect_same_bits(a, [&](T* x) {
-      std::vector<T> mine(std::min(m, n)), work(std::size_t(64) * n);
-      Int info = -7;
-      layer::geqrf(m, n, {x, m}, mine.data(), work.data(), Int(work.size()), info);
-      EXPECT_EQ(info, 0);
-      if (tau.empty()) tau = mine;
-      EXPECT_EQ(std::memcmp(tau.data(), mine.data(), mine.size() * sizeof(T)), 0);
-    });
+    // Room for whole panels, and not quite.
+    for (const Int lwork : {64 * n, 16 * n - 1}) {
+      std::vector<T> tau;
+      expect_same_bits(a, [&](T* x) {
+        std::vector<T> mine(std::min(m, n)), work(lwork);
+        Int info = -7;
+        layer::geqrf(m, n, {x, m}, mine.data(), work.data(), lwork, info);
+        EXPECT_EQ(info, 0);
+        if (tau.empty()) tau = mine;
+        EXPECT_EQ(std::memcmp(tau.data(), mine.data(), mine.size() * sizeof(T)), 0);
+      });
+    }
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include "frame/error_report.hpp"
 #include "threading/level3/parallel.hpp"
+#include "threading/routines/qr_in_cache.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
@@ -12,8 +13,9 @@ constexpr double least_work = 12e6;
 
 }  // namespace
 
-/// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then that body. Nearly all
-/// of its work is in products of matrices, which find the threads by themselves.
+/// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then that body, or the same
+/// operations in another order. Nearly all work of the body is in products of matrices, which find the threads by
+/// themselves.
 template <Scalar T>
 void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   info = 0;
@@ -22,6 +24,7 @@ void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   else if (lwork < std::max(1, n) && lwork != -1) info = -7;
   if (info != 0) return report_bad_argument<T>("GEQRF", info);
+  if (factor_qr_in_cache(m, n, a, lda, tau, work, lwork, info)) return;
   const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
   x_variant::geqrf(m, n, Matrix{a, lda}, tau, work, lwork, info);
 }
