@@ -21,8 +21,7 @@ namespace nuv {
 ///
 /// a       conjugated in places and taken back on the way in c and z, so that nobody else may read it meanwhile
 /// work    lwork elements; work(1) returns the best lwork: (nw + nb) nb, with nw the size of C that is not nq and nb
-/// the
-///         block size
+///         the block size
 /// lwork   at least max(1, nw); with less than the best, blocks are narrower, and there are none if they would be too
 ///         narrow; -1 asks for the best and does nothing else
 template <Scalar T>

@@ -52,8 +52,7 @@ void geqpf(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Real<T>* rwo
 ///
 /// nb      1 <= nb <= min(m - offset, n);  kb  columns factored, out
 /// auxv    nb elements of workspace
-/// f       n by nb, ldf >= n: what the others lose is A(offset+1:m, 1:kb) f^H, the reflectors with unit elements in
-/// place
+/// f       n by nb, ldf >= n: what the others lose is A(offset+1:m, 1:kb) f^H, with the unit elements in place
 template <Scalar T>
 void laqps(Int m, Int n, Int offset, Int nb, Int& kb, T* a, Int lda, Int* jpvt, T* tau, Real<T>* vn1, Real<T>* vn2,
            T* auxv, T* f, Int ldf);

@@ -9,8 +9,7 @@
 // with the unit element of u_i in place i, zeros behind it, and l elements at its end.
 //
 // a       m by n, n >= m, lda >= max(1, m): the upper triangle and what lies right of it; out, R in the triangle and
-// the
-//         last l elements of u_i in row i. What lies below the diagonal is not touched.
+//         the last l elements of u_i in row i. What lies below the diagonal is not touched.
 // tau     m factors, out; zeros where m = n
 // info    0, or -k: argument k was bad (reported)
 

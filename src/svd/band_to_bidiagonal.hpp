@@ -9,9 +9,8 @@
 // vect    'N': neither Q nor P^H is wanted; 'Q': Q; 'P': P^H; 'B': both
 // ncc     columns of C, ncc >= 0
 // kl, ku  diagonals below and above the main one, none negative; there may be more of them than the matrix has
-// ab      kl + ku + 1 by n, ldab >= kl + ku + 1: the m by n matrix in, element (i, j) in row ku + 1 + i - j; what was
-// in
-//         the way out
+// ab      kl + ku + 1 by n, ldab >= kl + ku + 1: the m by n matrix in, element (i, j) in row ku + 1 + i - j; lost on
+//         the way
 // d, e    min(m, n) elements, the diagonal of B, and min(m, n) - 1, what is right of it; in c and z none is negative
 // q       m by m out, if wanted; ldq >= max(1, m) then, else ldq >= 1
 // pt      P^H, n by n out, if wanted; ldpt >= max(1, n) then, else ldpt >= 1

@@ -31,6 +31,8 @@ EXAMPLES = (
             "NUV ERROR : Parameter 4 was incorrect on entry to DGESV \n"),
     Example("three_masses", "masses", "info = 0, w = 0.5858 2.0000 3.4142\ninfo = 0, w = 0.3820 2.0000 2.6180\n"
             "the lowest moves as 1 : 1.6180 : 1.0000\n", ""),
+    Example("nearest_line", "line", "info = 0, s = 10.0000 2.0000\nthe line rises by 0.7500\n"
+            "info = 0, rank 2 of 3, column 3 is the longest: 14.0057\n", ""),
 )
 
 

@@ -126,18 +126,18 @@ TYPED_TEST(Trapezoidal, TakesBlocksThatTheWorkspaceHolds) {
   }
 }
 
-/// By blocks of that width from the last row on, and one by one the first `left` rows.
+/// By blocks of nb rows from the last one on, and one by one the first `left` rows.
 template <Scalar T>
-Reduced<T> reduce_by_hand(const GuardedMatrix<T>& A, Int left, Int lwork) {
-  return reduce(A, A.columns() - A.rows(), lwork, [=](Int m, Int n, Matrix<T> a, T* tau, T* work) {
+Reduced<T> reduce_by_hand(const GuardedMatrix<T>& A, Int nb, Int left) {
+  return reduce(A, A.columns() - A.rows(), A.rows() * nb, [=](Int m, Int n, Matrix<T> a, T* tau, T* work) {
     const Int l = n - m;
-    const Matrix<T> t{work, m}, W{work + block_width, m};
-    for (Int i = m - block_width + 1; i > left; i -= block_width) {
+    const Matrix<T> t{work, m}, W{work + nb, m};
+    for (Int i = m - nb + 1; i > left; i -= nb) {
       const Matrix<T> v = block(a, i, m + 1);
-      routine_call::latrz(block_width, n - i + 1, l, block(a, i, i), tau + i - 1, work);
+      routine_call::latrz(nb, n - i + 1, l, block(a, i, i), tau + i - 1, work);
       if (i == 1) continue;
-      routine_call::larzt('B', 'R', l, block_width, v, static_cast<const T*>(tau + i - 1), t);
-      routine_call::larzb('R', 'N', 'B', 'R', i - 1, n - i + 1, block_width, l, v, t, block(a, 1, i), W);
+      routine_call::larzt('B', 'R', l, nb, v, static_cast<const T*>(tau + i - 1), t);
+      routine_call::larzb('R', 'N', 'B', 'R', i - 1, n - i + 1, nb, l, v, t, block(a, 1, i), W);
     }
     routine_call::latrz(left, n, l, a, tau, work);
   });
@@ -146,12 +146,14 @@ Reduced<T> reduce_by_hand(const GuardedMatrix<T>& A, Int left, Int lwork) {
 /// At most 32 rows are left, and as few as whole blocks allow.
 TYPED_TEST(Trapezoidal, IsReducedByBlocksUpToTheCrossover) {
   using T = TypeParam;
-  const struct { Int m, left; } cases[] = {{33, 1}, {40, 8}, {63, 31}, {64, 32}, {65, 1}, {96, 32}, {97, 1}};
-  for (const auto& [m, left] : cases) {
-    SCOPED_TRACE(m);
+  const struct {
+    Int m, nb, left;
+  } cases[] = {{33, 32, 1}, {40, 32, 8}, {63, 32, 31}, {64, 32, 32},
+               {65, 32, 1}, {97, 32, 1}, {72, 5, 32},  {73, 5, 28}};
+  for (const auto& [m, nb, left] : cases) {
+    SCOPED_TRACE(std::to_string(m) + " rows, blocks of " + std::to_string(nb));
     const GuardedMatrix<T> A = random_trapezoid<T>(this->random, m, m + 6, 6);
-    const Reduced<T> reduced = reduce_by_blocks(A, m * block_width);
-    const Reduced<T> expected = reduce_by_hand(A, left, m * block_width);
+    const Reduced<T> reduced = reduce_by_blocks(A, m * nb), expected = reduce_by_hand(A, nb, left);
     EXPECT_TRUE(reduced.A.same_as(expected.A));
     EXPECT_TRUE(reduced.tau.same_as(expected.tau));
   }
@@ -285,6 +287,10 @@ TYPED_TEST(Trapezoidal, ReportsBadArguments) {
   Blocked too_little;
   too_little.lwork = 2;
   expect_report(too_little, name, 7);
+  // One element is asked for where there is nothing to do, too.
+  Blocked no_rows;
+  no_rows.m = no_rows.lwork = 0;
+  expect_report(no_rows, name, 7);
   Blocked question;
   question.lwork = -1;
   question.lda = 2;

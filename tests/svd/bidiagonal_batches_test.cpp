@@ -5,6 +5,7 @@
 #include "solvers/recording_layer.hpp"
 #include "support/random.hpp"
 #include "svd/bidiagonal_iteration.hpp"
+#include "svd/sweep_table.hpp"
 
 namespace nuv::test {
 namespace {
@@ -82,6 +83,17 @@ TYPED_TEST(BidiagonalBatches, AreFullUnlessSomethingHasToWaitForThem) {
   EXPECT_GT(full, std::ptrdiff_t(small.size()) / 4);
 }
 
+/// Good shifts take about two sweeps for each value.
+TYPED_TEST(BidiagonalBatches, AreFewSweepsForEachValue) {
+  using R = typename TestFixture::R;
+  const Int n = 60;
+  for (const auto& [name, has_clusters, matrix] : described_bidiagonals<R>(n)) {
+    Int sweeps = 0;
+    for (const Batch& batch : this->batches(matrix, 0, 1, 0)) sweeps += batch.sweeps;
+    EXPECT_LE(sweeps, 5 * n / 2) << name;
+  }
+}
+
 /// Square matrices have their rows turned as columns. To rotations a complex column is a real one, of twice the length.
 TYPED_TEST(BidiagonalBatches, GoToColumnsWhereAMatrixIsSquare) {
   const Int n = 30;
@@ -128,6 +140,54 @@ TYPED_TEST(BidiagonalBatches, BeginAtTheLargeEnd) {
   EXPECT_EQ(batches.front(), (Batch{"RVF", 5, this->reals * 2, batches.front().sweeps}));
   EXPECT_EQ(batches.back().options, "RVB");
   EXPECT_LE(batches.back().lines, 4);
+}
+
+/// Blocks whose elements above the diagonal all vanish in one sweep, so that no pair of rows is left to be turned
+/// alone: the sweep of the one waits when that of the other comes.
+TYPED_TEST(BidiagonalBatches, ComeToTheirEndBeforeTheDirectionChanges) {
+  using R = typename TestFixture::R;
+  const Bidiagonal<R> matrix{{R(1e-16), 1, R(1e8), R(1e8), 1, R(1e-16)}, {0.5, R(1e7), 0, R(1e7), 0.5}};
+  const auto batches = this->batches(matrix, 0, 2, 0);
+  const Int length = this->reals * 2;
+  EXPECT_EQ(batches, (std::vector<Batch>{{"RVF", 3, length, 1}, {"RVB", 3, length, 1}}));
+}
+
+/// Whatever planes its sweeps turn, all of them cover the same ones.
+TEST(SweepTable, MakesUpSweepsByIdentities) {
+  constexpr Int planes = 7, most = 3;
+  double memory[4 * most * planes];
+  std::fill(std::begin(memory), std::end(memory), 9.0);
+  SweepTable<double, 2> table(memory, planes, most);
+  const std::pair<Int, Int> sweeps[] = {{3, 5}, {1, 4}, {2, 7}};  // the first plane, and the one behind the last
+  for (const auto& [first, end] : sweeps) {
+    EXPECT_FALSE(table.is_full());
+    for (const int kind : {0, 1}) {
+      for (Int i = 0; i < end - first; ++i) {
+        double* const cosine = table.next(first, kind) + i;
+        cosine[0] = 10 * first + i + kind;
+        cosine[planes] = -cosine[0];
+      }
+    }
+    table.add(first, end);
+  }
+  EXPECT_TRUE(table.is_full());
+  EXPECT_EQ(table.first(), 1);
+  EXPECT_EQ(table.lines(), 7);
+  for (const int kind : {0, 1}) {
+    const Matrix<const double> rotations = table.rotations(kind);
+    for (Int s = 1; s <= most; ++s) {
+      const auto [first, end] = sweeps[s - 1];
+      for (Int p = 1; p < 7; ++p) {
+        const bool is_turned = first <= p && p < end;
+        const double cosine = is_turned ? 10 * first + (p - first) + kind : 1;
+        EXPECT_EQ(rotations(p, 2 * s - 1), cosine) << s << ' ' << p;
+        EXPECT_EQ(rotations(p, 2 * s), is_turned ? -cosine : 0) << s << ' ' << p;
+      }
+      EXPECT_EQ(rotations(7, 2 * s), 9.0);
+    }
+  }
+  table.clear();
+  EXPECT_TRUE(table.is_empty());
 }
 
 }  // namespace

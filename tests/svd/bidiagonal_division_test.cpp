@@ -131,6 +131,21 @@ TYPED_TEST(BidiagonalDivision, SolvesPartsOneByOne) {
   }
 }
 
+/// An element above the diagonal is cut that is less than a unit of rounding of the norm; one that joins two halves
+/// stays as it is otherwise.
+TYPED_TEST(BidiagonalDivision, CutsNegligibleElements) {
+  using R = TypeParam;
+  constexpr R norm = 4, unit = std::numeric_limits<R>::epsilon() / 2;
+  for (const R element : {R(0.875) * unit, unit}) {
+    Bidiagonal<R> matrix = this->random_bidiagonal(30);
+    matrix.d[4] = norm;
+    matrix.e[15] = norm * element;
+    Division<R> division('U', 'I', matrix);
+    division.solve();
+    EXPECT_EQ(division.e(16), element < unit ? R(0) : element);
+  }
+}
+
 /// No tree: the values are sorted, and vectors take the signs.
 TYPED_TEST(BidiagonalDivision, SortsDiagonalMatrices) {
   using R = TypeParam;
@@ -196,6 +211,24 @@ TYPED_TEST(BidiagonalDivision, LeavesSmallMatricesToTheIteration) {
     for (Int j = 1; j <= smlsiz; ++j) {
       EXPECT_EQ(division.U(j, i), U(j, from));
       EXPECT_EQ(division.VT(i, j), VT(from, j));
+    }
+  }
+}
+
+/// Values alone come from the iteration at any order, on the upper matrix to which a lower one is rotated.
+TYPED_TEST(BidiagonalDivision, LeavesValuesToTheIteration) {
+  using R = TypeParam;
+  for (const char uplo : {'U', 'L'}) {
+    for (const Int n : {2, smlsiz, 60}) {
+      const Bidiagonal<R> matrix = this->random_bidiagonal(n);
+      Division<R> division(uplo, 'N', matrix);
+      division.solve();
+      GuardedVector<R> d = as_guarded(matrix.d), e = as_guarded(matrix.e), work(4 * n);
+      Int info = 99;
+      const Matrix<R> none{nullptr, 1};
+      routine_call::lasdq(uplo, 0, n, 0, 0, 0, d.data(), e.data(), none, none, none, work.data(), info);
+      EXPECT_EQ(info, 0);
+      for (Int i = 1; i <= n; ++i) EXPECT_EQ(division.d(i), d(n + 1 - i)) << uplo << ' ' << n;
     }
   }
 }

@@ -261,6 +261,7 @@ TYPED_TEST(BidiagonalMerges, OfHalvesGiveTheWhole) {
           SCOPED_TRACE(testing::Message()
                        << matrix.name << ' ' << nl << ' ' << nr << ", sqre " << sqre << (reversed ? ", reversed" : ""));
           BidiagonalHalves<R> halves(matrix, reversed);
+          halves.d(nl + 1) = std::numeric_limits<R>::max();  // is not looked at
           const Int n = matrix.n(), m = matrix.m();
           GuardedVector<R> work(3 * m * m + 2 * m);
           GuardedVector<Int> iwork(4 * n);
@@ -315,6 +316,16 @@ TYPED_TEST(BidiagonalMerges, TellTheRootThatFailed) {
   routine_call::lasd1(6, 7, 0, halves.d.data(), std::numeric_limits<R>::quiet_NaN(), matrix.beta(), Matrix<R>(halves.U),
                       Matrix<R>(halves.VT), halves.idxq.data(), iwork.data(), work.data(), info);
   EXPECT_EQ(info, 1);
+
+  // Only the first root can do with an infinite pole.
+  GuardedVector<R> d(3), dsigma = as_guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
+                         z = as_guarded<R>({R(1), R(1), R(1)});
+  GuardedMatrix<R> Q(3, 3, 3), U(3, 3, 3), VT(3, 3, 3);
+  const GuardedMatrix<R> I = identity_matrix<R>(3, 3);
+  const Int idxc[] = {1, 2, 3}, ctot[] = {0, 3, 0};
+  routine_call::lasd3(1, 1, 0, 3, d.data(), Matrix<R>(Q), dsigma.data(), Matrix<R>(U), Matrix<const R>(I),
+                      Matrix<R>(VT), Matrix<const R>(I), idxc, ctot, z.data(), info);
+  EXPECT_EQ(info, 2);
 }
 
 // ---------------------------------------------------------------------------------------------------------- arguments
@@ -373,6 +384,14 @@ TYPED_TEST(BidiagonalMerges, CheckTheirArguments) {
                                                            {10, [](Leaf& c) { c.ldvt = 0; }},
                                                            {12, [](Leaf& c) { c.ldu = 0; }},
                                                            {14, [](Leaf& c) { c.ldc = 0; }}});
+  expect_argument_checks<Leaf>(reported_name<R>("LASDQ"), {{10, [](Leaf& c) { c.ldvt = c.n - 1; }},
+                                                           {12, [](Leaf& c) { c.ldu = c.nru - 1; }},
+                                                           {14, [](Leaf& c) { c.ldc = c.n - 1; }}});
+  Leaf without_right, without_c;
+  without_right.ncvt = without_c.ncc = 0;
+  without_right.ldvt = without_c.ldc = 1;
+  expect_report(without_right, reported_name<R>("LASDQ"), 0);
+  expect_report(without_c, reported_name<R>("LASDQ"), 0);
   struct Climb : MergeArguments<R> {
     Int run() {
       routine_call::lasd0(this->n, this->sqre, this->d.data(), this->e.data(), {this->U.data(), this->ldu},

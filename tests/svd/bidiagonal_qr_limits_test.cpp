@@ -39,8 +39,7 @@ class BidiagonalQrLimits : public testing::Test {
 };
 TYPED_TEST_SUITE(BidiagonalQrLimits, Precisions, PrecisionLetter);
 
-// ----------------------------------------------------------------------------------------------------- the least
-// values
+// ---------------------------------------------------------------------------------------------------- the least values
 
 /// Values from `largest` to `least`, which are hidden among elements of the size of the values around them.
 template <RealScalar R>
@@ -116,8 +115,7 @@ TYPED_TEST(BidiagonalQrLimits, KeepsTheDigitsOfTheLeastValuesAlone) {
   }
 }
 
-// ------------------------------------------------------------------------------------------------------------ its
-// steps
+// ----------------------------------------------------------------------------------------------------------- its steps
 
 /// Takes the lines with it: what the matrix does to them is the same before and behind all steps.
 template <Scalar T>
@@ -179,10 +177,10 @@ TYPED_TEST(BidiagonalQrLimits, DoesNothingWhereItsLimitIsBelowZero) {
 }
 
 /// Once the product is beyond all 32 bits, there are steps again, but few: for n = 26755 those of one sweep, for 26756
-/// those of 13, which wait to be applied when the steps are used up.
+/// those of 13, which wait to be applied when the steps are used up, and for 65536 none, which allows the first sweep.
 TYPED_TEST(BidiagonalQrLimits, HandsBackWhereItIsWhenItsStepsAreUsedUp) {
   using T = TypeParam;
-  for (const Int n : {26755, 26756}) {
+  for (const Int n : {26755, 26756, 65536}) {
     for (const Answer answer : answers) {
       SCOPED_TRACE(testing::Message() << n << ' ' << int(answer));
       const Iteration<T> iteration = this->with_lines(this->random_bidiagonal(n)).run(answer);
@@ -197,8 +195,55 @@ TYPED_TEST(BidiagonalQrLimits, HandsBackWhereItIsWhenItsStepsAreUsedUp) {
   }
 }
 
-// ------------------------------------------------------------------------------------------------- what is not a
-// number
+/// A block of three rows, and the sweep that is to come first, with or without shift.
+template <RealScalar R>
+struct FirstSweep {
+  R d[3], e[2];
+  bool downwards, has_shift;
+};
+
+/// Where the limit of steps is zero, what the first sweep makes of a block is what comes back.
+TYPED_TEST(BidiagonalQrLimits, SweepsFromTheLargeEndAndWithoutShiftWhereThatWouldCostDigits) {
+  using T = TypeParam;
+  using R = Real<T>;
+  if constexpr (ComplexScalar<T>) return;  // the numbers are the same
+  constexpr bool is_single = std::same_as<R, float>;
+  const Int n = 65536, first = n - 2;
+  const FirstSweep<R> sweeps[] = {
+      {{3, 2, 1}, {0.5, 0.25}, true, true},
+      {{1, 2, 3}, {0.5, 0.25}, false, true},
+      {{-2, 1, 2}, {0.5, 0.25}, true, true},
+      {{1, R(0.5), R(1e-8)}, {0.5, 0.25}, true, false},  // beside the largest there is too small a value
+      {{R(1e-8), R(0.5), 1}, {0.5, 0.25}, false, false},
+      {{1, R(0.5), R(1e-4)}, {0.5, 0.25}, true, !is_single},  // the shift is next to nothing where the sweep begins
+      {{R(1e-4), R(0.5), 1}, {0.5, 0.25}, false, !is_single},
+      {{1, R(0.5), R(1e-3)}, {0.5, 0.25}, true, true}};
+  for (const auto& [block_d, block_e, downwards, has_shift] : sweeps) {
+    SCOPED_TRACE(testing::Message() << block_d[0] << ", " << block_d[2]);
+    Bidiagonal<R> matrix{std::vector<R>(std::size_t(n), R(1)), std::vector<R>(std::size_t(n) - 1)};
+    std::copy_n(block_d, 3, &matrix.d[std::size_t(first) - 1]);
+    std::copy_n(block_e, 2, &matrix.e[std::size_t(first) - 1]);
+    const Iteration<T> iteration = this->with_lines(matrix).run();
+    EXPECT_EQ(iteration.info, 2);
+    expect_equivalence(iteration);
+
+    R d[3], e[2], rotations[8], shift = 0, larger;
+    std::copy_n(block_d, 3, d);
+    std::copy_n(block_e, 2, e);
+    const Int pair = downwards ? 1 : 0;  // of the rows at the end
+    routine_call::las2(d[pair], e[pair], d[pair + 1], shift, larger);
+    if (has_shift) {
+      downwards ? routine_call::laq1(2, d, e, shift, rotations, 2, 1)
+                : routine_call::laq2(3, d, e, shift, rotations, 2, 1);
+    } else {
+      downwards ? routine_call::laq3(2, d, e, rotations, 2, 1) : routine_call::laq4(3, d, e, rotations, 2, 1);
+    }
+    for (Int i = 0; i < 3; ++i) EXPECT_EQ(iteration.d(first + i), d[i]) << i;
+    for (Int i = 0; i < 2; ++i) EXPECT_EQ(iteration.e(first + i), e[i]) << i;
+  }
+}
+
+// -------------------------------------------------------------------------------------------------------- not a number
 
 /// The block with a NaN uses up all steps. Square matrices come back as they are stored, and what the other block had
 /// to do with them is complete.

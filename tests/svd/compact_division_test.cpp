@@ -76,6 +76,10 @@ void MergeFactors<R>::apply(Int first, const MergeSizes& sizes, WideMatrix<R>& U
     U.col(first + i) = left.col(first + perm[i] - 1);
     V.col(first + i) = right.col(first + perm[i] - 1);
   }
+  if (k == 1) {
+    EXPECT_EQ(length(1), 1);
+    EXPECT_EQ(WideReal<R>(difl[0]), root(1));
+  }
   WideMatrix<R> S_left(k, k), S_right(k, k);
   for (Int j = 1; j <= k; ++j) {
     for (Int i = 1; i <= k; ++i) {
@@ -217,7 +221,7 @@ void expect_decomposition(const WideMatrix<R>& B, const WideVector<R>& exact, co
 
 TYPED_TEST(CompactDivision, KeepsFactorsOfTheVectors) {
   using R = TypeParam;
-  for (const auto& [n, smlsiz] : {std::pair<Int, Int>{3, 3}, {4, 3}, {9, 3}, {16, 3}, {40, 3}, {53, 25}}) {
+  for (const auto& [n, smlsiz] : {std::pair<Int, Int>{3, 3}, {4, 3}, {7, 3}, {9, 3}, {16, 3}, {40, 3}, {53, 25}}) {
     for (const Int sqre : {0, 1}) {
       for (const auto& matrix : divided_bidiagonals<R>(n / 2, n - n / 2 - 1, sqre, this->random)) {
         if (matrix.name == "huge") continue;  // as ?bdsdc scales them
@@ -235,7 +239,7 @@ TYPED_TEST(CompactDivision, KeepsFactorsOfTheVectors) {
 /// The values alone are found with the same numbers.
 TYPED_TEST(CompactDivision, NeedsNoFactorsForValues) {
   using R = TypeParam;
-  for (const auto& [n, smlsiz] : {std::pair<Int, Int>{9, 3}, {40, 3}, {53, 25}}) {
+  for (const auto& [n, smlsiz] : {std::pair<Int, Int>{7, 3}, {9, 3}, {40, 3}, {53, 25}}) {
     for (const Int sqre : {0, 1}) {
       for (const auto& matrix : divided_bidiagonals<R>(n / 2, n - n / 2 - 1, sqre, this->random)) {
         CompactTree<R> with(1, smlsiz, matrix), without(0, smlsiz, matrix);
@@ -259,6 +263,36 @@ TYPED_TEST(CompactDivision, TellsTheRootThatFailed) {
   for (const Int icompq : {0, 1}) {
     CompactTree<R> tree(icompq, 7, matrix);
     EXPECT_EQ(tree.run(), 1);
+  }
+
+  // Only the first root can do with an infinite pole.
+  GuardedVector<R> d(3), dsigma = as_guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
+                         z = as_guarded<R>({R(1), R(1), R(1)}), vf = z, vl = z, difl(3), work(9);
+  GuardedMatrix<R> difr(3, 1, 3);
+  Int info = 99;
+  routine_call::lasd8(0, 3, d.data(), z.data(), vf.data(), vl.data(), difl.data(), Matrix<R>(difr), dsigma.data(),
+                      work.data(), info);
+  EXPECT_EQ(info, 2);
+}
+
+/// Equal values of both halves are joined by a rotation, of which nobody is told who wants no factors.
+TYPED_TEST(CompactDivision, CountsRotationsThatAreKept) {
+  using R = TypeParam;
+  for (const Int icompq : {0, 1}) {
+    GuardedVector<R> d = as_guarded<R>({R(0.75), R(0), R(0.75)}), vf = as_guarded<R>({R(0.6), R(0.8), R(1)}),
+                     vl = as_guarded<R>({R(0.8), R(-0.6), R(1)});
+    GuardedVector<R> poles(6), difl(3), difr(6), z(3), givnum(6), work(12);
+    GuardedVector<Int> idxq(3), perm(3), givcol(6), iwork(9);
+    idxq(1) = idxq(3) = 1;
+    Int givptr = 99, k = 99, info = 99;
+    R c = 0, s = 0;
+    routine_call::lasd6(icompq, 1, 1, 0, d.data(), vf.data(), vl.data(), R(1), R(1), idxq.data(), perm.data(), givptr,
+                        givcol.data(), 3, givnum.data(), 3, poles.data(), difl.data(), difr.data(), z.data(), k, c, s,
+                        work.data(), iwork.data(), info);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(k, 2);
+    EXPECT_EQ(givptr, icompq);
+    EXPECT_EQ(givcol.unchanged() && givnum.unchanged() && perm.unchanged() && poles.unchanged(), icompq == 0);
   }
 }
 
@@ -382,7 +416,7 @@ TYPED_TEST(CompactDivision, OfABidiagonalMatrixStoresItsFactors) {
   }
 }
 
-/// A part of one row, whose vectors are its sign, and one that is divided.
+/// Parts of one row, whose vectors are their signs, around one that is divided.
 TYPED_TEST(CompactDivision, OfPartsStoresEachInItsRows) {
   using R = TypeParam;
   constexpr Int n = 31, smlsiz = 25;
@@ -390,15 +424,19 @@ TYPED_TEST(CompactDivision, OfPartsStoresEachInItsRows) {
   for (Int i = 0; i < n; ++i) d.push_back(this->random.template divisor<R>());
   for (Int i = 1; i < n; ++i) e.push_back(this->random.template divisor<R>());
   d[0] = -40;
-  e[0] = 0;
+  d[n - 1] = -30;
+  e[0] = e[n - 2] = 0;
   const StoredFactors<R> stored('U', d, e);
   EXPECT_EQ(stored.d(1), R(40));
-  EXPECT_EQ(stored.column(2)[0], R(-1));
-  EXPECT_EQ(stored.column(2 + smlsiz)[0], R(1));
-  std::vector<R> rest_d(d.begin() + 1, d.end()), rest_e(e.begin() + 1, e.end());
+  EXPECT_EQ(stored.d(2), R(30));
+  for (const Int row : {0, n - 1}) {
+    EXPECT_EQ(stored.column(2)[row], R(-1));
+    EXPECT_EQ(stored.column(2 + smlsiz)[row], R(1));
+  }
+  std::vector<R> rest_d(d.begin() + 1, d.end() - 1), rest_e(e.begin() + 1, e.end() - 1);
   const StoredFactors<R> alone('U', rest_d, rest_e);
-  for (Int i = 2; i <= n; ++i) {
-    EXPECT_NEAR(stored.d(i), alone.d(i - 1), 10 * n * 40 * std::numeric_limits<R>::epsilon());
+  for (Int i = 3; i <= n; ++i) {
+    EXPECT_NEAR(stored.d(i), alone.d(i - 2), 10 * n * 40 * std::numeric_limits<R>::epsilon());
   }
   EXPECT_EQ(stored.integers(1)[1], alone.integers(1)[0]);  // k stands in the rows of the part
 }

@@ -13,14 +13,23 @@ namespace {
 template <class T>
 class DividedPaths : public ReportingTest {
  protected:
-  /// Solves in the least workspace, or in the best; gives the calls.
-  std::vector<std::string> calls_of(bool tall, Int longer, char job, bool in_least) {
+  /// Solves in the workspace that size_of(call) tells; gives the calls.
+  template <class SizeOf>
+  std::vector<std::string> calls_in(bool tall, Int longer, char job, SizeOf size_of) {
     const GuardedMatrix<T> A = random_matrix<T>(random, tall ? longer : k, tall ? k : longer, longer);
     const DividedCall<T> call(job, A);
-    const Int lwork = in_least ? divided_sizes<T>(job, call.m, call.n).least : call.best();
+    const Int lwork = size_of(call);
     take_recorded_calls();
     EXPECT_EQ(call.solved(lwork).info, 0);
     return take_recorded_calls();
+  }
+
+  static DividedSizes sizes_of(const DividedCall<T>& call) { return divided_sizes<T>(call.jobz, call.m, call.n); }
+
+  /// The same in the least workspace, or in the best.
+  std::vector<std::string> calls_of(bool tall, Int longer, char job, bool in_least) {
+    return calls_in(tall, longer, job,
+                    [=](const DividedCall<T>& call) { return in_least ? sizes_of(call).least : call.best(); });
   }
 
   static constexpr Int k = 5, l = 9;  // 11 / 6 times as many
@@ -64,6 +73,21 @@ TYPED_TEST(DividedPaths, FactorLongMatricesFirst) {
           EXPECT_EQ(count_of(calls, product(tall, in_two_parts ? k + 3 : l, k)), 1);
         }
       }
+    }
+  }
+}
+
+/// The long vectors that are to stand in A are formed beside it as soon as they have room there.
+TYPED_TEST(DividedPaths, OverwriteInOneProductFromSomeWorkspaceOn) {
+  using Fixture = TestFixture;
+  constexpr Int l = Fixture::l - 1;
+  for (const bool tall : {true, false}) {
+    for (const Int missing : {0, 1}) {
+      const auto calls = this->calls_in(tall, l, 'O', [=](const auto& call) {
+        EXPECT_GT(Fixture::sizes_of(call).enough, Fixture::sizes_of(call).least);
+        return Fixture::sizes_of(call).enough - missing;
+      });
+      EXPECT_EQ(has_long_vectors_applied(calls, l), missing == 0) << (tall ? "tall, " : "wide, ") << missing;
     }
   }
 }

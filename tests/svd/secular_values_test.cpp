@@ -111,6 +111,41 @@ TYPED_TEST(SecularValues, TakeFewSteps) {
   }
 }
 
+/// The exponents of an equation of order three with the least pole at zero.
+struct SlowProblem {
+  Int root;
+  int rho, d[2], z[3];
+};
+
+/// Problems that no merge has, since it would deflate, can take any number of steps.
+template <RealScalar R>
+constexpr SlowProblem slow_problems[] = {{2, -3, {-227, -29}, {-68, -131, -22}},
+                                         {2, 28, {-181, -10}, {-70, -198, -132}}};
+template <>
+constexpr SlowProblem slow_problems<float>[] = {{1, -9, {-38, -8}, {-32, -45, -58}},
+                                                {1, 27, {-40, -3}, {-18, -59, -15}}};
+
+/// Forty steps beside the first are enough, or they are not, and the root is where the last one left it.
+TYPED_TEST(SecularValues, HaveALimitOfSteps) {
+  using R = TypeParam;
+  constexpr int limit = 41;
+  for (int more = 0; more < 2; ++more) {
+    const auto [i, rho, d, z] = slow_problems<R>[more];
+    const auto power = [](int exponent) { return std::ldexp(R(1), exponent); };
+    const SecularProblem<R> problem{
+        "slow", {R(0), power(d[0]), power(d[1])}, {power(z[0]), power(z[1]), power(z[2])}, power(rho)};
+    std::vector<R> delta(3, R(0));
+    SecularRoot<R, SquaredPoles> all(3, i, problem.d.data(), problem.z.data(), delta.data(), problem.rho), some = all;
+    EXPECT_TRUE(all.find(100));
+    EXPECT_EQ(all.steps(), limit + more);
+    EXPECT_EQ(some.find(limit), more == 0);
+    const auto root = this->find(problem, i);
+    EXPECT_EQ(root.info, more);
+    const R pole = problem.d[std::size_t(some.origin() - 1)];
+    EXPECT_NEAR(root.value, std::sqrt(pole * pole + some.tau()), 8 * this->eps * root.value);
+  }
+}
+
 TYPED_TEST(SecularValues, OfOnePoleAreALength) {
   using R = TypeParam;
   const auto root = this->find({"one pole", {R(3)}, {R(-1)}, R(16)}, 1);

@@ -255,6 +255,8 @@ TEST_F(LstsqRefuses, MatricesWithoutFullRank) {
   expect_rank("column.mtx", "3 2\n1\n0\n0\n0\n0\n0\n", 1, "2 unknowns");
   expect_rank("magic.mtx", "3 3\n8\n3\n4\n1\n5\n9\n7\n-2\n-5\n", 2, "3 unknowns");
   expect_rank("zero.mtx", "3 2\n0\n0\n0\n0\n0\n0\n", 0, "2 unknowns");
+  // Without pivoting the diagonal of R would be 1e-20 and 1.
+  expect_rank("tiny.mtx", "3 2\n1e-20\n0\n0\n1\n1\n0\n", 1, "2 unknowns");
   expect_rank("rows.mtx", "2 3\n1\n2\n2\n4\n3\n6\n", 1, "2 equations");
   expect_rank("row.mtx", "2 3\n1\n0\n0\n0\n0\n0\n", 1, "2 equations");
 }
