@@ -135,6 +135,25 @@ TYPED_TEST(SvdArguments, AnswerQuestionsOfGoodArguments) {
   EXPECT_TRUE(question.A.unchanged() && question.s.unchanged());
 }
 
+TYPED_TEST(SvdArguments, AskForTheLeastWorkspaceOfEachJob) {
+  using T = TypeParam;
+  Random random(8);
+  for (const auto& [m, n] : {std::pair{4, 4}, {5, 4}, {13, 4}, {4, 5}, {4, 13}}) {
+    const auto A = random_matrix<T>(random, m, n, m);
+    for (const char jobu : svd_jobs) {
+      for (const char jobvt : svd_jobs) {
+        if (jobu == 'O' && jobvt == 'O') continue;
+        const SvdCall<T> call(jobu, jobvt, A);
+        const Int least = svd_sizes<T>(jobu, jobvt, m, n).least;
+        EXPECT_EQ(call.solved(least).info, 0) << m << " by " << n << ' ' << jobu << jobvt;
+        EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
+        EXPECT_EQ(call.solved(least - 1).info, -13) << m << " by " << n << ' ' << jobu << jobvt;
+        EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("GESVD"), 13}}));
+      }
+    }
+  }
+}
+
 /// A workspace that is too short for anything is told how long it should be, if it has a place for that.
 TYPED_TEST(SvdArguments, TellTheBestLengthToShortWorkspaces) {
   using T = TypeParam;
