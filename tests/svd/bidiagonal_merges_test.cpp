@@ -296,6 +296,9 @@ TYPED_TEST(BidiagonalMerges, OfATreeGiveTheWhole) {
         EXPECT_EQ(info, 0);
         EXPECT_TRUE(d.guards_unchanged() && e.guards_unchanged() && U.guards_unchanged() && VT.guards_unchanged() &&
                     work.guards_unchanged() && iwork.guards_unchanged());
+        if (n <= smlsiz) {
+          EXPECT_TRUE(iwork.unchanged_outside(3 * n + 1, 4 * n));  // there is no tree
+        }
         std::vector<Int> order(std::size_t(n), 0);
         std::iota(order.begin(), order.end(), 1);
         std::stable_sort(order.begin(), order.end(), [&](Int i, Int j) { return d(i) > d(j); });

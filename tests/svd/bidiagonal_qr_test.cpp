@@ -133,13 +133,16 @@ TYPED_TEST(BidiagonalQr, AsksForATableOnce) {
   for (const Int n : {2, 5, last_small, last_small + 1}) {
     const std::size_t nb = n <= last_small ? 4 : 100;
     for (const Int longest : {1, 6, 30}) {
-      Iteration<T> iteration('U', {std::vector<R>(std::size_t(n), R(2)), std::vector<R>(std::size_t(n) - 1)},
-                             random_matrix<T>(this->random, n, 1, n),
-                             random_matrix<T>(this->random, longest, n, longest), GuardedMatrix<T>(n, 0, 1));
-      iteration.run();
-      EXPECT_EQ(iteration.requests, 1);
-      EXPECT_EQ(iteration.bytes, (reals * std::size_t(longest) + 4 * (std::size_t(n) + nb)) * nb * sizeof(R));
-      EXPECT_EQ(iteration.kept, 0);
+      for (const auto& [ncvt, nru, ncc] :
+           {std::tuple<Int, Int, Int>{longest, 1, 0}, {1, longest, 1}, {0, 1, longest}}) {
+        Iteration<T> iteration('U', {std::vector<R>(std::size_t(n), R(2)), std::vector<R>(std::size_t(n) - 1)},
+                               random_matrix<T>(this->random, n, ncvt, n), random_matrix<T>(this->random, nru, n, nru),
+                               random_matrix<T>(this->random, n, ncc, n));
+        iteration.run();
+        EXPECT_EQ(iteration.requests, 1);
+        EXPECT_EQ(iteration.bytes, (reals * std::size_t(longest) + 4 * (std::size_t(n) + nb)) * nb * sizeof(R));
+        EXPECT_EQ(iteration.kept, 0);
+      }
     }
   }
 }

@@ -173,6 +173,18 @@ TYPED_TEST(BidiagonalSweeps, NormaliseByTheReciprocalLength) {
   }
 }
 
+/// One of the two is far larger than what has a square.
+TYPED_TEST(BidiagonalSweeps, ScaleWhereOneElementIsHuge) {
+  using R = TypeParam;
+  const R huge = std::numeric_limits<R>::max() / 4;
+  for (const auto& [f, g, c, s] : {std::tuple<R, R, R, R>{1, huge, 0, 1}, {huge, 1, 1, 0}}) {
+    Swept<R> swept({{f, R(0)}, {g}}, 1);
+    swept.run({"", true, false}, R(0));
+    EXPECT_NEAR(*swept.first_kind(), c, epsilon<R>) << f << ", " << g;
+    EXPECT_NEAR(swept.first_kind()[swept.store.ld()], s, epsilon<R>) << f << ", " << g;
+  }
+}
+
 /// A value for the shift appears at the end of one sweep, next to nothing beside it.
 TYPED_TEST(BidiagonalSweeps, ConvergeFromTheValueOfTheShift) {
   using R = TypeParam;

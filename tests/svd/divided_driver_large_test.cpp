@@ -1,0 +1,55 @@
+// The driver for singular values by divide and conquer on matrices of several generations of merges, large enough for
+// blocks everywhere. Vectors and a residual leave the values no choice.
+
+#include <algorithm>
+#include <functional>
+#include <tuple>
+
+#include "support/random.hpp"
+#include "support/reported_errors.hpp"
+#include "svd/divided_calls.hpp"
+
+namespace nuv::test {
+namespace {
+
+constexpr double threshold = 10;
+
+template <Scalar T>
+void expect_good(const DividedCall<T>& solved, const GuardedMatrix<T>& A) {
+  ASSERT_EQ(solved.info, 0);
+  EXPECT_TRUE(std::is_sorted(solved.s.data(), solved.s.data() + solved.k, std::greater<>()));
+  EXPECT_LT(orthonormality<T>(solved.left()), threshold) << "left";
+  EXPECT_LT(orthonormality<T>(solved.right().adjoint()), threshold) << "right";
+  EXPECT_LT(decomposition_residual<T>(wide(A), solved.left(), solved.s, solved.right()), threshold);
+}
+
+template <class T>
+class LargeDividedDriver : public ReportingTest {};
+TYPED_TEST_SUITE(LargeDividedDriver, Precisions, PrecisionLetter);
+
+TYPED_TEST(LargeDividedDriver, DecomposesByBlocks) {
+  using T = TypeParam;
+  Random random(230);
+  constexpr Int k = 230;
+  for (const auto& [m, n, job] : {std::tuple{k, k, 'S'},
+                                  {k + 40, k, 'O'},
+                                  {k, divided_crossover(k) + 5, 'A'},
+                                  {divided_crossover(k) + 5, k, 'O'}}) {
+    const auto A = random_matrix<T>(random, m, n, m + 3);
+    const DividedCall<T> call(job, A);
+    for (const Int lwork : {divided_sizes<T>(job, m, n).least, call.best()}) {
+      SCOPED_TRACE(testing::Message() << m << " by " << n << ' ' << job << ", lwork " << lwork);
+      expect_good(call.solved(lwork), A);
+    }
+  }
+}
+
+TEST(LargestDividedSvd, IsDecomposed) {
+  Random random(600);
+  const auto A = random_matrix<double>(random, 600, 600, 601);
+  const DividedCall<double> call('S', A);
+  expect_good(call.solved(call.best()), A);
+}
+
+}  // namespace
+}  // namespace nuv::test
