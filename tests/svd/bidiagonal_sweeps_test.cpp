@@ -233,7 +233,7 @@ class Transposition : public testing::Test {
 };
 TYPED_TEST_SUITE(Transposition, Precisions, PrecisionLetter);
 
-constexpr Int sizes[] = {0, 1, 2, 3, 4, 5, 8, 31, 127, 128, 129, 131, 260};
+constexpr Int sizes[] = {0, 1, 2, 3, 4, 5, 8, 31, 79, 80, 81, 131, 160, 260};
 
 TYPED_TEST(Transposition, InPlace) {
   using T = TypeParam;
