@@ -52,8 +52,6 @@ WideVector<R> exact_values(const std::vector<R>& d, const std::vector<R>& e) {
   return result;
 }
 
-inline constexpr double svd_threshold = 10;
-
 /// That B = U S V^T with orthogonal matrices, and values in decreasing order.
 template <RealScalar R>
 void expect_bidiagonal_svd(const WideMatrix<R>& B, const WideVector<R>& exact, const WideMatrix<R>& U,
