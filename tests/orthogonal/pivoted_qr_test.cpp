@@ -26,18 +26,30 @@ Int ample_lwork(Int n) {
   return lwork_of_panels<T>(n, 130);
 }
 
-/// Both sides of where there are no more panels: 12500 elements, in single precision 25000, and 4000 rows.
+/// The least order of square matrices of which panels are made: they have more than 12500 elements, in real single
+/// precision more than 25000.
+template <Scalar T>
+constexpr Int order_of_panels = std::same_as<T, float> ? 159 : 112;
+
+/// A matrix of somewhat more, which takes several panels.
+template <Scalar T>
+constexpr Shape shape_of_panels{order_of_panels<T> + 11, order_of_panels<T> + 1};
+
+/// Both sides of where there are no more panels: those orders, and 4000 rows.
+template <Scalar T>
 std::vector<Shape> shapes() {
-  std::vector<Shape> all = {{1, 1},     {1, 5},     {5, 1},     {2, 2},     {9, 7},   {7, 9},     {16, 16},
-                            {40, 33},   {33, 40},   {111, 111}, {112, 112}, {30, 90}, {158, 158}, {159, 159},
-                            {4000, 20}, {4001, 20}, {4001, 25}, {60, 310},  {90, 310}};
+  constexpr Int order = order_of_panels<T>;
+  std::vector<Shape> all = {{1, 1},         {1, 5},   {5, 1},     {2, 2},     {9, 7},
+                            {7, 9},         {16, 16}, {40, 33},   {33, 40},   {order - 1, order - 1},
+                            {order, order}, {30, 90}, {4000, 20}, {4001, 20}, {4001, 25},
+                            {60, 310},      {90, 310}};
   if (is_sanitized) std::erase_if(all, [](const Shape& shape) { return shape.m * shape.n > 13000; });
   return all;
 }
 
 TYPED_TEST(PivotedQr, FactorsMatricesOfAllShapes) {
   using T = TypeParam;
-  for (const Shape& shape : shapes()) {
+  for (const Shape& shape : shapes<T>()) {
     SCOPED_TRACE(to_string(shape));
     const GuardedMatrix<T> A = this->matrix(shape);
     expect_pivoted(factor_by_panels(A, ample_lwork<T>(shape.n)));
@@ -51,7 +63,7 @@ TYPED_TEST(PivotedQr, HasADecreasingDiagonal) {
   using T = TypeParam;
   DescribedMatrices described(17);
   for (const Description& description : matrices_of_full_rank) {
-    for (const Shape& shape : {Shape{40, 40}, {60, 40}, {40, 60}, {170, 160}}) {
+    for (const Shape& shape : {Shape{40, 40}, {60, 40}, {40, 60}, shape_of_panels<T>}) {
       if (is_sanitized && shape.m > 100) continue;
       SCOPED_TRACE(std::string(description.name) + ", " + to_string(shape));
       const GuardedMatrix<T> A = described.general<T>(description, shape.m, shape.n, padded(shape.m));
@@ -88,9 +100,10 @@ Int rank_by_diagonal(const Pivoted<T>& pivoted, double tolerance) {
 
 TYPED_TEST(PivotedQr, ShowsTheRankOfMatricesOfIntegers) {
   using T = TypeParam;
+  const auto [rows, columns] = shape_of_panels<T>;
   const struct {
     Int m, n, rank;
-  } cases[] = {{5, 5, 1}, {20, 12, 3}, {12, 20, 7}, {60, 40, 11}, {170, 160, 33}, {170, 160, 16}};
+  } cases[] = {{5, 5, 1}, {20, 12, 3}, {12, 20, 7}, {60, 40, 11}, {rows, columns, 33}, {rows, columns, 16}};
   for (const auto& [m, n, rank] : cases) {
     if (is_sanitized && m > 100) continue;
     SCOPED_TRACE(to_string(Shape{m, n}) + ", rank " + std::to_string(rank));
@@ -106,7 +119,7 @@ TYPED_TEST(PivotedQr, ShowsTheRankOfDescribedMatrices) {
   using T = TypeParam;
   DescribedMatrices described(29);
   for (const Description& description : rank_deficient_matrices) {
-    for (const Shape& shape : {Shape{50, 50}, {50, 40}, {40, 50}, {170, 160}}) {
+    for (const Shape& shape : {Shape{50, 50}, {50, 40}, {40, 50}, shape_of_panels<T>}) {
       if (is_sanitized && shape.m > 100) continue;
       SCOPED_TRACE(std::string(description.name) + ", " + to_string(shape));
       const GuardedMatrix<T> A = described.general<T>(description, shape.m, shape.n, padded(shape.m));
@@ -139,8 +152,8 @@ TYPED_TEST(PivotedQr, LeavesTheMatrixOfKahanInItsOrder) {
   using T = TypeParam;
   // By more than the digits that a norm may lose.
   const double shorter = std::same_as<Real<T>, float> ? 1e-2 : 1e-6;
-  // From 159 columns on there are panels; 0.6 makes norms fall so fast that they are computed anew.
-  for (const Int n : {20, 90, 165}) {
+  // 0.6 makes norms fall so fast that they are computed anew.
+  for (const Int n : {20, 90, order_of_panels<T> + 6}) {
     for (const double cosine : {0.1, 0.285, 0.6}) {
       if (is_sanitized && n > 100) continue;
       SCOPED_TRACE(testing::Message() << n << " columns, cosine " << cosine);

@@ -87,6 +87,23 @@ WideMatrix<T> apply(const Form& form, bool adjoint_of_h, const WideMatrix<T>& ve
   return X;
 }
 
+/// Scalar factors with which reflectors of these vectors are unitary.
+template <Scalar T>
+GuardedVector<T> unitary_factors(Random& random, const WideMatrix<T>& vectors) {
+  const Int k = Int(vectors.cols());
+  GuardedVector<T> tau(k);
+  for (Int i = 1; i <= k; ++i) {
+    const auto square = Real<T>(vectors.col(i - 1).squaredNorm());
+    if constexpr (ComplexScalar<T>) {
+      tau(i) = (T(1) + std::polar(Real<T>(1), Real<T>(2 * random.real()))) / square;
+    } else {
+      tau(i) = 2 / square;
+    }
+  }
+  tau.seal();
+  return tau;
+}
+
 /// A block of k unitary reflectors of order n. Whatever does not belong to it holds guards.
 template <Scalar T>
 struct ReflectorBlock {
@@ -110,16 +127,7 @@ struct ReflectorBlock {
       }
     }
     V.seal();
-    const WideMatrix<T> v = vectors();
-    for (Int i = 1; i <= k; ++i) {
-      const auto square = Real<T>(v.col(i - 1).squaredNorm());
-      if constexpr (ComplexScalar<T>) {
-        tau(i) = (T(1) + std::polar(Real<T>(1), Real<T>(2 * random.real()))) / square;
-      } else {
-        tau(i) = 2 / square;
-      }
-    }
-    tau.seal();
+    tau = unitary_factors<T>(random, vectors());
   }
 
   WideMatrix<T> vectors() const { return vectors_in(form, n, k, V); }

@@ -78,8 +78,8 @@ void expect_reduced(const GuardedMatrix<T>& A, const Reduced<T>& reduced) {
   EXPECT_LT(relative_distance<T>(product_with_z<T>(false, false, vectors, reduced.tau, R), original, n), threshold);
   WideMatrix<T> X = WideMatrix<T>::Zero(n, 2);
   X(0, 0) = X(n - 1, 1) = 1;
-  const WideMatrix<T> ZX = apply_z<T>(false, vectors, reduced.tau, X);
-  EXPECT_LT(relative_distance<T>(apply_z<T>(true, vectors, reduced.tau, ZX), X, n), threshold);
+  const WideMatrix<T> ZX = product_with_z<T>(true, false, vectors, reduced.tau, X);
+  EXPECT_LT(relative_distance<T>(product_with_z<T>(true, true, vectors, reduced.tau, ZX), X, n), threshold);
 }
 
 /// Both sides of the block width, and of the crossover, which is as large.

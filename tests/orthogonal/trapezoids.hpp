@@ -48,24 +48,13 @@ WideMatrix<T> vectors_of_z(const GuardedMatrix<T>& V, Int nq, Int k, Int l) {
   return vectors;
 }
 
-/// Z X or Z^H X for Z = Z1 ... Zk.
-template <Scalar T>
-WideMatrix<T> apply_z(bool adjoint, const WideMatrix<T>& vectors, const GuardedVector<T>& tau, WideMatrix<T> X) {
-  const Int k = Int(vectors.cols());
-  for (Int step = 1; step <= k; ++step) {
-    const Int i = adjoint ? step : k + 1 - step;
-    const Wide<T> factor = wide(tau(i));
-    reflect<T>(vectors.col(i - 1), adjoint ? Wide<T>(Eigen::numext::conj(factor)) : factor, X);
-  }
-  return X;
-}
-
 /// op(Z) C or C op(Z)
 template <Scalar T>
 WideMatrix<T> product_with_z(bool left, bool adjoint, const WideMatrix<T>& vectors, const GuardedVector<T>& tau,
                              const WideMatrix<T>& C) {
-  if (left) return apply_z<T>(adjoint, vectors, tau, C);
-  return apply_z<T>(!adjoint, vectors, tau, C.adjoint()).adjoint();
+  // Z = Z1 ... Zk, as the Q of a QR factorisation
+  if (left) return apply<T>(qr_form, adjoint, vectors, tau, C);
+  return apply<T>(qr_form, !adjoint, vectors, tau, C.adjoint()).adjoint();
 }
 
 /// k unitary reflectors of order nq, stored in l columns; whatever does not belong to them holds guards.
@@ -81,16 +70,7 @@ struct ReflectorsOfZ {
       for (Int j = nq - l + 1; j <= nq; ++j) V(i, j) = size * random.scalar<T>();
     }
     V.seal();
-    const WideMatrix<T> v = vectors();
-    for (Int i = 1; i <= k; ++i) {
-      const auto square = Real<T>(v.col(i - 1).squaredNorm());
-      if constexpr (ComplexScalar<T>) {
-        tau(i) = (T(1) + std::polar(Real<T>(1), Real<T>(2 * random.real()))) / square;
-      } else {
-        tau(i) = 2 / square;
-      }
-    }
-    tau.seal();
+    tau = unitary_factors<T>(random, vectors());
   }
 
   WideMatrix<T> vectors() const { return vectors_of_z(V, nq, k, l); }

@@ -33,8 +33,8 @@ struct Division {
         n(matrix.order()),
         ldu(wants('I') ? std::max(1, n) + 1 : 1),
         ldvt(wants('I') ? std::max(1, n) + 2 : 1),
-        d(as_guarded(matrix.d)),
-        e(as_guarded(matrix.e)),
+        d(guarded(matrix.d)),
+        e(guarded(matrix.e)),
         U(wants('I') ? n : 0, wants('I') ? n : 0, ldu),
         VT(wants('I') ? n : 0, wants('I') ? n : 0, ldvt),
         q(wants('P') ? n * (7 + 2 * smlsiz + 8 * levels()) : 0),
@@ -199,8 +199,8 @@ TYPED_TEST(BidiagonalDivision, LeavesSmallMatricesToTheIteration) {
   const Bidiagonal<R> matrix = this->random_bidiagonal(smlsiz);
   Division<R> division('U', 'I', matrix);
   division.solve();
-  GuardedVector<R> d = as_guarded(matrix.d), e = as_guarded(matrix.e), work(4 * smlsiz);
-  GuardedMatrix<R> U = identity_matrix<R>(smlsiz, smlsiz + 1), VT = identity_matrix<R>(smlsiz, smlsiz + 2);
+  GuardedVector<R> d = guarded(matrix.d), e = guarded(matrix.e), work(4 * smlsiz);
+  GuardedMatrix<R> U = identity<R>(smlsiz, smlsiz + 1), VT = identity<R>(smlsiz, smlsiz + 2);
   Int info = 99;
   routine_call::lasdq('U', 0, smlsiz, smlsiz, smlsiz, 0, d.data(), e.data(), Matrix<R>(VT), Matrix<R>(U), Matrix<R>(U),
                       work.data(), info);
@@ -223,7 +223,7 @@ TYPED_TEST(BidiagonalDivision, LeavesValuesToTheIteration) {
       const Bidiagonal<R> matrix = this->random_bidiagonal(n);
       Division<R> division(uplo, 'N', matrix);
       division.solve();
-      GuardedVector<R> d = as_guarded(matrix.d), e = as_guarded(matrix.e), work(4 * n);
+      GuardedVector<R> d = guarded(matrix.d), e = guarded(matrix.e), work(4 * n);
       Int info = 99;
       const Matrix<R> none{nullptr, 1};
       routine_call::lasdq(uplo, 0, n, 0, 0, 0, d.data(), e.data(), none, none, none, work.data(), info);

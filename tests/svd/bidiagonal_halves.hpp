@@ -79,8 +79,8 @@ struct BidiagonalHalves {
   BidiagonalHalves(const DividedBidiagonal<R>& whole, bool reversed)
       : matrix(whole),
         d(whole.n()),
-        U(identity_matrix<R>(whole.n(), whole.n() + 1)),
-        VT(identity_matrix<R>(whole.m(), whole.m() + 2)),
+        U(identity<R>(whole.n(), whole.n() + 1)),
+        VT(identity<R>(whole.m(), whole.m() + 2)),
         idxq(whole.n()) {
     solve(1, whole.nl, 1, reversed);
     solve(whole.nl + 2, whole.nr, whole.sqre, reversed);

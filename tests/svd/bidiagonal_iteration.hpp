@@ -11,7 +11,7 @@
 #include <limits>
 
 #include "routines.hpp"
-#include "support/guarded.hpp"
+#include "support/filled.hpp"
 #include "support/malloc_requests.hpp"
 #include "support/norms.hpp"
 #include "support/wide.hpp"
@@ -30,16 +30,6 @@ constexpr double threshold_of_values(Int n) {
 }
 
 inline constexpr Answer answers[] = {Answer::granted, Answer::refused};
-
-template <Scalar T>
-GuardedMatrix<T> identity(Int n, Int ld) {
-  GuardedMatrix<T> I(n, n, ld);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) I(i, j) = T(i == j);
-  }
-  I.seal();
-  return I;
-}
 
 template <Scalar T>
 WideMatrix<T> dense(char uplo, Int n, const Real<T>* d, const Real<T>* e) {
@@ -67,11 +57,7 @@ struct Iteration {
   std::size_t bytes = 0;
 
   Iteration(char uplo, const Bidiagonal<R>& matrix, GuardedMatrix<T> VT, GuardedMatrix<T> U, GuardedMatrix<T> C)
-      : uplo(uplo), n(matrix.order()), d(n), e(std::max(0, n - 1)), VT(VT), U(U), C(C), work(room()) {
-    for (Int i = 1; i <= n; ++i) d(i) = matrix.d[std::size_t(i) - 1];
-    for (Int i = 1; i < n; ++i) e(i) = matrix.e[std::size_t(i) - 1];
-    d.seal();
-    e.seal();
+      : uplo(uplo), n(matrix.order()), d(guarded(matrix.d)), e(guarded(matrix.e)), VT(VT), U(U), C(C), work(room()) {
     this->VT.seal();
     this->U.seal();
     this->C.seal();

@@ -89,8 +89,8 @@ TYPED_TEST(BidiagonalMerges, HaveLeavesOfAnyShape) {
         for (Int i = 0; i < n; ++i) d.push_back(R(this->random.real()));
         for (Int i = 0; i < n - 1 + sqre; ++i) e.push_back(R(this->random.real()));
         const Int rows = is_upper(uplo) ? n : n + sqre, columns = is_upper(uplo) ? n + sqre : n;
-        GuardedVector<R> s = as_guarded(d), beside = as_guarded(e), work(4 * n);
-        GuardedMatrix<R> U = identity_matrix<R>(rows, rows + 1), VT = identity_matrix<R>(columns, columns + 2),
+        GuardedVector<R> s = guarded(d), beside = guarded(e), work(4 * n);
+        GuardedMatrix<R> U = identity<R>(rows, rows + 1), VT = identity<R>(columns, columns + 2),
                          C = random_matrix<R>(this->random, rows, 3, rows + 1);
         const WideMatrix<R> before = wide(C);
         Int info = 99;
@@ -113,7 +113,7 @@ TYPED_TEST(BidiagonalMerges, HaveLeavesOfAnyShape) {
         EXPECT_LT(double(rest.cwiseAbs().maxCoeff()), 10 * n * double(std::numeric_limits<R>::epsilon()));
 
         // The values need no vectors.
-        GuardedVector<R> alone = as_guarded(d), scratch = as_guarded(e);
+        GuardedVector<R> alone = guarded(d), scratch = guarded(e);
         routine_call::lasdq(uplo, sqre, n, 0, 0, 0, alone.data(), scratch.data(), Matrix<R>(VT), Matrix<R>(U),
                             Matrix<R>(C), work.data(), info);
         EXPECT_EQ(info, 0);
@@ -287,8 +287,8 @@ TYPED_TEST(BidiagonalMerges, OfATreeGiveTheWhole) {
         SCOPED_TRACE(testing::Message() << n << " by leaves of " << smlsiz << ", sqre " << sqre);
         const auto matrix = divided_bidiagonals<R>(1, n - 2, sqre, this->random).front();
         const Int m = n + sqre;
-        GuardedVector<R> d = as_guarded(matrix.d), e = as_guarded(matrix.e), work(3 * m * m + 2 * m);
-        GuardedMatrix<R> U = identity_matrix<R>(n, n + 1), VT = identity_matrix<R>(m, m + 2);
+        GuardedVector<R> d = guarded(matrix.d), e = guarded(matrix.e), work(3 * m * m + 2 * m);
+        GuardedMatrix<R> U = identity<R>(n, n + 1), VT = identity<R>(m, m + 2);
         GuardedVector<Int> iwork(8 * n);
         Int info = 99;
         routine_call::lasd0(n, sqre, d.data(), e.data(), Matrix<R>(U), Matrix<R>(VT), smlsiz, iwork.data(), work.data(),
@@ -321,10 +321,10 @@ TYPED_TEST(BidiagonalMerges, TellTheRootThatFailed) {
   EXPECT_EQ(info, 1);
 
   // Only the first root can do with an infinite pole.
-  GuardedVector<R> d(3), dsigma = as_guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
-                         z = as_guarded<R>({R(1), R(1), R(1)});
+  GuardedVector<R> d(3), dsigma = guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
+                         z = guarded<R>({R(1), R(1), R(1)});
   GuardedMatrix<R> Q(3, 3, 3), U(3, 3, 3), VT(3, 3, 3);
-  const GuardedMatrix<R> I = identity_matrix<R>(3, 3);
+  const GuardedMatrix<R> I = identity<R>(3, 3);
   const Int idxc[] = {1, 2, 3}, ctot[] = {0, 3, 0};
   routine_call::lasd3(1, 1, 0, 3, d.data(), Matrix<R>(Q), dsigma.data(), Matrix<R>(U), Matrix<const R>(I),
                       Matrix<R>(VT), Matrix<const R>(I), idxc, ctot, z.data(), info);
@@ -343,7 +343,7 @@ struct MergeArguments {
   GuardedMatrix<R> Q{3, 3, 3}, U{3, 3, 3}, U2{3, 3, 3}, VT{4, 4, 4}, VT2{4, 4, 4}, C{3, 1, 3};
   GuardedVector<Int> idxp{3}, idx{3}, idxc{3}, idxq{3}, coltyp{3}, iwork{24};
 
-  MergeArguments() : U(identity_matrix<R>(3, 3)), VT(identity_matrix<R>(4, 4)) {
+  MergeArguments() : U(identity<R>(3, 3)), VT(identity<R>(4, 4)) {
     for (Int i = 1; i <= 3; ++i) {
       d(i) = e(i) = R(i);
       z(i) = R(0.5);

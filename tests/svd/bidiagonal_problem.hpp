@@ -4,29 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include "support/filled.hpp"
 #include "svd/bidiagonal_matrices.hpp"
 #include "svd/decomposition_checks.hpp"
 
 namespace nuv::test {
-
-/// A vector that holds some numbers.
-template <RealScalar R>
-GuardedVector<R> as_guarded(const std::vector<R>& numbers) {
-  GuardedVector<R> x(Int(numbers.size()));
-  std::copy(numbers.begin(), numbers.end(), x.data());
-  x.seal();
-  return x;
-}
-
-template <RealScalar R>
-GuardedMatrix<R> identity_matrix(Int n, Int ld) {
-  GuardedMatrix<R> I(n, n, ld);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) I(i, j) = R(i == j);
-  }
-  I.seal();
-  return I;
-}
 
 /// The matrix with d on its diagonal and e above it, or below it. With as many elements in e as in d it has a column,
 /// or a row, more.
@@ -51,8 +33,6 @@ WideVector<R> exact_values(const std::vector<R>& d, const std::vector<R>& e) {
   for (Int i = 0; i < n; ++i) result(i) = WideReal<R>(values[std::size_t(i)]);
   return result;
 }
-
-inline constexpr double svd_threshold = 10;
 
 /// That B = U S V^T with orthogonal matrices, and values in decreasing order.
 template <RealScalar R>

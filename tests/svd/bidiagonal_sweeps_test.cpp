@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "routines.hpp"
+#include "support/filled.hpp"
 #include "support/norms.hpp"
 #include "support/random.hpp"
 #include "support/real_precisions.hpp"
@@ -75,15 +76,6 @@ WideMatrix<R> dense(Int n, const auto& d, const auto& e) {
   return B;
 }
 
-template <RealScalar R>
-GuardedMatrix<R> identity_matrix(Int n) {
-  GuardedMatrix<R> I(n, n, n);
-  for (Int j = 1; j <= n; ++j) {
-    for (Int i = 1; i <= n; ++i) I(i, j) = R(i == j);
-  }
-  return I;
-}
-
 template <class T>
 class BidiagonalSweeps : public testing::Test {
  protected:
@@ -103,7 +95,7 @@ class BidiagonalSweeps : public testing::Test {
     Swept<T> swept(matrix, distance);
     swept.run(sweep, shift);
     EXPECT_TRUE(swept.d.guards_unchanged() && swept.e.guards_unchanged() && swept.store.guards_unchanged());
-    GuardedMatrix<T> U = identity_matrix<T>(n), VT = U;
+    GuardedMatrix<T> U = identity<T>(n, n), VT = U;
     if (n > 1) {
       const char direct = sweep.downwards ? 'F' : 'B';
       const Int ld = swept.store.ld();

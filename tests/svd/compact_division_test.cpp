@@ -122,8 +122,8 @@ struct CompactTree {
         sqre(matrix.sqre),
         ldu(matrix.m() + 1),
         ldgcol(n + 2),
-        d(as_guarded(matrix.d)),
-        e(as_guarded(matrix.e)),
+        d(guarded(matrix.d)),
+        e(guarded(matrix.e)),
         inode(n),
         ndiml(n),
         ndimr(n),
@@ -266,8 +266,8 @@ TYPED_TEST(CompactDivision, TellsTheRootThatFailed) {
   }
 
   // Only the first root can do with an infinite pole.
-  GuardedVector<R> d(3), dsigma = as_guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
-                         z = as_guarded<R>({R(1), R(1), R(1)}), vf = z, vl = z, difl(3), work(9);
+  GuardedVector<R> d(3), dsigma = guarded<R>({R(0), R(1), std::numeric_limits<R>::infinity()}),
+                         z = guarded<R>({R(1), R(1), R(1)}), vf = z, vl = z, difl(3), work(9);
   GuardedMatrix<R> difr(3, 1, 3);
   Int info = 99;
   routine_call::lasd8(0, 3, d.data(), z.data(), vf.data(), vl.data(), difl.data(), Matrix<R>(difr), dsigma.data(),
@@ -279,8 +279,8 @@ TYPED_TEST(CompactDivision, TellsTheRootThatFailed) {
 TYPED_TEST(CompactDivision, CountsRotationsThatAreKept) {
   using R = TypeParam;
   for (const Int icompq : {0, 1}) {
-    GuardedVector<R> d = as_guarded<R>({R(0.75), R(0), R(0.75)}), vf = as_guarded<R>({R(0.6), R(0.8), R(1)}),
-                     vl = as_guarded<R>({R(0.8), R(-0.6), R(1)});
+    GuardedVector<R> d = guarded<R>({R(0.75), R(0), R(0.75)}), vf = guarded<R>({R(0.6), R(0.8), R(1)}),
+                     vl = guarded<R>({R(0.8), R(-0.6), R(1)});
     GuardedVector<R> poles(6), difl(3), difr(6), z(3), givnum(6), work(12);
     GuardedVector<Int> idxq(3), perm(3), givcol(6), iwork(9);
     idxq(1) = idxq(3) = 1;
@@ -312,8 +312,8 @@ struct StoredFactors {
       : uplo(uplo_),
         n(Int(diagonal.size())),
         levels(CompactTree<R>::generations(n, smlsiz)),
-        d(as_guarded(diagonal)),
-        e(as_guarded(beside)),
+        d(guarded(diagonal)),
+        e(guarded(beside)),
         q(n * (2 + 2 * smlsiz + 8 * levels + 3 + (is_upper(uplo) ? 0 : 2))),
         work(6 * n),
         iq(n * (3 + 3 * levels)),

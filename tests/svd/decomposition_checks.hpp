@@ -9,6 +9,9 @@
 
 namespace nuv::test {
 
+/// For all of these measures.
+inline constexpr double svd_threshold = 10;
+
 /// ||(A - U S V^H) X|| / (||A|| n eps) with n the larger size of A, a few columns X of random signs, which say as much
 /// as the whole and take far less, and the first vectors of U and V^H, as many as there are values.
 template <Scalar T>

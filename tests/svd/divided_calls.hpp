@@ -4,125 +4,15 @@
 
 #include <algorithm>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "frame/option_matching.hpp"
-#include "routines.hpp"
-#include "support/precisions.hpp"
-#include "svd/decomposition_checks.hpp"
+#include "svd/svd_arrays.hpp"
 
 namespace nuv::test {
-
-inline constexpr char divided_jobs[] = {'N', 'O', 'S', 'A'};
 
 /// Rows, or columns, from which on the factorisation comes first.
 inline Int divided_crossover(Int shorter) {
   return 11 * shorter / 6;
 }
-
-struct DividedShape {
-  Int m, n;
-};
-
-/// Square, just below and at the crossover, and long, on either side.
-inline std::vector<DividedShape> divided_shapes(Int k) {
-  std::vector<DividedShape> list;
-  for (const Int l :
-       std::set<Int>{k, std::max(k, divided_crossover(k) - 1), std::max(k, divided_crossover(k)), 2 * k + 3}) {
-    list.push_back({l, k});
-    if (l != k) list.push_back({k, l});
-  }
-  return list;
-}
-
-/// All arguments of a call. Vectors that are not wanted have arrays of no columns.
-template <Scalar T>
-struct DividedCall {
-  using R = Real<T>;
-
-  char jobz;
-  Int m, n, k, lda, ldu, ldvt, info = 99;
-  GuardedMatrix<T> A, U, VT;
-  GuardedVector<R> s, rwork;
-  GuardedVector<Int> iwork;
-  GuardedVector<T> work{1};
-  Int lwork = 1;
-
-  DividedCall(char jobz_, const GuardedMatrix<T>& matrix)
-      : jobz(jobz_),
-        m(matrix.rows()),
-        n(matrix.columns()),
-        k(std::min(m, n)),
-        lda(matrix.ld()),
-        ldu(has_u() ? std::max(1, m) + 1 : 1),
-        ldvt(has_vt() ? std::max(1, is('S') ? k : n) + 2 : 1),
-        A(matrix),
-        U(m,
-          !has_u()  ? 0
-          : is('S') ? k
-                    : m,
-          ldu),
-        VT(!has_vt() ? 0
-           : is('S') ? k
-                     : n,
-           has_vt() ? n : 0, ldvt),
-        s(k),
-        rwork(!ComplexScalar<T> ? 0
-              : is('N')         ? 5 * k
-                                : 5 * k * k + 5 * k),
-        iwork(8 * k) {}
-
-  bool is(char letter) const { return same_letter(jobz, letter); }
-  bool has_u() const { return is('A') || is('S') || (is('O') && m < n); }
-  bool has_vt() const { return is('A') || is('S') || (is('O') && m >= n); }
-
-  void make_room(Int size) {
-    lwork = size;
-    work = GuardedVector<T>(std::max(1, size));
-  }
-
-  void run() {
-    const Matrix<T> a{A.data(), lda}, u{U.data(), ldu}, vt{VT.data(), ldvt};
-    if constexpr (ComplexScalar<T>) {
-      routine_call::gesdd(jobz, m, n, a, s.data(), u, vt, work.data(), lwork, rwork.data(), iwork.data(), info);
-    } else {
-      routine_call::gesdd(jobz, m, n, a, s.data(), u, vt, work.data(), lwork, iwork.data(), info);
-    }
-  }
-
-  /// What it asks for.
-  Int best() const {
-    DividedCall question = *this;
-    question.make_room(1);
-    question.lwork = -1;
-    question.run();
-    EXPECT_EQ(question.info, 0);
-    EXPECT_TRUE(question.A.same_as(A) && question.U.same_as(U) && question.VT.same_as(VT) && question.s.unchanged() &&
-                question.rwork.unchanged());
-    return Int(std::real(question.work(1)));
-  }
-
-  DividedCall solved(Int size) const {
-    DividedCall call = *this;
-    call.make_room(size);
-    call.run();
-    EXPECT_TRUE(call.A.guards_unchanged() && call.U.guards_unchanged() && call.VT.guards_unchanged() &&
-                call.s.guards_unchanged() && call.rwork.guards_unchanged() && call.work.guards_unchanged() &&
-                call.iwork.guards_unchanged());
-    return call;
-  }
-
-  bool has_vectors() const { return !is('N'); }
-
-  /// The left vectors, as columns; the right ones, as rows.
-  WideMatrix<T> left() const { return is('O') && m >= n ? WideMatrix<T>(wide(A).leftCols(k)) : wide(U); }
-  WideMatrix<T> right() const { return is('O') && m < n ? WideMatrix<T>(wide(A).topRows(k)) : wide(VT); }
-
-  bool unchanged() const {
-    return A.unchanged() && U.unchanged() && VT.unchanged() && s.unchanged() && rwork.unchanged() && iwork.unchanged();
-  }
-};
 
 /// The least workspace, and what is enough for the faster way where there are two.
 struct DividedSizes {
@@ -153,5 +43,60 @@ DividedSizes divided_sizes(char jobz, Int m, Int n) {
   least = 2 * k + std::max(l, is('O') ? k * k + k : 0);
   return {least, is('O') ? std::max(least, 2 * k + l * k + k) : least};
 }
+
+/// All arguments of a call.
+template <Scalar T>
+struct DividedCall : SvdArrays<DividedCall<T>, T> {
+  using Arrays = SvdArrays<DividedCall<T>, T>;
+  using Arrays::A, Arrays::U, Arrays::VT, Arrays::k, Arrays::m, Arrays::n, Arrays::s, Arrays::work;
+  using Arrays::is, Arrays::lda, Arrays::ldu, Arrays::ldvt, Arrays::lwork, Arrays::rwork, Arrays::info;
+
+  static constexpr Int lwork_position = 12;
+
+  char jobz;
+  GuardedVector<Int> iwork;
+
+  DividedCall(char jobz_, const GuardedMatrix<T>& matrix)
+      : Arrays(job_of(jobz_, matrix, true), job_of(jobz_, matrix, false), matrix, reals_of(jobz_, matrix)),
+        jobz(jobz_),
+        iwork(8 * k) {}
+
+  void run() {
+    const Matrix<T> a{A.data(), lda}, u{U.data(), ldu}, vt{VT.data(), ldvt};
+    if constexpr (ComplexScalar<T>) {
+      routine_call::gesdd(jobz, m, n, a, s.data(), u, vt, work.data(), lwork, rwork.data(), iwork.data(), info);
+    } else {
+      routine_call::gesdd(jobz, m, n, a, s.data(), u, vt, work.data(), lwork, iwork.data(), info);
+    }
+  }
+
+  DividedSizes sizes() const { return divided_sizes<T>(jobz, m, n); }
+
+  std::set<Int> workspaces(Int best) const {
+    const auto [least, enough] = sizes();
+    EXPECT_GE(best, enough);
+    return {least, std::max(least, enough - 1), enough, best};
+  }
+
+  template <class Visit>
+  static void for_each_job(Visit visit) {
+    for (const char job : svd_jobs) visit(job);
+  }
+
+  bool guards_unchanged() const { return Arrays::guards_unchanged() && iwork.guards_unchanged(); }
+  bool inputs_unchanged() const { return Arrays::inputs_unchanged() && iwork.unchanged(); }
+
+ private:
+  /// The long vectors overwrite the matrix, and the short ones have an array.
+  static char job_of(char jobz, const GuardedMatrix<T>& matrix, bool left) {
+    if (!is(jobz, 'O')) return jobz;
+    return (matrix.rows() >= matrix.columns()) == left ? 'O' : 'A';
+  }
+
+  static Int reals_of(char jobz, const GuardedMatrix<T>& matrix) {
+    const Int k = std::min(matrix.rows(), matrix.columns());
+    return is(jobz, 'N') ? 5 * k : 5 * k * k + 5 * k;
+  }
+};
 
 }  // namespace nuv::test

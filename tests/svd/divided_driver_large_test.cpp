@@ -5,22 +5,18 @@
 #include <functional>
 #include <tuple>
 
-#include "support/random.hpp"
 #include "support/reported_errors.hpp"
 #include "svd/divided_calls.hpp"
+#include "svd/svd_driver_checks.hpp"
 
 namespace nuv::test {
 namespace {
-
-constexpr double threshold = 10;
 
 template <Scalar T>
 void expect_good(const DividedCall<T>& solved, const GuardedMatrix<T>& A) {
   ASSERT_EQ(solved.info, 0);
   EXPECT_TRUE(std::is_sorted(solved.s.data(), solved.s.data() + solved.k, std::greater<>()));
-  EXPECT_LT(orthonormality<T>(solved.left()), threshold) << "left";
-  EXPECT_LT(orthonormality<T>(solved.right().adjoint()), threshold) << "right";
-  EXPECT_LT(decomposition_residual<T>(wide(A), solved.left(), solved.s, solved.right()), threshold);
+  expect_vectors(solved, wide(A));
 }
 
 template <class T>
@@ -37,8 +33,8 @@ TYPED_TEST(LargeDividedDriver, DecomposesByBlocks) {
                                   {divided_crossover(k) + 5, k, 'O'}}) {
     const auto A = random_matrix<T>(random, m, n, m + 3);
     const DividedCall<T> call(job, A);
-    for (const Int lwork : {divided_sizes<T>(job, m, n).least, call.best()}) {
-      SCOPED_TRACE(testing::Message() << m << " by " << n << ' ' << job << ", lwork " << lwork);
+    for (const Int lwork : {call.sizes().least, call.best()}) {
+      SCOPED_TRACE(testing::Message() << call.description() << ", lwork " << lwork);
       expect_good(call.solved(lwork), A);
     }
   }

@@ -24,12 +24,10 @@ class DividedPaths : public ReportingTest {
     return take_recorded_calls();
   }
 
-  static DividedSizes sizes_of(const DividedCall<T>& call) { return divided_sizes<T>(call.jobz, call.m, call.n); }
-
   /// The same in the least workspace, or in the best.
   std::vector<std::string> calls_of(bool tall, Int longer, char job, bool in_least) {
     return calls_in(tall, longer, job,
-                    [=](const DividedCall<T>& call) { return in_least ? sizes_of(call).least : call.best(); });
+                    [=](const DividedCall<T>& call) { return in_least ? call.sizes().least : call.best(); });
   }
 
   static constexpr Int k = 5, l = 9;  // 11 / 6 times as many
@@ -59,7 +57,7 @@ TYPED_TEST(DividedPaths, FactorLongMatricesFirst) {
   constexpr Int k = TestFixture::k, l = TestFixture::l;
   for (const bool tall : {true, false}) {
     const std::string factorisation = "geqrf " + std::to_string(l) + ' ' + std::to_string(k);
-    for (const char job : divided_jobs) {
+    for (const char job : svd_jobs) {
       for (const bool in_least : {true, false}) {
         SCOPED_TRACE(testing::Message() << job << (tall ? ", tall" : ", wide") << (in_least ? ", least" : ""));
         const auto calls = this->calls_of(tall, l, job, in_least);
@@ -84,8 +82,8 @@ TYPED_TEST(DividedPaths, OverwriteInOneProductFromSomeWorkspaceOn) {
   for (const bool tall : {true, false}) {
     for (const Int missing : {0, 1}) {
       const auto calls = this->calls_in(tall, l, 'O', [=](const auto& call) {
-        EXPECT_GT(Fixture::sizes_of(call).enough, Fixture::sizes_of(call).least);
-        return Fixture::sizes_of(call).enough - missing;
+        EXPECT_GT(call.sizes().enough, call.sizes().least);
+        return call.sizes().enough - missing;
       });
       EXPECT_EQ(has_long_vectors_applied(calls, l), missing == 0) << (tall ? "tall, " : "wide, ") << missing;
     }
@@ -95,7 +93,7 @@ TYPED_TEST(DividedPaths, OverwriteInOneProductFromSomeWorkspaceOn) {
 TYPED_TEST(DividedPaths, ReduceOthersDirectly) {
   constexpr Int k = TestFixture::k, l = TestFixture::l - 1;
   for (const bool tall : {true, false}) {
-    for (const char job : divided_jobs) {
+    for (const char job : svd_jobs) {
       for (const bool in_least : {true, false}) {
         SCOPED_TRACE(testing::Message() << job << (tall ? ", tall" : ", wide") << (in_least ? ", least" : ""));
         const auto calls = this->calls_of(tall, l, job, in_least);

@@ -2,6 +2,7 @@
 
 #include "support/argument_checks.hpp"
 #include "svd/svd_calls.hpp"
+#include "svd/svd_driver_checks.hpp"
 
 namespace nuv::test {
 namespace {
@@ -10,32 +11,9 @@ template <class T>
 class SvdArguments : public ReportingTest {};
 TYPED_TEST_SUITE(SvdArguments, Precisions, PrecisionLetter);
 
-/// All vectors of a random matrix, tall or wide, in the least workspace.
+/// All vectors of a random matrix, tall or wide.
 template <Scalar T, Int rows, Int columns>
-struct ValidCall : SvdCall<T> {
-  ValidCall() : SvdCall<T>('A', 'a', matrix()) {
-    this->lda = std::max(1, this->m);
-    this->ldu = this->m;
-    this->ldvt = this->n;
-    this->make_room(svd_sizes<T>('A', 'A', rows, columns).least);
-  }
-
-  static GuardedMatrix<T> matrix() {
-    Random random(7);
-    return random_matrix<T>(random, rows, columns, rows);
-  }
-
-  Int run() {
-    SvdCall<T>::run();
-    return this->info;
-  }
-
-  /// With too little workspace the driver tells how much it would like.
-  bool unchanged() const {
-    return this->A.unchanged() && this->U.unchanged() && this->VT.unchanged() && this->s.unchanged() &&
-           this->rwork.unchanged() && (this->info == -13 ? this->work.unchanged_outside(1, 1) : this->work.unchanged());
-  }
-};
+using ValidCall = ValidSvdCall<SvdCall<T>, rows, columns, 'A', 'a'>;
 
 template <class C>
 void expect_checks(const std::string& name) {
@@ -87,36 +65,27 @@ TYPED_TEST(SvdArguments, AskForRowsOfWantedVectorsAlone) {
   using Tall = ValidCall<T, 6, 4>;
   using Wide = ValidCall<T, 4, 6>;
   const std::string name = reported_name<T>("GESVD");
+  const auto expect_of_left = [&](char job, Int ldu, int position) {
+    expect_of<Tall>(name, position, [=](Tall& c) {
+      c.jobu = job;
+      c.ldu = ldu;
+    });
+  };
+  const auto expect_of_right = [&](char job, Int ldvt, int position) {
+    expect_of<Wide>(name, position, [=](Wide& c) {
+      c.jobvt = job;
+      c.ldvt = ldvt;
+    });
+  };
   for (const char job : {'N', 'o'}) {
-    expect_of<Tall>(name, 0, [=](Tall& c) {
-      c.jobu = job;
-      c.ldu = 1;
-    });
-    expect_of<Tall>(name, 9, [=](Tall& c) {
-      c.jobu = job;
-      c.ldu = 0;
-    });
-    expect_of<Wide>(name, 0, [=](Wide& c) {
-      c.jobvt = job;
-      c.ldvt = 1;
-    });
-    expect_of<Wide>(name, 11, [=](Wide& c) {
-      c.jobvt = job;
-      c.ldvt = 0;
-    });
+    expect_of_left(job, 1, 0);
+    expect_of_left(job, 0, 9);
+    expect_of_right(job, 1, 0);
+    expect_of_right(job, 0, 11);
   }
-  expect_of<Tall>(name, 9, [](Tall& c) {
-    c.jobu = 's';
-    c.ldu = 5;
-  });
-  expect_of<Wide>(name, 0, [](Wide& c) {
-    c.jobvt = 's';
-    c.ldvt = 4;
-  });
-  expect_of<Wide>(name, 11, [](Wide& c) {
-    c.jobvt = 's';
-    c.ldvt = 3;
-  });
+  expect_of_left('s', 5, 9);
+  expect_of_right('s', 4, 0);
+  expect_of_right('s', 3, 11);
 }
 
 /// No length but -1 is a question, and lda is looked at before it is answered.
@@ -140,17 +109,15 @@ TYPED_TEST(SvdArguments, AskForTheLeastWorkspaceOfEachJob) {
   Random random(8);
   for (const auto& [m, n] : {std::pair{4, 4}, {5, 4}, {13, 4}, {4, 5}, {4, 13}}) {
     const auto A = random_matrix<T>(random, m, n, m);
-    for (const char jobu : svd_jobs) {
-      for (const char jobvt : svd_jobs) {
-        if (jobu == 'O' && jobvt == 'O') continue;
-        const SvdCall<T> call(jobu, jobvt, A);
-        const Int least = svd_sizes<T>(jobu, jobvt, m, n).least;
-        EXPECT_EQ(call.solved(least).info, 0) << m << " by " << n << ' ' << jobu << jobvt;
-        EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
-        EXPECT_EQ(call.solved(least - 1).info, -13) << m << " by " << n << ' ' << jobu << jobvt;
-        EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("GESVD"), 13}}));
-      }
-    }
+    SvdCall<T>::for_each_job([&](char jobu, char jobvt) {
+      const SvdCall<T> call(jobu, jobvt, A);
+      SCOPED_TRACE(call.description());
+      const Int least = call.sizes().least;
+      EXPECT_EQ(call.solved(least).info, 0);
+      EXPECT_EQ(take_error_reports(), std::vector<ErrorReport>());
+      EXPECT_EQ(call.solved(least - 1).info, -13);
+      EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("GESVD"), 13}}));
+    });
   }
 }
 

@@ -3,104 +3,18 @@
 // Calls of the driver for singular values by QR iteration.
 
 #include <algorithm>
+#include <set>
 #include <string>
 
-#include "frame/option_matching.hpp"
-#include "routines.hpp"
-#include "support/precisions.hpp"
 #include "support/random.hpp"
-#include "svd/decomposition_checks.hpp"
+#include "svd/svd_arrays.hpp"
 
 namespace nuv::test {
-
-inline constexpr char svd_jobs[] = {'N', 'O', 'S', 'A'};
 
 /// Rows, or columns, from which on the factorisation comes first.
 inline Int svd_crossover(Int shorter) {
   return Int(float(shorter) * 1.6f);
 }
-
-/// All arguments of a call. Vectors that are not wanted have arrays of no columns.
-template <Scalar T>
-struct SvdCall {
-  using R = Real<T>;
-
-  char jobu, jobvt;
-  Int m, n, k, lda, ldu, ldvt, info = 99;
-  GuardedMatrix<T> A, U, VT;
-  GuardedVector<R> s, rwork;
-  GuardedVector<T> work{1};
-  Int lwork = 1;
-
-  SvdCall(char jobu_, char jobvt_, const GuardedMatrix<T>& matrix)
-      : jobu(jobu_),
-        jobvt(jobvt_),
-        m(matrix.rows()),
-        n(matrix.columns()),
-        k(std::min(m, n)),
-        lda(matrix.ld()),
-        ldu(has_array(jobu) ? std::max(1, m) + 1 : 1),
-        ldvt(has_array(jobvt) ? std::max(1, is(jobvt, 'A') ? n : k) + 2 : 1),
-        A(matrix),
-        U(m, count(jobu, m), ldu),
-        VT(count(jobvt, n), n, ldvt),
-        s(k),
-        rwork(ComplexScalar<T> ? 5 * k : 0) {}
-
-  void make_room(Int size) {
-    lwork = size;
-    work = GuardedVector<T>(std::max(1, size));
-  }
-
-  void run() {
-    const Matrix<T> a{A.data(), lda}, u{U.data(), ldu}, vt{VT.data(), ldvt};
-    if constexpr (ComplexScalar<T>) {
-      routine_call::gesvd(jobu, jobvt, m, n, a, s.data(), u, vt, work.data(), lwork, rwork.data(), info);
-    } else {
-      routine_call::gesvd(jobu, jobvt, m, n, a, s.data(), u, vt, work.data(), lwork, info);
-    }
-  }
-
-  /// What it asks for.
-  Int best() const {
-    SvdCall question = *this;
-    question.make_room(1);
-    question.lwork = -1;
-    question.run();
-    EXPECT_EQ(question.info, 0);
-    EXPECT_TRUE(question.A.same_as(A) && question.U.same_as(U) && question.VT.same_as(VT) && question.s.unchanged() &&
-                question.rwork.unchanged());
-    return Int(std::real(question.work(1)));
-  }
-
-  SvdCall solved(Int size) const {
-    SvdCall call = *this;
-    call.make_room(size);
-    call.run();
-    EXPECT_TRUE(call.A.guards_unchanged() && call.U.guards_unchanged() && call.VT.guards_unchanged());
-    EXPECT_TRUE(call.s.guards_unchanged() && call.rwork.guards_unchanged() && call.work.guards_unchanged());
-    return call;
-  }
-
-  bool has_left() const { return !is(jobu, 'N'); }
-  bool has_right() const { return !is(jobvt, 'N'); }
-
-  /// The left vectors that were wanted, as columns.
-  WideMatrix<T> left() const { return is(jobu, 'O') ? WideMatrix<T>(wide(A).leftCols(k)) : wide(U); }
-
-  /// The right vectors that were wanted, as rows.
-  WideMatrix<T> right() const { return is(jobvt, 'O') ? WideMatrix<T>(wide(A).topRows(k)) : wide(VT); }
-
-  bool unchanged() const {
-    return A.unchanged() && U.unchanged() && VT.unchanged() && s.unchanged() && rwork.unchanged() && work.unchanged();
-  }
-
-  static bool is(char job, char letter) { return same_letter(job, letter); }
-  static bool has_array(char job) { return is(job, 'A') || is(job, 'S'); }
-
- private:
-  Int count(char job, Int all) const { return is(job, 'A') ? all : is(job, 'S') ? k : 0; }
-};
 
 /// What a call is to take and to ask for, worked out letter by letter for a tall matrix, and for a wide one with the
 /// letters exchanged.
@@ -150,5 +64,49 @@ SvdSizes svd_sizes(char jobu, char jobvt, Int m, Int n) {
   const Int enough = blocks + std::max({before + k, bdspac, is(left, 'A') ? k + l : Int{0}});
   return {least, std::max(best, least), enough, wrkbl};
 }
+
+/// All arguments of a call.
+template <Scalar T>
+struct SvdCall : SvdArrays<SvdCall<T>, T> {
+  using Arrays = SvdArrays<SvdCall<T>, T>;
+  using Arrays::A, Arrays::U, Arrays::VT, Arrays::k, Arrays::m, Arrays::n, Arrays::s, Arrays::work;
+  using Arrays::jobu, Arrays::jobvt, Arrays::lda, Arrays::ldu, Arrays::ldvt, Arrays::lwork, Arrays::rwork, Arrays::info;
+
+  static constexpr Int lwork_position = 13;
+
+  SvdCall(char jobu_, char jobvt_, const GuardedMatrix<T>& matrix)
+      : Arrays(jobu_, jobvt_, matrix, 5 * std::min(matrix.rows(), matrix.columns())) {}
+
+  void run() {
+    const Matrix<T> a{A.data(), lda}, u{U.data(), ldu}, vt{VT.data(), ldvt};
+    if constexpr (ComplexScalar<T>) {
+      routine_call::gesvd(jobu, jobvt, m, n, a, s.data(), u, vt, work.data(), lwork, rwork.data(), info);
+    } else {
+      routine_call::gesvd(jobu, jobvt, m, n, a, s.data(), u, vt, work.data(), lwork, info);
+    }
+  }
+
+  SvdSizes sizes() const { return svd_sizes<T>(jobu, jobvt, m, n); }
+
+  std::set<Int> workspaces(Int best) const {
+    const auto [least, asked, blocks, steps] = sizes();
+    const Int more = best + 2 * lda * k;
+    std::set<Int> all;
+    for (const Int wanted : {least, blocks - 1, blocks, (blocks + best) / 2, best, more - 1, more}) {
+      all.insert(std::max(least, wanted));
+    }
+    return all;
+  }
+
+  /// All jobs, but for that of overwriting twice.
+  template <class Visit>
+  static void for_each_job(Visit visit) {
+    for (const char jobu : svd_jobs) {
+      for (const char jobvt : svd_jobs) {
+        if (jobu != 'O' || jobvt != 'O') visit(jobu, jobvt);
+      }
+    }
+  }
+};
 
 }  // namespace nuv::test

@@ -6,11 +6,10 @@
 #include "support/reported_errors.hpp"
 #include "svd/divided_calls.hpp"
 #include "svd/svd_calls.hpp"
+#include "svd/svd_driver_checks.hpp"
 
 namespace nuv::test {
 namespace {
-
-constexpr double threshold = 10;
 
 template <class T>
 class LargeSvdDriver : public ReportingTest {};
@@ -44,16 +43,8 @@ double drift(const SvdCall<T>& solved) {
 template <Scalar T>
 void expect_good(const SvdCall<T>& solved, const LargeProblem<T>& problem) {
   ASSERT_EQ(solved.info, 0);
-  EXPECT_LT(singular_value_error<T>(solved.s, problem.values), threshold);
-  if (solved.has_left()) {
-    EXPECT_LT(orthonormality<T>(solved.left()), drift(solved)) << "left";
-  }
-  if (solved.has_right()) {
-    EXPECT_LT(orthonormality<T>(solved.right().adjoint()), drift(solved)) << "right";
-  }
-  if (solved.has_left() && solved.has_right()) {
-    EXPECT_LT(decomposition_residual<T>(problem.wide_a, solved.left(), solved.s, solved.right()), threshold);
-  }
+  EXPECT_LT(singular_value_error<T>(solved.s, problem.values), svd_threshold);
+  expect_vectors(solved, problem.wide_a, drift(solved));
 }
 
 TYPED_TEST(LargeSvdDriver, DecomposesByBatches) {
@@ -66,8 +57,8 @@ TYPED_TEST(LargeSvdDriver, DecomposesByBatches) {
                                           {k, k, 'N', 'N'}}) {
     const LargeProblem<T> problem(m, n);
     const SvdCall<T> call(jobu, jobvt, problem.A);
-    for (const Int lwork : {svd_sizes<T>(jobu, jobvt, m, n).least, call.best()}) {
-      SCOPED_TRACE(testing::Message() << m << " by " << n << ' ' << jobu << jobvt << ", lwork " << lwork);
+    for (const Int lwork : {call.sizes().least, call.best()}) {
+      SCOPED_TRACE(testing::Message() << call.description() << ", lwork " << lwork);
       expect_good(call.solved(lwork), problem);
     }
   }

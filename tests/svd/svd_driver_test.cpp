@@ -1,16 +1,13 @@
 // The driver for singular values by QR iteration: what it gives, for all jobs, shapes and workspaces.
 
 #include <limits>
-#include <set>
 
-#include "support/described_matrices.hpp"
 #include "support/reported_errors.hpp"
 #include "svd/svd_calls.hpp"
+#include "svd/svd_driver_checks.hpp"
 
 namespace nuv::test {
 namespace {
-
-constexpr double threshold = 10;
 
 template <class T>
 class SvdDriver : public ReportingTest {
@@ -19,87 +16,16 @@ class SvdDriver : public ReportingTest {
 };
 TYPED_TEST_SUITE(SvdDriver, Precisions, PrecisionLetter);
 
-struct Shape {
-  Int m, n;
-};
-
-/// Square, just below and at the crossover, and long, on either side.
-std::vector<Shape> shapes(Int k) {
-  std::vector<Shape> list;
-  for (const Int l : std::set<Int>{k, std::max(k, svd_crossover(k) - 1), svd_crossover(k), 2 * k + 3}) {
-    list.push_back({l, k});
-    if (l != k) list.push_back({k, l});
-  }
-  return list;
-}
-
-/// A matrix and what its decomposition is compared with.
-template <Scalar T>
-struct Problem {
-  GuardedMatrix<T> A;
-  WideMatrix<T> wide_a;
-  WideVector<T> values;
-
-  explicit Problem(const GuardedMatrix<T>& matrix)
-      : A(matrix), wide_a(wide(matrix)), values(wide_singular_values<T>(wide_a)) {}
-};
-
-template <Scalar T>
-void expect_decomposition(const SvdCall<T>& solved, const Problem<T>& problem) {
-  ASSERT_EQ(solved.info, 0);
-  EXPECT_TRUE(std::is_sorted(solved.s.data(), solved.s.data() + solved.k, std::greater<>()));
-  EXPECT_LT(singular_value_error<T>(solved.s, problem.values), threshold);
-  if (solved.has_left()) {
-    EXPECT_LT(orthonormality<T>(solved.left()), threshold) << "left";
-  }
-  if (solved.has_right()) {
-    EXPECT_LT(orthonormality<T>(solved.right().adjoint()), threshold) << "right";
-  }
-  if (solved.has_left() && solved.has_right()) {
-    EXPECT_LT(decomposition_residual<T>(problem.wide_a, solved.left(), solved.s, solved.right()), threshold);
-  } else if (problem.values(0) == 0) {
-    return;  // all vectors are those of the zero matrix
-  } else if (solved.has_left()) {
-    EXPECT_LT(one_sided_residual<T>(problem.wide_a, solved.left(), solved.s), threshold);
-  } else if (solved.has_right()) {
-    EXPECT_LT(one_sided_residual<T>(problem.wide_a.adjoint(), solved.right().adjoint(), solved.s), threshold);
-  }
-}
-
-/// All jobs, but for that of overwriting twice.
-template <class Visit>
-void for_each_job(Visit visit) {
-  for (const char jobu : svd_jobs) {
-    for (const char jobvt : svd_jobs) {
-      if (jobu != 'O' || jobvt != 'O') visit(jobu, jobvt);
-    }
-  }
-}
-
-/// Solves by all jobs in all kinds of workspace.
-template <Scalar T>
-void expect_all(Random& random, const GuardedMatrix<T>& A) {
-  const Problem<T> problem(A);
-  for_each_job([&](char jobu, char jobvt) {
-    const SvdCall<T> call(random.in_some_case(jobu), random.in_some_case(jobvt), A);
-    const SvdSizes sizes = svd_sizes<T>(jobu, jobvt, call.m, call.n);
-    const Int best = call.best(), more = best + 2 * call.lda * call.k;
-    for (const Int wanted :
-         std::set<Int>{sizes.least, sizes.blocks - 1, sizes.blocks, (sizes.blocks + best) / 2, best, more - 1, more}) {
-      const Int lwork = std::max(sizes.least, wanted);
-      SCOPED_TRACE(testing::Message() << call.m << " by " << call.n << ' ' << jobu << jobvt << ", lwork " << lwork);
-      const SvdCall<T> solved = call.solved(lwork);
-      EXPECT_EQ(solved.work(1), T(Real<T>(best)));
-      expect_decomposition(solved, problem);
-    }
-  });
+std::vector<SvdShape> shapes(Int k) {
+  return shapes_around(svd_crossover(k), k);
 }
 
 TYPED_TEST(SvdDriver, DecomposesSmallMatrices) {
   using T = TypeParam;
   for (const Int k : {1, 2, 3, 7}) {
     for (const auto [m, n] : shapes(k)) {
-      expect_all(this->random, random_matrix<T>(this->random, m, n, m + this->random.integer(0, 3)));
+      expect_decompositions_in_any_workspace<SvdCall<T>>(
+          this->random, random_matrix<T>(this->random, m, n, m + this->random.integer(0, 3)));
     }
   }
 }
@@ -108,11 +34,11 @@ TYPED_TEST(SvdDriver, DecomposesByBlocks) {
   using T = TypeParam;
   constexpr Int k = 37;
   for (const auto [m, n] : shapes(k)) {
-    const Problem<T> problem(random_matrix<T>(this->random, m, n, m + 1));
-    for_each_job([&](char jobu, char jobvt) {
+    const SvdProblem<T> problem(random_matrix<T>(this->random, m, n, m + 1));
+    SvdCall<T>::for_each_job([&](char jobu, char jobvt) {
       const SvdCall<T> call(jobu, jobvt, problem.A);
-      for (const Int lwork : {svd_sizes<T>(jobu, jobvt, m, n).least, call.best()}) {
-        SCOPED_TRACE(testing::Message() << m << " by " << n << ' ' << jobu << jobvt << ", lwork " << lwork);
+      for (const Int lwork : {call.sizes().least, call.best()}) {
+        SCOPED_TRACE(testing::Message() << call.description() << ", lwork " << lwork);
         expect_decomposition(call.solved(lwork), problem);
       }
     });
@@ -122,19 +48,12 @@ TYPED_TEST(SvdDriver, DecomposesByBlocks) {
 TYPED_TEST(SvdDriver, DecomposesDescribedMatrices) {
   using T = TypeParam;
   constexpr Int k = 20;
-  DescribedMatrices matrices(9);
-  const auto expect = [&](const Description& description, Int m, Int n) {
-    SCOPED_TRACE(testing::Message() << description.name << ", " << m << " by " << n);
-    const Problem<T> problem(matrices.general<T>(description, m, n, m));
+  for_each_described_problem<T>({{k, k}, {2 * k, k}, {k, 2 * k}}, [](const SvdProblem<T>& problem) {
     for (const auto& [jobu, jobvt] : {std::pair{'N', 'N'}, {'S', 'S'}, {'O', 'A'}, {'A', 'O'}}) {
       const SvdCall<T> call(jobu, jobvt, problem.A);
       expect_decomposition(call.solved(call.best()), problem);
     }
-  };
-  for (const auto [m, n] : {Shape{k, k}, Shape{2 * k, k}, Shape{k, 2 * k}}) {
-    for (const Description& description : matrices_of_full_rank) expect(description, m, n);
-    for (const Description& description : rank_deficient_matrices) expect(description, m, n);
-  }
+  });
 }
 
 // ------------------------------------------------------------------------------------------------------------ scaling
@@ -143,26 +62,12 @@ TYPED_TEST(SvdDriver, DecomposesDescribedMatrices) {
 template <Scalar T>
 constexpr int far = std::same_as<Real<T>, float> ? 62 : 600;
 
-template <Scalar T>
-GuardedMatrix<T> scaled(const GuardedMatrix<T>& A, int exponent) {
-  GuardedMatrix<T> B = A;
-  for (Int j = 1; j <= A.columns(); ++j) {
-    for (Int i = 1; i <= A.rows(); ++i) B(i, j) = std::ldexp(Real<T>(1), exponent) * A(i, j);
-  }
-  B.seal();
-  return B;
-}
-
 TYPED_TEST(SvdDriver, ScalesTinyAndHugeMatrices) {
   using T = TypeParam;
   for (const int exponent : {-far<T>, far<T>}) {
     for (const auto [m, n] : shapes(6)) {
-      SCOPED_TRACE(testing::Message() << m << " by " << n << ", 2^" << exponent);
-      const Problem<T> problem(scaled(random_matrix<T>(this->random, m, n, m), exponent));
-      for_each_job([&](char jobu, char jobvt) {
-        const SvdCall<T> call(jobu, jobvt, problem.A);
-        expect_decomposition(call.solved(call.best()), problem);
-      });
+      SCOPED_TRACE(exponent);
+      expect_decompositions<SvdCall<T>>(scaled(random_matrix<T>(this->random, m, n, m), exponent));
     }
   }
 }
@@ -220,19 +125,7 @@ TYPED_TEST(SvdDriver, KeepsSmallValuesOfTinyMatrices) {
 }
 
 TYPED_TEST(SvdDriver, OfTheZeroMatrixGivesZeros) {
-  using T = TypeParam;
-  for (const auto [m, n] : shapes(5)) {
-    GuardedMatrix<T> A(m, n, m);
-    for (Int j = 1; j <= n; ++j) std::fill_n(&A(1, j), m, T(0));
-    A.seal();
-    const Problem<T> problem(A);
-    for_each_job([&](char jobu, char jobvt) {
-      const SvdCall<T> call(jobu, jobvt, A);
-      const auto solved = call.solved(call.best());
-      for (Int i = 1; i <= solved.k; ++i) EXPECT_EQ(solved.s(i), 0);
-      expect_decomposition(solved, problem);
-    });
-  }
+  for (const SvdShape& shape : shapes(5)) expect_zeros_of_zero<SvdCall<TypeParam>>(shape);
 }
 
 // --------------------------------------------------------------------------------------------------------- workspaces
@@ -241,7 +134,7 @@ TYPED_TEST(SvdDriver, AsksForWorkspaces) {
   using T = TypeParam;
   for (const Int k : {1, 4, 50, 130, 700, 1100, 1300}) {
     for (const auto [m, n] : shapes(k)) {
-      for_each_job([&, m = m, n = n](char jobu, char jobvt) {
+      SvdCall<T>::for_each_job([&, m = m, n = n](char jobu, char jobvt) {
         SvdCall<T> call(jobu, jobvt, GuardedMatrix<T>(1, 1, m));
         call.m = m;
         call.n = n;
@@ -267,15 +160,7 @@ TYPED_TEST(SvdDriver, AsksForNoLessThanItTakes) {
 }
 
 TYPED_TEST(SvdDriver, DoesNothingToEmptyMatrices) {
-  using T = TypeParam;
-  for (const auto [m, n] : {Shape{0, 0}, Shape{3, 0}, Shape{0, 3}}) {
-    const SvdCall<T> call('A', 'A', GuardedMatrix<T>(m, n, std::max(1, m)));
-    EXPECT_EQ(call.best(), 1);
-    const auto solved = call.solved(1);
-    EXPECT_EQ(solved.info, 0);
-    EXPECT_EQ(solved.work(1), T(1));
-    EXPECT_TRUE(solved.U.unchanged() && solved.VT.unchanged());
-  }
+  expect_nothing_done_to_empty<SvdCall<TypeParam>>('A', 'A');
 }
 
 // ------------------------------------------------------------------------------------------------------------ failure
@@ -306,7 +191,7 @@ TYPED_TEST(SvdDriver, HandsBackWhatDidNotConverge) {
   for (const int exponent : {0, -far<T>, far<T>}) {
     for (const auto [m, n] : shapes(k)) {
       const GuardedMatrix<T> A = half_hopeless<T>(m, n, exponent);
-      for_each_job([&, m = m, n = n](char jobu, char jobvt) {
+      SvdCall<T>::for_each_job([&, m = m, n = n](char jobu, char jobvt) {
         if (jobu == 'N' && jobvt == 'N') return;
         const SvdCall<T> call(jobu, jobvt, A);
         for (const Int lwork : {svd_sizes<T>(jobu, jobvt, m, n).least, call.best()}) {

@@ -38,11 +38,6 @@ SvdCall<T> call_by_length(bool tall, char of_long, char of_short, const GuardedM
   return tall ? SvdCall<T>(of_long, of_short, A) : SvdCall<T>(of_short, of_long, A);
 }
 
-template <Scalar T>
-SvdSizes sizes_of(const SvdCall<T>& call) {
-  return svd_sizes<T>(call.jobu, call.jobvt, call.m, call.n);
-}
-
 /// Factorisations, products with Q, and products of the long vectors of the factor with it, which are not those that
 /// products with Q are made of.
 Calls ways_taken() {
@@ -77,7 +72,7 @@ TYPED_TEST(SvdPaths, FactorLongMatricesFirst) {
         if (of_long == 'O' && of_short == 'O') continue;
         SCOPED_TRACE(testing::Message() << (tall ? "tall " : "wide ") << of_long << of_short);
         const SvdCall<T> call = call_by_length(tall, of_long, of_short, A);
-        const SvdSizes sizes = sizes_of(call);
+        const SvdSizes sizes = call.sizes();
         const Calls factored = tall ? Calls{sized("geqrf", {l, k})} : Calls{};
 
         if (sizes.least < sizes.blocks) {
@@ -220,7 +215,7 @@ TYPED_TEST(SvdPaths, LeaveTheirTracesInTheMatrix) {
     for (const auto& [of_long, of_short, with_blocks, without] : all) {
       SCOPED_TRACE(testing::Message() << (tall ? "tall " : "wide ") << of_long << of_short);
       const SvdCall<T> call = call_by_length(tall, of_long, of_short, A);
-      const SvdSizes sizes = sizes_of(call);
+      const SvdSizes sizes = call.sizes();
       if (sizes.least < sizes.blocks) {
         EXPECT_EQ(left_in_a(tall, solved(call, sizes.least), A), without);
         EXPECT_EQ(left_in_a(tall, solved(call, sizes.blocks - 1), A), without);
@@ -258,7 +253,7 @@ TYPED_TEST(SvdPaths, LeaveBlocks) {
         const bool has_second = of_short == 'O';
         if (of_long == 'O' && has_second) continue;
         const SvdCall<T> call = call_by_length(tall, of_long, of_short, A);
-        const SvdSizes sizes = sizes_of(call);
+        const SvdSizes sizes = call.sizes();
         const Int lda = call.lda;
         struct Room {
           Int lwork, first, second;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "environment/quad.hpp"
+#include "support/guarded.hpp"
 #include "support/random.hpp"
 #include "symmetric/secular_poles.hpp"
 
@@ -73,6 +74,11 @@ Quad pole_distance(const auto& d, Int j, Int origin) {
 /// A root as seen from one pole, with what is needed to judge another one.
 struct ExactRoot {
   Quad tau, slope, magnitudes;
+
+  /// Of another root, over what is explained by errors in the function as large as its terms.
+  double error_of(Quad computed) const {
+    return double(magnitude(computed - tau) * slope / (magnitudes + magnitude(tau) * slope));
+  }
 };
 
 /// Root i, counted from zero, as seen from the pole `origin`.
@@ -97,6 +103,30 @@ ExactRoot bisect(const SecularProblem<R>& problem, Int i, Int origin) {
     root.magnitudes += magnitude(square / delta);
   });
   return root;
+}
+
+/// The pole next to root i that is the nearer one, by the distances of a computed root from all poles.
+template <RealScalar R>
+Int nearest_pole(const GuardedVector<R>& distances, Int i) {
+  return i < distances.size() && magnitude(distances(i + 1)) < magnitude(distances(i)) ? i + 1 : i;
+}
+
+/// Roots that find(problem, i) gives fail with a NaN anywhere, and with an infinite pole they end.
+template <RealScalar R, class Find>
+void expect_failure_without_numbers(const SecularProblem<R>& good, Find find) {
+  constexpr R nan = std::numeric_limits<R>::quiet_NaN(), inf = std::numeric_limits<R>::infinity();
+  for (Int i = 1; i <= good.order(); ++i) {
+    for (std::size_t at = 0; at < good.d.size(); ++at) {
+      auto bad = good;
+      bad.z[at] = nan;
+      EXPECT_EQ(find(bad, i).info, 1) << i << ", " << at;
+      bad = good;
+      bad.d[at] = nan;
+      EXPECT_EQ(find(bad, i).info, 1) << i << ", " << at;
+      bad.d[at] = inf;
+      find(bad, i);
+    }
+  }
 }
 
 }  // namespace nuv::test
