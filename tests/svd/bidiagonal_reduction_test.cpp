@@ -1,5 +1,6 @@
 // Reduction of general matrices to bidiagonal form: gebrd, gebd2 and the panels of the former.
 
+#include "blas.hpp"
 #include "routines.hpp"
 #include "solvers/recording_layer.hpp"
 #include "support/argument_checks.hpp"
@@ -170,12 +171,39 @@ TYPED_TEST(BidiagonalReduction, MakesPanelsOfTheWidthForWhichThereIsRoom) {
   }
 }
 
-/// Panels of all rows or columns, and of some: what they say of the rest is what the unblocked code makes of it.
+/// Ends by the unblocked code what a panel of nb columns and rows began. Some elements of the panel can't be held
+/// against those of another way: few roundings may move them far, and all that follows with them.
+template <Scalar T>
+void finish_panel(Int nb, const GuardedMatrix<T>& X, const GuardedMatrix<T>& Y, Reduced<T>& reduced) {
+  const Int rows = reduced.m - nb, columns = reduced.n - nb;
+  const auto place = [&](Int i, Int j) { return Matrix<T>(&reduced.A(i, j), reduced.lda); };
+  if (rows > 0 && columns > 0) {
+    constexpr char adjoint = ComplexScalar<T> ? 'C' : 'T';
+    blas::gemm('N', adjoint, rows, columns, nb, T(-1), place(nb + 1, 1), {&Y(nb + 1, 1), Y.ld()}, T(1),
+               place(nb + 1, nb + 1));
+    blas::gemm('N', 'N', rows, columns, nb, T(-1), {&X(nb + 1, 1), X.ld()}, place(1, nb + 1), T(1),
+               place(nb + 1, nb + 1));
+  }
+  for (Int i = 1; i <= nb; ++i) {
+    reduced.A(i, i) = T(reduced.d(i));
+    if (i < reduced.k) (reduced.is_upper() ? reduced.A(i, i + 1) : reduced.A(i + 1, i)) = T(reduced.e(i));
+  }
+  reduced.info = 0;
+  if (rows == 0 || columns == 0) {
+    // The last line has one reflector; of the other nothing is said.
+    (reduced.is_upper() ? reduced.taup : reduced.tauq)(reduced.k) = T(0);
+    return;
+  }
+  reduced.make_room(std::max(reduced.m, reduced.n));
+  routine_call::gebd2(rows, columns, place(nb + 1, nb + 1), reduced.d.data() + nb, reduced.e.data() + nb,
+                      reduced.tauq.data() + nb, reduced.taup.data() + nb, reduced.work.data(), reduced.info);
+}
+
+/// Panels of all rows or columns, and of some: what they say of the rest is what the unblocked code needs.
 TYPED_TEST(BidiagonalReduction, HasPanelsOfAnyWidth) {
   using T = TypeParam;
   for (const auto [m, n] : {Shape{9, 9}, Shape{12, 7}, Shape{7, 12}}) {
     const GuardedMatrix<T> A = this->matrix(m, n);
-    const Reduced<T> expected = Reduced<T>(A).unblocked();
     for (const Int nb : {1, 3, std::min(m, n)}) {
       SCOPED_TRACE(testing::Message() << m << " by " << n << ", panel of " << nb);
       Reduced<T> panel(A);
@@ -183,14 +211,8 @@ TYPED_TEST(BidiagonalReduction, HasPanelsOfAnyWidth) {
       routine_call::labrd(m, n, nb, Matrix<T>(panel.A), panel.d.data(), panel.e.data(), panel.tauq.data(),
                           panel.taup.data(), Matrix<T>(X), Matrix<T>(Y));
       EXPECT_TRUE(X.guards_unchanged() && Y.guards_unchanged());
-      panel.expect_guards();
-      const double size = one_norm<T>(wide(A)) * epsilon<T>;
-      for (Int i = 1; i <= nb; ++i) {
-        EXPECT_LT(std::abs(panel.d(i) - expected.d(i)) / size, threshold) << i;
-        if (i < std::min(m, n)) {
-          EXPECT_LT(std::abs(panel.e(i) - expected.e(i)) / size, threshold) << i;
-        }
-      }
+      finish_panel(nb, X, Y, panel);
+      expect_reduction(A, panel);
     }
   }
 }
