@@ -53,12 +53,7 @@ struct Application {
   template <class Visit>
   void for_each_block(Int nb, Visit visit) const {
     const bool begins_with_the_last = form.rowwise != form.backward;
-    const bool ascends = (left() == plain()) == begins_with_the_last;
-    const Int blocks = (k - 1) / nb + 1;
-    for (Int step = 0; step < blocks; ++step) {
-      const Int i = 1 + (ascends ? step : blocks - 1 - step) * nb;
-      visit(Range{i, std::min(nb, k - i + 1)});
-    }
+    for_blocks_in_order(k, nb, (left() == plain()) == begins_with_the_last, visit);
   }
 };
 

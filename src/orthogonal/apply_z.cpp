@@ -7,6 +7,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "orthogonal/forms.hpp"
+#include "orthogonal/reflector_steps.hpp"
 #include "orthogonal/z_reflectors.hpp"
 
 namespace nuv {
@@ -54,22 +55,17 @@ struct ApplicationOfZ {
     return {m, n - i + 1, block(C, 1, i)};
   }
 
-  /// Calls visit(i, ib) for blocks of reflectors i ... i + ib - 1 in the order in which they are applied. Z is
-  /// Z1 Z2 ... Zk.
+  /// Calls visit(range) for the reflectors in blocks of nb, in the order in which they are applied. Z is Z1 Z2 ... Zk.
   template <class Visit>
   void for_each_block(Int nb, Visit visit) const {
-    const bool ascends = left() != plain();
-    const Int blocks = (k - 1) / nb + 1;
-    for (Int step = 0; step < blocks; ++step) {
-      const Int i = 1 + (ascends ? step : blocks - 1 - step) * nb;
-      visit(i, std::min(nb, k - i + 1));
-    }
+    for_blocks_in_order(k, nb, left() != plain(), visit);
   }
 };
 
 template <Scalar T>
 void apply_one_by_one(const ApplicationOfZ<T>& problem, Matrix<const T> A, T* work) {
-  problem.for_each_block(1, [&](Int i, Int) {
+  problem.for_each_block(1, [&](Range one) {
+    const Int i = one.first;
     const auto [m, n, C] = problem.reached(i);
     const T tau = problem.tau[i - 1];
     larz(problem.side, m, n, problem.l, A.at(i, problem.tail()), A.ld, problem.plain() ? tau : conjugate(tau), C.data,
@@ -81,7 +77,8 @@ void apply_one_by_one(const ApplicationOfZ<T>& problem, Matrix<const T> A, T* wo
 template <Scalar T>
 void apply_by_blocks(const ApplicationOfZ<T>& problem, Int nb, Matrix<T> A, T* work) {
   const Matrix<T> t{work, nb}, W{work + std::ptrdiff_t{nb} * nb, std::max(1, problem.nw())};
-  problem.for_each_block(nb, [&](Int i, Int ib) {
+  problem.for_each_block(nb, [&](Range some) {
+    const Int i = some.first, ib = some.count;
     const auto [m, n, C] = problem.reached(i);
     T* const v = A.at(i, problem.tail());
     larzt('B', 'R', problem.l, ib, v, A.ld, problem.tau + (i - 1), t.data, t.ld);

@@ -3,6 +3,7 @@
 // Steps of which the routines that work with stored reflectors are made. nw is the size of C that is not the order of
 // the reflectors.
 
+#include <algorithm>
 #include <utility>
 
 #include "orthogonal/householder.hpp"
@@ -62,6 +63,17 @@ void apply_reflector_beyond(const StoredReflectors<T>& lines, Int line, T tau, T
 }
 
 // ----------------------------------------------------------------------------------------------- a block of reflectors
+
+/// Calls visit(range) for k > 0 reflectors in blocks of nb, the first block from reflector 1, in rising or falling
+/// order.
+template <class Visit>
+void for_blocks_in_order(Int k, Int nb, bool ascends, Visit visit) {
+  const Int blocks = (k - 1) / nb + 1;
+  for (Int step = 0; step < blocks; ++step) {
+    const Int i = 1 + (ascends ? step : blocks - 1 - step) * nb;
+    visit(Range{i, std::min(nb, k - i + 1)});
+  }
+}
 
 /// The factor T of a block of reflectors, as larft forms it, but for any memory: where the pool refuses some, the same
 /// T is formed without, and nobody hears of it.

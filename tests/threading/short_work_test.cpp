@@ -1,12 +1,11 @@
 // Short work goes alone for a while after a thread was held up in it. The layer's runtime is compiled in.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "slow_helper.hpp"
 #include "threading/runtime.hpp"
 
 extern "C" void nuv_thread_set_num_threads(int);
@@ -61,23 +60,10 @@ TEST_F(ShortWork, IsSharedWhenThreadsAreAskedForAgain) {
 
 constexpr double some_milliseconds = 50e6, much_longer = 200e6, least = 10e6;
 
-/// Shares two pieces of which the helper's takes long.
 void wait_for_a_helper() {
-  struct Pieces {
-    pid_t caller = gettid();
-    std::atomic<bool> helper_is_at_work = false;
-  } both;
-  const auto piece = [](void* context, int) {
-    Pieces& pieces = *static_cast<Pieces*>(context);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    if (gettid() != pieces.caller) {
-      pieces.helper_is_at_work = true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    while (!pieces.helper_is_at_work && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-  };
-  run_pieces(2, 2, piece, &both);
-  ASSERT_TRUE(both.helper_is_at_work);
+  SlowHelper helper{std::chrono::milliseconds(5)};
+  run_pieces(2, 2, SlowHelper::do_piece, &helper);
+  ASSERT_TRUE(helper.is_at_work);
 }
 
 TEST_F(ShortWork, OfARoutineGoesAloneAfterALongWaitInOne) {

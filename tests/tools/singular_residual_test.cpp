@@ -8,6 +8,8 @@
 #include <initializer_list>
 #include <limits>
 
+#include "diagonal_matrix.hpp"
+
 namespace nuv::test {
 namespace {
 
@@ -15,17 +17,6 @@ using namespace nuv::tools;
 using Complex = std::complex<double>;
 
 constexpr double eps = std::numeric_limits<double>::epsilon() / 2;
-
-template <Scalar T>
-DenseMatrix<T> diagonal(Int rows, Int columns, std::initializer_list<double> elements) {
-  DenseMatrix<T> result(rows, columns);
-  Int k = 0;
-  for (const double x : elements) {
-    ++k;
-    result(k, k) = T(x);
-  }
-  return result;
-}
 
 /// The exact decomposition of the diagonal matrix of that shape with 5, -2 and 1.
 template <Scalar T>

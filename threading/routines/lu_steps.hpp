@@ -6,16 +6,10 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "threading/routines/columns.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
-
-/// Columns from + 1 to until.
-struct Columns {
-  Int from, until;
-  Int count() const { return until - from; }
-  bool contains(Int column) const { return from <= column && column < until; }
-};
 
 /// What one task does: factors the panel `source`, updates `target` with it, or exchanges rows in `target` by its
 /// pivots.

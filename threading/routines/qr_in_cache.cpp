@@ -4,24 +4,23 @@
 
 #include "kernels/packed/blocking.hpp"
 #include "routines.hpp"
+#include "threading/routines/columns.hpp"
 #include "threading/routines/task_crew.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
 
-constexpr Int fewest_columns = 200, most_panels = 32;
+constexpr Int fewest_columns = 200;
+
+/// Pieces as wide as a panel that columns are cut into, at most.
+constexpr Int most_pieces = 32;
 
 /// More elements don't stay in the cache of one thread, and their products pay by themselves.
 constexpr std::int64_t most_elements = 512 * 512;
 
-/// Columns to which a task applies reflectors, at most: its workspace is on the stack.
-constexpr Int widest_strip = 128;
-
-/// Columns from + 1 to until.
-struct Columns {
-  Int from, until;
-  Int count() const { return until - from; }
-};
+/// Reflectors of a panel, and columns to which a task applies them, at most: its workspace is on the stack. Where the
+/// reflectors are as few, the form of their products with columns doesn't depend on how many columns there are.
+constexpr Int widest_panel = 16, widest_strip = 128;
 
 struct Task {
   enum class Kind { none, panel, strip } kind = Kind::none;
@@ -46,7 +45,7 @@ class Division {
     for (; nx < n - done && division.are_alike_; nx = ask<T>(3, m - done, n - done)) {
       ++division.panels_;
       done += std::min(division.width_, n - done);
-      division.are_alike_ = division.panels_ < most_panels && ask<T>(1, m - done, n - done) >= division.width_;
+      division.are_alike_ = ask<T>(1, m - done, n - done) >= division.width_;
     }
     return division;
   }
@@ -55,7 +54,7 @@ class Division {
   Int panels() const { return panels_; }
   Int width() const { return width_; }
 
-  /// Whether all panels are as wide (the last perhaps narrower), and not too many.
+  /// Whether all panels are as wide, the last perhaps narrower.
   bool are_alike() const { return are_alike_; }
 
   /// All panels, the columns that are left to the unblocked code being the last.
@@ -86,7 +85,7 @@ class Schedule {
   /// The next panel, for which all wait, then what leads to it. The caller takes other columns from the front and
   /// helpers from the back, so that most of them stay in one cache.
   Task begin(bool is_caller) {
-    if (!in_panel_ && factored_ < division_.steps() && is_up_to_date(division_.columns(factored_))) {
+    if (!in_panel_ && is_up_to_date(division_.columns(factored_))) {
       in_panel_ = true;
       return {Task::Kind::panel, factored_, division_.columns(factored_)};
     }
@@ -103,7 +102,7 @@ class Schedule {
         ++factored_;
         break;
       case Task::Kind::strip:
-        for_pieces_of(task.columns, [&](Piece& piece) { piece = {task.panel + 1, false}; });
+        std::fill(piece_ + first_piece(task.columns), piece_ + end_piece(task.columns), Piece{task.panel + 1, false});
         break;
     }
   }
@@ -115,16 +114,12 @@ class Schedule {
     bool busy;
   };
 
-  template <class Visit>
-  void for_pieces_of(Columns columns, Visit visit) {
-    const Int until = (columns.until - 1) / division_.width() + 1;
-    for (Int p = columns.from / division_.width(); p < until; ++p) visit(piece_[p]);
-  }
+  Int first_piece(Columns columns) const { return columns.from / division_.width(); }
+  Int end_piece(Columns columns) const { return (columns.until - 1) / division_.width() + 1; }
 
-  bool is_up_to_date(Columns panel) {
-    bool all = true;
-    for_pieces_of(panel, [&](const Piece& piece) { all &= !piece.busy && piece.updated == factored_; });
-    return all;
+  bool is_up_to_date(Columns panel) const {
+    return std::all_of(piece_ + first_piece(panel), piece_ + end_piece(panel),
+                       [&](const Piece& piece) { return piece.updated == factored_; });
   }
 
   bool may_go_on(Int p, Int updated) const { return !piece_[p].busy && piece_[p].updated == updated; }
@@ -163,7 +158,7 @@ class Schedule {
   int threads_;
   Int factored_ = 0;  ///< panels, and the unblocked columns as the last of them
   bool in_panel_ = false;
-  Piece piece_[most_panels + 1] = {};
+  Piece piece_[most_pieces] = {};
 };
 
 /// The steps of the factorisation. The factor T of each panel stands in work, one behind the other.
@@ -207,7 +202,8 @@ struct Steps {
 
   void apply(Int panel, Columns target) const {
     constexpr char adjoint = ComplexScalar<T> ? 'C' : 'T';
-    T products[widest_strip * packed::InnerTile<T>::few];
+    static_assert(widest_panel <= packed::InnerTile<T>::few);
+    T products[widest_strip * widest_panel];
     const Columns own = division.columns(panel);
     routine_call::larfb('L', adjoint, 'F', 'C', m - own.from, target.count(), own.count(),
                         block(A, own.from + 1, own.from + 1), factor_of(panel), block(A, own.from + 1, target.from + 1),
@@ -224,9 +220,9 @@ bool factor_qr_in_cache(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork,
   if (threads <= 1) return false;
   const Division division = Division::of<T>(m, n);
   const Int width = division.width();
-  // Where the reflectors of a panel are as few, the form of their products with columns doesn't depend on how many
-  // columns there are. In the workspace for whole panels there is room for the T of each, too.
-  if (!division.are_alike() || width > packed::InnerTile<T>::few || lwork < std::int64_t{width} * n) return false;
+  if (!division.are_alike() || width > widest_panel || division.pieces() > most_pieces) return false;
+  // In the workspace for whole panels there is room for the T of each, too.
+  if (lwork < std::int64_t{width} * n) return false;
   const Steps<T> steps{m, n, division, {a, lda}, tau, work};
   const auto run = [&](const Task& task) { return steps.run(task); };
   Schedule schedule(division, threads);

@@ -19,7 +19,8 @@ namespace {
 /// program that copies its matrices; shorter than anybody else would notice.
 constexpr int watch_for_work = 100, watch_for_end = 20;
 
-/// What a thread may have to wait for while the system runs another one in its place, in microseconds.
+/// What a helper on the owner's processor counts as having been waited for, in microseconds: the system runs one of
+/// them at a time, for about that long.
 constexpr int turn_of_another = 1000;
 
 constexpr std::size_t stack_bytes = 2 << 20;
