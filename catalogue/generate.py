@@ -3,27 +3,17 @@
 
     generate.py --output DIR CATALOGUE...
 
-docs/architecture.md tells the form of an entry; `parse` below is its definition. Each `emit_*` function makes one kind
-of file. A file is only touched when its text changes, so that a new meaning rebuilds nothing.
+Each `emit_*` function makes one kind of file. A file is only touched when its text changes, so that a new meaning
+rebuilds nothing.
 """
 
 import argparse
-import re
 import sys
-from dataclasses import dataclass, field
 from pathlib import Path
 
-CXX_TYPES = {
-    "s": ("float", "float"),
-    "d": ("double", "double"),
-    "c": ("std::complex<float>", "float"),
-    "z": ("std::complex<double>", "double"),
-}
-# What an entry may speak of; a value is of one of these types or there is none.
-TYPES = ("Int", "Logical", "T", "R", "char", "text", "float", "double", "std::complex<float>", "std::complex<double>")
-# A mixed precision is written as in the name: scasum, csscal.
-PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
-C_TYPES = {"Int": "int", "Logical": "int", "std::complex<float>": "nuv_complex8", "std::complex<double>": "nuv_complex16"}
+from entries import *
+from signatures import *
+
 FORTRAN_TYPES = {
     "int": "integer(c_int)",
     "float": "real(c_float)",
@@ -31,11 +21,6 @@ FORTRAN_TYPES = {
     "nuv_complex8": "complex(c_float_complex)",
     "nuv_complex16": "complex(c_double_complex)",
 }
-
-ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
-SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
-PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
-NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
 STUB_MACRO = {
     "kernel": "configured_kernel_stub",
     "kernel_service": "configured_kernel_stub",
@@ -44,274 +29,6 @@ STUB_MACRO = {
     "layer": "layer_stub",
     "layer_service": "layer_stub",
 }
-
-
-class CatalogueError(Exception):
-    pass
-
-
-@dataclass(frozen=True)
-class Argument:
-    """One argument of a routine. `type` is Int, Logical, T, R, char, text or a C++ type; by value in C++ unless
-    `pointer` or `out`; always by reference in C."""
-
-    type: str
-    name: str
-    const: bool = False
-    pointer: bool = False
-    out: bool = False
-
-    @property
-    def has_hidden_length(self):
-        return self.type in ("char", "text")
-
-
-@dataclass(frozen=True)
-class Routine:
-    kind: str
-    precisions: tuple
-    pattern: str
-    arguments: tuple
-    result: str
-    meaning: str
-    family: str
-    layer_family: str
-    alias: str = ""
-
-    @property
-    def function(self):
-        """Name of the C++ function template, and of the wrappers that call a stub: that of the exported names, or what
-        `as` says, so that ?ormqr and ?unmqr are one template."""
-        return self.alias or self.pattern.replace("?", "")
-
-
-@dataclass(frozen=True)
-class Service:
-    """A function or datum whose C declaration stands in the catalogue as it is."""
-
-    kind: str
-    declaration: str
-    name: str
-    target: str
-    meaning: str
-
-
-@dataclass
-class Catalogue:
-    routines: list = field(default_factory=list)
-    services: list = field(default_factory=list)
-    # Exported names of stubs whose routines no layer has yet. No header offers them.
-    bare_stubs: list = field(default_factory=list)
-
-    def add(self, other):
-        self.routines += other.routines
-        self.services += other.services
-        self.bare_stubs += other.bare_stubs
-
-
-# ---------------------------------------------------------------------------------------------------------- reading
-
-
-def logical_lines(text):
-    """Entries begin at the margin; an argument list may run over indented lines, and the indented lines behind the
-    closing parenthesis are the meaning. Yields (line number, entry, meaning)."""
-    entry, meaning, start = "", "", 0
-    for number, line in enumerate(text.splitlines(), 1):
-        line = line.split("#", 1)[0].rstrip()
-        if not line:
-            continue
-        if not line[0].isspace():
-            if entry:
-                yield start, entry, meaning
-            entry, meaning, start = line, "", number
-        elif entry.count("(") > entry.count(")"):
-            entry += " " + line.strip()
-        elif entry:
-            meaning = (meaning + " " + line.strip()).strip()
-        else:
-            raise CatalogueError(f"{number}: an indented line that continues no entry")
-    if entry:
-        yield start, entry, meaning
-
-
-def parse_argument(text):
-    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)(?:\s*(\*)\s*|\s+)(\w+)", text.strip())
-    if not match:
-        raise CatalogueError(f"not an argument: '{text}'")
-    out, const, kind, pointer, name = match.groups()
-    if kind not in TYPES:
-        raise CatalogueError(f"unknown type '{kind}'")
-    if out and pointer or const and not pointer:
-        raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
-    return Argument(kind, name, bool(const), bool(pointer), bool(out))
-
-
-def parse_precisions(text):
-    if text == "-":
-        return ("",)
-    precisions = tuple(text.split(",")) if "," in text else tuple(text)
-    unknown = [p for p in precisions if p not in PRECISIONS]
-    if unknown:
-        raise CatalogueError(f"unknown precision '{unknown[0]}'")
-    return precisions
-
-
-def parse(text, file_name="catalogue"):
-    catalogue = Catalogue()
-    family = layer_family = ""
-    names = set()
-    kind_of_family = {}
-    for number, entry, meaning in located_lines(text, file_name):
-        try:
-            kind, *rest = entry.split(None, 1)
-            rest = "".join(rest)
-            if not rest:
-                raise CatalogueError(f"'{kind}' stands alone")
-            if kind == "family":
-                family, layer_family = rest, ""
-                continue
-            if kind == "layer_family":
-                layer_family = rest
-                continue
-            if not meaning and kind != "layer_stub":
-                raise CatalogueError("an entry needs a meaning")
-            if kind == "layer_stub":
-                new_names = parse_bare_stubs(rest)
-                catalogue.bare_stubs += new_names
-            elif kind in ROUTINE_KINDS:
-                parsed = parse_routine(kind, rest, meaning, family, layer_family)
-                if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
-                    raise CatalogueError(f"family {family} would stand in two namespaces")
-                catalogue.routines.append(parsed)
-                new_names = [exported for _, exported in exported_names(parsed)]
-            elif kind in SERVICE_KINDS:
-                parsed = parse_service(kind, rest, meaning)
-                catalogue.services.append(parsed)
-                new_names = [parsed.name]
-            else:
-                raise CatalogueError(f"unknown kind '{kind}'")
-            for name in new_names:
-                if name in names:
-                    raise CatalogueError(f"'{name}' stands twice")
-                names.add(name)
-        except CatalogueError as error:
-            raise CatalogueError(f"{file_name}:{number}: {error}") from None
-    return catalogue
-
-
-def located_lines(text, file_name):
-    try:
-        yield from logical_lines(text)
-    except CatalogueError as error:
-        raise CatalogueError(f"{file_name}:{error}") from None
-
-
-def parse_routine(kind, rest, meaning, family, layer_family):
-    match = re.fullmatch(r"([\w,-]+)\s+([\w?]+)(?:\s+as\s+(\w+))?\s*\((.*)\)\s*(?:->\s*([\w:<>]+))?", rest)
-    if not match:
-        raise CatalogueError(f"not a routine: '{rest}'")
-    precisions, pattern, alias, arguments, result = match.groups()
-    precisions = parse_precisions(precisions)
-    if (precisions != ("",)) != ("?" in pattern):
-        raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
-    parsed = tuple(parse_argument(a) for a in arguments.split(",")) if arguments.strip() else ()
-    if result and result not in TYPES:
-        raise CatalogueError(f"unknown type '{result}'")
-    if not family or kind == "layer" and not layer_family:
-        raise CatalogueError(f"'{pattern}' belongs to no family")
-    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
-
-
-def parse_bare_stubs(rest):
-    precisions, *patterns = rest.split()
-    for pattern in patterns:
-        if not re.fullmatch(r"\?\w+", pattern):
-            raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
-    return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
-
-
-def parse_service(kind, rest, meaning):
-    declaration, _, target = rest.partition(" asks ")
-    signature = declaration.split("(")[0].split("[")[0]
-    match = re.search(r"\S[\s*](\w+)\s*$", signature)
-    if not match or kind != "data" and not re.search(r"\(.*\)$", declaration.strip()):
-        raise CatalogueError(f"not a {kind.replace('_', ' ')}: '{rest}'")
-    return Service(kind, declaration.strip(), match.group(1), target.strip() or match.group(1), meaning)
-
-
-# ------------------------------------------------------------------------------------------------------ translation
-
-
-def exported_names(routine, x_variant=False):
-    """(precision, exported name) of each member."""
-    prefix = PREFIX[routine.kind] + ("x" if x_variant else "")
-    return [(p, prefix + routine.pattern.replace("?", p)) for p in routine.precisions]
-
-
-def scalar_types(precision):
-    """(T, R) of a precision; a mixed one such as 'cs' takes the complex letter for T."""
-    letter = next((p for p in precision if p in "cz"), precision[:1])
-    return CXX_TYPES.get(letter, ("", ""))
-
-
-def cxx_type(name, precision):
-    t, r = scalar_types(precision)
-    return {"T": t, "R": r}.get(name, name)
-
-
-def c_type(name, precision):
-    cxx = cxx_type(name, precision)
-    return C_TYPES.get(cxx, cxx)
-
-
-def c_parameters(routine, precision):
-    parameters = []
-    for a in routine.arguments:
-        base = "char" if a.has_hidden_length else c_type(a.type, precision)
-        const = "const " if a.const or not (a.pointer or a.out) else ""
-        parameters.append(f"{const}{base}* {a.name}")
-    if routine.result != "void" and cxx_type(routine.result, precision).startswith("std::complex"):
-        parameters.insert(0, f"{c_type(routine.result, precision)}* result")
-    parameters += [f"int {a.name}_length" for a in routine.arguments if a.has_hidden_length]
-    return parameters
-
-
-def c_prototype(routine, precision, exported):
-    result = c_type(routine.result, precision)
-    if result.startswith("nuv_complex"):
-        result = "void"
-    return f"{result} {exported}({', '.join(c_parameters(routine, precision)) or 'void'})"
-
-
-def qualified_type(name, precision):
-    """A type as it is spelt outside namespace nuv."""
-    return {"text": "nuv::Text", "Int": "nuv::Int", "Logical": "nuv::Logical"}.get(name, cxx_type(name, precision))
-
-
-def cxx_parameters(routine, precision):
-    parameters = []
-    for a in routine.arguments:
-        base = qualified_type(a.type, precision)
-        const = "const " if a.const else ""
-        parameters.append(f"{const}{base}{'*' if a.pointer else '&' if a.out else ''}")
-    return parameters
-
-
-def wrap(head, items, tail, indent="    ", limit=118):
-    """head + items joined by commas + tail, broken where a line would be too long."""
-    lines, line = [], head
-    for i, item in enumerate(items):
-        piece = item + (", " if i + 1 < len(items) else tail)
-        if len(line) + len(piece.rstrip()) > limit:
-            lines.append(line.rstrip())
-            line = indent
-        line += piece
-    if not items:
-        line += tail
-    return "\n".join(lines + [line])
-
-
-GENERATED = "Made from the catalogue by generate.py; not to be edited."
 
 # ------------------------------------------------------------------------------------------- entry points and wrappers
 
@@ -642,12 +359,6 @@ def all_files(catalogue):
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)
     return files
-
-
-def write_if_changed(path, text):
-    if not path.exists() or path.read_text() != text:
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text)
 
 
 def main(argv):

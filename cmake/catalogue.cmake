@@ -3,6 +3,7 @@
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.cat)
+file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.py)
 set(NUV_GENERATOR ${CMAKE_SOURCE_DIR}/catalogue/generate.py)
 set(NUV_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
@@ -15,9 +16,9 @@ add_custom_command(
              ${NUV_GENERATED_DIR}/exports/lapack.map
              ${NUV_GENERATED_DIR}/exports/kernel.map
              ${NUV_GENERATED_DIR}/exports/layer.map
-  COMMAND Python3::Interpreter ${NUV_GENERATOR} --output ${NUV_GENERATED_DIR} ${NUV_CATALOGUE_FILES}
+  COMMAND Python3::Interpreter -B ${NUV_GENERATOR} --output ${NUV_GENERATED_DIR} ${NUV_CATALOGUE_FILES}
   COMMAND ${CMAKE_COMMAND} -E touch ${NUV_GENERATED_DIR}/stamp
-  DEPENDS ${NUV_GENERATOR} ${NUV_CATALOGUE_FILES}
+  DEPENDS ${NUV_GENERATOR_FILES} ${NUV_CATALOGUE_FILES}
   COMMENT "Reading the catalogue"
   VERBATIM)
 add_custom_target(catalogue DEPENDS ${NUV_GENERATED_DIR}/stamp)

@@ -2,19 +2,18 @@
 
 import collections
 import contextlib
-import importlib.util
 import io
 import os
 import re
+import sys
 import tempfile
 import unittest
 from pathlib import Path
 
 CATALOGUE = Path(__file__).resolve().parents[2] / "catalogue"
 
-definition = importlib.util.spec_from_file_location("generate", CATALOGUE / "generate.py")
-generate = importlib.util.module_from_spec(definition)
-definition.loader.exec_module(generate)
+sys.path.insert(0, str(CATALOGUE))
+import generate  # noqa: E402
 
 HEADER = "include/nuv/nuv_lapack.h"
 SERVICES = "include/nuv/nuv_services.h"

@@ -1,0 +1,215 @@
+"""The catalogue as Python objects: what an entry may say, and how it is read.
+
+docs/architecture.md tells the form of an entry; `parse` below is its definition.
+"""
+
+import re
+from dataclasses import dataclass, field
+
+# What an entry may speak of; a value is of one of these types or there is none.
+TYPES = ("Int", "Logical", "T", "R", "char", "text", "float", "double", "std::complex<float>", "std::complex<double>")
+# A mixed precision is written as in the name: scasum, csscal.
+PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
+ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
+SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
+PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
+NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
+
+
+class CatalogueError(Exception):
+    pass
+
+
+@dataclass(frozen=True)
+class Argument:
+    """One argument of a routine. `type` is Int, Logical, T, R, char, text or a C++ type; by value in C++ unless
+    `pointer` or `out`; always by reference in C."""
+
+    type: str
+    name: str
+    const: bool = False
+    pointer: bool = False
+    out: bool = False
+
+    @property
+    def has_hidden_length(self):
+        return self.type in ("char", "text")
+
+
+@dataclass(frozen=True)
+class Routine:
+    kind: str
+    precisions: tuple
+    pattern: str
+    arguments: tuple
+    result: str
+    meaning: str
+    family: str
+    layer_family: str
+    alias: str = ""
+
+    @property
+    def function(self):
+        """Name of the C++ function template, and of the wrappers that call a stub: that of the exported names, or what
+        `as` says, so that ?ormqr and ?unmqr are one template."""
+        return self.alias or self.pattern.replace("?", "")
+
+
+@dataclass(frozen=True)
+class Service:
+    """A function or datum whose C declaration stands in the catalogue as it is."""
+
+    kind: str
+    declaration: str
+    name: str
+    target: str
+    meaning: str
+
+
+@dataclass
+class Catalogue:
+    routines: list = field(default_factory=list)
+    services: list = field(default_factory=list)
+    # Exported names of stubs whose routines no layer has yet. No header offers them.
+    bare_stubs: list = field(default_factory=list)
+
+    def add(self, other):
+        self.routines += other.routines
+        self.services += other.services
+        self.bare_stubs += other.bare_stubs
+
+
+# ---------------------------------------------------------------------------------------------------------- reading
+
+
+def logical_lines(text):
+    """Entries begin at the margin; an argument list may run over indented lines, and the indented lines behind the
+    closing parenthesis are the meaning. Yields (line number, entry, meaning)."""
+    entry, meaning, start = "", "", 0
+    for number, line in enumerate(text.splitlines(), 1):
+        line = line.split("#", 1)[0].rstrip()
+        if not line:
+            continue
+        if not line[0].isspace():
+            if entry:
+                yield start, entry, meaning
+            entry, meaning, start = line, "", number
+        elif entry.count("(") > entry.count(")"):
+            entry += " " + line.strip()
+        elif entry:
+            meaning = (meaning + " " + line.strip()).strip()
+        else:
+            raise CatalogueError(f"{number}: an indented line that continues no entry")
+    if entry:
+        yield start, entry, meaning
+
+
+def parse_argument(text):
+    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)(?:\s*(\*)\s*|\s+)(\w+)", text.strip())
+    if not match:
+        raise CatalogueError(f"not an argument: '{text}'")
+    out, const, kind, pointer, name = match.groups()
+    if kind not in TYPES:
+        raise CatalogueError(f"unknown type '{kind}'")
+    if out and pointer or const and not pointer:
+        raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
+    return Argument(kind, name, bool(const), bool(pointer), bool(out))
+
+
+def parse_precisions(text):
+    if text == "-":
+        return ("",)
+    precisions = tuple(text.split(",")) if "," in text else tuple(text)
+    unknown = [p for p in precisions if p not in PRECISIONS]
+    if unknown:
+        raise CatalogueError(f"unknown precision '{unknown[0]}'")
+    return precisions
+
+
+def parse(text, file_name="catalogue"):
+    catalogue = Catalogue()
+    family = layer_family = ""
+    names = set()
+    kind_of_family = {}
+    for number, entry, meaning in located_lines(text, file_name):
+        try:
+            kind, *rest = entry.split(None, 1)
+            rest = "".join(rest)
+            if not rest:
+                raise CatalogueError(f"'{kind}' stands alone")
+            if kind == "family":
+                family, layer_family = rest, ""
+                continue
+            if kind == "layer_family":
+                layer_family = rest
+                continue
+            if not meaning and kind != "layer_stub":
+                raise CatalogueError("an entry needs a meaning")
+            if kind == "layer_stub":
+                new_names = parse_bare_stubs(rest)
+                catalogue.bare_stubs += new_names
+            elif kind in ROUTINE_KINDS:
+                parsed = parse_routine(kind, rest, meaning, family, layer_family)
+                if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
+                    raise CatalogueError(f"family {family} would stand in two namespaces")
+                catalogue.routines.append(parsed)
+                new_names = [exported for _, exported in exported_names(parsed)]
+            elif kind in SERVICE_KINDS:
+                parsed = parse_service(kind, rest, meaning)
+                catalogue.services.append(parsed)
+                new_names = [parsed.name]
+            else:
+                raise CatalogueError(f"unknown kind '{kind}'")
+            for name in new_names:
+                if name in names:
+                    raise CatalogueError(f"'{name}' stands twice")
+                names.add(name)
+        except CatalogueError as error:
+            raise CatalogueError(f"{file_name}:{number}: {error}") from None
+    return catalogue
+
+
+def located_lines(text, file_name):
+    try:
+        yield from logical_lines(text)
+    except CatalogueError as error:
+        raise CatalogueError(f"{file_name}:{error}") from None
+
+
+def parse_routine(kind, rest, meaning, family, layer_family):
+    match = re.fullmatch(r"([\w,-]+)\s+([\w?]+)(?:\s+as\s+(\w+))?\s*\((.*)\)\s*(?:->\s*([\w:<>]+))?", rest)
+    if not match:
+        raise CatalogueError(f"not a routine: '{rest}'")
+    precisions, pattern, alias, arguments, result = match.groups()
+    precisions = parse_precisions(precisions)
+    if (precisions != ("",)) != ("?" in pattern):
+        raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
+    parsed = tuple(parse_argument(a) for a in arguments.split(",")) if arguments.strip() else ()
+    if result and result not in TYPES:
+        raise CatalogueError(f"unknown type '{result}'")
+    if not family or kind == "layer" and not layer_family:
+        raise CatalogueError(f"'{pattern}' belongs to no family")
+    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
+
+
+def parse_bare_stubs(rest):
+    precisions, *patterns = rest.split()
+    for pattern in patterns:
+        if not re.fullmatch(r"\?\w+", pattern):
+            raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
+    return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
+
+
+def parse_service(kind, rest, meaning):
+    declaration, _, target = rest.partition(" asks ")
+    signature = declaration.split("(")[0].split("[")[0]
+    match = re.search(r"\S[\s*](\w+)\s*$", signature)
+    if not match or kind != "data" and not re.search(r"\(.*\)$", declaration.strip()):
+        raise CatalogueError(f"not a {kind.replace('_', ' ')}: '{rest}'")
+    return Service(kind, declaration.strip(), match.group(1), target.strip() or match.group(1), meaning)
+
+
+def exported_names(routine, x_variant=False):
+    """(precision, exported name) of each member."""
+    prefix = PREFIX[routine.kind] + ("x" if x_variant else "")
+    return [(p, prefix + routine.pattern.replace("?", p)) for p in routine.precisions]
