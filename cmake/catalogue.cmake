@@ -2,10 +2,10 @@
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.cat)
-file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.py)
-set(NUV_GENERATOR ${CMAKE_SOURCE_DIR}/catalogue/generate.py)
-set(NUV_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
+file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.cat)
+file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.py)
+set(NUV_GENERATOR ${PROJECT_SOURCE_DIR}/catalogue/generate.py)
+set(NUV_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
 set(NUV_KERNEL_ENTRIES ${NUV_GENERATED_DIR}/kernel_entries.S)
 set(NUV_LAYER_ENTRIES ${NUV_GENERATED_DIR}/layer_entries.S)
@@ -26,5 +26,5 @@ add_custom_target(catalogue DEPENDS ${NUV_GENERATED_DIR}/stamp)
 # What a source of the libraries sees: the tree by its folders, and the generated headers.
 add_library(nuv_internal_headers INTERFACE)
 target_include_directories(nuv_internal_headers
-  INTERFACE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${NUV_GENERATED_DIR}/include ${NUV_GENERATED_DIR}/internal
+  INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src ${NUV_GENERATED_DIR}/include ${NUV_GENERATED_DIR}/internal
             ${NUV_GENERATED_DIR}/entries)

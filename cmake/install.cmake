@@ -8,13 +8,13 @@ if(NUV_BUILD_TOOLS)
 endif()
 
 file(RELATIVE_PATH NUV_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/package/nuv.pc.in ${CMAKE_BINARY_DIR}/package/nuv.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/package/nuv.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(cmake/package/nuv.pc.in ${PROJECT_BINARY_DIR}/package/nuv.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/package/nuv.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 include(CMakePackageConfigHelpers)
-configure_package_config_file(cmake/package/nuvConfig.cmake.in ${CMAKE_BINARY_DIR}/package/nuvConfig.cmake
+configure_package_config_file(cmake/package/nuvConfig.cmake.in ${PROJECT_BINARY_DIR}/package/nuvConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv
   PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/nuvConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/package/nuvConfig.cmake ${CMAKE_BINARY_DIR}/package/nuvConfigVersion.cmake
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/nuvConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/package/nuvConfig.cmake ${PROJECT_BINARY_DIR}/package/nuvConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv)
