@@ -11,7 +11,9 @@ TYPES = ("Int", "Logical", "T", "R", "char", "text", "float", "double", "std::co
 # A mixed precision is written as in the name: scasum, csscal.
 PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
+PUBLISHED_KINDS = ("published", "written")
 SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
+PUBLISHED_LIBRARIES = ("libblas", "liblapack")
 PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
 NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
 
@@ -66,17 +68,29 @@ class Service:
     meaning: str
 
 
+@dataclass(frozen=True)
+class Published:
+    """A name of the published collection, as the library that is to define it knows it, without the underscore."""
+
+    name: str
+    library: str
+    # Whether its function is written by hand, since no routine of the catalogue has the name.
+    written: bool
+
+
 @dataclass
 class Catalogue:
     routines: list = field(default_factory=list)
     services: list = field(default_factory=list)
     # Exported names of stubs whose routines no layer has yet. No header offers them.
     bare_stubs: list = field(default_factory=list)
+    published: list = field(default_factory=list)
 
     def add(self, other):
         self.routines += other.routines
         self.services += other.services
         self.bare_stubs += other.bare_stubs
+        self.published += other.published
 
 
 # ---------------------------------------------------------------------------------------------------------- reading
@@ -143,11 +157,15 @@ def parse(text, file_name="catalogue"):
             if kind == "layer_family":
                 layer_family = rest
                 continue
-            if not meaning and kind != "layer_stub":
+            if not meaning and kind not in ("layer_stub", *PUBLISHED_KINDS):
                 raise CatalogueError("an entry needs a meaning")
             if kind == "layer_stub":
                 new_names = parse_bare_stubs(rest)
                 catalogue.bare_stubs += new_names
+            elif kind in PUBLISHED_KINDS:
+                parsed = parse_published(kind, rest)
+                catalogue.published += parsed
+                new_names = [p.name for p in parsed]
             elif kind in ROUTINE_KINDS:
                 parsed = parse_routine(kind, rest, meaning, family, layer_family)
                 if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
@@ -198,6 +216,16 @@ def parse_bare_stubs(rest):
         if not re.fullmatch(r"\?\w+", pattern):
             raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
     return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
+
+
+def parse_published(kind, rest):
+    library, precisions, *patterns = rest.split() + [""] * (2 - len(rest.split()))
+    if library not in PUBLISHED_LIBRARIES or not patterns:
+        raise CatalogueError(f"not a line of published names: '{rest}'")
+    precisions = parse_precisions(precisions)
+    if wrong := [pattern for pattern in patterns if (precisions != ("",)) != ("?" in pattern)]:
+        raise CatalogueError(f"'{wrong[0]}': a question mark stands for the precision, and only for it")
+    return [Published(pattern.replace("?", p), library, kind == "written") for pattern in patterns for p in precisions]
 
 
 def parse_service(kind, rest, meaning):

@@ -9,10 +9,18 @@ set(NUV_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
 set(NUV_KERNEL_ENTRIES ${NUV_GENERATED_DIR}/kernel_entries.S)
 set(NUV_LAYER_ENTRIES ${NUV_GENERATED_DIR}/layer_entries.S)
+set(NUV_STANDARD_FILES)
+foreach(library libblas liblapack)
+  list(APPEND NUV_STANDARD_FILES
+    ${NUV_GENERATED_DIR}/standard/${library}_jumps.S ${NUV_GENERATED_DIR}/standard/${library}_functions.c)
+endforeach()
 
 add_custom_command(
   OUTPUT ${NUV_GENERATED_DIR}/stamp
-  BYPRODUCTS ${NUV_STUBS} ${NUV_KERNEL_ENTRIES} ${NUV_LAYER_ENTRIES}
+  BYPRODUCTS ${NUV_STUBS} ${NUV_KERNEL_ENTRIES} ${NUV_LAYER_ENTRIES} ${NUV_STANDARD_FILES}
+             ${NUV_GENERATED_DIR}/exports/libnuv.map
+             ${NUV_GENERATED_DIR}/exports/libblas.map
+             ${NUV_GENERATED_DIR}/exports/liblapack.map
              ${NUV_GENERATED_DIR}/exports/lapack.map
              ${NUV_GENERATED_DIR}/exports/kernel.map
              ${NUV_GENERATED_DIR}/exports/layer.map

@@ -2,6 +2,8 @@
 # descriptions find the files relative to themselves, so that an installed tree can be moved.
 
 install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential nuv_orvo_thread LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS nuv_all nuv_with_threads nuv_with_sequential LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS nuv_libblas nuv_liblapack LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/nuv)
 install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(NUV_BUILD_TOOLS)
   install(TARGETS nuv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

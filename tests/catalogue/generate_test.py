@@ -459,7 +459,10 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(set(self.made()), {
             HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
-            *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
+            *(f"standard/{library}_{what}" for library in ("libblas", "liblapack")
+              for what in ("jumps.S", "functions.c", "lacking.txt")),
+            *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer", "libnuv", "libblas", "liblapack")
+              for suffix in ("map", "txt"))})
 
     def test_a_broken_catalogue_gives_one_line_and_no_file(self):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "nonsense here\n m\n"),
