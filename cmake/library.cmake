@@ -39,14 +39,14 @@ function(nuv_shared_library name)
 endfunction()
 
 # Instruction sets for which the bodies behind the entries are compiled, and the flags of each. 32-bit x86 has the
-# baseline alone. The sanitizers watch one set, the widest that this machine runs: three would take three times as long to
-# compile and show little more. Threads meet in what calls the bodies, so any set will do there.
+# baseline alone. The sanitizers watch one set, the widest that this machine runs, as any quick check may
+# (NUV_WIDEST_SET_ALONE): three would take three times as long to compile and show little more. Threads meet in what calls the bodies, so any set will do there.
 set(NUV_FLAGS_sse2 "")
 set(NUV_FLAGS_avx2 -march=x86-64-v3)
 set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4 OR NUV_SANITIZE STREQUAL "thread")
   set(NUV_INSTRUCTION_SETS sse2)
-elseif(NUV_SANITIZE)
+elseif(NUV_SANITIZE OR NUV_WIDEST_SET_ALONE)
   file(WRITE ${PROJECT_BINARY_DIR}/widest_set.cpp
     "#include \"base/instruction_set.cpp\"\n#include <cstdio>\n"
     "int main() { std::fputs(nuv::instruction_set_names[static_cast<int>(nuv::widest_instruction_set())], stdout); }\n")
