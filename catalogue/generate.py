@@ -39,7 +39,12 @@ def emit_entry_points(routines, x_variant, namespace):
     get their explicit instantiations. Behind the stubs they are bodies, one for each instruction set."""
     bodies = namespace != "nuv"
     out = [f"// {GENERATED}", ""]
-    out += ['#include "base/body.hpp"', '#include "base/types.hpp"'] if bodies else ["#include <nuv/nuv_lapack.h>"]
+    if bodies:
+        out += ['#include "base/body.hpp"', '#include "base/types.hpp"']
+    else:
+        out.append("#include <nuv/nuv_lapack.h>")
+    if x_variant and any(routine.kind == "layer" for routine in routines):
+        out.append("#include <nuv/nuv_x_variants.h>")
     for routine in routines:
         function = ("x" if x_variant and routine.kind == "layer" else "") + routine.function
         out.append("")
@@ -154,7 +159,8 @@ def emit_wrapper(routine, precision, exported):
 
 
 def emit_wrappers(routines, namespace, purpose, x_variant=False):
-    out = ["#pragma once", "", f"// {GENERATED}", f"// {purpose}", "", "#include <nuv/nuv_lapack.h>", ""]
+    header = "nuv_x_variants.h" if x_variant else "nuv_lapack.h"
+    out = ["#pragma once", "", f"// {GENERATED}", f"// {purpose}", "", f"#include <nuv/{header}>", ""]
     out += ['#include "base/matrix.hpp"', '#include "base/types.hpp"', "", f"namespace nuv::{namespace} {{"]
     for routine in routines:
         out += ["", f"// {routine.meaning}"]
@@ -166,6 +172,36 @@ def emit_wrappers(routines, namespace, purpose, x_variant=False):
 
 # ---------------------------------------------------------------------------------------------------- public headers
 
+PUSH_VISIBILITY = """
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+"""
+
+TYPES_HEADER = f"""#ifndef NUV_TYPES_H
+#define NUV_TYPES_H
+
+/* {GENERATED}
+ *
+ * Complex numbers as the language at hand has them. */
+
+#ifdef __cplusplus
+#include <complex>
+typedef std::complex<float> nuv_complex8;
+typedef std::complex<double> nuv_complex16;
+#else
+#include <complex.h>
+typedef float _Complex nuv_complex8;
+typedef double _Complex nuv_complex16;
+#endif
+
+#endif
+"""
+
 SERVICES_TOP = f"""#ifndef NUV_SERVICES_H
 #define NUV_SERVICES_H
 
@@ -176,21 +212,8 @@ SERVICES_TOP = f"""#ifndef NUV_SERVICES_H
 
 #include <stddef.h>
 
-#ifdef __cplusplus
-#include <complex>
-typedef std::complex<float> nuv_complex8;
-typedef std::complex<double> nuv_complex16;
-extern "C" {{
-#else
-#include <complex.h>
-typedef float _Complex nuv_complex8;
-typedef double _Complex nuv_complex16;
-#endif
-
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)
-#endif
-"""
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
 HEADER_TOP = f"""#ifndef NUV_LAPACK_H
 #define NUV_LAPACK_H
@@ -202,16 +225,19 @@ HEADER_TOP = f"""#ifndef NUV_LAPACK_H
  * argument, by value (1 will do: only the first character of an option counts). A complex function gives its value
  * through a leading pointer. */
 
-#include "nuv_services.h"
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
-#ifdef __cplusplus
-extern "C" {{
-#endif
+X_VARIANTS_TOP = f"""#ifndef NUV_X_VARIANTS_H
+#define NUV_X_VARIANTS_H
 
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)
-#endif
-"""
+/* {GENERATED}
+ *
+ * The serial bodies of the routines with a threaded form, for thread layers, which call them back: nuv_lapack_xdgetrf
+ * has the arguments of nuv_lapack_dgetrf, and leaves it to the layer to check them where that routine does so. */
+
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
 HEADER_BOTTOM = """
 #if defined(__GNUC__)
@@ -247,13 +273,26 @@ def emit_services_header(catalogue):
     return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
+def c_declarations(routine, members):
+    out = ["", f"/* {routine.meaning} */"]
+    for precision, exported in members:
+        head, _, parameters = c_prototype(routine, precision, exported).partition("(")
+        out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ");"))
+    return out
+
+
 def emit_c_header(catalogue):
     out = [HEADER_TOP]
     for routine in catalogue.routines:
-        out += ["", f"/* {routine.meaning} */"]
-        for precision, exported in library_members(routine):
-            head, _, parameters = c_prototype(routine, precision, exported).partition("(")
-            out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ");"))
+        out += c_declarations(routine, exported_names(routine))
+    return "\n".join(out) + "\n" + HEADER_BOTTOM
+
+
+def emit_x_variants_header(catalogue):
+    out = [X_VARIANTS_TOP]
+    for routine in catalogue.routines:
+        if routine.kind == "layer":
+            out += c_declarations(routine, exported_names(routine, x_variant=True))
     return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
@@ -338,6 +377,8 @@ def all_files(catalogue):
     files = {
         "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
         "include/nuv/nuv_services.h": emit_services_header(catalogue),
+        "include/nuv/nuv_types.h": TYPES_HEADER,
+        "include/nuv/nuv_x_variants.h": emit_x_variants_header(catalogue),
         "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
         "stubs.S": emit_stubs(catalogue),
         "kernel_entries.S": emit_isa_stubs(catalogue, "kernel", "special"),

@@ -1,7 +1,7 @@
 #include "eig.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <charconv>
 #include <cmath>

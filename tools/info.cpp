@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <array>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "inv.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <chrono>
 #include <string_view>

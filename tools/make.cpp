@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <array>

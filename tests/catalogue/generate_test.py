@@ -17,6 +17,8 @@ import generate  # noqa: E402
 
 HEADER = "include/nuv/nuv_lapack.h"
 SERVICES = "include/nuv/nuv_services.h"
+TYPES = "include/nuv/nuv_types.h"
+X_VARIANTS = "include/nuv/nuv_x_variants.h"
 MODULE = "include/nuv/nuv_lapack.f90"
 FAMILIES = "family solvers/widget\nlayer_family threading/widget\n"
 
@@ -218,10 +220,19 @@ class Header(unittest.TestCase):
             self.assertIn(prototype, self.prototypes(f"kernel c ?a (Int n) -> {result}"))
         self.assertIn("void nuv_blas_ca(void);", self.prototypes("kernel c ?a ()"))
 
-    def test_layer_routines_show_their_x_variants(self):
-        header = self.prototypes("layer sd ?getrf (Int n)")
-        for name in ("sgetrf", "dgetrf", "xsgetrf", "xdgetrf"):
-            self.assertIn(f"void nuv_lapack_{name}(const int* n);", header)
+    def test_x_variants_have_a_header_of_their_own(self):
+        made = files(entry("layer sd ?getrf (Int n)") + "routine d ?getrs (Int n)\n Solves.\n")
+        for header, present, absent in ((HEADER, ("sgetrf", "dgetrf", "dgetrs"), "xdgetrf"),
+                                        (X_VARIANTS, ("xsgetrf", "xdgetrf"), "getrs")):
+            for name in present:
+                self.assertIn(f"void nuv_lapack_{name}(const int* n);", made[header])
+            self.assertNotIn(absent, made[header])
+        self.assertIn("#include <nuv/nuv_x_variants.h>", made["entries/solvers/widget.entries.inc"])
+
+    def test_the_routines_do_not_bring_in_the_services(self):
+        made = files(entry("routine d ?a ()") + "service void bind ()\n Binds.\n")
+        self.assertNotIn("bind", made[HEADER])
+        self.assertEqual(re.findall("#include (.*)", made[HEADER]), ['"nuv_types.h"'])
 
     def test_services(self):
         header = files("service void bind ()\n Binds.\nweak_service void nothing ()\n m\n"
@@ -457,7 +468,8 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
+            HEADER, SERVICES, TYPES, X_VARIANTS, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S",
+            "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
             *(f"standard/{library}_{what}" for library in ("libblas", "liblapack")
               for what in ("jumps.S", "functions.c", "lacking.txt")),
@@ -493,7 +505,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual({path.stat().st_mtime for path in self.made().values()}, {0})
         self.assertEqual(self.run_on(entry("layer d ?a (Int n)", "Another meaning.")), (0, ""))
         self.assertEqual({name for name, path in self.made().items() if path.stat().st_mtime > 0},
-                         {HEADER, MODULE, "internal/layer.hpp", "internal/x_variants.hpp"})
+                         {HEADER, X_VARIANTS, MODULE, "internal/layer.hpp", "internal/x_variants.hpp"})
 
 
 class TheCatalogue(unittest.TestCase):

@@ -1,3 +1,5 @@
+#include <nuv/nuv_services.h>
+
 #include <algorithm>
 
 #include "frame/error_report.hpp"
