@@ -126,6 +126,11 @@ class InstalledTree(unittest.TestCase):
                 else:
                     run("cmake", "--build", build, "--target", "nuv_error_report")
 
+    def test_no_file_is_named_from_the_folder_of_the_whole_build(self):
+        for path in (*SOURCE.rglob("CMakeLists.txt"), *(SOURCE / "cmake").glob("*.cmake")):
+            if "build" not in path.relative_to(SOURCE).parts:
+                self.assertNotRegex(path.read_text(), r"CMAKE_(SOURCE|BINARY)_DIR", path)
+
     def test_uninstall(self):
         place = self.folder / "to be removed"
         run("cmake", "--install", BUILD, "--prefix", place)
