@@ -14,6 +14,9 @@ from pathlib import Path
 from entries import *
 from signatures import *
 
+sys.path.append(str(Path(__file__).resolve().parents[1] / "interfaces" / "cblas"))
+import cblas  # noqa: E402
+
 FORTRAN_TYPES = {
     "int": "integer(c_int)",
     "float": "real(c_float)",
@@ -355,6 +358,7 @@ def all_files(catalogue):
     for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
+    files |= cblas.files(catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)
