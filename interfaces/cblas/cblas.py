@@ -229,7 +229,7 @@ def exchanged(rule, arguments):
         for prefix in ("", "ld", "inc"):
             others[prefix + one], others[prefix + other] = prefix + other, prefix + one
     by_name = {a.name: a for a in arguments}
-    return [by_name[others.get(a.name, a.name)] for a in arguments]
+    return [by_name.get(others.get(a.name), a) for a in arguments]
 
 
 def row_major_argument(rule, argument, precision):

@@ -459,6 +459,8 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(set(self.made()), {
             HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
+            "include/nuv/cblas.h", "include/nuv/standard/cblas.h", "exports/cblas.txt",
+            *(f"interfaces/cblas/level{level}.cpp" for level in (1, 2, 3)),
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
 
     def test_a_broken_catalogue_gives_one_line_and_no_file(self):
