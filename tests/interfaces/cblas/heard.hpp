@@ -23,7 +23,8 @@ class CblasTest : public ReportingTest {
  protected:
   void TearDown() override {
     ReportingTest::TearDown();
-    for (const Heard& heard : take_heard()) ADD_FAILURE() << heard.routine << ", " << heard.position << ": " << heard.reason;
+    for (const Heard& heard : take_heard())
+      ADD_FAILURE() << heard.routine << ", " << heard.position << ": " << heard.reason;
   }
 };
 

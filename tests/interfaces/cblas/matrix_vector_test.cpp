@@ -1,4 +1,5 @@
-// Level 2 in both layouts. The operations that conjugate vectors for a row-major matrix are done with memory and without.
+// Level 2 in both layouts. The operations that conjugate vectors for a row-major matrix are done with memory and
+// without.
 
 #include "interfaces/cblas/heard.hpp"
 #include "interfaces/cblas/storage.hpp"
@@ -71,7 +72,8 @@ TYPED_TEST(MatrixVector, GeneralProducts) {
   expect_general_products<T>(
       [](CBLAS_LAYOUT layout, Int m, Int n) { return general(layout, m, n, 2); },
       [](auto layout, auto trans, Int m, Int n, auto alpha, auto& A, auto& x, auto beta, auto& y) {
-        NUV_MEMBER(T, gemv, gemv)(layout, trans, m, n, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
+        NUV_MEMBER(T, gemv, gemv)
+        (layout, trans, m, n, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
       });
 }
 
@@ -81,8 +83,8 @@ TYPED_TEST(MatrixVector, BandProducts) {
     expect_general_products<T>(
         [&](CBLAS_LAYOUT layout, Int m, Int n) { return general_band(layout, m, n, kl, ku, 1); },
         [&](auto layout, auto trans, Int m, Int n, auto alpha, auto& A, auto& x, auto beta, auto& y) {
-          NUV_MEMBER(T, gbmv, gbmv)(layout, trans, m, n, kl, ku, alpha, A.data(), A.ld(), x.data(), x.ld(), beta,
-                                    y.data(), y.ld());
+          NUV_MEMBER(T, gbmv, gbmv)
+          (layout, trans, m, n, kl, ku, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
         });
   }
 }
@@ -114,11 +116,11 @@ void expect_symmetric_products(StorageOf storage_of, Call call) {
 
 TYPED_TEST(MatrixVector, SymmetricProducts) {
   using T = TypeParam;
-  expect_symmetric_products<T>(
-      [](CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n) { return triangle(layout, uplo, n, 2); },
-      [](auto layout, auto uplo, Int n, auto alpha, auto& A, auto& x, auto beta, auto& y) {
-        NUV_MEMBER(T, symv, hemv)(layout, uplo, n, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
-      });
+  expect_symmetric_products<T>([](CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n) { return triangle(layout, uplo, n, 2); },
+                               [](auto layout, auto uplo, Int n, auto alpha, auto& A, auto& x, auto beta, auto& y) {
+                                 NUV_MEMBER(T, symv, hemv)
+                                 (layout, uplo, n, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
+                               });
 }
 
 TYPED_TEST(MatrixVector, SymmetricBandProducts) {
@@ -127,7 +129,8 @@ TYPED_TEST(MatrixVector, SymmetricBandProducts) {
     expect_symmetric_products<T>(
         [&](CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n) { return triangle_band(layout, uplo, n, k, 1); },
         [&](auto layout, auto uplo, Int n, auto alpha, auto& A, auto& x, auto beta, auto& y) {
-          NUV_MEMBER(T, sbmv, hbmv)(layout, uplo, n, k, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
+          NUV_MEMBER(T, sbmv, hbmv)
+          (layout, uplo, n, k, alpha, A.data(), A.ld(), x.data(), x.ld(), beta, y.data(), y.ld());
         });
   }
 }
@@ -232,11 +235,12 @@ void expect_rank_two(StorageOf storage_of, Call call) {
   Random random(7);
   for_each_triangle([&](CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n) {
     expect_update<T, T>(
-        random, n, n, update_factors<T>(),
-        [&] { return Stored<T>(random, storage_of(layout, uplo, n), mirrored<T>); },
+        random, n, n, update_factors<T>(), [&] { return Stored<T>(random, storage_of(layout, uplo, n), mirrored<T>); },
         [&](const T& alpha, auto& A, auto& x, auto& y) { call(layout, uplo, n, scalar(alpha), x, y, A); },
         [&](const Dense& A, T alpha, const Dense& x, const Dense& y) {
-          return Sum::product(alpha, x, op(CblasConjTrans, y)).add(conjugate(alpha), y, op(CblasConjTrans, x)).add(1, A);
+          return Sum::product(alpha, x, op(CblasConjTrans, y))
+              .add(conjugate(alpha), y, op(CblasConjTrans, x))
+              .add(1, A);
         });
   });
 }
@@ -245,8 +249,8 @@ TYPED_TEST(MatrixVector, RankTwoUpdates) {
   using T = TypeParam;
   expect_rank_two<T>([](CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n) { return triangle(layout, uplo, n, 2); },
                      [](auto layout, auto uplo, Int n, auto alpha, auto& x, auto& y, auto& A) {
-                       NUV_MEMBER(T, syr2, her2)(layout, uplo, n, alpha, x.data(), x.ld(), y.data(), y.ld(), A.data(),
-                                                 A.ld());
+                       NUV_MEMBER(T, syr2, her2)
+                       (layout, uplo, n, alpha, x.data(), x.ld(), y.data(), y.ld(), A.data(), A.ld());
                      });
   expect_rank_two<T>(packed_triangle, [](auto layout, auto uplo, Int n, auto alpha, auto& x, auto& y, auto& A) {
     NUV_MEMBER(T, spr2, hpr2)(layout, uplo, n, alpha, x.data(), x.ld(), y.data(), y.ld(), A.data());
@@ -306,13 +310,14 @@ TYPED_TEST(MatrixVector, TriangularBand) {
 
 TYPED_TEST(MatrixVector, TriangularPacked) {
   using T = TypeParam;
-  expect_triangular<T>(packed_triangle,
-                       [](auto layout, auto uplo, auto trans, auto diag, Int n, auto& A, auto& x) {
-                         NUV_MEMBER(T, tpmv, tpmv)(layout, uplo, trans, diag, n, A.data(), x.data(), x.ld());
-                       },
-                       [](auto layout, auto uplo, auto trans, auto diag, Int n, auto& A, auto& x) {
-                         NUV_MEMBER(T, tpsv, tpsv)(layout, uplo, trans, diag, n, A.data(), x.data(), x.ld());
-                       });
+  expect_triangular<T>(
+      packed_triangle,
+      [](auto layout, auto uplo, auto trans, auto diag, Int n, auto& A, auto& x) {
+        NUV_MEMBER(T, tpmv, tpmv)(layout, uplo, trans, diag, n, A.data(), x.data(), x.ld());
+      },
+      [](auto layout, auto uplo, auto trans, auto diag, Int n, auto& A, auto& x) {
+        NUV_MEMBER(T, tpsv, tpsv)(layout, uplo, trans, diag, n, A.data(), x.data(), x.ld());
+      });
 }
 
 // ------------------------------------------------------------------------------------------------------------- memory

@@ -113,7 +113,9 @@ class Stored {
 
   /// Holds guards alone: what is to be written without being read.
   explicit Stored(const Storage& storage)
-      : storage_(storage), meaning_(Meaning::as_stored), elements_(storage.size() + 2 * margin, guard<T>()),
+      : storage_(storage),
+        meaning_(Meaning::as_stored),
+        elements_(storage.size() + 2 * margin, guard<T>()),
         kept_(elements_) {}
 
   T* data() { return elements_.data() + margin; }
@@ -125,9 +127,7 @@ class Stored {
     return completed(meaning_, storage_.part, matrix);
   }
 
-  bool unchanged() const {
-    return std::memcmp(elements_.data(), kept_.data(), elements_.size() * sizeof(T)) == 0;
-  }
+  bool unchanged() const { return std::memcmp(elements_.data(), kept_.data(), elements_.size() * sizeof(T)) == 0; }
 
   /// Expects the elements of a sum, and that nothing else was written.
   void expect(const Sum& expected) {
