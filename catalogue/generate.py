@@ -15,6 +15,9 @@ import standard_names
 from entries import *
 from signatures import *
 
+sys.path.append(str(Path(__file__).resolve().parents[1] / "interfaces" / "cblas"))
+import cblas  # noqa: E402
+
 FORTRAN_TYPES = {
     "int": "integer(c_int)",
     "float": "real(c_float)",
@@ -361,7 +364,9 @@ def exports(catalogue):
             kernel += names
         if routine.kind in ("layer", "level3"):
             layer += names
-    return {"lapack": sorted(lapack), "kernel": sorted(kernel), "layer": sorted(layer), **standard_names.exports(catalogue)}
+    names = {"lapack": lapack, "kernel": kernel, "layer": layer}
+    names |= standard_names.exports(catalogue, cblas.names(catalogue))
+    return {library: sorted(exported) for library, exported in names.items()}
 
 
 def emit_version_script(names):
@@ -398,6 +403,7 @@ def all_files(catalogue):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
     files |= standard_names.files(catalogue)
+    files |= cblas.files(catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)

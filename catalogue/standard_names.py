@@ -30,7 +30,7 @@ def lacking(catalogue, library):
 
 def exported_standard_names(catalogue, library):
     written = [p for p in catalogue.published if p.library == library and p.written]
-    return sorted(standard_name(p) for p in [p for p, *_ in offered(catalogue, library)] + written)
+    return [standard_name(p) for p in [p for p, *_ in offered(catalogue, library)] + written]
 
 
 def logicals_returned(routine):
@@ -81,7 +81,8 @@ def files(catalogue):
     return made
 
 
-def exports(catalogue):
-    """Library -> names; libnuv has those of both."""
+def exports(catalogue, c_names):
+    """Library -> names; those of the C interface go with libblas, and libnuv has all."""
     names = {library: exported_standard_names(catalogue, library) for library in PUBLISHED_LIBRARIES}
-    return {**names, "libnuv": sorted(sum(names.values(), []))}
+    names["libblas"] += c_names
+    return {**names, "libnuv": sum(names.values(), [])}

@@ -3,9 +3,14 @@
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.cat)
-file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.py)
+file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/catalogue/*.py ${PROJECT_SOURCE_DIR}/interfaces/cblas/*.py)
 set(NUV_GENERATOR ${PROJECT_SOURCE_DIR}/catalogue/generate.py)
 set(NUV_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
+set(NUV_CBLAS_SOURCES)
+foreach(level 1 2 3)
+  list(APPEND NUV_CBLAS_SOURCES ${NUV_GENERATED_DIR}/interfaces/cblas/level${level}.cpp)
+endforeach()
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
 set(NUV_KERNEL_ENTRIES ${NUV_GENERATED_DIR}/kernel_entries.S)
 set(NUV_LAYER_ENTRIES ${NUV_GENERATED_DIR}/layer_entries.S)
@@ -17,7 +22,7 @@ endforeach()
 
 add_custom_command(
   OUTPUT ${NUV_GENERATED_DIR}/stamp
-  BYPRODUCTS ${NUV_STUBS} ${NUV_KERNEL_ENTRIES} ${NUV_LAYER_ENTRIES} ${NUV_STANDARD_FILES}
+  BYPRODUCTS ${NUV_STUBS} ${NUV_KERNEL_ENTRIES} ${NUV_LAYER_ENTRIES} ${NUV_CBLAS_SOURCES} ${NUV_STANDARD_FILES}
              ${NUV_GENERATED_DIR}/exports/libnuv.map
              ${NUV_GENERATED_DIR}/exports/libblas.map
              ${NUV_GENERATED_DIR}/exports/liblapack.map

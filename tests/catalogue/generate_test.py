@@ -471,6 +471,8 @@ class CommandLine(unittest.TestCase):
             HEADER, SERVICES, TYPES, X_VARIANTS, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S",
             "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
+            "include/nuv/cblas.h", "include/nuv/standard/cblas.h", "exports/cblas.txt",
+            *(f"interfaces/cblas/level{level}.cpp" for level in (1, 2, 3)),
             *(f"standard/{library}_{what}" for library in ("libblas", "liblapack")
               for what in ("jumps.S", "functions.c", "lacking.txt")),
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer", "libnuv", "libblas", "liblapack")
