@@ -72,6 +72,11 @@ class Alternative:
                               env={**os.environ, "LC_ALL": "C"})
         return done.stdout if done.returncode == 0 else None
 
+    def record(self):
+        """The lines that update-alternatives keeps; it shows none of those whose file is gone."""
+        record = Path("/var/lib/dpkg/alternatives", self.name)
+        return record.read_text().split() if record.exists() else []
+
     def choose(self, path):
         run("update-alternatives", "--set", self.name, path)
 
@@ -165,6 +170,8 @@ class Removed(unittest.TestCase):
         files, blas, lapack = Packages.before
         self.assertEqual(traces() - files, set())
         self.assertEqual((Packages.blas.state(), Packages.lapack.state()), (blas, lapack))
+        for alternative in (Packages.blas, Packages.lapack):
+            self.assertEqual([word for word in alternative.record() if "/nuv/" in word], [])
         self.assertNotIn("nuv", run("ldconfig", "-p"))
         for name in NAMES:
             self.assertNotEqual(subprocess.run(["dpkg", "-s", name], capture_output=True).returncode, 0)
