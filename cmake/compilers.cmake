@@ -38,5 +38,6 @@ check_cxx_compiler_flag(-fcx-limited-range NUV_HAS_PLAIN_COMPLEX_PRODUCTS)
 # What clang alone complains about: explicit instantiations, which the catalogue has for every precision, of templates
 # that are specialised for some; hints for the loops of gcc; and what one of two instantiations or layers has no use for.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  set(NUV_QUIET_OPTIONS -Wno-instantiation-after-specialization -Wno-unknown-pragmas -Wno-unused-lambda-capture -Wno-unused-private-field)
+  set(NUV_QUIET_OPTIONS
+    -Wno-instantiation-after-specialization -Wno-unknown-pragmas -Wno-unused-lambda-capture -Wno-unused-private-field)
 endif()

@@ -1,7 +1,6 @@
 # What a program outside the tree needs: libraries, headers, the command, pkg-config files and a CMake package. Those
 # descriptions find the files relative to themselves, so that an installed tree can be moved. Components are the packages
 # of a distribution: libraries, development, command; what names none is for development.
-set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
 install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential nuv_orvo_thread nuv_all nuv_with_threads nuv_with_sequential
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development)

@@ -40,7 +40,8 @@ endfunction()
 
 # Instruction sets for which the bodies behind the entries are compiled, and the flags of each. 32-bit x86 has the
 # baseline alone. The sanitizers watch one set, the widest that this machine runs, as any quick check may
-# (NUV_WIDEST_SET_ALONE): three would take three times as long to compile and show little more. Threads meet in what calls the bodies, so any set will do there.
+# (NUV_WIDEST_SET_ALONE): three would take three times as long to compile and show little more. Threads meet in what calls
+# the bodies, so any set will do there.
 set(NUV_FLAGS_sse2 "")
 set(NUV_FLAGS_avx2 -march=x86-64-v3)
 set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)

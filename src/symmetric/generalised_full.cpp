@@ -160,11 +160,11 @@ void drive_for_selected(const FullPair<T>& pair, const Selection<Real<T>>& selec
   if (pair.n == 0) return;
   solve_pair(pair, Z, info, [&] {
     if constexpr (ComplexScalar<T>) {
-      heevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu, selection.il, selection.iu, abstol, m, w, Z.data, Z.ld,
-            work, lwork, rwork, iwork, ifail, info);
+      heevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu,
+            selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, lwork, rwork, iwork, ifail, info);
     } else {
-      syevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu, selection.il, selection.iu, abstol, m, w, Z.data, Z.ld,
-            work, lwork, iwork, ifail, info);
+      syevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu,
+            selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, lwork, iwork, ifail, info);
     }
     return m;
   });

@@ -106,11 +106,11 @@ void drive_for_selected(const PackedPair<T>& pair, const Selection<Real<T>>& sel
   if (pair.n == 0) return;
   solve_pair(pair, Z, info, [&] {
     if constexpr (ComplexScalar<T>) {
-      hpevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, rwork,
-            iwork, ifail, info);
+      hpevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il,
+            selection.iu, abstol, m, w, Z.data, Z.ld, work, rwork, iwork, ifail, info);
     } else {
-      spevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, iwork,
-            ifail, info);
+      spevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il,
+            selection.iu, abstol, m, w, Z.data, Z.ld, work, iwork, ifail, info);
     }
     return m;
   });
