@@ -336,12 +336,15 @@ template <RealScalar R>
 template <RealScalar R>
 [[gnu::always_inline]] inline Simd<R> turned(Simd<R> x, int first) {
 #if defined(__AVX512F__)
+  // The instructions take what is left of an index by lanes<R>. A mask keeps gcc from a warning about its own header.
   using Index = typename detail::LaneIndexOf<R>::Index;
   detail::LaneIndex<R> from{};
-  for (int i = 0; i < lanes<R>; ++i)
-    from[i] = static_cast<Index>(i + first);  // the instructions take what is left by lanes<R>
-  if constexpr (sizeof(R) == 8) return Simd<R>(_mm512_permutexvar_pd(__m512i(from), __m512d(x)));
-  if constexpr (sizeof(R) == 4) return Simd<R>(_mm512_permutexvar_ps(__m512i(from), __m512(x)));
+  for (int i = 0; i < lanes<R>; ++i) from[i] = static_cast<Index>(i + first);
+  if constexpr (sizeof(R) == 8) {
+    return Simd<R>(_mm512_maskz_permutexvar_pd(0xff, __m512i(from), __m512d(x)));
+  } else {
+    return Simd<R>(_mm512_maskz_permutexvar_ps(0xffff, __m512i(from), __m512(x)));
+  }
 #else
   Simd<R> y{};
   for (int i = 0; i < lanes<R>; ++i) y[i] = x[(i + first) % lanes<R>];
