@@ -88,6 +88,16 @@ class InstalledTree(unittest.TestCase):
                 with self.subTest(example=example.name, language=language):
                     self.check_program(build / f"{example.name}_{language}", example)
 
+    def test_standard_names(self):
+        source = SOURCE / "tests/interfaces/standard/calls.c"
+        folder = self.library_folder
+        for place, libraries in ((folder, ["-lnuv"]), (folder / "nuv", ["-llapack", "-lblas"])):
+            with self.subTest(place=place.name):
+                program = self.folder / f"by_{place.name}"
+                run("gcc", *FLAGS, source, f"-L{place}", *libraries, "-o", program)
+                output = run(program, env={"LD_LIBRARY_PATH": str(place)})
+                self.assertIn("dgesv 0 1 1 1\n", output)
+
     def test_installed_command_runs(self):
         done = run(self.prefix / "bin" / "nuv", "info", env={"LD_LIBRARY_PATH": str(self.library_folder)})
         self.assertIn(str(self.library_folder), done)
