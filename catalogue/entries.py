@@ -219,9 +219,10 @@ def parse_bare_stubs(rest):
 
 
 def parse_published(kind, rest):
-    library, precisions, *patterns = rest.split() + [""] * (2 - len(rest.split()))
-    if library not in PUBLISHED_LIBRARIES or not patterns:
+    library, *rest_of_line = rest.split()
+    if library not in PUBLISHED_LIBRARIES or len(rest_of_line) < 2:
         raise CatalogueError(f"not a line of published names: '{rest}'")
+    precisions, *patterns = rest_of_line
     precisions = parse_precisions(precisions)
     if wrong := [pattern for pattern in patterns if (precisions != ("",)) != ("?" in pattern)]:
         raise CatalogueError(f"'{wrong[0]}': a question mark stands for the precision, and only for it")

@@ -127,7 +127,7 @@ class InstalledTree(unittest.TestCase):
                     run("cmake", "--build", build, "--target", "nuv_error_report")
 
     def test_no_file_is_named_from_the_folder_of_the_whole_build(self):
-        for path in (*SOURCE.rglob("CMakeLists.txt"), *(SOURCE / "cmake").glob("*.cmake")):
+        for path in (*SOURCE.rglob("CMakeLists.txt"), *SOURCE.glob("*/*.cmake")):
             if "build" not in path.relative_to(SOURCE).parts:
                 self.assertNotRegex(path.read_text(), r"CMAKE_(SOURCE|BINARY)_DIR", path)
 
@@ -141,6 +141,16 @@ class InstalledTree(unittest.TestCase):
         left = {path for path in place.rglob("*") if path.is_symlink() or not path.is_dir()}
         self.assertEqual(left, {kept})
         self.assertEqual({path for path in place.rglob("nuv")}, {kept.parent})
+
+    def test_standard_names(self):
+        source = SOURCE / "tests/interfaces/standard/calls.c"
+        folder = self.library_folder
+        for place, libraries in ((folder, ["-lnuv"]), (folder / "nuv", ["-llapack", "-lblas"])):
+            with self.subTest(place=place.name):
+                program = self.folder / f"by_{place.name}"
+                run("gcc", *FLAGS, source, f"-L{place}", *libraries, "-o", program)
+                output = run(program, env={"LD_LIBRARY_PATH": str(place)})
+                self.assertIn("dgesv 0 1 1 1\n", output)
 
     def test_installed_command_runs(self):
         done = run(self.prefix / "bin" / "nuv", "info", env={"LD_LIBRARY_PATH": str(self.library_folder)})

@@ -7,8 +7,8 @@
 void dgemm_(const char*, const char*, const int*, const int*, const int*, const double*, const double*, const int*,
             const double*, const int*, const double*, double*, const int*);
 void dgesv_(const int*, const int*, double*, const int*, int*, double*, const int*, int*);
-void dgesdd_(const char*, const int*, const int*, double*, const int*, double*, double*, const int*, double*, const int*,
-             double*, const int*, int*, int*);
+void dgesdd_(const char*, const int*, const int*, double*, const int*, double*, double*, const int*, double*,
+             const int*, double*, const int*, int*, int*);
 float sdot_(const int*, const float*, const int*, const float*, const int*);
 double dsdot_(const int*, const float*, const int*, const float*, const int*);
 float sdsdot_(const int*, const float*, const float*, const int*, const float*, const int*);

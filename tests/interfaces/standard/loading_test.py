@@ -109,8 +109,8 @@ class Loading(unittest.TestCase):
             plugin = Path(folder) / "plugin.so"
             subprocess.run(["gcc", "-shared", "-fPIC", HERE / "plugin.c", "-o", plugin, f"-L{LIBRARIES}", "-lnuv",
                             f"-Wl,-rpath,{LIBRARIES}"], check=True)
-            done = self.run_python(f"ctypes.CDLL('{plugin}').make_a_mistake()")
-        self.assertEqual((done.stdout, done.stderr), ("handled DGESV  1\n", ""))
+            done = self.run_python(f"ctypes.CDLL('{plugin}').make_mistakes()")
+        self.assertEqual((done.stdout, done.stderr), ("handled DGESV  1\nhandled DGEMM  2\nhandled DGEMV  3\n", ""))
 
     def test_a_missing_layer_is_told(self):
         with tempfile.TemporaryDirectory() as name:
