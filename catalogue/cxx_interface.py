@@ -123,7 +123,8 @@ def emit_without_workspace(routine, function, precision):
     if asks:
         lines.append(f"if (const int info = {call('    ')}; info != 0) return info;")
         for a in routine.scratch:
-            lines.append(f"{a.name}.allocate_answer();" if a.workspace.is_asked
+            least = size_in_cxx(routine, a.workspace.least) if a.workspace.least else ""
+            lines.append(f"{a.name}.allocate_answer({least});" if a.workspace.is_asked
                          else f"{a.name}.allocate({length_in_cxx(routine, a.workspace)});")
     returns = "return " if result_type(routine, precision) != "void" else ""
     lines.append(f"{returns}{call('    ')};")

@@ -4,6 +4,7 @@
     T* work [side is L ? n : m]         by the letter of an option, or the value of an integer
     T* work [(side is L ? n : m) by k]  a matrix; ldwork is the first of both sizes
     T* work [query]                     what the routine answers in the first element when lwork is -1
+    T* work [query, at least m]         the same, where the routine answers with less than it takes
     T* work [kept]                      none: what the routine finds or leaves there belongs to its caller
 
 Sizes are made of the routine's other arguments by + - * ( ), max, min, and log2, the least l with 2^l >= its argument.
@@ -38,17 +39,19 @@ class Workspace:
     text: str
     rows: Size = None
     columns: Size = None
+    # What is enough though the routine answers with less.
+    least: Size = None
 
     @property
     def is_asked(self):
-        return self.text == "query"
+        return self.text.startswith("query")
 
     @property
     def is_kept(self):
         return self.text == "kept"
 
     def names(self):
-        return [name for size in (self.rows, self.columns) if size for name in size.names()]
+        return [name for size in (self.rows, self.columns, self.least) if size for name in size.names()]
 
 
 FUNCTIONS = ("max", "min", "log2")
@@ -118,18 +121,19 @@ def parse_workspace(text):
     text = " ".join(text.split())
     if text in ("query", "kept"):
         return Workspace(text)
-    parser = Parser(text)
+    asked = text.startswith("query, at least ")
+    parser = Parser(text.removeprefix("query, at least "))
     try:
         rows = parser.size()
         columns = None
-        if parser.next_is("by"):
+        if not asked and parser.next_is("by"):
             parser.take()
             columns = parser.size()
         if parser.tokens:
             raise SizeError(f"'{parser.tokens[0]}' too many")
     except SizeError as error:
         raise SizeError(f"not a size: '{text}': {error}") from None
-    return Workspace(text, rows, columns)
+    return Workspace(text, least=rows) if asked else Workspace(text, rows, columns)
 
 
 def size_code(size, number, call, equals):

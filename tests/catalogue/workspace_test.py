@@ -64,6 +64,12 @@ class Sizes(unittest.TestCase):
         self.assertEqual(sorted(workspace.names()), ["k", "m", "n", "side"])
         self.assertEqual(workspace.columns.operands, ("k",))
 
+    def test_questions(self):
+        self.assertTrue(parse_workspace("query").is_asked)
+        asked = parse_workspace("query, at least 2*m")
+        self.assertTrue(asked.is_asked)
+        self.assertEqual((asked.names(), asked.least.kind, asked.rows), (["m"], "*", None))
+
     def test_what_is_no_size_is_refused(self):
         for text, complaint in (("3*", "the end"), ("max(n", "the end where ) is wanted"), ("n m", "'m' too many"),
                                 ("side is L", "the end where ? is wanted"), ("*", "'*' is no size"), ("", "the end")):
@@ -95,6 +101,7 @@ class Entries(unittest.TestCase):
         self.refused("out Int n, T* work [n]", "the size of work wants n")
         self.refused("Int n, T* work [query]", "wants lwork")
         self.refused("Int n, T* work [n by n]", "wants ldwork")
+        self.refused("Int n, T* work [query, at least m], Int lwork", "wants m")
 
     def test_brackets_go_with_what_is_written(self):
         self.refused("Int n, const T* work [n]", "brackets")
