@@ -3,7 +3,7 @@
 from functools import cache
 from pathlib import Path
 
-from comments import comments, family_comments
+from comments import described, family_comments
 from cxx_interface import arguments_without_workspace, is_offered
 from entries import exported_names
 from signatures import *
@@ -175,28 +175,27 @@ def emit_source(catalogue, letter):
     return "\n".join(out) + "\n"
 
 
-# ------------------------------------------------------------------------------------------------------------ header
+# ----------------------------------------------------------------------------------------------------------- headers
 
 
 def comment(*texts):
-    """A comment of C with paragraphs."""
+    """A comment of C, its paragraphs apart."""
     lines = "\n\n".join(t for t in texts if t).replace("*/", "* /").replace("/*", "/ *").split("\n")
     return "\n".join(["/* " + lines[0]] + [f" * {line}".rstrip() for line in lines[1:]]) + (" */")
 
 
 @cache
-def comments_of_tree():
-    return comments(TREE), family_comments(TREE)
+def comments_of_families():
+    return family_comments(TREE)
 
 
 def emit_header(catalogue):
-    own, of_families = comments_of_tree()
     out = [f"/* {GENERATED}", HEAD.read_text().rstrip("\n")]
     families = dict.fromkeys(r.family for r in catalogue.routines if is_offered(r))
     for family in families:
-        out += ["", "", comment(f"---- {family} ----", of_families.get(family, ""))]
+        out += ["", "", comment(f"---- {family} ----", comments_of_families().get(family, ""))]
         for routine in (r for r in catalogue.routines if r.family == family and is_offered(r)):
-            out += ["", comment(routine.meaning, own.get(routine.function, ""))]
+            out += ["", comment(described(routine))]
             for precision, _ in exported_names(routine):
                 declared = prototype(routine, precision, by_value_name(routine, precision), ";")
                 out.append(guarded(declared, result_type(routine, precision)))
@@ -210,6 +209,19 @@ def guarded(declared, result):
     if result != "nuv_complex8":
         return declared
     return f"#if !defined(__cplusplus) || defined(__x86_64__)\n{declared}\n#endif"
+
+
+def documented(header, catalogue):
+    """A header with the full comment of each routine in the place of its meaning. Routines stand there in the
+    catalogue's order."""
+    out, place = [], 0
+    for routine in catalogue.routines:
+        short = f"/* {routine.meaning} */\n"
+        found = header.find(short, place)
+        if found >= 0:
+            out += [header[place:found], comment(described(routine)) + "\n"]
+            place = found + len(short)
+    return "".join(out) + header[place:]
 
 
 def files(catalogue):

@@ -2,6 +2,7 @@
 
 from pathlib import Path
 
+from comments import described
 from entries import exported_names
 from signatures import *
 from workspace import size_code
@@ -160,7 +161,7 @@ def emit_header(catalogue):
     for routine in catalogue.routines:
         if not is_offered(routine):
             continue
-        out += ["", f"// {routine.meaning}"]
+        out += ["", *(f"/// {line}".rstrip() for line in described(routine).split("\n"))]
         if not tells_precision(routine):
             out.append(emit_template(routine))
         for precision, exported in exported_names(routine):

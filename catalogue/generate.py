@@ -321,6 +321,8 @@ def all_files(catalogue):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
     files |= c_interface.files(catalogue) | cxx_interface.files(catalogue) | fortran_module.files(catalogue)
+    # What is compiled here has short comments, so that a new one rebuilds nothing; what is installed has them in full.
+    files["documented/nuv/nuv_lapack.h"] = c_interface.documented(files["include/nuv/nuv_lapack.h"], catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)

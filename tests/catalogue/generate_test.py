@@ -18,6 +18,7 @@ import generate  # noqa: E402
 HEADER = "include/nuv/nuv_lapack.h"
 SERVICES = "include/nuv/nuv_services.h"
 MODULE = "include/nuv/nuv_lapack.f90"
+DOCUMENTED = "documented/nuv/nuv_lapack.h"
 BY_VALUE = "include/nuv/nuv.h"
 OVERLOADS = "include/nuv/nuv.hpp"
 FAMILIES = "family solvers/widget\nlayer_family threading/widget\n"
@@ -485,7 +486,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, SERVICES, MODULE, BY_VALUE, OVERLOADS, *(f"c/by_value_{letter}.c" for letter in "sdcz"), "exports/c.txt",
+            HEADER, SERVICES, MODULE, BY_VALUE, OVERLOADS, *(f"c/by_value_{letter}.c" for letter in "sdcz"), "exports/c.txt", DOCUMENTED,
             "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
@@ -519,7 +520,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual({path.stat().st_mtime for path in self.made().values()}, {0})
         self.assertEqual(self.run_on(entry("layer d ?a (Int n)", "Another meaning.")), (0, ""))
         self.assertEqual({name for name, path in self.made().items() if path.stat().st_mtime > 0},
-                         {HEADER, MODULE, BY_VALUE, OVERLOADS, "internal/layer.hpp", "internal/x_variants.hpp"})
+                         {HEADER, DOCUMENTED, MODULE, BY_VALUE, OVERLOADS, "internal/layer.hpp", "internal/x_variants.hpp"})
 
 
 class TheCatalogue(unittest.TestCase):
