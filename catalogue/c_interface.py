@@ -7,12 +7,13 @@ from comments import described, family_comments
 from cxx_interface import arguments_without_workspace, is_offered
 from entries import exported_names
 from signatures import *
-from workspace import size_code
+from workspace import Dialect
 
 TREE = Path(__file__).resolve().parents[1]
 HEAD = TREE / "interfaces" / "c" / "head.h"
 # A source for each precision, so that they are compiled side by side.
 SOURCES = ("s", "d", "c", "z")
+SIZES = Dialect(number="(double){}", function="size_{}", is_letter="is({}, '{}')")
 
 
 def by_value_name(routine, precision):
@@ -50,23 +51,10 @@ def prototype(routine, precision, name, tail):
 # ----------------------------------------------------------------------------------------------------------- sources
 
 
-def size_in_c(routine, size):
-    types = {a.name: a.type for a in routine.arguments}
-    return size_code(size, lambda name: f"(double){name}", lambda f, operands: f"size_{f}({', '.join(operands)})",
-                     lambda name, value: f"is({name}, '{value}')" if types[name] == "char" else f"{name} == {value}")
-
-
-def length_in_c(routine, workspace):
-    rows = size_in_c(routine, workspace.rows)
-    if workspace.columns is None:
-        return rows
-    return f"size_max({rows}, 1) * size_max({size_in_c(routine, workspace.columns)}, 1)"
-
-
 def answer_in_c(routine, a):
     answer = f"(double){a.name}_answer"
     if a.workspace.least:
-        answer = f"size_max({answer}, {size_in_c(routine, a.workspace.least)})"
+        answer = f"size_max({answer}, {SIZES.size(a.workspace.least, routine.options)})"
     return f"answered({answer})"
 
 
@@ -134,7 +122,7 @@ def emit_with_scratch(routine, precision, exported):
         lines.append("if (info != 0) return info;")
     for a in routine.scratch:
         size = f"{a.name}_size"
-        length = answer_in_c(routine, a) if a.workspace.is_asked else length_in_c(routine, a.workspace)
+        length = answer_in_c(routine, a) if a.workspace.is_asked else SIZES.length(a.workspace, routine.options)
         lines.append(f"const double {size} = {length};")
         t = c_type(a.type, precision)
         lines.append(f"{t}* const {a.name} = scratch({size}, sizeof({t}));")
@@ -145,7 +133,7 @@ def emit_with_scratch(routine, precision, exported):
                 lines.append(f"const int {a.name} = as_int({s.name}_size);")
                 lengths[a.name] = "&" + a.name
             elif a.name == "ld" + s.name:
-                lines.append(f"const int {a.name} = as_int({size_in_c(routine, s.workspace.rows)});")
+                lines.append(f"const int {a.name} = as_int({SIZES.size(s.workspace.rows, routine.options)});")
                 lengths[a.name] = "&" + a.name
     granted = " && ".join(f"{a.name} != NULL" for a in routine.scratch)
     assigned = "value = " if value == "value" else ""

@@ -136,26 +136,43 @@ def parse_workspace(text):
     return Workspace(text, least=rows) if asked else Workspace(text, rows, columns)
 
 
-def size_code(size, number, call, equals):
-    """An expression of C or C++ for a size. number(name) casts an integer argument to the type of sizes,
-    call(function, operands) names a function, equals(name, value) tests an argument."""
-    code = lambda s: size_code(s, number, call, equals)
-    if size.kind == "number":
-        return size.operands[0]
-    if size.kind == "name":
-        return number(size.operands[0])
-    if size.kind == "choice":
-        name, values, chosen, other = size.operands
-        test = " || ".join(equals(name, value) for value in values)
-        return f"({test} ? {code(chosen)} : {code(other)})"
-    if size.kind in FUNCTIONS:
-        first, *rest = [code(s) for s in size.operands]
-        if size.kind == "log2":
-            return call("log2", [first])
-        for other in rest:
-            first = call(size.kind, [first, other])
-        return first
-    left, right = size.operands
-    grouped = lambda s: f"({code(s)})" if s.kind in "+-" and size.kind == "*" else code(s)
-    right_code = f"({code(right)})" if right.kind in "+-" else grouped(right)
-    return f"{grouped(left)} {size.kind} {right_code}"
+@dataclass(frozen=True)
+class Dialect:
+    """How sizes are written in a language: an integer as a size, a function of sizes, the test of an option."""
+
+    number: str
+    function: str
+    is_letter: str
+
+    def size(self, size, options):
+        """The code of an expression, given the names of arguments that are options."""
+        code = lambda s: self.size(s, options)
+        if size.kind == "number":
+            return size.operands[0]
+        if size.kind == "name":
+            return self.number.format(size.operands[0])
+        if size.kind == "choice":
+            name, values, chosen, other = size.operands
+            tests = [self.is_letter.format(name, v) if name in options else f"{name} == {v}" for v in values]
+            return f"({' || '.join(tests)} ? {code(chosen)} : {code(other)})"
+        if size.kind in FUNCTIONS:
+            function = self.function.format(size.kind)
+            first, *rest = [code(s) for s in size.operands]
+            if not rest:
+                return f"{function}({first})"
+            for other in rest:
+                first = f"{function}({first}, {other})"
+            return first
+        left, right = size.operands
+        is_sum = lambda s: s.kind in "+-"
+        left_code = f"({code(left)})" if is_sum(left) and size.kind == "*" else code(left)
+        right_code = f"({code(right)})" if is_sum(right) else code(right)
+        return f"{left_code} {size.kind} {right_code}"
+
+    def length(self, workspace, options):
+        """The code of a number of elements."""
+        rows = self.size(workspace.rows, options)
+        if workspace.columns is None:
+            return rows
+        larger, columns = self.function.format("max"), self.size(workspace.columns, options)
+        return f"{larger}({rows}, 1) * {larger}({columns}, 1)"

@@ -7,31 +7,20 @@
 namespace nuv_test {
 namespace {
 
+using Calls = void (*)(Arena&);
+
+class EveryCall : public testing::TestWithParam<Calls> {};
+
+TEST_P(EveryCall, LeavesWhatTheExportedRoutineLeaves) {
+  Arena arena;
+  GetParam()(arena);
+  EXPECT_GT(arena.routines(), 300);
+}
+
+INSTANTIATE_TEST_SUITE_P(Double, EveryCall, testing::Values(call_all_d, call_all_z));
 #ifndef NUV_TEST_DOUBLE_ALONE
-TEST(EveryCall, SinglePrecision) {
-  Arena arena;
-  call_all_s(arena);
-  EXPECT_GT(arena.routines(), 300);
-}
-
-TEST(EveryCall, SingleComplex) {
-  Arena arena;
-  call_all_c(arena);
-  EXPECT_GT(arena.routines(), 300);
-}
+INSTANTIATE_TEST_SUITE_P(Single, EveryCall, testing::Values(call_all_s, call_all_c));
 #endif
-
-TEST(EveryCall, DoublePrecision) {
-  Arena arena;
-  call_all_d(arena);
-  EXPECT_GT(arena.routines(), 300);
-}
-
-TEST(EveryCall, DoubleComplex) {
-  Arena arena;
-  call_all_z(arena);
-  EXPECT_GT(arena.routines(), 300);
-}
 
 }  // namespace
 }  // namespace nuv_test
