@@ -2,17 +2,45 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
 bool memory_is_refused = false;
-int reports = 0;
+int reports = 0, overruns = 0;
 
-void* no_memory(std::size_t) {
-  return nullptr;
+constexpr std::size_t header_bytes = 32, guard_bytes = 512;
+constexpr int guard = 0x5a;
+
+/// Memory with its size in front and a guard behind, or null.
+void* guarded_memory(std::size_t size) {
+  if (memory_is_refused || size > PTRDIFF_MAX / 2) return nullptr;
+  auto* const block = static_cast<unsigned char*>(std::malloc(header_bytes + size + guard_bytes));
+  if (block == nullptr) return nullptr;
+  std::memcpy(block, &size, sizeof size);
+  std::memset(block + header_bytes + size, guard, guard_bytes);
+  return block + header_bytes;
 }
+
+void give_back(void* memory) {
+  if (memory == nullptr) return;
+  unsigned char* const block = static_cast<unsigned char*>(memory) - header_bytes;
+  std::size_t size;
+  std::memcpy(&size, block, sizeof size);
+  const unsigned char* const behind = block + header_bytes + size;
+  if (std::any_of(behind, behind + guard_bytes, [](unsigned char byte) { return byte != guard; })) ++overruns;
+  std::free(block);
+}
+
+/// From before the library's first request on.
+[[maybe_unused]] const bool hooks_are_set = [] {
+  i_malloc = guarded_memory;
+  i_free = give_back;
+  return true;
+}();
 
 }  // namespace
 
@@ -22,29 +50,27 @@ extern "C" int xerbla_(const char*, const int*, int) {
 }
 
 void* operator new(std::size_t size) {
-  void* const memory = memory_is_refused ? nullptr : std::malloc(size);
+  void* const memory = guarded_memory(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  give_back(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  give_back(memory);
 }
 
 namespace nuv_test {
 
 RefusedMemory::RefusedMemory() {
   memory_is_refused = true;
-  i_malloc = no_memory;
 }
 
 RefusedMemory::~RefusedMemory() {
   memory_is_refused = false;
-  i_malloc = std::malloc;
 }
 
 Arena::Arena() : memory_(new std::byte[regions * region_bytes]), first_(new std::byte[regions * region_bytes]) {}
@@ -59,7 +85,7 @@ void Arena::begin(const char* routine) {
 bool Arena::next(int form) {
   if (form > 0 && is_over_) return false;
   is_over_ = leaves_no_result_ = false;
-  reports = 0;
+  reports = overruns = 0;
   result<double>() = 0;
   return true;
 }
@@ -112,6 +138,7 @@ void Arena::compare() {
         << here() << ": argument " << index + 1 << " differs";
   }
   EXPECT_EQ(reports, first_reports_) << here();
+  EXPECT_EQ(overruns, 0) << here() << ": more is written than was allocated";
 }
 
 }  // namespace nuv_test

@@ -70,10 +70,17 @@ static void sets_what_pointers_lead_to(void) {
   EXPECT(nuv_dpocon('U', 2, d, 2, 2.0, &rcond) == 0 && rcond > 0);
 }
 
-static int grants = 0;
+static int grants = 0, kept = 0;
 
 static void* granted_some(size_t size) {
-  return grants-- > 0 ? malloc(size) : NULL;
+  if (grants-- <= 0) return NULL;
+  ++kept;
+  return malloc(size);
+}
+
+static void taken_back(void* memory) {
+  --kept;
+  free(memory);
 }
 
 static void tells_of_refused_memory(void) {
@@ -83,6 +90,7 @@ static void tells_of_refused_memory(void) {
 
   /* The first of two workspaces is given back if the second is refused. */
   i_malloc = granted_some;
+  i_free = taken_back;
   for (int granted = 0; granted < 2; ++granted) {
     grants = granted;
     EXPECT(nuv_dsyevd('V', 'L', 1, a, 1, w) == NUV_NO_MEMORY && a[0] == 5);
@@ -92,7 +100,9 @@ static void tells_of_refused_memory(void) {
   grants = 0;
   EXPECT(nuv_dlange('I', 1, 1, a, 1) == NUV_NO_MEMORY);
   EXPECT(nuv_dlarf('L', 1, 1, a, 1, 0.5, w, 1) == NUV_NO_MEMORY && w[0] == 5);
+  EXPECT(kept == 0);
   i_malloc = malloc;
+  i_free = free;
 }
 
 int main(void) {

@@ -17,7 +17,7 @@ import cxx_interface  # noqa: E402
 from entries import Catalogue, parse  # noqa: E402
 from signatures import *  # noqa: E402
 
-INTEGERS = {"n": 3, "m": 3, "k": 2, "nrhs": 2, "sqre": 0, "offset": 0, "icompq": 0, "iu": 2, "iw": 1, "smlsiz": 25,
+INTEGERS = {"n": 3, "m": 4, "k": 2, "nrhs": 2, "sqre": 0, "offset": 0, "icompq": 0, "iu": 2, "iw": 1, "smlsiz": 25,
             "ncvt": 2, "nru": 2, "ncc": 2, "nlvl": 1, "n2": 2, "nzc": 3, "nb": 2, "base": 2, "beta": 2}
 LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L", "diag": "N", "norm": "I", "jobz": "V",
            "range": "A", "fact": "N", "equed": "N", "vect": "N", "direct": "F", "storev": "C", "dist": "U", "pivot": "V",
@@ -31,8 +31,13 @@ REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
 STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2", "laed3", "laed7", "laed8", "laed9", "laeda",
          "larrv", "larrd", "larrb", "larrj")
 
+# Wide ones: tzrzf takes more workspace than it answers if its matrix is square.
+ROWS = {"tzrzf": 3, "latrz": 2, "orglq": 2, "orgrq": 2, "orgl2": 2, "orgr2": 2}
+
 
 def integer(routine, name):
+    if name == "m" and routine.function in ROWS:
+        return ROWS[routine.function]
     if name.startswith("ld"):
         return 16
     if name in ("lwork", "lrwork", "liwork"):
