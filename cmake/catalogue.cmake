@@ -4,13 +4,17 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.cat)
 file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/catalogue/*.py ${PROJECT_SOURCE_DIR}/interfaces/cblas/*.py)
+  ${PROJECT_SOURCE_DIR}/catalogue/*.py ${PROJECT_SOURCE_DIR}/interfaces/cblas/*.py
+  ${PROJECT_SOURCE_DIR}/interfaces/*/head.*)
 set(NUV_GENERATOR ${PROJECT_SOURCE_DIR}/catalogue/generate.py)
 set(NUV_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
 set(NUV_CBLAS_SOURCES)
 foreach(level 1 2 3)
   list(APPEND NUV_CBLAS_SOURCES ${NUV_GENERATED_DIR}/interfaces/cblas/level${level}.cpp)
 endforeach()
+# The headers for users carry the comments of the sources.
+file(GLOB_RECURSE NUV_COMMENTED_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.hpp ${PROJECT_SOURCE_DIR}/kernels/*.cpp
+  ${PROJECT_SOURCE_DIR}/threading/level3/*.cpp)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
 set(NUV_KERNEL_ENTRIES ${NUV_GENERATED_DIR}/kernel_entries.S)
 set(NUV_LAYER_ENTRIES ${NUV_GENERATED_DIR}/layer_entries.S)
@@ -29,9 +33,14 @@ add_custom_command(
              ${NUV_GENERATED_DIR}/exports/lapack.map
              ${NUV_GENERATED_DIR}/exports/kernel.map
              ${NUV_GENERATED_DIR}/exports/layer.map
+             ${NUV_GENERATED_DIR}/c/by_value_s.c
+             ${NUV_GENERATED_DIR}/c/by_value_d.c
+             ${NUV_GENERATED_DIR}/c/by_value_c.c
+             ${NUV_GENERATED_DIR}/c/by_value_z.c
+             ${NUV_GENERATED_DIR}/include/nuv/nuv.h
   COMMAND Python3::Interpreter -B ${NUV_GENERATOR} --output ${NUV_GENERATED_DIR} ${NUV_CATALOGUE_FILES}
   COMMAND ${CMAKE_COMMAND} -E touch ${NUV_GENERATED_DIR}/stamp
-  DEPENDS ${NUV_GENERATOR_FILES} ${NUV_CATALOGUE_FILES}
+  DEPENDS ${NUV_GENERATOR_FILES} ${NUV_CATALOGUE_FILES} ${NUV_COMMENTED_FILES}
   COMMENT "Reading the catalogue"
   VERBATIM)
 add_custom_target(catalogue DEPENDS ${NUV_GENERATED_DIR}/stamp)

@@ -6,7 +6,9 @@ install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential nuv_orvo_thread nuv_al
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development)
 install(TARGETS nuv_libblas nuv_liblapack
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/nuv COMPONENT libraries NAMELINK_COMPONENT development)
-install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} PATTERN nuv_lapack.h EXCLUDE)
+# The same declarations with comments in full.
+install(FILES ${NUV_GENERATED_DIR}/documented/nuv/nuv_lapack.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nuv)
 if(NUV_BUILD_TOOLS)
   install(TARGETS nuv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
 endif()
