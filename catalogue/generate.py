@@ -11,6 +11,7 @@ import argparse
 import sys
 from pathlib import Path
 
+import cxx_interface
 from entries import *
 from signatures import *
 
@@ -355,6 +356,7 @@ def all_files(catalogue):
     for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
+    files |= cxx_interface.files(catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)
