@@ -15,6 +15,7 @@ FIXED = {
     "ku": "number of diagonals above the main one",
     "kd": "number of diagonals beside the main one, in the triangle that is stored",
     "ka": "number of diagonals of A beside the main one, in the triangle that is stored",
+    "kb": "number of diagonals of B beside the main one, in the triangle that is stored",
     "nz": "number of elements that are stored",
     "indx": "place in y, from one, of each element of x",
     "alpha": "factor",
@@ -30,6 +31,7 @@ FIXED = {
     "dl": "the n - 1 elements below the diagonal",
     "du": "the n - 1 elements above the diagonal",
     "du2": "the n - 2 elements of the second diagonal above the main one, which pivoting fills",
+    "norm": "'M': largest magnitude, 'O' or '1': one-norm, 'I': infinity-norm, 'F' or 'E': Frobenius norm",
     "info": "0; -k: argument k was bad (reported)",
 }
 BAND_ARRAYS = {
@@ -49,6 +51,8 @@ def conventional_description(routine, argument):
         return length_of_workspace(routine, name)
     if name in ("m", "n") and not (argument.out or argument.pointer):
         return size_of_matrix(name, names)
+    if name == "kb" and "bb" not in names:
+        return None
     if name.startswith("ld") and name[2:] in names:
         return f"leading dimension of {name[2:]}, the distance between the starts of its columns"
     if re.fullmatch(r"inc\w", name) and name[3:] in names:

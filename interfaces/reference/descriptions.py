@@ -9,17 +9,20 @@ top of the header, which speaks for all routines in it, or else by convention.
 import re
 from dataclasses import dataclass
 from functools import cache
+from itertools import islice
 
 from comments import blocks, family_files, neighbours, top_comment
 from conventions import conventional_description
+from foundations import foundations
+from paragraphs import of_comment
 
-NAMES = r"[a-z]\w*(?:\.\.\.)?(?:, [a-z]\w*(?:\.\.\.)?)*"
+NAMES = r"[a-z]\w*(?:\.\.\.| \.\.\. [a-z]\w*)?(?:, [a-z]\w*(?:\.\.\.)?)*"
 FIRST_OF_ROW = re.compile(rf"({NAMES}) {{2,}}(\S.*)")
 NEXT_IN_ROW = re.compile(rf"(?:;|(?<=\.)) {{2}}({NAMES}) {{2}}(?=\S)")
 # What headers call an argument whose name and type differ between real and complex members.
 OTHER_NAMES = {"iwork": "second", "rwork": "second"}
-REFERENCE = re.compile(r"\b(?:as|by|for|like|of) (?:for |left by )?x?([a-z][a-z0-9]+)\b")
-# Author, title in quotes and year.
+REFERENCE = re.compile(r"\b(?:as|by|for|like|of) (?:for |of |by |left by )?x?([a-z][a-z0-9]+)\b")
+# In parentheses, with a year.
 PAPER = re.compile(r"\(([A-Z](?:[^()]|\([^()]*\))*?\d{4}[^()]*)\)")
 
 
@@ -30,14 +33,36 @@ class Comment:
     prose: str
     arguments: dict
 
-    def of(self, name):
+    def of(self, name, all_names=()):
+        """`all_names`, in their order, tell what lies between two of them: "n1 ... n4"."""
         for key, text in self.arguments.items():
             if key == name or key == OTHER_NAMES.get(name) or key.endswith("...") and name.startswith(key[:-3]):
                 return text
+            first, _, last = key.partition(" ... ")
+            if last and first in all_names and last in all_names:
+                if name in all_names[all_names.index(first):all_names.index(last) + 1]:
+                    return text
         return None
 
     def is_by_reference(self):
-        return re.search(r"\b(?:same|above|as)\b", self.prose) is not None
+        """A table alone, too, says only what is other than above."""
+        words = re.search(r"\b(?:same|above|as)\b", self.prose) is not None
+        return not self.prose or words or "as above" in self.arguments.values()
+
+    def sentence_with(self, name):
+        """What is said of an argument in passing, by the prose or of another argument."""
+        symbol = rf"\b{name}\b"
+        pattern = r"\ba\b(?=[(+,]| [-+/*:<>=])" if name == "a" else symbol  # "a" elsewhere is a word
+        for piece in of_comment(self.prose):
+            if piece.kind == "code" and re.search(symbol, piece.text):
+                return f"as in the formula: {first_line_with(symbol, piece.text)}"
+            for sentence in re.split(r"(?<=[.:;])(?<!\.\.\.)\s+", piece.text):
+                if piece.kind == "text" and re.search(pattern, sentence):
+                    return sentence.rstrip(":;")
+        for key, text in self.arguments.items():
+            if re.search(pattern, text):
+                return f"see {key}: {text}"
+        return None
 
 
 def parse_comment(text, known_names):
@@ -50,7 +75,7 @@ def parse_comment(text, known_names):
             arguments.setdefault(name, value)
 
     def is_known(names):
-        return all(n.strip().endswith("...") or n.strip() in known_names for n in names.split(","))
+        return all(n.strip().endswith("...") or n.strip() in known_names for n in re.split(",| \\.\\.\\. ", names))
 
     def take(value):
         """The text of the argument at hand, up to another one in the same line."""
@@ -73,6 +98,10 @@ def parse_comment(text, known_names):
             current = []
             prose.append(line)
     return Comment("\n".join(prose).strip("\n"), arguments)
+
+
+def first_line_with(pattern, text):
+    return next(" ".join(line.split()) for line in text.splitlines() if re.search(pattern, line))
 
 
 @cache
@@ -123,25 +152,46 @@ class Descriptions:
         return commented_top(file, self.known_names) if file else Comment("", {})
 
     def of_argument(self, routine, argument):
-        """(what is said, where: own, reference, family or convention)"""
-        file, found, positions = self.place(routine)
+        """(what is said, where: own, reference, family, convention or prose)"""
+        _, found, positions = self.place(routine)
+        names = [a.name for a in routine.arguments]
         own = [found[i][1] for i in positions]
         if is_complex(routine):
             own.reverse()
+        shared = self.family_comment(routine).of(argument.name, names)
         for comment in own:
-            if text := comment.of(argument.name):
-                return text, "own"
-        if any(c.is_by_reference() for c in own):
+            text = comment.of(argument.name, names)
+            if text and text != "as above":
+                return joined(argument.name, shared, text), "own"
+        # The workspace of a routine like another is its own.
+        if any(c.is_by_reference() for c in own) and not argument.is_scratch:
             for comment in referred(found, positions[0], own):
-                if text := comment.of(argument.name):
-                    return text, "reference"
-        if text := self.family_comment(routine).of(argument.name):
-            return text, "family"
-        return conventional_description(routine, argument), "convention"
+                if text := comment.of(argument.name, names):
+                    return joined(argument.name, shared, text), "reference"
+        if shared:
+            return shared, "family"
+        if text := conventional_description(routine, argument):
+            return text, "convention"
+        asked = own + [self.family_comment(routine)]
+        if any(c.is_by_reference() for c in own):
+            asked[-1:-1] = islice(referred(found, positions[0], own), 2)
+        passing = (c.sentence_with(argument.name) for c in asked)
+        return next(filter(None, passing), None), "prose"
 
     def sources(self, routine):
-        own = papers("\n\n".join(c.prose for c in self.own_comments(routine)))
-        return own or papers(self.family_comment(routine).prose)
+        """What the routine's own comment names, or that of its header, or a comment on another routine there; else what is
+        common knowledge."""
+        _, found, _ = self.place(routine)
+        for comments in (self.own_comments(routine), [self.family_comment(routine)], [c for _, c in found]):
+            if named := papers("\n\n".join(c.prose for c in comments)):
+                return named
+        return foundations(routine.family)
+
+
+def joined(name, shared, own):
+    """What a header says of an argument in all its routines, and what it says in one."""
+    is_whole = name == "info" and own.startswith(("0", "in:"))
+    return own if is_whole or not shared or shared == own else f"{shared}. Here: {own}"
 
 
 def is_complex(routine):
@@ -156,3 +206,5 @@ def referred(found, position, own):
             yield comment
     for _, comment in reversed(found[:position]):
         yield comment
+        if not comment.is_by_reference():
+            return

@@ -44,8 +44,19 @@ def grouped(lines):
             start = i
 
 
+def blocks_of_markdown(text):
+    """What empty lines divide, but for code, which goes on over them."""
+    blocks = []
+    for block in re.split(r"\n{2,}", text.strip("\n")):
+        if block.startswith("    ") and blocks and blocks[-1].startswith("    "):
+            blocks[-1] += "\n\n" + block
+        else:
+            blocks.append(block)
+    return blocks
+
+
 def of_markdown(text):
-    for block in re.split(r"\n{2,}(?=\S|    )", text.strip("\n")):
+    for block in blocks_of_markdown(text):
         lines = block.splitlines()
         if match := re.match(r"(#+) (.*)", block):
             yield Piece("heading", match[2], len(match[1]))
