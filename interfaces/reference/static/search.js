@@ -49,7 +49,8 @@ function fit(entry, words) {
     if (one === 0) return 0;
     sum += one;
   }
-  return sum;
+  // Routines that others are made of come behind those.
+  return entry.names[0].startsWith("la") && sum < 40 ? sum / 2 : sum;
 }
 
 function choose(position) {
