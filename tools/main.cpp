@@ -24,6 +24,7 @@
 #include "lstsq.hpp"
 #include "make.hpp"
 #include "output.hpp"
+#include "self_description.hpp"
 #include "solve.hpp"
 #include "svd.hpp"
 
@@ -34,8 +35,8 @@ using namespace nuv::tools;
 constexpr int exit_failure = 1;
 constexpr int exit_usage = 2;
 
-void print(const std::string& text) {
-  Output output;
+void print(const std::string& text, const std::optional<std::string>& file = std::nullopt) {
+  Output output = file ? Output(*file) : Output();
   output.write(text);
   output.commit();
 }
@@ -47,8 +48,8 @@ void complain(const std::string& message) {
 
 const CLI::Validator& not_empty() {
   static const CLI::Validator validator(
-      [](std::string& text) { return text.empty() ? std::string("a file name must not be empty") : std::string(); },
-      "");
+      [](std::string& text) { return text.empty() ? std::string("a file name must not be empty") : std::string(); }, "",
+      file_check);
   return validator;
 }
 
@@ -278,6 +279,7 @@ struct CommandLine {
   CLI::App* svd;
   CLI::App* make;
   CLI::App* info;
+  CLI::App* describe;
   SolveOptions options;
   LeastSquaresOptions lstsq_options;
   MatrixOptions cond_options, det_options;
@@ -285,6 +287,7 @@ struct CommandLine {
   EigenOptions eig_options;
   SingularOptions svd_options;
   MakeOptions make_options;
+  std::optional<std::string> description_file;
 
   CommandLine() {
     app.set_version_flag("--version", "nuv " NUV_VERSION);
@@ -337,6 +340,9 @@ struct CommandLine {
                              about_make));
 
     info = app.add_subcommand("info", "Show which libraries are bound, from which files, and on what processor.");
+
+    describe = app.add_subcommand("describe", "Show commands and options in JSON, for programs.")->group("");
+    add_output_option(*describe, description_file, "File for them");
   }
 };
 
@@ -365,6 +371,7 @@ int run(int argc, char** argv) {
     if (*command_line.svd) find_singular_values(command_line.svd_options);
     if (*command_line.make) make(command_line.make_options);
     if (*command_line.info) print(library_report());
+    if (*command_line.describe) print(description_in_json(command_line.app), command_line.description_file);
     return 0;
   } catch (const CLI::CallForHelp&) {
     print(command_line.app.help());

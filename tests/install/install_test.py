@@ -152,6 +152,12 @@ class InstalledTree(unittest.TestCase):
                 output = run(program, env={"LD_LIBRARY_PATH": str(place)})
                 self.assertIn("dgesv 0 1 1 1\n", output)
 
+    def test_reference_is_where_readers_look(self):
+        for place in ("share/man/man1/nuv.1", "share/man/man3/nuv_dgesv.3", "share/man/man3/nuv_zgesv.3", "share/man/man7/nuv.7",
+                      "share/doc/nuv/reference/index.html", "share/doc/nuv/reference/routines/gesv.html",
+                      "share/bash-completion/completions/nuv"):
+            self.assertTrue((self.prefix / place).is_file(), place)
+
     def test_installed_command_runs(self):
         done = run(self.prefix / "bin" / "nuv", "info", env={"LD_LIBRARY_PATH": str(self.library_folder)})
         self.assertIn(str(self.library_folder), done)
