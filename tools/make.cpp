@@ -273,19 +273,27 @@ Symmetry symmetry_of(const Plan& plan) {
 }
 
 template <Scalar T>
-void print(const Plan& plan, const WrittenForm& form, StoredCount stored, const std::array<Int, 4>& iseed,
-           Seconds time) {
+Report account_of(const Plan& plan, const WrittenForm& form, StoredCount stored, const std::array<Int, 4>& iseed) {
   const bool is_array = form.layout == Layout::Array;
-  Report report;
-  report.line("matrix", fmt::format("{} by {}, {}, {}", plan.rows, plan.columns, plan.kind.name, precision_words<T>()))
+  const std::uint64_t written = is_array ? stored.elements : stored.nonzeros;
+  Report report("make");
+  report.fact("kind", std::string(plan.kind.name))
+      .fact("matrix/rows", plan.rows)
+      .fact("matrix/columns", plan.columns)
+      .fact("spectrum", spectrum_words(plan))
+      .fact("precision", std::string(1, plan.precision))
+      .fact("seed", std::to_string(plan.seed))
+      .fact("layout", is_array ? "array" : "coordinate")
+      .fact("written", static_cast<std::int64_t>(written))
+      .fact("made_again_by", command(plan))
+      .line("matrix", fmt::format("{} by {}, {}, {}", plan.rows, plan.columns, plan.kind.name, precision_words<T>()))
       .line(has_eigenvalues(plan) ? "eigenvalues" : "singular values", spectrum_words(plan))
       .line("made by",
             fmt::format("nuv_lapack_{}latms, seed {}, iseed {}", static_cast<char>(std::tolower(precision_letter<T>)),
                         plan.seed, fmt::join(iseed, " ")))
-      .line("written", fmt::format("{} {} as {}", is_array ? stored.elements : stored.nonzeros,
-                                   is_array ? "elements" : "nonzeros", is_array ? "array" : "coordinates"))
-      .time(time)
-      .to_standard_error();
+      .line("written", fmt::format("{} {} as {}", written, is_array ? "elements" : "nonzeros",
+                                   is_array ? "array" : "coordinates"));
+  return report;
 }
 
 // ------------------------------------------------------------------------------------------------------------- making
@@ -331,15 +339,15 @@ DenseMatrix<T> call_latms(const Plan& plan, std::array<Int, 4> iseed) {
 }
 
 template <Scalar T>
-void make_in(const Plan& plan, Output& output) {
+void make_in(const Plan& plan, const MakeOptions& options, Stopwatch& stopwatch, Output& output) {
   if (const auto shortage = memory_shortage(plan.rows, plan.columns, sizeof(T), 1, "make")) {
     throw FileError(plan.target, *shortage);
   }
   const auto iseed = words_of_seed(plan.seed);
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  const auto start = std::chrono::steady_clock::now();
+  stopwatch.end("read");
   const auto a = call_latms<T>(plan, iseed);
-  const Seconds time = std::chrono::steady_clock::now() - start;
+  stopwatch.end("make");
   if (!all_finite(a.elements)) throw FileError(plan.target, "the matrix overflows the precision");
 
   const auto stored = count_stored(a, symmetry_of(plan));
@@ -347,7 +355,8 @@ void make_in(const Plan& plan, Output& output) {
   write_matrix_market(
       a, [&](std::string_view text) { output.write(text); }, form);
   output.commit();
-  print<T>(plan, form, stored, iseed, time);
+  stopwatch.end("write");
+  account_of<T>(plan, form, stored, iseed).times(stopwatch).show_beside(options.output_file);
 }
 
 }  // namespace
@@ -355,8 +364,9 @@ void make_in(const Plan& plan, Output& output) {
 void make(const MakeOptions& options) {
   const Plan plan = plan_for(options);
   within_memory(plan.target, "the matrix does not fit into memory", [&] {
+    Stopwatch stopwatch;
     Output output = options.output_file ? Output(*options.output_file) : Output();
-    in_precision(plan.precision, [&]<Scalar T>(T) { make_in<T>(plan, output); });
+    in_precision(plan.precision, [&]<Scalar T>(T) { make_in<T>(plan, options, stopwatch, output); });
   });
 }
 

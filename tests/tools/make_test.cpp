@@ -83,7 +83,7 @@ class Make : public testing::Test {
     EXPECT_EQ(folder.names(), before);
   }
   void expect_wrong_usage(const Words& arguments, const std::string& message) {
-    expect_refused(arguments, 2, message + " (nuv --help tells more)");
+    expect_refused(arguments, 2, message + " (nuv help make tells more)");
   }
 
   TemporaryFolder folder;
@@ -333,7 +333,7 @@ TEST_F(Make, TellsWhatItMade) {
 singular values    one 10, the others 0\.1
 made by            nuv_lapack_slatms, seed 0, iseed 3618 168 919 2845
 written            8 nonzeros as coordinates
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, make [0-9.e+-]+ s, write [0-9.e+-]+ s
 )")
                    .empty())
       << band.error;
