@@ -12,6 +12,7 @@
 #include "eigen_residual.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "output.hpp"
@@ -161,7 +162,9 @@ void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const Eigen
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   stopwatch.end("read");
-  const auto pairs = partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request);
+  const auto pairs = with_estimate<T>(
+      "eigenvalues of " + options.matrix_file, request.vectors ? work_of_eigenvectors(n) : work_of_eigenvalues(n),
+      [&] { return partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
   stopwatch.end("solve");
   require_result(pairs, n, options);
 

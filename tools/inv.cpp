@@ -3,12 +3,14 @@
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
 
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "dense_matrix.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "lu_factors.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
@@ -43,6 +45,8 @@ void invert_in(MatrixMarket file, const InverseOptions& options, Stopwatch& stop
   auto a = to_dense<T>(std::move(file));
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   stopwatch.end("read");
+  auto progress =
+      std::make_optional<Progress>("inverting " + options.matrix_file, estimated_time<T>(work_of_inverse(a.rows)));
   LuFactors<DenseMatrix<T>> factors(std::move(a));
   require_regular(factors, options);
   factors.tell(report);
@@ -52,6 +56,7 @@ void invert_in(MatrixMarket file, const InverseOptions& options, Stopwatch& stop
       .fact("reciprocal_condition", rcond);
   if (const auto words = singularity_of(factors)) report.warning("the matrix is " + *words);
   const auto inverse = std::move(factors).inverse();
+  progress.reset();
   stopwatch.end("solve");
   if (!all_finite(inverse.elements)) throw FileError(options.matrix_file, "the inverse overflows the precision");
 

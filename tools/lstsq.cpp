@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "estimate.hpp"
 #include "least_squares.hpp"
 #include "numerical_rank.hpp"
 #include "report.hpp"
@@ -78,7 +79,8 @@ void fit_in(EquationFiles files, const LeastSquaresOptions& options, Stopwatch& 
   const double tolerance = rank_tolerance<T>(options.rank_tolerance, m, n);
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
   stopwatch.end("read");
-  const LeastSquares<T> solved = least_squares(a, b, tolerance);
+  const auto solved = with_estimate<T>("solving " + options.matrix_file, work_of_pivoted_qr(m, n),
+                                       [&] { return least_squares(a, b, tolerance); });
   stopwatch.end("solve");
   require_solution(solved, a, tolerance, options.matrix_file);
   Report report = account_of(a, solved, b, tolerance, options);

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "band_matrix.hpp"
+#include "estimate.hpp"
 #include "memory.hpp"
 #include "methods.hpp"
 #include "precision.hpp"
@@ -195,12 +196,16 @@ template class LuFactors<DenseMatrix<std::complex<double>>>;
 std::unique_ptr<MatrixFactors> factor(MatrixMarket file, char precision) {
   const Choice choice = choose_lu(file);
   const bool is_hermitian = file.symmetry == Symmetry::Hermitian;
+  const std::string what = "factoring " + file.file;
   std::unique_ptr<MatrixFactors> factors;
   in_precision(precision, [&]<Scalar T>(T) {
     require_memory(file, choice, sizeof(T));
     if (choice.method.storage == Storage::Band) {
+      const Work work = work_of_band_lu(file.rows, choice.band.lower, choice.band.upper);
+      const Progress progress(what, estimated_time<T>(work));
       factors = std::make_unique<LuFactors<BandMatrix<T>>>(to_band<T>(std::move(file), choice.band), is_hermitian);
     } else {
+      const Progress progress(what, estimated_time<T>(work_of_lu(file.rows)));
       factors = std::make_unique<LuFactors<DenseMatrix<T>>>(to_dense<T>(std::move(file)), is_hermitian);
     }
   });

@@ -15,6 +15,7 @@
 #include "band_matrix.hpp"
 #include "dense_matrix.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "lu_factors.hpp"
 #include "matrix_market.hpp"
 #include "output.hpp"
@@ -79,6 +80,20 @@ Solution<T> solve_by(Factorisation factorisation, const DenseMatrix<T>& a, const
 template <Scalar T>
 Solution<T> solve_by(Factorisation factorisation, const BandMatrix<T>& a, const DenseMatrix<T>& b) {
   return factorisation == Factorisation::Cholesky ? solve_by_cholesky(a, b) : solve_by_lu(a, b);
+}
+
+Work work_of(const Choice& choice, Int order) {
+  if (choice.method.storage == Storage::Band) return work_of_band_lu(order, choice.band.lower, choice.band.upper);
+  switch (choice.method.factorisation) {
+    case Factorisation::Cholesky:
+    case Factorisation::Mixed:  // operations in single precision take half the time
+      return work_of_cholesky(order);
+    case Factorisation::Symmetric:
+    case Factorisation::Hermitian:
+      return work_of_indefinite(order);
+    default:
+      return work_of_lu(order);
+  }
 }
 
 /// Refuses what is no solution, and one that says nothing unless it is wanted all the same.
@@ -171,7 +186,8 @@ void solve_stored(const Matrix& a, const DenseMatrix<T>& b, Choice choice, const
   const Asymmetry asymmetry = require_symmetry(a, choice, options.matrix_file);
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
   stopwatch.end("read");
-  const Solution<T> solution = solve_by(choice.method.factorisation, a, b);
+  const auto solution = with_estimate<T>("solving " + options.matrix_file, work_of(choice, a.rows),
+                                         [&] { return solve_by(choice.method.factorisation, a, b); });
   stopwatch.end("solve");
   require_solution(solution, choice.method, options);
   Report report = account_of<T>({solution, asymmetry, scaled_residual(a, solution.x, b)}, b.columns, choice, options);

@@ -12,6 +12,7 @@
 #include "dense_matrix.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "numerical_rank.hpp"
@@ -114,7 +115,10 @@ void decompose_in(MatrixMarket file, const SingularOptions& options, Stopwatch& 
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   stopwatch.end("read");
-  const auto result = decomposed(std::move(a), vectors);
+  const auto result =
+      with_estimate<T>("singular values of " + options.matrix_file,
+                       with_vectors ? work_of_singular_vectors(rows, columns) : work_of_singular_values(rows, columns),
+                       [&] { return decomposed(std::move(a), vectors); });
   stopwatch.end("solve");
   require_result(result, options.matrix_file);
 

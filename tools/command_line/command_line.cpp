@@ -90,8 +90,8 @@ std::unique_ptr<CLI::App> command_line() {
       "nuv");
   app->set_version_flag("--version", "nuv " NUV_VERSION);
   app->require_subcommand(1);
-  for (const auto add :
-       {add_solve, add_lstsq, add_cond, add_inv, add_det, add_eig, add_svd, add_make, add_info, add_help}) {
+  for (const auto add : {add_solve, add_lstsq, add_cond, add_inv, add_det, add_norm, add_residual, add_eig, add_svd,
+                         add_make, add_info, add_help}) {
     add(*app);
   }
   app->footer(

@@ -13,6 +13,8 @@ void add_lstsq(CLI::App& app);
 void add_cond(CLI::App& app);
 void add_inv(CLI::App& app);
 void add_det(CLI::App& app);
+void add_norm(CLI::App& app);
+void add_residual(CLI::App& app);
 void add_eig(CLI::App& app);
 void add_svd(CLI::App& app);
 void add_make(CLI::App& app);

@@ -10,6 +10,8 @@
 #include "det.hpp"
 #include "info.hpp"
 #include "inv.hpp"
+#include "norm.hpp"
+#include "solution_check.hpp"
 
 namespace nuv::tools {
 
@@ -50,6 +52,42 @@ void add_det(CLI::App& app) {
                   "where the determinant does not.\n{}\n{}",
                   about_input, about_answer));
   command.callback([options] { show_determinant(*options); });
+}
+
+void add_norm(CLI::App& app) {
+  const auto options = std::make_shared<NormOptions>();
+  CLI::App& command = *app.add_subcommand("norm", "Compute norms of A.");
+  add_matrix_options(command, *options, "Matrix Market file of the matrix");
+  command.add_flag("--two", options->two, "The two-norm, too, which takes the singular values");
+  add_common_options(command);
+  command.footer(fmt::format(
+      "Shows the one, the infinity and the Frobenius norm, and the largest magnitude of an element.\n{}\n{}",
+      about_input, about_answer));
+  command.callback([options] { show_norms(*options); });
+}
+
+void add_residual(CLI::App& app) {
+  const auto options = std::make_shared<SolutionOptions>();
+  CLI::App& command = *app.add_subcommand("residual", "Tell how well X solves A X = B.");
+  const auto add = [&](const char* name, std::string& file, const char* about) {
+    command.add_option(name, file, about)->required()->check(not_empty());
+  };
+  add("A", options->matrix_file, "Matrix Market file of the matrix");
+  add("X", options->solution_file, "Matrix Market file of the solutions, one per column");
+  add("B", options->right_hand_side_file, "Matrix Market file of the right-hand sides, one per column");
+  add_precision_option(command, options->precision);
+  add_common_options(command);
+  command.footer(
+      fmt::format("The residual is scaled so that 1 is about what rounding errors make in the precision of -p, which "
+                  "should be that\n"
+                  "of the solver. Up to 10 X is called good: the exact solution of a system that differs by rounding "
+                  "errors. Where A\n"
+                  "has more rows than columns, X should make the norm of its residual least, and the product of A^H "
+                  "with the residual\n"
+                  "is judged. Where it has fewer, whether X is the least solution is not examined.\n"
+                  "{}\n{}\nThe status does not depend on what the answer is.",
+                  about_input, about_answer));
+  command.callback([options] { judge_solution(*options); });
 }
 
 void add_info(CLI::App& app) {
