@@ -36,6 +36,8 @@ struct Routines;
     static constexpr auto hegvd = nuv_lapack_##letter##he##gvd; \
     static constexpr auto hegvx = nuv_lapack_##letter##he##gvx; \
     static constexpr auto hesvx = nuv_lapack_##letter##he##svx; \
+    static constexpr auto larfb = nuv_lapack_##letter##larfb;   \
+    static constexpr auto larft = nuv_lapack_##letter##larft;   \
     static constexpr auto larnv = nuv_lapack_##letter##larnv;   \
     static constexpr auto latms = nuv_lapack_##letter##latms;   \
     static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;   \

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <limits>
+#include <new>
 
 #include "routines.hpp"
-#include "workspace.hpp"
 
 namespace nuv::tools {
 namespace {
 
 constexpr Int block_width = 96;  ///< wide enough for the products, narrow enough for a cache
-constexpr char adjoint_of_real = 'T', adjoint_of_complex = 'C';
 
 template <Scalar T>
 Real<T> norm_of(const std::vector<T>& x) {
@@ -64,22 +64,23 @@ class ReflectorBlock {
   /// A := Q A, or A := A Q^H from the right, for the product Q of the first `count` reflectors and a part of a matrix
   /// from element (first, first) on.
   void apply(char side, Int count, DenseMatrix<T>& a, Int first) {
-    const Int rows = a.rows - first + 1, columns = a.columns - first + 1, ldv = vectors_.ld(), lda = a.ld();
-    const char adjoint = ComplexScalar<T> ? adjoint_of_complex : adjoint_of_real;
-    const char form = side == 'L' ? 'N' : adjoint;
-    Int info = 0;
-    const auto call = [&](Int lwork) {
-      Routines<T>::unmqr(&side, &form, &rows, &columns, &count, vectors_.elements.data(), &ldv, tau_.data(),
-                         &a(first, first), &lda, work_.data(), &lwork, &info, 1, 1);
-      require_accepted(info);
-    };
-    call(-1);
-    call(grow_to(work_, std::real(work_.front())));
+    const bool from_left = side == 'L';
+    const char adjoint = ComplexScalar<T> ? 'C' : 'T', form = from_left ? 'N' : adjoint;
+    const Int rows = a.rows - first + 1, columns = a.columns - first + 1, length = from_left ? rows : columns;
+    const Int lda = a.ld(), ldv = vectors_.ld(), ldt = factor_.ld(), ldwork = from_left ? columns : rows;
+    // The factor stays as it is where memory for its computation lacks.
+    factor_(1, 1) = std::numeric_limits<Real<T>>::quiet_NaN();
+    Routines<T>::larft("F", "C", &length, &count, vectors_.elements.data(), &ldv, tau_.data(), factor_.elements.data(),
+                       &ldt, 1, 1);
+    if (factor_(1, 1) != factor_(1, 1)) throw std::bad_alloc();
+    work_.resize(static_cast<std::size_t>(ldwork) * block_width);
+    Routines<T>::larfb(&side, &form, "F", "C", &rows, &columns, &count, vectors_.elements.data(), &ldv,
+                       factor_.elements.data(), &ldt, &a(first, first), &lda, work_.data(), &ldwork, 1, 1, 1, 1);
   }
 
  private:
-  DenseMatrix<T> vectors_;
-  std::vector<T> tau_, drawn_, work_ = std::vector<T>(1);
+  DenseMatrix<T> vectors_, factor_{block_width, block_width};
+  std::vector<T> tau_, drawn_, work_;
 };
 
 /// The work for the reflectors from number `first` on, in some unit.
