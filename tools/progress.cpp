@@ -45,7 +45,6 @@ std::string cut_to(std::string_view text, std::size_t width) {
   if (width_of(text) <= width) return std::string(text);
   if (width <= dots.size()) return {};
   while (width_of(text) > width - dots.size()) text.remove_suffix(1);
-  while (!text.empty() && is_continuation(text.back())) text.remove_suffix(1);
   return fmt::format("{}{}", text, dots);
 }
 

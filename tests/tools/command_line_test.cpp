@@ -192,6 +192,16 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
   }
 }
 
+TEST_F(CommandLine, HelpIsACommandToo) {
+  EXPECT_EQ(run_nuv(folder, {"help"}).output, run_nuv(folder, {"--help"}).output);
+  for (const char* name : {"solve", "lstsq", "cond", "inv", "det", "norm", "residual", "eig", "svd", "make", "info"}) {
+    const std::string help = run_nuv(folder, {"help", name}).output;
+    EXPECT_NE(help.find(std::string("Usage: nuv ") + name), std::string::npos) << help;
+    EXPECT_EQ(help, run_nuv(folder, {name, "--help"}).output);
+    for (const char* option : {"--threads N", "--json", "--quiet"}) EXPECT_NE(help.find(option), std::string::npos);
+  }
+}
+
 TEST_F(CommandLine, VersionIsTheProjects) {
   const ChildResult result = run_nuv(folder, {"--version"});
   EXPECT_EQ(result.exit_status, 0);

@@ -340,7 +340,7 @@ time               read [0-9.e+-]+ s, make [0-9.e+-]+ s, write [0-9.e+-]+ s
   EXPECT_NE(make({"hermitian", "3", "--mode", "-4"}, "c")
                 .account.find("matrix             3 by 3, hermitian, complex single precision\n"
                               "eigenvalues        arithmetic from 1 to 0.01, signs at random, in reverse order\n"
-                              "made by            nuv_lapack_clatms, seed 1, iseed 2320 2605 3784 2307\n"),
+                              "made by            nuv_lapack_clatms by blocks, seed 1, iseed 2320 2605 3784 2307\n"),
             std::string::npos);
   EXPECT_NE(make({"symmetric", "3", "--mode", "6"}, "z").account.find("\nsingular values    normally distributed\n"),
             std::string::npos);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <vector>
 
+#include "tools/precision.hpp"
 #include "tools/routines.hpp"
 
 namespace nuv::test {
@@ -63,20 +64,22 @@ void expect_same(Sides sides, char symmetry, Int rows, Int columns) {
     EXPECT_GT(share, told);
     told = share;
   });
-  if (std::min(rows, columns) > 1) EXPECT_DOUBLE_EQ(told, 1);
+  if (std::min(rows, columns) > 1) {
+    EXPECT_DOUBLE_EQ(told, 1);
+  }
   EXPECT_LT(difference(a, by_routine<T>(symmetry, d, rows, columns, seed)), 10 + 0.1 * std::max(rows, columns));
   if (symmetry != 'H') return;
   for (Int j = 1; j <= columns; ++j) {
     EXPECT_EQ(std::imag(a(j, j)), 0);
-    for (Int i = 1; i < j; ++i) ASSERT_EQ(a(i, j), T(std::conj(std::complex<Real<T>>(a(j, i)))));
+    for (Int i = 1; i < j; ++i) ASSERT_EQ(std::complex(a(i, j)), std::conj(a(j, i)));
   }
 }
 
-// One block, the last of its columns, two blocks and a bit, and what is wider or taller than it is long.
+// One block and a bit more, and what is wider than it is high or higher than wide.
 template <Scalar T>
 void expect_same_for_all_kinds() {
   for (const auto& [rows, columns] : std::vector<std::pair<Int, Int>>{
-           {1, 1}, {2, 2}, {1, 5}, {5, 1}, {96, 96}, {97, 97}, {98, 130}, {130, 98}, {200, 200}, {30, 100}}) {
+           {1, 1}, {2, 2}, {1, 5}, {5, 1}, {192, 192}, {193, 193}, {194, 230}, {230, 194}, {30, 200}}) {
     expect_same<T>(Sides::Independent, 'N', rows, columns);
     if (rows != columns) continue;
     expect_same<T>(Sides::Adjoint, 'H', rows, columns);

@@ -8,8 +8,10 @@
 
 #include "command_line/commands.hpp"
 #include "command_line/nearest.hpp"
+#include "command_line/options.hpp"
 #include "error.hpp"
 #include "output.hpp"
+#include "self_description.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -83,6 +85,17 @@ void add_help(CLI::App& app) {
   });
 }
 
+void add_describe(CLI::App& app) {
+  const auto file = std::make_shared<std::optional<std::string>>();
+  CLI::App& command = *app.add_subcommand("describe", "Show commands and options in JSON, for programs.")->group("");
+  add_output_option(command, *file, "File for them");
+  command.callback([&app, file] {
+    Output output = *file ? Output(**file) : Output();
+    output.write(description_in_json(app));
+    output.commit();
+  });
+}
+
 std::unique_ptr<CLI::App> command_line() {
   auto app = std::make_unique<CLI::App>(
       "Solves dense and band systems of linear equations, least squares and eigenproblems, finds singular values, and\n"
@@ -91,7 +104,7 @@ std::unique_ptr<CLI::App> command_line() {
   app->set_version_flag("--version", "nuv " NUV_VERSION);
   app->require_subcommand(1);
   for (const auto add : {add_solve, add_lstsq, add_cond, add_inv, add_det, add_norm, add_residual, add_eig, add_svd,
-                         add_make, add_info, add_help}) {
+                         add_make, add_info, add_describe, add_help}) {
     add(*app);
   }
   app->footer(

@@ -19,6 +19,7 @@ void add_eig(CLI::App& app);
 void add_svd(CLI::App& app);
 void add_make(CLI::App& app);
 void add_info(CLI::App& app);
+void add_describe(CLI::App& app);
 void add_help(CLI::App& app);
 
 }  // namespace nuv::tools

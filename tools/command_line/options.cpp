@@ -5,6 +5,7 @@
 #include "base/types.hpp"
 #include "progress.hpp"
 #include "report.hpp"
+#include "self_description.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -15,8 +16,8 @@ constexpr Int most_threads = 256;  ///< that the thread layer has
 
 const CLI::Validator& not_empty() {
   static const CLI::Validator validator(
-      [](std::string& text) { return text.empty() ? std::string("a file name must not be empty") : std::string(); },
-      "");
+      [](std::string& text) { return text.empty() ? std::string("a file name must not be empty") : std::string(); }, "",
+      file_check);
   return validator;
 }
 
