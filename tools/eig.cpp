@@ -12,6 +12,7 @@
 #include "eigen_residual.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "output.hpp"
@@ -148,35 +149,43 @@ struct Outputs {
 
 template <Scalar T>
 void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const EigenOptions& options,
-             const EigenRequest& request, Outputs& outputs) {
+             const EigenRequest& request, Stopwatch& stopwatch, Outputs& outputs) {
   require_memory_for_vectors(file, sizeof(T), request);
-  Report report;
-  report.line("matrix", words_of(file));
-  if (partner) report.line("with", words_of(*partner));
+  Report report("eig");
+  report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
+  if (partner) {
+    report.matrix("with", "with", partner->rows, partner->columns, partner->file).fact("type", request.type);
+  }
   const Int n = file.rows;
   const auto a = hermitian_matrix<T>(std::move(file));
   const auto b = partner ? hermitian_matrix<T>(std::move(*partner)) : DenseMatrix<T>(0, 0);
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  Eigenpairs<T> pairs;
-  const Seconds time =
-      timed([&] { pairs = partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  stopwatch.end("read");
+  const auto pairs = with_estimate<T>(
+      "eigenvalues of " + options.matrix_file, request.vectors ? work_of_eigenvectors(n) : work_of_eigenvalues(n),
+      [&] { return partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  stopwatch.end("solve");
   require_result(pairs, n, options);
 
   report.line("eigenvalues", words_of(request.selection, n, pairs.values.size()))
+      .fact("eigenvalues", static_cast<std::int64_t>(pairs.values.size()))
       .template routine<T>("found by", pairs.driver);
   if (request.vectors) {
     const EigenResiduals measures = partner ? residuals_of(a, b, pairs, request.type) : residuals_of(a, pairs);
     report.line("residual", fmt::format("{:.3g}   {}", measures.residual, formula_of(options)))
-        .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)));
+        .fact("residual", measures.residual)
+        .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)))
+        .fact("orthogonality", measures.orthogonality);
+    stopwatch.end("check");
   }
-  report.time(time);
   if (outputs.plot) {
     plot_spectrum({pairs.values.begin(), pairs.values.end()}, {"Eigenvalues", "ascending"}, *outputs.plot);
   }
   if (outputs.vectors) write_result(pairs.vectors, *outputs.vectors);
   write_result(pairs.values, *outputs.values);
-  report.to_standard_error();
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file, {options.vectors_file, options.plot_file});
 }
 
 }  // namespace
@@ -184,6 +193,7 @@ void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const Eigen
 void find_eigenvalues(const EigenOptions& options) {
   const EigenRequest request = request_of(options);
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
     MatrixMarket file = read_in(options.precision, options.matrix_file);
@@ -200,8 +210,9 @@ void find_eigenvalues(const EigenOptions& options) {
     }
     const char precision =
         partner ? precision_for(options.precision, {&file, &*partner}) : precision_for(options.precision, {&file});
-    in_precision(precision,
-                 [&]<Scalar T>(T) { find_in<T>(std::move(file), std::move(partner), options, request, outputs); });
+    in_precision(precision, [&]<Scalar T>(T) {
+      find_in<T>(std::move(file), std::move(partner), options, request, stopwatch, outputs);
+    });
   });
 }
 

@@ -70,7 +70,7 @@ right-hand sides   {}, b\.mtx
 rank               {}, full   diagonal of R above {:.3g} of its largest element
 factored by        nuv_lapack_{}geqp3, {}{} precision
 residual norm      ([0-9.e+-]+)   \|\|A x - b\|\|{}
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, solve [0-9.e+-]+ s, check [0-9.e+-]+ s, write [0-9.e+-]+ s
 )",
       m, n, m >= n ? "least squares" : "least norm", r.cols(), std::min(m, n),
       std::max(m, n) * (is_single(precision) ? 0x1p-23 : 0x1p-52), precision, is_real(precision) ? "" : "complex ",

@@ -83,7 +83,7 @@ class Make : public testing::Test {
     EXPECT_EQ(folder.names(), before);
   }
   void expect_wrong_usage(const Words& arguments, const std::string& message) {
-    expect_refused(arguments, 2, message + " (nuv --help tells more)");
+    expect_refused(arguments, 2, message + " (nuv help make tells more)");
   }
 
   TemporaryFolder folder;
@@ -333,14 +333,14 @@ TEST_F(Make, TellsWhatItMade) {
 singular values    one 10, the others 0\.1
 made by            nuv_lapack_slatms, seed 0, iseed 3618 168 919 2845
 written            8 nonzeros as coordinates
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, make [0-9.e+-]+ s, write [0-9.e+-]+ s
 )")
                    .empty())
       << band.error;
   EXPECT_NE(make({"hermitian", "3", "--mode", "-4"}, "c")
                 .account.find("matrix             3 by 3, hermitian, complex single precision\n"
                               "eigenvalues        arithmetic from 1 to 0.01, signs at random, in reverse order\n"
-                              "made by            nuv_lapack_clatms, seed 1, iseed 2320 2605 3784 2307\n"),
+                              "made by            nuv_lapack_clatms by blocks, seed 1, iseed 2320 2605 3784 2307\n"),
             std::string::npos);
   EXPECT_NE(make({"symmetric", "3", "--mode", "6"}, "z").account.find("\nsingular values    normally distributed\n"),
             std::string::npos);

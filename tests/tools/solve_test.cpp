@@ -93,7 +93,7 @@ solved by          nuv_lapack_{2} precision
 scaled residual    ([0-9.e+-]+)   \|\|A X - B\|\| / \(\|\|A\|\| \|\|X\|\| n eps\)
 condition          [0-9.e+-]+   reciprocal, in the one norm[a-z ,]*
 forward error      [0-9.e+-]+   bound of max \|X - exact\| / max \|X\|[a-z0-9 ,]*
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, solve [0-9.e+-]+ s, check [0-9.e+-]+ s, write [0-9.e+-]+ s
 )",
                                                 a.rows, b.columns, words));
   EXPECT_FALSE(found.empty()) << account;
