@@ -51,8 +51,10 @@ class Division {
         nb = std::min(nb, ask<T>(1, m - done, n - done));
       }
     }
+    // Fewer columns than the last panel has are one piece.
     division.pieces_ = division.panels_;
-    for (; done < n; done += std::min(nb, n - done)) starts[division.pieces_++] = done;
+    const Int width = division.panels_ == 0 ? n : done - starts[division.panels_ - 1];
+    for (; done < n; done += std::min(width, n - done)) starts[division.pieces_++] = done;
     starts[division.pieces_] = n;
     return division;
   }
@@ -234,15 +236,17 @@ struct Steps {
   /// W := W + C2^H V2 in the rows of the target. Which form the product takes depends on all columns behind the panel.
   void project(Columns panel, Columns target, Int below, Matrix<T> W) const {
     const Int ib = panel.count(), behind = n - panel.until;
-    const Matrix<const T> V2 = block(A, panel.until + 1, panel.from + 1);
-    const Operand<T> right = right_operand('N', V2);
+    const Operand<T> right = right_operand<T>('N', block(A, panel.until + 1, panel.from + 1));
     const auto left_from = [&](Int column) { return left_operand<T>(adjoint, block(A, panel.until + 1, column + 1)); };
-    if (inner_products_pay(behind, ib, below, left_from(panel.until), right)) {
-      const Int before = target.from - panel.until;
-      inner_products(behind, ib, below, T(1), left_from(panel.until), right, T(1), {W.data - before, W.ld}, before,
-                     before + target.count());
-    } else {
+    const Operand<T> all = left_from(panel.until);
+    if (!inner_products_pay(behind, ib, below, all, right)) {
       product(target.count(), ib, below, T(1), left_from(target.from), right, T(1), W);
+    } else if (behind < ib) {
+      inner_products(behind, ib, below, T(1), all, right, T(1), W, 0, ib);  // such columns are one strip
+    } else {
+      const Int before = target.from - panel.until;
+      inner_products(behind, ib, below, T(1), all, right, T(1), {W.data - before, W.ld}, before,
+                     before + target.count());
     }
   }
 };
