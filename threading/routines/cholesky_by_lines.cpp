@@ -1,9 +1,10 @@
-#include "threading/routines/cholesky_in_cache.hpp"
+#include "threading/routines/cholesky_by_lines.hpp"
 
 #include <algorithm>
 
 #include "blas.hpp"
 #include "frame/option_matching.hpp"
+#include "frame/pool.hpp"
 #include "kernels/packed/inner_products.hpp"
 #include "kernels/packed/rank_k.hpp"
 #include "threading/routines/task_crew.hpp"
@@ -13,6 +14,9 @@ namespace {
 
 using namespace packed;
 
+/// A matrix that stays in the second-level caches of two processors.
+constexpr std::size_t most_bytes_in_cache = 1280 * 1024;
+
 /// Lines, rows of a lower triangle or columns of an upper one, from + 1 to until.
 struct Lines {
   Int from, until;
@@ -21,29 +25,44 @@ struct Lines {
 
 struct Task {
   enum class Kind { none, factor, triangle, lines, fetch } kind = Kind::none;
-  Int step = 0;      ///< of the blocked factorisation: the block in hand
-  Lines lines = {};  ///< all of the block (factor), columns of its triangle or lines that are finished within it
-  Int index = 0;     ///< of the piece of these lines
+  Int step = 0;                     ///< of the blocked factorisation: the block in hand
+  Lines lines = {};                 ///< all of the block (factor), columns of its triangle or lines to finish within it
+  Int first_piece = 0, pieces = 0;  ///< of these lines
   bool is_none() const { return kind == Kind::none; }
 };
 
 /// How far the factorisation is, and what may be done next.
 class Schedule {
  public:
-  static constexpr Int most_pieces = 64;
+  struct Piece {
+    Int steps;  ///< that it is through
+    bool busy;
+  };
 
-  Schedule(bool upper, Int n, Int nb)
-      : upper_(upper), n_(n), nb_(nb), blocks_((n - 1) / nb + 1), per_block_((nb - 1) / piece_lines + 1) {}
+  Schedule(bool upper, Int n, Int nb, bool in_cache, int threads)
+      : upper_(upper),
+        n_(n),
+        nb_(nb),
+        threads_(threads),
+        in_cache_(in_cache),
+        blocks_((n - 1) / nb + 1),
+        per_block_((nb - 1) / piece_lines + 1),
+        pieces_((blocks_ - 1) * per_block_ + pieces_in(blocks_ - 1)) {}
 
-  bool fits() const { return blocks_ * per_block_ <= most_pieces; }
+  std::size_t pieces() const { return std::size_t(pieces_); }
+
+  void keep_in(Piece* room) {
+    piece_ = room;
+    std::fill_n(piece_, pieces_, Piece{});
+  }
 
   /// Tasks that may run at the same time.
-  int most_at_once() const { return (blocks_ - 1) * per_block_; }
+  int most_at_once() const { return pieces_ - per_block_; }
 
   bool is_complete() const { return factored_ == blocks_ || (info_ != 0 && at_work_ == 0 && lines_are_finished()); }
 
-  /// What the next diagonal block needs comes first, block by block. The caller takes lines from the front of a block,
-  /// helpers from its back.
+  /// What the next diagonal block needs comes first, as one task while others have work beside it. The caller takes
+  /// other lines from the front, helpers from the back, so that of a small matrix most lines stay in one cache.
   Task begin(bool is_caller) {
     const Task task = next(is_caller);
     at_work_ += !task.is_none();
@@ -58,7 +77,7 @@ class Schedule {
         break;
       case Task::Kind::factor:
         info_ = info == 0 ? 0 : info + task.lines.from;
-        triangles_begun_ = triangles_ = 0;
+        triangle_parts_ = triangles_begun_ = triangles_ = 0;
         in_factor_ = false;
         factored_ += info == 0;
         break;
@@ -66,7 +85,7 @@ class Schedule {
         ++triangles_;
         break;
       case Task::Kind::lines:
-        piece_[task.index] = {task.step + 1, false};
+        std::fill_n(piece_ + task.first_piece, task.pieces, Piece{task.step + 1, false});
         break;
     }
   }
@@ -78,34 +97,39 @@ class Schedule {
   /// balance.
   static constexpr Int piece_lines = 32;
 
-  struct Piece {
-    Int steps;  ///< that it is through
-    bool busy;
-  };
+  /// Pieces that go through a step together where a matrix doesn't stay in cache, at least, if as many may, and at
+  /// most: each task reads all lines of the block in hand, too.
+  static constexpr Int least_together = 8, most_together = 16;
 
   Lines block_lines(Int block) const { return {block * nb_, std::min(n_, (block + 1) * nb_)}; }
 
   Int pieces_in(Int block) const { return (block_lines(block).count() - 1) / piece_lines + 1; }
 
-  Lines piece_lines_of(Int block, Int i) const {
+  /// Lines of the pieces before p.
+  Int lines_before(Int p) const {
+    if (p == pieces_) return n_;
+    const Int block = p / per_block_;
     const Lines all = block_lines(block);
-    const Int pieces = pieces_in(block);
-    const auto cut = [&](Int at) { return all.from + all.count() * at / pieces; };
-    return {cut(i), cut(i + 1)};
+    return all.from + all.count() * (p % per_block_) / pieces_in(block);
   }
 
   /// Some columns of the next diagonal block, the longest of its triangle first.
   Lines triangle_columns(Int part) const {
-    const Int width = block_lines(factored_).count(), parts = triangle_parts();
-    const Int each = triangle_width(width), i = upper_ ? parts - 1 - part : part;
+    const Int width = block_lines(factored_).count(), i = upper_ ? triangle_parts_ - 1 - part : part;
+    const Int each = triangle_width(width, triangle_parts_);
     return {i * each, std::min(width, (i + 1) * each)};
   }
-  Int triangle_parts() const {
+
+  /// Columns of all parts but the last.
+  static Int triangle_width(Int width, Int parts) { return (width + 8 * parts - 1) / (8 * parts) * 8; }
+
+  /// Threads that take four parts in turn, the longest first, have about the same work; but one part is done in less
+  /// time, and the others may have lines to go on with.
+  void divide_triangle() {
+    if (factored_ == 0) return;
     const Int width = block_lines(factored_).count();
-    return factored_ == 0 ? 0 : (width - 1) / triangle_width(width) + 1;
+    triangle_parts_ = others_have_work() ? 1 : (width - 1) / triangle_width(width, 4) + 1;
   }
-  /// A quarter of the columns: threads that take them in turn, the longest first, have about the same work.
-  static Int triangle_width(Int width) { return (width + 31) / 32 * 8; }
 
   /// What a thread that waits for a diagonal block will read then: lines that are its own, or those of the block.
   Lines lines_for(Int block) const { return block == 0 ? Lines{(nb_ + n_) / 2, n_} : block_lines(block); }
@@ -123,38 +147,82 @@ class Schedule {
     return true;
   }
 
+  bool may_go_on(Int p) const { return !piece_[p].busy && piece_[p].steps < std::min(p / per_block_, factored_); }
+  bool go_together(Int p, Int q) const { return may_go_on(p) && may_go_on(q) && piece_[p].steps == piece_[q].steps; }
+
+  /// Whether there are lines behind the next diagonal block that others may go on with.
+  bool others_have_work() const {
+    if (in_cache_) return false;
+    Int pieces = 0;
+    for (Int p = (factored_ + 1) * per_block_; p < pieces_; ++p) pieces += may_go_on(p);
+    return pieces >= least_together;
+  }
+
+  Task lines(Int first, Int until) {
+    const Int step = piece_[first].steps;
+    std::fill(piece_ + first, piece_ + until, Piece{step, true});
+    return {Task::Kind::lines, step, {lines_before(first), lines_before(until)}, first, until - first};
+  }
+
+  /// A thread's share of pieces that go together, of which it takes some at least.
+  Int share_of(Int pieces, Int least) const {
+    return in_cache_ ? 1 : std::clamp((pieces + threads_ - 1) / threads_, std::min(pieces, least), most_together);
+  }
+
+  /// The first that may go on from one piece on, before another.
+  Task lines_from_the_front(Int first, Int end, Int least) {
+    while (first < end && !may_go_on(first)) ++first;
+    if (first == end) return {};
+    Int until = first + 1;
+    while (until < end && go_together(first, until)) ++until;
+    return lines(first, first + share_of(until - first, least));
+  }
+
+  Task lines_from_the_back(Int begin, Int until, Int least) {
+    while (until > begin && !may_go_on(until - 1)) --until;
+    if (until == begin) return {};
+    Int first = until - 1;
+    while (first > begin && go_together(first - 1, until - 1)) --first;
+    return lines(until - share_of(until - first, least), until);
+  }
+
+  /// Some of the lines that may go on among those pieces.
+  Task lines_between(Int first, Int until, bool from_the_front, Int least) {
+    return from_the_front ? lines_from_the_front(first, until, least) : lines_from_the_back(first, until, least);
+  }
+
   Task next(bool is_caller) {
     if (info_ == 0 && factored_ < blocks_ && is_through(factored_, factored_)) {
-      const Int parts = triangle_parts();
-      if (triangles_begun_ < parts) return {Task::Kind::triangle, factored_, triangle_columns(triangles_begun_++)};
-      if (triangles_ == parts && !in_factor_) {
+      if (triangles_begun_ == 0) divide_triangle();
+      if (triangles_begun_ < triangle_parts_) {
+        return {Task::Kind::triangle, factored_, triangle_columns(triangles_begun_++)};
+      }
+      if (triangles_ == triangle_parts_ && !in_factor_) {
         in_factor_ = true;
         return {Task::Kind::factor, factored_, block_lines(factored_)};
       }
     }
-    for (Int block = 1; block < blocks_; ++block) {
-      const Int pieces = pieces_in(block);
-      for (Int k = 0; k < pieces; ++k) {
-        const Int i = is_caller ? k : pieces - 1 - k, index = block * per_block_ + i;
-        Piece& piece = piece_[index];
-        if (piece.busy || piece.steps >= std::min(block, factored_)) continue;
-        piece.busy = true;
-        return {Task::Kind::lines, piece.steps, piece_lines_of(block, i), index};
-      }
-    }
-    if (in_factor_ && fetched_ == factored_) return {Task::Kind::fetch, factored_, lines_for(fetched_++)};
-    return {};
+    const Int first = std::min(pieces_, factored_ * per_block_), behind = std::min(pieces_, first + per_block_);
+    Task task = lines_between(first, behind, is_caller, others_have_work() ? most_together : 1);
+    if (task.is_none()) task = lines_between(behind, pieces_, is_caller, least_together);
+    if (!task.is_none()) return task;
+    const bool may_fetch = in_cache_ && in_factor_ && fetched_ == factored_;
+    return may_fetch ? Task{Task::Kind::fetch, factored_, lines_for(fetched_++)} : Task{};
   }
 
   bool upper_;
-  Int n_, nb_, blocks_, per_block_;
+  Int n_, nb_;
+  int threads_;
+  bool in_cache_;
+  Int blocks_, per_block_, pieces_;
   Int factored_ = 0;  ///< diagonal blocks
   bool in_factor_ = false;
-  Int triangles_begun_ = 0, triangles_ = 0;  ///< parts of the next diagonal block: that are begun, that are up to date
-  Int fetched_ = 0;                          ///< diagonal blocks for whose sake lines have been fetched
+  /// Parts of the next diagonal block: all, those begun, those that are up to date.
+  Int triangle_parts_ = 0, triangles_begun_ = 0, triangles_ = 0;
+  Int fetched_ = 0;  ///< diagonal blocks for whose sake lines have been fetched
   Int at_work_ = 0;
   Int info_ = 0;
-  Piece piece_[most_pieces] = {};
+  Piece* piece_ = nullptr;
 };
 
 /// The steps of the factorisation, for some lines.
@@ -264,20 +332,23 @@ struct Steps {
 }  // namespace
 
 template <Scalar T>
-bool factor_cholesky_in_cache(char uplo, Int n, Int nb, Matrix<T> A, Int& info, int threads) {
+bool factor_cholesky_by_lines(char uplo, Int n, Int nb, Matrix<T> A, Int& info, int threads, Team& team) {
   const bool upper = same_letter(uplo, 'U');
-  Schedule schedule(upper, n, nb);
-  if (!schedule.fits()) return false;
+  const bool in_cache = std::size_t(n) * std::size_t(n) * sizeof(T) <= most_bytes_in_cache;
+  Schedule schedule(upper, n, nb, in_cache, threads);
+  const Workspace<Schedule::Piece> pieces(schedule.pieces());
+  if (pieces.data() == nullptr) return false;
+  schedule.keep_in(pieces.data());
   const Steps<T> steps{upper, n, nb, A};
   const auto run = [&](const Task& task) { return steps.run(task); };
-  note_wait(TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once())));
+  team.note_sleep(TaskCrew(schedule, run).work(std::min(threads, schedule.most_at_once())));
   info = schedule.info();
   return true;
 }
 
-template bool factor_cholesky_in_cache(char, Int, Int, Matrix<float>, Int&, int);
-template bool factor_cholesky_in_cache(char, Int, Int, Matrix<double>, Int&, int);
-template bool factor_cholesky_in_cache(char, Int, Int, Matrix<std::complex<float>>, Int&, int);
-template bool factor_cholesky_in_cache(char, Int, Int, Matrix<std::complex<double>>, Int&, int);
+template bool factor_cholesky_by_lines(char, Int, Int, Matrix<float>, Int&, int, Team&);
+template bool factor_cholesky_by_lines(char, Int, Int, Matrix<double>, Int&, int, Team&);
+template bool factor_cholesky_by_lines(char, Int, Int, Matrix<std::complex<float>>, Int&, int, Team&);
+template bool factor_cholesky_by_lines(char, Int, Int, Matrix<std::complex<double>>, Int&, int, Team&);
 
 }  // namespace nuv::threading::inline NUV_ISA
