@@ -36,9 +36,8 @@ class Names(unittest.TestCase):
         command = ["nm", "-D", "--defined-only", library]
         rows = subprocess.run(command, check=True, capture_output=True, text=True).stdout
         exported = {row.split()[-1] for row in rows.splitlines()}
-        offered = sorted(name for name in exported if name.startswith("cblas_"))
+        offered = sorted(name for name in exported if not name.startswith("__"))  # those are a sanitizer's
         self.assertEqual(offered, list_of_names.read_text().split())
-        self.assertEqual([name for name in exported if "nuv" in name], [])
 
 
 class RowMajorCalls(unittest.TestCase):
