@@ -7,7 +7,7 @@ from entries import PREFIX
 from rules import LEVEL1, RULES, UNPUBLISHED, Rule
 from signatures import GENERATED, c_type, cxx_type, scalar_types, wrap
 
-ENUMERATIONS = {"layout": "CBLAS_LAYOUT", "trans": "CBLAS_TRANSPOSE", "uplo": "CBLAS_UPLO", "diag": "CBLAS_DIAG", "side": "CBLAS_SIDE"}
+ENUMERATIONS = {"trans": "CBLAS_TRANSPOSE", "uplo": "CBLAS_UPLO", "diag": "CBLAS_DIAG", "side": "CBLAS_SIDE"}
 SETTINGS = {
     "layout": ("CblasRowMajor", "CblasColMajor"),
     "trans": ("CblasNoTrans", "CblasTrans", "CblasConjTrans"),
@@ -49,8 +49,8 @@ extern "C" {{
 #define CBLAS_INDEX size_t
 #endif
 
-/* What op(A) is where a comment has it: A, its transpose, or its adjoint. The name of a triangle, upper or lower, and of
- * the side on which a matrix stands in a product are those of the matrix, whatever the layout. */
+/* A transposition says what op(A) is where a comment has it: A, its transpose, or its adjoint. Triangle and side are
+ * those of the matrix, whatever the layout. */
 typedef enum CBLAS_LAYOUT {{ CblasRowMajor = 101, CblasColMajor = 102 }} CBLAS_LAYOUT;
 typedef enum CBLAS_TRANSPOSE {{ CblasNoTrans = 111, CblasTrans = 112, CblasConjTrans = 113 }} CBLAS_TRANSPOSE;
 typedef enum CBLAS_UPLO {{ CblasUpper = 121, CblasLower = 122 }} CBLAS_UPLO;
@@ -60,9 +60,10 @@ typedef enum CBLAS_SIDE {{ CblasLeft = 141, CblasRight = 142 }} CBLAS_SIDE;
 /* The older name of CBLAS_LAYOUT, with and without "enum" in front. */
 #define CBLAS_ORDER CBLAS_LAYOUT
 
-/* Hears that argument p of the named routine is bad; form and what follows, as for printf, say why. This one prints both
+/* Hears that argument p of the named routine is bad; form and what follows, as for printf, say why. This one prints it
  * on the standard error stream and returns, and the routine returns as well: the library ends no program. Other
- * implementations end it here. An application that wants that, or something else, defines a function of this name. */
+ * implementations end it here, with the status -1. An application that wants that, or something else, defines a
+ * function of this name. */
 void cblas_xerbla(CBLAS_INT p, const char* rout, const char* form, ...);
 
 /* |re z| + |im z| */
@@ -215,7 +216,7 @@ def column_major_argument(argument, precision):
 
 def call(routine, exported, arguments, indent):
     lengths = ["1" for a in routine.arguments if a.has_hidden_length]
-    return indent + wrap(f"{exported}(", arguments + lengths, ");", indent + "    ")
+    return wrap(f"{indent}{exported}(", arguments + lengths, ");", indent + "    ")
 
 
 def column_major_call(routine, precision, exported, indent="  "):
@@ -256,7 +257,7 @@ def row_major_operation(routine, precision):
     for a in routine.arguments:
         if option_of(a) != "trans":
             arguments.append(f"typed<T>({a.name})" if is_complex(a, precision) else a.name)
-    return "    " + wrap(f"row_major::{plain_name(routine)}(", arguments, ");", "        ")
+    return wrap(f"    row_major::{plain_name(routine)}(", arguments, ");", "        ")
 
 
 def emit_with_layout(rule, routine, precision, name, exported):
@@ -289,7 +290,10 @@ def emit_plain(routine, precision, exported):
 def emit_member(rule, routine, precision, name):
     head, parameters = prototype(routine, precision, name)
     exported = PREFIX[routine.kind] + name
-    body = emit_with_layout(rule, routine, precision, name, exported) if has_layout(routine) else emit_plain(routine, precision, exported)
+    if has_layout(routine):
+        body = emit_with_layout(rule, routine, precision, name, exported)
+    else:
+        body = emit_plain(routine, precision, exported)
     return "\n".join([wrap(head, parameters, ") {"), *body, "}"])
 
 
@@ -299,11 +303,11 @@ def level_of(routine):
 
 def emit_source(catalogue, level):
     out = [f"// {GENERATED}", "", "#include <nuv/cblas.h>", "#include <nuv/nuv_lapack.h>", ""]
-    out += ['#include "interfaces/cblas/call.hpp"', '#include "interfaces/cblas/row_major.hpp"', "", "using namespace nuv::cblas;"]
+    out += ['#include "interfaces/cblas/call.hpp"', '#include "interfaces/cblas/row_major.hpp"']
+    out += ["", "using namespace nuv::cblas;"]
     for rule, routine, members in published(catalogue):
         if level_of(routine) == level:
-            out += ["", *(emit_member(rule, routine, precision, name) + "\n" for precision, name in members)]
-            out[-1] = out[-1].rstrip()
+            out += ["\n" + emit_member(rule, routine, precision, name) for precision, name in members]
     return "\n".join(out) + "\n"
 
 

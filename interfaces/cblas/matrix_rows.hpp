@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "base/types.hpp"
-#include "frame/pool.hpp"
 
 namespace nuv::cblas::row_major {
 
@@ -15,7 +14,7 @@ namespace nuv::cblas::row_major {
 template <class T>
 class Elements {
  public:
-  Elements(T* x, Int n, Int incx) : first_(incx > 0 ? x : x - (std::ptrdiff_t{n} - 1) * incx), inc_(incx) {}
+  Elements(T* x, Int n, Int incx) : first_(incx > 0 || n == 0 ? x : x - (std::ptrdiff_t{n} - 1) * incx), inc_(incx) {}
   T& operator[](Int i) const { return first_[i * inc_]; }
 
  private:
@@ -55,31 +54,31 @@ struct TriangleRow {
 };
 
 /// Rows of a triangle of order n with no more than k elements beside the diagonal, which diagonal_of(i) finds.
-template <class DiagonalOf>
+template <class T, class DiagonalOf>
 auto rows_by_diagonal(CBLAS_UPLO uplo, Int n, Int k, DiagonalOf diagonal_of) {
   return [=](Int i) {
-    auto* const diagonal = diagonal_of(i);
+    T* const diagonal = diagonal_of(i);
     const Int count = std::min(uplo == CblasUpper ? n - 1 - i : i, k);
     const Int first = uplo == CblasUpper ? i + 1 : i - count;
-    return TriangleRow{diagonal, diagonal + (first - i), first, count};
+    return TriangleRow<T>{diagonal, diagonal + (first - i), first, count};
   };
 }
 
 template <class T>
 auto triangle_rows(CBLAS_UPLO uplo, Int n, T* a, Int lda) {
-  return rows_by_diagonal(uplo, n, n, [=](std::ptrdiff_t i) { return a + i * lda + i; });
+  return rows_by_diagonal<T>(uplo, n, n, [=](std::ptrdiff_t i) { return a + i * lda + i; });
 }
 
 template <class T>
 auto band_triangle_rows(CBLAS_UPLO uplo, Int n, Int k, T* a, Int lda) {
   T* const first = uplo == CblasUpper ? a : a + k;
-  return rows_by_diagonal(uplo, n, k, [=](std::ptrdiff_t i) { return first + i * lda; });
+  return rows_by_diagonal<T>(uplo, n, k, [=](std::ptrdiff_t i) { return first + i * lda; });
 }
 
 template <class T>
 auto packed_rows(CBLAS_UPLO uplo, Int n, T* ap) {
   const bool upper = uplo == CblasUpper;
-  return rows_by_diagonal(uplo, n, n, [=](std::ptrdiff_t i) {
+  return rows_by_diagonal<T>(uplo, n, n, [=](std::ptrdiff_t i) {
     return ap + (upper ? i * (2 * std::ptrdiff_t{n} - i + 1) : i * (i + 3)) / 2;
   });
 }

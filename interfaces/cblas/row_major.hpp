@@ -8,9 +8,8 @@
 
 #include <nuv/cblas.h>
 
-#include <algorithm>
-
 #include "blas.hpp"
+#include "frame/pool.hpp"
 #include "interfaces/cblas/call.hpp"
 #include "interfaces/cblas/matrix_rows.hpp"
 

@@ -1,7 +1,7 @@
 """Which routines the C interface has, and how a row-major call of each becomes a column-major one.
 
-A row-major matrix is, to column-major eyes, its transpose. So the triangle and the side that a call names become the other
-ones, and what else changes stands here, a line a routine.
+A row-major matrix is, to column-major eyes, its transpose. So the triangle and the side that a call names become the
+other ones, and what else changes stands here, a line a routine.
 """
 
 from dataclasses import dataclass, field
@@ -9,7 +9,8 @@ from dataclasses import dataclass, field
 # Names by which no precision of the published interface goes.
 UNPUBLISHED = ("crot", "zrot", "cspr")
 
-LEVEL1 = """?asum ?axpy dcabs1 ?copy ?dot ?dotu ?dotc dsdot sdsdot i?amax ?nrm2 ?rot ?rotg ?rotm ?rotmg ?scal ?swap""".split()
+LEVEL1 = """?asum ?axpy dcabs1 ?copy ?dot ?dotu ?dotc dsdot sdsdot i?amax ?nrm2 ?rot ?rotg ?rotm ?rotmg ?scal
+    ?swap""".split()
 
 
 @dataclass(frozen=True)

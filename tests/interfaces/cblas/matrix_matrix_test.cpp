@@ -109,7 +109,17 @@ void for_each_rank_k(CBLAS_TRANSPOSE transposition, Body body) {
   }
 }
 
-/// Alpha and Beta are the types of the factors. The transposition tells whether C is symmetric or Hermitian.
+/// Expects C changed, unless nothing was to be added to it and it keeps its factor of one.
+template <Scalar T>
+void expect_updated(Stored<T>& C, bool nothing_is_added, WideScalar beta, const Sum& expected) {
+  if (nothing_is_added && beta == WideScalar(1)) {
+    EXPECT_TRUE(C.unchanged());
+  } else {
+    C.expect(expected);
+  }
+}
+
+/// Factor is the type of alpha and beta; the transposition belongs to the meaning of C.
 template <Scalar T, Scalar Factor, class Syrk>
 void expect_syrk(CBLAS_TRANSPOSE transposition, Meaning meaning, Syrk syrk) {
   Random random(3);
@@ -120,11 +130,7 @@ void expect_syrk(CBLAS_TRANSPOSE transposition, Meaning meaning, Syrk syrk) {
       auto C = summand<T>(random, triangle(layout, uplo, n, 2), beta != Factor(0), meaning);
       const Sum expected = Sum::product(alpha, opA, op(transposition, opA)).add(beta, C.dense());
       syrk(layout, uplo, trans, n, k, scalar(alpha), A.data(), A.ld(), scalar(beta), C.data(), C.ld());
-      if ((alpha == Factor(0) || k == 0) && beta == Factor(1)) {
-        EXPECT_TRUE(C.unchanged());
-      } else {
-        C.expect(expected);
-      }
+      expect_updated(C, alpha == Factor(0) || k == 0, beta, expected);
     }
   });
 }
@@ -157,11 +163,7 @@ void expect_syr2k(CBLAS_TRANSPOSE transposition, Meaning meaning, Syr2k syr2k) {
                                .add(beta, C.dense());
       syr2k(layout, uplo, trans, n, k, scalar(alpha), A.data(), A.ld(), B.data(), B.ld(), scalar(beta), C.data(),
             C.ld());
-      if ((alpha == T(0) || k == 0) && beta == Beta(1)) {
-        EXPECT_TRUE(C.unchanged());
-      } else {
-        C.expect(expected);
-      }
+      expect_updated(C, alpha == T(0) || k == 0, beta, expected);
     }
   });
 }
@@ -176,7 +178,7 @@ TYPED_TEST(MatrixMatrix, Syr2k) {
   }
 }
 
-/// Runs body(opA, B, expect X) with B changed by `routine` for all triangles A.
+/// Runs the routine on all triangles A, and judge(side, alpha, op(A), B, what B became).
 template <Scalar T, class Routine, class Judge>
 void for_each_triangular(Routine routine, Judge judge) {
   Random random(5);

@@ -179,8 +179,7 @@ template <Scalar T, class Update>
 void expect_outer_product(CBLAS_TRANSPOSE trans_y, Update update) {
   Random random(5);
   for (const CBLAS_LAYOUT layout : layouts) {
-    for (const auto& [m_, n_] : shapes) {
-      const Int m = m_, n = n_;
+    for (const auto& [m, n] : shapes) {
       SCOPED_TRACE(testing::Message() << "layout " << layout << ", " << m << " by " << n);
       expect_update<T, T>(
           random, m, n, update_factors<T>(), [&] { return Stored<T>(random, general(layout, m, n, 2)); },
@@ -331,6 +330,7 @@ TEST(WorkMemory, CopiesAreOneRequest) {
     const MemoryRequests requests;
     cblas_zher2(CblasRowMajor, CblasUpper, n, &alpha, x.data(), 1, y.data(), 1, a.data(), n);
     EXPECT_EQ(requests.count(), 1);
+    EXPECT_TRUE(requests.included(2 * n * sizeof(T)));
   }
   const MemoryRequests requests;
   cblas_zher2(CblasColMajor, CblasUpper, n, &alpha, x.data(), 1, y.data(), 1, a.data(), n);

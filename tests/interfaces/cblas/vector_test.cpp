@@ -1,7 +1,5 @@
 // Level 1.
 
-#include <numeric>
-
 #include "interfaces/cblas/heard.hpp"
 #include "interfaces/cblas/storage.hpp"
 
