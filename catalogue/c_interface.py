@@ -212,8 +212,12 @@ def documented(header, catalogue):
     return "".join(out) + header[place:]
 
 
+def names(catalogue):
+    return sorted(name for *_, name in offered(catalogue))
+
+
 def files(catalogue):
     made = {f"c/by_value_{letter}.c": emit_source(catalogue, letter) for letter in SOURCES}
     made["include/nuv/nuv.h"] = emit_header(catalogue)
-    made["exports/c.txt"] = "".join(sorted(f"{name}\n" for *_, name in offered(catalogue)))
+    made["exports/c.txt"] = "".join(f"{name}\n" for name in names(catalogue))
     return made

@@ -331,7 +331,7 @@ def exports(catalogue):
         if routine.kind in ("layer", "level3"):
             layer += names
     names = {"lapack": lapack, "kernel": kernel, "layer": layer}
-    names |= standard_names.exports(catalogue, cblas.names(catalogue))
+    names |= standard_names.exports(catalogue, cblas.names(catalogue), c_interface.names(catalogue))
     return {library: sorted(exported) for library, exported in names.items()}
 
 

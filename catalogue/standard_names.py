@@ -81,8 +81,8 @@ def files(catalogue):
     return made
 
 
-def exports(catalogue, c_names):
-    """Library -> names; those of the C interface go with libblas, and libnuv has all."""
+def exports(catalogue, c_names, names_by_value):
+    """Library -> names; those of the C interface go with libblas, and libnuv has all, with the calls by value."""
     names = {library: exported_standard_names(catalogue, library) for library in PUBLISHED_LIBRARIES}
     names["libblas"] += c_names
-    return {**names, "libnuv": sum(names.values(), [])}
+    return {**names, "libnuv": sum(names.values(), []) + names_by_value}
