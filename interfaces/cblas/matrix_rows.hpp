@@ -22,7 +22,8 @@ class Elements {
   std::ptrdiff_t inc_;
 };
 
-/// What is stored of a row: `count` elements from column `first` on.
+/// What is stored of a row: `count` elements from column `first` on. Below a band that ends before the last row there
+/// are none, and the count may be negative.
 template <class T>
 struct Row {
   T* elements;
@@ -35,12 +36,11 @@ auto general_rows(Int n, T* a, Int lda) {
   return [=](std::ptrdiff_t i) { return Row<T>{a + i * lda, 0, n}; };
 }
 
-/// Rows of a band in n columns: kl elements, that of the diagonal, and ku. Below a band that ends before the last row
-/// there is nothing.
+/// Rows of a band in n columns: kl elements, that of the diagonal, and ku.
 template <class T>
 auto band_rows(std::int64_t n, std::int64_t kl, std::int64_t ku, T* a, Int lda) {
   return [=](std::int64_t i) {
-    const auto end = std::min(n, i + ku + 1), first = std::min(end, std::max(std::int64_t{0}, i - kl));
+    const auto first = std::max(std::int64_t{0}, i - kl), end = std::min(n, i + ku + 1);
     return Row<T>{a + i * lda + kl + first - i, static_cast<Int>(first), static_cast<Int>(end - first)};
   };
 }
