@@ -187,6 +187,7 @@ def emit_header(catalogue):
             for precision, _ in exported_names(routine):
                 declared = prototype(routine, precision, by_value_name(routine, precision), ";")
                 out.append(guarded(declared, result_type(routine, precision)))
+    out += ["", "#if defined(__clang__) && defined(__cplusplus)", "#pragma clang diagnostic pop", "#endif"]
     out += ["", "#if defined(__GNUC__)", "#pragma GCC visibility pop", "#endif", "", "#ifdef __cplusplus", "}", "#endif", "",
             "#endif"]
     return "\n".join(out) + "\n"
