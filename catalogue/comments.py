@@ -1,6 +1,7 @@
 """What the sources say about each routine, for whatever shows it to its users.
 
     comments(root)         {name of the function template: the `///` block above its declaration}
+    described(routine)     what an entry of this tree means, and its comment
     family_comments(root)  {family: the `//` block at the top of its header: arguments that its routines share, sources}
 
 `root` is the tree. A routine is declared in the header of its family, or in its source if it has none, and else in a
@@ -51,6 +52,19 @@ def with_what_it_refers_to(found):
         else:
             base += f"\n\n{', '.join(names)}: {comment}"
             yield names, base
+
+
+@cache
+def comments_of_this_tree():
+    return comments(Path(__file__).resolve().parents[1])
+
+
+def described(routine):
+    """Meaning and comment of a routine of this tree, the meaning once."""
+    comment = comments_of_this_tree().get(routine.function, "")
+    if not comment or comment.startswith(routine.meaning.rstrip(".")):
+        return comment or routine.meaning
+    return f"{routine.meaning}\n\n{comment}"
 
 
 @cache

@@ -2,14 +2,17 @@
 
 from pathlib import Path
 
+from comments import described
 from entries import exported_names
 from signatures import *
-from workspace import size_code
+from workspace import Dialect
 
 HEAD = Path(__file__).resolve().parents[1] / "interfaces" / "cpp" / "head.hpp"
 # Options that have a type with named constants, by the name of the argument; any other is a Letter.
 OPTION_TYPES = {"uplo": "Uplo", "trans": "Op", "transa": "Op", "transb": "Op", "side": "Side", "diag": "Diag", "norm": "Norm",
                 "jobz": "Job", "jobu": "Job", "jobvt": "Job", "range": "Range"}
+
+SIZES = Dialect(number="double({})", function="workspace::{}", is_letter="workspace::is({}, '{}')")
 
 
 def is_offered(routine):
@@ -92,29 +95,16 @@ def emit_call(routine, precision, exported):
     return before + [f"{call};"] + after + ([f"return {value};"] if value else [])
 
 
-def size_in_cxx(routine, size):
-    types = {a.name: a.type for a in routine.arguments}
-    return size_code(size, lambda name: f"double({name})", lambda f, operands: f"workspace::{f}({', '.join(operands)})",
-                     lambda name, value: f"workspace::is({name}, '{value}')" if types[name] == "char" else f"{name} == {value}")
-
-
-def length_in_cxx(routine, workspace):
-    rows = size_in_cxx(routine, workspace.rows)
-    if workspace.columns is None:
-        return rows
-    return f"workspace::max({rows}, 1) * workspace::max({size_in_cxx(routine, workspace.columns)}, 1)"
-
-
 def emit_without_workspace(routine, function, precision):
     """The overload that allocates what the other one takes."""
     asks = any(a.workspace.is_asked for a in routine.scratch)
     lines = []
     for a in routine.scratch:
-        size = "" if asks else f"{{{length_in_cxx(routine, a.workspace)}}}"
+        size = "" if asks else f"{{{SIZES.length(a.workspace, routine.options)}}}"
         lines.append(f"workspace::Memory<{value_type(a, precision)}> {a.name}{size};")
     passed = []
     of_length = {"l" + a.name: f"{a.name}.length()" for a in routine.scratch}
-    of_length |= {"ld" + a.name: f"workspace::as_int({size_in_cxx(routine, a.workspace.rows)})" for a in routine.scratch
+    of_length |= {"ld" + a.name: f"workspace::as_int({SIZES.size(a.workspace.rows, routine.options)})" for a in routine.scratch
                   if a.workspace.rows}
     for a in arguments_with_workspace(routine):
         passed.append(f"{a.name}.data()" if a.is_scratch else of_length.get(a.name, a.name))
@@ -123,8 +113,9 @@ def emit_without_workspace(routine, function, precision):
     if asks:
         lines.append(f"if (const int info = {call('    ')}; info != 0) return info;")
         for a in routine.scratch:
-            lines.append(f"{a.name}.allocate_answer();" if a.workspace.is_asked
-                         else f"{a.name}.allocate({length_in_cxx(routine, a.workspace)});")
+            least = SIZES.size(a.workspace.least, routine.options) if a.workspace.least else ""
+            lines.append(f"{a.name}.allocate_answer({least});" if a.workspace.is_asked
+                         else f"{a.name}.allocate({SIZES.length(a.workspace, routine.options)});")
     returns = "return " if result_type(routine, precision) != "void" else ""
     lines.append(f"{returns}{call('    ')};")
     return lines
@@ -159,7 +150,7 @@ def emit_header(catalogue):
     for routine in catalogue.routines:
         if not is_offered(routine):
             continue
-        out += ["", f"// {routine.meaning}"]
+        out += ["", *(f"/// {line}".rstrip() for line in described(routine).split("\n"))]
         if not tells_precision(routine):
             out.append(emit_template(routine))
         for precision, exported in exported_names(routine):

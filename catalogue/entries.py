@@ -72,6 +72,11 @@ class Routine:
         return {prefix + a.name for a in self.scratch for prefix in ("l", "ld")}
 
     @property
+    def options(self):
+        """Names of the arguments that are letters."""
+        return {a.name for a in self.arguments if a.type == "char"}
+
+    @property
     def has_info(self):
         return any(a.name == "info" and a.out for a in self.arguments)
 

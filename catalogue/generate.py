@@ -11,17 +11,12 @@ import argparse
 import sys
 from pathlib import Path
 
+import c_interface
 import cxx_interface
+import fortran_module
 from entries import *
 from signatures import *
 
-FORTRAN_TYPES = {
-    "int": "integer(c_int)",
-    "float": "real(c_float)",
-    "double": "real(c_double)",
-    "nuv_complex8": "complex(c_float_complex)",
-    "nuv_complex16": "complex(c_double_complex)",
-}
 STUB_MACRO = {
     "kernel": "configured_kernel_stub",
     "kernel_service": "configured_kernel_stub",
@@ -257,36 +252,6 @@ def emit_c_header(catalogue):
     return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
-def fortran_argument(a, precision):
-    if a.has_hidden_length:
-        letters = ", dimension(*)" if a.pointer else ""
-        return f"character(kind=c_char), intent({'inout' if a.out else 'in'}){letters}"
-    base = FORTRAN_TYPES[c_type(a.type, precision)]
-    if not a.pointer:
-        return f"{base}, intent({'inout' if a.out else 'in'})"
-    return f"{base}, intent({'in' if a.const else 'inout'}), dimension(*)"
-
-
-def emit_fortran_module(catalogue):
-    out = [f"! {GENERATED}", "module nuv_lapack", "  use, intrinsic :: iso_c_binding", "  implicit none", "  interface"]
-    for routine in catalogue.routines:
-        for precision, exported in exported_names(routine):
-            result = c_type(routine.result, precision)
-            by_pointer = result.startswith("nuv_complex")
-            arguments = [(a.name, fortran_argument(a, precision)) for a in routine.arguments]
-            if by_pointer:
-                arguments.insert(0, ("result", f"{FORTRAN_TYPES[result]}, intent(out)"))
-            arguments += [(f"{a.name}_length", "integer(c_int), value") for a in routine.arguments if a.has_hidden_length]
-            kind = "function" if result != "void" and not by_pointer else "subroutine"
-            names = wrap(f"    {kind} {exported}(", [name for name, _ in arguments], f') bind(c, name="{exported}")', "      ", 100)
-            out += ["", f"    ! {routine.meaning}", names.replace("\n", " &\n"), "      import"]
-            out += [f"      {declaration} :: {name}" for name, declaration in arguments]
-            if kind == "function":
-                out.append(f"      {FORTRAN_TYPES[result]} :: {exported}")
-            out.append(f"    end {kind}")
-    return "\n".join(out + ["", "  end interface", "end module nuv_lapack"]) + "\n"
-
-
 # -------------------------------------------------------------------------------------------------- stubs and exports
 
 
@@ -338,7 +303,6 @@ def all_files(catalogue):
     files = {
         "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
         "include/nuv/nuv_services.h": emit_services_header(catalogue),
-        "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
         "stubs.S": emit_stubs(catalogue),
         "kernel_entries.S": emit_isa_stubs(catalogue, "kernel", "special"),
         "layer_entries.S": emit_isa_stubs(catalogue, "level3", "layer"),
@@ -356,7 +320,9 @@ def all_files(catalogue):
     for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
-    files |= cxx_interface.files(catalogue)
+    files |= c_interface.files(catalogue) | cxx_interface.files(catalogue) | fortran_module.files(catalogue)
+    # What is compiled here has short comments, so that a new one rebuilds nothing; what is installed has them in full.
+    files["documented/nuv/nuv_lapack.h"] = c_interface.documented(files["include/nuv/nuv_lapack.h"], catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)

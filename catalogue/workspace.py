@@ -4,6 +4,7 @@
     T* work [side is L ? n : m]         by the letter of an option, or the value of an integer
     T* work [(side is L ? n : m) by k]  a matrix; ldwork is the first of both sizes
     T* work [query]                     what the routine answers in the first element when lwork is -1
+    T* work [query, at least m]         the same, where the routine answers with less than it takes
     T* work [kept]                      none: what the routine finds or leaves there belongs to its caller
 
 Sizes are made of the routine's other arguments by + - * ( ), max, min, and log2, the least l with 2^l >= its argument.
@@ -38,17 +39,19 @@ class Workspace:
     text: str
     rows: Size = None
     columns: Size = None
+    # What is enough though the routine answers with less.
+    least: Size = None
 
     @property
     def is_asked(self):
-        return self.text == "query"
+        return self.text.startswith("query")
 
     @property
     def is_kept(self):
         return self.text == "kept"
 
     def names(self):
-        return [name for size in (self.rows, self.columns) if size for name in size.names()]
+        return [name for size in (self.rows, self.columns, self.least) if size for name in size.names()]
 
 
 FUNCTIONS = ("max", "min", "log2")
@@ -118,40 +121,58 @@ def parse_workspace(text):
     text = " ".join(text.split())
     if text in ("query", "kept"):
         return Workspace(text)
-    parser = Parser(text)
+    asked = text.startswith("query, at least ")
+    parser = Parser(text.removeprefix("query, at least "))
     try:
         rows = parser.size()
         columns = None
-        if parser.next_is("by"):
+        if not asked and parser.next_is("by"):
             parser.take()
             columns = parser.size()
         if parser.tokens:
             raise SizeError(f"'{parser.tokens[0]}' too many")
     except SizeError as error:
         raise SizeError(f"not a size: '{text}': {error}") from None
-    return Workspace(text, rows, columns)
+    return Workspace(text, least=rows) if asked else Workspace(text, rows, columns)
 
 
-def size_code(size, number, call, equals):
-    """An expression of C or C++ for a size. number(name) casts an integer argument to the type of sizes,
-    call(function, operands) names a function, equals(name, value) tests an argument."""
-    code = lambda s: size_code(s, number, call, equals)
-    if size.kind == "number":
-        return size.operands[0]
-    if size.kind == "name":
-        return number(size.operands[0])
-    if size.kind == "choice":
-        name, values, chosen, other = size.operands
-        test = " || ".join(equals(name, value) for value in values)
-        return f"({test} ? {code(chosen)} : {code(other)})"
-    if size.kind in FUNCTIONS:
-        first, *rest = [code(s) for s in size.operands]
-        if size.kind == "log2":
-            return call("log2", [first])
-        for other in rest:
-            first = call(size.kind, [first, other])
-        return first
-    left, right = size.operands
-    grouped = lambda s: f"({code(s)})" if s.kind in "+-" and size.kind == "*" else code(s)
-    right_code = f"({code(right)})" if right.kind in "+-" else grouped(right)
-    return f"{grouped(left)} {size.kind} {right_code}"
+@dataclass(frozen=True)
+class Dialect:
+    """How sizes are written in a language: an integer as a size, a function of sizes, the test of an option."""
+
+    number: str
+    function: str
+    is_letter: str
+
+    def size(self, size, options):
+        """The code of an expression, given the names of arguments that are options."""
+        code = lambda s: self.size(s, options)
+        if size.kind == "number":
+            return size.operands[0]
+        if size.kind == "name":
+            return self.number.format(size.operands[0])
+        if size.kind == "choice":
+            name, values, chosen, other = size.operands
+            tests = [self.is_letter.format(name, v) if name in options else f"{name} == {v}" for v in values]
+            return f"({' || '.join(tests)} ? {code(chosen)} : {code(other)})"
+        if size.kind in FUNCTIONS:
+            function = self.function.format(size.kind)
+            first, *rest = [code(s) for s in size.operands]
+            if not rest:
+                return f"{function}({first})"
+            for other in rest:
+                first = f"{function}({first}, {other})"
+            return first
+        left, right = size.operands
+        is_sum = lambda s: s.kind in "+-"
+        left_code = f"({code(left)})" if is_sum(left) and size.kind == "*" else code(left)
+        right_code = f"({code(right)})" if is_sum(right) else code(right)
+        return f"{left_code} {size.kind} {right_code}"
+
+    def length(self, workspace, options):
+        """The code of a number of elements."""
+        rows = self.size(workspace.rows, options)
+        if workspace.columns is None:
+            return rows
+        larger, columns = self.function.format("max"), self.size(workspace.columns, options)
+        return f"{larger}({rows}, 1) * {larger}({columns}, 1)"

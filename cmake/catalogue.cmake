@@ -3,7 +3,10 @@
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.cat)
-file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.py)
+file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/catalogue/*.py ${CMAKE_SOURCE_DIR}/interfaces/*/head.*)
+# The headers for users carry the comments of the sources.
+file(GLOB_RECURSE NUV_COMMENTED_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/*.hpp ${CMAKE_SOURCE_DIR}/kernels/*.cpp
+  ${CMAKE_SOURCE_DIR}/threading/level3/*.cpp)
 set(NUV_GENERATOR ${CMAKE_SOURCE_DIR}/catalogue/generate.py)
 set(NUV_GENERATED_DIR ${CMAKE_BINARY_DIR}/generated)
 set(NUV_STUBS ${NUV_GENERATED_DIR}/stubs.S)
@@ -16,9 +19,14 @@ add_custom_command(
              ${NUV_GENERATED_DIR}/exports/lapack.map
              ${NUV_GENERATED_DIR}/exports/kernel.map
              ${NUV_GENERATED_DIR}/exports/layer.map
+             ${NUV_GENERATED_DIR}/c/by_value_s.c
+             ${NUV_GENERATED_DIR}/c/by_value_d.c
+             ${NUV_GENERATED_DIR}/c/by_value_c.c
+             ${NUV_GENERATED_DIR}/c/by_value_z.c
+             ${NUV_GENERATED_DIR}/include/nuv/nuv.h
   COMMAND Python3::Interpreter -B ${NUV_GENERATOR} --output ${NUV_GENERATED_DIR} ${NUV_CATALOGUE_FILES}
   COMMAND ${CMAKE_COMMAND} -E touch ${NUV_GENERATED_DIR}/stamp
-  DEPENDS ${NUV_GENERATOR_FILES} ${NUV_CATALOGUE_FILES}
+  DEPENDS ${NUV_GENERATOR_FILES} ${NUV_CATALOGUE_FILES} ${NUV_COMMENTED_FILES}
   COMMENT "Reading the catalogue"
   VERBATIM)
 add_custom_target(catalogue DEPENDS ${NUV_GENERATED_DIR}/stamp)

@@ -2,7 +2,9 @@
 # descriptions find the files relative to themselves, so that an installed tree can be moved.
 
 install(TARGETS nuv_lapack nuv_kpa nuv_kpb nuv_sequential nuv_orvo_thread LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${NUV_GENERATED_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} PATTERN nuv_lapack.h EXCLUDE)
+# The same declarations with comments in full.
+install(FILES ${NUV_GENERATED_DIR}/documented/nuv/nuv_lapack.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nuv)
 if(NUV_BUILD_TOOLS)
   install(TARGETS nuv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

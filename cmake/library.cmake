@@ -9,6 +9,11 @@ target_compile_options(nuv_library_options
                                       -ffp-contract=off -fno-math-errno>
             $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fcx-limited-range>)
 target_link_libraries(nuv_library_options INTERFACE nuv_internal_headers)
+# Some callers pass no lengths behind the options. On 32-bit x86, where all arguments are on the stack and numbers are wider
+# than pointers to them, a jump from an entry to its body would take the places of these lengths for its own.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(nuv_library_options INTERFACE -fno-optimize-sibling-calls)
+endif()
 
 # nuv_compile(TARGET): compiles the sources of a library's target in the manner above.
 function(nuv_compile target)

@@ -4,11 +4,11 @@
 //     std::vector<int> pivots(n);
 //     if (const int info = nuv::gesv(n, 1, a.data(), n, pivots.data(), b.data(), n); info != 0) ...
 //
-// Sizes are values, matrices are pointers to columns of a leading dimension each, and what a routine has to say about its
-// success, its info, is what the call returns. A routine that wants workspace has two forms: one that takes it, and one
-// without it, which asks how much it should be, allocates it and gives it back. That form throws std::bad_alloc if there is
-// not so much memory, or if a size does not fit its type; nothing else throws. What some routines leave in their
-// workspace for the caller is lost then.
+// Sizes are values, matrices are pointers to columns of a leading dimension each, and what a routine has to say about
+// its success, its info, is what the call returns. A routine that wants workspace has two forms: one that takes it, and
+// one without it, which asks how much it should be, allocates it and gives it back. That form throws std::bad_alloc if
+// there is not so much memory, or if a size does not fit its type; nothing else throws. What some routines leave in
+// their workspace for the caller is lost then.
 //
 // An option is a letter in either case, as the comment of the routine names it, or a constant with a name:
 // nuv::Uplo::lower is 'L'. An integer is no option.
@@ -97,7 +97,8 @@ inline constexpr Range Range::all{'A'}, Range::interval{'V'}, Range::numbers{'I'
 
 namespace workspace {
 
-// Sizes are computed in double precision, which holds every number of elements that any memory has, and overflows nowhere.
+// Sizes are computed in double precision, which holds every number of elements that any memory has, and overflows
+// nowhere.
 
 constexpr double max(double x, double y) noexcept {
   return x < y ? y : x;
@@ -165,8 +166,8 @@ class Memory {
   }
 
   /// As many elements as the answer says.
-  void allocate_answer() {
-    const double size = first_part(answer_);
+  void allocate_answer(double least = 1) {
+    const double size = max(first_part(answer_), least);
     if (!(size <= INT_MAX)) throw std::bad_alloc();
     allocate(size);
   }
@@ -183,4 +184,3 @@ class Memory {
 };
 
 }  // namespace workspace
-

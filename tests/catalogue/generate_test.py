@@ -18,6 +18,9 @@ import generate  # noqa: E402
 HEADER = "include/nuv/nuv_lapack.h"
 SERVICES = "include/nuv/nuv_services.h"
 MODULE = "include/nuv/nuv_lapack.f90"
+DOCUMENTED = "documented/nuv/nuv_lapack.h"
+BY_VALUE = "include/nuv/nuv.h"
+OVERLOADS = "include/nuv/nuv.hpp"
 FAMILIES = "family solvers/widget\nlayer_family threading/widget\n"
 
 
@@ -385,6 +388,32 @@ class FortranModule(unittest.TestCase):
         self.assertIn("      character(kind=c_char), intent(in), dimension(*) :: ei",
                       self.interface("routine d ?a (const char* ei)", "nuv_lapack_da"))
 
+    def test_short_names_take_no_lengths(self):
+        self.assertEqual(self.interface("routine d ?potrf (char uplo, Int n)", "nuv_dpotrf"),
+                         ['    subroutine nuv_dpotrf(uplo, n) bind(c, name="nuv_lapack_dpotrf")', "      import",
+                          "      character(kind=c_char), intent(in) :: uplo", "      integer(c_int), intent(in) :: n",
+                          "    end subroutine"])
+
+    def test_the_length_of_a_text_stays(self):
+        self.assertIn("(name, job, name_length, job_length)",
+                      self.interface("routine d ?env (text name, char job)", "nuv_denv")[0])
+
+    def test_services(self):
+        text = ("service void* give (unsigned size, const char* name, const int* code)\n m\n"
+                "service void take (void* pointer, double* root, unsigned long id)\n m\n"
+                "service void _hidden ()\n m\ndata int word\n m\nhook void* i_malloc (size_t size)\n m\n")
+        self.assertEqual(self.interface(text, "give"),
+                         ['    function give(size, name, code) bind(c, name="give")', "      import",
+                          "      integer(c_int), value :: size",
+                          "      character(kind=c_char), intent(in), dimension(*) :: name",
+                          "      integer(c_int), intent(in) :: code", "      type(c_ptr) :: give", "    end function"])
+        self.assertEqual(self.interface(text, "take")[2:5],
+                         ["      type(c_ptr), value :: pointer", "      real(c_double), intent(inout) :: root",
+                          "      integer(c_long), value :: id"])
+        module = files(entry(text))[MODULE]
+        for absent in ("hidden", "word", "i_malloc"):
+            self.assertNotIn(absent, module)
+
     def test_lines_stay_within_the_limit_of_the_language(self):
         arguments = ", ".join(f"const T* quite_long_argument_{i}" for i in range(30))
         module = files(entry(f"routine z ?a ({arguments})"))[MODULE]
@@ -457,7 +486,8 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
+            HEADER, SERVICES, MODULE, BY_VALUE, OVERLOADS, *(f"c/by_value_{letter}.c" for letter in "sdcz"), "exports/c.txt", DOCUMENTED,
+            "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
 
@@ -490,7 +520,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual({path.stat().st_mtime for path in self.made().values()}, {0})
         self.assertEqual(self.run_on(entry("layer d ?a (Int n)", "Another meaning.")), (0, ""))
         self.assertEqual({name for name, path in self.made().items() if path.stat().st_mtime > 0},
-                         {HEADER, MODULE, "internal/layer.hpp", "internal/x_variants.hpp"})
+                         {HEADER, DOCUMENTED, MODULE, BY_VALUE, OVERLOADS, "internal/layer.hpp", "internal/x_variants.hpp"})
 
 
 class TheCatalogue(unittest.TestCase):

@@ -8,13 +8,14 @@ CATALOGUE = Path(__file__).resolve().parents[2] / "catalogue"
 
 sys.path.insert(0, str(CATALOGUE))
 from entries import CatalogueError, parse  # noqa: E402
-from workspace import SizeError, parse_workspace, size_code  # noqa: E402
+from workspace import Dialect, SizeError, parse_workspace  # noqa: E402
 
 
 def value(text, **arguments):
     """A size for given arguments, by way of the code that is made for it."""
-    code = size_code(parse_workspace(text).rows, lambda name: name, lambda f, o: f"{f}({', '.join(o)})",
-                     lambda name, wanted: f"{name} == '{wanted}'")
+    dialect = Dialect(number="{}", function="{}", is_letter="{} == '{}'")
+    options = {name for name, argument in arguments.items() if isinstance(argument, str)}
+    code = dialect.length(parse_workspace(text), options)
     # C's choices in Python's words.
     while "?" in code:
         code = python_choice(code)
@@ -58,11 +59,20 @@ class Sizes(unittest.TestCase):
         text = "job is N ? 4*n : job is P ? 6*n : n*n"
         self.assertEqual([value(text, job=s, n=10) for s in "NPI"], [40, 60, 100])
         self.assertEqual(value("k*(side is L ? n : m)", side="R", k=2, n=5, m=7), 14)
+        self.assertEqual([value("icompq is 2 ? n : 0", icompq=i, n=4) for i in (1, 2)], [0, 4])
 
     def test_matrices(self):
         workspace = parse_workspace("(side is L ? n : m) by k")
         self.assertEqual(sorted(workspace.names()), ["k", "m", "n", "side"])
         self.assertEqual(workspace.columns.operands, ("k",))
+        self.assertEqual(value("n by k", n=3, k=5), 15)
+        self.assertEqual(value("n by k", n=3, k=0), 3)
+
+    def test_questions(self):
+        self.assertTrue(parse_workspace("query").is_asked)
+        asked = parse_workspace("query, at least 2*m")
+        self.assertTrue(asked.is_asked)
+        self.assertEqual((asked.names(), asked.least.kind, asked.rows), (["m"], "*", None))
 
     def test_what_is_no_size_is_refused(self):
         for text, complaint in (("3*", "the end"), ("max(n", "the end where ) is wanted"), ("n m", "'m' too many"),
@@ -95,6 +105,7 @@ class Entries(unittest.TestCase):
         self.refused("out Int n, T* work [n]", "the size of work wants n")
         self.refused("Int n, T* work [query]", "wants lwork")
         self.refused("Int n, T* work [n by n]", "wants ldwork")
+        self.refused("Int n, T* work [query, at least m], Int lwork", "wants m")
 
     def test_brackets_go_with_what_is_written(self):
         self.refused("Int n, const T* work [n]", "brackets")

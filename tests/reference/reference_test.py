@@ -84,9 +84,9 @@ class Comments(unittest.TestCase):
         self.assertEqual(kinds, [("text", "One two:"), ("code", "A = B\nC")])
 
     def test_markdown(self):
-        kinds = [(p.kind, p.text) for p in of_markdown("# Top\n\nA `b`\nc.\n\n- one\n  more\n- two\n\n    code\n\n    too\n")]
+        kinds = [(p.kind, p.text) for p in of_markdown("# Top\n\nA `b`\nc.\n\n- one\n  more\n- two\n\n```c\ncode\n\n  too\n```\n")]
         self.assertEqual(kinds, [("heading", "Top"), ("text", "A `b` c."), ("item", "one more"), ("item", "two"),
-                                 ("code", "code\n\ntoo")])
+                                 ("code", "code\n\n  too")])
 
 
 class Routines(unittest.TestCase):
