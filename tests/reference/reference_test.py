@@ -90,7 +90,7 @@ class Comments(unittest.TestCase):
 
 
 class Routines(unittest.TestCase):
-    def test_every_routine_has_a_page_a_comment_and_sources_of_its_argument_texts(self):
+    def test_every_routine_has_a_page_and_a_comment(self):
         topics, _ = read_catalogue(ROOT / "catalogue")
         routines = [r for _, of_topic in topics for r in of_topic]
         descriptions = Descriptions(ROOT, routines)
@@ -244,6 +244,15 @@ class Completion(unittest.TestCase):
 
 
 class Command(unittest.TestCase):
+    def test_the_definition_has_what_completion_needs(self):
+        solve = next(c for c in program()["commands"] if c["name"] == "solve")
+        told = {name: o for o in solve["arguments"] + solve["options"] for name in o["names"]}
+        self.assertTrue(told["A"]["is_file"] and told["A"]["is_required"])
+        self.assertTrue(told["-o"]["is_file"])
+        self.assertEqual((told["--method"]["value"], told["--method"]["is_file"]), ("NAME", False))
+        self.assertLessEqual({"lu", "band"}, set(told["--method"]["choices"]))
+        self.assertEqual((told["--force"]["value"], told["--force"]["choices"]), ("", []))
+
     def test_every_command_and_option_is_told(self):
         manual, page = all_files()["man/man1/nuv.1"], all_files()["html/command.html"]
         for command in program()["commands"]:
