@@ -205,6 +205,16 @@ class ManualPages(unittest.TestCase):
         self.assertIn(".SH Top\n.PP\nSay \\fBx\\-y\\fR now.\n.IP \\(bu 2\none\n", page)
 
 
+class Documents(unittest.TestCase):
+    def test_every_variable_that_the_code_reads_is_told(self):
+        folders = ("src", "threading", "tools", "interfaces")
+        sources = [f for folder in folders for f in (ROOT / folder).rglob("*") if f.suffix in (".cpp", ".hpp", ".c")]
+        read = {name for f in sources for name in re.findall(r'"((?:NUV|OMP)_[A-Z_]+)"', f.read_text())}
+        told = set(re.findall(r"`(\w+)`", (ROOT / "docs" / "running.md").read_text()))
+        self.assertIn("NUV_ISA", read)
+        self.assertLessEqual(read, told)
+
+
 class Completion(unittest.TestCase):
     def completed(self, *words, files=()):
         """What bash offers for the last word."""
