@@ -23,7 +23,7 @@ from pages import make_pages
 from report import UNITS, read_results
 from signatures import write_if_changed
 
-DOCUMENTS = ("running", "troubleshooting")
+DOCUMENTS = ("languages", "running", "troubleshooting")
 SHOWN_SIZES = 4
 
 
@@ -54,7 +54,7 @@ def all_files(root, version, program=None, results=None):
     files["html/services.html"] = site.services(services)
     files |= {f"man/{path}": text for path, text in routine_files(pages, version).items()}
     files["man/man7/nuv.7"] = document_page(
-        "nuv", "variables of the environment, configuration, and what goes wrong at first", documents.values(), version)
+        "nuv", "calls from each language, variables of the environment, and what goes wrong at first", documents.values(), version)
     if program:
         others.insert(0, ("command.html", "The command"))
         files["html/command.html"] = site.command(program)

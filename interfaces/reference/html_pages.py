@@ -80,8 +80,8 @@ class Site:
         sub = "h3" if len(page.variants) > 1 else "h2"
         out.append(f"<{sub}>Calls</{sub}>")
         if calls.has_simple_call(variant.routine):
-            out.append(f"<h3>C++</h3><pre>{escape(calls.cxx(variant.routine))}</pre>")
-            out.append(f"<h3>C</h3><pre>{escape(calls.c_by_value(variant.routine, precision, name))}</pre>")
+            out.append(f"<h3>C++</h3><pre>{escape(calls.cxx(variant.routine, precision))}</pre>")
+            out.append(f"<h3>C</h3><pre>{escape(calls.c_by_value(variant.routine, precision))}</pre>")
         out.append("<h3>C, by the Fortran convention, as all libraries export it</h3>"
                    f"<pre>{escape(calls.c_by_reference(variant.routine, precision, exported))}</pre>")
         out.append(f"<h3>Fortran</h3><pre>{escape(calls.fortran(variant.routine, precision, name))}</pre>")

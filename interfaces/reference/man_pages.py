@@ -43,8 +43,8 @@ def synopsis(variant):
     precision, name, exported = variant.principal
     out = [".PP", escape(", ".join(n for _, n, _ in variant.members))]
     if calls.has_simple_call(variant.routine):
-        out += verbatim(calls.cxx(variant.routine))
-        out += verbatim(calls.c_by_value(variant.routine, precision, name))
+        out += verbatim(calls.cxx(variant.routine, precision))
+        out += verbatim(calls.c_by_value(variant.routine, precision))
     out += verbatim(calls.c_by_reference(variant.routine, precision, exported))
     out += verbatim(calls.fortran(variant.routine, precision, name))
     return out

@@ -1,7 +1,7 @@
 """The text of comments and of the pages under docs/, in pieces that HTML and manual pages are made of.
 
-Of Markdown it knows what those pages use: headings, paragraphs, indented code, items with a dash, `code` and
-[links](to.md).
+Of Markdown it knows what those pages use: headings, paragraphs, code that is indented or fenced, items with a dash, `code`
+and [links](to.md).
 """
 
 import re
@@ -45,7 +45,8 @@ def grouped(lines):
 
 
 def blocks_of_markdown(text):
-    """What empty lines divide, but for code, which goes on over them."""
+    """What empty lines divide, but for code, which goes on over them; fenced code comes indented."""
+    text = re.sub(r"^```\w*\n(.*?)^```$", lambda m: re.sub(r"^(?=.)", "    ", m[1], flags=re.M), text, flags=re.M | re.S)
     blocks = []
     for block in re.split(r"\n{2,}", text.strip("\n")):
         if block.startswith("    ") and blocks and blocks[-1].startswith("    "):
