@@ -35,6 +35,8 @@ struct Routines;
     static constexpr auto hegv = nuv_lapack_##letter##he##gv;   \
     static constexpr auto hegvd = nuv_lapack_##letter##he##gvd; \
     static constexpr auto hegvx = nuv_lapack_##letter##he##gvx; \
+    static constexpr auto hemm = nuv_blas_##letter##he##mm;     \
+    static constexpr auto her2k = nuv_blas_##letter##he##r2k;   \
     static constexpr auto hesvx = nuv_lapack_##letter##he##svx; \
     static constexpr auto larfb = nuv_lapack_##letter##larfb;   \
     static constexpr auto larft = nuv_lapack_##letter##larft;   \
@@ -42,7 +44,10 @@ struct Routines;
     static constexpr auto latms = nuv_lapack_##letter##latms;   \
     static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;   \
     static constexpr auto posvx = nuv_lapack_##letter##posvx;   \
+    static constexpr auto symm = nuv_blas_##letter##symm;       \
+    static constexpr auto syr2k = nuv_blas_##letter##syr2k;     \
     static constexpr auto sysvx = nuv_lapack_##letter##sysvx;   \
+    static constexpr auto trmm = nuv_blas_##letter##trmm;       \
     static constexpr auto trtrs = nuv_lapack_##letter##trtrs;   \
     static constexpr auto unmqr = nuv_lapack_##letter##un##mqr; \
   };

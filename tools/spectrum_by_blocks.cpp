@@ -26,8 +26,7 @@ T direction(T x) {
   return x == T(0) ? T(1) : x / std::abs(x);
 }
 
-/// The vectors of some reflectors I - tau v v^H, as a factorisation leaves them: number k in column k, from the one on
-/// the diagonal down.
+/// Some reflectors I - tau v v^H: number k has its vector in column k, with zeros above the one on the diagonal.
 template <Scalar T>
 class ReflectorBlock {
  public:
@@ -39,6 +38,8 @@ class ReflectorBlock {
   /// Draws a random direction of n numbers; reflector k turns it to the first axis. A direction of one number is none,
   /// and the reflector stays the identity.
   void draw(Int k, Int n, std::array<Int, 4>& iseed) {
+    T* const head = std::fill_n(vectors_.column(k), k - 1, T(0));
+    *head = 1;
     if (n <= 1) return;
     constexpr Int normal = 3;
     drawn_.resize(static_cast<std::size_t>(n));
@@ -49,36 +50,76 @@ class ReflectorBlock {
     const T divisor = drawn_.front() + along;
     tau_[static_cast<std::size_t>(k - 1)] = std::real(divisor / along);
     const T factor = T(1) / divisor;
-    std::transform(drawn_.begin() + 1, drawn_.end(), vectors_.column(k) + k, [&](T x) { return x * factor; });
-  }
-
-  /// The reflectors with the conjugate vectors.
-  ReflectorBlock conjugate() const {
-    ReflectorBlock result = *this;
-    for (T& x : result.vectors_.elements) {
-      if constexpr (ComplexScalar<T>) x = std::conj(x);
-    }
-    return result;
+    std::transform(drawn_.begin() + 1, drawn_.end(), head + 1, [&](T x) { return x * factor; });
   }
 
   /// A := Q A, or A := A Q^H from the right, for the product Q of the first `count` reflectors and a part of a matrix
   /// from element (first, first) on.
   void apply(char side, Int count, DenseMatrix<T>& a, Int first) {
     const bool from_left = side == 'L';
-    const char adjoint = ComplexScalar<T> ? 'C' : 'T', form = from_left ? 'N' : adjoint;
+    const char form = from_left ? 'N' : adjoint;
     const Int rows = a.rows - first + 1, columns = a.columns - first + 1, length = from_left ? rows : columns;
     const Int lda = a.ld(), ldv = vectors_.ld(), ldt = factor_.ld(), ldwork = from_left ? columns : rows;
-    // The factor stays as it is where memory for its computation lacks.
-    factor_(1, 1) = std::numeric_limits<Real<T>>::quiet_NaN();
-    Routines<T>::larft("F", "C", &length, &count, vectors_.elements.data(), &ldv, tau_.data(), factor_.elements.data(),
-                       &ldt, 1, 1);
-    if (factor_(1, 1) != factor_(1, 1)) throw std::bad_alloc();
+    form_factor(length, count);
     work_.resize(static_cast<std::size_t>(ldwork) * block_width);
     Routines<T>::larfb(&side, &form, "F", "C", &rows, &columns, &count, vectors_.elements.data(), &ldv,
                        factor_.elements.data(), &ldt, &a(first, first), &lda, work_.data(), &ldwork, 1, 1, 1, 1);
   }
 
+  /// A := Q A Q^H, or Q A Q^T where that is what transposes, for the lower triangle of a part of a matrix with that
+  /// symmetry. Q = I - V T V^H: with X = A V T^H, S = T V^H X and W = X - V S / 2 it is A - V W^H - W V^H, or with the
+  /// conjugate V to the right of A and transposes in place of adjoints.
+  void apply_on_both_sides(Sides sides, Int count, DenseMatrix<T>& a, Int first) {
+    const bool transposes = sides == Sides::Transposed;
+    const char adjoint_of_factor = transposes ? 'T' : adjoint;
+    const T one(1), zero(0), minus_one(-1), minus_half(Real<T>(-0.5));
+    const Real<T> real_one = 1;
+    const Int n = a.rows - first + 1, lda = a.ld(), ldv = vectors_.ld(), ldt = factor_.ld();
+    form_factor(n, count);
+    const DenseMatrix<T> conjugates = transposes ? conjugate(vectors_) : DenseMatrix<T>(0, 0);
+    const T* const v = vectors_.elements.data();
+    const T* const t = factor_.elements.data();
+    T* const part = &a(first, first);
+    work_.resize(static_cast<std::size_t>(ldv) * block_width);
+    T* const x = work_.data();
+    DenseMatrix<T> s(block_width, block_width);
+
+    if (transposes) {
+      Routines<T>::symm("L", "L", &n, &count, &one, part, &lda, conjugates.elements.data(), &ldv, &zero, x, &ldv, 1, 1);
+    } else {
+      Routines<T>::hemm("L", "L", &n, &count, &one, part, &lda, v, &ldv, &zero, x, &ldv, 1, 1);
+    }
+    Routines<T>::trmm("R", "U", &adjoint_of_factor, "N", &n, &count, &one, t, &ldt, x, &ldv, 1, 1, 1, 1);
+    Routines<T>::gemm(&adjoint, "N", &count, &count, &n, &one, v, &ldv, x, &ldv, &zero, s.elements.data(), &ldt, 1, 1);
+    Routines<T>::trmm("L", "U", "N", "N", &count, &count, &one, t, &ldt, s.elements.data(), &ldt, 1, 1, 1, 1);
+    Routines<T>::gemm("N", "N", &n, &count, &count, &minus_half, v, &ldv, s.elements.data(), &ldt, &one, x, &ldv, 1, 1);
+    if (transposes) {
+      Routines<T>::syr2k("L", "N", &n, &count, &minus_one, v, &ldv, x, &ldv, &one, part, &lda, 1, 1);
+    } else {
+      Routines<T>::her2k("L", "N", &n, &count, &minus_one, v, &ldv, x, &ldv, &real_one, part, &lda, 1, 1);
+    }
+  }
+
  private:
+  static constexpr char adjoint = ComplexScalar<T> ? 'C' : 'T';
+
+  static DenseMatrix<T> conjugate(DenseMatrix<T> a) {
+    for (T& x : a.elements) {
+      if constexpr (ComplexScalar<T>) x = std::conj(x);
+    }
+    return a;
+  }
+
+  /// The factor T of the first `count` reflectors.
+  void form_factor(Int length, Int count) {
+    const Int ldv = vectors_.ld(), ldt = factor_.ld();
+    // It stays as it is where memory for its computation lacks.
+    factor_(1, 1) = std::numeric_limits<Real<T>>::quiet_NaN();
+    Routines<T>::larft("F", "C", &length, &count, vectors_.elements.data(), &ldv, tau_.data(), factor_.elements.data(),
+                       &ldt, 1, 1);
+    if (factor_(1, 1) != factor_(1, 1)) throw std::bad_alloc();
+  }
+
   DenseMatrix<T> vectors_, factor_{block_width, block_width};
   std::vector<T> tau_, drawn_, work_;
 };
@@ -90,7 +131,7 @@ double work_from(Int first, Int count, Int rows, Int columns) {
   return work;
 }
 
-/// Rounding errors that make the triangles differ are those of the lower one.
+/// Completes a matrix whose lower triangle was made.
 template <Scalar T>
 void mirror_lower_triangle(Sides sides, DenseMatrix<T>& a) {
   for (Int j = 1; j <= a.columns; ++j) {
@@ -128,10 +169,12 @@ void fill_with_spectrum(Sides sides, const std::vector<Real<T>>& d, std::array<I
       if (independent) right.draw(i - first + 1, a.columns - i + 1, iseed);
     }
     const Int width = last - first + 1;
-    left.apply('L', width, a, first);
-    if (independent) right.apply('R', width, a, first);
-    else if (sides == Sides::Adjoint) left.apply('R', width, a, first);
-    else left.conjugate().apply('R', width, a, first);
+    if (independent) {
+      left.apply('L', width, a, first);
+      right.apply('R', width, a, first);
+    } else {
+      left.apply_on_both_sides(sides, width, a, first);
+    }
     tell(work_from(first, count, a.rows, a.columns) / all_work);
   }
   if (!independent) mirror_lower_triangle(sides, a);

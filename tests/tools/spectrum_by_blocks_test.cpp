@@ -5,10 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cctype>
 #include <cmath>
+#include <concepts>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <vector>
 
+#include "nuv_command.hpp"
+#include "tools/matrix_market.hpp"
 #include "tools/precision.hpp"
 #include "tools/routines.hpp"
 
@@ -27,16 +33,17 @@ std::vector<R> spectrum(Int count) {
   return d;
 }
 
-/// ?latms in mode 0: the matrix that its reflectors make of the numbers d. The letter of the symmetry is its own.
+/// The matrix that the reflectors of ?latms make of the numbers d, or in another mode than 0 of those that it spreads
+/// from 1 to 1 / 100 or draws. The letter of the symmetry is its own.
 template <Scalar T>
-DenseMatrix<T> by_routine(char symmetry, std::vector<Real<T>> d, Int rows, Int columns, Seed iseed) {
+DenseMatrix<T> by_routine(char symmetry, std::vector<Real<T>> d, Int rows, Int columns, Seed iseed, Int mode = 0) {
   DenseMatrix<T> a(rows, columns);
   std::vector<T> work(3 * static_cast<std::size_t>(std::max(rows, columns)));
-  const Int mode = 0, lower = rows - 1, upper = columns - 1, lda = a.ld();
-  const Real<T> unused = 1;
+  const Int lower = rows - 1, upper = columns - 1, lda = a.ld();
+  const Real<T> cond = 100, norm = 1;
   Int info = 0;
-  Routines<T>::latms(&rows, &columns, "N", iseed.data(), &symmetry, d.data(), &mode, &unused, &unused, &lower, &upper,
-                     "N", a.elements.data(), &lda, work.data(), &info, 1, 1, 1);
+  Routines<T>::latms(&rows, &columns, "N", iseed.data(), &symmetry, d.data(), &mode, &cond, &norm, &lower, &upper, "N",
+                     a.elements.data(), &lda, work.data(), &info, 1, 1, 1);
   EXPECT_EQ(info, 0);
   return a;
 }
@@ -92,6 +99,36 @@ TEST(SpectrumByBlocks, IsTheRoutinesToRounding) {
   expect_same_for_all_kinds<double>();
   expect_same_for_all_kinds<std::complex<float>>();
   expect_same_for_all_kinds<std::complex<double>>();
+}
+
+/// What `nuv make` writes against what ?latms makes with the words of iseed that stand in the account.
+template <Scalar T>
+void expect_command_to_follow_the_routine() {
+  constexpr Seed words_for_1 = {2320, 2605, 3784, 2307};
+  constexpr bool is_single = std::same_as<Real<T>, float>;
+  const std::string letter(1, static_cast<char>(std::tolower(precision_letter<T>)));
+  struct Kind {
+    std::string name;
+    char symmetry;
+  };
+  const TemporaryFolder folder;
+  for (const auto& [name, symmetry] : std::vector<Kind>{{"general", 'N'}, {"symmetric", 'S'}, {"positive", 'P'}}) {
+    for (const Int mode : {3, -1, 5, 6}) {
+      SCOPED_TRACE(testing::Message() << name << ", mode " << mode << ", precision " << letter);
+      const ChildResult made = run_nuv(folder, {"make", name, "6", "-p", letter, "--mode", std::to_string(mode)});
+      ASSERT_TRUE(made.succeeded()) << to_string(made);
+      std::istringstream stream(made.output);
+      const auto a = to_dense<T>(read_matrix_market(stream, "made", is_single ? Precision::Single : Precision::Double));
+      EXPECT_LT(difference(a, by_routine<T>(symmetry, std::vector<Real<T>>(6), 6, 6, words_for_1, mode)), 10);
+    }
+  }
+}
+
+TEST(SpectrumByBlocks, TheCommandFollowsTheRoutine) {
+  expect_command_to_follow_the_routine<float>();
+  expect_command_to_follow_the_routine<double>();
+  expect_command_to_follow_the_routine<std::complex<float>>();
+  expect_command_to_follow_the_routine<std::complex<double>>();
 }
 
 TEST(SpectrumByBlocks, DrawsNoMoreNumbersThanTheRoutine) {
