@@ -21,7 +21,7 @@ PROCESSES = 2
 # Order, block size. A block is the depth of the products with which the system is updated: deep enough that they run at
 # full speed, and small enough that the panels, which one process factors while others wait, stay short.
 SMALL_RUNS = ((600, 64),)
-LARGE_RUNS = ((2000, 128), (8000, 192))
+LARGE_RUNS = ((2000, 128), (8000, 128))
 LEAST_RATIO, LEAST_RATIO_BESIDE_OTHER_WORK = 0.6, 0.45
 
 PARAMETERS = """\
