@@ -150,12 +150,12 @@ class Schedule {
   bool may_go_on(Int p) const { return !piece_[p].busy && piece_[p].steps < std::min(p / per_block_, factored_); }
   bool go_together(Int p, Int q) const { return may_go_on(p) && may_go_on(q) && piece_[p].steps == piece_[q].steps; }
 
-  /// Whether there are lines behind the next diagonal block that others may go on with.
+  /// Whether there are lines enough behind the next diagonal block that all others may go on with.
   bool others_have_work() const {
     if (in_cache_) return false;
     Int pieces = 0;
     for (Int p = (factored_ + 1) * per_block_; p < pieces_; ++p) pieces += may_go_on(p);
-    return pieces >= least_together;
+    return pieces >= least_together * (threads_ - 1);
   }
 
   Task lines(Int first, Int until) {
@@ -274,13 +274,14 @@ struct Steps {
     return info;
   }
 
-  /// Reads a number of each line of memory in so many columns of L: it comes from another processor's cache.
+  /// Asks for each line of memory in so many columns of L, which comes from another processor's cache. Others may still
+  /// write there, so nothing is read.
   void fetch(Int columns, Lines lines) const {
     constexpr Int apart = 64 / sizeof(T);
     const Matrix<const T> X = part(lines.from, 0);
     const Int along = upper ? columns : lines.count(), across = upper ? lines.count() : columns;
     for (Int j = 1; j <= across; ++j) {
-      for (Int i = 1; i <= along; i += apart) static_cast<void>(*reinterpret_cast<const volatile Real<T>*>(X.at(i, j)));
+      for (Int i = 1; i <= along; i += apart) __builtin_prefetch(X.at(i, j));
     }
   }
 
