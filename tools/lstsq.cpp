@@ -49,9 +49,9 @@ void print(const DenseMatrix<T>& a, const LeastSquares<T>& solved, const DenseMa
   const bool tall = a.rows >= a.columns;
   Report report;
   report
-      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, printable(options.matrix_file),
+      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, shown(options.matrix_file),
                                      tall ? "least squares" : "least norm"))
-      .line("right-hand sides", fmt::format("{}, {}", b.columns, printable(options.right_hand_side_file)))
+      .line("right-hand sides", fmt::format("{}, {}", b.columns, shown(options.right_hand_side_file)))
       .line("rank", fmt::format("{}, full   diagonal of R above {:.3g} of its largest element", solved.rank, tolerance))
       .template routine<T>("factored by", solved.driver);
   if (const auto norms = residual_norms(a, solved.x, b); !norms.empty()) {
@@ -82,7 +82,7 @@ void fit_in(EquationFiles files, const LeastSquaresOptions& options, Output& out
 void fit(const LeastSquaresOptions& options) {
   require_tolerance(options.rank_tolerance);
   within_memory(options, [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_matching_sizes(files.a, files.b);
     in_precision(precision_for(options.precision, {&files.a, &files.b}),

@@ -221,7 +221,7 @@ std::string report_on_factors(const MatrixOptions& options, std::string_view wha
                               const std::function<void(const MatrixFactors&, Report&)>& answer) {
   Report report;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, what);
     const char precision = precision_for(options.precision, {&file});
     report.line("matrix", words_of(file));

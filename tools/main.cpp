@@ -16,9 +16,11 @@
 #include <vector>
 
 #include "cond.hpp"
+#include "convert.hpp"
 #include "det.hpp"
 #include "eig.hpp"
 #include "error.hpp"
+#include "file_format.hpp"
 #include "info.hpp"
 #include "inv.hpp"
 #include "lstsq.hpp"
@@ -71,8 +73,13 @@ const CLI::Validator& whole_number() {
 }
 
 constexpr std::string_view about_input =
-    "Files may be array or coordinate, real, complex or integer, general, symmetric, skew-symmetric or hermitian.\n"
-    "Coordinate entries given more than once are summed. ";
+    "Files may be in the Matrix Market format (.mtx: array or coordinate, real, complex or integer, with any "
+    "symmetry;\n"
+    "entries given more than once are summed), in NumPy's (.npy), or tables (.csv; .txt, .tsv and .dat: blanks "
+    "between\n"
+    "numbers), packed by gzip or not; - is standard input or output. What a file begins with, or else its suffix, "
+    "tells\n"
+    "its format; --format is for files that don't, and for the output whatever its suffix. ";
 constexpr std::string_view about_files =
     "X is written as a general array\n"
     "with as many digits as it takes to read back the same numbers.\n";
@@ -80,7 +87,7 @@ constexpr std::string_view about_status =
     "Exit status: 0 solved, 1 not solved (one line on standard error says why), 2 wrong usage.";
 constexpr std::string_view about_answer =
     "Exit status: 0 answered, 1 not answered (one line on standard error says why), 2 wrong usage.";
-constexpr const char* about_square = "Matrix Market file of the square matrix";
+constexpr const char* about_square = "File of the square matrix";
 
 void add_output_option(CLI::App& command, std::optional<std::string>& file, const std::string& about_file) {
   command.add_option("-o,--output", file, about_file + " (default: standard output)")
@@ -97,10 +104,20 @@ void add_precision_option(CLI::App& command, std::optional<char>& precision,
       ->check(CLI::IsMember({"s", "d", "c", "z"}));
 }
 
+void add_format_option(CLI::App& command, std::optional<FileFormat>& format) {
+  command
+      .add_option_function<std::string>(
+          "--format", [&format](const std::string& name) { format = format_named(name); },
+          "mtx, npy, csv or table: of the output, and of files that nothing else tells (default: by suffix, or mtx)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"mtx", "npy", "csv", "table"}));
+}
+
 /// What the commands have in common that read a matrix.
 void add_matrix_options(CLI::App& command, MatrixOptions& options, const std::string& about_matrix) {
   command.add_option("A", options.matrix_file, about_matrix)->required()->check(not_empty());
   add_precision_option(command, options.precision);
+  add_format_option(command, options.format);
 }
 
 void add_force_option(CLI::App& command, bool& force, const std::string& what) {
@@ -135,7 +152,7 @@ void add_solve_options(CLI::App& command, SolveOptions& options) {
 /// What the commands that solve for an X have in common.
 void add_equation_options(CLI::App& command, EquationOptions& options, const std::string& about_matrix) {
   add_matrix_options(command, options, about_matrix);
-  command.add_option("B", options.right_hand_side_file, "Matrix Market file of the right-hand sides, one per column")
+  command.add_option("B", options.right_hand_side_file, "File of the right-hand sides, one per column")
       ->required()
       ->check(not_empty());
   add_output_option(command, options.output_file, "File for X");
@@ -164,8 +181,7 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
       ->check(not_empty());
   add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
   add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
-  add("--with", options.partner_file, "B", "Matrix Market file of the second matrix of the generalised problem")
-      ->check(not_empty());
+  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());
   add("--type", options.type, "TYPE", "Of the generalised problem, see below (default: 1)")->check(CLI::Range(1, 3));
   add("--method", options.method, "NAME", "qr, dc or mrrr, see below")->check(CLI::IsMember({"qr", "dc", "mrrr"}));
   add("--plot", options.plot_file, "FILE", "SVG file for a picture of the eigenvalues, by gnuplot")->check(not_empty());
@@ -186,7 +202,7 @@ constexpr std::string_view about_lstsq =
     "Standard error tells sizes, rank, the largest norm of a residual and the time.\n";
 
 void add_lstsq_options(CLI::App& command, LeastSquaresOptions& options) {
-  add_equation_options(command, options, "Matrix Market file of the matrix, which must have full rank");
+  add_equation_options(command, options, "File of the matrix, which must have full rank");
   command.add_option("--rank", options.rank_tolerance, about_tolerance)->type_name("TOL");
 }
 
@@ -202,7 +218,7 @@ constexpr std::string_view about_svd =
     "error also tells how well they and the values fit.\n";
 
 void add_svd_options(CLI::App& command, SingularOptions& options) {
-  add_matrix_options(command, options, "Matrix Market file of the matrix");
+  add_matrix_options(command, options, "File of the matrix");
   add_output_option(command, options.output_file, "File for the singular values");
   const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
     return command.add_option(name, value, about)->type_name(type);
@@ -216,6 +232,22 @@ void add_svd_options(CLI::App& command, SingularOptions& options) {
   add("--rank", options.rank_tolerance, "TOL", about_tolerance);
   add("--plot", options.plot_file, "FILE", "SVG file for a picture of the singular values, by gnuplot")
       ->check(not_empty());
+}
+
+void add_convert_options(CLI::App& command, ConvertOptions& options) {
+  command.add_option("IN", options.matrix_file, "File of the matrix")->required()->check(not_empty());
+  command.add_option("OUT", options.output_file, "File to write it to")->required()->check(not_empty());
+  add_precision_option(command, options.precision, "that of the file");
+  add_format_option(command, options.format);
+  command
+      .add_option_function<std::string>(
+          "--layout",
+          [&options](const std::string& name) {
+            options.layout = name == "array" ? Layout::Array : Layout::Coordinate;
+          },
+          "array or coordinate: of a file in the Matrix Market format (default: as the matrix was stored)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"array", "coordinate"}));
 }
 
 constexpr std::string_view about_make =
@@ -252,7 +284,7 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
   add("--distribution", options.distribution, "NAME",
       "Of the values in mode 6: uniform on (0, 1), symmetric on (-1, 1) or normal (default)")
       ->check(CLI::IsMember({"uniform", "symmetric", "normal"}));
-  add("--spectrum", options.spectrum_file, "FILE", "The values: one on each line, or a Matrix Market vector")
+  add("--spectrum", options.spectrum_file, "FILE", "The values: a column or a row of numbers in any format")
       ->check(not_empty());
   add("--lower", options.lower, "KL", "Diagonals below the main one: of a band, or of a matrix with symmetry")
       ->transform(whole_number<nuv::Int>());
@@ -262,6 +294,7 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
       ->transform(whole_number<std::uint64_t>());
   add_output_option(command, options.output_file, "File for the matrix");
   add_precision_option(command, options.precision, "d, or z for hermitian");
+  add_format_option(command, options.format);
 }
 
 struct CommandLine {
@@ -276,6 +309,7 @@ struct CommandLine {
   CLI::App* det;
   CLI::App* eig;
   CLI::App* svd;
+  CLI::App* convert;
   CLI::App* make;
   CLI::App* info;
   SolveOptions options;
@@ -284,6 +318,7 @@ struct CommandLine {
   InverseOptions inv_options;
   EigenOptions eig_options;
   SingularOptions svd_options;
+  ConvertOptions convert_options;
   MakeOptions make_options;
 
   CommandLine() {
@@ -331,6 +366,14 @@ struct CommandLine {
     add_svd_options(*svd, svd_options);
     svd->footer(fmt::format("{}{}\n{}", about_svd, about_input, about_answer));
 
+    convert = app.add_subcommand("convert", "Write a matrix in another format.");
+    add_convert_options(*convert, convert_options);
+    convert->footer(fmt::format(
+        "A file in the Matrix Market format says so where the matrix is symmetric, skew-symmetric or Hermitian to the\n"
+        "last bit, and holds its lower triangle then. A matrix in coordinates is never stored whole if it stays so.\n"
+        "\n{}\nExit status: 0 written, 1 not written (one line on standard error says why), 2 wrong usage.",
+        about_input));
+
     make = app.add_subcommand("make", "Make a random matrix with given singular values or eigenvalues.");
     add_make_options(*make, make_options);
     make->footer(fmt::format("{}Exit status: 0 made, 1 not made (one line on standard error says why), 2 wrong usage.",
@@ -363,6 +406,7 @@ int run(int argc, char** argv) {
     if (*command_line.det) print(determinant_report(command_line.det_options));
     if (*command_line.eig) find_eigenvalues(command_line.eig_options);
     if (*command_line.svd) find_singular_values(command_line.svd_options);
+    if (*command_line.convert) convert(command_line.convert_options);
     if (*command_line.make) make(command_line.make_options);
     if (*command_line.info) print(library_report());
     return 0;
@@ -385,6 +429,8 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows up as an error of the write
   try {
     return run(argc, argv);
+  } catch (const ReaderGone&) {
+    return exit_failure;  // who closed the pipe needs no message
   } catch (const std::exception& error) {
     complain(error.what());
     return exit_failure;

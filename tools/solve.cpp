@@ -135,8 +135,8 @@ template <Scalar T>
 void print(const Outcome<T>& outcome, Int right_hand_sides, const Choice& choice, const SolveOptions& options) {
   const Solution<T>& s = outcome.solution;
   Report report;
-  report.line("system", fmt::format("{0} by {0}, {1}", s.x.rows, printable(options.matrix_file)))
-      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, printable(options.right_hand_side_file)))
+  report.line("system", fmt::format("{0} by {0}, {1}", s.x.rows, shown(options.matrix_file)))
+      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, shown(options.right_hand_side_file)))
       .line("method", fmt::format("{}: {}", choice.method.words, choice.reason))
       .template routine<T>("solved by", choice.method.driver);
   if (!s.course.empty()) report.line("course", s.course);
@@ -186,7 +186,7 @@ void solve_in(EquationFiles files, const SolveOptions& options, Output& output) 
 void solve(const SolveOptions& options) {
   require_consistent(options.method, options.precision);
   within_memory(options, [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_square(files.a, "a system");
     require_right_hand_sides_of(files.a, files.b);
