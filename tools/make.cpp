@@ -250,7 +250,7 @@ std::string spread(const Plan& plan) {
 }
 
 std::string spectrum_words(const Plan& plan) {
-  if (plan.mode == 0) return fmt::format("those in {}", printable(plan.spectrum_file));
+  if (plan.mode == 0) return fmt::format("those in {}", shown(plan.spectrum_file));
   if (!plan.spreads()) {
     return fmt::format("{}{}", plan.kind.sym == 'P' ? "magnitudes of numbers " : "", plan.distribution.words);
   }

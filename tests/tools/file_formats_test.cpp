@@ -154,9 +154,9 @@ TEST_F(FileFormats, AreRefusedWherePackedDataIsDamaged) {
 TEST_F(FileFormats, ServeEachCommand) {
   folder.write("A.csv", "2,1\n1,2\n");
   folder.write("B.txt", "2 0\n0 2\n");
-  EXPECT_EQ(run_nuv(folder, {"eig", "A.csv", "--with", "B.txt", "--format", "table", "--vectors", "Z.npy"}).output,
+  EXPECT_EQ(run_nuv(folder, {"eig", "A.csv", "--with", "B.txt", "--format", "table", "--vectors", "Z.txt"}).output,
             "0.5\n1.5\n");
-  EXPECT_TRUE(run_nuv(folder, {"svd", "Z.npy", "--left", "U.csv"}).succeeded());
+  EXPECT_TRUE(run_nuv(folder, {"svd", "Z.txt", "--left", "U.csv"}).succeeded());
   EXPECT_EQ(run_nuv(folder, {"lstsq", "B.txt", "A.csv", "--format", "csv"}).output, "1,0.5\n0.5,1\n");
   EXPECT_EQ(run_nuv(folder, {"inv", "B.txt", "-o", "-", "--format", "csv"}).output, "0.5,0\n0,0.5\n");
   EXPECT_TRUE(run_nuv(folder, {"det", "U.csv"}).succeeded());

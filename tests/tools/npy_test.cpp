@@ -146,7 +146,7 @@ TEST(Npy, RefusesWhatIsNoMatrixOfNumbers) {
   }
   EXPECT_EQ(message(head("{'descr': [('x', '<f8')], 'fortran_order': False, 'shape': (1,)}") + one),
             "test.npy: the elements are records, only numbers can be read");
-  EXPECT_EQ(message(head("<f8", false, "(2147483647, 2147483647)")).substr(0, 65),
+  EXPECT_EQ(message(head("<f8", false, "(2147483647, 2147483647)")).substr(0, 66),
             "test.npy: a 2147483647 by 2147483647 matrix takes 6.87e+10 GiB to ");
 }
 
