@@ -139,8 +139,8 @@ std::string_view orthogonality_of(const EigenOptions& options) {
 /// Where results go, refused before the work where they can't be written.
 struct Outputs {
   explicit Outputs(const EigenOptions& options) {
-    options.output_file ? values.emplace(*options.output_file) : values.emplace();
-    if (options.vectors_file) vectors.emplace(*options.vectors_file);
+    values.emplace(options.output_file, options.format);
+    if (options.vectors_file) vectors.emplace(*options.vectors_file, options.format);
     if (options.plot_file) plot.emplace(*options.plot_file);
   }
 
@@ -196,10 +196,11 @@ void find_eigenvalues(const EigenOptions& options) {
     Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    require_one_standard_input({options.matrix_file, options.partner_file.value_or("")});
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an eigenvalue");
     std::optional<MatrixMarket> partner;
-    if (options.partner_file) partner = read_in(options.precision, *options.partner_file);
+    if (options.partner_file) partner = read_in(options.precision, *options.partner_file, options.format);
     if (partner && (partner->rows != file.rows || partner->columns != file.columns)) {
       throw FileError(partner->file, partner->size_line,
                       fmt::format("the matrix is {} by {}, its partner is of order {}", partner->rows, partner->columns,

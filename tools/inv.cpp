@@ -70,8 +70,8 @@ void invert_in(MatrixMarket file, const InverseOptions& options, Stopwatch& stop
 void invert(const InverseOptions& options) {
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
     Stopwatch stopwatch;
-    Output output = options.output_file ? Output(*options.output_file) : Output();
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    Output output(options.output_file, options.format);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an inverse");
     const char precision = precision_for(options.precision, {&file});
     in_precision(precision, [&]<Scalar T>(T) { invert_in<T>(std::move(file), options, stopwatch, output); });

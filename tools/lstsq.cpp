@@ -59,9 +59,9 @@ Report account_of(const DenseMatrix<T>& a, const LeastSquares<T>& solved, const 
       .fact("right_hand_sides/columns", b.columns)
       .fact("rank", solved.rank)
       .fact("rank_tolerance", tolerance)
-      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, printable(options.matrix_file),
+      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, shown(options.matrix_file),
                                      tall ? "least squares" : "least norm"))
-      .line("right-hand sides", fmt::format("{}, {}", b.columns, printable(options.right_hand_side_file)))
+      .line("right-hand sides", fmt::format("{}, {}", b.columns, shown(options.right_hand_side_file)))
       .line("rank", fmt::format("{}, full   diagonal of R above {:.3g} of its largest element", solved.rank, tolerance))
       .template routine<T>("factored by", solved.driver);
   tell_residual(residual_norms(a, solved.x, b), report);
@@ -96,7 +96,7 @@ void fit(const LeastSquaresOptions& options) {
   require_tolerance(options.rank_tolerance);
   within_memory(options, [&] {
     Stopwatch stopwatch;
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_matching_sizes(files.a, files.b);
     in_precision(precision_for(options.precision, {&files.a, &files.b}),

@@ -227,7 +227,7 @@ void show_from_factors(std::string_view command, const MatrixOptions& options, s
   Report report(command);
   Stopwatch stopwatch;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, what);
     const char precision = precision_for(options.precision, {&file});
     report.matrix("matrix", "matrix", file.rows, file.columns, file.file);

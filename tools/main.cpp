@@ -63,6 +63,8 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away shows up as an error of the write
   try {
     return run(argc, argv);
+  } catch (const ReaderGone&) {
+    return exit_failure;  // who closed the pipe needs no message
   } catch (const std::exception& error) {
     complain(error.what());
     return exit_failure;

@@ -17,7 +17,9 @@
 
 #include "dense_matrix.hpp"
 #include "error.hpp"
+#include "matrix_file.hpp"
 #include "matrix_market.hpp"
+#include "matrix_writer.hpp"
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
@@ -84,7 +86,8 @@ struct Plan {
   Int mode;
   double cond, norm;  ///< in modes 1 to 5
   Distribution distribution;
-  std::string spectrum_file;  ///< in mode 0
+  std::string spectrum_file;         ///< in mode 0
+  std::optional<FileFormat> format;  ///< of files whose suffix tells none
   std::uint64_t seed;
   std::string target;  ///< as messages name it
 
@@ -184,8 +187,9 @@ Plan plan_for(const MakeOptions& options) {
           .norm = norm,
           .distribution = named(options.distribution.value_or("normal"), distributions),
           .spectrum_file = options.spectrum_file.value_or(""),
+          .format = options.format,
           .seed = options.seed,
-          .target = options.output_file.value_or("standard output")};
+          .target = output_name(options.output_file)};
 }
 
 // ------------------------------------------------------------------------------------------------------ what was made
@@ -254,7 +258,7 @@ std::string spread(const Plan& plan) {
 }
 
 std::string spectrum_words(const Plan& plan) {
-  if (plan.mode == 0) return fmt::format("those in {}", printable(plan.spectrum_file));
+  if (plan.mode == 0) return fmt::format("those in {}", shown(plan.spectrum_file));
   if (!plan.spreads()) {
     return fmt::format("{}{}", plan.kind.sym == 'P' ? "magnitudes of numbers " : "", plan.distribution.words);
   }
@@ -263,6 +267,7 @@ std::string spectrum_words(const Plan& plan) {
                      plan.mode < 0 ? ", in reverse order" : "");
 }
 
+/// In the Matrix Market format. Others hold all elements, and say nothing about them.
 WrittenForm form_for(const Plan& plan, StoredCount stored, Symmetry symmetry) {
   return {.layout = stored.nonzeros == stored.elements ? Layout::Array : Layout::Coordinate,
           .symmetry = symmetry,
@@ -310,8 +315,8 @@ Report account_of(const Plan& plan, const WrittenForm& form, StoredCount stored,
 template <RealScalar R>
 std::vector<R> given_spectrum(const Plan& plan) {
   const std::string& file = plan.spectrum_file;
-  MatrixMarket numbers = read_numbers_file(file, is_single(plan.precision) ? Precision::Single : Precision::Double);
-  if (numbers.is_complex()) throw FileError(file, 1, "the numbers are complex, a spectrum is real");
+  MatrixMarket numbers = read_in(plan.precision, file, plan.format);
+  if (numbers.is_complex()) throw FileError(file, numbers.field_line, "the numbers are complex, a spectrum is real");
   if (numbers.rows != 1 && numbers.columns != 1 && plan.order() != 0) {
     throw FileError(file, numbers.size_line,
                     fmt::format("a {} by {} matrix is no list of numbers", numbers.rows, numbers.columns));
@@ -425,10 +430,12 @@ void make_in(const Plan& plan, const MakeOptions& options, Stopwatch& stopwatch,
   stopwatch.end("make");
   if (!all_finite(a.elements)) throw FileError(plan.target, "the matrix overflows the precision");
 
-  const auto stored = count_stored(a, symmetry_of(plan));
-  const WrittenForm form = form_for(plan, stored, symmetry_of(plan));
-  write_matrix_market(
-      a, [&](std::string_view text) { output.write(text); }, form);
+  const bool is_matrix_market = output.format() == FileFormat::MatrixMarket;
+  const Symmetry symmetry = is_matrix_market ? symmetry_of(plan) : Symmetry::General;
+  const auto stored = count_stored(a, symmetry);
+  const WrittenForm form = is_matrix_market ? form_for(plan, stored, symmetry) : WrittenForm();
+  write_matrix(
+      a, output.format(), [&](std::string_view text) { output.write(text); }, form);
   output.commit();
   stopwatch.end("write");
   account_of<T>(plan, form, stored, iseed).times(stopwatch).show_beside(options.output_file);
@@ -440,7 +447,7 @@ void make(const MakeOptions& options) {
   const Plan plan = plan_for(options);
   within_memory(plan.target, "the matrix does not fit into memory", [&] {
     Stopwatch stopwatch;
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Output output(options.output_file, options.format);
     in_precision(plan.precision, [&]<Scalar T>(T) { make_in<T>(plan, options, stopwatch, output); });
   });
 }

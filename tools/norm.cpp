@@ -75,7 +75,7 @@ void show_norms(const NormOptions& options) {
   Report report("norm");
   Stopwatch stopwatch;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
     const char precision = precision_for(options.precision, {&file});
     report.fact("precision", std::string(1, precision));

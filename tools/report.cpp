@@ -49,7 +49,7 @@ Report& Report::fact(std::string key, Value value) {
 }
 
 Report& Report::matrix(std::string_view label, std::string key, Int rows, Int columns, const std::string& file) {
-  line(label, fmt::format("{} by {}, {}", rows, columns, printable(file)));
+  line(label, fmt::format("{} by {}, {}", rows, columns, shown(file)));
   return fact(key + "/file", file).fact(key + "/rows", rows).fact(key + "/columns", columns);
 }
 

@@ -102,8 +102,9 @@ void judge_solution(const SolutionOptions& options) {
   Report report("residual");
   Stopwatch stopwatch;
   within_memory(options.matrix_file, "the system does not fit into memory", [&] {
-    Files files{read_in(options.precision, options.matrix_file), read_in(options.precision, options.solution_file),
-                read_in(options.precision, options.right_hand_side_file)};
+    require_one_standard_input({options.matrix_file, options.solution_file, options.right_hand_side_file});
+    const auto read = [&](const std::string& file) { return read_in(options.precision, file, options.format); };
+    Files files{read(options.matrix_file), read(options.solution_file), read(options.right_hand_side_file)};
     require_matching_sizes(files);
     const auto tell = [&](std::string_view label, const char* key, const MatrixMarket& file) {
       report.matrix(label, key, file.rows, file.columns, file.file);

@@ -155,7 +155,7 @@ Report account_of(const Outcome<T>& outcome, Int right_hand_sides, const Choice&
       .fact("right_hand_sides/file", options.right_hand_side_file)
       .fact("right_hand_sides/rows", s.x.rows)
       .fact("right_hand_sides/columns", right_hand_sides)
-      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, printable(options.right_hand_side_file)))
+      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, shown(options.right_hand_side_file)))
       .line("method", fmt::format("{}: {}", choice.method.words, choice.reason))
       .fact("method", std::string(choice.method.words))
       .fact("method_reason", choice.reason)
@@ -217,7 +217,7 @@ void solve(const SolveOptions& options) {
   require_consistent(options.method, options.precision);
   within_memory(options, [&] {
     Stopwatch stopwatch;
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_square(files.a, "a system");
     require_right_hand_sides_of(files.a, files.b);

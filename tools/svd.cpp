@@ -92,9 +92,9 @@ void tell(const std::vector<Real<T>>& values, Int rows, Int columns, std::option
 /// Where results go, refused before the work where they can't be written.
 struct Outputs {
   explicit Outputs(const SingularOptions& options) {
-    options.output_file ? values.emplace(*options.output_file) : values.emplace();
-    if (options.left_file) left.emplace(*options.left_file);
-    if (options.right_file) right.emplace(*options.right_file);
+    values.emplace(options.output_file, options.format);
+    if (options.left_file) left.emplace(*options.left_file, options.format);
+    if (options.right_file) right.emplace(*options.right_file, options.format);
     if (options.plot_file) plot.emplace(*options.plot_file);
   }
 
@@ -151,7 +151,7 @@ void find_singular_values(const SingularOptions& options) {
     Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     const char precision = precision_for(options.precision, {&file});
     in_precision(precision, [&]<Scalar T>(T) { decompose_in<T>(std::move(file), options, stopwatch, outputs); });
   });

@@ -9,11 +9,11 @@
 #include <cstdint>
 #include <limits>
 #include <random>
-#include <sstream>
 #include <string>
 #include <type_traits>
 
 #include "tools/error.hpp"
+#include "tools/matrix_writer.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -23,15 +23,15 @@ constexpr Precision precision_of = std::is_same_v<Real<T>, float> ? Precision::S
 
 template <Scalar T>
 DenseMatrix<T> dense(const std::string& text) {
-  std::istringstream stream(text);
-  return to_dense<T>(read_matrix_market(stream, "test.mtx", precision_of<T>));
+  Input input = Input::of(text, "test.mtx");
+  return to_dense<T>(read_matrix_market(input, precision_of<T>));
 }
 
 template <Scalar T>
 std::string written(const DenseMatrix<T>& a, const WrittenForm& form = {}) {
   std::string text;
-  write_matrix_market(
-      a, [&](std::string_view piece) { text += piece; }, form);
+  write_matrix(
+      a, FileFormat::MatrixMarket, [&](std::string_view piece) { text += piece; }, form);
   return text;
 }
 
@@ -174,7 +174,7 @@ TEST(DenseMatrix, CountsWhatAFileHolds) {
 TEST(DenseMatrix, WritesLargeMatricesInPieces) {
   const DenseMatrix<double> a(100000, 2);
   std::size_t pieces = 0, size = 0;
-  write_matrix_market(a, [&](std::string_view piece) {
+  write_matrix(a, FileFormat::MatrixMarket, [&](std::string_view piece) {
     ++pieces;
     size += piece.size();
     EXPECT_LT(piece.size(), 100000u);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <complex>
 #include <random>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -48,9 +47,9 @@ struct RandomFile {
 };
 
 Dense solution_in(const std::string& text, char precision) {
-  std::istringstream stream(text);
-  const auto matrix = tools::read_matrix_market(
-      stream, "solution", is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
+  tools::Input input = tools::Input::of(text, "solution");
+  const auto matrix =
+      tools::read_matrix_market(input, is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
   EXPECT_EQ(matrix.layout, tools::Layout::Array);
   EXPECT_EQ(matrix.symmetry, tools::Symmetry::General);
   EXPECT_EQ(matrix.is_complex(), !is_real(precision));

@@ -90,7 +90,7 @@ void add_describe(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("describe", "Show commands and options in JSON, for programs.")->group("");
   add_output_option(command, *file, "File for them");
   command.callback([&app, file] {
-    Output output = *file ? Output(**file) : Output();
+    Output output(*file);
     output.write(description_in_json(app));
     output.commit();
   });
@@ -104,7 +104,7 @@ std::unique_ptr<CLI::App> command_line() {
   app->set_version_flag("--version", "nuv " NUV_VERSION);
   app->require_subcommand(1);
   for (const auto add : {add_solve, add_lstsq, add_cond, add_inv, add_det, add_norm, add_residual, add_eig, add_svd,
-                         add_make, add_info, add_describe, add_help}) {
+                         add_convert, add_make, add_info, add_describe, add_help}) {
     add(*app);
   }
   app->footer(

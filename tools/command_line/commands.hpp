@@ -17,6 +17,7 @@ void add_norm(CLI::App& app);
 void add_residual(CLI::App& app);
 void add_eig(CLI::App& app);
 void add_svd(CLI::App& app);
+void add_convert(CLI::App& app);
 void add_make(CLI::App& app);
 void add_info(CLI::App& app);
 void add_describe(CLI::App& app);

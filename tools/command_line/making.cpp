@@ -46,7 +46,7 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
   add("--distribution", options.distribution, "NAME",
       "Of the values in mode 6: uniform on (0, 1), symmetric on (-1, 1) or normal (default)")
       ->check(CLI::IsMember({"uniform", "symmetric", "normal"}));
-  add("--spectrum", options.spectrum_file, "FILE", "The values: one on each line, or a Matrix Market vector")
+  add("--spectrum", options.spectrum_file, "FILE", "The values: a column or a row of numbers in any format")
       ->check(not_empty());
   add("--lower", options.lower, "KL", "Diagonals below the main one: of a band, or of a matrix with symmetry")
       ->transform(whole_number<nuv::Int>());
@@ -56,6 +56,7 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
       ->transform(whole_number<std::uint64_t>());
   add_output_option(command, options.output_file, "File for the matrix");
   add_precision_option(command, options.precision, "d, or z for hermitian");
+  add_format_option(command, options.format);
 }
 
 }  // namespace

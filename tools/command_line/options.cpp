@@ -35,9 +35,19 @@ void add_precision_option(CLI::App& command, std::optional<char>& precision, con
       ->check(CLI::IsMember({"s", "d", "c", "z"}));
 }
 
+void add_format_option(CLI::App& command, std::optional<FileFormat>& format) {
+  command
+      .add_option_function<std::string>(
+          "--format", [&format](const std::string& name) { format = format_named(name); },
+          "mtx, npy, csv or table: of the output, and of files that nothing else tells (default: by suffix, or mtx)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"mtx", "npy", "csv", "table"}));
+}
+
 void add_matrix_options(CLI::App& command, MatrixOptions& options, const std::string& about_matrix) {
   command.add_option("A", options.matrix_file, about_matrix)->required()->check(not_empty());
   add_precision_option(command, options.precision);
+  add_format_option(command, options.format);
 }
 
 void add_force_option(CLI::App& command, bool& force, const std::string& what) {

@@ -17,11 +17,16 @@
 namespace nuv::tools {
 
 inline constexpr std::string_view about_input =
-    "Files may be array or coordinate, real, complex or integer, general, symmetric, skew-symmetric or hermitian.\n"
-    "Coordinate entries given more than once are summed. ";
+    "Files may be in the Matrix Market format (.mtx: array or coordinate, real, complex or integer, with any "
+    "symmetry;\n"
+    "entries given more than once are summed), in NumPy's (.npy), or tables (.csv; .txt, .tsv and .dat: blanks "
+    "between\n"
+    "numbers), packed by gzip or not; - is standard input or output. What a file begins with, or else its suffix, "
+    "tells\n"
+    "its format; --format is for files that don't, and for the output whatever its suffix. ";
 inline constexpr std::string_view about_answer =
     "Exit status: 0 answered, 1 not answered (one line on standard error says why), 2 wrong usage.";
-inline constexpr const char* about_square = "Matrix Market file of the square matrix";
+inline constexpr const char* about_square = "File of the square matrix";
 inline constexpr const char* about_tolerance = "Share of the largest up to which others count as zero, see below";
 
 const CLI::Validator& not_empty();
@@ -48,6 +53,8 @@ void add_output_option(CLI::App& command, std::optional<std::string>& file, cons
 
 void add_precision_option(CLI::App& command, std::optional<char>& precision,
                           const std::string& default_precision = "d, or z for complex data");
+
+void add_format_option(CLI::App& command, std::optional<FileFormat>& format);
 
 /// What the commands have in common that read a matrix.
 void add_matrix_options(CLI::App& command, MatrixOptions& options, const std::string& about_matrix);

@@ -57,7 +57,7 @@ void add_det(CLI::App& app) {
 void add_norm(CLI::App& app) {
   const auto options = std::make_shared<NormOptions>();
   CLI::App& command = *app.add_subcommand("norm", "Compute norms of A.");
-  add_matrix_options(command, *options, "Matrix Market file of the matrix");
+  add_matrix_options(command, *options, "File of the matrix");
   command.add_flag("--two", options->two, "The two-norm, too, which takes the singular values");
   add_common_options(command);
   command.footer(fmt::format(
@@ -72,10 +72,11 @@ void add_residual(CLI::App& app) {
   const auto add = [&](const char* name, std::string& file, const char* about) {
     command.add_option(name, file, about)->required()->check(not_empty());
   };
-  add("A", options->matrix_file, "Matrix Market file of the matrix");
-  add("X", options->solution_file, "Matrix Market file of the solutions, one per column");
-  add("B", options->right_hand_side_file, "Matrix Market file of the right-hand sides, one per column");
+  add("A", options->matrix_file, "File of the matrix");
+  add("X", options->solution_file, "File of the solutions, one per column");
+  add("B", options->right_hand_side_file, "File of the right-hand sides, one per column");
   add_precision_option(command, options->precision);
+  add_format_option(command, options->format);
   add_common_options(command);
   command.footer(
       fmt::format("The residual is scaled so that 1 is about what rounding errors make in the precision of -p, which "

@@ -47,7 +47,7 @@ void add_solve_options(CLI::App& command, SolveOptions& options) {
 /// What the commands that solve for an X have in common.
 void add_equation_options(CLI::App& command, EquationOptions& options, const std::string& about_matrix) {
   add_matrix_options(command, options, about_matrix);
-  command.add_option("B", options.right_hand_side_file, "Matrix Market file of the right-hand sides, one per column")
+  command.add_option("B", options.right_hand_side_file, "File of the right-hand sides, one per column")
       ->required()
       ->check(not_empty());
   add_output_option(command, options.output_file, "File for X");
@@ -66,7 +66,7 @@ constexpr std::string_view about_lstsq =
     "Standard error tells sizes, rank, the largest norm of a residual and the time.\n";
 
 void add_lstsq_options(CLI::App& command, LeastSquaresOptions& options) {
-  add_equation_options(command, options, "Matrix Market file of the matrix, which must have full rank");
+  add_equation_options(command, options, "File of the matrix, which must have full rank");
   command.add_option("--rank", options.rank_tolerance, about_tolerance)->type_name("TOL");
 }
 

@@ -35,7 +35,7 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
       ->check(not_empty());
   add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
   add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
-  add("--with", options.partner_file, "B", "Matrix Market file of the second matrix of the generalised problem")
+  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")
       ->check(not_empty());
   add("--type", options.type, "TYPE", "Of the generalised problem, see below (default: 1)")->check(CLI::Range(1, 3));
   add("--method", options.method, "NAME", "qr, dc or mrrr, see below")->check(CLI::IsMember({"qr", "dc", "mrrr"}));
@@ -54,7 +54,7 @@ constexpr std::string_view about_svd =
     "error also tells how well they and the values fit.\n";
 
 void add_svd_options(CLI::App& command, SingularOptions& options) {
-  add_matrix_options(command, options, "Matrix Market file of the matrix");
+  add_matrix_options(command, options, "File of the matrix");
   add_output_option(command, options.output_file, "File for the singular values");
   const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
     return command.add_option(name, value, about)->type_name(type);
