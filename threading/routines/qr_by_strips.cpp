@@ -133,7 +133,7 @@ class Schedule {
   }
 
   bool may_go_on(Int p, Int updated) const { return !piece_[p].busy && piece_[p].updated == updated; }
-  bool may_go_on(Int p) const { return !piece_[p].busy && piece_[p].updated < std::min(factored_, division_.panels()); }
+  bool may_go_on(Int p) const { return !piece_[p].busy && piece_[p].updated < factored_; }
 
   Task strip(Int first, Int until) {
     const Int panel = piece_[first].updated;
