@@ -33,7 +33,7 @@ class Temporary : public testing::Test {
     EXPECT_EQ(pipe(ready), 0);
     const pid_t child = fork();
     if (child == 0) {
-      ::signal(signal, ignored ? SIG_IGN : SIG_DFL);
+      if (ignored) ::signal(signal, SIG_IGN);
       TemporaryFile file(target());
       const bool told = write(file.descriptor(), "1\n", 2) == 2 && write(ready[1], "!", 1) == 1;
       if (ignored) sleep(1);
