@@ -21,18 +21,19 @@ namespace {
 std::size_t largest_request = 0;
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Out of line: inlined, free would look to the compiler as if it took what another function gave.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   largest_request = std::max(largest_request, size);
   void* const memory = std::malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 
