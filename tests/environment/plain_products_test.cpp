@@ -1,8 +1,12 @@
 // Complex products are the plain formula, whatever a compiler would make of infinities by itself.
 
+#include <gtest/gtest.h>
+
+#include <cmath>
 #include <limits>
 
 #include "routines.hpp"
+#include "support/real_precisions.hpp"
 
 namespace nuv::test {
 namespace {
