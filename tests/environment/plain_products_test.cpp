@@ -22,7 +22,7 @@ TYPED_TEST(PlainProducts, InfinityTimesOneIsNotANumber) {
   constexpr R infinity = std::numeric_limits<R>::infinity();
   const T element(infinity, infinity), one(1);
   T product(0);
-  routine_call::lagtm('N', 1, 1, R(1), &element, &element, &element, &one, 1, R(0), &product, 1);
+  routine_call::lagtm('N', 1, 1, R(1), &element, &element, &element, {&one, 1}, R(0), {&product, 1});
   EXPECT_TRUE(std::isnan(product.real()) && std::isnan(product.imag())) << product;
 }
 
