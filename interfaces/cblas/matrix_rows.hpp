@@ -52,6 +52,8 @@ struct TriangleRow {
   T* elements;
   Int first, count;
 };
+template <class T>
+TriangleRow(T*, T*, Int, Int) -> TriangleRow<T>;
 
 /// Rows of a triangle of order n with no more than k elements beside the diagonal, which diagonal_of(i) finds.
 template <class T, class DiagonalOf>
