@@ -1,7 +1,7 @@
 #include "norm.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <limits>
 #include <string_view>

@@ -13,6 +13,7 @@
 #include <string.h>
 
 #include <nuv/nuv.h>
+#include <nuv/nuv_services.h>
 
 /* Sizes are computed in double precision, which holds every number of elements that any memory has, and overflows
  * nowhere. */

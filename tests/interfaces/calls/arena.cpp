@@ -1,6 +1,7 @@
 #include "interfaces/calls/arena.hpp"
 
 #include <gtest/gtest.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -4,6 +4,7 @@
 #include <limits.h>
 #include <math.h>
 #include <nuv/nuv.h>
+#include <nuv/nuv_services.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
