@@ -29,7 +29,10 @@ DenseMatrix<T> to_dense(MatrixMarket file) {
     if (is_whole(file)) return {file.rows, file.columns, std::move(file.values)};
   }
   DenseMatrix<T> a(file.rows, file.columns);
-  for_each_element(file, [&](Int i, Int j, std::complex<double> value) { a(i, j) += narrowed<T>(value); });
+  const bool has_sums = file.layout == Layout::Coordinate;
+  for_each_element(file, [&](Int i, Int j, std::complex<double> value) {
+    a(i, j) = has_sums ? a(i, j) + narrowed<T>(value) : narrowed<T>(value);
+  });
   require_finite_sums(a.elements, file.file);
   return a;
 }

@@ -1,6 +1,7 @@
 #include "solvers/recording_layer.hpp"
 
 #include <dlfcn.h>
+#include <nuv/nuv_lapack.h>
 #include <nuv/nuv_services.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // Factorisations that are refused the memory for their schedule go by the serial body: the same bits, in more time.
 
 #include <gtest/gtest.h>
+#include <nuv/nuv_services.h>
 
 #include <vector>
 

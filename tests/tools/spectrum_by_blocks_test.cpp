@@ -9,11 +9,11 @@
 #include <cmath>
 #include <concepts>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "nuv_command.hpp"
+#include "tools/input.hpp"
 #include "tools/matrix_market.hpp"
 #include "tools/precision.hpp"
 #include "tools/routines.hpp"
@@ -117,8 +117,8 @@ void expect_command_to_follow_the_routine() {
       SCOPED_TRACE(testing::Message() << name << ", mode " << mode << ", precision " << letter);
       const ChildResult made = run_nuv(folder, {"make", name, "6", "-p", letter, "--mode", std::to_string(mode)});
       ASSERT_TRUE(made.succeeded()) << to_string(made);
-      std::istringstream stream(made.output);
-      const auto a = to_dense<T>(read_matrix_market(stream, "made", is_single ? Precision::Single : Precision::Double));
+      Input written = Input::of(made.output, "made");
+      const auto a = to_dense<T>(read_matrix_market(written, is_single ? Precision::Single : Precision::Double));
       EXPECT_LT(difference(a, by_routine<T>(symmetry, std::vector<Real<T>>(6), 6, 6, words_for_1, mode)), 10);
     }
   }
