@@ -145,8 +145,7 @@ void convert_in(MatrixMarket file, const ConvertOptions& options, Stopwatch& sto
   output.commit();
   stopwatch.end("write");
   const std::string what = form.layout == Layout::Array ? "elements" : "nonzeros";
-  report
-      .line("written", fmt::format("{} {}, {}, {}", count, what, name_of(form.symmetry), precision_words<T>()))
+  report.line("written", fmt::format("{} {}, {}, {}", count, what, name_of(form.symmetry), precision_words<T>()))
       .fact("written/" + what, std::int64_t(count))
       .fact("written/symmetry", std::string(name_of(form.symmetry)))
       .fact("written/precision", std::string(1, precision_letter<T>))
