@@ -144,11 +144,14 @@ void convert_in(MatrixMarket file, const ConvertOptions& options, Stopwatch& sto
   }
   output.commit();
   stopwatch.end("write");
-  const std::string what = form.layout == Layout::Array ? "elements" : "nonzeros";
-  report.line("written", fmt::format("{} {}, {}, {}", count, what, name_of(form.symmetry), precision_words<T>()))
-      .fact("written/" + what, std::int64_t(count))
-      .fact("written/symmetry", std::string(name_of(form.symmetry)))
-      .fact("written/precision", std::string(1, precision_letter<T>))
+  const bool is_array = form.layout == Layout::Array;
+  report
+      .line("written", fmt::format("{} {}, {}, {}", count, is_array ? "elements" : "nonzeros", name_of(form.symmetry),
+                                   precision_words<T>()))
+      .fact("written", static_cast<std::int64_t>(count))
+      .fact("layout", is_array ? "array" : "coordinate")
+      .fact("symmetry", std::string(name_of(form.symmetry)))
+      .fact("precision", std::string(1, static_cast<char>(std::tolower(precision_letter<T>))))
       .times(stopwatch)
       .show_beside(options.output_file);
 }

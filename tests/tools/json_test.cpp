@@ -86,6 +86,8 @@ TEST_F(JsonReport, KeysOfEachCommand) {
   EXPECT_EQ(keys_of(report({"make", "general", "3", "-o", "made.mtx"})),
             (Keys{"command", "kind", "matrix", "spectrum", "precision", "seed", "layout", "written", "made_again_by",
                   "time", "threads"}));
+  EXPECT_EQ(keys_of(report({"convert", "A.mtx", "A.npy"})),
+            (Keys{"command", "matrix", "written", "layout", "symmetry", "precision", "time", "threads"}));
   EXPECT_EQ(keys_of(report({"info"})), (Keys{"command", "solver_library", "kernel_library", "thread_layer", "processor",
                                              "instruction_set", "tier", "configuration", "threads"}));
 }

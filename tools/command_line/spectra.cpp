@@ -35,8 +35,7 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
       ->check(not_empty());
   add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
   add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
-  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")
-      ->check(not_empty());
+  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());
   add("--type", options.type, "TYPE", "Of the generalised problem, see below (default: 1)")->check(CLI::Range(1, 3));
   add("--method", options.method, "NAME", "qr, dc or mrrr, see below")->check(CLI::IsMember({"qr", "dc", "mrrr"}));
   add("--plot", options.plot_file, "FILE", "SVG file for a picture of the eigenvalues, by gnuplot")->check(not_empty());
