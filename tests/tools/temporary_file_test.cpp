@@ -18,6 +18,11 @@ namespace fs = std::filesystem;
 
 class Temporary : public testing::Test {
  protected:
+  /// A shell has some ignored by what it runs in the background.
+  static void SetUpTestSuite() {
+    for (const int signal : {SIGINT, SIGQUIT}) ::signal(signal, SIG_DFL);
+  }
+
   Temporary() {
     std::string name = (fs::temp_directory_path() / "nuv-test-XXXXXX").string();
     folder = mkdtemp(name.data());
