@@ -185,6 +185,11 @@ TEST(Npy, RefusesNumbersByTheirPlace) {
   };
   EXPECT_EQ(in_single(1e39), "test.npy: element (1, 2) overflows single precision: 1e+39");
   EXPECT_EQ(in_single(-1e-60), "test.npy: element (1, 2) underflows single precision: -1e-60");
+
+  std::vector<double> many(200001, 1.);  // more than are converted at once
+  many.back() = 1e39;
+  EXPECT_EQ(message(head("<f8", true, "(200001,)") + bytes_of(many), Precision::Single),
+            "test.npy: element (200001, 1) overflows single precision: 1e+39");
 }
 
 template <class T>
