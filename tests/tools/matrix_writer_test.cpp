@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <complex>
 #include <string>
+#include <string_view>
 
 namespace nuv::tools {
 namespace {
@@ -61,6 +63,13 @@ TEST(MatrixWriter, KeepsTheOrderOfLongTables) {
     for (Int j = 1; j <= order; ++j) table += std::to_string(lower(i, j)) + (j < order ? "," : "\n");
   }
   EXPECT_EQ(written(matrix_with(Symmetry::General), FileFormat::Csv), table);
+}
+
+TEST(MatrixWriter, KeepsTheSignOfImaginaryParts) {
+  const DenseMatrix<std::complex<double>> a(1, 4, {{1, 2}, {1, -2}, {1, 0.}, {1, -0.}});
+  std::string text;
+  write_matrix(a, FileFormat::Csv, [&](std::string_view more) { text += more; });
+  EXPECT_EQ(text, "1+2i,1-2i,1+0i,1-0i\n");
 }
 
 TEST(MatrixWriter, WritesLinesWithoutElements) {

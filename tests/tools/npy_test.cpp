@@ -152,7 +152,9 @@ TEST(Npy, RefusesWhatIsNoMatrixOfNumbers) {
 
 TEST(Npy, RefusesDamagedHeaders) {
   for (const std::string dictionary :
-       {"", "{", "{}", "[]", "{'descr': '<f8'}", "{'descr': '<f8', 'fortran_order': False, 'shape': (1,), 'more': 1}",
+       {"", "{", "{}", "[]", "{'descr': '<f8', 'fortran_order': False}", "{'descr': '<f8', 'shape': (1,)}",
+        "{'fortran_order': False, 'shape': (1,)}", "{'shape': (1,), 'fortran_order': False, 'shape': (1,)}",
+        "{'descr': '<f8', 'fortran_order': False, 'shape': (1,), 'more': 1}",
         "{'descr': '<f8', 'fortran_order': Maybe, 'shape': (1,)}",
         "{'descr': '<f8', 'fortran_order': True, 'shape': 1}",
         "{'descr': '<f8', 'fortran_order': True, 'shape': (-1,)}", "{'descr: <f8}",
