@@ -57,10 +57,14 @@ def routine_interface(routine, precision, name, exported, with_lengths):
     return interface(routine.meaning, name, exported, arguments, value)
 
 
+def short_name(routine, precision):
+    return "nuv_" + routine.pattern.replace("?", precision)
+
+
 def short_interface(routine, precision, exported):
     """A length that matters, that of a text, stays, and with it those of other characters."""
     has_text = any(a.type == "text" for a in routine.arguments)
-    return routine_interface(routine, precision, "nuv_" + routine.pattern.replace("?", precision), exported, has_text)
+    return routine_interface(routine, precision, short_name(routine, precision), exported, has_text)
 
 
 def service_argument(text):

@@ -58,8 +58,4 @@ char precision_for(std::optional<char> precision, std::initializer_list<const Ma
   return letter;
 }
 
-std::string words_of(const MatrixMarket& file) {
-  return fmt::format("{} by {}, {}", file.rows, file.columns, shown(file.file));
-}
-
 }  // namespace nuv::tools

@@ -34,7 +34,4 @@ void require_square(const MatrixMarket& file, std::string_view what);
 /// The letter of the precision to work in. Throws FileError where it is real and a file is not.
 char precision_for(std::optional<char> precision, std::initializer_list<const MatrixMarket*> files);
 
-/// A matrix in an account.
-std::string words_of(const MatrixMarket& file);
-
 }  // namespace nuv::tools

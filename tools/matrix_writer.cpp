@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "npy.hpp"
+#include "parallel.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -14,21 +19,63 @@ namespace {
 constexpr std::size_t piece = 32768;
 constexpr std::size_t longest_number = 32;
 
+/// Hands on the text of the elements of lines 1 to `lines`, of line l those from first(l) to `length`, in this order.
+/// append(text, line, k) adds an element. Pieces are put into text side by side, since that takes longer than to write
+/// it.
+template <class First, class Append>
+void write_side_by_side(Int lines, Int length, const TextSink& sink, First first, Append append) {
+  constexpr int at_once = 1 << 14;
+  struct Place {
+    std::int64_t line, k;
+  };
+  const auto walk = [&](Place& place, auto visit) {
+    for (int left = at_once; left > 0 && place.line <= lines;) {
+      if (place.k <= length) {
+        visit(static_cast<Int>(place.line), static_cast<Int>(place.k++));
+        --left;
+      } else {
+        place = {place.line + 1, first(place.line + 1)};
+      }
+    }
+  };
+
+  std::vector<Place> starts(processors());
+  std::vector<std::string> texts(starts.size());
+  for (Place place{1, first(1)}; place.line <= lines;) {
+    std::size_t count = 0;
+    for (; count < starts.size() && place.line <= lines; ++count) {
+      starts[count] = place;
+      walk(place, [](Int, Int) {});
+    }
+    run_side_by_side(count, [&](std::size_t number) {
+      std::string& whole = texts[number];
+      whole.clear();
+      const TextSink collect = [&](std::string_view more) { whole += more; };
+      NumberText text(collect);
+      walk(starts[number], [&](Int line, Int k) { append(text, line, k); });
+      text.flush();
+    });
+    for (std::size_t number = 0; number < count; ++number) sink(texts[number]);
+  }
+}
+
 template <Scalar T>
 void write_matrix_market(const DenseMatrix<T>& a, const TextSink& sink, const WrittenForm& form) {
   const bool is_array = form.layout == Layout::Array;
-  NumberText text(sink);
-  append_banner(text, form, ComplexScalar<T>, a.rows, a.columns,
+  NumberText banner(sink);
+  append_banner(banner, form, ComplexScalar<T>, a.rows, a.columns,
                 is_array ? 0 : count_stored(a, form.symmetry).nonzeros);
-  for_each_stored(a, form.symmetry, [&](Int i, Int j, T value) {
-    if (is_array) {
-      text.append(value);
-      text.append("\n");
-    } else if (value != T(0)) {
-      append_entry(text, i, j, value);
-    }
-  });
-  text.flush();
+  banner.flush();
+  write_side_by_side(
+      a.columns, a.rows, sink, [&](std::int64_t j) { return first_stored_row(form.symmetry, j); },
+      [&](NumberText& text, Int j, Int i) {
+        if (is_array) {
+          text.append(a(i, j));
+          text.append("\n");
+        } else if (a(i, j) != T(0)) {
+          append_entry(text, i, j, a(i, j));
+        }
+      });
 }
 
 template <Scalar T>
@@ -45,14 +92,12 @@ void append_cell(NumberText& text, T value) {
 
 template <Scalar T>
 void write_table(const DenseMatrix<T>& a, const TextSink& sink, std::string_view separator) {
-  NumberText text(sink);
-  for (Int i = 1; i <= a.rows; ++i) {
-    for (Int j = 1; j <= a.columns; ++j) {
-      append_cell(text, a(i, j));
-      text.append(j < a.columns ? separator : "\n");
-    }
-  }
-  text.flush();
+  write_side_by_side(
+      a.rows, a.columns, sink, [](std::int64_t) { return 1; },
+      [&](NumberText& text, Int i, Int j) {
+        append_cell(text, a(i, j));
+        text.append(j < a.columns ? separator : "\n");
+      });
 }
 
 template <Scalar T>

@@ -40,21 +40,21 @@ class HeaderParser {
   HeaderParser(std::string_view text, const std::string& file) : rest_(text), file_(file) {}
 
   Header parse() {
-    Header header;
-    int found = 0;
+    std::optional<std::string> element;
+    std::optional<bool> by_columns;
+    std::optional<std::vector<std::int64_t>> shape;
     expect('{');
     while (!take('}')) {
       const std::string key = quoted();
       expect(':');
-      if (key == "descr") header.type = type();
-      else if (key == "fortran_order") header.by_columns = boolean();
-      else if (key == "shape") header.shape = tuple();
+      if (key == "descr") element = type();
+      else if (key == "fortran_order") by_columns = boolean();
+      else if (key == "shape") shape = tuple();
       else fail();
-      ++found;
       if (!take(',') && !next_is('}')) fail();
     }
-    if (found != 3) fail();
-    return header;
+    if (!element || !by_columns || !shape) fail();
+    return {*element, *by_columns, *shape};
   }
 
  private:

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <functional>
+#include <future>
 #include <limits>
 #include <new>
+#include <optional>
+#include <utility>
 
 #include "routines.hpp"
 
@@ -124,6 +128,29 @@ class ReflectorBlock {
   std::vector<T> tau_, drawn_, work_;
 };
 
+Int first_of_block(Int last) {
+  return std::max(1, last - block_width + 1);
+}
+
+/// The reflectors on both sides of a matrix, or those on its left, where they are the same.
+template <Scalar T>
+struct Blocks {
+  Blocks(Sides sides, const DenseMatrix<T>& a)
+      : left(a.rows), right(sides == Sides::Independent ? std::optional<ReflectorBlock<T>>(a.columns) : std::nullopt) {}
+
+  void draw(Int first, Int last, const DenseMatrix<T>& a, std::array<Int, 4>& iseed) {
+    left.begin();
+    if (right) right->begin();
+    for (Int i = last; i >= first; --i) {
+      left.draw(i - first + 1, a.rows - i + 1, iseed);
+      if (right) right->draw(i - first + 1, a.columns - i + 1, iseed);
+    }
+  }
+
+  ReflectorBlock<T> left;
+  std::optional<ReflectorBlock<T>> right;
+};
+
 /// The work for the reflectors from number `first` on, in some unit.
 double work_from(Int first, Int count, Int rows, Int columns) {
   double work = 0;
@@ -159,23 +186,25 @@ void fill_with_spectrum(Sides sides, const std::vector<Real<T>>& d, std::array<I
   // same, and its last would be the identity.
   const Int count = static_cast<Int>(d.size()) - (independent ? 0 : 1);
   const double all_work = work_from(1, count, a.rows, a.columns);
-  ReflectorBlock<T> left(a.rows), right(independent ? a.columns : 0);
+  Blocks<T> blocks(sides, a), following(sides, a);
+  const auto draw = [&](Blocks<T>& drawn, Int last) { drawn.draw(first_of_block(last), last, a, iseed); };
+  draw(blocks, count);
   for (Int last = count; last >= 1; last -= block_width) {
-    const Int first = std::max(1, last - block_width + 1);
-    left.begin();
-    right.begin();
-    for (Int i = last; i >= first; --i) {
-      left.draw(i - first + 1, a.rows - i + 1, iseed);
-      if (independent) right.draw(i - first + 1, a.columns - i + 1, iseed);
+    const Int first = first_of_block(last), width = last - first + 1;
+    // Random numbers take a tenth of the time, on one thread: those of the next block are drawn meanwhile.
+    std::future<void> drawing;
+    if (first > 1) {
+      drawing = std::async(std::launch::async | std::launch::deferred, draw, std::ref(following), first - 1);
     }
-    const Int width = last - first + 1;
     if (independent) {
-      left.apply('L', width, a, first);
-      right.apply('R', width, a, first);
+      blocks.left.apply('L', width, a, first);
+      blocks.right->apply('R', width, a, first);
     } else {
-      left.apply_on_both_sides(sides, width, a, first);
+      blocks.left.apply_on_both_sides(sides, width, a, first);
     }
     tell(work_from(first, count, a.rows, a.columns) / all_work);
+    if (drawing.valid()) drawing.get();
+    std::swap(blocks, following);
   }
   if (!independent) mirror_lower_triangle(sides, a);
 }

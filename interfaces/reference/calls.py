@@ -4,6 +4,7 @@ from c_interface import by_value_name
 from c_interface import parameter as c_parameter
 from c_interface import result_type as c_result
 from cxx_interface import arguments_without_workspace, is_offered, tells_precision
+from fortran_module import short_name
 from signatures import c_prototype, c_type, cxx_type, wrap
 
 WIDTH = 84
@@ -41,8 +42,22 @@ def cxx(routine, precision):
     return wrap(f"{value}nuv::{name}{template}(", names, ");", limit=WIDTH)
 
 
-def fortran(routine, precision, name):
-    names = [a.name for a in routine.arguments]
+def fortran_by_module(routine, precision, exported):
+    """(name, arguments behind the others) by which the module has a routine that has no published name."""
+    if is_offered(routine):
+        return short_name(routine, precision), []
+    return exported, ["1" for a in routine.arguments if a.has_hidden_length]
+
+
+def fortran(variant):
+    """A call by the published name, which libnuv.so has and which needs nothing else; by the module where there is none."""
+    routine = variant.routine
+    precision, name, exported = variant.principal
+    lines, lengths = [], []
+    if name not in variant.published:
+        name, lengths = fortran_by_module(routine, precision, exported)
+        lines = ["use nuv_lapack"]
+    names = [a.name for a in routine.arguments] + lengths
     head = f"call {name}(" if routine.result == "void" else f"value = {name}("
     call = wrap(head, names, ")", limit=WIDTH - 2).replace("\n", " &\n")
     declarations = {}
@@ -54,5 +69,5 @@ def fortran(routine, precision, name):
         declarations.setdefault(kind, []).append(f"{a.name}(*)" if a.pointer and a.type != "text" else a.name)
     if routine.result != "void":
         declarations.setdefault(FORTRAN_NAMES[c_type(routine.result, precision)], []).append(name)
-    lines = [wrap(f"{kind} :: ", names, "", limit=WIDTH - 2).replace("\n", " &\n") for kind, names in declarations.items()]
+    lines += [wrap(f"{kind} :: ", names, "", limit=WIDTH - 2).replace("\n", " &\n") for kind, names in declarations.items()]
     return "\n".join(lines + [call])

@@ -70,7 +70,7 @@ class Site:
         return '<dl class="arguments">' + "\n".join(rows) + "</dl>"
 
     def variant(self, page, variant):
-        precision, name, exported = variant.principal
+        precision, _, exported = variant.principal
         heading = ", ".join(n for _, n, _ in variant.members)
         out = []
         if len(page.variants) > 1:
@@ -84,7 +84,7 @@ class Site:
             out.append(f"<h3>C</h3><pre>{escape(calls.c_by_value(variant.routine, precision))}</pre>")
         out.append("<h3>C, by the Fortran convention, as all libraries export it</h3>"
                    f"<pre>{escape(calls.c_by_reference(variant.routine, precision, exported))}</pre>")
-        out.append(f"<h3>Fortran</h3><pre>{escape(calls.fortran(variant.routine, precision, name))}</pre>")
+        out.append(f"<h3>Fortran</h3><pre>{escape(calls.fortran(variant))}</pre>")
         out.append(f"<{sub}>Arguments</{sub}>")
         out.append(self.arguments(page, variant))
         if variant.workspaces:

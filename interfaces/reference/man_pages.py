@@ -40,13 +40,13 @@ def item(head, text):
 
 
 def synopsis(variant):
-    precision, name, exported = variant.principal
+    precision, _, exported = variant.principal
     out = [".PP", escape(", ".join(n for _, n, _ in variant.members))]
     if calls.has_simple_call(variant.routine):
         out += verbatim(calls.cxx(variant.routine, precision))
         out += verbatim(calls.c_by_value(variant.routine, precision))
     out += verbatim(calls.c_by_reference(variant.routine, precision, exported))
-    out += verbatim(calls.fortran(variant.routine, precision, name))
+    out += verbatim(calls.fortran(variant))
     return out
 
 

@@ -43,6 +43,7 @@ class Variant:
     members: list  # (precision, name without prefix, exported name)
     rows: list
     workspaces: list  # (name, size in words)
+    published: set  # the members' names that libnuv.so has, too
 
     @property
     def principal(self):
@@ -75,8 +76,9 @@ class Page:
 
 
 def read_catalogue(folder):
-    """([(topic, routines)], services): a topic is what the comment at the top of a file of the catalogue says."""
-    topics, services = [], []
+    """([(topic, routines)], services, published names): a topic is what the comment at the top of a file of the catalogue
+    says."""
+    topics, services, published = [], [], set()
     for file in sorted(folder.glob("*.cat")):
         text = file.read_text()
         catalogue = parse(text, file.name)
@@ -84,7 +86,8 @@ def read_catalogue(folder):
         topic = " ".join(line.lstrip("# ") for line in comment.group(0).splitlines()) if comment else file.stem
         topics.append((topic, catalogue.routines))
         services += catalogue.services
-    return topics, services
+        published |= {p.name for p in catalogue.published}
+    return topics, services, published
 
 
 def page_name(routine):
@@ -111,7 +114,7 @@ def size_in_words(argument):
                   workspace.text) + " elements"
 
 
-def variant(routine, descriptions):
+def variant(routine, descriptions, published):
     precision = routine.precisions[-1] if is_complex(routine) else next(
         (p for p in routine.precisions if p == "d"), routine.precisions[0])
     rows = []
@@ -121,7 +124,7 @@ def variant(routine, descriptions):
         rows.append(Row(a.name, kind, direction(a, text or ""), text or "", origin))
     members = [(p, routine.pattern.replace("?", p), exported) for p, exported in exported_names(routine)]
     workspaces = [(a.name, size_in_words(a)) for a in routine.scratch]
-    return Variant(routine, members, rows, workspaces)
+    return Variant(routine, members, rows, workspaces, published.intersection(name for _, name, _ in members))
 
 
 def join_paragraphs(comments):
@@ -129,7 +132,7 @@ def join_paragraphs(comments):
 
 
 def make_pages(root):
-    topics, services = read_catalogue(root / "catalogue")
+    topics, services, published = read_catalogue(root / "catalogue")
     descriptions = Descriptions(root, [r for _, routines in topics for r in routines])
     pages = {}
     of_family = defaultdict(list)
@@ -140,7 +143,7 @@ def make_pages(root):
                 area = next(part for part in reversed(routine.family.split("/")) if part in AREAS)
                 pages[name] = Page(name, area, topic, routine.meaning, routine.family)
             page = pages[name]
-            page.variants.append(variant(routine, descriptions))
+            page.variants.append(variant(routine, descriptions, published))
             page.prose = list(dict.fromkeys(page.prose + join_paragraphs(descriptions.own_comments(routine))))
             page.family_prose = page.family_prose or descriptions.family_comment(routine).prose
             page.sources = list(dict.fromkeys(page.sources + descriptions.sources(routine)))

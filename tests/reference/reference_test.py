@@ -17,9 +17,12 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "interfaces" / "reference"))
-import generate  # noqa: E402
+import generate  # noqa: E402, which knows where the others are
+import calls  # noqa: E402
 from completion import bash_completion  # noqa: E402
 from descriptions import Descriptions, papers, parse_comment  # noqa: E402
+from entries import Catalogue  # noqa: E402
+from fortran_module import emit_module  # noqa: E402
 from man_pages import document_page, escape  # noqa: E402
 from pages import make_pages, read_catalogue  # noqa: E402
 from paragraphs import of_comment, of_markdown  # noqa: E402
@@ -91,7 +94,7 @@ class Comments(unittest.TestCase):
 
 class Routines(unittest.TestCase):
     def test_every_routine_has_a_page_and_a_comment(self):
-        topics, _ = read_catalogue(ROOT / "catalogue")
+        topics, _, _ = read_catalogue(ROOT / "catalogue")
         routines = [r for _, of_topic in topics for r in of_topic]
         descriptions = Descriptions(ROOT, routines)
         html = {Path(name).stem for name in all_files() if name.startswith("html/routines/")}
@@ -136,6 +139,24 @@ class Routines(unittest.TestCase):
                      "void nuv_lapack_dgetri(", "call dgetri(n, a, lda, ipiv, work, lwork, info)", "lwork = -1",
                      '<a href="getrs.html">'):
             self.assertIn(text, page)
+
+    def test_fortran_calls_are_of_names_that_there_are(self):
+        """A published name, which libnuv.so has; without one, what the module declares."""
+        module = emit_module(Catalogue(routines=[r for _, of_topic in read_catalogue(ROOT / "catalogue")[0] for r in of_topic]))
+        declared = {name: len(names.replace("&", "").split(","))
+                    for name, names in re.findall(r"(?:subroutine|function) (\w+)\(([^)]*)\) bind", module)}
+        _, _, published = read_catalogue(ROOT / "catalogue")
+        self.assertIn("dgesv", published)
+        for page in pages().values():
+            for variant in page.variants:
+                call = calls.fortran(variant).replace("&", "")
+                name, names = re.search(r"(?:call|value =) (\w+)\(([^)]*)\)$", call).groups()
+                with self.subTest(name=name):
+                    self.assertEqual("use nuv_lapack" in call, name not in published)
+                    if name not in published:
+                        self.assertEqual(len(names.split(",")), declared[name])
+        for name, text in (("gesv", "call dgesv(n"), ("syrdb", "call nuv_dsyrdb(jobz"), ("rot2", "call nuv_blas_drot2(")):
+            self.assertIn(text, all_files()[f"html/routines/{name}.html"])
 
     def test_speed_where_it_was_measured(self):
         with tempfile.TemporaryDirectory() as folder:

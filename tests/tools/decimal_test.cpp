@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -60,11 +61,14 @@ TEST(Decimal, RoundsAsTheLibraryDoesNearTheMiddleOfTwoNumbers) {
   std::mt19937_64 engine(8);
   std::uniform_real_distribution<double> uniform(-2, 2);
   for (int k = 0; k < 3000; ++k) {
-    const double x = uniform(engine), next_double = std::nextafter(x, 9.);
-    const float y = static_cast<float>(x), next_float = std::nextafter(y, 9.f);
+    // At ordinary magnitudes, among the numbers of fewer bits at the lower end of the range, and at the upper end.
+    const double unit = uniform(engine), x = std::ldexp(unit, std::array{0, -1022, 1022}[k % 3]);
+    const double next_double = std::nextafter(x, 9e307);
+    const float y = static_cast<float>(std::ldexp(unit, std::array{0, -126, 126}[k % 3]));
+    const float next_float = std::nextafter(y, 9e37f);
     for (const int digits : {16, 17, 18, 19, 20, 60}) {
       expect_as_library(printed("%.*Le", (static_cast<long double>(x) + next_double) / 2, digits));
-      expect_as_library(printed("%.*Lf", (static_cast<long double>(y) + next_float) / 2, digits));
+      expect_as_library(printed("%.*Le", (static_cast<long double>(y) + next_float) / 2, digits));
     }
   }
 }
@@ -110,10 +114,24 @@ TEST(Decimal, StopsBehindTheNumber) {
   EXPECT_EQ(length("12345678x"), 8);
   EXPECT_EQ(length("1234567812345678/"), 16);
   EXPECT_EQ(length("1.5:2"), 3);
+  // The characters on either side of the digits, at each place of the eight that are looked at together.
+  for (const char other : {'/', ':'}) {
+    for (int k = 1; k < 8; ++k) {
+      std::string text = "12345678";
+      text[static_cast<std::size_t>(k)] = other;
+      EXPECT_EQ(length(text), k) << text;
+    }
+  }
   EXPECT_EQ(length("-1d-3 4"), 5);
   EXPECT_EQ(length("1e5.5"), 3);
   for (const char* none : {"", "+", ".", "-.", "e5", "1e", "1e+", "1d-", "--1", "x"})
     EXPECT_EQ(length(none), -1) << none;
+}
+
+TEST(Decimal, RoundsFortransExponentsWhereTheLibraryDoes) {
+  for (const std::string text : {"1.7976931348623157d308\n       ", "1.7976931348623157D308\n       "}) {
+    EXPECT_EQ(rounded(scanned(text), Precision::Double), std::numeric_limits<double>::max()) << text;
+  }
 }
 
 TEST(Decimal, TellsZeroFromWhatBecameZero) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -101,6 +102,24 @@ TEST_F(FileFormats, GoThroughStandardInputAndOutput) {
       run_script("\"$0\" solve A.csv - <b.csv -o - --format table 2>account; grep right account");
   EXPECT_EQ(solved.output, "1\n0.25\nright-hand sides   1, standard input\n");
   EXPECT_EQ(run_script("gzip -c A.csv | \"$0\" convert - -  --format table").output, "2 0\n0 4\n");
+  convert("A.csv", "A.mtx");
+  EXPECT_EQ(run_script("gzip -c A.mtx | \"$0\" convert - -  --format table").output, "2 0\n0 4\n");
+}
+
+// More than is packed, or unpacked, at a time; random bytes don't become fewer.
+TEST_F(FileFormats, PackLongFilesAndThoseWithoutAByte) {
+  ASSERT_TRUE(run_nuv(folder, {"make", "general", "300", "-o", "A.npy"}).succeeded());
+  convert("A.npy", "B.npy.gz");
+  EXPECT_EQ(run_script("gzip -dc B.npy.gz | cmp - A.npy && echo same").output, "same\n");
+  convert("B.npy.gz", "C.npy");
+  EXPECT_EQ(folder.read("C.npy"), folder.read("A.npy"));
+  EXPECT_EQ(run_script("gzip -dc B.npy.gz | split -b 100000 - part; for p in part*; do gzip $p; done; "
+                       "cat part*.gz | \"$0\" convert - D.npy && cmp D.npy A.npy && echo same")
+                .output,
+            "same\n");
+  folder.write("none.csv", "# no rows\n");
+  expect_converted("none.csv", "x.csv", {}, "");
+  EXPECT_TRUE(std::filesystem::exists(folder / "x.csv"));
 }
 
 TEST_F(FileFormats, NameStandardInputInMessages) {

@@ -234,6 +234,31 @@ TEST_F(LongFile, IsReadInItsOrder) {
     ASSERT_EQ(matrix.values[static_cast<std::size_t>(k - 1)], std::stod(std::to_string(k) + ".0000001"));
 }
 
+TEST_F(LongFile, IsReadInItsOrderInCoordinates) {
+  std::string text = "%%MatrixMarket matrix coordinate real general\n" + std::to_string(rows) + " 9 600000\n";
+  for (int k = 1; k <= rows; ++k) {
+    text += std::to_string(k) + " " + std::to_string(k % 9 + 1) + " " + std::to_string(-k) + "\n";
+  }
+  const MatrixMarket matrix = read(text);
+  ASSERT_EQ(matrix.stored(), static_cast<std::size_t>(rows));
+  ASSERT_EQ(matrix.row_of.size(), matrix.stored());
+  ASSERT_EQ(matrix.column_of.size(), matrix.stored());
+  int k = 0;
+  for_each_stored(matrix, [&](Int i, Int j, std::complex<double> value) {
+    ++k;
+    ASSERT_TRUE(i == k && j == k % 9 + 1 && value == double(-k)) << k;
+  });
+}
+
+// Comments fill blocks before the line of the sizes.
+TEST_F(LongFile, MayBeginWithManyComments) {
+  std::string text = "%%MatrixMarket matrix array real general\n";
+  for (int k = 0; k < 10000; ++k) text += "%" + std::string(999, 'x') + "\n";
+  const MatrixMarket matrix = read(text + "1 2\n5\n6\n");
+  EXPECT_EQ(matrix.size_line, 10002u);
+  EXPECT_EQ(matrix.values, (std::vector<double>{5, 6}));
+}
+
 TEST_F(LongFile, IsRefusedWithTheLine) {
   EXPECT_EQ(message(text(250000, "x")), "test.mtx:250003: expected a number, found 'x'");
   EXPECT_EQ(message(text(599999, "nan")), "test.mtx:600003: 'nan' is not a finite number");

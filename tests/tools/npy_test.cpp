@@ -152,7 +152,9 @@ TEST(Npy, RefusesWhatIsNoMatrixOfNumbers) {
 
 TEST(Npy, RefusesDamagedHeaders) {
   for (const std::string dictionary :
-       {"", "{", "{}", "[]", "{'descr': '<f8'}", "{'descr': '<f8', 'fortran_order': False, 'shape': (1,), 'more': 1}",
+       {"", "{", "{}", "[]", "{'descr': '<f8', 'fortran_order': False}", "{'descr': '<f8', 'shape': (1,)}",
+        "{'fortran_order': False, 'shape': (1,)}", "{'shape': (1,), 'fortran_order': False, 'shape': (1,)}",
+        "{'descr': '<f8', 'fortran_order': False, 'shape': (1,), 'more': 1}",
         "{'descr': '<f8', 'fortran_order': Maybe, 'shape': (1,)}",
         "{'descr': '<f8', 'fortran_order': True, 'shape': 1}",
         "{'descr': '<f8', 'fortran_order': True, 'shape': (-1,)}", "{'descr: <f8}",
@@ -185,6 +187,11 @@ TEST(Npy, RefusesNumbersByTheirPlace) {
   };
   EXPECT_EQ(in_single(1e39), "test.npy: element (1, 2) overflows single precision: 1e+39");
   EXPECT_EQ(in_single(-1e-60), "test.npy: element (1, 2) underflows single precision: -1e-60");
+
+  std::vector<double> many(200001, 1.);  // more than are converted at once
+  many.back() = 1e39;
+  EXPECT_EQ(message(head("<f8", true, "(200001,)") + bytes_of(many), Precision::Single),
+            "test.npy: element (200001, 1) overflows single precision: 1e+39");
 }
 
 template <class T>

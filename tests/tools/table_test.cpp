@@ -68,25 +68,42 @@ TEST(Table, ReadsComplexNumbers) {
   EXPECT_EQ(matrix.rows, 3);
   EXPECT_EQ(matrix.values, (std::vector<double>{1, 0, 3, -4, 6, 0, 2, 0, 0, 0.5, 7, 8.5}));
   EXPECT_EQ(read("1+2i 3\n").values, (std::vector<double>{1, 2, 3, 0}));
+  EXPECT_EQ(read("1+2i,3\n4,5-6i\n").values, (std::vector<double>{1, 2, 4, 0, 3, 0, 5, -6}));
+  EXPECT_EQ(read("(1),(2)\n").values, (std::vector<double>{1, 0, 2, 0}));
   EXPECT_EQ(read("x\n(1-2d0i)\n").values, (std::vector<double>{1, -2}));
 }
 
-// Pieces are parsed side by side, and the complex ones need not be among the first.
+// Pieces are parsed side by side; the complex ones need be neither the first nor one behind another.
 TEST(Table, ReadsLongTablesInTheirOrder) {
   const int rows = 200000;
+  const auto is_complex = [](int row) { return row == rows / 2 || row == rows - 5; };
   std::string text;
   for (int k = 1; k <= rows; ++k) {
-    text += std::to_string(k) + ", " + std::to_string(-k) + (k == rows - 5 ? "+1i" : "") + ",         0.5\n";
+    text += std::to_string(k) + ", " + std::to_string(-k) + (is_complex(k) ? "+1i" : "") + ",         0.5\n";
   }
   const MatrixMarket matrix = read(text);
   ASSERT_EQ(matrix.rows, rows);
   ASSERT_EQ(matrix.columns, 3);
-  EXPECT_EQ(matrix.field_line, static_cast<std::size_t>(rows - 5));
+  EXPECT_EQ(matrix.field_line, static_cast<std::size_t>(rows / 2));
   for (int k = 0; k < rows; ++k) {
     ASSERT_EQ(matrix.value(static_cast<std::size_t>(k)), double(k + 1));
-    ASSERT_EQ(matrix.value(static_cast<std::size_t>(rows + k)), std::complex<double>(-k - 1, k == rows - 6));
+    ASSERT_EQ(matrix.value(static_cast<std::size_t>(rows + k)), std::complex<double>(-k - 1, is_complex(k + 1)));
   }
   EXPECT_EQ(message(text + "1,2\n"), "test.csv:200001: 2 numbers in the row, 3 in those above");
+}
+
+// Each of the lines fills more than half of the room that the first makes necessary, and more than a block has at
+// first.
+TEST(Table, ReadsAHeaderAsLongAsABlock) {
+  const int columns = 2200000;
+  std::string header, row;
+  for (int k = 0; k < columns; ++k) {
+    header += "xyz,";
+    row += "111,";
+  }
+  const MatrixMarket matrix = read(header + "\n" + row + "111\n");
+  EXPECT_EQ(matrix.rows, 1);
+  EXPECT_EQ(matrix.columns, columns + 1);
 }
 
 TEST(Table, RefusesWhatIsNoTable) {
@@ -107,7 +124,8 @@ TEST(Table, RefusesWhatIsNoTable) {
   EXPECT_EQ(message("1\n2\n1e400\n"), "test.csv:3: '1e400' overflows double precision");
   EXPECT_EQ(message("1\n1e-60\n", Precision::Single), "test.csv:2: '1e-60' underflows single precision");
   EXPECT_EQ(message("1\n1+1e39i\n", Precision::Single), "test.csv:2: '+1e39' overflows single precision");
-  for (const std::string wrong : {"1+i", "1+2", "1+2k", "(1", "(1+2i", "1)", "i", "1+2i3", "(1+2i)x", "1i+2"}) {
+  for (const std::string wrong :
+       {"1+i", "1+2", "1+2k", "(1", "(1]", "(1+2i", "(1+2i]", "1)", "i", "1+2i3", "(1+2i)x", "1i+2"}) {
     EXPECT_EQ(message("1,2\n3," + wrong + "\n"), "test.csv:2: expected a number, found '" + wrong + "'");
   }
 }

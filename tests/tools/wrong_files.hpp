@@ -50,6 +50,7 @@ inline std::vector<WrongFile> wrong_files() {
       {"ThirdSizeInArray", array + "1 1 1\n1\n", ":2: unexpected '1' at the end of the line"},
       {"SizeIsAWord", array + "three 3\n", ":2: expected the number of rows, found 'three'"},
       {"SizeIsAFraction", array + "3 3.0\n", ":2: expected the number of columns, found '3.0'"},
+      {"TwoSignsOfASize", array + "+-3 3\n", ":2: expected the number of rows, found '+-3'"},
       {"NegativeRows", array + "-3 3\n", ":2: the number of rows is negative"},
       {"NegativeColumns", array + "3 -3\n", ":2: the number of columns is negative"},
       {"NegativeEntries", coordinate + "3 3 -1\n", ":2: the number of entries is negative"},

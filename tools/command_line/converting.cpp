@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <memory>
 #include <string>
 
 #include "command_line/commands.hpp"
@@ -29,16 +28,15 @@ void add_convert_options(CLI::App& command, ConvertOptions& options) {
 }  // namespace
 
 void add_convert(CLI::App& app) {
-  const auto options = std::make_shared<ConvertOptions>();
-  CLI::App& command = *app.add_subcommand("convert", "Write a matrix in another format.");
-  add_convert_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format(
-      "A file in the Matrix Market format says so where the matrix is symmetric, skew-symmetric or Hermitian to the\n"
-      "last bit, and holds its lower triangle then. A matrix in coordinates is never stored whole if it stays so.\n"
-      "\n{}\nExit status: 0 written, 1 not written (one line on standard error says why), 2 wrong usage.",
-      about_input));
-  command.callback([options] { convert(*options); });
+  add_command(
+      app, "convert", "Write a matrix in another format.", convert,
+      fmt::format(
+          "A file in the Matrix Market format says so where the matrix is symmetric, skew-symmetric or Hermitian to "
+          "the\n"
+          "last bit, and holds its lower triangle then. A matrix in coordinates is never stored whole if it stays so.\n"
+          "\n{}\nExit status: 0 written, 1 not written (one line on standard error says why), 2 wrong usage.",
+          about_input),
+      add_convert_options);
 }
 
 }  // namespace nuv::tools

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 #include "command_line/options.hpp"
@@ -62,13 +61,10 @@ void add_make_options(CLI::App& command, MakeOptions& options) {
 }  // namespace
 
 void add_make(CLI::App& app) {
-  const auto options = std::make_shared<MakeOptions>();
-  CLI::App& command = *app.add_subcommand("make", "Make a random matrix with given singular values or eigenvalues.");
-  add_make_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format("{}Exit status: 0 made, 1 not made (one line on standard error says why), 2 wrong usage.",
-                             about_make));
-  command.callback([options] { make(*options); });
+  add_command(app, "make", "Make a random matrix with given singular values or eigenvalues.", make,
+              fmt::format("{}Exit status: 0 made, 1 not made (one line on standard error says why), 2 wrong usage.",
+                          about_make),
+              add_make_options);
 }
 
 }  // namespace nuv::tools

@@ -6,10 +6,12 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 #include "error.hpp"
 #include "matrix_file.hpp"
@@ -63,5 +65,17 @@ void add_force_option(CLI::App& command, bool& force, const std::string& what);
 
 /// What all commands have that compute: --threads, --json and --quiet, which hold for the whole process.
 void add_common_options(CLI::App& command);
+
+/// Adds a command that computes: what it does, what its help ends with, and its options beside those that all have.
+template <class Options>
+void add_command(CLI::App& app, const std::string& name, const std::string& about, void (*run)(const Options&),
+                 const std::string& footer, std::type_identity_t<void (*)(CLI::App&, Options&)> add_options) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = *app.add_subcommand(name, about);
+  add_options(command, *options);
+  add_common_options(command);
+  command.footer(footer);
+  command.callback([options, run] { run(*options); });
+}
 
 }  // namespace nuv::tools

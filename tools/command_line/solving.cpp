@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -35,15 +34,6 @@ constexpr std::string_view about_methods =
     "of X. A matrix that is singular to working precision is not solved without --force.\n"
     "\n";
 
-void add_solve_options(CLI::App& command, SolveOptions& options) {
-  command.add_option("--method", options.method.name, "lu, cholesky, indefinite, band or mixed, see below")
-      ->type_name("NAME")
-      ->check(CLI::IsMember({"lu", "cholesky", "indefinite", "band", "mixed"}));
-  command.add_flag("--spd", options.method.positive_definite,
-                   "A is symmetric (Hermitian) positive definite: solve by Cholesky factorisation");
-  add_force_option(command, options.force, "X");
-}
-
 /// What the commands that solve for an X have in common.
 void add_equation_options(CLI::App& command, EquationOptions& options, const std::string& about_matrix) {
   add_matrix_options(command, options, about_matrix);
@@ -51,6 +41,16 @@ void add_equation_options(CLI::App& command, EquationOptions& options, const std
       ->required()
       ->check(not_empty());
   add_output_option(command, options.output_file, "File for X");
+}
+
+void add_solve_options(CLI::App& command, SolveOptions& options) {
+  add_equation_options(command, options, about_square);
+  command.add_option("--method", options.method.name, "lu, cholesky, indefinite, band or mixed, see below")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"lu", "cholesky", "indefinite", "band", "mixed"}));
+  command.add_flag("--spd", options.method.positive_definite,
+                   "A is symmetric (Hermitian) positive definite: solve by Cholesky factorisation");
+  add_force_option(command, options.force, "X");
 }
 
 constexpr std::string_view about_lstsq =
@@ -73,22 +73,13 @@ void add_lstsq_options(CLI::App& command, LeastSquaresOptions& options) {
 }  // namespace
 
 void add_solve(CLI::App& app) {
-  const auto options = std::make_shared<SolveOptions>();
-  CLI::App& command = *app.add_subcommand("solve", "Solve A X = B for X.");
-  add_equation_options(command, *options, about_square);
-  add_solve_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format("{}{}{}{}", about_methods, about_input, about_files, about_status));
-  command.callback([options] { solve(*options); });
+  add_command(app, "solve", "Solve A X = B for X.", solve,
+              fmt::format("{}{}{}{}", about_methods, about_input, about_files, about_status), add_solve_options);
 }
 
 void add_lstsq(CLI::App& app) {
-  const auto options = std::make_shared<LeastSquaresOptions>();
-  CLI::App& command = *app.add_subcommand("lstsq", "Find the X that comes nearest to A X = B, or the least that fits.");
-  add_lstsq_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format("{}{}{}{}", about_lstsq, about_input, about_files, about_status));
-  command.callback([options] { fit(*options); });
+  add_command(app, "lstsq", "Find the X that comes nearest to A X = B, or the least that fits.", fit,
+              fmt::format("{}{}{}{}", about_lstsq, about_input, about_files, about_status), add_lstsq_options);
 }
 
 }  // namespace nuv::tools

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <memory>
 #include <string_view>
 
 #include "command_line/options.hpp"
@@ -72,21 +71,13 @@ void add_svd_options(CLI::App& command, SingularOptions& options) {
 }  // namespace
 
 void add_eig(CLI::App& app) {
-  const auto options = std::make_shared<EigenOptions>();
-  CLI::App& command = *app.add_subcommand("eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.");
-  add_eig_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format("{}{}{}", about_eig, about_input, about_answer));
-  command.callback([options] { find_eigenvalues(*options); });
+  add_command(app, "eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.", find_eigenvalues,
+              fmt::format("{}{}{}", about_eig, about_input, about_answer), add_eig_options);
 }
 
 void add_svd(CLI::App& app) {
-  const auto options = std::make_shared<SingularOptions>();
-  CLI::App& command = *app.add_subcommand("svd", "Find singular values, singular vectors and the rank of A.");
-  add_svd_options(command, *options);
-  add_common_options(command);
-  command.footer(fmt::format("{}{}\n{}", about_svd, about_input, about_answer));
-  command.callback([options] { find_singular_values(*options); });
+  add_command(app, "svd", "Find singular values, singular vectors and the rank of A.", find_singular_values,
+              fmt::format("{}{}\n{}", about_svd, about_input, about_answer), add_svd_options);
 }
 
 }  // namespace nuv::tools

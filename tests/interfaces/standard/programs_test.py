@@ -12,7 +12,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-HERE = Path(__file__).parent
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parents[2]
 LIBRARIES = None
 FLAGS = []
 
@@ -131,6 +132,19 @@ class Programs(unittest.TestCase):
                              "-lnuv_sequential", "-lnuv_lapack", "-lnuv")
         started = run(program, env=environment(LD_LIBRARY_PATH=LIBRARIES, LD_DEBUG="files")).stderr
         self.assertEqual(set(re.findall(r"calling init: .*/(libnuv_(?:seq|orvo|with)\w*)\.so", started)), {"libnuv_sequential"})
+
+    def test_own_names_by_the_command_lines_in_the_documents(self):
+        lines = [line.split() for name in ("languages", "troubleshooting")
+                 for line in (ROOT / "docs" / f"{name}.md").read_text().splitlines()
+                 if re.match(r"    (cc|g\+\+) program", line) and "nuv" in line]
+        self.assertEqual(len(lines), 3)
+        for number, (compiler, source, *options) in enumerate(lines):
+            with self.subTest(" ".join(options)):
+                first = ROOT / "examples" / "first_program" / f"first{Path(source).suffix}"
+                program = self.folder / f"first{number}"
+                headers = LIBRARIES.parent / "generated" / "include"
+                run(compiler, *FLAGS, f"-I{headers}", first, f"-L{LIBRARIES}", *options, "-o", program)
+                self.assertIn("info = 0", run(program, env=environment(LD_LIBRARY_PATH=LIBRARIES)).stdout)
 
     def test_a_program_under_the_address_sanitizer(self):
         # It intercepts dlopen, and the loader takes it for the caller.
