@@ -162,7 +162,7 @@ void gehrd(Int n, Int ilo, Int ihi, T* a, Int lda, T* tau, T* work, Int lwork, I
   const Matrix A{a, lda};
   Int i = ilo;
   if (plan.by_blocks) {
-    for (; i < ihi - plan.nx; i += plan.nb) reduce_panel(n, i, std::min(plan.nb, ihi - i), ihi, A, tau, work);
+    for (; i < ihi - plan.nx; i += plan.nb) reduce_panel(n, i, plan.nb, ihi, A, tau, work);
   }
   reduce_unblocked(n, i, ihi, A, tau, work);
   const bool may_be_divided = are_divided(nh, nb) && plan.nx < nh;

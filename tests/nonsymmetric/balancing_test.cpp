@@ -233,25 +233,58 @@ TYPED_TEST(Balancing, IsolatesAllOfATriangle) {
   EXPECT_EQ(nothing.ihi, 0);
 }
 
+/// Factors between which what is scaled keeps away from over- and underflow.
+template <RealScalar R>
+constexpr R least_factor = std::numeric_limits<R>::min() / std::numeric_limits<R>::epsilon();
+
 /// The factors stop before what they scale, or they themselves, over- or underflow.
 TYPED_TEST(Balancing, KeepsAwayFromTheLimitsOfNumbers) {
   using T = TypeParam;
   using R = Real<T>;
   const R tiny = std::numeric_limits<R>::min(), huge = std::numeric_limits<R>::max() / 8;
+  const auto balanced_pair = [](R one, R other) {
+    GuardedMatrix<T> A = identity<T>(2);
+    A(1, 2) = T(one);
+    A(2, 1) = T(other);
+    A.seal();
+    return Balanced<T>('S', A).run();
+  };
   for (const R other : {tiny, huge, tiny * 4, R(1)}) {
     for (const R one : {huge, huge / 64, R(1), tiny}) {
-      GuardedMatrix<T> A = identity<T>(2);
-      A(1, 2) = T(one);
-      A(2, 1) = T(other);
-      A.seal();
-      const Balanced<T> balanced = Balanced<T>('S', A).run();
+      const Balanced<T> balanced = balanced_pair(one, other);
       for (Int j = 1; j <= 2; ++j) {
-        EXPECT_TRUE(std::isnormal(balanced.scale(j)));
-        for (Int i = 1; i <= 2; ++i) {
-          EXPECT_TRUE(std::isfinite(std::real(balanced.A(i, j))));
-          EXPECT_EQ(balanced.A(i, j) == T(0), A(i, j) == T(0)) << i << ", " << j;
-        }
+        EXPECT_GE(balanced.scale(j), least_factor<R>);
+        EXPECT_LE(balanced.scale(j), 1 / least_factor<R>);
       }
+      for (const auto& [i, j] : {std::array{1, 2}, {2, 1}}) {
+        EXPECT_TRUE(std::isfinite(std::real(balanced.A(i, j))) && balanced.A(i, j) != T(0));
+      }
+    }
+  }
+  // Both sums are so small, or so large, that none is to become smaller or larger.
+  for (const auto& [one, other] : {std::array{tiny, tiny / 64}, {huge, huge / 64}}) {
+    for (const Balanced<T>& balanced : {balanced_pair(one, other), balanced_pair(other, one)}) {
+      EXPECT_EQ(balanced.scale(1), R(1));
+      EXPECT_EQ(balanced.scale(2), R(1));
+    }
+  }
+}
+
+TYPED_TEST(Balancing, KeepsFactorsOfManyRoundsWithinTheirLimits) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const int range = std::numeric_limits<R>::max_exponent - 10;
+  for (int round = 0; round < 300; ++round) {
+    const Int n = this->random.integer(3, 6);
+    GuardedMatrix<T> A = identity<T>(n);
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) A(i, j) = T(std::ldexp(R(1), this->random.integer(-range, range)));
+    }
+    A.seal();
+    const Balanced<T> balanced = Balanced<T>('S', A).run();
+    for (Int j = 1; j <= n; ++j) {
+      EXPECT_GE(balanced.scale(j), least_factor<R>);
+      EXPECT_LE(balanced.scale(j), 1 / least_factor<R>);
     }
   }
 }
@@ -286,14 +319,17 @@ TYPED_TEST(Balancing, MeasuresComplexNumbersByTheirMagnitudes) {
   using T = TypeParam;
   using R = Real<T>;
   if constexpr (ComplexScalar<T>) {
-    // |c| + |r| is to fall below 0.95 of itself: 2 r' + r' against r = 4 |c|, which |re| + |im| would see elsewhere.
-    GuardedMatrix<T> A = identity<T>(2);
-    A(1, 2) = T(R(3), R(0));
-    A(2, 1) = T(R(0.8), R(0.8));
-    A.seal();
-    // r = 3, c = 1.131: scaled once, 1.5 + 2.263 = 3.763 < 0.95 * 4.131; with 1.6 instead, 1.5 + 3.2 = 4.7 is not.
-    const Balanced<T> balanced = Balanced<T>('S', A).run();
-    EXPECT_FALSE(balanced.A.same_as(A));
+    // One sum is 3, the other 1.13: twice the smaller is more than half of the larger, and the first of both is scaled.
+    // Were it taken for 1.6, none would be.
+    for (const bool in_row : {true, false}) {
+      GuardedMatrix<T> A = identity<T>(2);
+      A(1, 2) = in_row ? T(R(3)) : T(R(0.8), R(0.8));
+      A(2, 1) = in_row ? T(R(0.8), R(0.8)) : T(R(3));
+      A.seal();
+      const Balanced<T> balanced = Balanced<T>('S', A).run();
+      EXPECT_EQ(balanced.scale(1), in_row ? R(2) : R(0.5));
+      EXPECT_EQ(balanced.scale(2), R(1));
+    }
   }
 }
 

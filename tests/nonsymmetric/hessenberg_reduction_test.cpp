@@ -2,6 +2,7 @@
 // Q.
 
 #include <array>
+#include <limits>
 
 #include "blas.hpp"
 #include "orthogonal/products_with_q.hpp"
@@ -70,9 +71,15 @@ struct Reduced {
     return H;
   }
 
-  /// Q by its routine.
+  /// Q by its routine, which looks at nothing but reflectors.
   GuardedMatrix<T> formed() const {
     GuardedMatrix<T> Q = A;
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= n; ++i) {
+        const bool is_of_reflector = j >= ilo && j < ihi && i > j + 1 && i <= ihi;
+        if (!is_of_reflector) Q(i, j) = T(std::numeric_limits<Real<T>>::quiet_NaN());
+      }
+    }
     GuardedVector<T> room(std::max(1, 32 * n));
     Int result = 99;
     routine_call::orghr(n, ilo, ihi, Matrix<T>(Q), static_cast<const T*>(tau.data()), room.data(), room.size(), result);
@@ -437,6 +444,22 @@ TYPED_TEST(HessenbergReduction, TellsItsWorkspace) {
     EXPECT_TRUE(applier.unchanged());
     const Int nb = ask(1, name_with_q<T>("M", "QR"), {applier.side, 'N'}, left ? 2 : 3, left ? 3 : 2, 2);
     EXPECT_EQ(applier.work(1), T(Real<T>(3 * nb)));
+  }
+}
+
+/// The width of blocks is that for the part of Q that is not the identity.
+TYPED_TEST(HessenbergReduction, AsksForTheWorkspaceOfTheInnerProduct) {
+  using T = TypeParam;
+  for (const bool left : {true, false}) {
+    Applier<T> applier;
+    applier.lwork = -1;
+    applier.side = left ? 'L' : 'R';
+    applier.m = applier.n = applier.lda = applier.ldc = 100;
+    applier.ilo = 20;
+    applier.ihi = 40;
+    EXPECT_EQ(applier.run(), 0);
+    const Int nb = ask(1, name_with_q<T>("M", "QR"), {applier.side, 'N'}, left ? 20 : 100, left ? 100 : 20, 20);
+    EXPECT_EQ(applier.work(1), T(Real<T>(100 * nb)));
   }
 }
 
