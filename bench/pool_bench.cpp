@@ -3,7 +3,7 @@
 // that goes back and forth stands behind all the live ones, which is the worst place for it.
 
 #include <benchmark/benchmark.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdint>
 #include <cstdlib>

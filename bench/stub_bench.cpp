@@ -1,12 +1,21 @@
 // What a stub costs on its hot path: a call through it beside a direct call of its target, which here has nothing to
-// do. A kernel stub tests the configuration word and its target word, a layer stub the latter alone.
+// do. A kernel stub tests the configuration word and its target word, a layer stub the latter alone. A published name
+// is one more jump before the stub.
 
 #include <benchmark/benchmark.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <chrono>
 #include <limits>
+
+extern "C" {
+void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy);
+void dgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k, const double* alpha,
+            const double* a, const int* lda, const double* b, const int* ldb, const double* beta, double* c,
+            const int* ldc, int transa_length, int transb_length);
+}
 
 namespace {
 
@@ -15,6 +24,8 @@ using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 using Kernel = decltype(nuv_blas_idamax);
 using LayerRoutine = decltype(nuv_serv_nuv_get_max_threads);
+using Update = decltype(nuv_blas_daxpy);
+using Product = decltype(nuv_blas_dgemm);
 
 void call(Kernel* function) {
   constexpr int n = 0, incx = 1;
@@ -24,6 +35,20 @@ void call(Kernel* function) {
 
 void call(LayerRoutine* function) {
   benchmark::DoNotOptimize(function());
+}
+
+void call(Update* function) {
+  constexpr int n = 1, incx = 1;
+  constexpr double alpha = 2, x = 1;
+  static double y = 0;
+  function(&n, &alpha, &x, &incx, &y, &incx);
+}
+
+void call(Product* function) {
+  constexpr int n = 1;
+  constexpr double alpha = 2, a = 1, beta = 0;
+  static double c = 0;
+  function("N", "N", &n, &n, &n, &alpha, &a, &n, &a, &n, &beta, &c, &n, 1, 1);
 }
 
 /// Mean time of one call in a block of many, in nanoseconds.
@@ -64,7 +89,17 @@ void layer_stub(benchmark::State& state) {
   compare(state, &nuv_serv_nuv_get_max_threads, nuv_serv_load_thread_fun(name));
 }
 
+void published_daxpy(benchmark::State& state) {
+  compare(state, &daxpy_, reinterpret_cast<void*>(&nuv_blas_daxpy));
+}
+
+void published_dgemm(benchmark::State& state) {
+  compare(state, &dgemm_, reinterpret_cast<void*>(&nuv_blas_dgemm));
+}
+
 BENCHMARK(kernel_stub);
 BENCHMARK(layer_stub);
+BENCHMARK(published_daxpy);
+BENCHMARK(published_dgemm);
 
 }  // namespace

@@ -6,7 +6,7 @@
 //
 // The number of threads is that of the processors, or NUV_NUM_THREADS.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>

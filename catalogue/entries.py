@@ -6,12 +6,16 @@ docs/architecture.md tells the form of an entry; `parse` below is its definition
 import re
 from dataclasses import dataclass, field
 
+from workspace import SizeError, Workspace, parse_workspace
+
 # What an entry may speak of; a value is of one of these types or there is none.
 TYPES = ("Int", "Logical", "T", "R", "char", "text", "float", "double", "std::complex<float>", "std::complex<double>")
 # A mixed precision is written as in the name: scasum, csscal.
 PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
+PUBLISHED_KINDS = ("published", "written")
 SERVICE_KINDS = ("service", "weak_service", "kernel_service", "layer_service", "layer_only", "data", "hook")
+PUBLISHED_LIBRARIES = ("libblas", "liblapack")
 PREFIX = {"routine": "nuv_lapack_", "layer": "nuv_lapack_", "level3": "nuv_blas_", "kernel": "nuv_blas_", "special": "nuv_blas_"}
 NAMESPACE = {"routine": "nuv", "layer": "nuv", "level3": "nuv::threading", "kernel": "nuv::kernels", "special": "nuv::kernels"}
 
@@ -23,13 +27,19 @@ class CatalogueError(Exception):
 @dataclass(frozen=True)
 class Argument:
     """One argument of a routine. `type` is Int, Logical, T, R, char, text or a C++ type; by value in C++ unless
-    `pointer` or `out`; always by reference in C."""
+    `pointer` or `out`; always by reference in C. `workspace` tells what stands in brackets behind it."""
 
     type: str
     name: str
     const: bool = False
     pointer: bool = False
     out: bool = False
+    workspace: Workspace = None
+
+    @property
+    def is_scratch(self):
+        """Whether it is nothing but memory that the routine wants for a time."""
+        return self.workspace is not None and not self.workspace.is_kept
 
     @property
     def has_hidden_length(self):
@@ -54,6 +64,24 @@ class Routine:
         `as` says, so that ?ormqr and ?unmqr are one template."""
         return self.alias or self.pattern.replace("?", "")
 
+    @property
+    def scratch(self):
+        return [a for a in self.arguments if a.is_scratch]
+
+    @property
+    def scratch_lengths(self):
+        """Names of the arguments that tell how long its workspaces are: lwork, ldwork."""
+        return {prefix + a.name for a in self.scratch for prefix in ("l", "ld")}
+
+    @property
+    def options(self):
+        """Names of the arguments that are letters."""
+        return {a.name for a in self.arguments if a.type == "char"}
+
+    @property
+    def has_info(self):
+        return any(a.name == "info" and a.out for a in self.arguments)
+
 
 @dataclass(frozen=True)
 class Service:
@@ -66,17 +94,29 @@ class Service:
     meaning: str
 
 
+@dataclass(frozen=True)
+class Published:
+    """A name of the published collection, as the library that is to define it knows it, without the underscore."""
+
+    name: str
+    library: str
+    # Whether its function is written by hand, since no routine of the catalogue has the name.
+    written: bool
+
+
 @dataclass
 class Catalogue:
     routines: list = field(default_factory=list)
     services: list = field(default_factory=list)
     # Exported names of stubs whose routines no layer has yet. No header offers them.
     bare_stubs: list = field(default_factory=list)
+    published: list = field(default_factory=list)
 
     def add(self, other):
         self.routines += other.routines
         self.services += other.services
         self.bare_stubs += other.bare_stubs
+        self.published += other.published
 
 
 # ---------------------------------------------------------------------------------------------------------- reading
@@ -105,15 +145,34 @@ def logical_lines(text):
 
 
 def parse_argument(text):
-    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)(?:\s*(\*)\s*|\s+)(\w+)", text.strip())
+    match = re.fullmatch(r"(out\s+)?(const\s+)?([\w:<>]+)(?:\s*(\*)\s*|\s+)(\w+)(?:\s*\[(.*)\])?", text.strip())
     if not match:
         raise CatalogueError(f"not an argument: '{text}'")
-    out, const, kind, pointer, name = match.groups()
+    out, const, kind, pointer, name, workspace = match.groups()
     if kind not in TYPES:
         raise CatalogueError(f"unknown type '{kind}'")
     if out and pointer or const and not pointer:
         raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
-    return Argument(kind, name, bool(const), bool(pointer), bool(out))
+    if workspace is not None and (const or not pointer):
+        raise CatalogueError(f"brackets go with pointers to what is written: '{text}'")
+    try:
+        parsed = parse_workspace(workspace) if workspace is not None else None
+    except SizeError as error:
+        raise CatalogueError(str(error)) from None
+    return Argument(kind, name, bool(const), bool(pointer), bool(out), parsed)
+
+
+def check_workspaces(routine):
+    """Sizes are made of arguments that are there, and what is asked has an argument by which to ask."""
+    sizes = {a.name for a in routine.arguments if a.type in ("Int", "char") and not (a.pointer or a.out)}
+    for a in routine.scratch:
+        needed = set(a.workspace.names())
+        if a.workspace.is_asked:
+            needed.add("l" + a.name)
+        if a.workspace.columns:
+            needed.add("ld" + a.name)
+        if missing := sorted(needed - sizes):
+            raise CatalogueError(f"'{routine.pattern}': the size of {a.name} wants {', '.join(missing)}")
 
 
 def parse_precisions(text):
@@ -143,11 +202,15 @@ def parse(text, file_name="catalogue"):
             if kind == "layer_family":
                 layer_family = rest
                 continue
-            if not meaning and kind != "layer_stub":
+            if not meaning and kind not in ("layer_stub", *PUBLISHED_KINDS):
                 raise CatalogueError("an entry needs a meaning")
             if kind == "layer_stub":
                 new_names = parse_bare_stubs(rest)
                 catalogue.bare_stubs += new_names
+            elif kind in PUBLISHED_KINDS:
+                parsed = parse_published(kind, rest)
+                catalogue.published += parsed
+                new_names = [p.name for p in parsed]
             elif kind in ROUTINE_KINDS:
                 parsed = parse_routine(kind, rest, meaning, family, layer_family)
                 if NAMESPACE[kind] != kind_of_family.setdefault(family, NAMESPACE[kind]):
@@ -184,12 +247,15 @@ def parse_routine(kind, rest, meaning, family, layer_family):
     precisions = parse_precisions(precisions)
     if (precisions != ("",)) != ("?" in pattern):
         raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
-    parsed = tuple(parse_argument(a) for a in arguments.split(",")) if arguments.strip() else ()
+    # Commas within brackets belong to a size.
+    parsed = tuple(parse_argument(a) for a in re.split(r",(?![^\[]*\])", arguments)) if arguments.strip() else ()
     if result and result not in TYPES:
         raise CatalogueError(f"unknown type '{result}'")
     if not family or kind == "layer" and not layer_family:
         raise CatalogueError(f"'{pattern}' belongs to no family")
-    return Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
+    routine = Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
+    check_workspaces(routine)
+    return routine
 
 
 def parse_bare_stubs(rest):
@@ -198,6 +264,17 @@ def parse_bare_stubs(rest):
         if not re.fullmatch(r"\?\w+", pattern):
             raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
     return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
+
+
+def parse_published(kind, rest):
+    library, *rest_of_line = rest.split()
+    if library not in PUBLISHED_LIBRARIES or len(rest_of_line) < 2:
+        raise CatalogueError(f"not a line of published names: '{rest}'")
+    precisions, *patterns = rest_of_line
+    precisions = parse_precisions(precisions)
+    if wrong := [pattern for pattern in patterns if (precisions != ("",)) != ("?" in pattern)]:
+        raise CatalogueError(f"'{wrong[0]}': a question mark stands for the precision, and only for it")
+    return [Published(pattern.replace("?", p), library, kind == "written") for pattern in patterns for p in precisions]
 
 
 def parse_service(kind, rest, meaning):

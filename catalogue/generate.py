@@ -11,16 +11,16 @@ import argparse
 import sys
 from pathlib import Path
 
+import c_interface
+import cxx_interface
+import fortran_module
+import standard_names
 from entries import *
 from signatures import *
 
-FORTRAN_TYPES = {
-    "int": "integer(c_int)",
-    "float": "real(c_float)",
-    "double": "real(c_double)",
-    "nuv_complex8": "complex(c_float_complex)",
-    "nuv_complex16": "complex(c_double_complex)",
-}
+sys.path.append(str(Path(__file__).resolve().parents[1] / "interfaces" / "cblas"))
+import cblas  # noqa: E402
+
 STUB_MACRO = {
     "kernel": "configured_kernel_stub",
     "kernel_service": "configured_kernel_stub",
@@ -38,7 +38,12 @@ def emit_entry_points(routines, x_variant, namespace):
     get their explicit instantiations. Behind the stubs they are bodies, one for each instruction set."""
     bodies = namespace != "nuv"
     out = [f"// {GENERATED}", ""]
-    out += ['#include "base/body.hpp"', '#include "base/types.hpp"'] if bodies else ["#include <nuv/nuv_lapack.h>"]
+    if bodies:
+        out += ['#include "base/body.hpp"', '#include "base/types.hpp"']
+    else:
+        out.append("#include <nuv/nuv_lapack.h>")
+    if x_variant and any(routine.kind == "layer" for routine in routines):
+        out.append("#include <nuv/nuv_x_variants.h>")
     for routine in routines:
         function = ("x" if x_variant and routine.kind == "layer" else "") + routine.function
         out.append("")
@@ -153,7 +158,8 @@ def emit_wrapper(routine, precision, exported):
 
 
 def emit_wrappers(routines, namespace, purpose, x_variant=False):
-    out = ["#pragma once", "", f"// {GENERATED}", f"// {purpose}", "", "#include <nuv/nuv_lapack.h>", ""]
+    header = "nuv_x_variants.h" if x_variant else "nuv_lapack.h"
+    out = ["#pragma once", "", f"// {GENERATED}", f"// {purpose}", "", f"#include <nuv/{header}>", ""]
     out += ['#include "base/matrix.hpp"', '#include "base/types.hpp"', "", f"namespace nuv::{namespace} {{"]
     for routine in routines:
         out += ["", f"// {routine.meaning}"]
@@ -165,6 +171,36 @@ def emit_wrappers(routines, namespace, purpose, x_variant=False):
 
 # ---------------------------------------------------------------------------------------------------- public headers
 
+PUSH_VISIBILITY = """
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+"""
+
+TYPES_HEADER = f"""#ifndef NUV_TYPES_H
+#define NUV_TYPES_H
+
+/* {GENERATED}
+ *
+ * Complex numbers as the language at hand has them. */
+
+#ifdef __cplusplus
+#include <complex>
+typedef std::complex<float> nuv_complex8;
+typedef std::complex<double> nuv_complex16;
+#else
+#include <complex.h>
+typedef float _Complex nuv_complex8;
+typedef double _Complex nuv_complex16;
+#endif
+
+#endif
+"""
+
 SERVICES_TOP = f"""#ifndef NUV_SERVICES_H
 #define NUV_SERVICES_H
 
@@ -175,21 +211,8 @@ SERVICES_TOP = f"""#ifndef NUV_SERVICES_H
 
 #include <stddef.h>
 
-#ifdef __cplusplus
-#include <complex>
-typedef std::complex<float> nuv_complex8;
-typedef std::complex<double> nuv_complex16;
-extern "C" {{
-#else
-#include <complex.h>
-typedef float _Complex nuv_complex8;
-typedef double _Complex nuv_complex16;
-#endif
-
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)
-#endif
-"""
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
 HEADER_TOP = f"""#ifndef NUV_LAPACK_H
 #define NUV_LAPACK_H
@@ -201,16 +224,19 @@ HEADER_TOP = f"""#ifndef NUV_LAPACK_H
  * argument, by value (1 will do: only the first character of an option counts). A complex function gives its value
  * through a leading pointer. */
 
-#include "nuv_services.h"
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
-#ifdef __cplusplus
-extern "C" {{
-#endif
+X_VARIANTS_TOP = f"""#ifndef NUV_X_VARIANTS_H
+#define NUV_X_VARIANTS_H
 
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)
-#endif
-"""
+/* {GENERATED}
+ *
+ * The serial bodies of the routines with a threaded form, for thread layers, which call them back: nuv_lapack_xdgetrf
+ * has the arguments of nuv_lapack_dgetrf, and leaves it to the layer to check them where that routine does so. */
+
+#include "nuv_types.h"
+{PUSH_VISIBILITY}"""
 
 HEADER_BOTTOM = """
 #if defined(__GNUC__)
@@ -246,44 +272,27 @@ def emit_services_header(catalogue):
     return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
+def c_declarations(routine, members):
+    out = ["", f"/* {routine.meaning} */"]
+    for precision, exported in members:
+        head, _, parameters = c_prototype(routine, precision, exported).partition("(")
+        out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ");"))
+    return out
+
+
 def emit_c_header(catalogue):
     out = [HEADER_TOP]
     for routine in catalogue.routines:
-        out += ["", f"/* {routine.meaning} */"]
-        for precision, exported in library_members(routine):
-            head, _, parameters = c_prototype(routine, precision, exported).partition("(")
-            out.append(wrap(head + "(", parameters.rstrip(")").split(", "), ");"))
+        out += c_declarations(routine, exported_names(routine))
     return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
-def fortran_argument(a, precision):
-    if a.has_hidden_length:
-        letters = ", dimension(*)" if a.pointer else ""
-        return f"character(kind=c_char), intent({'inout' if a.out else 'in'}){letters}"
-    base = FORTRAN_TYPES[c_type(a.type, precision)]
-    if not a.pointer:
-        return f"{base}, intent({'inout' if a.out else 'in'})"
-    return f"{base}, intent({'in' if a.const else 'inout'}), dimension(*)"
-
-
-def emit_fortran_module(catalogue):
-    out = [f"! {GENERATED}", "module nuv_lapack", "  use, intrinsic :: iso_c_binding", "  implicit none", "  interface"]
+def emit_x_variants_header(catalogue):
+    out = [X_VARIANTS_TOP]
     for routine in catalogue.routines:
-        for precision, exported in exported_names(routine):
-            result = c_type(routine.result, precision)
-            by_pointer = result.startswith("nuv_complex")
-            arguments = [(a.name, fortran_argument(a, precision)) for a in routine.arguments]
-            if by_pointer:
-                arguments.insert(0, ("result", f"{FORTRAN_TYPES[result]}, intent(out)"))
-            arguments += [(f"{a.name}_length", "integer(c_int), value") for a in routine.arguments if a.has_hidden_length]
-            kind = "function" if result != "void" and not by_pointer else "subroutine"
-            names = wrap(f"    {kind} {exported}(", [name for name, _ in arguments], f') bind(c, name="{exported}")', "      ", 100)
-            out += ["", f"    ! {routine.meaning}", names.replace("\n", " &\n"), "      import"]
-            out += [f"      {declaration} :: {name}" for name, declaration in arguments]
-            if kind == "function":
-                out.append(f"      {FORTRAN_TYPES[result]} :: {exported}")
-            out.append(f"    end {kind}")
-    return "\n".join(out + ["", "  end interface", "end module nuv_lapack"]) + "\n"
+        if routine.kind == "layer":
+            out += c_declarations(routine, exported_names(routine, x_variant=True))
+    return "\n".join(out) + "\n" + HEADER_BOTTOM
 
 
 # -------------------------------------------------------------------------------------------------- stubs and exports
@@ -321,7 +330,9 @@ def exports(catalogue):
             kernel += names
         if routine.kind in ("layer", "level3"):
             layer += names
-    return {"lapack": sorted(lapack), "kernel": sorted(kernel), "layer": sorted(layer)}
+    names = {"lapack": lapack, "kernel": kernel, "layer": layer}
+    names |= standard_names.exports(catalogue, cblas.names(catalogue), c_interface.names(catalogue))
+    return {library: sorted(exported) for library, exported in names.items()}
 
 
 def emit_version_script(names):
@@ -337,7 +348,8 @@ def all_files(catalogue):
     files = {
         "include/nuv/nuv_lapack.h": emit_c_header(catalogue),
         "include/nuv/nuv_services.h": emit_services_header(catalogue),
-        "include/nuv/nuv_lapack.f90": emit_fortran_module(catalogue),
+        "include/nuv/nuv_types.h": TYPES_HEADER,
+        "include/nuv/nuv_x_variants.h": emit_x_variants_header(catalogue),
         "stubs.S": emit_stubs(catalogue),
         "kernel_entries.S": emit_isa_stubs(catalogue, "kernel", "special"),
         "layer_entries.S": emit_isa_stubs(catalogue, "level3", "layer"),
@@ -355,6 +367,11 @@ def all_files(catalogue):
     for family in dict.fromkeys(r.layer_family for r in of_kind("layer")):
         members = [r for r in catalogue.routines if r.kind == "layer" and r.layer_family == family]
         files[f"entries/{family}.entries.inc"] = emit_entry_points(members, False, "nuv::threading")
+    files |= standard_names.files(catalogue)
+    files |= cblas.files(catalogue)
+    files |= c_interface.files(catalogue) | cxx_interface.files(catalogue) | fortran_module.files(catalogue)
+    # What is compiled here has short comments, so that a new one rebuilds nothing; what is installed has them in full.
+    files["documented/nuv/nuv_lapack.h"] = c_interface.documented(files["include/nuv/nuv_lapack.h"], catalogue)
     for library, names in exports(catalogue).items():
         files[f"exports/{library}.map"] = emit_version_script(names)
         files[f"exports/{library}.txt"] = "".join(n + "\n" for n in names)

@@ -6,9 +6,16 @@
 add_library(nuv_library_options INTERFACE)
 target_compile_options(nuv_library_options
   INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
-                                      -ffp-contract=off -fno-math-errno>
-            $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fcx-limited-range>)
+                                      -ffp-contract=off -fno-math-errno ${NUV_QUIET_OPTIONS}>)
+if(NUV_HAS_PLAIN_COMPLEX_PRODUCTS)
+  target_compile_options(nuv_library_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fcx-limited-range>)
+endif()
 target_link_libraries(nuv_library_options INTERFACE nuv_internal_headers)
+# Some callers pass no lengths behind the options. On 32-bit x86, where all arguments are on the stack and numbers are wider
+# than pointers to them, a jump from an entry to its body would take the places of these lengths for its own.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(nuv_library_options INTERFACE -fno-optimize-sibling-calls)
+endif()
 
 # nuv_compile(TARGET): compiles the sources of a library's target in the manner above.
 function(nuv_compile target)
@@ -22,6 +29,9 @@ function(nuv_shared_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "RUNS_AT_START" "EXPORTS" "SOURCES")
   add_library(${name} SHARED ${arg_SOURCES})
   nuv_compile(${name})
+  if(NOT NUV_HAS_PLAIN_COMPLEX_PRODUCTS)
+    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src/base/complex_products.cpp)
+  endif()
   set(map ${NUV_GENERATED_DIR}/exports/${arg_EXPORTS}.map)
   set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map} BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
   target_include_directories(${name} INTERFACE ${NUV_GENERATED_DIR}/include)
@@ -34,19 +44,20 @@ function(nuv_shared_library name)
 endfunction()
 
 # Instruction sets for which the bodies behind the entries are compiled, and the flags of each. 32-bit x86 has the
-# baseline alone. The sanitizers watch one set, the widest that this machine runs: three would take three times as long to
-# compile and show little more. Threads meet in what calls the bodies, so any set will do there.
+# baseline alone. The sanitizers watch one set, the widest that this machine runs, as any quick check may
+# (NUV_WIDEST_SET_ALONE): three would take three times as long to compile and show little more. Threads meet in what calls
+# the bodies, so any set will do there.
 set(NUV_FLAGS_sse2 "")
 set(NUV_FLAGS_avx2 -march=x86-64-v3)
 set(NUV_FLAGS_avx512 -march=x86-64-v4 -mprefer-vector-width=512)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4 OR NUV_SANITIZE STREQUAL "thread")
   set(NUV_INSTRUCTION_SETS sse2)
-elseif(NUV_SANITIZE)
-  file(WRITE ${CMAKE_BINARY_DIR}/widest_set.cpp
+elseif(NUV_SANITIZE OR NUV_WIDEST_SET_ALONE)
+  file(WRITE ${PROJECT_BINARY_DIR}/widest_set.cpp
     "#include \"base/instruction_set.cpp\"\n#include <cstdio>\n"
     "int main() { std::fputs(nuv::instruction_set_names[static_cast<int>(nuv::widest_instruction_set())], stdout); }\n")
-  try_run(exit_status compiled ${CMAKE_BINARY_DIR}/widest_set ${CMAKE_BINARY_DIR}/widest_set.cpp
-    CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${CMAKE_SOURCE_DIR}/src RUN_OUTPUT_VARIABLE NUV_INSTRUCTION_SETS)
+  try_run(exit_status compiled ${PROJECT_BINARY_DIR}/widest_set ${PROJECT_BINARY_DIR}/widest_set.cpp
+    CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR}/src RUN_OUTPUT_VARIABLE NUV_INSTRUCTION_SETS)
   if(NOT compiled OR NOT exit_status EQUAL 0)
     message(FATAL_ERROR "The widest instruction set of this machine can't be found out.")
   endif()
@@ -79,7 +90,7 @@ endfunction()
 function(nuv_entries target bodies entries)
   cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "SETS")
   set_source_files_properties(${entries} PROPERTIES GENERATED TRUE
-    OBJECT_DEPENDS "${CMAKE_SOURCE_DIR}/src/frame/isa_pattern.S;${CMAKE_SOURCE_DIR}/src/frame/stub_bind.S")
+    OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/src/frame/isa_pattern.S;${PROJECT_SOURCE_DIR}/src/frame/stub_bind.S")
   target_sources(${target} PRIVATE ${entries})
   foreach(set IN LISTS arg_SETS)
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${bodies}_${set}>)
@@ -89,6 +100,6 @@ function(nuv_entries target bodies entries)
     set_property(TARGET ${target} APPEND PROPERTY COMPILE_DEFINITIONS NUV_ONE_SET=${arg_SETS})
   else()
     target_sources(${target} PRIVATE
-      ${CMAKE_SOURCE_DIR}/src/frame/isa_binding.cpp ${CMAKE_SOURCE_DIR}/src/base/instruction_set.cpp)
+      ${PROJECT_SOURCE_DIR}/src/frame/isa_binding.cpp ${PROJECT_SOURCE_DIR}/src/base/instruction_set.cpp)
   endif()
 endfunction()

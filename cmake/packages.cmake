@@ -6,3 +6,8 @@ function(nuv_need result what purpose)
                         "  scripts/install-dependencies ${purpose}")
   endif()
 endfunction()
+
+# A 64-bit Debian keeps libraries for 32-bit programs in lib32, where CMake looks only if it is told.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set_property(GLOBAL PROPERTY FIND_LIBRARY_USE_LIB32_PATHS TRUE)
+endif()

@@ -40,8 +40,13 @@ class Team {
   Team(const Team&) = delete;
   Team& operator=(const Team&) = delete;
 
+  /// Tells how long this thread slept, in microseconds, when it waited for another otherwise than for the end of shared
+  /// work.
+  void note_sleep(int microseconds) { slept_ = std::max(slept_, microseconds); }
+
  private:
   bool mine_, is_short_;
+  int slept_ = 0;
 };
 
 /// A count of changes to what several threads look at.

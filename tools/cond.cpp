@@ -7,10 +7,13 @@
 
 namespace nuv::tools {
 
-std::string condition_report(const MatrixOptions& options) {
-  return report_on_factors(options, "a condition number", [](const MatrixFactors& factors, Report& report) {
-    report.line("one norm", fmt::format("{:.3g}   1 / (||A|| ||A^-1||)", factors.reciprocal_condition('1')))
-        .line("infinity norm", fmt::format("{:.3g}", factors.reciprocal_condition('I')));
+void show_condition(const MatrixOptions& options) {
+  show_from_factors("cond", options, "a condition number", [](const MatrixFactors& factors, Report& report) {
+    const double one = factors.reciprocal_condition('1'), infinity = factors.reciprocal_condition('I');
+    report.line("one norm", fmt::format("{:.3g}   1 / (||A|| ||A^-1||)", one))
+        .fact("reciprocal_condition/one_norm", one)
+        .line("infinity norm", fmt::format("{:.3g}", infinity))
+        .fact("reciprocal_condition/infinity_norm", infinity);
   });
 }
 

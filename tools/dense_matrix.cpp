@@ -1,10 +1,8 @@
 #include "dense_matrix.hpp"
 
-#include <fmt/format.h>
-
 #include <cmath>
-#include <iterator>
-#include <string>
+#include <concepts>
+#include <utility>
 
 #include "error.hpp"
 
@@ -18,30 +16,23 @@ bool is_finite(std::complex<double> x) {
   return std::isfinite(x.real()) && std::isfinite(x.imag());
 }
 
-template <RealScalar R>
-void append(std::string& text, R value) {
-  fmt::format_to(std::back_inserter(text), "{}\n", value);
-}
-
-template <RealScalar R>
-void append(std::string& text, std::complex<R> value) {
-  fmt::format_to(std::back_inserter(text), "{} {}\n", value.real(), value.imag());
-}
-
-/// Calls visit(i, j, value) for the elements that a file with that symmetry holds, down the columns.
-template <Scalar T, class Visit>
-void for_each_stored(const DenseMatrix<T>& a, Symmetry symmetry, Visit visit) {
-  for (Int j = 1; j <= a.columns; ++j) {
-    for (auto i = static_cast<Int>(first_stored_row(symmetry, j)); i <= a.rows; ++i) visit(i, j, a(i, j));
-  }
+/// Whether the values of a file are all elements of a real matrix, down the columns.
+bool is_whole(const MatrixMarket& file) {
+  return file.layout == Layout::Array && file.symmetry == Symmetry::General && !file.is_complex();
 }
 
 }  // namespace
 
 template <Scalar T>
 DenseMatrix<T> to_dense(MatrixMarket file) {
+  if constexpr (std::same_as<T, double>) {
+    if (is_whole(file)) return {file.rows, file.columns, std::move(file.values)};
+  }
   DenseMatrix<T> a(file.rows, file.columns);
-  for_each_element(file, [&](Int i, Int j, std::complex<double> value) { a(i, j) += narrowed<T>(value); });
+  const bool has_sums = file.layout == Layout::Coordinate;
+  for_each_element(file, [&](Int i, Int j, std::complex<double> value) {
+    a(i, j) = has_sums ? a(i, j) + narrowed<T>(value) : narrowed<T>(value);
+  });
   require_finite_sums(a.elements, file.file);
   return a;
 }
@@ -88,38 +79,13 @@ StoredCount count_stored(const DenseMatrix<T>& a, Symmetry symmetry) {
   return count;
 }
 
-template <Scalar T>
-void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink,
-                         const WrittenForm& form) {
-  constexpr std::size_t piece = 32768;
-  const bool is_array = form.layout == Layout::Array;
-  std::string text = fmt::format("%%MatrixMarket matrix {} {} {}\n", is_array ? "array" : "coordinate",
-                                 ComplexScalar<T> ? "complex" : "real", name_of(form.symmetry));
-  if (!form.comment.empty()) text += fmt::format("% {}\n", form.comment);
-  text += fmt::format("{} {}", a.rows, a.columns);
-  text += is_array ? "\n" : fmt::format(" {}\n", count_stored(a, form.symmetry).nonzeros);
-  for_each_stored(a, form.symmetry, [&](Int i, Int j, T value) {
-    if (!is_array) {
-      if (value == T(0)) return;
-      fmt::format_to(std::back_inserter(text), "{} {} ", i, j);
-    }
-    append(text, value);
-    if (text.size() < piece) return;
-    sink(text);
-    text.clear();
-  });
-  sink(text);
-}
-
-#define NUV_INSTANTIATE(T)                                                                               \
-  template DenseMatrix<T> to_dense(MatrixMarket);                                                        \
-  template DenseMatrix<T> adjoint(const DenseMatrix<T>&);                                                \
-  template bool all_finite(const std::vector<T>&);                                                       \
-  template void require_finite_sums(const std::vector<T>&, const std::string&);                          \
-  template T narrowed(std::complex<double>);                                                             \
-  template StoredCount count_stored(const DenseMatrix<T>&, Symmetry);                                    \
-  template void write_matrix_market(const DenseMatrix<T>&, const std::function<void(std::string_view)>&, \
-                                    const WrittenForm&);
+#define NUV_INSTANTIATE(T)                                                      \
+  template DenseMatrix<T> to_dense(MatrixMarket);                               \
+  template DenseMatrix<T> adjoint(const DenseMatrix<T>&);                       \
+  template bool all_finite(const std::vector<T>&);                              \
+  template void require_finite_sums(const std::vector<T>&, const std::string&); \
+  template T narrowed(std::complex<double>);                                    \
+  template StoredCount count_stored(const DenseMatrix<T>&, Symmetry);
 
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)

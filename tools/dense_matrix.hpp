@@ -4,9 +4,8 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/types.hpp"
@@ -27,6 +26,9 @@ struct DenseMatrix {
       : rows(rows_),
         columns(columns_),
         elements(static_cast<std::size_t>(rows_) * static_cast<std::size_t>(columns_)) {}
+
+  DenseMatrix(Int rows_, Int columns_, std::vector<T> elements_)
+      : rows(rows_), columns(columns_), elements(std::move(elements_)) {}
 
   T* column(Int j) { return elements.data() + static_cast<std::ptrdiff_t>(j - 1) * rows; }
   const T* column(Int j) const { return elements.data() + static_cast<std::ptrdiff_t>(j - 1) * rows; }
@@ -62,6 +64,14 @@ void require_finite_sums(const std::vector<T>& elements, const std::string& file
 template <Scalar T>
 T narrowed(std::complex<double> x);
 
+/// Calls visit(i, j, value) for the elements that a file with that symmetry holds, down the columns.
+template <Scalar T, class Visit>
+void for_each_stored(const DenseMatrix<T>& a, Symmetry symmetry, Visit visit) {
+  for (Int j = 1; j <= a.columns; ++j) {
+    for (auto i = static_cast<Int>(first_stored_row(symmetry, j)); i <= a.rows; ++i) visit(i, j, a(i, j));
+  }
+}
+
 /// What of a matrix a file with a symmetry holds: its elements in the array layout, its nonzeros in the other.
 struct StoredCount {
   std::uint64_t elements = 0;
@@ -70,18 +80,5 @@ struct StoredCount {
 
 template <Scalar T>
 StoredCount count_stored(const DenseMatrix<T>& a, Symmetry symmetry);
-
-/// How a file holds a matrix.
-struct WrittenForm {
-  Layout layout = Layout::Array;
-  Symmetry symmetry = Symmetry::General;  ///< that the matrix has; the lower triangle is written then
-  std::string comment = {};               ///< one line, none where empty
-};
-
-/// Writes a matrix in the Matrix Market format, each number by the fewest digits that read back as the same bits, in
-/// the coordinate layout without zeros. The text is handed to the sink in pieces of some ten thousand characters.
-template <Scalar T>
-void write_matrix_market(const DenseMatrix<T>& a, const std::function<void(std::string_view)>& sink,
-                         const WrittenForm& form = {});
 
 }  // namespace nuv::tools

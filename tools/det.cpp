@@ -34,14 +34,17 @@ std::string phase_words(const Determinant& determinant) {
 
 }  // namespace
 
-std::string determinant_report(const MatrixOptions& options) {
-  return report_on_factors(options, "a determinant", [](const MatrixFactors& factors, Report& report) {
+void show_determinant(const MatrixOptions& options) {
+  show_from_factors("det", options, "a determinant", [](const MatrixFactors& factors, Report& report) {
     const Determinant determinant = factors.determinant();
     report.line(determinant.is_real ? "sign" : "phase", phase_words(determinant))
         .line("logarithm",
               fmt::format("{:.15g}   of the magnitude, to base e", static_cast<double>(determinant.logarithm)))
         .line("magnitude", exponential(determinant.logarithm))
         .line("condition", fmt::format("{:.3g}   reciprocal, in the one norm", factors.reciprocal_condition('1')));
+    const auto [phase, logarithm, is_real] = determinant;
+    report.fact("phase/real", phase.real()).fact("phase/imaginary", phase.imag()).fact("logarithm", logarithm);
+    report.fact("reciprocal_condition", factors.reciprocal_condition('1'));
   });
 }
 

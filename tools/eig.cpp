@@ -1,7 +1,7 @@
 #include "eig.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <charconv>
 #include <cmath>
@@ -12,6 +12,7 @@
 #include "eigen_residual.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "output.hpp"
@@ -138,8 +139,8 @@ std::string_view orthogonality_of(const EigenOptions& options) {
 /// Where results go, refused before the work where they can't be written.
 struct Outputs {
   explicit Outputs(const EigenOptions& options) {
-    options.output_file ? values.emplace(*options.output_file) : values.emplace();
-    if (options.vectors_file) vectors.emplace(*options.vectors_file);
+    values.emplace(options.output_file, options.format);
+    if (options.vectors_file) vectors.emplace(*options.vectors_file, options.format);
     if (options.plot_file) plot.emplace(*options.plot_file);
   }
 
@@ -148,35 +149,43 @@ struct Outputs {
 
 template <Scalar T>
 void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const EigenOptions& options,
-             const EigenRequest& request, Outputs& outputs) {
+             const EigenRequest& request, Stopwatch& stopwatch, Outputs& outputs) {
   require_memory_for_vectors(file, sizeof(T), request);
-  Report report;
-  report.line("matrix", words_of(file));
-  if (partner) report.line("with", words_of(*partner));
+  Report report("eig");
+  report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
+  if (partner) {
+    report.matrix("with", "with", partner->rows, partner->columns, partner->file).fact("type", request.type);
+  }
   const Int n = file.rows;
   const auto a = hermitian_matrix<T>(std::move(file));
   const auto b = partner ? hermitian_matrix<T>(std::move(*partner)) : DenseMatrix<T>(0, 0);
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  Eigenpairs<T> pairs;
-  const Seconds time =
-      timed([&] { pairs = partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  stopwatch.end("read");
+  const auto pairs = with_estimate<T>(
+      "eigenvalues of " + options.matrix_file, request.vectors ? work_of_eigenvectors(n) : work_of_eigenvalues(n),
+      [&] { return partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  stopwatch.end("solve");
   require_result(pairs, n, options);
 
   report.line("eigenvalues", words_of(request.selection, n, pairs.values.size()))
+      .fact("eigenvalues", static_cast<std::int64_t>(pairs.values.size()))
       .template routine<T>("found by", pairs.driver);
   if (request.vectors) {
     const EigenResiduals measures = partner ? residuals_of(a, b, pairs, request.type) : residuals_of(a, pairs);
     report.line("residual", fmt::format("{:.3g}   {}", measures.residual, formula_of(options)))
-        .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)));
+        .fact("residual", measures.residual)
+        .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)))
+        .fact("orthogonality", measures.orthogonality);
+    stopwatch.end("check");
   }
-  report.time(time);
   if (outputs.plot) {
     plot_spectrum({pairs.values.begin(), pairs.values.end()}, {"Eigenvalues", "ascending"}, *outputs.plot);
   }
   if (outputs.vectors) write_result(pairs.vectors, *outputs.vectors);
   write_result(pairs.values, *outputs.values);
-  report.to_standard_error();
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file, {options.vectors_file, options.plot_file});
 }
 
 }  // namespace
@@ -184,12 +193,14 @@ void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const Eigen
 void find_eigenvalues(const EigenOptions& options) {
   const EigenRequest request = request_of(options);
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    require_one_standard_input({options.matrix_file, options.partner_file.value_or("")});
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an eigenvalue");
     std::optional<MatrixMarket> partner;
-    if (options.partner_file) partner = read_in(options.precision, *options.partner_file);
+    if (options.partner_file) partner = read_in(options.precision, *options.partner_file, options.format);
     if (partner && (partner->rows != file.rows || partner->columns != file.columns)) {
       throw FileError(partner->file, partner->size_line,
                       fmt::format("the matrix is {} by {}, its partner is of order {}", partner->rows, partner->columns,
@@ -200,8 +211,9 @@ void find_eigenvalues(const EigenOptions& options) {
     }
     const char precision =
         partner ? precision_for(options.precision, {&file, &*partner}) : precision_for(options.precision, {&file});
-    in_precision(precision,
-                 [&]<Scalar T>(T) { find_in<T>(std::move(file), std::move(partner), options, request, outputs); });
+    in_precision(precision, [&]<Scalar T>(T) {
+      find_in<T>(std::move(file), std::move(partner), options, request, stopwatch, outputs);
+    });
   });
 }
 

@@ -5,8 +5,9 @@
 namespace nuv::tools {
 
 EquationFiles read_equation_files(const EquationOptions& options) {
-  MatrixMarket a = read_in(options.precision, options.matrix_file);
-  return {std::move(a), read_in(options.precision, options.right_hand_side_file)};
+  require_one_standard_input({options.matrix_file, options.right_hand_side_file});
+  MatrixMarket a = read_in(options.precision, options.matrix_file, options.format);
+  return {std::move(a), read_in(options.precision, options.right_hand_side_file, options.format)};
 }
 
 void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t element_size, int copies) {

@@ -13,6 +13,7 @@
 #include "error.hpp"
 #include "matrix_file.hpp"
 #include "matrix_market.hpp"
+#include "matrix_writer.hpp"
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
@@ -38,7 +39,7 @@ void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t
 /// Writes a matrix and makes it final.
 template <Scalar T>
 void write_result(const DenseMatrix<T>& x, Output& output) {
-  write_matrix_market(x, [&](std::string_view text) { output.write(text); });
+  write_matrix(x, output.format(), [&](std::string_view text) { output.write(text); });
   output.commit();
 }
 

@@ -7,10 +7,15 @@
 namespace nuv::tools {
 
 FileError::FileError(std::string_view file, std::string_view message)
-    : std::runtime_error(fmt::format("{}: {}", printable(file), message)) {}
+    : std::runtime_error(fmt::format("{}: {}", shown(file), message)) {}
 
 FileError::FileError(std::string_view file, std::size_t line, std::string_view message)
-    : std::runtime_error(fmt::format("{}:{}: {}", printable(file), line, message)) {}
+    : std::runtime_error(line == 0 ? fmt::format("{}: {}", shown(file), message)
+                                   : fmt::format("{}:{}: {}", shown(file), line, message)) {}
+
+std::string shown(std::string_view file) {
+  return file == "-" ? "standard input" : printable(file);
+}
 
 std::string printable(std::string_view text) {
   std::string result;

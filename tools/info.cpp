@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <array>
 #include <cstdlib>
@@ -115,26 +116,28 @@ std::string_view configuration(int word) {
 
 }  // namespace
 
-std::string library_report() {
+void show_libraries() {
   const Choice choice = choice_of_tier();
   const int bound_tier = nuv_serv_cpu_detect();
   const int configuration_word = __nuv_cfg_file_readed_extern;  // the next reading of the file overwrites it
   nuv_serv_load_dll();
   const bool fell_back = choice.tier > 0 && bound_tier == 0;
 
-  Report report;
-  const int threads = nuv_serv_nuv_get_max_threads();
-  report.line("solver library", file_of(reinterpret_cast<const void*>(&nuv_lapack_dgesv)));
-  report.line("kernel library", file_of(nuv_serv_load_fun("nuv_blas_dgemv")));
-  report.line("thread layer", file_of(nuv_serv_load_thread_fun("nuv_blas_dgemm")));
-  report.line("threads", fmt::format("{}", threads));
-  report.line("processor", fmt::format("{}, {}", vendor(), brand()));
-  report.line("instruction set", instruction_set());
-  report.line("tier", fmt::format("{} ({}), {}{}", choice.tier, tier_names[static_cast<std::size_t>(choice.tier)],
-                                  choice.reason,
-                                  fell_back ? "; its kernel library cannot be opened, that of tier 0 serves" : ""));
-  report.line("configuration", configuration(configuration_word));
-  return report.text();
+  Report report("info");
+  const auto tell = [&](std::string_view label, const std::string& key, const std::string& words) {
+    report.line(label, words).fact(key, words);
+  };
+  tell("solver library", "solver_library", file_of(reinterpret_cast<const void*>(&nuv_lapack_dgesv)));
+  tell("kernel library", "kernel_library", file_of(nuv_serv_load_fun("nuv_blas_dgemv")));
+  tell("thread layer", "thread_layer", file_of(nuv_serv_load_thread_fun("nuv_blas_dgemm")));
+  report.line("threads", fmt::format("{}", nuv_serv_nuv_get_max_threads()));
+  tell("processor", "processor", fmt::format("{}, {}", vendor(), brand()));
+  tell("instruction set", "instruction_set", instruction_set());
+  tell("tier", "tier",
+       fmt::format("{} ({}), {}{}", choice.tier, tier_names[static_cast<std::size_t>(choice.tier)], choice.reason,
+                   fell_back ? "; its kernel library cannot be opened, that of tier 0 serves" : ""));
+  tell("configuration", "configuration", std::string(configuration(configuration_word)));
+  report.show();
 }
 
 }  // namespace nuv::tools

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <string>
-
 namespace nuv::tools {
 
 /// Binds the libraries as a solve would and tells which ones, from which files, on what processor and why.
-std::string library_report();
+void show_libraries();
 
 }  // namespace nuv::tools

@@ -1,15 +1,16 @@
 #include "inv.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
-#include <chrono>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "dense_matrix.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "lu_factors.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
@@ -37,36 +38,43 @@ void require_regular(const MatrixFactors& factors, const InverseOptions& options
 }
 
 template <Scalar T>
-void invert_in(MatrixMarket file, const InverseOptions& options, Output& output) {
+void invert_in(MatrixMarket file, const InverseOptions& options, Stopwatch& stopwatch, Output& output) {
   require_memory_for_inverse(file, sizeof(T));
-  Report report;
-  report.line("matrix", words_of(file));
+  Report report("inv");
+  report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
   auto a = to_dense<T>(std::move(file));
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  const auto start = std::chrono::steady_clock::now();
+  stopwatch.end("read");
+  auto progress =
+      std::make_optional<Progress>("inverting " + options.matrix_file, estimated_time<T>(work_of_inverse(a.rows)));
   LuFactors<DenseMatrix<T>> factors(std::move(a));
   require_regular(factors, options);
   factors.tell(report);
+  const double rcond = factors.reciprocal_condition('1');
   report.routine<T>("inverted by", "getri")
-      .line("condition", fmt::format("{:.3g}   reciprocal, in the one norm", factors.reciprocal_condition('1')));
-  if (const auto words = singularity_of(factors)) report.line("warning", "the matrix is " + *words);
+      .line("condition", fmt::format("{:.3g}   reciprocal, in the one norm", rcond))
+      .fact("reciprocal_condition", rcond);
+  if (const auto words = singularity_of(factors)) report.warning("the matrix is " + *words);
   const auto inverse = std::move(factors).inverse();
-  report.time(std::chrono::steady_clock::now() - start);
+  progress.reset();
+  stopwatch.end("solve");
   if (!all_finite(inverse.elements)) throw FileError(options.matrix_file, "the inverse overflows the precision");
 
   write_result(inverse, output);
-  report.to_standard_error();
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file);
 }
 
 }  // namespace
 
 void invert(const InverseOptions& options) {
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    Stopwatch stopwatch;
+    Output output(options.output_file, options.format);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an inverse");
     const char precision = precision_for(options.precision, {&file});
-    in_precision(precision, [&]<Scalar T>(T) { invert_in<T>(std::move(file), options, output); });
+    in_precision(precision, [&]<Scalar T>(T) { invert_in<T>(std::move(file), options, stopwatch, output); });
   });
 }
 

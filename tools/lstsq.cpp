@@ -1,13 +1,14 @@
 #include "lstsq.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "estimate.hpp"
 #include "least_squares.hpp"
 #include "numerical_rank.hpp"
 #include "report.hpp"
@@ -36,32 +37,39 @@ void require_solution(const LeastSquares<T>& solved, const DenseMatrix<T>& a, do
   if (!all_finite(solved.x.elements)) throw FileError(matrix_file, "the solution overflows the precision");
 }
 
-std::string residual_words(const std::vector<long double>& norms) {
+void tell_residual(const std::vector<long double>& norms, Report& report) {
+  if (norms.empty()) return;
   const auto largest = std::max_element(norms.begin(), norms.end());
   const std::string column =
       norms.size() == 1 ? "" : fmt::format(", largest in column {}", largest - norms.begin() + 1);
-  return fmt::format("{:.6g}   ||A x - b||{}", *largest, column);
+  report.line("residual norm", fmt::format("{:.6g}   ||A x - b||{}", *largest, column)).fact("residual_norm", *largest);
 }
 
 template <Scalar T>
-void print(const DenseMatrix<T>& a, const LeastSquares<T>& solved, const DenseMatrix<T>& b, double tolerance,
-           Seconds time, const LeastSquaresOptions& options) {
+Report account_of(const DenseMatrix<T>& a, const LeastSquares<T>& solved, const DenseMatrix<T>& b, double tolerance,
+                  const LeastSquaresOptions& options) {
   const bool tall = a.rows >= a.columns;
-  Report report;
-  report
-      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, printable(options.matrix_file),
+  Report report("lstsq");
+  report.fact("matrix/file", options.matrix_file)
+      .fact("matrix/rows", a.rows)
+      .fact("matrix/columns", a.columns)
+      .fact("kind", tall ? "least squares" : "least norm")
+      .fact("right_hand_sides/file", options.right_hand_side_file)
+      .fact("right_hand_sides/rows", b.rows)
+      .fact("right_hand_sides/columns", b.columns)
+      .fact("rank", solved.rank)
+      .fact("rank_tolerance", tolerance)
+      .line("equations", fmt::format("{} in {} unknowns, {}: {}", a.rows, a.columns, shown(options.matrix_file),
                                      tall ? "least squares" : "least norm"))
-      .line("right-hand sides", fmt::format("{}, {}", b.columns, printable(options.right_hand_side_file)))
+      .line("right-hand sides", fmt::format("{}, {}", b.columns, shown(options.right_hand_side_file)))
       .line("rank", fmt::format("{}, full   diagonal of R above {:.3g} of its largest element", solved.rank, tolerance))
       .template routine<T>("factored by", solved.driver);
-  if (const auto norms = residual_norms(a, solved.x, b); !norms.empty()) {
-    report.line("residual norm", residual_words(norms));
-  }
-  report.time(time).to_standard_error();
+  tell_residual(residual_norms(a, solved.x, b), report);
+  return report;
 }
 
 template <Scalar T>
-void fit_in(EquationFiles files, const LeastSquaresOptions& options, Output& output) {
+void fit_in(EquationFiles files, const LeastSquaresOptions& options, Stopwatch& stopwatch, Output& output) {
   const Int m = files.a.rows, n = files.a.columns;
   require_memory(files.a, m, n, sizeof(T));
   require_memory(files.b, std::max(m, n), files.b.columns, sizeof(T));
@@ -70,11 +78,16 @@ void fit_in(EquationFiles files, const LeastSquaresOptions& options, Output& out
 
   const double tolerance = rank_tolerance<T>(options.rank_tolerance, m, n);
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
-  LeastSquares<T> solved;
-  const Seconds time = timed([&] { solved = least_squares(a, b, tolerance); });
+  stopwatch.end("read");
+  const auto solved = with_estimate<T>("solving " + options.matrix_file, work_of_pivoted_qr(m, n),
+                                       [&] { return least_squares(a, b, tolerance); });
+  stopwatch.end("solve");
   require_solution(solved, a, tolerance, options.matrix_file);
+  Report report = account_of(a, solved, b, tolerance, options);
+  stopwatch.end("check");
   write_result(solved.x, output);
-  print(a, solved, b, tolerance, time, options);
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file);
 }
 
 }  // namespace
@@ -82,11 +95,12 @@ void fit_in(EquationFiles files, const LeastSquaresOptions& options, Output& out
 void fit(const LeastSquaresOptions& options) {
   require_tolerance(options.rank_tolerance);
   within_memory(options, [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Stopwatch stopwatch;
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_matching_sizes(files.a, files.b);
     in_precision(precision_for(options.precision, {&files.a, &files.b}),
-                 [&]<Scalar T>(T) { fit_in<T>(std::move(files), options, output); });
+                 [&]<Scalar T>(T) { fit_in<T>(std::move(files), options, stopwatch, output); });
   });
 }
 

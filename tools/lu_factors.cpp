@@ -1,7 +1,7 @@
 #include "lu_factors.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <chrono>
@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "band_matrix.hpp"
+#include "estimate.hpp"
 #include "memory.hpp"
 #include "methods.hpp"
 #include "precision.hpp"
@@ -195,12 +196,16 @@ template class LuFactors<DenseMatrix<std::complex<double>>>;
 std::unique_ptr<MatrixFactors> factor(MatrixMarket file, char precision) {
   const Choice choice = choose_lu(file);
   const bool is_hermitian = file.symmetry == Symmetry::Hermitian;
+  const std::string what = "factoring " + file.file;
   std::unique_ptr<MatrixFactors> factors;
   in_precision(precision, [&]<Scalar T>(T) {
     require_memory(file, choice, sizeof(T));
     if (choice.method.storage == Storage::Band) {
+      const Work work = work_of_band_lu(file.rows, choice.band.lower, choice.band.upper);
+      const Progress progress(what, estimated_time<T>(work));
       factors = std::make_unique<LuFactors<BandMatrix<T>>>(to_band<T>(std::move(file), choice.band), is_hermitian);
     } else {
+      const Progress progress(what, estimated_time<T>(work_of_lu(file.rows)));
       factors = std::make_unique<LuFactors<DenseMatrix<T>>>(to_dense<T>(std::move(file)), is_hermitian);
     }
   });
@@ -217,23 +222,25 @@ std::optional<std::string> singularity_of(const MatrixFactors& factors) {
   return std::nullopt;
 }
 
-std::string report_on_factors(const MatrixOptions& options, std::string_view what,
-                              const std::function<void(const MatrixFactors&, Report&)>& answer) {
-  Report report;
+void show_from_factors(std::string_view command, const MatrixOptions& options, std::string_view what,
+                       const std::function<void(const MatrixFactors&, Report&)>& answer) {
+  Report report(command);
+  Stopwatch stopwatch;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, what);
     const char precision = precision_for(options.precision, {&file});
-    report.line("matrix", words_of(file));
+    report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
     nuv_serv_load_dll();  // loading the kernel library is no part of the work
-    const auto start = std::chrono::steady_clock::now();
+    stopwatch.end("read");
     const auto factors = factor(std::move(file), precision);
     factors->tell(report);
     answer(*factors, report);
-    if (const auto words = singularity_of(*factors)) report.line("warning", "the matrix is " + *words);
-    report.time(std::chrono::steady_clock::now() - start);
+    stopwatch.end("solve");
+    if (const auto words = singularity_of(*factors)) report.warning("the matrix is " + *words);
+    report.times(stopwatch);
   });
-  return report.text();
+  report.show();
 }
 
 }  // namespace nuv::tools

@@ -84,9 +84,9 @@ std::optional<std::string> singularity_of(const MatrixFactors& factors);
 /// "singular to working precision", and how much so.
 std::string singular_words(double reciprocal_condition);
 
-/// The account of a command that asks something about a square matrix, for which `what` stands in messages: the matrix
-/// and what factored it, what `answer` adds to that, and the time.
-std::string report_on_factors(const MatrixOptions& options, std::string_view what,
-                              const std::function<void(const MatrixFactors&, Report&)>& answer);
+/// Shows the account of a command that asks something about a square matrix, for which `what` stands in messages: the
+/// matrix and what factored it, what `answer` adds to that, and the time.
+void show_from_factors(std::string_view command, const MatrixOptions& options, std::string_view what,
+                       const std::function<void(const MatrixFactors&, Report&)>& answer);
 
 }  // namespace nuv::tools

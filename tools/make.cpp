@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <array>
@@ -16,25 +17,24 @@
 
 #include "dense_matrix.hpp"
 #include "error.hpp"
+#include "matrix_file.hpp"
 #include "matrix_market.hpp"
+#include "matrix_writer.hpp"
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
+#include "progress.hpp"
 #include "report.hpp"
+#include "routines.hpp"
+#include "spectrum_by_blocks.hpp"
 
 namespace nuv::tools {
 namespace {
 
-template <Scalar T>
-constexpr auto latms = nullptr;
+template <RealScalar R>
+constexpr auto latm1 = nuv_lapack_dlatm1;
 template <>
-constexpr auto latms<float> = nuv_lapack_slatms;
-template <>
-constexpr auto latms<double> = nuv_lapack_dlatms;
-template <>
-constexpr auto latms<std::complex<float>> = nuv_lapack_clatms;
-template <>
-constexpr auto latms<std::complex<double>> = nuv_lapack_zlatms;
+constexpr auto latm1<float> = nuv_lapack_slatm1;
 
 // ------------------------------------------------------------------------------------------------------- what to make
 
@@ -66,6 +66,11 @@ const Entry& named(std::string_view name, const Entry (&table)[count]) {
   return *found;
 }
 
+/// Number of a distribution as ?latm1 takes it.
+Int number_of(const Distribution& distribution) {
+  return static_cast<Int>(&named(distribution.name, distributions) - distributions) + 1;
+}
+
 /// Whether a mode spreads the values between NORM and NORM / COND.
 bool mode_spreads(Int mode) {
   return mode != 0 && std::abs(mode) != 6;
@@ -81,7 +86,8 @@ struct Plan {
   Int mode;
   double cond, norm;  ///< in modes 1 to 5
   Distribution distribution;
-  std::string spectrum_file;  ///< in mode 0
+  std::string spectrum_file;         ///< in mode 0
+  std::optional<FileFormat> format;  ///< of files whose suffix tells none
   std::uint64_t seed;
   std::string target;  ///< as messages name it
 
@@ -181,8 +187,9 @@ Plan plan_for(const MakeOptions& options) {
           .norm = norm,
           .distribution = named(options.distribution.value_or("normal"), distributions),
           .spectrum_file = options.spectrum_file.value_or(""),
+          .format = options.format,
           .seed = options.seed,
-          .target = options.output_file.value_or("standard output")};
+          .target = output_name(options.output_file)};
 }
 
 // ------------------------------------------------------------------------------------------------------ what was made
@@ -229,6 +236,11 @@ bool has_eigenvalues(const Plan& plan) {
   return plan.kind.sym != 'N' && !(plan.kind.sym == 'S' && is_complex(plan.precision));
 }
 
+/// Whether the matrix has no zeros beside a band, so that reflectors make it.
+bool is_full(const Plan& plan) {
+  return plan.order() > 0 && plan.lower >= plan.rows - 1 && plan.upper >= plan.columns - 1;
+}
+
 std::string spread(const Plan& plan) {
   const double largest = plan.norm, smallest = plan.norm / plan.cond;
   switch (std::abs(plan.mode)) {
@@ -246,7 +258,7 @@ std::string spread(const Plan& plan) {
 }
 
 std::string spectrum_words(const Plan& plan) {
-  if (plan.mode == 0) return fmt::format("those in {}", printable(plan.spectrum_file));
+  if (plan.mode == 0) return fmt::format("those in {}", shown(plan.spectrum_file));
   if (!plan.spreads()) {
     return fmt::format("{}{}", plan.kind.sym == 'P' ? "magnitudes of numbers " : "", plan.distribution.words);
   }
@@ -255,6 +267,7 @@ std::string spectrum_words(const Plan& plan) {
                      plan.mode < 0 ? ", in reverse order" : "");
 }
 
+/// In the Matrix Market format. Others hold all elements, and say nothing about them.
 WrittenForm form_for(const Plan& plan, StoredCount stored, Symmetry symmetry) {
   return {.layout = stored.nonzeros == stored.elements ? Layout::Array : Layout::Coordinate,
           .symmetry = symmetry,
@@ -273,19 +286,27 @@ Symmetry symmetry_of(const Plan& plan) {
 }
 
 template <Scalar T>
-void print(const Plan& plan, const WrittenForm& form, StoredCount stored, const std::array<Int, 4>& iseed,
-           Seconds time) {
+Report account_of(const Plan& plan, const WrittenForm& form, StoredCount stored, const std::array<Int, 4>& iseed) {
   const bool is_array = form.layout == Layout::Array;
-  Report report;
-  report.line("matrix", fmt::format("{} by {}, {}, {}", plan.rows, plan.columns, plan.kind.name, precision_words<T>()))
+  const std::uint64_t written = is_array ? stored.elements : stored.nonzeros;
+  Report report("make");
+  report.fact("kind", std::string(plan.kind.name))
+      .fact("matrix/rows", plan.rows)
+      .fact("matrix/columns", plan.columns)
+      .fact("spectrum", spectrum_words(plan))
+      .fact("precision", std::string(1, plan.precision))
+      .fact("seed", std::to_string(plan.seed))
+      .fact("layout", is_array ? "array" : "coordinate")
+      .fact("written", static_cast<std::int64_t>(written))
+      .fact("made_again_by", command(plan))
+      .line("matrix", fmt::format("{} by {}, {}, {}", plan.rows, plan.columns, plan.kind.name, precision_words<T>()))
       .line(has_eigenvalues(plan) ? "eigenvalues" : "singular values", spectrum_words(plan))
       .line("made by",
-            fmt::format("nuv_lapack_{}latms, seed {}, iseed {}", static_cast<char>(std::tolower(precision_letter<T>)),
-                        plan.seed, fmt::join(iseed, " ")))
-      .line("written", fmt::format("{} {} as {}", is_array ? stored.elements : stored.nonzeros,
-                                   is_array ? "elements" : "nonzeros", is_array ? "array" : "coordinates"))
-      .time(time)
-      .to_standard_error();
+            fmt::format("nuv_lapack_{}latms{}, seed {}, iseed {}", static_cast<char>(std::tolower(precision_letter<T>)),
+                        is_full(plan) ? " by blocks" : "", plan.seed, fmt::join(iseed, " ")))
+      .line("written", fmt::format("{} {} as {}", written, is_array ? "elements" : "nonzeros",
+                                   is_array ? "array" : "coordinates"));
+  return report;
 }
 
 // ------------------------------------------------------------------------------------------------------------- making
@@ -294,8 +315,8 @@ void print(const Plan& plan, const WrittenForm& form, StoredCount stored, const 
 template <RealScalar R>
 std::vector<R> given_spectrum(const Plan& plan) {
   const std::string& file = plan.spectrum_file;
-  MatrixMarket numbers = read_numbers_file(file, is_single(plan.precision) ? Precision::Single : Precision::Double);
-  if (numbers.is_complex()) throw FileError(file, 1, "the numbers are complex, a spectrum is real");
+  MatrixMarket numbers = read_in(plan.precision, file, plan.format);
+  if (numbers.is_complex()) throw FileError(file, numbers.field_line, "the numbers are complex, a spectrum is real");
   if (numbers.rows != 1 && numbers.columns != 1 && plan.order() != 0) {
     throw FileError(file, numbers.size_line,
                     fmt::format("a {} by {} matrix is no list of numbers", numbers.rows, numbers.columns));
@@ -315,6 +336,48 @@ std::vector<R> given_spectrum(const Plan& plan) {
   return d;
 }
 
+void require_made(Int info) {
+  if (info != 0) throw std::logic_error(fmt::format("the generator of matrices refused with {}", info));
+}
+
+/// The numbers on the diagonal that ?latms would begin with.
+template <RealScalar R>
+std::vector<R> spectrum_of(const Plan& plan, std::array<Int, 4>& iseed) {
+  if (plan.mode == 0) return given_spectrum<R>(plan);
+  const Int count = plan.order(), idist = number_of(plan.distribution);
+  const bool is_positive = plan.kind.sym == 'P';
+  const Int random_signs = has_eigenvalues(plan) && !is_positive ? 1 : 0;
+  const R cond = static_cast<R>(plan.cond);
+  std::vector<R> d(static_cast<std::size_t>(count));
+  Int info = 0;
+  latm1<R>(&plan.mode, &cond, &random_signs, &idist, iseed.data(), d.data(), &count, &info);
+  require_made(info);
+  if (is_positive && !plan.spreads()) std::transform(d.begin(), d.end(), d.begin(), [](R x) { return std::abs(x); });
+  if (plan.spreads()) {
+    const R largest =
+        std::abs(*std::max_element(d.begin(), d.end(), [](R x, R y) { return std::abs(x) < std::abs(y); }));
+    const R factor = static_cast<R>(plan.norm) / largest;
+    std::transform(d.begin(), d.end(), d.begin(), [factor](R x) { return x * factor; });
+  }
+  return d;
+}
+
+std::string words_of(const Plan& plan) {
+  return fmt::format("making a {} by {} matrix", plan.rows, plan.columns);
+}
+
+template <Scalar T>
+DenseMatrix<T> make_by_blocks(const Plan& plan, std::array<Int, 4> iseed) {
+  const auto d = spectrum_of<Real<T>>(plan, iseed);
+  const Sides sides = plan.kind.sym == 'N'    ? Sides::Independent
+                      : has_eigenvalues(plan) ? Sides::Adjoint
+                                              : Sides::Transposed;
+  DenseMatrix<T> a(plan.rows, plan.columns);
+  Progress progress(words_of(plan));
+  fill_with_spectrum<T>(sides, d, iseed, a, [&](double share) { progress.reach(share); });
+  return a;
+}
+
 template <Scalar T>
 DenseMatrix<T> call_latms(const Plan& plan, std::array<Int, 4> iseed) {
   using R = Real<T>;
@@ -324,30 +387,58 @@ DenseMatrix<T> call_latms(const Plan& plan, std::array<Int, 4> iseed) {
   const R cond = static_cast<R>(plan.cond), dmax = static_cast<R>(plan.norm);
   const Int lda = a.ld();
   Int info = 0;
-  latms<T>(&plan.rows, &plan.columns, &plan.distribution.dist, iseed.data(), &plan.kind.sym, d.data(), &plan.mode,
-           &cond, &dmax, &plan.lower, &plan.upper, "N", a.elements.data(), &lda, work.data(), &info, 1, 1, 1);
-  if (info != 0) throw std::logic_error(fmt::format("the generator of matrices refused with {}", info));
+  Routines<T>::latms(&plan.rows, &plan.columns, &plan.distribution.dist, iseed.data(), &plan.kind.sym, d.data(),
+                     &plan.mode, &cond, &dmax, &plan.lower, &plan.upper, "N", a.elements.data(), &lda, work.data(),
+                     &info, 1, 1, 1);
+  require_made(info);
   return a;
 }
 
+/// From the time that a smaller matrix takes: the rotations that give a band its diagonals go through it once for each.
 template <Scalar T>
-void make_in(const Plan& plan, Output& output) {
+std::optional<Seconds> time_for_band(const Plan& plan) {
+  constexpr Int share = 8, large_enough = 1000;
+  if (!Progress::is_shown() || plan.order() < large_enough) return std::nullopt;
+  Plan smaller = plan;
+  smaller.rows /= share;
+  smaller.columns /= share;
+  smaller.lower = std::min(plan.lower, smaller.rows - 1);
+  smaller.upper = std::min(plan.upper, smaller.columns - 1);
+  smaller.mode = 1;
+  Stopwatch stopwatch;
+  call_latms<T>(smaller, words_of_seed(plan.seed));
+  stopwatch.end("");
+  const double diagonals = std::min(plan.lower, plan.rows) + 1.0 + std::min(plan.upper, plan.columns);
+  return stopwatch.stages().front().second * (share * share * diagonals / (smaller.lower + 1.0 + smaller.upper));
+}
+
+template <Scalar T>
+DenseMatrix<T> make_by_rotations(const Plan& plan, const std::array<Int, 4>& iseed) {
+  const Progress progress(words_of(plan), time_for_band<T>(plan));
+  return call_latms<T>(plan, iseed);
+}
+
+template <Scalar T>
+void make_in(const Plan& plan, const MakeOptions& options, Stopwatch& stopwatch, Output& output) {
   if (const auto shortage = memory_shortage(plan.rows, plan.columns, sizeof(T), 1, "make")) {
     throw FileError(plan.target, *shortage);
   }
   const auto iseed = words_of_seed(plan.seed);
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  const auto start = std::chrono::steady_clock::now();
-  const auto a = call_latms<T>(plan, iseed);
-  const Seconds time = std::chrono::steady_clock::now() - start;
+  stopwatch.end("read");
+  const auto a = is_full(plan) ? make_by_blocks<T>(plan, iseed) : make_by_rotations<T>(plan, iseed);
+  stopwatch.end("make");
   if (!all_finite(a.elements)) throw FileError(plan.target, "the matrix overflows the precision");
 
-  const auto stored = count_stored(a, symmetry_of(plan));
-  const WrittenForm form = form_for(plan, stored, symmetry_of(plan));
-  write_matrix_market(
-      a, [&](std::string_view text) { output.write(text); }, form);
+  const bool is_matrix_market = output.format() == FileFormat::MatrixMarket;
+  const Symmetry symmetry = is_matrix_market ? symmetry_of(plan) : Symmetry::General;
+  const auto stored = count_stored(a, symmetry);
+  const WrittenForm form = is_matrix_market ? form_for(plan, stored, symmetry) : WrittenForm();
+  write_matrix(
+      a, output.format(), [&](std::string_view text) { output.write(text); }, form);
   output.commit();
-  print<T>(plan, form, stored, iseed, time);
+  stopwatch.end("write");
+  account_of<T>(plan, form, stored, iseed).times(stopwatch).show_beside(options.output_file);
 }
 
 }  // namespace
@@ -355,8 +446,9 @@ void make_in(const Plan& plan, Output& output) {
 void make(const MakeOptions& options) {
   const Plan plan = plan_for(options);
   within_memory(plan.target, "the matrix does not fit into memory", [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
-    in_precision(plan.precision, [&]<Scalar T>(T) { make_in<T>(plan, output); });
+    Stopwatch stopwatch;
+    Output output(options.output_file, options.format);
+    in_precision(plan.precision, [&]<Scalar T>(T) { make_in<T>(plan, options, stopwatch, output); });
   });
 }
 

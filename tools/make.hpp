@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/types.hpp"
+#include "file_format.hpp"
 
 namespace nuv::tools {
 
@@ -21,6 +22,7 @@ struct MakeOptions {
   std::optional<std::string> spectrum_file;
   std::uint64_t seed = 1;
   std::optional<char> precision;           ///< s, d, c or z; none: d, or z where the matrix must be complex
+  std::optional<FileFormat> format;        ///< of the output
   std::optional<std::string> output_file;  ///< none: standard output
 };
 

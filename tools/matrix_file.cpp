@@ -5,12 +5,40 @@
 #include <algorithm>
 
 #include "error.hpp"
+#include "memory.hpp"
+#include "npy.hpp"
+#include "progress.hpp"
+#include "table.hpp"
 
 namespace nuv::tools {
 
-MatrixMarket read_in(std::optional<char> precision, const std::string& file) {
+MatrixMarket read_matrix(Input& input, std::string_view file, std::optional<FileFormat> format, Precision precision) {
+  switch (format_to_read(input.start(), file, format)) {
+    case FileFormat::MatrixMarket:
+      return read_matrix_market(input, precision);
+    case FileFormat::Npy:
+      return read_npy(input, precision);
+    default:
+      return read_table(input, precision);
+  }
+}
+
+MatrixMarket read_in(std::optional<char> precision, const std::string& file, std::optional<FileFormat> format) {
   const bool single = precision == 's' || precision == 'c';
-  return read_matrix_market_file(file, single ? Precision::Single : Precision::Double);
+  MatrixMarket matrix;
+  within_memory(file, "the file does not fit into memory", [&] {
+    Input input = Input::open(file);
+    Progress progress("reading " + input.name());
+    input.tell([&](double share) { progress.reach(share); });
+    matrix = read_matrix(input, file, format, single ? Precision::Single : Precision::Double);
+  });
+  return matrix;
+}
+
+void require_one_standard_input(std::initializer_list<std::string_view> files) {
+  if (std::count(files.begin(), files.end(), "-") > 1) {
+    throw UsageError("only one of the files can be standard input");
+  }
 }
 
 void require_square(const MatrixMarket& file, std::string_view what) {
@@ -24,13 +52,14 @@ char precision_for(std::optional<char> precision, std::initializer_list<const Ma
   const bool is_complex = found != files.end();
   const char letter = precision.value_or(is_complex ? 'z' : 'd');
   if (is_complex && (letter == 's' || letter == 'd')) {
-    throw FileError((*found)->file, 1, fmt::format("complex data does not fit the real precision {}", letter));
+    throw FileError((*found)->file, (*found)->field_line,
+                    fmt::format("complex data does not fit the real precision {}", letter));
   }
   return letter;
 }
 
 std::string words_of(const MatrixMarket& file) {
-  return fmt::format("{} by {}, {}", file.rows, file.columns, printable(file.file));
+  return fmt::format("{} by {}, {}", file.rows, file.columns, shown(file.file));
 }
 
 }  // namespace nuv::tools

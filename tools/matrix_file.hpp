@@ -7,17 +7,26 @@
 #include <string>
 #include <string_view>
 
+#include "file_format.hpp"
+#include "input.hpp"
 #include "matrix_market.hpp"
 
 namespace nuv::tools {
 
 struct MatrixOptions {
-  std::string matrix_file;
-  std::optional<char> precision;  ///< s, d, c or z; none: d, or z where a file is complex
+  std::string matrix_file;           ///< - is standard input
+  std::optional<char> precision;     ///< s, d, c or z; none: d, or z where a file is complex
+  std::optional<FileFormat> format;  ///< of what is written, and of what is read where nothing else tells it
 };
 
-/// Reads a file for work in the precision of that letter, if there is one.
-MatrixMarket read_in(std::optional<char> precision, const std::string& file);
+/// Reads a matrix in any format.
+MatrixMarket read_matrix(Input& input, std::string_view file, std::optional<FileFormat> format, Precision precision);
+
+/// Reads a file in one of the formats, rounded to the precision of that letter, if there is one.
+MatrixMarket read_in(std::optional<char> precision, const std::string& file, std::optional<FileFormat> format);
+
+/// Throws UsageError where more than one of the files is standard input.
+void require_one_standard_input(std::initializer_list<std::string_view> files);
 
 /// Throws FileError where the matrix isn't square, as what is in those words needs it.
 void require_square(const MatrixMarket& file, std::string_view what);

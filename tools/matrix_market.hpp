@@ -5,19 +5,21 @@
 //
 // Accepted: array and coordinate layout; real, complex and integer fields; general, symmetric, skew-symmetric and
 // hermitian symmetry. Words of the banner are read without regard to case; comment lines and blank lines may stand
-// anywhere after it; lines may end in LF or CR LF. One entry stands on each line. A symmetric matrix is stored by its
-// lower triangle, a skew-symmetric one by its strictly lower triangle. Coordinate entries given more than once are
-// summed, as the assembly of finite elements writes them.
+// anywhere after it; lines may end in LF or CR LF. Exponents may begin with Fortran's d. An array may have any number
+// of values on a line, coordinates have one entry on each. A symmetric matrix is stored by its lower triangle, a
+// skew-symmetric one by its strictly lower triangle. Coordinate entries given more than once are summed, as the
+// assembly of finite elements writes them.
 
 #include <complex>
 #include <cstddef>
 #include <cstdint>
-#include <istream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/types.hpp"
+#include "decimal.hpp"
+#include "input.hpp"
 
 namespace nuv::tools {
 
@@ -25,17 +27,16 @@ enum class Layout { Array, Coordinate };
 enum class Field { Real, Complex, Integer };
 enum class Symmetry { General, Symmetric, SkewSymmetric, Hermitian };
 
-/// Precision in which numbers are rounded and beyond whose range they are refused.
-enum class Precision { Single, Double };
-
 /// The contents of a file as it stands there: its stored entries, nothing expanded, so that the memory taken is
-/// bounded by the size of the file and not by the size of the matrix.
+/// bounded by the size of the file and not by the size of the matrix. Files of other formats come as general arrays.
 struct MatrixMarket {
   std::string file;
-  std::size_t size_line = 0;  ///< line of the sizes, for messages about them
+  std::size_t size_line = 0;   ///< line of the sizes, for messages about them; 0 where there is none
+  std::size_t field_line = 0;  ///< line that tells the field, likewise
   Layout layout = Layout::Array;
   Field field = Field::Real;
   Symmetry symmetry = Symmetry::General;
+  Precision precision = Precision::Double;  ///< of the file, where its format tells one
   Int rows = 0;
   Int columns = 0;
   std::vector<Int> row_of, column_of;  ///< one-based, coordinate layout alone
@@ -51,16 +52,9 @@ struct MatrixMarket {
   }
 };
 
-/// Reads a matrix from a stream; `file` is the name that messages carry. Throws FileError for whatever isn't a
-/// well-formed file of finite numbers.
-MatrixMarket read_matrix_market(std::istream& stream, const std::string& file, Precision precision);
-
-/// The same from a file on disk.
-MatrixMarket read_matrix_market_file(const std::string& file, Precision precision);
-
-/// Reads a file of numbers, one on each line, as a matrix of one column; blank lines and comments, which begin with %,
-/// may stand anywhere. A file that begins with %% is a Matrix Market file, and comes back as it stands there.
-MatrixMarket read_numbers_file(const std::string& file, Precision precision);
+/// Reads a matrix in that format. Throws FileError for whatever isn't a well-formed file of finite numbers, and for
+/// sizes whose entries can't be held in memory.
+MatrixMarket read_matrix_market(Input& input, Precision precision);
 
 /// Row at which the stored part of a column begins in an array file; past the last row, the column holds nothing.
 constexpr std::int64_t first_stored_row(Symmetry symmetry, std::int64_t column) {

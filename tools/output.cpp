@@ -8,91 +8,113 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
+#include <utility>
 
 #include "error.hpp"
 
 namespace nuv::tools {
 namespace {
 
-std::string folder_of(const std::string& file) {
-  const std::string folder = std::filesystem::path(file).parent_path().string();
-  return folder.empty() ? "." : folder;
-}
-
 bool is_standard_output(const struct stat& file) {
   struct stat output;
   return fstat(STDOUT_FILENO, &output) == 0 && output.st_dev == file.st_dev && output.st_ino == file.st_ino;
 }
 
+/// The file that a name stands for, behind symbolic links, whether it is there or not.
+std::string link_target(std::filesystem::path file) {
+  constexpr int longest_chain = 40;  // as the system has it
+  std::error_code error;
+  for (int k = 0; k < longest_chain && is_symlink(file, error); ++k) {
+    file = file.parent_path() / read_symlink(file, error);
+  }
+  return file.string();
+}
+
 }  // namespace
 
-Output::Output() : name_("standard output"), way_(Way::StandardOutput), descriptor_(STDOUT_FILENO) {}
+std::string output_name(const std::optional<std::string>& file) {
+  return !file || *file == "-" ? "standard output" : *file;
+}
 
-Output::Output(const std::string& file) : name_(file), way_(Way::Replace), target_(file) {
+Output::Output(const std::optional<std::string>& file, std::optional<FileFormat> wanted)
+    : name_(output_name(file)), format_(format_to_write(file, wanted)), descriptor_(STDOUT_FILENO) {
+  if (!file || *file == "-") return;
+  look_at(*file);
+  if (has_packed_suffix(*file)) {
+    packer_ = std::make_unique<Packer>([this](std::string_view bytes) { write_through(bytes); });
+  }
+}
+
+void Output::look_at(const std::string& file) {
   struct stat found;
-  if (stat(file.c_str(), &found) != 0) {
-    if (errno != ENOENT) fail("cannot write", errno);
-    if (access(folder_of(file).c_str(), W_OK | X_OK) != 0) fail("cannot write", errno);
-  } else if (S_ISDIR(found.st_mode)) {
-    fail("cannot write", EISDIR);
-  } else if (is_standard_output(found)) {
-    way_ = Way::StandardOutput;
-    descriptor_ = STDOUT_FILENO;
-  } else if (access(file.c_str(), W_OK) != 0) {
-    fail("cannot write", errno);
-  } else if (!S_ISREG(found.st_mode)) {
-    way_ = Way::Direct;
+  target_ = file;
+  const bool exists = stat(file.c_str(), &found) == 0;
+  if (!exists && errno != ENOENT) fail(errno);
+  if (exists && is_standard_output(found)) return;
+  descriptor_ = -1;
+  if (exists) {
+    way_ = Way::InPlace;
+    if (S_ISDIR(found.st_mode)) fail(EISDIR);
+    if (access(file.c_str(), W_OK) != 0) fail(errno);
   } else {
-    target_ = std::filesystem::canonical(file).string();
-    mode_ = found.st_mode & 07777;
-    replaces_ = true;
+    way_ = Way::Create;
+    target_ = link_target(file);
+    if (access(folder_of(target_).c_str(), W_OK | X_OK) != 0) fail(errno);
   }
 }
 
 Output::~Output() {
-  if (way_ != Way::StandardOutput && descriptor_ >= 0) ::close(descriptor_);
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+  if (way_ == Way::InPlace && descriptor_ >= 0) ::close(descriptor_);
 }
 
-void Output::fail(std::string_view what, int error) const {
-  throw FileError(name_, fmt::format("{}: {}", what, std::strerror(error)));
-}
-
-void Output::open_temporary() {
-  for (unsigned attempt = 0; descriptor_ < 0; ++attempt) {
-    const std::string name = fmt::format("{}/.nuv-{}-{}", folder_of(target_), getpid(), attempt);
-    descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode_);
-    if (descriptor_ >= 0) temporary_ = name;
-    if (descriptor_ < 0 && errno != EEXIST) fail("cannot write", errno);
-  }
-  if (replaces_ && fchmod(descriptor_, mode_) != 0) fail("cannot write", errno);
+void Output::fail(int error) const {
+  if (error == EPIPE) throw ReaderGone();
+  throw FileError(name_, fmt::format("cannot write: {}", std::strerror(error)));
 }
 
 void Output::open() {
-  if (way_ == Way::Replace) return open_temporary();
-  descriptor_ = ::open(target_.c_str(), O_WRONLY | O_CLOEXEC);
-  if (descriptor_ < 0) fail("cannot write", errno);
-}
-
-void Output::write(std::string_view text) {
-  if (descriptor_ < 0) open();
-  while (!text.empty()) {
-    const ssize_t count = ::write(descriptor_, text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) fail("cannot write", errno);
-    text.remove_prefix(static_cast<std::size_t>(count));
+  if (way_ == Way::Create) {
+    temporary_.emplace(target_);
+    descriptor_ = temporary_->descriptor();
+  } else {
+    descriptor_ = ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (descriptor_ < 0) fail(errno);
   }
 }
 
+void Output::write_through(std::string_view bytes) {
+  if (descriptor_ < 0) {
+    try {
+      open();
+    } catch (const std::system_error& error) {
+      fail(error.code().value());
+    }
+  }
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail(errno);
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+void Output::write(std::string_view text) {
+  packer_ ? packer_->write(text) : write_through(text);
+}
+
 void Output::commit() {
+  if (packer_) packer_->finish();
+  write_through({});  // a result without a byte makes a file, too
   if (way_ == Way::StandardOutput) return;
-  if (descriptor_ < 0) open();
-  const int descriptor = descriptor_;
-  descriptor_ = -1;
-  if (::close(descriptor) != 0) fail("cannot write", errno);
-  if (way_ != Way::Replace) return;
-  if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail("cannot write", errno);
-  temporary_.clear();
+  const int descriptor = std::exchange(descriptor_, -1);
+  if (way_ == Way::InPlace && ::close(descriptor) != 0) fail(errno);
+  if (way_ != Way::Create) return;
+  try {
+    temporary_->keep();
+  } catch (const std::system_error& error) {
+    fail(error.code().value());
+  }
 }
 
 }  // namespace nuv::tools

@@ -46,6 +46,19 @@ void residual_column(const Matrix& a, const T* x, const T* b, std::vector<Wide<T
   }
 }
 
+template <class Number>
+long double euclidean_norm(const std::vector<Number>& x) {
+  return std::sqrt(std::accumulate(x.begin(), x.end(), 0.0L,
+                                   [](long double sum, const Number& value) { return sum + std::norm(value); }));
+}
+
+long double conjugate(long double x) {
+  return x;
+}
+std::complex<long double> conjugate(std::complex<long double> x) {
+  return std::conj(x);
+}
+
 long double largest_of(const std::vector<long double>& sums) {
   return sums.empty() ? 0 : *std::max_element(sums.begin(), sums.end());
 }
@@ -72,6 +85,24 @@ long double infinity_norm(const Matrix& a) {
 }
 
 template <class Matrix>
+long double frobenius_norm(const Matrix& a) {
+  long double sum = 0;
+  for (Int j = 1; j <= a.columns; ++j) {
+    for_each_in_column(a, j, [&](std::size_t, auto value) { sum += std::norm(value); });
+  }
+  return std::sqrt(sum);
+}
+
+template <class Matrix>
+long double largest_element(const Matrix& a) {
+  long double largest = 0;
+  for (Int j = 1; j <= a.columns; ++j) {
+    for_each_in_column(a, j, [&](std::size_t, auto value) { largest = std::max(largest, std::abs(value)); });
+  }
+  return largest;
+}
+
+template <class Matrix>
 long double scaled_residual(const Matrix& a, const DenseMatrix<typename Matrix::Element>& x,
                             const DenseMatrix<typename Matrix::Element>& b) {
   using T = typename Matrix::Element;
@@ -87,26 +118,52 @@ long double scaled_residual(const Matrix& a, const DenseMatrix<typename Matrix::
   return largest == 0 ? 0 : largest / (infinity_norm(a) * infinity_norm(x) * a.rows * unit_roundoff);
 }
 
-template <Scalar T>
-std::vector<long double> residual_norms(const DenseMatrix<T>& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b) {
+template <class Matrix>
+std::vector<long double> residual_norms(const Matrix& a, const DenseMatrix<typename Matrix::Element>& x,
+                                        const DenseMatrix<typename Matrix::Element>& b) {
   std::vector<long double> norms;
-  std::vector<Wide<T>> r(static_cast<std::size_t>(a.rows));
+  std::vector<Wide<typename Matrix::Element>> r(static_cast<std::size_t>(a.rows));
   for (Int k = 1; k <= b.columns; ++k) {
     residual_column(a, x.column(k), b.column(k), r);
-    norms.push_back(std::sqrt(std::accumulate(r.begin(), r.end(), 0.0L,
-                                              [](long double sum, Wide<T> value) { return sum + std::norm(value); })));
+    norms.push_back(euclidean_norm(r));
   }
   return norms;
 }
 
-#define NUV_INSTANTIATE_FOR(Matrix, T)                  \
-  template long double one_norm(const Matrix<T>&);      \
-  template long double infinity_norm(const Matrix<T>&); \
+template <class Matrix>
+long double scaled_optimality(const Matrix& a, const DenseMatrix<typename Matrix::Element>& x,
+                              const DenseMatrix<typename Matrix::Element>& b) {
+  using T = typename Matrix::Element;
+  constexpr long double unit_roundoff = std::numeric_limits<Real<T>>::epsilon() / 2;
+  const long double norm = frobenius_norm(a);
+  std::vector<Wide<T>> r(static_cast<std::size_t>(a.rows)), gradient(static_cast<std::size_t>(a.columns));
+  long double largest = 0;
+  for (Int k = 1; k <= b.columns; ++k) {
+    residual_column(a, x.column(k), b.column(k), r);
+    for (Int j = 1; j <= a.columns; ++j) {
+      Wide<T> sum = 0;
+      for_each_in_column(a, j, [&](std::size_t i, Wide<T> value) { sum += product(conjugate(value), r[i]); });
+      gradient[static_cast<std::size_t>(j - 1)] = sum;
+    }
+    const std::vector<Wide<T>> solution(x.column(k), x.column(k) + x.rows);
+    const long double size = euclidean_norm(gradient);
+    const long double scale = norm * (euclidean_norm(r) + norm * euclidean_norm(solution)) * a.rows * unit_roundoff;
+    if (size != 0) largest = std::max(largest, size / scale);
+  }
+  return largest;
+}
+
+#define NUV_INSTANTIATE_FOR(Matrix, T)                                                                              \
+  template long double one_norm(const Matrix<T>&);                                                                  \
+  template long double infinity_norm(const Matrix<T>&);                                                             \
+  template long double frobenius_norm(const Matrix<T>&);                                                            \
+  template long double largest_element(const Matrix<T>&);                                                           \
+  template long double scaled_optimality(const Matrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&);           \
+  template std::vector<long double> residual_norms(const Matrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&); \
   template long double scaled_residual(const Matrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&);
 #define NUV_INSTANTIATE(T)            \
   NUV_INSTANTIATE_FOR(DenseMatrix, T) \
-  NUV_INSTANTIATE_FOR(BandMatrix, T)  \
-  template std::vector<long double> residual_norms(const DenseMatrix<T>&, const DenseMatrix<T>&, const DenseMatrix<T>&);
+  NUV_INSTANTIATE_FOR(BandMatrix, T)
 
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)

@@ -18,6 +18,8 @@ struct Routines;
 #define NUV_ROUTINES(T, letter, he, un)                         \
   template <>                                                   \
   struct Routines<T> {                                          \
+    static constexpr auto gemm = nuv_blas_##letter##gemm;       \
+    static constexpr auto gemv = nuv_blas_##letter##gemv;       \
     static constexpr auto gbcon = nuv_lapack_##letter##gbcon;   \
     static constexpr auto gbsvx = nuv_lapack_##letter##gbsvx;   \
     static constexpr auto gbtrf = nuv_lapack_##letter##gbtrf;   \
@@ -33,10 +35,19 @@ struct Routines;
     static constexpr auto hegv = nuv_lapack_##letter##he##gv;   \
     static constexpr auto hegvd = nuv_lapack_##letter##he##gvd; \
     static constexpr auto hegvx = nuv_lapack_##letter##he##gvx; \
+    static constexpr auto hemm = nuv_blas_##letter##he##mm;     \
+    static constexpr auto her2k = nuv_blas_##letter##he##r2k;   \
     static constexpr auto hesvx = nuv_lapack_##letter##he##svx; \
+    static constexpr auto larfb = nuv_lapack_##letter##larfb;   \
+    static constexpr auto larft = nuv_lapack_##letter##larft;   \
+    static constexpr auto larnv = nuv_lapack_##letter##larnv;   \
+    static constexpr auto latms = nuv_lapack_##letter##latms;   \
     static constexpr auto pbsvx = nuv_lapack_##letter##pbsvx;   \
     static constexpr auto posvx = nuv_lapack_##letter##posvx;   \
+    static constexpr auto symm = nuv_blas_##letter##symm;       \
+    static constexpr auto syr2k = nuv_blas_##letter##syr2k;     \
     static constexpr auto sysvx = nuv_lapack_##letter##sysvx;   \
+    static constexpr auto trmm = nuv_blas_##letter##trmm;       \
     static constexpr auto trtrs = nuv_lapack_##letter##trtrs;   \
     static constexpr auto unmqr = nuv_lapack_##letter##un##mqr; \
   };

@@ -1,10 +1,9 @@
 #include "solve.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <concepts>
 #include <stdexcept>
@@ -16,6 +15,7 @@
 #include "band_matrix.hpp"
 #include "dense_matrix.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "lu_factors.hpp"
 #include "matrix_market.hpp"
 #include "output.hpp"
@@ -82,6 +82,20 @@ Solution<T> solve_by(Factorisation factorisation, const BandMatrix<T>& a, const 
   return factorisation == Factorisation::Cholesky ? solve_by_cholesky(a, b) : solve_by_lu(a, b);
 }
 
+Work work_of(const Choice& choice, Int order) {
+  if (choice.method.storage == Storage::Band) return work_of_band_lu(order, choice.band.lower, choice.band.upper);
+  switch (choice.method.factorisation) {
+    case Factorisation::Cholesky:
+    case Factorisation::Mixed:  // operations in single precision take half the time
+      return work_of_cholesky(order);
+    case Factorisation::Symmetric:
+    case Factorisation::Hermitian:
+      return work_of_indefinite(order);
+    default:
+      return work_of_lu(order);
+  }
+}
+
 /// Refuses what is no solution, and one that says nothing unless it is wanted all the same.
 template <Scalar T>
 void require_solution(const Solution<T>& s, const Method& method, const SolveOptions& options) {
@@ -113,14 +127,17 @@ std::string_view equilibration_words(char equilibrated) {
 
 /// The largest of the bounds by columns, NaN above all; one digit at least is right where it is below a tenth.
 template <RealScalar R>
-std::string error_words(const std::vector<R>& bounds) {
-  if (bounds.empty()) return "none, as there are no right-hand sides";
+void tell_error(const std::vector<R>& bounds, Report& report) {
+  if (bounds.empty()) {
+    report.line("forward error", "none, as there are no right-hand sides");
+    return;
+  }
   const auto worst = std::max_element(bounds.begin(), bounds.end(),
                                       [](R x, R y) { return x < y || (std::isnan(y) && !std::isnan(x)); });
   std::string words = fmt::format("{:.3g}   bound of max |X - exact| / max |X|", *worst);
   if (bounds.size() > 1) words += fmt::format(", largest in column {}", worst - bounds.begin() + 1);
   if (!(*worst < R(0.1))) words += "; not one digit is certain";
-  return words;
+  report.line("forward error", words).fact("forward_error", *worst);
 }
 
 template <Scalar T>
@@ -128,56 +145,69 @@ struct Outcome {
   const Solution<T>& solution;
   Asymmetry asymmetry;
   long double residual;
-  Seconds time;
 };
 
 template <Scalar T>
-void print(const Outcome<T>& outcome, Int right_hand_sides, const Choice& choice, const SolveOptions& options) {
+Report account_of(const Outcome<T>& outcome, Int right_hand_sides, const Choice& choice, const SolveOptions& options) {
   const Solution<T>& s = outcome.solution;
-  Report report;
-  report.line("system", fmt::format("{0} by {0}, {1}", s.x.rows, printable(options.matrix_file)))
-      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, printable(options.right_hand_side_file)))
+  Report report("solve");
+  report.matrix("system", "matrix", s.x.rows, s.x.rows, options.matrix_file)
+      .fact("right_hand_sides/file", options.right_hand_side_file)
+      .fact("right_hand_sides/rows", s.x.rows)
+      .fact("right_hand_sides/columns", right_hand_sides)
+      .line("right-hand sides", fmt::format("{}, {}", right_hand_sides, shown(options.right_hand_side_file)))
       .line("method", fmt::format("{}: {}", choice.method.words, choice.reason))
+      .fact("method", std::string(choice.method.words))
+      .fact("method_reason", choice.reason)
       .template routine<T>("solved by", choice.method.driver);
-  if (!s.course.empty()) report.line("course", s.course);
+  if (!s.course.empty()) report.line("course", s.course).fact("course", s.course);
   if (outcome.asymmetry.largest > 0) {
-    report.line("asymmetry",
-                fmt::format("{:.3g} of the diagonal, as rounding errors make it; the lower triangle counts",
-                            outcome.asymmetry.largest));
+    report
+        .line("asymmetry", fmt::format("{:.3g} of the diagonal, as rounding errors make it; the lower triangle counts",
+                                       outcome.asymmetry.largest))
+        .fact("asymmetry", outcome.asymmetry.largest);
   }
-  report.line("scaled residual", fmt::format("{:.3g}   ||A X - B|| / (||A|| ||X|| n eps)", outcome.residual));
-  report.line("condition",
-              fmt::format("{:.3g}   reciprocal, in the one norm{}", s.rcond, equilibration_words(s.equilibrated)));
-  report.line("forward error", error_words(s.forward));
-  if (s.info > 0) report.line("warning", "the matrix is " + singular_words(s.rcond));
-  report.time(outcome.time).to_standard_error();
+  report.line("scaled residual", fmt::format("{:.3g}   ||A X - B|| / (||A|| ||X|| n eps)", outcome.residual))
+      .fact("scaled_residual", outcome.residual);
+  report
+      .line("condition",
+            fmt::format("{:.3g}   reciprocal, in the one norm{}", s.rcond, equilibration_words(s.equilibrated)))
+      .fact("reciprocal_condition", s.rcond)
+      .fact("equilibrated", std::string(1, s.equilibrated));
+  tell_error(s.forward, report);
+  if (s.info > 0) report.warning("the matrix is " + singular_words(s.rcond));
+  return report;
 }
 
 template <class Matrix, Scalar T>
 void solve_stored(const Matrix& a, const DenseMatrix<T>& b, Choice choice, const SolveOptions& options,
-                  Output& output) {
+                  Stopwatch& stopwatch, Output& output) {
   make_certain(a, choice);
   const Asymmetry asymmetry = require_symmetry(a, choice, options.matrix_file);
   nuv_serv_load_dll();  // loading the kernel library is no part of the solve
-  const auto start = std::chrono::steady_clock::now();
-  const Solution<T> solution = solve_by(choice.method.factorisation, a, b);
-  const Seconds time = std::chrono::steady_clock::now() - start;
+  stopwatch.end("read");
+  const auto solution = with_estimate<T>("solving " + options.matrix_file, work_of(choice, a.rows),
+                                         [&] { return solve_by(choice.method.factorisation, a, b); });
+  stopwatch.end("solve");
   require_solution(solution, choice.method, options);
+  Report report = account_of<T>({solution, asymmetry, scaled_residual(a, solution.x, b)}, b.columns, choice, options);
+  stopwatch.end("check");
   write_result(solution.x, output);
-  print<T>({solution, asymmetry, scaled_residual(a, solution.x, b), time}, b.columns, choice, options);
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file);
 }
 
 template <Scalar T>
-void solve_in(EquationFiles files, const SolveOptions& options, Output& output) {
+void solve_in(EquationFiles files, const SolveOptions& options, Stopwatch& stopwatch, Output& output) {
   const Choice choice = choose_method(files.a, options.method, ComplexScalar<T>);
   require_memory(files.a, choice, sizeof(T));
   require_memory(files.b, files.b.rows, files.b.columns, sizeof(T), 3);
   if (choice.method.storage == Storage::Band) {
     const auto a = to_band<T>(std::move(files.a), choice.band);
-    solve_stored(a, to_dense<T>(std::move(files.b)), choice, options, output);
+    solve_stored(a, to_dense<T>(std::move(files.b)), choice, options, stopwatch, output);
   } else {
     const auto a = to_dense<T>(std::move(files.a));
-    solve_stored(a, to_dense<T>(std::move(files.b)), choice, options, output);
+    solve_stored(a, to_dense<T>(std::move(files.b)), choice, options, stopwatch, output);
   }
 }
 
@@ -186,12 +216,13 @@ void solve_in(EquationFiles files, const SolveOptions& options, Output& output) 
 void solve(const SolveOptions& options) {
   require_consistent(options.method, options.precision);
   within_memory(options, [&] {
-    Output output = options.output_file ? Output(*options.output_file) : Output();
+    Stopwatch stopwatch;
+    Output output(options.output_file, options.format);
     EquationFiles files = read_equation_files(options);
     require_square(files.a, "a system");
     require_right_hand_sides_of(files.a, files.b);
     const char precision = precision_for(options.precision, {&files.a, &files.b});
-    in_precision(precision, [&]<Scalar T>(T) { solve_in<T>(std::move(files), options, output); });
+    in_precision(precision, [&]<Scalar T>(T) { solve_in<T>(std::move(files), options, stopwatch, output); });
   });
 }
 

@@ -1,9 +1,10 @@
 #include "svd.hpp"
 
 #include <fmt/format.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "dense_matrix.hpp"
 #include "equations.hpp"
 #include "error.hpp"
+#include "estimate.hpp"
 #include "matrix_market.hpp"
 #include "memory.hpp"
 #include "numerical_rank.hpp"
@@ -62,11 +64,13 @@ void require_result(const SingularDecomposition<T>& result, const std::string& f
 }
 
 template <RealScalar R>
-std::string condition_words(const std::vector<R>& values, bool is_told) {
+void tell_condition(const std::vector<R>& values, bool is_told, Report& report) {
   const long double largest = values.front(), smallest = values.back();
-  if (smallest == 0) return "inf   in the two-norm: the smallest singular value is zero";
-  return fmt::format("{:.3g}   in the two-norm, largest over smallest singular value{}", largest / smallest,
-                     is_told ? "" : ", which rounding errors decide on");
+  const long double condition = smallest == 0 ? std::numeric_limits<long double>::infinity() : largest / smallest;
+  const std::string_view reason = smallest == 0 ? ": the smallest singular value is zero"
+                                  : is_told     ? ", largest over smallest singular value"
+                                            : ", largest over smallest singular value, which rounding errors decide on";
+  report.line("condition", fmt::format("{:.3g}   in the two-norm{}", condition, reason)).fact("condition", condition);
 }
 
 /// What the values say about a rows by columns matrix.
@@ -78,16 +82,19 @@ void tell(const std::vector<Real<T>>& values, Int rows, Int columns, std::option
   };
   const double usual = rank_tolerance<T>({}, rows, columns), tolerance = given.value_or(usual);
   report.line("singular values", fmt::format("{}", count))
-      .line("rank", fmt::format("{}   singular values above {:.3g} of the largest", rank_for(tolerance), tolerance));
-  if (count > 0) report.line("condition", condition_words(values, rank_for(usual) == count));
+      .fact("singular_values", count)
+      .line("rank", fmt::format("{}   singular values above {:.3g} of the largest", rank_for(tolerance), tolerance))
+      .fact("rank", rank_for(tolerance))
+      .fact("rank_tolerance", tolerance);
+  if (count > 0) tell_condition(values, rank_for(usual) == count, report);
 }
 
 /// Where results go, refused before the work where they can't be written.
 struct Outputs {
   explicit Outputs(const SingularOptions& options) {
-    options.output_file ? values.emplace(*options.output_file) : values.emplace();
-    if (options.left_file) left.emplace(*options.left_file);
-    if (options.right_file) right.emplace(*options.right_file);
+    values.emplace(options.output_file, options.format);
+    if (options.left_file) left.emplace(*options.left_file, options.format);
+    if (options.right_file) right.emplace(*options.right_file, options.format);
     if (options.plot_file) plot.emplace(*options.plot_file);
   }
 
@@ -95,20 +102,24 @@ struct Outputs {
 };
 
 template <Scalar T>
-void decompose_in(MatrixMarket file, const SingularOptions& options, Outputs& outputs) {
+void decompose_in(MatrixMarket file, const SingularOptions& options, Stopwatch& stopwatch, Outputs& outputs) {
   const Int rows = file.rows, columns = file.columns;
   const SingularVectors vectors = vectors_for(options, rows, columns);
   require_memory_for<T>(file, vectors, options.right_file.has_value());
   const bool with_vectors = vectors != SingularVectors::None;
-  Report report;
-  report.line("matrix", words_of(file));
+  Report report("svd");
+  report.matrix("matrix", "matrix", rows, columns, file.file);
   auto a = to_dense<T>(std::move(file));
   DenseMatrix<T> kept(0, 0);
   if (with_vectors) kept = a;
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
-  SingularDecomposition<T> result;
-  const Seconds time = timed([&] { result = decomposed(std::move(a), vectors); });
+  stopwatch.end("read");
+  const auto result =
+      with_estimate<T>("singular values of " + options.matrix_file,
+                       with_vectors ? work_of_singular_vectors(rows, columns) : work_of_singular_values(rows, columns),
+                       [&] { return decomposed(std::move(a), vectors); });
+  stopwatch.end("solve");
   require_result(result, options.matrix_file);
 
   tell<T>(result.values, rows, columns, options.rank_tolerance, report);
@@ -116,17 +127,20 @@ void decompose_in(MatrixMarket file, const SingularOptions& options, Outputs& ou
   if (with_vectors) {
     const SingularResiduals measures = residuals_of(kept, result);
     report.line("residual", fmt::format("{:.3g}   ||A - U S V^H|| / (||A|| n eps)", measures.residual))
+        .fact("residual", measures.residual)
         .line("orthogonality",
-              fmt::format("{:.3g}   larger of ||U^H U - I|| and ||V^H V - I||, over n eps", measures.orthogonality));
+              fmt::format("{:.3g}   larger of ||U^H U - I|| and ||V^H V - I||, over n eps", measures.orthogonality))
+        .fact("orthogonality", measures.orthogonality);
+    stopwatch.end("check");
   }
-  report.time(time);
   if (outputs.plot) {
     plot_spectrum({result.values.begin(), result.values.end()}, {"Singular values", "descending", true}, *outputs.plot);
   }
   if (outputs.left) write_result(result.left, *outputs.left);
   if (outputs.right) write_result(adjoint(result.right_adjoint), *outputs.right);
   write_result(result.values, *outputs.values);
-  report.to_standard_error();
+  stopwatch.end("write");
+  report.times(stopwatch).show_beside(options.output_file, {options.left_file, options.right_file, options.plot_file});
 }
 
 }  // namespace
@@ -134,11 +148,12 @@ void decompose_in(MatrixMarket file, const SingularOptions& options, Outputs& ou
 void find_singular_values(const SingularOptions& options) {
   require_consistent(options);
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
+    Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
-    MatrixMarket file = read_in(options.precision, options.matrix_file);
+    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
     const char precision = precision_for(options.precision, {&file});
-    in_precision(precision, [&]<Scalar T>(T) { decompose_in<T>(std::move(file), options, outputs); });
+    in_precision(precision, [&]<Scalar T>(T) { decompose_in<T>(std::move(file), options, stopwatch, outputs); });
   });
 }
 

@@ -67,7 +67,7 @@ T rescale(T& weight) {
 
 }  // namespace
 
-/// Applies a modified rotation to n pairs.
+/// Applies the modified rotation that param holds to n pairs.
 template <RealScalar T>
 [[gnu::always_inline]] inline void rotm(Int n, T* x, Int incx, T* y, Int incy, const T* param) {
   using Rotation = ModifiedRotation<T>;
@@ -82,7 +82,8 @@ template <RealScalar T>
 }
 
 /// Constructs the modified rotation that brings the second element of (sqrt(d1) x1, sqrt(d2) y1) to zero. d1, d2 and x1
-/// become those of the rotated vector; negative weights for which there is no rotation give zeros throughout.
+/// become those of the rotated vector, and param holds the rotation; negative weights without one give zeros
+/// throughout.
 template <RealScalar T>
 [[gnu::always_inline]] inline void rotmg(T& d1, T& d2, T& x1, T y1, T* param) {
   using Rotation = ModifiedRotation<T>;

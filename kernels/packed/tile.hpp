@@ -141,7 +141,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) sum[j][i] = Simd<R>{};
   }
-  const auto step = [&] __attribute__((always_inline)) {
+  const auto step = [&]() __attribute__((always_inline)) {
     Simd<R> column[row_vectors];
     if constexpr (a_in_place) {
       // The tiles below come next. Their columns are short pieces far apart, which the processor doesn't foresee. (On
@@ -202,7 +202,7 @@ template <int row_vectors, InPlace in_place, RealScalar R>
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) re[j][i] = im[j][i] = Simd<R>{};
   }
-  const auto step = [&] __attribute__((always_inline)) {
+  const auto step = [&]() __attribute__((always_inline)) {
     Simd<R> column_re[row_vectors], column_im[row_vectors];
 #pragma GCC unroll 4
     for (int i = 0; i < row_vectors; ++i) {

@@ -51,10 +51,7 @@ template <Scalar T>
 /// One lane in all lanes.
 template <RealScalar R, int lane>
 [[gnu::always_inline]] inline Simd<R> broadcast_lane(Simd<R> x) {
-  return [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
-    return __builtin_shufflevector(x, x, (i * 0 + lane)...);
-  }
-  (std::make_integer_sequence<int, lanes<R>>());
+  return simd::shuffle<R>(x, x, [](int) { return lane; });
 }
 
 /// i x for complex elements.

@@ -85,8 +85,7 @@ class Rows {
   /// Each lane has gathered the same rows then, wherever the matrix lies in memory.
   [[gnu::always_inline]] Simd<Real<T>> in_order(Simd<Real<T>> sums) const {
     if constexpr (!masks_are_cheap) return sums;
-    const int front = first_ * lanes_per_element<T>;
-    return __builtin_shuffle(sums, simd::detail::lane_choice<Real<T>>([&](int i) { return i + front; }));
+    return simd::turned<Real<T>>(sums, first_ * lanes_per_element<T>);
   }
 
   /// Elements of the first vector in front of the rows with which all columns lie in as few lines as they can. Where

@@ -153,31 +153,31 @@ void lasr_lvf(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::variable, true>>(m, n, c, s, a, lda);
 }
 
-/// Rows r and r + 1, in falling order.
+/// Rows r and r + 1, in falling order; rotation (c[r], s[r]).
 template <Scalar T>
 void lasr_lvb(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::variable, false>>(m, n, c, s, a, lda);
 }
 
-/// The first row and row r + 1, in rising order.
+/// The first row and row r + 1, in rising order; rotation (c[r], s[r]).
 template <Scalar T>
 void lasr_ltf(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::top, true>>(m, n, c, s, a, lda);
 }
 
-/// The first row and row r + 1, in falling order.
+/// The first row and row r + 1, in falling order; rotation (c[r], s[r]).
 template <Scalar T>
 void lasr_ltb(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::top, false>>(m, n, c, s, a, lda);
 }
 
-/// Row r and the last one, in rising order.
+/// Row r and the last one, in rising order; rotation (c[r], s[r]).
 template <Scalar T>
 void lasr_lbf(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::bottom, true>>(m, n, c, s, a, lda);
 }
 
-/// Row r and the last one, in falling order.
+/// Row r and the last one, in falling order; rotation (c[r], s[r]).
 template <Scalar T>
 void lasr_lbb(Int m, Int n, const Real<T>* c, const Real<T>* s, T* a, Int lda) {
   apply<Sweep<Pivot::bottom, false>>(m, n, c, s, a, lda);

@@ -4,7 +4,7 @@
 namespace nuv::kernels::inline NUV_ISA {
 
 /// y := alpha A x + beta y for a symmetric A of order n, as the reductions to tridiagonal form ask for it. They work on
-/// the leading part of a larger matrix and tell its order as well, which blocks of rows could be cut by; the result
+/// the leading part of a larger matrix and tell its order n2 as well, which blocks of rows could be cut by; the result
 /// doesn't depend on it. Nothing is checked: the callers have done so.
 template <RealScalar T>
 void symv_nb(char uplo, Int n, Int, T alpha, const T* a, Int lda, const T* x, Int incx, T beta, T* y, Int incy) {

@@ -70,8 +70,8 @@ void update(bool hermitian, char uplo, char trans, Int n, Int k, T alpha, Matrix
 }  // namespace
 
 /// C := alpha A B^T + alpha B A^T + beta C (trans 'N', A and B n by k) or C := alpha A^T B + alpha B^T A + beta C
-/// (trans 'T' or 'C', A and B k by n) on the triangle of the symmetric C that uplo names. The last argument, a block
-/// size that a caller may propose, is not needed: the blocks follow the registers.
+/// (trans 'T' or 'C', A and B k by n) on the triangle of the symmetric C that uplo names. The last argument, nb, a
+/// block size that a caller may propose, is not needed: the blocks follow the registers.
 template <RealScalar T>
 void syr2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta, T* c,
               Int ldc, Int) {
@@ -81,7 +81,7 @@ void syr2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda,
 }
 
 /// C := alpha A B^H + conj(alpha) B A^H + beta C (trans 'N') or C := alpha A^H B + conj(alpha) B^H A + beta C (trans
-/// 'C') on a triangle of the Hermitian C, whose diagonal comes out real.
+/// 'C') on a triangle of the Hermitian C, whose diagonal comes out real. The same holds of k and nb.
 template <ComplexScalar T>
 void her2k_nb(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, Real<T> beta,
               T* c, Int ldc, Int) {

@@ -22,11 +22,8 @@ template <Scalar T>
   } else if constexpr (elements_per_vector<T> == 1) {
     return {x, y};
   } else {
-    constexpr int half = elements_per_vector<T> / 2;
-    const auto places = [](int first) {
-      return detail::lane_choice<R>([first](int i) { return 2 * (first + i / 4) + i % 2 + (i / 2 % 2) * lanes<R>; });
-    };
-    return {__builtin_shuffle(x, y, places(0)), __builtin_shuffle(x, y, places(half))};
+    return {shuffle<R>(x, y, [](int i) { return i / 4 * 2 + i % 2 + (i / 2 % 2) * lanes<R>; }),
+            shuffle<R>(x, y, [](int i) { return lanes<R> / 2 + i / 4 * 2 + i % 2 + (i / 2 % 2) * lanes<R>; })};
   }
 }
 

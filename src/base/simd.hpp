@@ -302,42 +302,62 @@ struct Pair {
   Simd<R> first, second;
 };
 
-namespace detail {
-/// Lane i of a shuffle of two vectors.
+/// Lane i is lane choose(i) of x with y behind it. The choice is a function without a state, so that lanes are
+/// constants.
 template <RealScalar R, class Choose>
-[[gnu::always_inline]] inline auto lane_choice(Choose choose) {
-  LaneIndex<R> index{};
-  for (int i = 0; i < lanes<R>; ++i) index[i] = choose(i);
-  return index;
+[[gnu::always_inline]] inline Simd<R> shuffle(Simd<R> x, Simd<R> y, Choose) {
+  return [&]<int... lane>(std::integer_sequence<int, lane...>) __attribute__((always_inline)) {
+    return __builtin_shufflevector(x, y, Choose{}(lane)...);
+  }
+  (std::make_integer_sequence<int, lanes<R>>());
 }
-}  // namespace detail
 
 /// x0 y0 x1 y1 ...: complex numbers from their real and imaginary parts.
 template <RealScalar R>
 [[gnu::always_inline]] inline Pair<R> interleave(Simd<R> x, Simd<R> y) {
-  constexpr int n = lanes<R>;
-  return {__builtin_shuffle(x, y, detail::lane_choice<R>([](int i) { return i / 2 + (i % 2) * n; })),
-          __builtin_shuffle(x, y, detail::lane_choice<R>([](int i) { return n / 2 + i / 2 + (i % 2) * n; }))};
+  return {shuffle<R>(x, y, [](int i) { return i / 2 + (i % 2) * lanes<R>; }),
+          shuffle<R>(x, y, [](int i) { return lanes<R> / 2 + i / 2 + (i % 2) * lanes<R>; })};
 }
 
 /// The inverse: real and imaginary parts of the complex numbers in two vectors.
 template <RealScalar R>
 [[gnu::always_inline]] inline Pair<R> deinterleave(Simd<R> first, Simd<R> second) {
-  return {__builtin_shuffle(first, second, detail::lane_choice<R>([](int i) { return 2 * i; })),
-          __builtin_shuffle(first, second, detail::lane_choice<R>([](int i) { return 2 * i + 1; }))};
+  return {shuffle<R>(first, second, [](int i) { return 2 * i; }),
+          shuffle<R>(first, second, [](int i) { return 2 * i + 1; })};
 }
 
 /// Each pair of neighbours exchanged: the parts of complex numbers.
 template <RealScalar R>
 [[gnu::always_inline]] inline Simd<R> swap_neighbours(Simd<R> x) {
-  return __builtin_shuffle(x, detail::lane_choice<R>([](int i) { return i ^ 1; }));
+  return shuffle<R>(x, x, [](int i) { return i ^ 1; });
+}
+
+/// Lane i is lane i + first of x, counted round.
+template <RealScalar R>
+[[gnu::always_inline]] inline Simd<R> turned(Simd<R> x, int first) {
+#if defined(__AVX512F__)
+  // The instructions take what is left of an index by lanes<R>. A mask keeps gcc from a warning about its own header.
+  using Index = typename detail::LaneIndexOf<R>::Index;
+  detail::LaneIndex<R> from{};
+  for (int i = 0; i < lanes<R>; ++i) from[i] = static_cast<Index>(i + first);
+  if constexpr (sizeof(R) == 8) {
+    return Simd<R>(_mm512_maskz_permutexvar_pd(0xff, __m512i(from), __m512d(x)));
+  } else {
+    return Simd<R>(_mm512_maskz_permutexvar_ps(0xffff, __m512i(from), __m512(x)));
+  }
+#else
+  Simd<R> y{};
+  for (int i = 0; i < lanes<R>; ++i) y[i] = x[(i + first) % lanes<R>];
+  return y;
+#endif
 }
 
 /// x with zeros in lanes first ... last - 1, whatever stood there.
 template <RealScalar R>
 [[gnu::always_inline]] inline Simd<R> without_lanes(Simd<R> x, int first, int last) {
-  const auto kept = detail::lane_choice<R>([&](int i) { return i >= first && i < last ? 0 : -1; });
-  return Simd<R>(decltype(kept)(x) & kept);
+  detail::LaneIndex<R> kept{};
+  for (int i = 0; i < lanes<R>; ++i) kept[i] = i >= first && i < last ? 0 : -1;
+  return Simd<R>(detail::LaneIndex<R>(x) & kept);
 }
 
 /// even, odd, even, odd ...
@@ -436,16 +456,17 @@ namespace detail {
 /// runs are shorter than that, then those of y behind those of x.
 template <int unit, RealScalar R>
 [[gnu::always_inline]] inline Simd<R> add_neighbours(Simd<R> x, Simd<R> y) {
-  constexpr int n = lanes<R>, part = 16 / static_cast<int>(sizeof(R));
-  constexpr int distance = unit < part ? part / 2 : part;
-  const auto places = [](int offset) {
-    return lane_choice<R>([offset](int i) {
-      const int run = i % part / unit;
-      if (unit < part) return i / part * part + run / 2 * unit + i % unit + run % 2 * n + offset;
-      return i / part * 2 * part + i % part + offset;
-    });
+  constexpr auto place = [](int i) {
+    constexpr int part = 16 / static_cast<int>(sizeof(R));
+    const int run = i % part / unit;
+    if (unit < part) return i / part * part + run / 2 * unit + i % unit + run % 2 * lanes<R>;
+    return i / part * 2 * part + i % part;
   };
-  return __builtin_shuffle(x, y, places(0)) + __builtin_shuffle(x, y, places(distance));
+  constexpr auto place_of_next = [](int i) {
+    constexpr int part = 16 / static_cast<int>(sizeof(R));
+    return decltype(place){}(i) + (unit < part ? part / 2 : part);
+  };
+  return shuffle<R>(x, y, place) + shuffle<R>(x, y, place_of_next);
 }
 
 template <int unit, int count, RealScalar R>

@@ -6,7 +6,7 @@
 
 namespace nuv {
 
-/// p + iq = (a + ib) / (c + id)
+/// p + i q = (a + i b) / (c + i d)
 template <RealScalar R>
 void ladiv(R a, R b, R c, R d, R& p, R& q) {
   const std::complex<R> ratio = quotient(std::complex<R>(a, b), std::complex<R>(c, d));

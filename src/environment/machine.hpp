@@ -54,7 +54,7 @@ inline constexpr auto machine_parameters_by_letter = [] {
 
 }  // namespace detail
 
-/// A parameter of the arithmetic by its letter, in either case; zero for a letter that stands for none.
+/// A parameter of the arithmetic by its letter cmach, in either case; zero for a letter that stands for none.
 template <RealScalar R>
 constexpr R lamch(char cmach) {
   const int place = to_upper_ascii(static_cast<unsigned char>(cmach)) - 'A';
@@ -67,19 +67,19 @@ constexpr R lamch(char cmach) {
 /// ispec    0: infinities; any other value asks for NaNs too, which are never to be trusted
 Int ieeeck(Int ispec, float zero, float one);
 
-/// Whether two numbers differ; a NaN differs from every number, and from itself.
+/// Whether the numbers a, b differ; a NaN differs from every number, and from itself.
+/// isnan: whether x does.
 template <RealScalar R>
 constexpr Logical laisnan(R a, R b) {
   return to_logical(a != b);
 }
-
 template <RealScalar R>
 constexpr Logical isnan(R x) {
   return laisnan(x, x);
 }
 
-/// Takes the square roots of both limits of the range if it spans more than 10^2000: machines have been that computed
-/// beyond what their library functions could bear. With IEEE formats nothing changes.
+/// Takes the square roots of small and large, the limits of the range, if it spans more than 10^2000: machines have
+/// been that computed beyond what their library functions could bear. With IEEE formats nothing changes.
 template <RealScalar R>
 void labad(R& small, R& large);
 

@@ -20,6 +20,7 @@ void lamc1(Int& beta, Int& t, Logical& rnd, Logical& ieee1);
 
 /// The arithmetic in full.
 ///
+/// beta, t, rnd    as above
 /// eps             smallest number that can be taken from 1 so that the difference is below 1
 /// emin, rmin      smallest exponent before gradual underflow, and beta^(emin - 1)
 /// emax, rmax      largest exponent before overflow, and the largest number
@@ -30,11 +31,11 @@ void lamc2(Int& beta, Int& t, Logical& rnd, R& eps, Int& emin, R& rmin, Int& ema
 template <RealScalar R>
 R lamc3(R a, R b);
 
-/// Exponent at which start, divided by the base again and again, is no longer recovered by multiplying back.
+/// The exponent emin at which start, divided by the base again and again, is no longer recovered by multiplying back.
 template <RealScalar R>
 void lamc4(Int& emin, R start, Int base);
 
-/// Largest exponent and largest number of p digits that go with a smallest exponent.
+/// Largest exponent emax and largest number rmax of p digits that go with a smallest exponent emin.
 ///
 /// ieee     whether the largest exponent stands for infinities
 template <RealScalar R>

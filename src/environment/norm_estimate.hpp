@@ -19,8 +19,8 @@
 
 namespace nuv {
 
-/// State in three integers of the caller, so that conversations can run side by side. All routines of the library use
-/// this one.
+/// State in jump, j and iter, integers of the caller, so that conversations can run side by side. All routines of the
+/// library use this one.
 template <RealScalar T>
 void lacon_internal(Int n, T* v, T* x, Int* isgn, T& est, Int& kase, Int& jump, Int& j, Int& iter);
 template <ComplexScalar T>

@@ -18,7 +18,7 @@ Real<T> langb(char norm, Int n, Int kl, Int ku, const T* ab, Int ldab, Real<T>* 
 
 template <Scalar T>
 Real<T> langt(char norm, Int n, const T* dl, const T* d, const T* du) {
-  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, GeneralTridiagonal{dl, d, du});
+  return n <= 0 ? 0 : tridiagonal_norm(norm_of(norm), n, GeneralTridiagonal<T>{dl, d, du});
 }
 
 template <Scalar T>

@@ -27,12 +27,15 @@ Real<T> lansb(char norm, char uplo, Int n, Int k, const T* ab, Int ldab, Real<T>
 template <RealScalar T>
 T lanst(char norm, Int n, const T* d, const T* e);
 
+/// Hermitian, a  n by n, lda >= max(1, n)
 template <ComplexScalar T>
 Real<T> lanhe(char norm, char uplo, Int n, const T* a, Int lda, Real<T>* work);
 
+/// The same in packed storage.
 template <ComplexScalar T>
 Real<T> lanhp(char norm, char uplo, Int n, const T* ap, Real<T>* work);
 
+/// ab  k + 1 diagonals, the main one in row k + 1 (upper) or 1 (lower)
 template <ComplexScalar T>
 Real<T> lanhb(char norm, char uplo, Int n, Int k, const T* ab, Int ldab, Real<T>* work);
 

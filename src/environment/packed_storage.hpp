@@ -34,7 +34,7 @@ struct PackedTriangle {
 template <Scalar T>
 void pppack(char uplo, T* ap, Int n, Int i, Int j, Int rows, Int cols, const T* a, Int lda);
 
-/// The inverse: copies from the triangle into the block, the rest of which is not written.
+/// The same in the other direction: copies from the triangle into the block, the rest of which is not written.
 template <Scalar T>
 void ppunpack(char uplo, const T* ap, Int n, Int i, Int j, Int rows, Int cols, T* a, Int lda);
 

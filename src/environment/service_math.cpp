@@ -1,6 +1,6 @@
 #include "environment/service_math.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 namespace nuv {
 namespace {

@@ -36,10 +36,10 @@ constexpr Int getrf_panel_width(Int n) {
 ///
 /// ispec    12: largest order for the double-shift code; 13: deflation window; 14: percentage of deflations that makes
 ///          a sweep superfluous; 15: number of shifts, even; 16: 2 if sweeps use products of 2 by 2 block matrices,
-///          else 0; any other is answered with -1
+///          else 0; any other is answered with -1. name, opts and lwork are not looked at
 Int iparmq(Int ispec, Text name, Text opts, Int n, Int ilo, Int ihi, Int lwork);
 
-/// Version of the published interface that the routines keep to.
+/// Version of the published interface that the routines keep to, as major_version.minor_version.patch.
 void ilaver(Int& major_version, Int& minor_version, Int& patch);
 
 }  // namespace nuv

@@ -4,9 +4,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/platform.hpp"
 #include "frame/configuration.hpp"
+#include "frame/layer_files.hpp"
 #include "frame/plain_word.hpp"
 #include "frame/processor.hpp"
 
@@ -19,11 +21,18 @@ void* nuv_serv_oql_handle = nullptr;
 
 namespace {
 
-char Orvo_omp_thread_library_name[] = NUV_LIBRARY_FILE("libnuv_orvo_thread");
-char Orvo_Seq_thread_library_name[] = NUV_LIBRARY_FILE("libnuv_sequential");
+char Orvo_omp_thread_library_name[] = NUV_THREADED_LAYER_FILE;
+char Orvo_Seq_thread_library_name[] = NUV_SEQUENTIAL_LAYER_FILE;
 
+/// Opens a library by its name, or else beside this one: a sanitizer that intercepts dlopen hides the caller from the
+/// loader, and with it the run path that leads there.
 void* open(const char (&name_entry)[name_room]) {
-  return dlopen(LibraryName(name_entry).text(), platform::load_lazily);
+  const LibraryName name(name_entry);
+  if (void* handle = dlopen(name.text(), platform::load_lazily)) return handle;
+  platform::Path path;
+  const bool is_bare = std::strchr(name.text(), '/') == nullptr;
+  if (!is_bare || !platform::path_beside(&nuv_serv_dll_handle, name.text(), path)) return nullptr;
+  return dlopen(path, platform::load_lazily);
 }
 
 /// Stores what an open gave, unless another thread has bound a library or the open failed: a handle that is set stays.
@@ -38,6 +47,7 @@ void* bind(void*& word, void* handle) {
 void* bind_or_exit(void*& word, const char (&name_entry)[name_room]) {
   void* handle = open(name_entry);
   if (handle == nullptr) {
+    dlopen(LibraryName(name_entry).text(), platform::load_lazily);  // once more, for what the loader says of the name
     std::printf("NUV FATAL ERROR: %s\n", dlerror());
     std::exit(1);
   }

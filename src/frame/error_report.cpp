@@ -29,6 +29,24 @@ using ErrorHandler = int(const char* name, const int* code, int length);
 /// The handler in use, null until the first report. Threads that race find and store the same one.
 ErrorHandler* process_xerbla_entry = nullptr;
 
+ErrorHandler* as_handler(void* symbol) {
+  return reinterpret_cast<ErrorHandler*>(symbol);
+}
+
+/// What a library behind the stubs reports to, null in libnuv_lapack itself and without it: the handler of a program
+/// that has loaded libnuv_lapack for itself alone is visible there, and hidden from the libraries that it opens.
+ErrorHandler* handler_of_caller() {
+  void* lapack = dlopen(NUV_LIBRARY_FILE("libnuv_lapack"), nuv::platform::only_if_present);
+  ErrorHandler* handler = lapack != nullptr ? as_handler(dlsym(lapack, "nuv_serv_dll_xerbla")) : nullptr;
+  return handler != &nuv_serv_dll_xerbla ? handler : nullptr;
+}
+
+ErrorHandler* find_handler() {
+  if (ErrorHandler* handler = handler_of_caller()) return handler;
+  if (void* handler = nuv::platform::find_in_process("xerbla_")) return as_handler(handler);
+  return &nuv_serv_default_xerbla;
+}
+
 }  // namespace
 
 NUV_MESSAGE const char* named_errors[named_codes] = {
@@ -50,10 +68,7 @@ int nuv_serv_default_xerbla(const char* name, const int* code, int length) {
 }
 
 int nuv_serv_dll_xerbla(const char* name, const int* code, int length) {
-  if (nuv::plain_load(process_xerbla_entry) == nullptr) {
-    auto* handler = reinterpret_cast<ErrorHandler*>(nuv::platform::find_in_process("xerbla_"));
-    nuv::plain_store(process_xerbla_entry, handler != nullptr ? handler : &nuv_serv_default_xerbla);
-  }
+  if (nuv::plain_load(process_xerbla_entry) == nullptr) nuv::plain_store(process_xerbla_entry, find_handler());
   return nuv::plain_load(process_xerbla_entry)(name, code, length);
 }
 

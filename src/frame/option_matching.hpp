@@ -21,7 +21,7 @@ constexpr bool is_one_of(char option, Letters... letters) {
   return (same_letter(option, letters) || ...);
 }
 
-/// True if the first n characters of two words agree by same_letter; false if either word is shorter than n.
+/// True if the first n characters of the words ca and cb agree by same_letter; false if either word is shorter than n.
 Logical lsamen(Int n, Text ca, Text cb);
 
 }  // namespace nuv

@@ -24,6 +24,7 @@ constexpr bool mode_uses_cond(Int mode) {
 /// irsign    1: in modes 1 to 5 each number is multiplied by a random sign, a complex number by a random point of the
 ///           unit circle; 0: none is
 /// idist     1 ... 3 in mode 6, see generators/random_numbers.hpp
+/// iseed     state of the random numbers, see there
 /// d         n numbers
 /// info      0, or -k: argument k was bad (reported); n = 0 is never bad
 template <Scalar T>

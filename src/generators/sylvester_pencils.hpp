@@ -24,6 +24,7 @@ namespace nuv {
 ///          5: blocks of order two with eigenvalues that come close as alpha grows, D and E identities;
 ///             R = alpha w(i j) / 20, L = alpha w(i + j) / 20
 ///          less: the six matrices are given; more: as 5
+/// a ... l  the matrices A to F, R and L
 /// alpha    for 1 and 5
 /// qblcka, qblckb  for 3; less than 2 counts as 2
 template <Scalar T>

@@ -8,8 +8,7 @@
 // ilo, ihi  rows and columns outside are triangular already, as gebal leaves them; 1 and n if nothing is known.
 //           1 <= ilo <= ihi <= n; 1 and 0 if n is zero
 // a         n by n, lda >= max(1, n); out H, and below its first subdiagonal, in columns ilo ... ihi - 1, the
-// reflectors
-//           of which Q is the product, as ormhr and orghr (orthogonal/q_of_reductions.hpp) take them
+//           reflectors of which Q is the product, as ormhr and orghr (orthogonal/q_of_reductions.hpp) take them
 // tau       n - 1 factors of the reflectors, of which those outside ilo ... ihi - 1 are set to zero by gehrd alone
 // info      0, or -k: argument k was bad (reported)
 

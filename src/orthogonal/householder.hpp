@@ -7,9 +7,9 @@
 // (R. Schreiber and C. Van Loan, "A storage-efficient WY representation for products of Householder transformations",
 // SIAM J. Sci. Stat. Comput. 10, 1989).
 //
-// V holds k reflectors of order n as the factorisations leave them: "Columnwise" n by k, "Rowwise" k by n. direct tells
-// the order of the product and the shape: "Forward", H = H1 ... Hk, unit elements on the diagonal from the first
-// element on, T upper triangular; "Backward", H = Hk ... H1, unit elements on the diagonal that ends at the last
+// V holds k reflectors of order n as the factorisations leave them, by storev "Columnwise" n by k, "Rowwise" k by n.
+// direct tells the order of the product and the shape: "Forward", H = H1 ... Hk, unit elements on the diagonal from the
+// first element on, T upper triangular; "Backward", H = Hk ... H1, unit elements on the diagonal that ends at the last
 // element, T lower triangular. What stands in the place of a unit element or beyond it belongs to somebody else and is
 // left as it was. Nothing here checks its arguments.
 

@@ -20,17 +20,23 @@
 
 namespace nuv {
 
+/// LQ factorisation, blocked.
 template <Scalar T>
 void gelqf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info);
+/// QL factorisation, blocked.
 template <Scalar T>
 void geqlf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info);
+/// RQ factorisation, blocked.
 template <Scalar T>
 void gerqf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info);
 
+/// LQ factorisation, one reflector after another.
 template <Scalar T>
 void gelq2(Int m, Int n, T* a, Int lda, T* tau, T* work, Int& info);
+/// QL factorisation, one reflector after another.
 template <Scalar T>
 void geql2(Int m, Int n, T* a, Int lda, T* tau, T* work, Int& info);
+/// RQ factorisation, one reflector after another.
 template <Scalar T>
 void gerq2(Int m, Int n, T* a, Int lda, T* tau, T* work, Int& info);
 

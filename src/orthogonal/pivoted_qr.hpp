@@ -50,6 +50,7 @@ void geqpf(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Real<T>* rwo
 /// Factors up to nb columns, and updates the others by them. It ends early where the norm of a column has to be
 /// computed anew, for which its elements must be there.
 ///
+/// offset  rows that are finished;  vn1, vn2  norms of the columns below them, and those from which they were downdated
 /// nb      1 <= nb <= min(m - offset, n);  kb  columns factored, out
 /// auxv    nb elements of workspace
 /// f       n by nb, ldf >= n: what the others lose is A(offset+1:m, 1:kb) f^H, with the unit elements in place
@@ -59,6 +60,7 @@ void laqps(Int m, Int n, Int offset, Int nb, Int& kb, T* a, Int lda, Int* jpvt, 
 
 /// Factors all columns, as long as there are rows.
 ///
+/// offset  rows that are finished;  vn1, vn2  norms of the columns below them, and those from which they were downdated
 /// work    n elements
 template <Scalar T>
 void laqp2(Int m, Int n, Int offset, T* a, Int lda, Int* jpvt, T* tau, Real<T>* vn1, Real<T>* vn2, T* work);

@@ -43,10 +43,12 @@ void ppequ(char uplo, Int n, const T* ap, Real<T>* s, Real<T>& scond, Real<T>& a
 template <Scalar T>
 void pbequ(char uplo, Int n, Int kd, const T* ab, Int ldab, Real<T>* s, Real<T>& scond, Real<T>& amax, Int& info);
 
+/// General m by n matrix, lda >= max(1, m).
 template <Scalar T>
 void laqge(Int m, Int n, T* a, Int lda, const Real<T>* r, const Real<T>* c, Real<T> rowcnd, Real<T> colcnd,
            Real<T> amax, char& equed);
 
+/// General m by n band matrix, ldab >= kl + ku + 1.
 template <Scalar T>
 void laqgb(Int m, Int n, Int kl, Int ku, T* ab, Int ldab, const Real<T>* r, const Real<T>* c, Real<T> rowcnd,
            Real<T> colcnd, Real<T> amax, char& equed);
@@ -67,9 +69,11 @@ void laqsb(char uplo, Int n, Int kd, T* ab, Int ldab, const Real<T>* s, Real<T> 
 template <ComplexScalar T>
 void laqhe(char uplo, Int n, T* a, Int lda, const Real<T>* s, Real<T> scond, Real<T> amax, char& equed);
 
+/// The same in packed storage.
 template <ComplexScalar T>
 void laqhp(char uplo, Int n, T* ap, const Real<T>* s, Real<T> scond, Real<T> amax, char& equed);
 
+/// The same for a band matrix.
 template <ComplexScalar T>
 void laqhb(char uplo, Int n, Int kd, T* ab, Int ldab, const Real<T>* s, Real<T> scond, Real<T> amax, char& equed);
 

@@ -9,7 +9,7 @@
 // a...    the matrix; scaled on return if equed says so.  af..., ipiv  its factors, as the routines of that storage
 //         leave them, in or out
 // equed   what was done to A, as the ?laq routines say it; in for 'F', else out
-// r, c, s scale factors; in for 'F' if equed tells of them, else out if it does
+// r, c, s  scale factors; in for 'F' if equed tells of them, else out if it does
 // b       n by nrhs, ldb >= max(1, n); scaled on return as the equations were
 // x       n by nrhs, ldx >= max(1, n); solutions of the original system
 // rcond   reciprocal condition number of the (scaled) matrix
@@ -84,12 +84,17 @@ void pbsvx(char fact, char uplo, Int n, Int kd, Int nrhs, T* ab, Int ldab, T* af
            Int& info);
 
 /// General tridiagonal matrix by gttrf, never scaled. Workspace as for posvx.
+///
+/// d       n elements of the diagonal;  dlf, df, duf  its factors, as gttrf leaves them, in or out
 template <Scalar T>
 void gtsvx(char fact, char trans, Int n, Int nrhs, const T* dl, const T* d, const T* du, T* dlf, T* df, T* duf, T* du2,
            Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>& rcond, Real<T>* ferr, Real<T>* berr, T* work,
            SecondWork<T>* second, Int& info);
 
-/// Positive definite tridiagonal matrix by pttrf, e below the diagonal, never scaled. work  2n elements
+/// Positive definite tridiagonal matrix by pttrf, never scaled.
+///
+/// d, e    n elements of the diagonal and n - 1 below it;  df, ef  its factors, as pttrf leaves them, in or out
+/// work    2n elements
 template <RealScalar T>
 void ptsvx(char fact, Int n, Int nrhs, const T* d, const T* e, T* df, T* ef, const T* b, Int ldb, T* x, Int ldx,
            T& rcond, T* ferr, T* berr, T* work, Int& info);

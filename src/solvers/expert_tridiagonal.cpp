@@ -148,9 +148,11 @@ void solve_definite_expertly(char fact, Int n, Int nrhs, const Real<T>* d, const
 
 }  // namespace
 
+// Not part of its entry: solve_definite_expertly takes an argument more, and a jump to it would use the place of an
+// option's length on the caller's stack. Some callers pass none.
 template <RealScalar T>
-void ptsvx(char fact, Int n, Int nrhs, const T* d, const T* e, T* df, T* ef, const T* b, Int ldb, T* x, Int ldx,
-           T& rcond, T* ferr, T* berr, T* work, Int& info) {
+[[gnu::noinline]] void ptsvx(char fact, Int n, Int nrhs, const T* d, const T* e, T* df, T* ef, const T* b, Int ldb,
+                             T* x, Int ldx, T& rcond, T* ferr, T* berr, T* work, Int& info) {
   solve_definite_expertly(fact, n, nrhs, d, e, df, ef, b, ldb, x, ldx, rcond, ferr, berr, work, work, info);
 }
 

@@ -26,7 +26,7 @@ void dsgesv(Int n, Int nrhs, double* a, Int lda, Int* ipiv, const double* b, Int
 ///         sa is not to be used; for n < 1 as it was
 void dlag2s(Int m, Int n, const double* a, Int lda, float* sa, Int ldsa, Int& info);
 
-/// Widens an m by n matrix; info is 0.
+/// Widens an m by n matrix sa to a; info is 0.
 void slag2d(Int m, Int n, const float* sa, Int ldsa, double* a, Int lda, Int& info);
 
 }  // namespace nuv

@@ -61,14 +61,14 @@ template <Scalar T>
 void pbrfs(char uplo, Int n, Int kd, Int nrhs, const T* ab, Int ldab, const T* afb, Int ldafb, const T* b, Int ldb,
            T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work, SecondWork<T>* second, Int& info);
 
-/// op(A) X = B for a general tridiagonal matrix; dlf, df, duf, du2, ipiv from gttrf.
+/// op(A) X = B for a general tridiagonal matrix dl, d, du; dlf, df, duf, du2, ipiv from gttrf.
 template <Scalar T>
 void gtrfs(char trans, Int n, Int nrhs, const T* dl, const T* d, const T* du, const T* dlf, const T* df, const T* duf,
            const T* du2, const Int* ipiv, const T* b, Int ldb, T* x, Int ldx, Real<T>* ferr, Real<T>* berr, T* work,
            SecondWork<T>* second, Int& info);
 
-/// A X = B for a positive definite tridiagonal matrix; df, ef from pttrf. The bound takes no estimate, and the whole of
-/// the residual as if it were as large as its largest element. work  2n elements
+/// A X = B for a positive definite tridiagonal matrix d, e; df, ef from pttrf. The bound takes no estimate, and the
+/// whole of the residual as if it were as large as its largest element. work  2n elements
 template <RealScalar T>
 void ptrfs(Int n, Int nrhs, const T* d, const T* e, const T* df, const T* ef, const T* b, Int ldb, T* x, Int ldx,
            T* ferr, T* berr, T* work, Int& info);

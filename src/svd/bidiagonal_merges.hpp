@@ -6,6 +6,7 @@
 // Loewner's formula gives; its vectors are orthogonal, however close values lie (M. Gu, S. C. Eisenstat, SIAM J. Matrix
 // Anal. Appl. 16, 1995).
 //
+// nl, nr, sqre   rows of either half, and 1 if the second has one column more than rows, else 0
 // info    0; -i: argument i was bad (reported); i > 0: root i of the secular equation was not found
 
 #include "base/types.hpp"

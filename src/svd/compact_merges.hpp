@@ -58,6 +58,7 @@ void lasd6(Int icompq, Int nl, Int nr, Int sqre, T* d, T* vf, T* vl, T alpha, T 
 /// Deflates; the part of lasd6 before the secular equation.
 ///
 /// d       the last n - k elements out: the values that are done, in decreasing order
+/// idxq    n places: the permutations that sort each half, with one place between them that is not looked at
 /// z       m elements; out the joining row in terms of the right vectors of dsigma, k of them
 /// vf, vl  in the order of perm out
 /// dsigma  n elements: the poles of the equation, k of them, in increasing order, the first of which is zero

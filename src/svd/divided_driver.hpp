@@ -11,8 +11,7 @@ namespace nuv {
 /// With k = min(m, n) and l = max(m, n):
 ///
 /// jobz    'A': all vectors; 'S': the first k left and right ones; 'O': the same, the long ones, which are the left
-/// ones
-///         if m >= n, in the place of A; 'N': values alone
+///         ones if m >= n, in the place of A; 'N': values alone
 /// a       m by n, lda >= max(1, m); destroyed, or the long vectors out
 /// s       k values in decreasing order
 /// u       'A': m by m, 'S': m by k, 'O' and m < n: m by m; otherwise not used; ldu >= 1, and >= m where used

@@ -134,7 +134,7 @@ class ShiftChoice {
     const auto& [dmin, dmin1, dmin2, dn, dn1, dn2] = last_;
     if (dmin1 != dn1) return {dmin1 / 4, -9};
     if (dmin2 != dn2) return {dmin1 / 2, -9};
-    return by_residual({third<R> * dmin1, -7}, dmin1, [&](R a2) { return dmin2 / 2 - a2; });
+    return by_residual({third<R> * dmin1, -7}, dmin1, [this](R a2) { return last_.dmin2 / 2 - a2; });
   }
 
   /// Cases 10 and 11: two rows were split off.

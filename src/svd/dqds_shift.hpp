@@ -19,6 +19,7 @@ namespace nuv {
 template <RealScalar R>
 inline constexpr R first_shift_factor = R(0.25);
 
+/// Chooses the shift.
 template <RealScalar R>
 void lasq4_internal(Int i0, Int n0, const R* z, Int pp, Int n0in, R dmin, R dmin1, R dmin2, R dn, R dn1, R dn2, R& tau,
                     Int& ttype, R& g);

@@ -52,7 +52,10 @@ template <RealScalar R>
 void lasq3(Int i0, Int& n0, R* z, Int pp, R& dmin, R& sigma, R& desig, R& qmax, Int& nfail, Int& iter, Int& ndiv,
            Logical ieee);
 
-/// lasq4_internal with g kept in the library in the same way.
+/// The choice of a shift, lasq4_internal, with g kept in the library in the same way.
+///
+/// n0in ... dn2   the last row before the step's deflations, and what the last transform told
+/// ttype   the kind of choice, in and out
 template <RealScalar R>
 void lasq4(Int i0, Int n0, const R* z, Int pp, Int n0in, R dmin, R dmin1, R dmin2, R dn, R dn1, R dn2, R& tau,
            Int& ttype);

@@ -27,7 +27,7 @@ namespace nuv {
 template <RealScalar T>
 void lasd4(Int n, Int i, const T* d, const T* z, T* delta, T rho, T& sigma, T* work, Int& info);
 
-/// The same for n = 2, in closed form.
+/// The same for n = 2, in closed form; the root is dsigma.
 template <RealScalar T>
 void lasd5(Int i, const T* d, const T* z, T* delta, T rho, T& dsigma, T* work);
 

@@ -327,9 +327,11 @@ void reduce(char vect, char uplo, Int n, Int ka, Int kb, T* ab, Int ldab, const 
 
 }  // namespace
 
+// Not part of its entry: reduce takes an argument more, and a jump to it would use the place of an option's length on
+// the caller's stack. Some callers pass none.
 template <RealScalar T>
-void sbgst(char vect, char uplo, Int n, Int ka, Int kb, T* ab, Int ldab, const T* bb, Int ldbb, T* x, Int ldx, T* work,
-           Int& info) {
+[[gnu::noinline]] void sbgst(char vect, char uplo, Int n, Int ka, Int kb, T* ab, Int ldab, const T* bb, Int ldbb, T* x,
+                             Int ldx, T* work, Int& info) {
   reduce(vect, uplo, n, ka, kb, ab, ldab, bb, ldbb, x, ldx, work + n, work, info);
 }
 

@@ -147,7 +147,6 @@ template <Scalar T>
 void drive_for_selected(const FullPair<T>& pair, const Selection<Real<T>>& selection, Real<T> abstol, Int& m,
                         Real<T>* w, Matrix<T> Z, T* work, Int lwork, [[maybe_unused]] Real<T>* rwork, Int* iwork,
                         Int* ifail, Int& info) {
-  const auto [range, vl, vu, il, iu] = selection;
   const std::int64_t least = (ComplexScalar<T> ? 2 : 8) * std::int64_t{pair.n};
   std::int64_t best = 0;
   info = pair.check(selection, Z.ld);
@@ -161,11 +160,11 @@ void drive_for_selected(const FullPair<T>& pair, const Selection<Real<T>>& selec
   if (pair.n == 0) return;
   solve_pair(pair, Z, info, [&] {
     if constexpr (ComplexScalar<T>) {
-      heevx(pair.jobz, range, pair.uplo, pair.n, pair.A.data, pair.A.ld, vl, vu, il, iu, abstol, m, w, Z.data, Z.ld,
-            work, lwork, rwork, iwork, ifail, info);
+      heevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu,
+            selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, lwork, rwork, iwork, ifail, info);
     } else {
-      syevx(pair.jobz, range, pair.uplo, pair.n, pair.A.data, pair.A.ld, vl, vu, il, iu, abstol, m, w, Z.data, Z.ld,
-            work, lwork, iwork, ifail, info);
+      syevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.A.data, pair.A.ld, selection.vl, selection.vu,
+            selection.il, selection.iu, abstol, m, w, Z.data, Z.ld, work, lwork, iwork, ifail, info);
     }
     return m;
   });

@@ -100,18 +100,17 @@ template <Scalar T>
 void drive_for_selected(const PackedPair<T>& pair, const Selection<Real<T>>& selection, Real<T> abstol, Int& m,
                         Real<T>* w, Matrix<T> Z, T* work, [[maybe_unused]] Real<T>* rwork, Int* iwork, Int* ifail,
                         Int& info) {
-  const auto [range, vl, vu, il, iu] = selection;
   info = pair.check(selection, Z.ld);
   if (info != 0) return report_bad_argument(name_of<T>("SPGVX", "HPGVX"), info);
   m = 0;
   if (pair.n == 0) return;
   solve_pair(pair, Z, info, [&] {
     if constexpr (ComplexScalar<T>) {
-      hpevx(pair.jobz, range, pair.uplo, pair.n, pair.ap, vl, vu, il, iu, abstol, m, w, Z.data, Z.ld, work, rwork,
-            iwork, ifail, info);
+      hpevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il,
+            selection.iu, abstol, m, w, Z.data, Z.ld, work, rwork, iwork, ifail, info);
     } else {
-      spevx(pair.jobz, range, pair.uplo, pair.n, pair.ap, vl, vu, il, iu, abstol, m, w, Z.data, Z.ld, work, iwork,
-            ifail, info);
+      spevx(pair.jobz, selection.range, pair.uplo, pair.n, pair.ap, selection.vl, selection.vu, selection.il,
+            selection.iu, abstol, m, w, Z.data, Z.ld, work, iwork, ifail, info);
     }
     return m;
   });

@@ -26,6 +26,7 @@ void lagtf(Int n, T* a, T lambda, T* b, T* c, T tol, T* d, Int* in, Int& info);
 ///
 /// job     1: (T - lambda I) x = y; 2: (T - lambda I)^T x = y; -1, -2: the same, where diagonal elements of U that are
 ///         so small that the solution would overflow are perturbed first
+/// a, b, c, d, in   the factors
 /// y       n elements: right-hand side in, solution out
 /// tol     for negative jobs, the first perturbation tried, each further one being twice the one before; zero or less
 ///         becomes eps times the largest element of U, or eps if U is zero

@@ -35,7 +35,7 @@ void laed1(Int n, T* d, T* q, Int ldq, Int* indxq, T rho, Int cutpnt, T* work, I
 
 /// The part of laed1 behind the deflation.
 ///
-/// k       eigenvalues that are left to the secular equation, 0 <= k <= n
+/// k       eigenvalues that are left to the secular equation, 0 <= k <= n;  n1  order of the first half
 /// d, q    the first k eigenvalues and eigenvectors out; q has n rows, ldq >= max(1, n)
 /// rho     factor of the secular equation
 /// dlamda, w   its poles and elements of z, k of each; w is destroyed
@@ -71,7 +71,7 @@ void laed7(Int n, Int cutpnt, Int qsiz, Int tlvls, Int curlvl, Int curpbm, Real<
 /// rank one; for these the distances of the other roots have to stand in q.
 ///
 /// d       the roots;  q  k by k, ldq >= max(1, k): their distances from the poles
-/// n       order of the merge, n >= k
+/// n       order of the merge, n >= k;  rho  factor of the secular equation
 /// dlamda, w   poles and elements of z, n and k of them; w is destroyed
 /// s       k by k, lds >= max(1, k): the eigenvectors; it may be q
 template <RealScalar T>

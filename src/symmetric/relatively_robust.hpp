@@ -36,7 +36,7 @@ void larre(char range, Int n, R& vl, R& vu, Int il, Int iu, R* d, R* e, R* e2, R
 ///
 /// d, l, ld   D, L and their products, n and n - 1 numbers
 /// w, werr    eigenvalues of L D L^T with bounds of their errors;  wgap  distances to the next
-/// spdiam     diameter of the spectrum
+/// spdiam     diameter of the spectrum;  pivmin  least magnitude of a pivot
 /// clgapl, clgapr   gaps on both sides of the cluster
 /// dplus, lplus     D+ and L+
 /// work       2 n numbers

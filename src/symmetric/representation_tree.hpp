@@ -12,6 +12,9 @@ namespace nuv {
 ///
 /// vl, vu  bounds of the wanted eigenvalues; vu is not looked at, since the last gap of a block goes up to it
 /// d, l    n numbers each: D and L of the block's roots, and their shifts behind L; scratch on return
+/// pivmin  the least pivot of Sturm sequences;  isplit  the last row of each block
+/// werr, wgap, iblock, indexw, gers   bounds of errors, distances to the next value, blocks, indices in them, and the
+///         Gerschgorin intervals, as larre gave them
 /// minrgp  eigenvalues with a smaller gap, relative to their size, are a cluster
 /// rtol1, rtol2   how well larrb is to find eigenvalues before a representation is judged or a vector computed
 /// w       eigenvalues less the shift of their block in, eigenvalues of T out

@@ -17,7 +17,12 @@ import generate  # noqa: E402
 
 HEADER = "include/nuv/nuv_lapack.h"
 SERVICES = "include/nuv/nuv_services.h"
+TYPES = "include/nuv/nuv_types.h"
+X_VARIANTS = "include/nuv/nuv_x_variants.h"
 MODULE = "include/nuv/nuv_lapack.f90"
+DOCUMENTED = "documented/nuv/nuv_lapack.h"
+BY_VALUE = "include/nuv/nuv.h"
+OVERLOADS = "include/nuv/nuv.hpp"
 FAMILIES = "family solvers/widget\nlayer_family threading/widget\n"
 
 
@@ -218,10 +223,19 @@ class Header(unittest.TestCase):
             self.assertIn(prototype, self.prototypes(f"kernel c ?a (Int n) -> {result}"))
         self.assertIn("void nuv_blas_ca(void);", self.prototypes("kernel c ?a ()"))
 
-    def test_layer_routines_show_their_x_variants(self):
-        header = self.prototypes("layer sd ?getrf (Int n)")
-        for name in ("sgetrf", "dgetrf", "xsgetrf", "xdgetrf"):
-            self.assertIn(f"void nuv_lapack_{name}(const int* n);", header)
+    def test_x_variants_have_a_header_of_their_own(self):
+        made = files(entry("layer sd ?getrf (Int n)") + "routine d ?getrs (Int n)\n Solves.\n")
+        for header, present, absent in ((HEADER, ("sgetrf", "dgetrf", "dgetrs"), "xdgetrf"),
+                                        (X_VARIANTS, ("xsgetrf", "xdgetrf"), "getrs")):
+            for name in present:
+                self.assertIn(f"void nuv_lapack_{name}(const int* n);", made[header])
+            self.assertNotIn(absent, made[header])
+        self.assertIn("#include <nuv/nuv_x_variants.h>", made["entries/solvers/widget.entries.inc"])
+
+    def test_the_routines_do_not_bring_in_the_services(self):
+        made = files(entry("routine d ?a ()") + "service void bind ()\n Binds.\n")
+        self.assertNotIn("bind", made[HEADER])
+        self.assertEqual(re.findall("#include (.*)", made[HEADER]), ['"nuv_types.h"'])
 
     def test_services(self):
         header = files("service void bind ()\n Binds.\nweak_service void nothing ()\n m\n"
@@ -385,6 +399,32 @@ class FortranModule(unittest.TestCase):
         self.assertIn("      character(kind=c_char), intent(in), dimension(*) :: ei",
                       self.interface("routine d ?a (const char* ei)", "nuv_lapack_da"))
 
+    def test_short_names_take_no_lengths(self):
+        self.assertEqual(self.interface("routine d ?potrf (char uplo, Int n)", "nuv_dpotrf"),
+                         ['    subroutine nuv_dpotrf(uplo, n) bind(c, name="nuv_lapack_dpotrf")', "      import",
+                          "      character(kind=c_char), intent(in) :: uplo", "      integer(c_int), intent(in) :: n",
+                          "    end subroutine"])
+
+    def test_the_length_of_a_text_stays(self):
+        self.assertIn("(name, job, name_length, job_length)",
+                      self.interface("routine d ?env (text name, char job)", "nuv_denv")[0])
+
+    def test_services(self):
+        text = ("service void* give (unsigned size, const char* name, const int* code)\n m\n"
+                "service void take (void* pointer, double* root, unsigned long id)\n m\n"
+                "service void _hidden ()\n m\ndata int word\n m\nhook void* i_malloc (size_t size)\n m\n")
+        self.assertEqual(self.interface(text, "give"),
+                         ['    function give(size, name, code) bind(c, name="give")', "      import",
+                          "      integer(c_int), value :: size",
+                          "      character(kind=c_char), intent(in), dimension(*) :: name",
+                          "      integer(c_int), intent(in) :: code", "      type(c_ptr) :: give", "    end function"])
+        self.assertEqual(self.interface(text, "take")[2:5],
+                         ["      type(c_ptr), value :: pointer", "      real(c_double), intent(inout) :: root",
+                          "      integer(c_long), value :: id"])
+        module = files(entry(text))[MODULE]
+        for absent in ("hidden", "word", "i_malloc"):
+            self.assertNotIn(absent, module)
+
     def test_lines_stay_within_the_limit_of_the_language(self):
         arguments = ", ".join(f"const T* quite_long_argument_{i}" for i in range(30))
         module = files(entry(f"routine z ?a ({arguments})"))[MODULE]
@@ -457,9 +497,16 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "family kernels/k\nkernel d ?b ()\n m\n"), (0, ""))
         self.assertEqual((self.folder / "out/exports/lapack.txt").read_text(), "nuv_blas_db\nnuv_lapack_da\n")
         self.assertEqual(set(self.made()), {
-            HEADER, SERVICES, MODULE, "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
+            HEADER, SERVICES, TYPES, X_VARIANTS, MODULE, DOCUMENTED, BY_VALUE, OVERLOADS,
+            *(f"c/by_value_{letter}.c" for letter in "sdcz"), "exports/c.txt",
+            "stubs.S", "kernel_entries.S", "layer_entries.S", "internal/blas.hpp", "internal/layer.hpp", "internal/routines.hpp",
             "internal/x_variants.hpp", "entries/solvers/widget.entries.inc", "entries/kernels/k.entries.inc",
-            *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer") for suffix in ("map", "txt"))})
+            "include/nuv/cblas.h", "include/nuv/standard/cblas.h", "exports/cblas.txt",
+            *(f"interfaces/cblas/level{level}.cpp" for level in (1, 2, 3)),
+            *(f"standard/{library}_{what}" for library in ("libblas", "liblapack")
+              for what in ("jumps.S", "functions.c", "lacking.txt")),
+            *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer", "libnuv", "libblas", "liblapack")
+              for suffix in ("map", "txt"))})
 
     def test_a_broken_catalogue_gives_one_line_and_no_file(self):
         self.assertEqual(self.run_on(entry("routine d ?a ()"), "nonsense here\n m\n"),
@@ -490,7 +537,8 @@ class CommandLine(unittest.TestCase):
         self.assertEqual({path.stat().st_mtime for path in self.made().values()}, {0})
         self.assertEqual(self.run_on(entry("layer d ?a (Int n)", "Another meaning.")), (0, ""))
         self.assertEqual({name for name, path in self.made().items() if path.stat().st_mtime > 0},
-                         {HEADER, MODULE, "internal/layer.hpp", "internal/x_variants.hpp"})
+                         {HEADER, X_VARIANTS, DOCUMENTED, MODULE, BY_VALUE, OVERLOADS, "internal/layer.hpp",
+                          "internal/x_variants.hpp"})
 
 
 class TheCatalogue(unittest.TestCase):

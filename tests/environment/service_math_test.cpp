@@ -2,6 +2,8 @@
 
 #include "environment/service_math.hpp"
 
+#include <nuv/nuv_services.h>
+
 #include <bit>
 #include <cfenv>
 

@@ -1,7 +1,7 @@
 // Assignment and concatenation of texts of fixed length.
 
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <string>

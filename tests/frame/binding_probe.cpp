@@ -20,6 +20,7 @@
 
 #include <dlfcn.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>

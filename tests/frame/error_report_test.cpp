@@ -1,7 +1,7 @@
 // The way of a report: from nuv_serv_xerbla to an application's handler or to the text on the error stream. This
 // program has a handler of its own; where there is none, or another, the probe is run.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -4,7 +4,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -12,7 +12,7 @@
 // Texts stand in square brackets, so that blanks and carriage returns at their ends are seen.
 
 #include <dlfcn.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdio>
 #include <cstdlib>

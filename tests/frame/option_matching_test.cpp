@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <string>
 

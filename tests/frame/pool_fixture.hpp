@@ -3,7 +3,7 @@
 // A pool in its first state on top of an allocator that notes what it is asked.
 
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdlib>
 #include <string>

@@ -1,7 +1,7 @@
 // Long made-up sequences of pool operations, from two threads, against the pool written down plainly.
 
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <random>
 #include <vector>

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <array>
 #include <atomic>

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdio>
 #include <cstring>

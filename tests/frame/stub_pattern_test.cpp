@@ -3,7 +3,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Any bytes as the configuration file. What the reader leaves in the tables is compared with the same rules written
 // down in strings.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <sys/mman.h>
 #include <unistd.h>
 

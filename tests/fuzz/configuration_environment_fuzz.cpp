@@ -1,7 +1,7 @@
 // Any values of NUV_CFG_FILE and PATH, in a folder with configuration files of every sort. Which file is read is
 // compared with the search written down in strings. Input: the first value, a line feed, the second value.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdio>
 #include <cstdlib>

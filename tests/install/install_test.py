@@ -1,7 +1,10 @@
 """Installs the build into a folder of its own, moves it, and builds and runs the example programs against it, once by
-pkg-config and once by find_package. The build tree must not be needed for that.
+pkg-config and once by find_package. The build tree must not be needed for that. Then nuv as a part of another project, and
+what remains of an installation that is undone.
 
     install_test.py SOURCE_DIR BUILD_DIR [COMPILER_FLAG...]
+
+With NUV_TEST_ALL=ON in the environment nuv is built as a part of another project, too, not only configured.
 """
 
 import os
@@ -64,10 +67,10 @@ class InstalledTree(unittest.TestCase):
 
     def pkg_config(self, *words):
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.library_folder / "pkgconfig"))
-        return run("pkg-config", *words, "nuv", env=environment).split()
+        return run("pkg-config", *words, env=environment).split()
 
     def test_programs_by_pkg_config(self):
-        compile_flags, link_flags = self.pkg_config("--cflags"), self.pkg_config("--libs")
+        compile_flags, link_flags = self.pkg_config("--cflags", "nuv"), self.pkg_config("--libs", "nuv")
         fortran_module = self.prefix / "include" / "nuv" / "nuv_lapack.f90"
         for example in EXAMPLES:
             for compiler, modules, suffix in (("gcc", [], "c"), ("g++", [], "cpp"), ("gfortran", [fortran_module], "f90")):
@@ -87,6 +90,73 @@ class InstalledTree(unittest.TestCase):
             for language in ("c", "cpp", "fortran"):
                 with self.subTest(example=example.name, language=language):
                     self.check_program(build / f"{example.name}_{language}", example)
+
+    def test_choice_of_layer_by_pkg_config(self):
+        example = EXAMPLES[0]
+        for name in ("nuv-sequential", "nuv-threaded"):
+            with self.subTest(name=name):
+                program = self.folder / f"first_{name}"
+                source = SOURCE / "examples" / example.folder / f"{example.name}.c"
+                # Some compilers leave out what a program asks for no name.
+                run("gcc", *FLAGS, "-Wl,--as-needed", source, *self.pkg_config("--cflags", "--libs", name), "-o", program)
+                self.check_program(program, example)
+
+    def test_targets_by_find_package(self):
+        build = self.folder / "by_find_package"
+        run("cmake", "-S", SOURCE / "tests/install/by_find_package", "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            f"-DCMAKE_C_FLAGS={' '.join(FLAGS)}")
+        run("cmake", "--build", build)
+        self.check_targets(build)
+
+    def check_targets(self, build):
+        for target in ("nuv", "sequential", "threaded"):
+            with self.subTest(build=build.name, target=target):
+                self.assertEqual(run(build / f"program_{target}"), "x = 1\n")
+
+    def test_part_of_another_project(self):
+        for fetching in ("OFF", "ON"):
+            with self.subTest(fetching=fetching):
+                build = self.folder / f"by_subdirectory_{fetching}"
+                run("cmake", "-G", "Ninja", "-S", SOURCE / "tests/install/by_subdirectory", "-B", build,
+                    f"-DNUV_SOURCE={SOURCE}", f"-DBY_FETCHING={fetching}", "-DNUV_WIDEST_SET_ALONE=ON",
+                    *[f"-DCMAKE_{language}_FLAGS={' '.join(FLAGS)}" for language in ("C", "CXX")])
+                if os.environ.get("NUV_TEST_ALL") == "ON" and fetching == "OFF":
+                    run("cmake", "--build", build)
+                    self.check_targets(build)
+                else:
+                    run("cmake", "--build", build, "--target", "nuv_error_report")
+
+    def test_no_file_is_named_from_the_folder_of_the_whole_build(self):
+        for path in (*SOURCE.rglob("CMakeLists.txt"), *SOURCE.glob("*/*.cmake")):
+            if "build" not in path.relative_to(SOURCE).parts:
+                self.assertNotRegex(path.read_text(), r"CMAKE_(SOURCE|BINARY)_DIR", path)
+
+    def test_uninstall(self):
+        place = self.folder / "to be removed"
+        run("cmake", "--install", BUILD, "--prefix", place)
+        self.assertTrue((place / "bin/nuv").exists())
+        kept = place / "include/nuv/kept.h"
+        kept.write_text("not installed by nuv\n")
+        run("cmake", "--build", BUILD, "--target", "uninstall")
+        left = {path for path in place.rglob("*") if path.is_symlink() or not path.is_dir()}
+        self.assertEqual(left, {kept})
+        self.assertEqual({path for path in place.rglob("nuv")}, {kept.parent})
+
+    def test_standard_names(self):
+        source = SOURCE / "tests/interfaces/standard/calls.c"
+        folder = self.library_folder
+        for place, libraries in ((folder, ["-lnuv"]), (folder / "nuv", ["-llapack", "-lblas"])):
+            with self.subTest(place=place.name):
+                program = self.folder / f"by_{place.name}"
+                run("gcc", *FLAGS, source, f"-L{place}", *libraries, "-o", program)
+                output = run(program, env={"LD_LIBRARY_PATH": str(place)})
+                self.assertIn("dgesv 0 1 1 1\n", output)
+
+    def test_reference_is_where_readers_look(self):
+        for place in ("share/man/man1/nuv.1", "share/man/man3/nuv_dgesv.3", "share/man/man3/nuv_zgesv.3", "share/man/man7/nuv.7",
+                      "share/doc/nuv/reference/index.html", "share/doc/nuv/reference/routines/gesv.html",
+                      "share/bash-completion/completions/nuv"):
+            self.assertTrue((self.prefix / place).is_file(), place)
 
     def test_installed_command_runs(self):
         done = run(self.prefix / "bin" / "nuv", "info", env={"LD_LIBRARY_PATH": str(self.library_folder)})

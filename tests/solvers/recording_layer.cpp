@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <complex>

@@ -1,6 +1,6 @@
 #include "support/memory_requests.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "support/reported_errors.hpp"
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <mutex>
 #include <ostream>

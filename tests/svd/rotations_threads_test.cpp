@@ -1,6 +1,6 @@
 // Batched rotations shared among threads: the same bits at any number of them, and with memory refused.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include "layer.hpp"
 #include "support/memory_requests.hpp"

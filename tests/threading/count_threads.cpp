@@ -1,7 +1,7 @@
 // Prints how many threads the process has before and after one call of a routine that may take two, on matrices of the
 // order that its second argument gives.
 
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,7 @@
 // The products and solves of level 3: ?gemm, ?trmm and ?trsm.
 
+#include <nuv/nuv_services.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>

@@ -1,6 +1,7 @@
 // Short work goes alone for a while after a thread was held up in it. The layer's runtime is compiled in.
 
 #include <gtest/gtest.h>
+#include <nuv/nuv_services.h>
 
 #include <chrono>
 #include <thread>

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <nuv/nuv_lapack.h>
+#include <nuv/nuv_services.h>
 #include <omp.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -188,6 +188,14 @@ TYPED_TEST(Threads, GiveTheSameFactorsEachTime) {
       layer::potrf(i % 2 == 0 ? 'L' : 'U', n, {x, n}, info);
       EXPECT_EQ(info, 0);
     });
+    if (i % 4 == 0) {
+      expect_same_bits(general, [&](T* x) {
+        std::vector<T> tau(n), work(std::size_t(16) * n);
+        Int info = -7;
+        layer::geqrf(n, n, {x, n}, tau.data(), work.data(), 16 * n, info);
+        EXPECT_EQ(info, 0);
+      });
+    }
     if constexpr (std::same_as<T, double>) {
       expect_same_bits(general, [&](T* x) {
         std::vector<Int> pivots(n);
@@ -201,9 +209,9 @@ TYPED_TEST(Threads, GiveTheSameFactorsEachTime) {
 
 TYPED_TEST(Threads, GiveTheCholeskyFactorsOfOne) {
   using T = TypeParam;
-  // Two blocks and more; orders around those of tasks, whose last block is whole, of a line, or of few.
+  // Two blocks and more, in cache and beyond; the last block whole, of a line, or of few.
   std::vector<Int> orders = {100, 129, 145, 192, 193, 210, 245, 300, 520};
-  if (!is_sanitized) orders.insert(orders.end(), {228, 230, 256, 257, 275, 384, 385, 391, 395});
+  if (!is_sanitized) orders.insert(orders.end(), {228, 230, 256, 257, 275, 384, 385, 395, 641, 700});
   for (const Int n : orders) {
     for (const Int bad_minor : {0, n - 50, n / 2}) {
       std::vector<T> a = definite_numbers<T>(this->random, n);
@@ -332,14 +340,17 @@ TYPED_TEST(Threads, GiveTheTridiagonalSolutionsOfOne) {
 
 TYPED_TEST(Threads, GiveTheQrFactorsOfOne) {
   using T = TypeParam;
-  // Small tasks: a last panel of all widths that are left to the unblocked code, from the fewest columns on.
-  for (const auto& [m, n] :
-       {std::pair(199, 199), std::pair(200, 200), std::pair(270, 263), std::pair(300, 300), std::pair(620, 225),
-        std::pair(310, 305), std::pair(400, 170), std::pair(240, 360), std::pair(900, 40)}) {
+  // A last panel of all widths that are left to the unblocked code, from the fewest columns on; panels of one width,
+  // and of several, of which the wider ones are applied by another form of product.
+  std::vector<std::pair<Int, Int>> sizes = {{199, 199}, {200, 200}, {270, 263}, {300, 300}, {620, 225},
+                                            {310, 305}, {400, 170}, {240, 360}, {900, 40},  {420, 410}};
+  if (!is_sanitized) sizes.insert(sizes.end(), {{1310, 200}, {340, 333}});
+  if (!is_sanitized && RealScalar<T>) sizes.push_back({820, 820});
+  for (const auto& [m, n] : sizes) {
     SCOPED_TRACE(std::to_string(m) + " by " + std::to_string(n));
     const std::vector<T> a = numbers<T>(this->random, m, n);
-    // Room for whole panels, and not quite.
-    for (const Int lwork : {64 * n, 16 * n - 1}) {
+    // Room for whole panels, for narrower ones, and not quite for these.
+    for (const Int lwork : {64 * n, 37 * n, 16 * n - 1}) {
       std::vector<T> tau;
       expect_same_bits(a, [&](T* x) {
         std::vector<T> mine(std::min(m, n)), work(lwork);
@@ -525,7 +536,7 @@ TEST(ThreadedLayer, HasNoMoreThreadsThanPiecesOfWork) {
   }
 }
 
-/// A matrix large enough for tasks on several threads, and its factors both ways.
+/// A matrix large enough for tasks on several threads, and its factors of three kinds.
 struct Factored {
   Int n;
   std::vector<double> general, definite;
@@ -534,13 +545,14 @@ struct Factored {
       : n(order), general(numbers<double>(random, n, n)), definite(definite_numbers<double>(random, n)) {}
 
   std::vector<double> factors() const {
-    std::vector<double> lu = general, cholesky = definite;
+    std::vector<double> lu = general, cholesky = definite, qr = general, tau(n), work(std::size_t(64) * n);
     std::vector<Int> pivots(n);
-    Int lu_info = -7, info = -7;
+    Int lu_info = -7, info = -7, qr_info = -7;
     layer::getrf(n, n, {lu.data(), n}, pivots.data(), lu_info);
     layer::potrf('L', n, {cholesky.data(), n}, info);
-    if (info != 0 || lu_info != 0) return {};
-    lu.insert(lu.end(), cholesky.begin(), cholesky.end());
+    layer::geqrf(n, n, {qr.data(), n}, tau.data(), work.data(), 64 * n, qr_info);
+    if (info != 0 || lu_info != 0 || qr_info != 0) return {};
+    for (const std::vector<double>& more : {cholesky, qr, tau}) lu.insert(lu.end(), more.begin(), more.end());
     return lu;
   }
 };

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <complex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,8 +14,9 @@ namespace {
 using Complex = std::complex<double>;
 
 MatrixMarket read(const std::string& symmetry, const std::string& text, const std::string& field = "real") {
-  std::istringstream stream("%%MatrixMarket matrix coordinate " + field + " " + symmetry + "\n" + text);
-  return read_matrix_market(stream, "test.mtx", Precision::Double);
+  const std::string file = "%%MatrixMarket matrix coordinate " + field + " " + symmetry + "\n" + text;
+  Input input = Input::of(file, "test.mtx");
+  return read_matrix_market(input, Precision::Double);
 }
 
 std::pair<Int, Int> widths(const MatrixMarket& file) {

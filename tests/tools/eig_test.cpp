@@ -155,7 +155,7 @@ TEST_F(Eig, OtherMatricesAreRefused) {
 }
 
 TEST_F(Eig, IndexBeyondTheOrderIsWrongUsage) {
-  refuse(diagonal, {"--index", "3:5"}, 2, "--index '3:5': the matrix is of order 4 (nuv --help tells more)");
+  refuse(diagonal, {"--index", "3:5"}, 2, "--index '3:5': the matrix is of order 4 (nuv help eig tells more)");
 }
 
 TEST_F(Eig, PictureIsDrawnByGnuplot) {

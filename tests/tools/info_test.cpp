@@ -66,8 +66,8 @@ TEST_F(Info, NamesTheBoundLibraries) {
   EXPECT_EQ(info.size(), 8u);
   EXPECT_EQ(library(info.at("solver library")), "libnuv_lapack.so");
   EXPECT_EQ(library(info.at("kernel library")), __builtin_cpu_supports("ssse3") ? "libnuv_kpb.so" : "libnuv_kpa.so");
-  EXPECT_EQ(library(info.at("thread layer")), "libnuv_sequential.so");
-  EXPECT_EQ(info.at("threads"), "1");
+  EXPECT_EQ(library(info.at("thread layer")), "libnuv_orvo_thread.so");
+  EXPECT_EQ(lines({{"NUV_NUM_THREADS", "3"}}).at("threads"), "3");
 }
 
 TEST_F(Info, NamesTheProcessor) {

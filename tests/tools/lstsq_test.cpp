@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <complex>
 #include <random>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -48,9 +47,9 @@ struct RandomFile {
 };
 
 Dense solution_in(const std::string& text, char precision) {
-  std::istringstream stream(text);
-  const auto matrix = tools::read_matrix_market(
-      stream, "solution", is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
+  tools::Input input = tools::Input::of(text, "solution");
+  const auto matrix =
+      tools::read_matrix_market(input, is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
   EXPECT_EQ(matrix.layout, tools::Layout::Array);
   EXPECT_EQ(matrix.symmetry, tools::Symmetry::General);
   EXPECT_EQ(matrix.is_complex(), !is_real(precision));
@@ -70,7 +69,7 @@ right-hand sides   {}, b\.mtx
 rank               {}, full   diagonal of R above {:.3g} of its largest element
 factored by        nuv_lapack_{}geqp3, {}{} precision
 residual norm      ([0-9.e+-]+)   \|\|A x - b\|\|{}
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, solve [0-9.e+-]+ s, check [0-9.e+-]+ s, write [0-9.e+-]+ s
 )",
       m, n, m >= n ? "least squares" : "least norm", r.cols(), std::min(m, n),
       std::max(m, n) * (is_single(precision) ? 0x1p-23 : 0x1p-52), precision, is_real(precision) ? "" : "complex ",

@@ -5,13 +5,13 @@
 #include <cmath>
 #include <complex>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
 #include "tools/error.hpp"
+#include "tools/matrix_file.hpp"
 #include "wrong_files.hpp"
 
 namespace nuv::tools {
@@ -21,8 +21,8 @@ using Complex = std::complex<double>;
 using Entry = std::tuple<Int, Int, Complex>;
 
 MatrixMarket read(const std::string& text, Precision precision = Precision::Double) {
-  std::istringstream stream(text);
-  return read_matrix_market(stream, "test.mtx", precision);
+  Input input = Input::of(text, "test.mtx");
+  return read_matrix_market(input, precision);
 }
 
 std::vector<Entry> entries_of(const MatrixMarket& matrix) {
@@ -132,7 +132,9 @@ TEST(MatrixMarket, ReadsEveryWayToWriteANumber) {
       {"1.e-3", 1e-3},
       {"+1.25e+02", 125},
       {"0e99999999", 0},
-      {"1e-400", 0},
+      {"1d0", 1},
+      {"1D+3", 1000},
+      {"-2.5d-1", -0.25},
       {"4.9e-324", 5e-324},
       {"1e308", 1e308},
       {"1e00000000000000000001", 10},
@@ -149,7 +151,7 @@ TEST(MatrixMarket, RoundsOnceToThePrecisionAskedFor) {
   EXPECT_EQ(only_value(text, Precision::Single), 1.00000011920928955078125);
   EXPECT_EQ(only_value(text, Precision::Double), 1.000000178813934326171875);
   EXPECT_EQ(only_value("0.1", Precision::Single), static_cast<double>(0.1f));
-  EXPECT_EQ(only_value("1e-60", Precision::Single), 0);
+  EXPECT_EQ(only_value("1e-45", Precision::Single), std::numeric_limits<float>::denorm_min());
   EXPECT_EQ(only_value("3.4028234e38", Precision::Single), std::numeric_limits<float>::max());
 }
 
@@ -166,10 +168,93 @@ TEST(MatrixMarket, TakesMemoryByTheEntriesThatAreThere) {
   EXPECT_LT(matrix.values.capacity(), 1000u);
 }
 
+TEST(MatrixMarket, TakesAnyNumberOfValuesOnALineOfAnArray) {
+  EXPECT_EQ(read("%%MatrixMarket matrix array real general\n2 2\n1 2 3\n% c\n\t4\n").values,
+            (std::vector<double>{1, 2, 3, 4}));
+  EXPECT_EQ(read("%%MatrixMarket matrix array complex general\n2 1\n1 2 3 4\r\n").values,
+            (std::vector<double>{1, 2, 3, 4}));
+}
+
+TEST(MatrixMarket, DropsTheMarkOfTheByteOrder) {
+  EXPECT_EQ(read("\xEF\xBB\xBF%%MatrixMarket matrix array real general\r\n1 1\r\n7\r\n").values,
+            std::vector<double>{7});
+}
+
+TEST(MatrixMarket, RefusesSizesThatMemoryCannotHoldAtTheirLine) {
+  const auto message = [](const std::string& text) -> std::string {
+    try {
+      read(text);
+    } catch (const FileError& error) {
+      return error.what();
+    }
+    return "read";
+  };
+  const auto expect_start = [&](const std::string& text, const std::string& start) {
+    EXPECT_EQ(message(text).substr(0, start.size()), start);
+  };
+  expect_start("%%MatrixMarket matrix array real general\n% c\n2147483647 2147483647\n1\n",
+               "test.mtx:3: a 2147483647 by 2147483647 matrix takes 3.44e+10 GiB to read, this machine can give ");
+  expect_start("%%MatrixMarket matrix array complex symmetric\n2147483647 2147483647\n1\n",
+               "test.mtx:2: a 2147483647 by 2147483647 matrix takes 3.44e+10 GiB to read, this machine can give ");
+  expect_start("%%MatrixMarket matrix coordinate real general\n9 9 9223372036854775807\n",
+               "test.mtx:2: a list of 9223372036854775807 entries takes 1.37e+11 GiB to read, this machine can give ");
+}
+
+// Blocks and the pieces of each are parsed side by side; here are several, of lines of different lengths.
+class LongFile : public testing::Test {
+ protected:
+  static constexpr int rows = 600000;
+  static constexpr int comments = 3;
+
+  /// A column of the numbers 1.0000001, 2.0000001, ... with one line in place of another.
+  static std::string text(int replaced = 0, const std::string& replacement = "") {
+    std::string text = "%%MatrixMarket matrix array real general\n" + std::to_string(rows) + " 1\n";
+    for (int k = 1; k <= rows; ++k) {
+      if (k % (rows / comments) == 0) text += "% " + std::string(1000, 'x') + "\n";
+      text += k == replaced ? replacement : std::to_string(k) + (k % 2 == 0 ? ".0000001" : ".00000010000000");
+      text += '\n';
+    }
+    return text;
+  }
+
+  static std::string message(const std::string& text) {
+    try {
+      read(text);
+    } catch (const FileError& error) {
+      return error.what();
+    }
+    return "read";
+  }
+};
+
+TEST_F(LongFile, IsReadInItsOrder) {
+  const MatrixMarket matrix = read(text());
+  ASSERT_EQ(matrix.stored(), static_cast<std::size_t>(rows));
+  for (int k = 1; k <= rows; ++k)
+    ASSERT_EQ(matrix.values[static_cast<std::size_t>(k - 1)], std::stod(std::to_string(k) + ".0000001"));
+}
+
+TEST_F(LongFile, IsRefusedWithTheLine) {
+  EXPECT_EQ(message(text(250000, "x")), "test.mtx:250003: expected a number, found 'x'");
+  EXPECT_EQ(message(text(599999, "nan")), "test.mtx:600003: 'nan' is not a finite number");
+  EXPECT_EQ(message(text(1000, "1 2")), "test.mtx:600005: unexpected data after the last of 600000 entries");
+  EXPECT_EQ(message(text(500000, "")), "test.mtx:600006: the file ends after 599999 of 600000 entries");
+}
+
+TEST(MatrixMarket, FindsTheLineOfADiagonalThatIsNotReal) {
+  std::string text = "%%MatrixMarket matrix array complex hermitian\n3 3\n1 0 2 2 3 3\n\n4 0 5 5\n6 7\n";
+  try {
+    read(text);
+    FAIL() << "accepted";
+  } catch (const FileError& error) {
+    EXPECT_STREQ(error.what(), "test.mtx:6: the diagonal of a hermitian matrix must be real");
+  }
+}
+
 TEST(MatrixMarket, TellsAboutFilesThatCannotBeRead) {
   const auto message = [](const std::string& file) -> std::string {
     try {
-      read_matrix_market_file(file, Precision::Double);
+      read_in('d', file, std::nullopt);
     } catch (const FileError& error) {
       return error.what();
     }
@@ -179,7 +264,7 @@ TEST(MatrixMarket, TellsAboutFilesThatCannotBeRead) {
   EXPECT_EQ(message("."), ".: Is a directory");
   EXPECT_EQ(message("/proc/self/mem"), "/proc/self/mem: cannot read: Input/output error");
   EXPECT_EQ(message("no\nfile"), "no\\x0afile: cannot open: No such file or directory");
-  EXPECT_EQ(message("/dev/zero"), "/dev/zero:1: line of more than 4096 characters");
+  EXPECT_EQ(message("/dev/zero"), "/dev/zero:1: line of more than 268435456 characters");
 }
 
 class WrongFile : public testing::TestWithParam<test::WrongFile> {};

@@ -1,6 +1,7 @@
 // Where the solution goes, and what is left when it can't go there.
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -59,7 +60,7 @@ TEST_F(OutputTest, CreatesAFileAndNothingElse) {
   EXPECT_EQ(fs::status(folder / "x.mtx").permissions(), fs::perms(0640));
 }
 
-TEST_F(OutputTest, ReplacesAFileAndKeepsItsPermissions) {
+TEST_F(OutputTest, OverwritesAFileAndKeepsItsPermissions) {
   folder.write("x.mtx", std::string(1000, 'x'));
   fs::permissions(folder / "x.mtx", fs::perms(0626));
   const mode_t before = umask(077);
@@ -91,6 +92,24 @@ TEST_F(OutputTest, FollowsASymbolicLink) {
   EXPECT_TRUE(fs::is_symlink(folder / "link"));
   EXPECT_EQ(folder.read("elsewhere/x.mtx"), solution);
   EXPECT_EQ(folder.names(), names_with({"elsewhere", "link"}));
+}
+
+TEST_F(OutputTest, CreatesTheTargetOfASymbolicLink) {
+  fs::create_directory(folder / "elsewhere");
+  fs::create_symlink("elsewhere/x.mtx", folder / "second");
+  fs::create_symlink("second", folder / "first");
+  EXPECT_TRUE(solve_to("first").succeeded());
+  EXPECT_TRUE(fs::is_symlink(folder / "first") && fs::is_symlink(folder / "second"));
+  EXPECT_EQ(folder.read("elsewhere/x.mtx"), solution);
+  EXPECT_EQ(folder.names(), names_with({"elsewhere", "first", "second"}));
+}
+
+TEST_F(OutputTest, WritesToAllNamesOfAFile) {
+  folder.write("x.mtx", std::string(1000, 'x'));
+  fs::create_hard_link(folder / "x.mtx", folder / "y.mtx");
+  EXPECT_TRUE(solve_to("x.mtx").succeeded());
+  EXPECT_EQ(fs::hard_link_count(folder / "x.mtx"), 2u);
+  EXPECT_EQ(folder.read("y.mtx"), solution);
 }
 
 // The tests may run as root, whose mistakes could replace a device: none is ever named as the file to write.
@@ -128,6 +147,40 @@ TEST_F(OutputTest, LooksAtTheTargetBeforeItReadsTheSystem) {
                  "none/x.mtx: cannot write: No such file or directory");
 }
 
+TEST_F(OutputTest, PacksWhatItsNameSays) {
+  EXPECT_TRUE(solve_to("x.mtx.gz").succeeded());
+  EXPECT_EQ(folder.read("x.mtx.gz").substr(0, 2), "\x1f\x8b");
+  const ChildResult unpacked = run_script("gzip -dc x.mtx.gz");
+  EXPECT_EQ(unpacked.output, solution);
+}
+
+TEST_F(OutputTest, TakesADashForStandardOutput) {
+  const ChildResult result = solve_to("-");
+  EXPECT_EQ(result.output, solution);
+  EXPECT_EQ(folder.names(), names_with({}));
+  const ChildResult full = run_script("\"$0\" solve A.mtx b.mtx -o - >/dev/full");
+  expect_refusal(full, 1, "standard output: cannot write: No space left on device");
+  const ChildResult too_big = run_nuv(folder, {"make", "general", "2147483647", "-o", "-"});
+  EXPECT_TRUE(too_big.error.starts_with("nuv: standard output: a 2147483647 by 2147483647 matrix takes "))
+      << to_string(too_big);
+}
+
+TEST_F(OutputTest, DiesOfTheSizeLimitAndLeavesNothing) {
+  const ChildResult result = run_script("ulimit -f 0; exec \"$0\" solve A.mtx b.mtx -o x.mtx");
+  EXPECT_EQ(result.signal, SIGXFSZ) << to_string(result);
+  EXPECT_EQ(result.error, "");
+  EXPECT_EQ(folder.names(), names_with({}));
+}
+
+TEST_F(OutputTest, LeavesNothingWhereItIsKilledBeforeThereIsAResult) {
+  ASSERT_EQ(mkfifo((folder / "slow").c_str(), 0600), 0);
+  const ChildResult result = run_script(
+      "exec 3<>slow; \"$0\" solve slow b.mtx -o x.mtx 3<&- & echo '%%MatrixMarket' >&3; sleep 0.1; kill -TERM $!; "
+      "wait $!; echo $?");
+  EXPECT_EQ(result.output, std::to_string(128 + SIGTERM) + "\n") << to_string(result);
+  EXPECT_EQ(folder.names(), names_with({"slow"}));
+}
+
 TEST_F(OutputTest, RemovesTheTemporaryWhenTheDiskIsFull) {
   const ChildResult result = run_script("ulimit -f 0; trap '' XFSZ; exec \"$0\" solve A.mtx b.mtx -o x.mtx");
   expect_refusal(result, 1, "x.mtx: cannot write: File too large");
@@ -153,16 +206,17 @@ TEST_F(OutputTest, StandsClosedStreams) {
   EXPECT_EQ(folder.read("x.mtx"), solution);
 }
 
-TEST_F(OutputTest, TellsThatTheReaderWentAway) {
+TEST_F(OutputTest, EndsQuietlyWhenTheReaderWentAway) {
   // More than a pipe holds, so that the writer can't be done before the reader ends.
   folder.write("unit.mtx", "%%MatrixMarket matrix coordinate real general\n1 1 1\n1 1 1\n");
   folder.write("many.mtx", "%%MatrixMarket matrix coordinate real general\n1 100000 0\n");
   const ChildResult standard = run_script("{ \"$0\" solve unit.mtx many.mtx; echo $? >&2; } | true");
-  EXPECT_EQ(standard.error, "nuv: standard output: cannot write: Broken pipe\n1\n");
+  EXPECT_EQ(standard.error, "1\n");
 
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
   const ChildResult named = run_script("true <pipe & \"$0\" solve unit.mtx many.mtx -o pipe");
-  expect_refusal(named, 1, "pipe: cannot write: Broken pipe");
+  EXPECT_EQ(named.error, "");
+  EXPECT_EQ(named.exit_status, 1);
   EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
 }
 

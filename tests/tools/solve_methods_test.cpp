@@ -60,8 +60,8 @@ struct Springs {
 
   /// max |X - exact| / max |X| over the two columns.
   double error(const std::string& solution) const {
-    std::istringstream stream(solution);
-    const auto x = tools::read_matrix_market(stream, "solution", tools::Precision::Double);
+    tools::Input input = tools::Input::of(solution, "solution");
+    const auto x = tools::read_matrix_market(input, tools::Precision::Double);
     EXPECT_EQ(x.stored(), static_cast<std::size_t>(2 * n));
     double largest = 0;
     for (std::size_t k = 0; k < x.stored(); ++k) {

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <limits>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -47,9 +46,9 @@ bool is_real(char precision) {
 
 /// A printed solution, which must be a dense general array.
 Table solution_in(const std::string& text, char precision) {
-  std::istringstream stream(text);
-  const auto matrix = tools::read_matrix_market(
-      stream, "solution", is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
+  tools::Input input = tools::Input::of(text, "solution");
+  const auto matrix =
+      tools::read_matrix_market(input, is_single(precision) ? tools::Precision::Single : tools::Precision::Double);
   EXPECT_EQ(matrix.layout, tools::Layout::Array);
   EXPECT_EQ(matrix.symmetry, tools::Symmetry::General);
   EXPECT_EQ(matrix.is_complex(), !is_real(precision));
@@ -93,7 +92,7 @@ solved by          nuv_lapack_{2} precision
 scaled residual    ([0-9.e+-]+)   \|\|A X - B\|\| / \(\|\|A\|\| \|\|X\|\| n eps\)
 condition          [0-9.e+-]+   reciprocal, in the one norm[a-z ,]*
 forward error      [0-9.e+-]+   bound of max \|X - exact\| / max \|X\|[a-z0-9 ,]*
-time               [0-9.e+-]+ s
+time               read [0-9.e+-]+ s, solve [0-9.e+-]+ s, check [0-9.e+-]+ s, write [0-9.e+-]+ s
 )",
                                                 a.rows, b.columns, words));
   EXPECT_FALSE(found.empty()) << account;

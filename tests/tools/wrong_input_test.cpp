@@ -132,7 +132,7 @@ TEST_F(WrongInput, FilesThatCannotBeRead) {
   expect_refused(".", "rhs.mtx", ".: Is a directory");
   expect_refused("good.mtx", "good.mtx/b.mtx", "good.mtx/b.mtx: cannot open: Not a directory");
   expect_refused("/proc/self/mem", "rhs.mtx", "/proc/self/mem: cannot read: Input/output error");
-  expect_refused("/dev/zero", "rhs.mtx", "/dev/zero:1: line of more than 4096 characters");
+  expect_refused("/dev/zero", "rhs.mtx", "/dev/zero:1: line of more than 268435456 characters");
   expect_refused("/dev/null", "rhs.mtx", "/dev/null:1: the file is empty");
   expect_refused("two\nlines", "rhs.mtx", "two\\x0alines: cannot open: No such file or directory");
 }

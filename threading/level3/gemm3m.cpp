@@ -1,3 +1,5 @@
+#include <nuv/nuv_services.h>
+
 #include <algorithm>
 
 #include "frame/error_report.hpp"
@@ -79,10 +81,10 @@ bool product_by_parts(Int m, Int n, Int k, std::complex<R> alpha, const Operand<
 
 }  // namespace
 
-/// The complex product of gemm by three real products instead of four. Its error is bounded like that of gemm for the
-/// matrix as a whole, but not part by part: an imaginary part that is small beside the real one may lose its digits
-/// (N. J. Higham, "Stability of a method for multiplying complex matrices with three real matrix multiplications", SIAM
-/// J. Matrix Anal. Appl. 13, 1992).
+/// The complex product of gemm, op(A) m by k and op(B) k by n, by three real products instead of four. Its error is
+/// bounded like that of gemm for the matrix as a whole, but not part by part: an imaginary part that is small beside
+/// the real one may lose its digits (N. J. Higham, "Stability of a method for multiplying complex matrices with three
+/// real matrix multiplications", SIAM J. Matrix Anal. Appl. 13, 1992).
 template <ComplexScalar T>
 void gemm3m(char transa, char transb, Int m, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, T beta,
             T* c, Int ldc) {

@@ -38,7 +38,7 @@ void syr2k(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, co
 }
 
 /// C := alpha A B^H + conj(alpha) B A^H + beta C (trans 'N') or C := alpha A^H B + conj(alpha) B^H A + beta C (trans
-/// 'C') on a triangle of the Hermitian C, whose diagonal comes out real.
+/// 'C', A and B k by n) on a triangle of the Hermitian C, whose diagonal comes out real.
 template <ComplexScalar T>
 void her2k(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, const T* b, Int ldb, Real<T> beta, T* c,
            Int ldc) {

@@ -46,8 +46,8 @@ void syrk(char uplo, char trans, Int n, Int k, T alpha, const T* a, Int lda, T b
   update(false, uplo, trans, n, k, alpha, {a, lda}, beta, Matrix{c, ldc});
 }
 
-/// C := alpha A A^H + beta C (trans 'N') or C := alpha A^H A + beta C (trans 'C') on a triangle of the Hermitian C,
-/// whose diagonal comes out real.
+/// C := alpha A A^H + beta C (trans 'N', A n by k) or C := alpha A^H A + beta C (trans 'C', A k by n) on a triangle of
+/// the Hermitian C, whose diagonal comes out real.
 template <ComplexScalar T>
 void herk(char uplo, char trans, Int n, Int k, Real<T> alpha, const T* a, Int lda, Real<T> beta, T* c, Int ldc) {
   const Int info = check(is_one_of(trans, 'N', 'C'), uplo, trans, n, k, lda, ldc);

@@ -2,7 +2,7 @@
 
 #include "frame/error_report.hpp"
 #include "threading/level3/parallel.hpp"
-#include "threading/routines/qr_in_cache.hpp"
+#include "threading/routines/qr_by_strips.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
@@ -13,9 +13,8 @@ constexpr double least_work = 12e6;
 
 }  // namespace
 
-/// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then that body, or the same
-/// operations in another order. Nearly all work of the body is in products of matrices, which find the threads by
-/// themselves.
+/// QR factorisation of a general m by n matrix: the checks that the serial body leaves out, then the same operations in
+/// another order, or that body, nearly all of whose work is in products that find the threads by themselves.
 template <Scalar T>
 void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   info = 0;
@@ -24,8 +23,10 @@ void geqrf(Int m, Int n, T* a, Int lda, T* tau, T* work, Int lwork, Int& info) {
   else if (lda < std::max(1, m)) info = -4;
   else if (lwork < std::max(1, n) && lwork != -1) info = -7;
   if (info != 0) return report_bad_argument<T>("GEQRF", info);
-  if (factor_qr_in_cache(m, n, a, lda, tau, work, lwork, info)) return;
-  const Team team(real_multiply_adds<T>(m, n, std::min(m, n)), least_work);
+  const bool by_strips = lwork != -1 && is_factored_by_strips(m, n);
+  Team team(real_multiply_adds<T>(m, n, std::min(m, n)), by_strips ? 0 : least_work);
+  const int threads = by_strips ? available_threads() : 1;
+  if (threads > 1 && factor_qr_by_strips(m, n, a, lda, tau, work, lwork, info, threads, team)) return;
   x_variant::geqrf(m, n, Matrix{a, lda}, tau, work, lwork, info);
 }
 

@@ -5,15 +5,14 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "threading/level3/parallel.hpp"
-#include "threading/routines/cholesky_in_cache.hpp"
+#include "threading/routines/cholesky_by_lines.hpp"
 #include "x_variants.hpp"
 
 namespace nuv::threading::inline NUV_ISA {
 namespace {
 
-/// Real multiply-adds from which several threads pay, measured on two: by tasks, and by sharing the products of the
-/// serial body, which pays more from there on.
-constexpr double least_work_in_cache = 2e6, least_work = 10e6;
+/// Real multiply-adds from which several threads pay, measured on two.
+constexpr double least_work = 2e6;
 
 /// Lines that the serial body takes at a time.
 template <Scalar T>
@@ -24,20 +23,19 @@ Int block_size(char uplo, Int n) {
   return nuv_lapack_ilaenv(&ispec, name.data, &uplo, &n, &none, &none, &none, name.length, 1);
 }
 
-/// Factors by tasks on several threads if there are any, and blocks; false with nothing done if not.
+/// Factors by tasks if there are several threads, and blocks; false with nothing done if not.
 template <Scalar T>
-bool factor_by_tasks(char uplo, Int n, Matrix<T> A, Int& info) {
-  const int threads = threads_for_short_work();
+bool factor_by_tasks(char uplo, Int n, Matrix<T> A, Int& info, Team& team) {
+  const int threads = available_threads();
   if (threads <= 1) return false;
   const Int nb = block_size<T>(uplo, n);
-  return nb > 1 && nb < n && factor_cholesky_in_cache(uplo, n, nb, A, info, threads);
+  return nb > 1 && nb < n && factor_cholesky_by_lines(uplo, n, nb, A, info, threads, team);
 }
 
 }  // namespace
 
 /// Cholesky factorisation of a positive definite matrix: the checks that the serial body leaves out, then that body, or
-/// the same operations in another order. Nearly all work of the body is in products with the columns done so far, which
-/// find the threads by themselves.
+/// the same operations in another order.
 template <Scalar T>
 void potrf(char uplo, Int n, T* a, Int lda, Int& info) {
   info = 0;
@@ -45,10 +43,8 @@ void potrf(char uplo, Int n, T* a, Int lda, Int& info) {
   else if (n < 0) info = -2;
   else if (lda < std::max(1, n)) info = -4;
   if (info != 0) return report_bad_argument<T>("POTRF", info);
-  const double multiply_adds = real_multiply_adds<T>(n, n, n) / 6;
-  const bool fits = multiply_adds >= least_work_in_cache && multiply_adds < least_work;
-  if (fits && factor_by_tasks(uplo, n, Matrix{a, lda}, info)) return;
-  const Team team(multiply_adds, least_work);
+  Team team(real_multiply_adds<T>(n, n, n) / 6, least_work);
+  if (factor_by_tasks(uplo, n, Matrix{a, lda}, info, team)) return;
   x_variant::potrf(uplo, n, Matrix{a, lda}, info);
 }
 

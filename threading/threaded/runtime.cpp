@@ -125,7 +125,7 @@ Team::Team(double multiply_adds, double least)
 
 Team::~Team() {
   if (!mine_) return;
-  const int waited = release_helpers();
+  const int waited = std::max(release_helpers(), slept_);
   if (is_short_) note_wait(waited);
 }
 

@@ -1,0 +1,67 @@
+! Calls without lengths behind their characters, those with them, and services, as the module offers them.
+program short_names_test
+  use, intrinsic :: iso_c_binding
+  use nuv_lapack
+  implicit none
+  integer :: failures = 0
+
+  call factors_and_solves
+  call takes_several_options
+  call keeps_the_names_with_lengths
+  call offers_the_services
+  if (failures > 0) stop 1
+
+contains
+
+  subroutine expect(condition, what)
+    logical, intent(in) :: condition
+    character(*), intent(in) :: what
+    if (condition) return
+    print '(2a)', 'failed: ', what
+    failures = failures + 1
+  end subroutine
+
+  subroutine factors_and_solves
+    real(c_double) :: a(2, 2) = reshape([4d0, 2d0, 7d0, 5d0], [2, 2]), b(2) = [8d0, 9d0]
+    integer(c_int) :: info
+    call nuv_dpotrf('L', 2, a, 2, info)
+    call expect(info == 0 .and. a(1, 1) == 2 .and. a(2, 2) == 2 .and. a(1, 2) == 7, 'nuv_dpotrf')
+    call nuv_dpotrs('L', 2, 1, a, 2, b, 2, info)
+    call expect(info == 0 .and. abs(b(1) - 1.375d0) < 1d-14, 'nuv_dpotrs')
+    call nuv_dpotrf('X', 2, a, 2, info)
+    call expect(info == -1, 'a bad option')
+  end subroutine
+
+  subroutine takes_several_options
+    complex(c_double_complex) :: a(2, 2), work(64)
+    real(c_double) :: w(2), rwork(64), x(3) = [3d0, 0d0, 4d0]
+    integer(c_int) :: info
+    a = reshape([complex(c_double_complex) :: 2, (0, -1), (0, 1), 2], [2, 2])
+    call nuv_zheev('V', 'L', 2, a, 2, w, work, 64, rwork, info)
+    call expect(info == 0 .and. maxval(abs(w - [1, 3])) < 1d-14, 'nuv_zheev')
+    call expect(abs(nuv_dnrm2(3, x, 1) - 5) < 1d-14, 'nuv_dnrm2')
+    call expect(nuv_dlange('M', 3, 1, x, 3, rwork) == 4, 'nuv_dlange')
+    call nuv_dgemm('N', 'T', 1, 1, 3, 1d0, x, 1, x, 1, 0d0, w, 1)
+    call expect(w(1) == 25, 'nuv_dgemm')
+  end subroutine
+
+  subroutine keeps_the_names_with_lengths
+    real(c_float) :: a(1, 1) = 9
+    integer(c_int) :: info
+    call nuv_lapack_spotrf('U', 1, a, 1, info, 1)
+    call expect(info == 0 .and. a(1, 1) == 3, 'nuv_lapack_spotrf')
+    ! Of a text the length matters, so that the short name has it, too.
+    call expect(nuv_ilaenv(1, 'DGETRF', ' ', 500, 500, -1, -1, 6, 1) > 1, 'nuv_ilaenv')
+  end subroutine
+
+  subroutine offers_the_services
+    type(c_ptr) :: memory
+    call expect(nuv_serv_d_sign(3d0, -1d0) == -3, 'nuv_serv_d_sign')
+    call expect(nuv_serv_lsame('u', 'U') /= 0 .and. nuv_serv_lsame('u', 'L') == 0, 'nuv_serv_lsame')
+    call expect(nuv_serv_nuv_get_max_threads() == 1, 'nuv_serv_nuv_get_max_threads')
+    memory = nuv_serv_allocate(4096, 64)
+    call expect(c_associated(memory), 'nuv_serv_allocate')
+    call nuv_serv_deallocate(memory)
+  end subroutine
+
+end program short_names_test

@@ -1,0 +1,92 @@
+#include "command_line/commands.hpp"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <string_view>
+
+#include "command_line/options.hpp"
+#include "eig.hpp"
+#include "svd.hpp"
+
+namespace nuv::tools {
+namespace {
+
+constexpr std::string_view about_eig =
+    "A must be symmetric or Hermitian, whether its file says so or not. Eigenvalues are shown in ascending order.\n"
+    "\n"
+    "  qr    QL and QR iteration; by default for values alone\n"
+    "  dc    divide and conquer; by default where vectors are wanted\n"
+    "  mrrr  relatively robust representations; by default for a part of the values, which are found by bisection\n"
+    "\n"
+    "--with gives the generalised problem with a positive definite B, of type\n"
+    "  1  A x = w B x          2  A B x = w x          3  B A x = w x\n"
+    "with vectors of length one in the inner product of B, or for type 3 in that of its inverse.\n"
+    "\n"
+    "Standard error tells the method, and with --vectors how well vectors and values fit.\n";
+
+void add_eig_options(CLI::App& command, EigenOptions& options) {
+  add_matrix_options(command, options, about_square);
+  add_output_option(command, options.output_file, "File for the eigenvalues");
+  const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
+    return command.add_option(name, value, about)->type_name(type);
+  };
+  add("--vectors", options.vectors_file, "FILE", "File for the eigenvectors, one per column (default: none)")
+      ->check(not_empty());
+  add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
+  add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
+  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());
+  add("--type", options.type, "TYPE", "Of the generalised problem, see below (default: 1)")->check(CLI::Range(1, 3));
+  add("--method", options.method, "NAME", "qr, dc or mrrr, see below")->check(CLI::IsMember({"qr", "dc", "mrrr"}));
+  add("--plot", options.plot_file, "FILE", "SVG file for a picture of the eigenvalues, by gnuplot")->check(not_empty());
+}
+
+constexpr std::string_view about_svd =
+    "A = U S V^H may have any shape. Singular values, the diagonal of S, are shown in descending order.\n"
+    "\n"
+    "  thin  vectors that belong to values, min(m, n) on either side of an m by n matrix; by default\n"
+    "  full  all vectors: m on the left, n on the right\n"
+    "\n"
+    "Standard error tells the numerical rank, which is the number of values above TOL times the largest; TOL is\n"
+    "max(m, n) eps by default, with eps = 2.2e-16 in double precision, 1.2e-07 in single: rounding errors make what\n"
+    "is smaller. The condition number in the two-norm is the largest over the smallest value. With vectors standard\n"
+    "error also tells how well they and the values fit.\n";
+
+void add_svd_options(CLI::App& command, SingularOptions& options) {
+  add_matrix_options(command, options, "File of the matrix");
+  add_output_option(command, options.output_file, "File for the singular values");
+  const auto add = [&](const char* name, auto& value, const char* type, const char* about) {
+    return command.add_option(name, value, about)->type_name(type);
+  };
+  add("--left", options.left_file, "FILE", "File for the left singular vectors U, one per column (default: none)")
+      ->check(not_empty());
+  add("--right", options.right_file, "FILE", "File for the right singular vectors V, one per column (default: none)")
+      ->check(not_empty());
+  command.add_flag("--thin", options.thin, "Vectors that belong to values alone (default)");
+  command.add_flag("--full", options.full, "All vectors of either side");
+  add("--rank", options.rank_tolerance, "TOL", about_tolerance);
+  add("--plot", options.plot_file, "FILE", "SVG file for a picture of the singular values, by gnuplot")
+      ->check(not_empty());
+}
+
+}  // namespace
+
+void add_eig(CLI::App& app) {
+  const auto options = std::make_shared<EigenOptions>();
+  CLI::App& command = *app.add_subcommand("eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.");
+  add_eig_options(command, *options);
+  add_common_options(command);
+  command.footer(fmt::format("{}{}{}", about_eig, about_input, about_answer));
+  command.callback([options] { find_eigenvalues(*options); });
+}
+
+void add_svd(CLI::App& app) {
+  const auto options = std::make_shared<SingularOptions>();
+  CLI::App& command = *app.add_subcommand("svd", "Find singular values, singular vectors and the rank of A.");
+  add_svd_options(command, *options);
+  add_common_options(command);
+  command.footer(fmt::format("{}{}\n{}", about_svd, about_input, about_answer));
+  command.callback([options] { find_singular_values(*options); });
+}
+
+}  // namespace nuv::tools

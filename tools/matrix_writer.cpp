@@ -1,0 +1,128 @@
+#include "matrix_writer.hpp"
+
+#include <fmt/compile.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "npy.hpp"
+
+namespace nuv::tools {
+namespace {
+
+constexpr std::size_t piece = 32768;
+constexpr std::size_t longest_number = 32;
+
+template <Scalar T>
+void write_matrix_market(const DenseMatrix<T>& a, const TextSink& sink, const WrittenForm& form) {
+  const bool is_array = form.layout == Layout::Array;
+  NumberText text(sink);
+  append_banner(text, form, ComplexScalar<T>, a.rows, a.columns,
+                is_array ? 0 : count_stored(a, form.symmetry).nonzeros);
+  for_each_stored(a, form.symmetry, [&](Int i, Int j, T value) {
+    if (is_array) {
+      text.append(value);
+      text.append("\n");
+    } else if (value != T(0)) {
+      append_entry(text, i, j, value);
+    }
+  });
+  text.flush();
+}
+
+template <Scalar T>
+void append_cell(NumberText& text, T value) {
+  if constexpr (ComplexScalar<T>) {
+    text.append(value.real());
+    if (!std::signbit(value.imag())) text.append("+");
+    text.append(value.imag());
+    text.append("i");
+  } else {
+    text.append(value);
+  }
+}
+
+template <Scalar T>
+void write_table(const DenseMatrix<T>& a, const TextSink& sink, std::string_view separator) {
+  NumberText text(sink);
+  for (Int i = 1; i <= a.rows; ++i) {
+    for (Int j = 1; j <= a.columns; ++j) {
+      append_cell(text, a(i, j));
+      text.append(j < a.columns ? separator : "\n");
+    }
+  }
+  text.flush();
+}
+
+template <Scalar T>
+void write_npy(const DenseMatrix<T>& a, const TextSink& sink) {
+  sink(npy_header(ComplexScalar<T> ? 'c' : 'f', sizeof(T), a.rows, a.columns));
+  sink({reinterpret_cast<const char*>(a.elements.data()), a.elements.size() * sizeof(T)});
+}
+
+}  // namespace
+
+NumberText::NumberText(const TextSink& sink) : sink_(sink), text_(piece, '\0') {}
+
+char* NumberText::room_for(std::size_t size) {
+  if (size_ + size > text_.size()) flush();
+  text_.resize(std::max(text_.size(), size));
+  return text_.data() + size_;
+}
+
+void NumberText::append(std::string_view text) {
+  text.copy(room_for(text.size()), text.size());
+  size_ += text.size();
+}
+
+void NumberText::append(Int number) {
+  char* const room = room_for(longest_number);
+  size_ += static_cast<std::size_t>(fmt::format_to(room, FMT_COMPILE("{}"), number) - room);
+}
+
+void NumberText::append(float number) {
+  char* const room = room_for(longest_number);
+  size_ += static_cast<std::size_t>(fmt::format_to(room, FMT_COMPILE("{}"), number) - room);
+}
+
+void NumberText::append(double number) {
+  char* const room = room_for(longest_number);
+  size_ += static_cast<std::size_t>(fmt::format_to(room, FMT_COMPILE("{}"), number) - room);
+}
+
+void NumberText::flush() {
+  sink_(std::string_view(text_).substr(0, size_));
+  size_ = 0;
+}
+
+void append_banner(NumberText& text, const WrittenForm& form, bool is_complex, Int rows, Int columns,
+                   std::uint64_t entries) {
+  const bool is_array = form.layout == Layout::Array;
+  text.append(fmt::format("%%MatrixMarket matrix {} {} {}\n", is_array ? "array" : "coordinate",
+                          is_complex ? "complex" : "real", name_of(form.symmetry)));
+  if (!form.comment.empty()) text.append(fmt::format("% {}\n", form.comment));
+  text.append(fmt::format("{} {}", rows, columns));
+  text.append(is_array ? "\n" : fmt::format(" {}\n", entries));
+}
+
+template <Scalar T>
+void write_matrix(const DenseMatrix<T>& a, FileFormat format, const TextSink& sink, const WrittenForm& form) {
+  switch (format) {
+    case FileFormat::Npy:
+      return write_npy(a, sink);
+    case FileFormat::Csv:
+      return write_table(a, sink, ",");
+    case FileFormat::Table:
+      return write_table(a, sink, " ");
+    default:
+      return write_matrix_market(a, sink, form);
+  }
+}
+
+template void write_matrix(const DenseMatrix<float>&, FileFormat, const TextSink&, const WrittenForm&);
+template void write_matrix(const DenseMatrix<double>&, FileFormat, const TextSink&, const WrittenForm&);
+template void write_matrix(const DenseMatrix<std::complex<float>>&, FileFormat, const TextSink&, const WrittenForm&);
+template void write_matrix(const DenseMatrix<std::complex<double>>&, FileFormat, const TextSink&, const WrittenForm&);
+
+}  // namespace nuv::tools
