@@ -77,7 +77,7 @@ def emit_call(routine, precision, exported):
             if a.out:
                 after.append(f"{a.name} = ({a.name}_word & 1) != 0;")
         else:
-            passed.append(a.name if a.pointer else "&" + a.name)
+            passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
     result = cxx_type(routine.result, precision)
     value = ""
     if result.startswith("std::complex"):

@@ -56,6 +56,8 @@ def scalar(a, precision):
 
 def declaration(routine, a, precision, index):
     """A variable of the argument's name. What a routine may change stands in the arena."""
+    if a.is_function:
+        return f"const {cxx_type(a.type, precision)} {a.name} = {selected_by(precision)};"
     if a.pointer or a.out:
         t = {"Int": "int", "Logical": "int", "char": "char"}.get(a.type, cxx_type(a.type, precision))
         kind = "scratch" if a.is_scratch else "array"
@@ -75,6 +77,15 @@ def declaration(routine, a, precision, index):
     return f"const {cxx_type(a.type, precision)} {a.name} = {scalar(a, precision)};"
 
 
+def selected_by(precision):
+    """A function that selects some eigenvalues."""
+    letter = scalar_letter(precision)
+    if letter in "cz":
+        return f"[](const {cxx_type('T', letter)}* w) {{ return int(w->real() > 0.5); }}"
+    t = cxx_type("T", letter)
+    return f"[](const {t}* wr, const {t}*) {{ return int(*wr > 0.5); }}"
+
+
 def exported_call(routine, precision, exported):
     passed, lengths = [], []
     for a in routine.arguments:
@@ -87,7 +98,7 @@ def exported_call(routine, precision, exported):
         if a.type == "Logical" and not a.out:
             passed.append("&true_word")
         else:
-            passed.append(a.name if a.pointer else "&" + a.name)
+            passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
     result = cxx_type(routine.result, precision)
     if result.startswith("std::complex"):
         return f"{exported}({', '.join(['&arena.result<' + result + '>()'] + passed + lengths)});"
@@ -183,6 +194,8 @@ LARGE_LETTERS = {"uplo": "U", "trans": "T", "transa": "T", "side": "R", "norm": 
 
 def table_argument(routine, a, precision):
     """Kind, and values in a small and in a large call, as absent_lengths_test.cpp reads them."""
+    if a.is_function:
+        return "f"
     if a.type == "char" and not a.pointer:
         small = OPTIONS.get((routine.function, a.name), LETTERS.get(a.name, "N"))
         large = OPTIONS.get((routine.function, a.name), LARGE_LETTERS.get(a.name, small))
