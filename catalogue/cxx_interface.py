@@ -21,10 +21,10 @@ def is_offered(routine):
 
 
 def value_type(a, precision):
-    """Type of an argument, or of what it points to."""
+    """Type of an argument, or of what it points to: several truths are words, one is a bool."""
     if a.type == "char" and not (a.pointer or a.out):
         return OPTION_TYPES.get(a.name, "Letter")
-    return {"text": "std::string_view", "Int": "int", "Logical": "bool"}.get(a.type, cxx_type(a.type, precision))
+    return {"text": "std::string_view", "Int": "int", "Logical": "int" if a.pointer else "bool"}.get(a.type, cxx_type(a.type, precision))
 
 
 def parameter(a, precision):

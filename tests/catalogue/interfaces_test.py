@@ -63,6 +63,11 @@ class Overloads(unittest.TestCase):
         self.assertIn("const int left_word = left ? -1 : 0; int right_word = right ? -1 : 0;", made)
         self.assertIn("right = (right_word & 1) != 0;", made)
 
+    def test_arrays_of_truths_are_words(self):
+        made, = self.functions("routine d ?wdsv (const Logical* chosen, T x)")
+        self.assertIn("(const int* chosen, double x)", made)
+        self.assertIn("nuv_lapack_dwdsv(chosen, &x);", made)
+
     def test_functions_pass_through(self):
         made, = self.functions("routine z ?wdsv (Select select, T x)")
         self.assertIn("(nuv_z_select select, std::complex<double> x)", made)
