@@ -23,7 +23,7 @@ LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L",
            "range": "A", "fact": "N", "equed": "N", "vect": "N", "direct": "F", "storev": "C", "dist": "U", "pivot": "V",
            "normin": "N", "order": "E", "sym": "S", "rsign": "F", "pack": "N", "jobu": "A", "jobvt": "A", "compz": "I",
            "compq": "I", "cmach": "E", "init": "N", "type": "G", "id": "I", "grade": "N", "pivtng": "N", "upper": "F",
-           "sim": "F", "jobt": "T"}
+           "sim": "F", "jobt": "T", "jobvl": "V", "jobvr": "V", "jobvs": "V", "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
            ("orgbr", "vect"): "Q"}
 REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
@@ -95,7 +95,7 @@ def exported_call(routine, precision, exported):
             continue
         if a.type == "char":
             lengths.append("1")
-        if a.type == "Logical" and not a.out:
+        if a.type == "Logical" and not (a.out or a.pointer):
             passed.append("&true_word")
         else:
             passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
