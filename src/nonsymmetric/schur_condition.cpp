@@ -53,7 +53,7 @@ constexpr R smallest = Machine<R>::safe_min / Machine<R>::precision;
 ///     lambda  .       sep = 1 / ||(T22 - lambda I)^-1||
 ///            T22
 ///
-/// work    n by n + 6: a copy of the form, and behind it what its kind needs
+/// work    all n + 6 columns with their gaps: a copy of the form, and behind it what its kind needs
 template <RealScalar R>
 R separation(Int n, Matrix<const R> S, DiagonalBlock block, Matrix<R> work, Int* signs) {
   lacpy('F', n, n, S.data, S.ld, work.data, work.ld);

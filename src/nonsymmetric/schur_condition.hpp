@@ -22,7 +22,7 @@ namespace nuv {
 ///         that they meet. Zero where the eigenvalue could not be moved to the top. Not touched for 'E'
 /// mm      room for as many, at least m
 /// m       number of condition numbers of a kind
-/// work    n by n + 6, ldwork >= 1 and for 'V' and 'B' >= n; not touched for 'E'
+/// work    ldwork by n + 6, ldwork >= 1 and for 'V' and 'B' >= n; not touched for 'E'
 /// iwork   2n - 2 integers (real) or rwork, n real numbers (complex); not touched for 'E'
 /// info    0, or -k: argument k was bad (reported)
 template <Scalar T>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace nuv::test {
 
@@ -17,8 +18,7 @@ std::vector<Int> random_blocks(Random& random, Int n) {
 
 template <Scalar T>
 GuardedMatrix<T> random_schur_form(Random& random, const std::vector<Int>& blocks, Int ld) {
-  Int n = 0;
-  for (const Int order : blocks) n += order;
+  const Int n = std::accumulate(blocks.begin(), blocks.end(), 0);
   GuardedMatrix<T> S = random_matrix<T>(random, n, n, ld);
   for (Int j = 1; j <= n; ++j) {
     for (Int i = j + 1; i <= n; ++i) S(i, j) = T(0);
@@ -41,6 +41,17 @@ GuardedMatrix<T> random_schur_form(Random& random, const std::vector<Int>& block
 template <Scalar T>
 GuardedMatrix<T> random_schur_form(Random& random, Int n, Int ld) {
   return random_schur_form<T>(random, random_blocks<T>(random, n), ld);
+}
+
+template <Scalar T>
+GuardedMatrix<T> distinct_schur_form(Random& random, const std::vector<Int>& blocks) {
+  GuardedMatrix<T> S = random_schur_form<T>(random, blocks, std::accumulate(blocks.begin(), blocks.end(), 1));
+  Int at = 1;
+  for (std::size_t k = 0; k < blocks.size(); at += blocks[k], ++k) {
+    for (Int j = at; j < at + blocks[k]; ++j) S(j, j) = T(Real<T>(k + 1) / 2);
+  }
+  S.seal();
+  return S;
 }
 
 template <Scalar T>
@@ -86,6 +97,17 @@ GuardedMatrix<T> random_unitary(Random& random, Int n, Int ld) {
 }
 
 template <Scalar T>
+WideMatrix<T> sylvester_operator(const WideMatrix<T>& A, const WideMatrix<T>& B, Int isgn) {
+  const Eigen::Index m = A.cols(), n = B.cols();
+  WideMatrix<T> K = WideMatrix<T>::Zero(m * n, m * n);
+  for (Eigen::Index j = 0; j < n; ++j) {
+    K.block(m * j, m * j, m, m) += A;
+    for (Eigen::Index l = 0; l < n; ++l) K.block(m * j, m * l, m, m).diagonal().array() += Wide<T>(isgn) * B(l, j);
+  }
+  return K;
+}
+
+template <Scalar T>
 double schur_residual(const WideMatrix<T>& A, const WideMatrix<T>& Z, const WideMatrix<T>& S) {
   return product_residual<T>(product<T>(A, Z), Z, S);
 }
@@ -128,6 +150,12 @@ std::vector<std::complex<double>> eigenvalues_of(const GuardedMatrix<T>& S) {
   return values;
 }
 
+void expect_close(const std::vector<std::complex<double>>& values, const std::vector<std::complex<double>>& expected,
+                  double tolerance) {
+  ASSERT_EQ(values.size(), expected.size());
+  for (std::size_t k = 0; k < values.size(); ++k) EXPECT_NEAR(std::abs(values[k] - expected[k]), 0, tolerance) << k;
+}
+
 double spectrum_distance(const std::vector<std::complex<double>>& found, std::vector<std::complex<double>> expected) {
   if (found.size() != expected.size()) return std::numeric_limits<double>::infinity();
   double largest = 0;
@@ -144,9 +172,11 @@ double spectrum_distance(const std::vector<std::complex<double>>& found, std::ve
   template std::vector<Int> random_blocks<T>(Random&, Int);                                            \
   template GuardedMatrix<T> random_schur_form<T>(Random&, const std::vector<Int>&, Int);               \
   template GuardedMatrix<T> random_schur_form<T>(Random&, Int, Int);                                   \
+  template GuardedMatrix<T> distinct_schur_form<T>(Random&, const std::vector<Int>&);                  \
   template GuardedMatrix<T> random_hessenberg<T>(Random&, Int, Int);                                   \
   template GuardedMatrix<T> identity_matrix<T>(Int, Int);                                              \
   template GuardedMatrix<T> random_unitary<T>(Random&, Int, Int);                                      \
+  template WideMatrix<T> sylvester_operator<T>(const WideMatrix<T>&, const WideMatrix<T>&, Int);       \
   template double schur_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&); \
   template testing::AssertionResult is_schur_form<T>(const GuardedMatrix<T>&);                         \
   template std::vector<std::complex<double>> eigenvalues_of<T>(const GuardedMatrix<T>&);
