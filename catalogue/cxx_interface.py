@@ -10,7 +10,8 @@ from workspace import Dialect
 HEAD = Path(__file__).resolve().parents[1] / "interfaces" / "cpp" / "head.hpp"
 # Options that have a type with named constants, by the name of the argument; any other is a Letter.
 OPTION_TYPES = {"uplo": "Uplo", "trans": "Op", "transa": "Op", "transb": "Op", "side": "Side", "diag": "Diag", "norm": "Norm",
-                "jobz": "Job", "jobu": "Job", "jobvt": "Job", "range": "Range"}
+                "jobz": "Job", "jobu": "Job", "jobvt": "Job", "jobvl": "Job", "jobvr": "Job", "jobvs": "Job",
+                "range": "Range"}
 
 SIZES = Dialect(number="double({})", function="workspace::{}", is_letter="workspace::is({}, '{}')")
 
@@ -111,7 +112,8 @@ def emit_without_workspace(routine, function, precision):
     template = "" if tells_precision(routine) else f"<{cxx_type('T', precision)}>"
     call = lambda indent: wrap(f"{function}{template}(", passed, ")", indent)
     if asks:
-        lines.append(f"if (const int info = {call('    ')}; info != 0) return info;")
+        lines.append(f"if (const int info = {call('    ')}; info != 0) return info;" if routine.has_info
+                     else f"{call('    ')};")
         for a in routine.scratch:
             least = SIZES.size(a.workspace.least, routine.options) if a.workspace.least else ""
             lines.append(f"{a.name}.allocate_answer({least});" if a.workspace.is_asked

@@ -46,6 +46,11 @@ class Overloads(unittest.TestCase):
             "rwork.allocate(3 * double(n)); iwork.allocate_answer(double(n)); return wdsv(n, work.data(), work.length(), "
             "rwork.data(), iwork.data(), iwork.length()); }")
 
+    def test_sizes_are_asked_of_routines_without_info(self):
+        _, without = self.functions("routine d ?wdsv (Int n, T* work [query], Int lwork)")
+        self.assertEqual(without, "inline void wdsv(int n) { workspace::Memory<double> work; wdsv(n, work.data(), work.length()); "
+                                  "work.allocate_answer(); wdsv(n, work.data(), work.length()); }")
+
     def test_a_matrix_has_its_leading_dimension(self):
         _, without = self.functions("routine d ?wdsv (Int n, Int k, T* work [n by k], Int ldwork)")
         self.assertIn("wdsv(n, k, work.data(), workspace::as_int(double(n)));", without)
