@@ -330,6 +330,40 @@ TYPED_TEST(RealReordering, PassesPairsThatSplit) {
   }
 }
 
+/// The swaps one by one: a pair that splits where it passes a single goes on in two parts, and so does, from then on,
+/// the pair that is passed and splits.
+TYPED_TEST(RealReordering, TakesSplitPairsForTwoBlocks) {
+  using R = TypeParam;
+  for (const bool forward : {true, false}) {
+    int both_split = 0, other_stays = 0;
+    for (int round = 0; round < 200; ++round) {
+      GuardedMatrix<R> S = distinct_schur_form<R>(this->random, {2, 1, 2});
+      make_nearly_real(S, 1);
+      make_nearly_real(S, 4);
+      Reordered<R> form(S, random_unitary<R>(this->random, 5, 5)), expected = form;
+      Int ifst = forward ? 1 : 4, ilst = forward ? 5 : 1;
+      form.move('V', ifst, ilst);
+
+      forward ? expected.swap(1, 2, 1) : expected.swap(3, 1, 2);
+      if (expected.S(4, 3) != 0 || expected.S(3, 2) != 0) continue;  // it stays in one part
+      const Int behind = forward ? 3 : 2;
+      forward ? expected.swap(3, 1, 2) : expected.swap(1, 2, 1);
+      const bool stays = expected.S(behind + 1, behind) != 0;
+      if (stays) {
+        forward ? expected.swap(2, 1, 2) : expected.swap(2, 2, 1);
+      } else {
+        expected.swap(forward ? 2 : 3, 1, 1);
+        expected.swap(forward ? 3 : 2, 1, 1);
+      }
+      ++(stays ? other_stays : both_split);
+      EXPECT_TRUE(form.S.same_as(expected.S)) << forward << stays;
+      EXPECT_TRUE(form.Q.same_as(expected.Q)) << forward << stays;
+    }
+    EXPECT_GT(both_split, 5) << forward;
+    EXPECT_GT(other_stays, 5) << forward;
+  }
+}
+
 /// What is reached is a Schur form, in part reordered, and the block is where ilst tells.
 TYPED_TEST(RealReordering, StopsWhereASwapIsRejected) {
   using R = TypeParam;
