@@ -278,6 +278,19 @@ TYPED_TEST(InvariantSubspace, TellsHowMuchRoomItTakes) {
   }
 }
 
+/// There are fewer elements of workspace than rows.
+TYPED_TEST(InvariantSubspace, MovesBlocksInLittleRoom) {
+  using T = TypeParam;
+  for (const std::vector<Int>& blocks : {std::vector<Int>{2, 1}, {1, 2, 2, 1}}) {
+    Selection<T> call = this->problem(blocks);
+    call.choose({call.n});
+    call.job = 'E';
+    call.reorder();
+    EXPECT_EQ(call.lwork, call.n - 1);
+    call.expect_similar();
+  }
+}
+
 template <class R>
 class RealSubspace : public InvariantSubspace<R> {};
 TYPED_TEST_SUITE(RealSubspace, RealPrecisions, PrecisionLetter);

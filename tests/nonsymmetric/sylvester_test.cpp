@@ -175,6 +175,36 @@ TYPED_TEST(Sylvester, ScalesWhatWouldOverflow) {
   }
 }
 
+/// Each unknown makes the next one overflow.
+TYPED_TEST(Sylvester, ScalesAgainAndAgain) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr R least = 3 * (std::numeric_limits<R>::min() / epsilon<T>);
+  for (const bool is_left : {true, false}) {
+    for (const bool is_adjoint : {false, true}) {
+      GuardedMatrix<T> S = this->form({1, 1, 1}), zero = this->form({1});
+      for (Int j = 1; j <= 3; ++j) {
+        for (Int i = 1; i <= j; ++i) S(i, j) = T(i == j ? 2 * least : R(0.75) * least / epsilon<T>);
+      }
+      zero(1, 1) = T(R(0));
+      S.seal();
+      zero.seal();
+      const Int m = is_left ? 3 : 1, n = is_left ? 1 : 3;
+      Equation<T> problem(is_left ? S : zero, is_left ? zero : S, random_matrix<T>(this->random, m, n, m));
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = 1; i <= m; ++i) problem.C(i, j) += T(R(4));
+      }
+      (is_left ? problem.trana : problem.tranb) = is_adjoint ? 'C' : 'N';
+      problem.solve();
+      EXPECT_EQ(problem.info, 0);
+      EXPECT_GT(problem.scale, 0);
+      EXPECT_LT(problem.scale, epsilon<T>);
+      EXPECT_TRUE(problem.is_finite());
+      EXPECT_LT(problem.residual(), schur_threshold);
+    }
+  }
+}
+
 /// A and -isgn B have the same eigenvalues: those that are perturbed differ by eps times the coefficients.
 TYPED_TEST(Sylvester, PerturbsCommonEigenvalues) {
   using T = TypeParam;
