@@ -358,15 +358,7 @@ TYPED_TEST(RealCondition, IsZeroWhereASwapIsRejected) {
   using R = TypeParam;
   int rejected = 0;
   for (int round = 0; round < 200; ++round) {
-    GuardedMatrix<R> S = this->form({2, 2});
-    const int power = std::numeric_limits<R>::digits / 2;
-    S(1, 2) = std::ldexp(R(0.7), power);
-    S(2, 1) = std::ldexp(R(-0.9), -power);
-    for (const auto& [i, j] : {std::pair{3, 3}, {3, 4}, {4, 3}}) {
-      S(i, j) = S(i - 2, j - 2) * (1 + R(this->random.real()) / 1024);
-    }
-    S(4, 4) = S(3, 3);
-    S.seal();
+    const GuardedMatrix<R> S = close_pairs<R>(this->random);
     GuardedMatrix<R> moved = S;
     GuardedVector<R> work(4);
     Int ifst = 3, ilst = 1, info = 99;

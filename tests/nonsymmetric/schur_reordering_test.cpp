@@ -127,22 +127,6 @@ TYPED_TEST(BlockSwap, ExchangesSinglesExactly) {
   }
 }
 
-/// Two blocks far from normal, with like eigenvalues. The basis of the invariant subspace, which the swap makes
-/// orthonormal, is close to dependent then.
-template <RealScalar R>
-GuardedMatrix<R> close_pairs(Random& random) {
-  GuardedMatrix<R> S = random_schur_form<R>(random, {2, 2}, 5);
-  const int power = std::numeric_limits<R>::digits / 2, distance = -random.integer(1, power);
-  const auto like = [&](R x) { return x * (1 + std::ldexp(R(random.real()), distance)); };
-  S(1, 2) = std::ldexp(S(1, 2), power);
-  S(2, 1) = std::ldexp(S(2, 1), -power);
-  S(3, 3) = S(4, 4) = like(S(1, 1));
-  S(3, 4) = like(S(1, 2));
-  S(4, 3) = like(S(2, 1));
-  S.seal();
-  return S;
-}
-
 TYPED_TEST(BlockSwap, LeavesPairsAloneThatAreTooClose) {
   using R = TypeParam;
   int rejected = 0, accepted = 0;
@@ -420,11 +404,7 @@ TYPED_TEST(SchurReordering, EndsWhateverTheNumbers) {
           form.move('V', ifst, ilst);
           EXPECT_TRUE(form.info == 0 || form.info == 1);
           EXPECT_TRUE(form.S.guards_unchanged() && form.Q.guards_unchanged());
-          bool is_visible = false;
-          for (Int k = 1; k <= 6; ++k) {
-            for (Int l = 1; l <= 6; ++l) is_visible = is_visible || !std::isfinite(std::abs(form.S(k, l)));
-          }
-          EXPECT_TRUE(is_visible);
+          EXPECT_FALSE(is_finite(form.S));
         }
       }
     }
