@@ -115,8 +115,7 @@ class Subspace {
     return true;
   }
 
-  /// Solves T11 Y - Y T22 = scale X, or the equation of its adjoint, for the X in `work`, which Y replaces; gives
-  /// scale.
+  /// Solves T11 Y - Y T22 = scale X, or its adjoint's equation, for the X in `work`, which Y replaces; gives scale.
   R solve(char trans, T* work) const {
     R scale;
     Int info;
