@@ -53,7 +53,6 @@ class NeighbourBlocks {
   NeighbourBlocks(bool wantq, Int n, Matrix<R> S, Matrix<R> Q, Int j1, Int n1, Int n2, R* work)
       : wantq_(wantq), n_(n), S_(S), Q_(Q), j1_(j1), n1_(n1), n2_(n2), order_(n1 + n2), work_(work) {
     lacpy('F', order_, order_, S_.at(j1_, j1_), S_.ld, D_.data, D_.ld);
-    // The maximum overlooks a NaN, or it doesn't; the trial passes or fails, and in neither case is anything hidden.
     thresh_ = std::max(10 * Machine<R>::precision * lange('M', order_, order_, D_.data, D_.ld, work_), smallest);
     Int perturbed;
     R xnorm;

@@ -18,8 +18,7 @@ namespace nuv {
 /// j1      first row of the first block
 /// n1, n2  0, 1 or 2; nothing is done if one of them is 0, or if there are no rows behind the first block
 /// work    n elements
-/// info    1 if the blocks are so close that the result would be too far from quasi-triangular: T and Q are as they
-/// were
+/// info    1 if the blocks are so close that the result would not be quasi-triangular: T and Q are as they were
 template <RealScalar T>
 void laexc(Logical wantq, Int n, T* t, Int ldt, T* q, Int ldq, Int j1, Int n1, Int n2, T* work, Int& info);
 

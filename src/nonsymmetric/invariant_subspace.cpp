@@ -18,9 +18,9 @@ namespace {
 
 /// What a caller wants.
 struct Task {
-  bool s, sep, q;
+  bool s, sep;
 
-  Task(char job, char compq) : s(is_one_of(job, 'E', 'B')), sep(is_one_of(job, 'V', 'B')), q(same_letter(compq, 'V')) {}
+  explicit Task(char job) : s(is_one_of(job, 'E', 'B')), sep(is_one_of(job, 'V', 'B')) {}
 };
 
 /// 0, or minus the position of the first bad argument up to ldq.
@@ -115,7 +115,7 @@ class Subspace {
     return true;
   }
 
-  /// T11 X - X T22 = scale X, or its adjoint, with X in `work`; gives scale.
+  /// Solves T11 Y - Y T22 = scale X, or its adjoint's equation, for the X in `work`, which Y replaces; gives scale.
   R solve(char trans, T* work) const {
     R scale;
     Int info;
@@ -172,7 +172,7 @@ void trsen(char job, char compq, const Logical* select, Int n, T* t, Int ldt, T*
   if (info != 0) return report_bad_argument<T>("TRSEN", info);
   m = count_selected<T>(select, {t, ldt}, n);
 
-  const Task wants(job, compq);
+  const Task wants(job);
   const WorkSizes<T> least(wants, n, m);
   const bool is_query = lwork == -1 || liwork == -1;
   if (lwork < least.work && !is_query) info = -15;
@@ -196,7 +196,7 @@ void trsen(char job, char compq, const Logical* select, Int n, T* t, Int ldt, T*
   const Matrix S{t, ldt};
   m = count_selected<T>(select, S, n);
 
-  const Task wants(job, compq);
+  const Task wants(job);
   const WorkSizes<T> least(wants, n, m);
   if (lwork < least.work && lwork != -1) info = -14;
   if (info != 0) return report_bad_argument<T>("TRSEN", info);

@@ -14,9 +14,8 @@
 // m        number of the selected eigenvalues
 // s        for 'E', 'B': a lower bound of the reciprocal condition number of the mean, at most 1, which is too small by
 //          sqrt(n) at most
-// sep      for 'V', 'B': an estimate of that of the subspace, the separation of T11 from T22; the one-norm of T for m =
-// 0
-//          or m = n
+// sep      for 'V', 'B': an estimate of that of the subspace, the separation of T11 from T22; for m = 0 and m = n the
+//          one-norm of T
 // work     lwork elements; work(1) returns the least lwork: 2 m (n - m) for 'V' and 'B', m (n - m) for 'E', and for 'N'
 //          n of a real form, else 1
 // lwork    as much; -1 asks for that and does nothing else

@@ -17,8 +17,7 @@ namespace nuv {
 /// ilst    the same; out the first row of the block where it has come to rest, which may be off by one where blocks of
 ///         order two lie in between, or where they split
 /// work    n elements
-/// info    0; 1: two blocks were too close to be swapped, T is reordered as far as ilst tells; or -k: argument k was
-/// bad
+/// info    0; 1: two blocks were too close to be swapped, T is reordered as far as ilst tells; -k: argument k was bad
 ///         (reported)
 template <RealScalar T>
 void trexc(char compq, Int n, T* t, Int ldt, T* q, Int ldq, Int& ifst, Int& ilst, T* work, Int& info);

@@ -156,6 +156,24 @@ TYPED_TEST(QuasiTriangular, ScalesWhatWouldOverflow) {
   }
 }
 
+/// A right side that is too large is brought to the limit, and no further where the matrix is large, too.
+TYPED_TEST(QuasiTriangular, LimitsTheRightSide) {
+  using R = TypeParam;
+  constexpr R greatest = epsilon<R> / std::numeric_limits<R>::min();
+  for (const bool transposed : {false, true}) {
+    for (const bool is_real : {false, true}) {
+      GuardedMatrix<R> S(1, 1, 1);
+      S(1, 1) = std::ldexp(R(1), std::numeric_limits<R>::max_exponent / 2);
+      System<R> system(transposed, is_real, S);
+      system.fill([] { return R(0); });
+      system.rhs(system.parts) = std::ldexp(R(-1), std::numeric_limits<R>::max_exponent - 2);
+      system.solve();
+      EXPECT_EQ(system.scale, negated(greatest / system.rhs(system.parts)));
+      EXPECT_EQ(system.x(system.parts), negated(greatest / system.S(1, 1)));
+    }
+  }
+}
+
 /// Unknowns grow by what is above the diagonal, though no pivot is small.
 TYPED_TEST(QuasiTriangular, LeavesRoomForProducts) {
   using R = TypeParam;

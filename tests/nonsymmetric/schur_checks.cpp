@@ -54,6 +54,20 @@ GuardedMatrix<T> distinct_schur_form(Random& random, const std::vector<Int>& blo
   return S;
 }
 
+template <RealScalar R>
+GuardedMatrix<R> close_pairs(Random& random) {
+  GuardedMatrix<R> S = random_schur_form<R>(random, {2, 2}, 5);
+  const int power = std::numeric_limits<R>::digits / 2, distance = -random.integer(1, power);
+  const auto like = [&](R x) { return x * (1 + std::ldexp(R(random.real()), distance)); };
+  S(1, 2) = std::ldexp(S(1, 2), power);
+  S(2, 1) = std::ldexp(S(2, 1), -power);
+  S(3, 3) = S(4, 4) = like(S(1, 1));
+  S(3, 4) = like(S(1, 2));
+  S(4, 3) = like(S(2, 1));
+  S.seal();
+  return S;
+}
+
 template <Scalar T>
 GuardedMatrix<T> random_hessenberg(Random& random, Int n, Int ld) {
   GuardedMatrix<T> H = random_matrix<T>(random, n, n, ld);
@@ -105,6 +119,16 @@ WideMatrix<T> sylvester_operator(const WideMatrix<T>& A, const WideMatrix<T>& B,
     for (Eigen::Index l = 0; l < n; ++l) K.block(m * j, m * l, m, m).diagonal().array() += Wide<T>(isgn) * B(l, j);
   }
   return K;
+}
+
+template <Scalar T>
+bool is_finite(const GuardedMatrix<T>& A) {
+  for (Int j = 1; j <= A.columns(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) {
+      if (!std::isfinite(std::real(A(i, j))) || !std::isfinite(std::imag(A(i, j)))) return false;
+    }
+  }
+  return true;
 }
 
 template <Scalar T>
@@ -177,10 +201,13 @@ double spectrum_distance(const std::vector<std::complex<double>>& found, std::ve
   template GuardedMatrix<T> identity_matrix<T>(Int, Int);                                              \
   template GuardedMatrix<T> random_unitary<T>(Random&, Int, Int);                                      \
   template WideMatrix<T> sylvester_operator<T>(const WideMatrix<T>&, const WideMatrix<T>&, Int);       \
+  template bool is_finite<T>(const GuardedMatrix<T>&);                                                 \
   template double schur_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&); \
   template testing::AssertionResult is_schur_form<T>(const GuardedMatrix<T>&);                         \
   template std::vector<std::complex<double>> eigenvalues_of<T>(const GuardedMatrix<T>&);
 
+template GuardedMatrix<float> close_pairs<float>(Random&);
+template GuardedMatrix<double> close_pairs<double>(Random&);
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)
 NUV_INSTANTIATE(std::complex<float>)

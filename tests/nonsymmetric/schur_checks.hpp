@@ -32,6 +32,11 @@ GuardedMatrix<T> random_schur_form(Random& random, Int n, Int ld);
 template <Scalar T>
 GuardedMatrix<T> distinct_schur_form(Random& random, const std::vector<Int>& blocks);
 
+/// Two pairs far from normal with like eigenvalues: what a swap would make of them is often too far from a Schur form,
+/// since the basis of the invariant subspace, which it makes orthonormal, is close to dependent.
+template <RealScalar R>
+GuardedMatrix<R> close_pairs(Random& random);
+
 /// Upper Hessenberg of order n, with zeros below.
 template <Scalar T>
 GuardedMatrix<T> random_hessenberg(Random& random, Int n, Int ld);
@@ -46,6 +51,10 @@ GuardedMatrix<T> random_unitary(Random& random, Int n, Int ld);
 /// I (x) A + isgn B^T (x) I, the matrix of X -> A X + isgn X B with the columns of X below each other.
 template <Scalar T>
 WideMatrix<T> sylvester_operator(const WideMatrix<T>& A, const WideMatrix<T>& B, Int isgn);
+
+/// Whether no element is infinite or NaN.
+template <Scalar T>
+bool is_finite(const GuardedMatrix<T>& A);
 
 /// ||(A Z - Z S) V|| / (||A Z|| n eps) for a few columns V of random signs.
 template <Scalar T>

@@ -92,8 +92,11 @@ struct Conditions {
 
   bool is_pair(Int j) const { return RealScalar<T> && j < n && S(j + 1, j) != T(0); }
 
-  /// Eigenvectors of all eigenvalues, or of the selected ones; lengths are anything.
+  /// Eigenvectors of all eigenvalues, or of the selected ones, of a matrix with this Schur form; lengths are anything.
   Conditions& find_vectors(const Spectrum<T>& spectrum) {
+    using C = ComplexOf<T>;
+    Random random(31);
+    const WideMatrix<C> Q = wide(random_unitary<T>(random, n, std::max(1, n))).template cast<Wide<C>>();
     Int k = 1;
     for (Int j = 1; j <= n; ++j) {
       const bool pair = is_pair(j);
@@ -101,7 +104,7 @@ struct Conditions {
       if (is_wanted) {
         for (const bool is_left : {true, false}) {
           GuardedMatrix<T>& V = is_left ? VL : VR;
-          const auto x = WideMatrix<ComplexOf<T>>(spectrum.vector(j, is_left) * WideReal<T>(is_left ? 3 : 0.25));
+          const WideMatrix<C> x = WideReal<T>(is_left ? 3 : 0.25) * product<C>(Q, spectrum.vector(j, is_left));
           for (Int i = 1; i <= n; ++i) {
             if constexpr (ComplexScalar<T>) {
               V(i, k) = T(x(i - 1, 0));
@@ -355,15 +358,7 @@ TYPED_TEST(RealCondition, IsZeroWhereASwapIsRejected) {
   using R = TypeParam;
   int rejected = 0;
   for (int round = 0; round < 200; ++round) {
-    GuardedMatrix<R> S = this->form({2, 2});
-    const int power = std::numeric_limits<R>::digits / 2;
-    S(1, 2) = std::ldexp(R(0.7), power);
-    S(2, 1) = std::ldexp(R(-0.9), -power);
-    for (const auto& [i, j] : {std::pair{3, 3}, {3, 4}, {4, 3}}) {
-      S(i, j) = S(i - 2, j - 2) * (1 + R(this->random.real()) / 1024);
-    }
-    S(4, 4) = S(3, 3);
-    S.seal();
+    const GuardedMatrix<R> S = close_pairs<R>(this->random);
     GuardedMatrix<R> moved = S;
     GuardedVector<R> work(4);
     Int ifst = 3, ilst = 1, info = 99;

@@ -130,6 +130,22 @@ TYPED_TEST(SmallSylvester, ChoosesPivotsAmongAllElements) {
   });
 }
 
+/// The second column has the first pivot, and what is left of the first one is the pivot that is too small.
+TYPED_TEST(SmallSylvester, LeavesTheLeastPivotForTheEnd) {
+  using R = TypeParam;
+  constexpr R eps = epsilon<R>;
+  Equation<R> equation(false, false, 1, 2, 1);
+  equation.fill([] { return R(1); });
+  equation.TL(1, 1) = eps / 4;
+  equation.TL(2, 1) = eps / 8;
+  equation.TR(1, 1) = 0;
+  equation.B(2, 1) = 2;
+  equation.solve();
+  EXPECT_EQ(equation.info, 1);
+  EXPECT_EQ(equation.X(1, 1), 1 / eps);
+  EXPECT_EQ(equation.X(2, 1), R(0.75));
+}
+
 /// TL has the eigenvalues of -isgn TR.
 TYPED_TEST(SmallSylvester, ReplacesPivotsOfSingularSystems) {
   using R = TypeParam;

@@ -54,15 +54,6 @@ struct Equation {
     return one_norm<T>(WideMatrix<T>(x - y)) / (one_norm<T>(y) * condition * (m + n) * epsilon<T>);
   }
 
-  bool is_finite() const {
-    for (Int j = 1; j <= n; ++j) {
-      for (Int i = 1; i <= m; ++i) {
-        if (!std::isfinite(std::real(X(i, j))) || !std::isfinite(std::imag(X(i, j)))) return false;
-      }
-    }
-    return true;
-  }
-
  private:
   static char letter(char trans) { return same_letter(trans, 'N') ? 'N' : 'C'; }
 };
@@ -168,9 +159,39 @@ TYPED_TEST(Sylvester, ScalesWhatWouldOverflow) {
         EXPECT_EQ(equation.info, 0);
         EXPECT_LT(equation.scale, R(1));
         EXPECT_GT(equation.scale, R(0));
-        EXPECT_TRUE(equation.is_finite());
+        EXPECT_TRUE(is_finite(equation.X));
         EXPECT_LT(equation.residual(), schur_threshold);
       });
+    }
+  }
+}
+
+/// Each unknown makes the next one overflow.
+TYPED_TEST(Sylvester, ScalesAgainAndAgain) {
+  using T = TypeParam;
+  using R = Real<T>;
+  constexpr R least = 3 * (std::numeric_limits<R>::min() / epsilon<T>);
+  for (const bool is_left : {true, false}) {
+    for (const bool is_adjoint : {false, true}) {
+      GuardedMatrix<T> S = this->form({1, 1, 1}), zero = this->form({1});
+      for (Int j = 1; j <= 3; ++j) {
+        for (Int i = 1; i <= j; ++i) S(i, j) = T(i == j ? 2 * least : R(0.75) * least / epsilon<T>);
+      }
+      zero(1, 1) = T(R(0));
+      S.seal();
+      zero.seal();
+      const Int m = is_left ? 3 : 1, n = is_left ? 1 : 3;
+      Equation<T> problem(is_left ? S : zero, is_left ? zero : S, random_matrix<T>(this->random, m, n, m));
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = 1; i <= m; ++i) problem.C(i, j) += T(R(4));
+      }
+      (is_left ? problem.trana : problem.tranb) = is_adjoint ? 'C' : 'N';
+      problem.solve();
+      EXPECT_EQ(problem.info, 0);
+      EXPECT_GT(problem.scale, 0);
+      EXPECT_LT(problem.scale, epsilon<T>);
+      EXPECT_TRUE(is_finite(problem.X));
+      EXPECT_LT(problem.residual(), schur_threshold);
     }
   }
 }
@@ -194,7 +215,7 @@ TYPED_TEST(Sylvester, PerturbsCommonEigenvalues) {
       equation.B.seal();
       equation.solve();
       EXPECT_EQ(equation.info, 1);
-      EXPECT_TRUE(equation.is_finite());
+      EXPECT_TRUE(is_finite(equation.X));
       R largest = 0;
       for (Int j = 1; j <= equation.n; ++j) {
         for (Int i = 1; i <= equation.m; ++i) largest = std::max(largest, R(std::abs(equation.X(i, j))));
@@ -221,7 +242,7 @@ TYPED_TEST(Sylvester, PerturbsPairsThatAreAlmostReal) {
       problem.isgn = -1;
       problem.solve();
       EXPECT_EQ(problem.info, 1);
-      EXPECT_TRUE(problem.is_finite());
+      EXPECT_TRUE(is_finite(problem.X));
     }
   }
 }
@@ -295,7 +316,7 @@ TYPED_TEST(Sylvester, ShowsNaN) {
           equation.solve();
           // An infinite divisor makes a zero where nothing else is infinite.
           if (place == 2 || std::isnan(odd)) {
-            EXPECT_FALSE(equation.is_finite() && std::isfinite(equation.scale) && equation.scale > 0);
+            EXPECT_FALSE(is_finite(equation.X) && std::isfinite(equation.scale) && equation.scale > 0);
           }
         });
       }
