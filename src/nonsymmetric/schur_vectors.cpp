@@ -104,18 +104,9 @@ class QuasiTriangularSubstitution {
   }
 
   /// Puts what was found into as many columns of V from column j on as there are parts, and normalises it.
-  void store_right(bool transformed, Matrix<T> V, Int j) const {
-    for (Int p = 0; p < own_.order(); ++p) {
-      store_vector<T>(n_, {parts_[p], own_.first + p, 1, own_.first - 1}, transformed, V, j + p);
-    }
-    normalise(V, j);
-  }
-
+  void store_right(bool transformed, Matrix<T> V, Int j) const { store(1, own_.first - 1, transformed, V, j); }
   void store_left(bool transformed, Matrix<T> V, Int j) const {
-    for (Int p = 0; p < own_.order(); ++p) {
-      store_vector<T>(n_, {parts_[p], own_.first + p, own_.last + 1, n_ - own_.last}, transformed, V, j + p);
-    }
-    normalise(V, j);
+    store(own_.last + 1, n_ - own_.last, transformed, V, j);
   }
 
  private:
@@ -172,6 +163,16 @@ class QuasiTriangularSubstitution {
   void scale_rows(Int from, Int to, T scale) const {
     if (scale == 1) return;
     for (Int p = 0; p < own_.order(); ++p) blas::scal(to - from + 1, scale, Vector{&element(p, from), 1});
+  }
+
+  void store(Int first, Int count, bool transformed, Matrix<T> V, Int j) const {
+    const SubstitutedVector<T> vector{own_.order(), {parts_[0], parts_[1]}, own_.first, first, count};
+    if (transformed) {
+      transform_vector(n_, vector, V);
+    } else {
+      store_vector(n_, vector, V, j);
+    }
+    normalise(V, j);
   }
 
   void normalise(Matrix<T> V, Int j) const {

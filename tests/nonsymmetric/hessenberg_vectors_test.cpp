@@ -293,6 +293,9 @@ TYPED_TEST(HessenbergVectors, OfClusters) {
   using R = Real<T>;
   for (const char eigsrc : {'N', 'Q'}) {
     KnownMatrix<T> known = with_unreduced_blocks<T>(this->random, {7, 6});
+    for (Int j = 8; j <= 13; ++j) {
+      for (Int i = 8; i <= 13; ++i) known.H(i, j) *= R(64);
+    }
     // In both blocks; a value that is not selected moves nothing.
     std::vector<Int> single;
     for (Int k = 1; k <= 13; k += known.columns(k)) {
@@ -403,11 +406,21 @@ TYPED_TEST(HessenbergVectors, OfMatricesWithHugeGrowth) {
         ++j;
       }
     }
-    const KnownMatrix<T> known = quasi_triangular(S);
-    for (const char eigsrc : {'Q', 'N'}) {
-      InverseIteration<T> found(known);
-      found.eigsrc = eigsrc;
-      expect_vectors(known, found.run());
+    // Pivots may be small beside the unknowns, or sums of rows large.
+    const bool is_single = std::same_as<R, float>;
+    for (const R size : {R(1), is_single ? R(1e-15) : R(1e-150), is_single ? R(1e15) : R(1e150)}) {
+      SCOPED_TRACE(testing::Message() << "size " << size);
+      GuardedMatrix<T> scaled = S;
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = 1; i <= n; ++i) scaled(i, j) *= size;
+      }
+      scaled.seal();
+      const KnownMatrix<T> known = quasi_triangular(scaled);
+      for (const char eigsrc : {'Q', 'N'}) {
+        InverseIteration<T> found(known);
+        found.eigsrc = eigsrc;
+        expect_vectors(known, found.run());
+      }
     }
   }
 }
@@ -596,6 +609,28 @@ TYPED_TEST(HessenbergVectors, StartAgain) {
       single.run();
       EXPECT_EQ(single.info, 0);
       for (Int i = 1; i <= 5; ++i) EXPECT_NEAR(std::abs(single.v(i)), i == k ? 1 : 0, 50 * epsilon<T>) << i << k;
+    }
+  }
+}
+
+/// From a start of elements eps3 a solution with a multiple of the identity is accepted where the sum of its elements
+/// is 0.1 over the root of their number. The last start is what is left of a failure.
+TYPED_TEST(HessenbergVectors, GrowEnoughOrFail) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const KnownMatrix<T> known = quasi_triangular(identity_matrix<T>(4, 4));
+  for (const bool is_pair : {false, true}) {
+    if (is_pair && !RealScalar<T>) continue;
+    for (const R distance : {R(64), R(128)}) {
+      SingleVector<T> single(known, 1);
+      single.eps3 = R(0x1p-15);
+      (is_pair ? single.value.imag(distance * single.eps3) : single.value.real(1 + distance * single.eps3));
+      single.run();
+      EXPECT_EQ(single.info, distance == 64 ? 0 : 1);
+      for (Int i = 1; i <= 4; ++i) {
+        const auto size = std::abs(single.v(i)) + (is_pair ? std::abs(single.vi(i)) : R(0));
+        EXPECT_NEAR(size, distance == 64 || i == 1 ? 1 : R(1) / 3, 8 * epsilon<T>) << i;
+      }
     }
   }
 }
