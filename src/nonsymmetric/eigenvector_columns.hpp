@@ -7,8 +7,6 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
-#include "environment/abs1.hpp"
-#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "frame/option_matching.hpp"
 

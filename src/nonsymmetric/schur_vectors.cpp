@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "environment/extremes.hpp"
 #include "frame/error_report.hpp"
 #include "nonsymmetric/eigenvector_columns.hpp"
 #include "nonsymmetric/small_shifted_system.hpp"
@@ -77,8 +78,8 @@ class QuasiTriangularSubstitution {
       const T start = element(p, own_.first + p);
       for (Int k = own_.last + 1; k <= n_; ++k) element(p, k) = negated(start) * S_(own_.first + p, k);
     }
-    T largest = 1,
-      limit_of_sum = range_.largest;  // an element of x, and a sum of a column that may be multiplied by it
+    T largest = 1;  // among the elements found
+    T limit_of_sum = range_.largest;
     for (Int j = own_.last + 1; j <= n_;) {
       const DiagonalBlock block = block_that_begins_in(n_, j, S_);
       if (largest_sum(block) > limit_of_sum) {
@@ -205,13 +206,6 @@ void trevc(char side, char howmny, Logical* select, Int n, const T* t, Int ldt, 
            Int mm, Int& m, T* work, Int& info) {
   const WantedVectors wanted(side, howmny);
   const Matrix S{t, ldt};
-  const auto for_each_block_upwards = [&](auto visit) {
-    for (Int j = n; j >= 1;) {
-      const DiagonalBlock block = block_that_ends_in(j, S);
-      visit(block);
-      j = block.first - 1;
-    }
-  };
   const auto for_each_block = [&](auto visit) {
     for (Int j = 1; j <= n;) {
       const DiagonalBlock block = block_that_begins_in(n, j, S);
@@ -240,26 +234,35 @@ void trevc(char side, char howmny, Logical* select, Int n, const T* t, Int ldt, 
 
   sum_columns_above_diagonal<T>(n, S, work);
   const SubstitutionRange<T> range(n);
-  if (wanted.right) {
-    Int free = m;
-    for_each_block_upwards([&](DiagonalBlock block) {
-      if (wanted.selected && !is_selected(select, block)) return;
-      free -= block.order();
-      const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
-      substitution.find_right();
-      substitution.store_right(wanted.transformed, {vr, ldvr}, free + 1);
-    });
-  }
-  if (wanted.left) {
-    Int taken = 0;
+  const auto find_right = [&](DiagonalBlock block, Int j) {
+    const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
+    substitution.find_right();
+    substitution.store_right(wanted.transformed, {vr, ldvr}, j);
+  };
+  const auto find_left = [&](DiagonalBlock block, Int j) {
+    const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
+    substitution.find_left();
+    substitution.store_left(wanted.transformed, {vl, ldvl}, j);
+  };
+  const auto find_wanted = [&](auto find) {
+    Int j = 1;
     for_each_block([&](DiagonalBlock block) {
       if (wanted.selected && !is_selected(select, block)) return;
-      const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
-      substitution.find_left();
-      substitution.store_left(wanted.transformed, {vl, ldvl}, taken + 1);
-      taken += block.order();
+      find(block, j);
+      j += block.order();
     });
+  };
+  if (wanted.right && wanted.transformed) {
+    // The last first: of the matrix, a vector takes its own column and those before.
+    for (Int j = n; j >= 1;) {
+      const DiagonalBlock block = block_that_ends_in(j, S);
+      find_right(block, block.first);
+      j = block.first - 1;
+    }
+  } else if (wanted.right) {
+    find_wanted(find_right);
   }
+  if (wanted.left) find_wanted(find_left);
 }
 
 }  // namespace nuv

@@ -1,6 +1,8 @@
 // Eigenvectors of upper triangular complex matrices.
 
-#include "environment/hermitian.hpp"
+#include <algorithm>
+
+#include "environment/abs1.hpp"
 #include "frame/error_report.hpp"
 #include "nonsymmetric/eigenvector_columns.hpp"
 #include "nonsymmetric/schur_vectors.hpp"
