@@ -240,6 +240,13 @@ TYPED_TEST(SchurVectorsOf, OneValueTwice) {
   EXPECT_NEAR(std::abs(both.VL(1, 1)), apart, apart * 4 * epsilon<T>);
 }
 
+template <Scalar T>
+void scale_above_block(GuardedMatrix<T>& S, Int j, Real<T> factor) {
+  for (Int i = 1; i < j; ++i) {
+    if (S(j, i) == T(0)) S(i, j) = S(i, j) * factor;
+  }
+}
+
 /// Elements of a solution grow by a large factor in each row.
 TYPED_TEST(SchurVectorsOf, FormsWithHugeGrowth) {
   using T = TypeParam;
@@ -255,11 +262,7 @@ TYPED_TEST(SchurVectorsOf, FormsWithHugeGrowth) {
           if (block.order() == 2) S(block.last, block.first) = -step * step / S(block.first, block.last);
         }
       }
-      for (Int j = 1; j <= 40; ++j) {
-        for (Int i = 1; i < j; ++i) {
-          if (S(j, i) == T(0)) S(i, j) = S(i, j) * size;
-        }
-      }
+      for (Int j = 1; j <= 40; ++j) scale_above_block(S, j, size);
       expect_all(S);
     }
   }
@@ -276,9 +279,7 @@ TYPED_TEST(SchurVectorsOf, FormsWithHugeElements) {
           with_diagonal(random_schur_form<T>(this->random, n, n), [](Int number) { return R(1 + number); });
       for (Int j = 1; j <= n; ++j) {
         if (this->random.integer(0, 2) == 0) continue;
-        for (Int i = 1; i < j; ++i) {
-          if (S(j, i) == T(0)) S(i, j) = S(i, j) * huge;
-        }
+        scale_above_block(S, j, huge);
       }
       expect_all(S);
     }
