@@ -7,6 +7,8 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "environment/abs1.hpp"
+#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "frame/option_matching.hpp"
 
@@ -61,7 +63,7 @@ struct SubstitutedVector {
 
 /// Puts the parts into columns of V from column j on.
 template <Scalar T>
-void store_vector(Int n, const SubstitutedVector<T>& vector, Matrix<T> V, Int j) {
+void copy_vector(Int n, const SubstitutedVector<T>& vector, Matrix<T> V, Int j) {
   const auto& [parts, x, own, first, count] = vector;
   for (Int p = 0; p < parts; ++p) {
     std::fill_n(V.at(1, j + p), n, T(0));
@@ -87,6 +89,28 @@ void transform_vector(Int n, const SubstitutedVector<T>& vector, Matrix<T> V) {
                  column(V, 1, own + p));
     }
   }
+}
+
+/// Makes the largest element of a vector in columns of V one, by the sum of the magnitudes of its parts. A NaN counts
+/// as the largest.
+template <Scalar T>
+void normalise_vector(Int n, Int parts, Matrix<T> V, Int j) {
+  Real<T> largest = 0;
+  for (Int i = 1; i <= n; ++i) {
+    largest = larger_or_nan(largest, abs1(V(i, j)) + (parts == 2 ? abs1(V(i, j + 1)) : Real<T>(0)));
+  }
+  for (Int p = 0; p < parts; ++p) blas::scal(n, 1 / largest, column(V, 1, j + p));
+}
+
+/// Puts a vector, normalised, into columns of V from column j on, or V times the vector into those that it takes.
+template <Scalar T>
+void put_vector(Int n, const SubstitutedVector<T>& vector, bool transformed, Matrix<T> V, Int j) {
+  if (transformed) {
+    transform_vector(n, vector, V);
+  } else {
+    copy_vector(n, vector, V, j);
+  }
+  normalise_vector(n, vector.parts, V, transformed ? vector.own : j);
 }
 
 }  // namespace nuv

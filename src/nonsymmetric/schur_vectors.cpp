@@ -168,22 +168,7 @@ class QuasiTriangularSubstitution {
 
   void store(Int first, Int count, bool transformed, Matrix<T> V, Int j) const {
     const SubstitutedVector<T> vector{own_.order(), {parts_[0], parts_[1]}, own_.first, first, count};
-    if (transformed) {
-      transform_vector(n_, vector, V);
-    } else {
-      store_vector(n_, vector, V, j);
-    }
-    normalise(V, j);
-  }
-
-  void normalise(Matrix<T> V, Int j) const {
-    T largest = 0;
-    if (own_.order() == 1) {
-      largest = std::abs(V(blas::iamax(n_, column(V, 1, j)), j));
-    } else {
-      for (Int i = 1; i <= n_; ++i) largest = larger_or_nan(largest, std::abs(V(i, j)) + std::abs(V(i, j + 1)));
-    }
-    for (Int p = 0; p < own_.order(); ++p) blas::scal(n_, 1 / largest, column(V, 1, j + p));
+    put_vector(n_, vector, transformed, V, j);
   }
 
   Int n_;

@@ -62,13 +62,7 @@ class TriangularSubstitution {
  private:
   void finish(char trans, const SubstitutedVector<T>& vector, bool transformed, Matrix<T> V, Int to) const {
     solve(trans, vector.own, vector.first, vector.count);
-    if (transformed) {
-      transform_vector(n_, vector, V);
-    } else {
-      store_vector(n_, vector, V, to);
-    }
-    const Vector<T> v = column(V, 1, to);
-    blas::scal(n_, 1 / abs1(v.data[blas::iamax(n_, v) - 1]), v);
+    put_vector(n_, vector, transformed, V, to);
   }
 
   /// Solves with the shifted triangle in rows first ... first + count - 1; element j of the vector becomes the factor
