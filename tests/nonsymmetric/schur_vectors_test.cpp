@@ -286,6 +286,28 @@ TYPED_TEST(SchurVectorsOf, FormsWithHugeElements) {
   }
 }
 
+/// What is large is one part of a pair's vector alone.
+TYPED_TEST(SchurVectorsOf, PairsWithOneLargePart) {
+  using T = TypeParam;
+  if constexpr (RealScalar<T>) {
+    const T huge = std::same_as<T, float> ? T(1e20) : T(1e157);
+    for (const Int first : {1, 3}) {
+      GuardedMatrix<T> S = identity_matrix<T>(4, 4);
+      S(first, first + 1) = 1;
+      S(first + 1, first) = -4 * Machine<T>::safe_min;
+      const Int other = 4 - first;  // the first of the other rows
+      S(other, other) = 2;
+      S(other + 1, other + 1) = 3;
+      S(other, other + 1) = huge;
+      (first == 1 ? S(2, 3) : S(2, 4)) = huge;
+      expect_all(S);
+      (first == 1 ? S(2, 3) : S(2, 4)) = 0;
+      (first == 1 ? S(1, 3) : S(2, 3)) = huge;
+      expect_all(S);
+    }
+  }
+}
+
 TYPED_TEST(SchurVectorsOf, TinyForms) {
   using T = TypeParam;
   using R = Real<T>;
