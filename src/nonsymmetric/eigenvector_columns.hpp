@@ -52,28 +52,65 @@ void sum_columns_above_diagonal(Int n, Matrix<const T> A, Real<T>* sums) {
   for (Int j = 1; j <= n; ++j) sums[j - 1] = blas::asum(j - 1, column(A, 1, j));
 }
 
-/// A vector, or one part of a complex pair's: its elements in rows first ... first + count - 1, and the one of its own
-/// diagonal element in row own; the others are zero.
+/// A vector as substitution leaves it, or both parts of a complex pair's: elements in rows first ... first + count - 1,
+/// and in part p one in row own + p; the others are zero.
 template <Scalar T>
 struct SubstitutedVector {
-  const T* x;
+  Int parts;
+  const T* x[2];
   Int own, first, count;
 };
 
-/// Column j := the vector; or, where V is a matrix to multiply by, V x, the columns that it takes being untouched yet.
+/// Puts the parts into columns of V from column j on.
 template <Scalar T>
-void store_vector(Int n, const SubstitutedVector<T>& vector, bool transformed, Matrix<T> V, Int j) {
-  const auto& [x, own, first, count] = vector;
-  const Vector<const T> others{x + (first - 1), 1};
-  if (!transformed) {
-    std::fill_n(V.at(1, j), n, T(0));
-    blas::copy(count, others, column(V, first, j));
-    V(own, j) = x[own - 1];
-  } else if (count > 0) {
-    blas::gemv('N', n, count, T(1), block(V, 1, first), others, x[own - 1], column(V, 1, j));
-  } else {
-    blas::scal(n, x[own - 1], column(V, 1, j));
+void copy_vector(Int n, const SubstitutedVector<T>& vector, Matrix<T> V, Int j) {
+  const auto& [parts, x, own, first, count] = vector;
+  for (Int p = 0; p < parts; ++p) {
+    std::fill_n(V.at(1, j + p), n, T(0));
+    blas::copy(count, {x[p] + (first - 1), 1}, column(V, first, j + p));
+    V(own + p, j + p) = x[p][own + p - 1];
   }
+}
+
+/// Elements of a matrix that stay in cache between two sweeps over them.
+inline constexpr Int elements_in_cache = 1 << 14;
+
+/// Puts V times the parts into the columns of V that they take, own and the one behind it. By strips of columns, so
+/// that those come from memory once for both.
+template <Scalar T>
+void transform_vector(Int n, const SubstitutedVector<T>& vector, Matrix<T> V) {
+  const auto& [parts, x, own, first, count] = vector;
+  for (Int p = 0; p < parts; ++p) blas::scal(n, x[p][own + p - 1], column(V, 1, own + p));
+  const Int strip = parts == 1 ? count : std::max(8, elements_in_cache / n);
+  for (Int done = 0; done < count; done += strip) {
+    const Int width = std::min(strip, count - done), at = first + done;
+    for (Int p = 0; p < parts; ++p) {
+      blas::gemv('N', n, width, T(1), block(V, 1, at), Vector<const T>{x[p] + (at - 1), 1}, T(1),
+                 column(V, 1, own + p));
+    }
+  }
+}
+
+/// Makes the largest element of a vector in columns of V one, by the sum of the magnitudes of its parts. A NaN counts
+/// as the largest.
+template <Scalar T>
+void normalise_vector(Int n, Int parts, Matrix<T> V, Int j) {
+  Real<T> largest = 0;
+  for (Int i = 1; i <= n; ++i) {
+    largest = larger_or_nan(largest, abs1(V(i, j)) + (parts == 2 ? abs1(V(i, j + 1)) : Real<T>(0)));
+  }
+  for (Int p = 0; p < parts; ++p) blas::scal(n, 1 / largest, column(V, 1, j + p));
+}
+
+/// Puts a vector, normalised, into columns of V from column j on, or V times the vector into those that it takes.
+template <Scalar T>
+void put_vector(Int n, const SubstitutedVector<T>& vector, bool transformed, Matrix<T> V, Int j) {
+  if (transformed) {
+    transform_vector(n, vector, V);
+  } else {
+    copy_vector(n, vector, V, j);
+  }
+  normalise_vector(n, vector.parts, V, transformed ? vector.own : j);
 }
 
 }  // namespace nuv

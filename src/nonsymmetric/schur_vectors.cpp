@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "environment/extremes.hpp"
 #include "frame/error_report.hpp"
 #include "nonsymmetric/eigenvector_columns.hpp"
 #include "nonsymmetric/small_shifted_system.hpp"
@@ -77,8 +78,8 @@ class QuasiTriangularSubstitution {
       const T start = element(p, own_.first + p);
       for (Int k = own_.last + 1; k <= n_; ++k) element(p, k) = negated(start) * S_(own_.first + p, k);
     }
-    T largest = 1,
-      limit_of_sum = range_.largest;  // an element of x, and a sum of a column that may be multiplied by it
+    T largest = 1;  // among the elements found
+    T limit_of_sum = range_.largest;
     for (Int j = own_.last + 1; j <= n_;) {
       const DiagonalBlock block = block_that_begins_in(n_, j, S_);
       if (largest_sum(block) > limit_of_sum) {
@@ -104,18 +105,9 @@ class QuasiTriangularSubstitution {
   }
 
   /// Puts what was found into as many columns of V from column j on as there are parts, and normalises it.
-  void store_right(bool transformed, Matrix<T> V, Int j) const {
-    for (Int p = 0; p < own_.order(); ++p) {
-      store_vector<T>(n_, {parts_[p], own_.first + p, 1, own_.first - 1}, transformed, V, j + p);
-    }
-    normalise(V, j);
-  }
-
+  void store_right(bool transformed, Matrix<T> V, Int j) const { store(1, own_.first - 1, transformed, V, j); }
   void store_left(bool transformed, Matrix<T> V, Int j) const {
-    for (Int p = 0; p < own_.order(); ++p) {
-      store_vector<T>(n_, {parts_[p], own_.first + p, own_.last + 1, n_ - own_.last}, transformed, V, j + p);
-    }
-    normalise(V, j);
+    store(own_.last + 1, n_ - own_.last, transformed, V, j);
   }
 
  private:
@@ -174,14 +166,9 @@ class QuasiTriangularSubstitution {
     for (Int p = 0; p < own_.order(); ++p) blas::scal(to - from + 1, scale, Vector{&element(p, from), 1});
   }
 
-  void normalise(Matrix<T> V, Int j) const {
-    T largest = 0;
-    if (own_.order() == 1) {
-      largest = std::abs(V(blas::iamax(n_, column(V, 1, j)), j));
-    } else {
-      for (Int i = 1; i <= n_; ++i) largest = larger_or_nan(largest, std::abs(V(i, j)) + std::abs(V(i, j + 1)));
-    }
-    for (Int p = 0; p < own_.order(); ++p) blas::scal(n_, 1 / largest, column(V, 1, j + p));
+  void store(Int first, Int count, bool transformed, Matrix<T> V, Int j) const {
+    const SubstitutedVector<T> vector{own_.order(), {parts_[0], parts_[1]}, own_.first, first, count};
+    put_vector(n_, vector, transformed, V, j);
   }
 
   Int n_;
@@ -204,13 +191,6 @@ void trevc(char side, char howmny, Logical* select, Int n, const T* t, Int ldt, 
            Int mm, Int& m, T* work, Int& info) {
   const WantedVectors wanted(side, howmny);
   const Matrix S{t, ldt};
-  const auto for_each_block_upwards = [&](auto visit) {
-    for (Int j = n; j >= 1;) {
-      const DiagonalBlock block = block_that_ends_in(j, S);
-      visit(block);
-      j = block.first - 1;
-    }
-  };
   const auto for_each_block = [&](auto visit) {
     for (Int j = 1; j <= n;) {
       const DiagonalBlock block = block_that_begins_in(n, j, S);
@@ -239,26 +219,35 @@ void trevc(char side, char howmny, Logical* select, Int n, const T* t, Int ldt, 
 
   sum_columns_above_diagonal<T>(n, S, work);
   const SubstitutionRange<T> range(n);
-  if (wanted.right) {
-    Int free = m;
-    for_each_block_upwards([&](DiagonalBlock block) {
-      if (wanted.selected && !is_selected(select, block)) return;
-      free -= block.order();
-      const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
-      substitution.find_right();
-      substitution.store_right(wanted.transformed, {vr, ldvr}, free + 1);
-    });
-  }
-  if (wanted.left) {
-    Int taken = 0;
+  const auto find_right = [&](DiagonalBlock block, Int j) {
+    const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
+    substitution.find_right();
+    substitution.store_right(wanted.transformed, {vr, ldvr}, j);
+  };
+  const auto find_left = [&](DiagonalBlock block, Int j) {
+    const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
+    substitution.find_left();
+    substitution.store_left(wanted.transformed, {vl, ldvl}, j);
+  };
+  const auto find_wanted = [&](auto find) {
+    Int j = 1;
     for_each_block([&](DiagonalBlock block) {
       if (wanted.selected && !is_selected(select, block)) return;
-      const QuasiTriangularSubstitution<T> substitution(n, S, range, work, block);
-      substitution.find_left();
-      substitution.store_left(wanted.transformed, {vl, ldvl}, taken + 1);
-      taken += block.order();
+      find(block, j);
+      j += block.order();
     });
+  };
+  if (wanted.right && wanted.transformed) {
+    // The last first: of the matrix, a vector takes its own column and those before.
+    for (Int j = n; j >= 1;) {
+      const DiagonalBlock block = block_that_ends_in(j, S);
+      find_right(block, block.first);
+      j = block.first - 1;
+    }
+  } else if (wanted.right) {
+    find_wanted(find_right);
   }
+  if (wanted.left) find_wanted(find_left);
 }
 
 }  // namespace nuv

@@ -1,6 +1,8 @@
 // Eigenvectors of upper triangular complex matrices.
 
-#include "environment/hermitian.hpp"
+#include <algorithm>
+
+#include "environment/abs1.hpp"
 #include "frame/error_report.hpp"
 #include "nonsymmetric/eigenvector_columns.hpp"
 #include "nonsymmetric/schur_vectors.hpp"
@@ -48,22 +50,21 @@ class TriangularSubstitution {
 
   /// Finds the vector of the j-th value and puts it into a column of V, normalised.
   void find_right(Int j, bool transformed, Matrix<T> V, Int to) const {
-    const Int others = j - 1;
-    for (Int k = 1; k <= others; ++k) x_[k - 1] = negated(S_(k, j));
-    solve('N', j, 1, others);
-    store_vector<T>(n_, {x_, j, 1, others}, transformed, V, to);
-    normalise(column(V, 1, to));
+    for (Int k = 1; k < j; ++k) x_[k - 1] = negated(S_(k, j));
+    finish('N', {1, {x_, nullptr}, j, 1, j - 1}, transformed, V, to);
   }
 
   void find_left(Int j, bool transformed, Matrix<T> V, Int to) const {
-    const Int others = n_ - j;
     for (Int k = j + 1; k <= n_; ++k) x_[k - 1] = negated(conjugate(S_(j, k)));
-    solve('C', j, j + 1, others);
-    store_vector<T>(n_, {x_, j, j + 1, others}, transformed, V, to);
-    normalise(column(V, 1, to));
+    finish('C', {1, {x_, nullptr}, j, j + 1, n_ - j}, transformed, V, to);
   }
 
  private:
+  void finish(char trans, const SubstitutedVector<T>& vector, bool transformed, Matrix<T> V, Int to) const {
+    solve(trans, vector.own, vector.first, vector.count);
+    put_vector(n_, vector, transformed, V, to);
+  }
+
   /// Solves with the shifted triangle in rows first ... first + count - 1; element j of the vector becomes the factor
   /// of the right-hand side.
   void solve(char trans, Int j, Int first, Int count) const {
@@ -78,8 +79,6 @@ class TriangularSubstitution {
     }
     x_[j - 1] = T(scale);
   }
-
-  void normalise(Vector<T> v) const { blas::scal(n_, 1 / abs1(v.data[blas::iamax(n_, v) - 1]), v); }
 
   Int n_;
   Matrix<T> S_;

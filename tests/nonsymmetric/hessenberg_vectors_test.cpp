@@ -293,6 +293,9 @@ TYPED_TEST(HessenbergVectors, OfClusters) {
   using R = Real<T>;
   for (const char eigsrc : {'N', 'Q'}) {
     KnownMatrix<T> known = with_unreduced_blocks<T>(this->random, {7, 6});
+    for (Int j = 8; j <= 13; ++j) {
+      for (Int i = 8; i <= 13; ++i) known.H(i, j) *= R(64);
+    }
     // In both blocks; a value that is not selected moves nothing.
     std::vector<Int> single;
     for (Int k = 1; k <= 13; k += known.columns(k)) {
@@ -403,11 +406,21 @@ TYPED_TEST(HessenbergVectors, OfMatricesWithHugeGrowth) {
         ++j;
       }
     }
-    const KnownMatrix<T> known = quasi_triangular(S);
-    for (const char eigsrc : {'Q', 'N'}) {
-      InverseIteration<T> found(known);
-      found.eigsrc = eigsrc;
-      expect_vectors(known, found.run());
+    // Pivots may be small beside the unknowns, or sums of rows large.
+    const bool is_single = std::same_as<R, float>;
+    for (const R size : {R(1), is_single ? R(1e-15) : R(1e-150), is_single ? R(1e15) : R(1e150)}) {
+      SCOPED_TRACE(testing::Message() << "size " << size);
+      GuardedMatrix<T> scaled = S;
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = 1; i <= n; ++i) scaled(i, j) *= size;
+      }
+      scaled.seal();
+      const KnownMatrix<T> known = quasi_triangular(scaled);
+      for (const char eigsrc : {'Q', 'N'}) {
+        InverseIteration<T> found(known);
+        found.eigsrc = eigsrc;
+        expect_vectors(known, found.run());
+      }
     }
   }
 }
@@ -444,36 +457,39 @@ TYPED_TEST(HessenbergVectors, OfNothing) {
 TYPED_TEST(HessenbergVectors, ThatAreNone) {
   using T = TypeParam;
   using R = Real<T>;
-  const KnownMatrix<T> known = with_unreduced_blocks<T>(this->random, {8});
+  constexpr Int n = 7;
+  const auto blocks = RealScalar<T> ? std::vector<Int>{1, 1, 2, 1, 2} : std::vector<Int>(n, 1);
+  const KnownMatrix<T> known = quasi_triangular(random_schur_form<T>(this->random, blocks, n));
   for (const char side : {'R', 'L', 'B'}) {
     InverseIteration<T> found(known);
     found.side = side;
-    const Int wrong[] = {1, known.columns(1) + 1};
-    Int failed = 0;
-    std::vector<Int> expected(8, 0);
-    for (const Int k : wrong) {
+    found.select(1) = 0;
+    std::vector<Int> expected;  // of each column
+    for (Int k = 2; k <= n; k += known.columns(k)) {
+      const bool is_wrong = k == 3 || k == 5;
       for (Int i = k; i < k + known.columns(k); ++i) {
+        expected.push_back(is_wrong ? k : 0);
+        if (!is_wrong) continue;
         if constexpr (RealScalar<T>) {
           found.wr(i) += R(0.11);
         } else {
           found.w(i) += R(0.11);
         }
-        expected[std::size_t(i - 1)] = k;
-        ++failed;
       }
     }
     found.run();
+    const Int failed = n - 1 - Int(std::ranges::count(expected, 0));
     EXPECT_EQ(found.info, side == 'B' ? 2 * failed : failed);
-    for (Int j = 1; j <= 8; ++j) {
+    for (Int j = 1; j < n; ++j) {
       if (side != 'R') {
         EXPECT_EQ(found.ifaill(j), expected[std::size_t(j - 1)]) << j;
       }
       if (side != 'L') {
         EXPECT_EQ(found.ifailr(j), expected[std::size_t(j - 1)]) << j;
       }
-      if (expected[std::size_t(j - 1)] == 0 && known.columns(j) == 1 && side == 'B') {
-        expect_vector(true, known, found.value(j), found.VR, j, 1);
-      }
+    }
+    if (side == 'B') {
+      expect_vector(true, known, found.value(6), found.VR, 5, known.columns(6));
     }
   }
 }
@@ -580,6 +596,21 @@ TYPED_TEST(HessenbergVectors, StartAsTheyAreTold) {
   }
 }
 
+/// Neither the diagonal element nor the one below is as large as a pivot has to be.
+TYPED_TEST(HessenbergVectors, HaveNoPivotBelowTheLeast) {
+  using T = TypeParam;
+  using R = Real<T>;
+  GuardedMatrix<T> H = identity_matrix<T>(2, 2);
+  H(1, 2) = T(R(1));
+  H(2, 1) = T(epsilon<T> / 4);
+  for (const Logical rightv : {0, 1}) {
+    SingleVector<T> single({H, {R(1), R(1)}}, 1);
+    single.rightv = rightv;
+    EXPECT_EQ(single.run().info, 0);
+    EXPECT_EQ(rightv == 1 ? single.B(1, 1) : single.B(2, 2), T(single.eps3));
+  }
+}
+
 /// A start with nothing in the direction of the vector fails, and the next one has it.
 TYPED_TEST(HessenbergVectors, StartAgain) {
   using T = TypeParam;
@@ -596,6 +627,32 @@ TYPED_TEST(HessenbergVectors, StartAgain) {
       single.run();
       EXPECT_EQ(single.info, 0);
       for (Int i = 1; i <= 5; ++i) EXPECT_NEAR(std::abs(single.v(i)), i == k ? 1 : 0, 50 * epsilon<T>) << i << k;
+    }
+  }
+}
+
+/// From a start of elements eps3 a solution with a multiple of the identity is accepted where the sum of its elements
+/// is 0.1 over the root of their number. The last start is what is left of a failure.
+TYPED_TEST(HessenbergVectors, GrowEnoughOrFail) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const KnownMatrix<T> known = quasi_triangular(identity_matrix<T>(4, 4));
+  for (const bool is_pair : {false, true}) {
+    if (is_pair && !RealScalar<T>) continue;
+    for (const R distance : {R(64), R(128)}) {
+      SingleVector<T> single(known, 1);
+      single.eps3 = R(0x1p-15);
+      (is_pair ? single.value.imag(distance * single.eps3) : single.value.real(1 + distance * single.eps3));
+      single.run();
+      EXPECT_EQ(single.info, distance == 64 ? 0 : 1);
+      if (distance == 128) {
+        EXPECT_LT(std::real(single.v(1)), 0);
+        EXPECT_GT(std::real(single.v(4)), 0);
+      }
+      for (Int i = 1; i <= 4; ++i) {
+        const auto size = std::abs(single.v(i)) + (is_pair ? std::abs(single.vi(i)) : R(0));
+        EXPECT_NEAR(size, distance == 64 || i == 1 ? 1 : R(1) / 3, 8 * epsilon<T>) << i;
+      }
     }
   }
 }

@@ -225,6 +225,28 @@ TYPED_TEST(SchurVectorsOf, CloseAndEqualValues) {
   }
 }
 
+/// Values that are the same count as apart by their last bit.
+TYPED_TEST(SchurVectorsOf, OneValueTwice) {
+  using T = TypeParam;
+  GuardedMatrix<T> S = random_schur_form<T>(this->random, {1, 1}, 2);
+  S(1, 1) = S(2, 2) = T(-2);
+  S(1, 2) = T(1);
+  SchurVectors<T> both(S);
+  both.run();
+  const Real<T> apart = 2 * epsilon<T>;
+  EXPECT_NEAR(std::abs(both.VR(1, 2)), 1, 2 * epsilon<T>);
+  EXPECT_NEAR(std::abs(both.VR(2, 2)), apart, apart * 4 * epsilon<T>);
+  EXPECT_NEAR(std::abs(both.VL(2, 1)), 1, 2 * epsilon<T>);
+  EXPECT_NEAR(std::abs(both.VL(1, 1)), apart, apart * 4 * epsilon<T>);
+}
+
+template <Scalar T>
+void scale_above_block(GuardedMatrix<T>& S, Int j, Real<T> factor) {
+  for (Int i = 1; i < j; ++i) {
+    if (S(j, i) == T(0)) S(i, j) = S(i, j) * factor;
+  }
+}
+
 /// Elements of a solution grow by a large factor in each row.
 TYPED_TEST(SchurVectorsOf, FormsWithHugeGrowth) {
   using T = TypeParam;
@@ -240,30 +262,47 @@ TYPED_TEST(SchurVectorsOf, FormsWithHugeGrowth) {
           if (block.order() == 2) S(block.last, block.first) = -step * step / S(block.first, block.last);
         }
       }
-      for (Int j = 1; j <= 40; ++j) {
-        for (Int i = 1; i < j; ++i) {
-          if (S(j, i) == T(0)) S(i, j) = S(i, j) * size;
-        }
+      for (Int j = 1; j <= 40; ++j) scale_above_block(S, j, size);
+      expect_all(S);
+    }
+  }
+}
+
+/// Elements so large, in any columns, that a product of one with an unknown would overflow.
+TYPED_TEST(SchurVectorsOf, FormsWithHugeElements) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R huge = std::same_as<R, float> ? R(1e20) : R(1e157);
+  for (const Int n : {3, 4, 7}) {
+    for (int turn = 0; turn < 8; ++turn) {
+      GuardedMatrix<T> S =
+          with_diagonal(random_schur_form<T>(this->random, n, n), [](Int number) { return R(1 + number); });
+      for (Int j = 1; j <= n; ++j) {
+        if (this->random.integer(0, 2) == 0) continue;
+        scale_above_block(S, j, huge);
       }
       expect_all(S);
     }
   }
 }
 
-/// Single elements so large that a product of one with an unknown would overflow.
-TYPED_TEST(SchurVectorsOf, FormsWithHugeElements) {
+/// What is large is one part of a pair's vector alone.
+TYPED_TEST(SchurVectorsOf, PairsWithOneLargePart) {
   using T = TypeParam;
-  using R = Real<T>;
-  const R huge = std::same_as<R, float> ? R(1e17) : R(1e150);
-  for (const Int n : {3, 4, 7}) {
-    for (int turn = 0; turn < 8; ++turn) {
-      GuardedMatrix<T> S =
-          with_diagonal(random_schur_form<T>(this->random, n, n), [](Int number) { return R(1 + number); });
-      for (Int j = 1; j <= n; ++j) {
-        for (Int i = 1; i < j; ++i) {
-          if (S(j, i) == T(0)) S(i, j) = S(i, j) * huge;
-        }
-      }
+  if constexpr (RealScalar<T>) {
+    const T huge = std::same_as<T, float> ? T(1e20) : T(1e157);
+    for (const Int first : {1, 3}) {
+      GuardedMatrix<T> S = identity_matrix<T>(4, 4);
+      S(first, first + 1) = 1;
+      S(first + 1, first) = -4 * Machine<T>::safe_min;
+      const Int other = 4 - first;  // the first of the other rows
+      S(other, other) = 2;
+      S(other + 1, other + 1) = 3;
+      S(other, other + 1) = huge;
+      (first == 1 ? S(2, 3) : S(2, 4)) = huge;
+      expect_all(S);
+      (first == 1 ? S(2, 3) : S(2, 4)) = 0;
+      (first == 1 ? S(1, 3) : S(2, 3)) = huge;
       expect_all(S);
     }
   }
@@ -306,7 +345,8 @@ void expect_transformed(const GuardedMatrix<T>& V, const WideColumn<T>& x, const
 
 TYPED_TEST(SchurVectorsOf, AMatrixWhoseFormItIs) {
   using T = TypeParam;
-  for (const Int n : {1, 2, 3, 7, 20}) {
+  // The largest takes the columns of a pair in strips.
+  for (const Int n : {1, 2, 3, 7, 20, RealScalar<T> ? 150 : 21}) {
     const GuardedMatrix<T> S = random_schur_form<T>(this->random, n, n + 1);
     SchurVectors<T> all(S), transformed(S, 'b');
     all.run();

@@ -272,6 +272,28 @@ TYPED_TEST(SmallShiftedSystem, IsScaledForEitherUnknown) {
   });
 }
 
+/// Both pivots are small, and one element of the right-hand side alone is large.
+TYPED_TEST(SmallShiftedSystem, IsScaledForOneLargeElement) {
+  using R = TypeParam;
+  const bool is_single = limit<R> < R(1e100);
+  this->for_each_kind([&](ShiftedSystem<R> system) {
+    if (system.na == 1) return;
+    const Int large = this->random.integer(1, 2);
+    system.wr = system.wi = 0;
+    system.ca = is_single ? R(1e-25) : R(1e-250);
+    system.A(1, 2) = system.A(2, 1) = 0;
+    for (Int j = 1; j <= system.nw; ++j) {
+      system.B(large, j) *= is_single ? R(1e25) : R(1e150);
+      system.B(3 - large, j) = 0;
+    }
+    system.solve();
+    EXPECT_EQ(system.info, 0);
+    EXPECT_LT(system.scale, 1);
+    EXPECT_LE(system.xnorm, limit<R>);
+    EXPECT_LT(system.error(), threshold);
+  });
+}
+
 /// The solution itself would be in range, a product of the matrix with it would not.
 TYPED_TEST(SmallShiftedSystem, IsScaledForItsProductWithTheMatrix) {
   using R = TypeParam;

@@ -18,14 +18,14 @@ from entries import Catalogue, parse  # noqa: E402
 from signatures import *  # noqa: E402
 
 INTEGERS = {"n": 3, "m": 4, "k": 2, "nrhs": 2, "sqre": 0, "offset": 0, "icompq": 0, "iu": 2, "iw": 1, "smlsiz": 25,
-            "ncvt": 2, "nru": 2, "ncc": 2, "nlvl": 1, "n2": 2, "nzc": 3, "nb": 2, "base": 2, "beta": 2}
+            "ncvt": 2, "nru": 2, "ncc": 2, "nlvl": 1, "n2": 2, "nzc": 3, "nb": 2, "base": 2, "beta": 2, "mm": 3}
 LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L", "diag": "N", "norm": "I", "jobz": "V",
            "range": "A", "fact": "N", "equed": "N", "vect": "N", "direct": "F", "storev": "C", "dist": "U", "pivot": "V",
            "normin": "N", "order": "E", "sym": "S", "rsign": "F", "pack": "N", "jobu": "A", "jobvt": "A", "compz": "I",
            "compq": "I", "cmach": "E", "init": "N", "type": "G", "id": "I", "grade": "N", "pivtng": "N", "upper": "F",
            "sim": "F", "jobt": "T", "jobvl": "V", "jobvr": "V", "jobvs": "V", "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
-           ("orgbr", "vect"): "Q"}
+           ("orgbr", "vect"): "Q", ("trevc", "howmny"): "A"}
 REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
 # Steps of methods, whose arguments mean something only together: they are called for nothing to do.
 STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2", "laed3", "laed7", "laed8", "laed9", "laeda",
