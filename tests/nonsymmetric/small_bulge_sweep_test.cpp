@@ -293,27 +293,6 @@ TYPED_TEST(SmallBulgeSweep, GoesOnBehindAZero) {
   }
 }
 
-/// A bulge that has collapsed is not begun anew where that would fill in what is not negligible: here all but the first
-/// elements of a reflector vanish, while the next rows are so small that a bulge from them would fill column 1.
-TYPED_TEST(SmallBulgeSweep, LeavesACollapsedBulgeWhereAnotherWouldFillIn) {
-  using T = TypeParam;
-  const Int n = 9;
-  const auto tiny = std::numeric_limits<Real<T>>::min_exponent * 3 / 5;
-  for (const Int kacc22 : {0, 1, 2}) {
-    GuardedMatrix<T> A = random_hessenberg<T>(this->random, n, n + 1);
-    for (Int j = 1; j <= 3; ++j) {
-      for (Int i = 1; i <= j; ++i) A(i, j) = T(0);
-    }
-    A(1, 2) = T(1);
-    A(2, 1) = T(Real<T>(0.125));
-    A(2, 3) = A(3, 2) = A(4, 3) = T(std::ldexp(Real<T>(1), tiny));
-    const Swept<T> swept = Swept<T>(A, Shifts<T>(2), kacc22).run();
-    EXPECT_EQ(std::abs(swept.H(2, 1)), Real<T>(0.125));
-    EXPECT_LT(schur_residual<T>(wide(A), wide(swept.Z), wide(swept.H)), schur_threshold);
-    EXPECT_LT(orthonormality<T>(wide(swept.Z)), schur_threshold);
-  }
-}
-
 /// The zeros of a product of reflectors are left out where all of a chain of more than one bulge is in it.
 TYPED_TEST(SmallBulgeSweep, LeavesOutZerosOfWholeChains) {
   using T = TypeParam;
