@@ -158,6 +158,35 @@ void add_nonsymmetric(DriverList& drivers) {
                         second.data(), c.info());
     c.add_result(m);
   });
+  drivers.add("lahqr", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const Logical wantt = c.one_of({0, 1}), wantz = c.one_of({0, 1});
+    const Range range(c, n);
+    const Matrix<T> H = c.matrix("A", n, n), Z = c.matrix("Z", n, n);
+    if constexpr (ComplexScalar<T>) {
+      routine_call::lahqr(wantt, wantz, n, range.ilo, range.ihi, H, c.result("w", n, 1).data, 1, n, Z, c.info());
+    } else {
+      T *const wr = c.real_result("wr", n), *const wi = c.real_result("wi", n);
+      routine_call::lahqr(wantt, wantz, n, range.ilo, range.ihi, H, wr, wi, 1, n, Z, c.info());
+    }
+  });
+  drivers.add("laqr5", 30, []<Scalar T>(CallIn<T> c, Int n) {
+    const Int nshfts = 4, kdu = 3 * nshfts - 3, kacc22 = c.one_of({0, 1, 2});
+    const Logical wantt = c.one_of({0, 1});
+    const Range range(c, n);
+    const Matrix<T> H = c.matrix("A", n, n), Z = c.matrix("Z", n, n);
+    T* const work = c.scratch(3 * nshfts + 3 * kdu * kdu);
+    const auto at = [=](Int i) { return Matrix<T>{work + 3 * nshfts + i * kdu * kdu, kdu}; };
+    const auto sweep = [&](auto... shifts) {
+      routine_call::laqr5(wantt, 1, kacc22, n, range.ilo, range.ihi, nshfts, shifts..., H, 1, n, Z, Matrix<T>{work, 3},
+                          at(0), kdu, at(1), kdu, at(2));
+    };
+    T* const s = c.matrix("s", nshfts, 1).data;
+    if constexpr (ComplexScalar<T>) {
+      sweep(s);
+    } else {
+      sweep(s, c.matrix("si", nshfts, 1).data);
+    }
+  });
 }
 
 }  // namespace nuv::test
