@@ -5,6 +5,7 @@
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "nonsymmetric/block_swap.hpp"
+#include "nonsymmetric/diagonal_blocks.hpp"
 #include "nonsymmetric/eigenvalue_swap.hpp"
 
 namespace nuv {
@@ -34,7 +35,7 @@ struct TravellingBlock {
   Int order = 0;  ///< 1 or 2
   bool is_split = false;
 
-  bool is_pair(Int j) const { return j >= 1 && j < n && S(j + 1, j) != 0; }
+  bool is_pair(Int j) const { return nuv::is_pair<R>(S, n, j); }
 
   Int first_row(Int j) const { return is_pair(j - 1) ? j - 1 : j; }
   Int order_at(Int j) const { return is_pair(j) ? 2 : 1; }

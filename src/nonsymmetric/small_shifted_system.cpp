@@ -26,7 +26,6 @@ struct ShiftedSystem {
   R least_pivot;
   R scale = 1, norm = 0;
   Int perturbed = 0;
-  bool columns_exchanged = false;
 
   /// Makes B so much smaller that it can be divided by a number of this size, where its own measure is `bound`.
   void make_room(R bound, R divisor) {
@@ -45,8 +44,9 @@ struct ShiftedSystem {
   }
 
   void solve_pair() {
-    const R size = bring_largest_to_front();
+    const auto [row, column, size] = largest_element();
     if (size < least_pivot) return divide_by_least_pivot();
+    bring_to_front(row, column);
     const U reciprocal = quotient(U(1), c[0][0]), factor = reciprocal * c[1][0];
     U last = c[1][1] - c[0][1] * factor;
     replace_if_small(last);
@@ -54,7 +54,7 @@ struct ShiftedSystem {
     make_room(std::max(abs1(b[0]) * (abs1(last) * abs1(reciprocal)), abs1(b[1])), abs1(last));
     b[1] = quotient(b[1], last);
     b[0] = b[0] * reciprocal - b[1] * (reciprocal * c[0][1]);
-    if (columns_exchanged) std::swap(b[0], b[1]);
+    if (column == 1) std::swap(b[0], b[1]);
     norm = larger_or_nan(abs1(b[0]), abs1(b[1]));
     bring_product_into_range(size);
   }
@@ -66,28 +66,31 @@ struct ShiftedSystem {
     perturbed = 1;
   }
 
-  /// By exchanges of rows and columns; gives its size. A NaN counts as the largest.
-  R bring_largest_to_front() {
-    Int row = 0, column = 0;
-    R most = 0;
+  struct Place {
+    Int row, column;
+    R size;
+  };
+
+  /// A NaN counts as the largest.
+  Place largest_element() const {
+    Place place{0, 0, 0};
     for (Int j = 0; j < 2; ++j) {
       for (Int i = 0; i < 2; ++i) {
         const R size = abs1(c[i][j]);
-        if (!(size > most || size != size)) continue;
-        most = size;
-        row = i;
-        column = j;
+        if (size > place.size || size != size) place = {i, j, size};
       }
     }
+    return place;
+  }
+
+  void bring_to_front(Int row, Int column) {
     if (row == 1) {
       std::swap(c[0], c[1]);
       std::swap(b[0], b[1]);
     }
-    columns_exchanged = column == 1;
-    if (columns_exchanged) {
+    if (column == 1) {
       for (auto& elements : c) std::swap(elements[0], elements[1]);
     }
-    return most;
   }
 
   /// The solution where no element of C counts: it is taken for a multiple of the identity.

@@ -1,4 +1,8 @@
-// Balancing, reduction to Hessenberg form with its Q, and the QR iteration, in the list.
+// Balancing, reduction to Hessenberg form with its Q, the QR iteration, eigenvectors of both forms, and what is made of
+// Schur forms, in the list.
+
+#include <cmath>
+#include <vector>
 
 #include "drivers/drivers.hpp"
 #include "routines.hpp"
@@ -26,6 +30,25 @@ void with_eigenvalues(CallIn<T>& c, Int n, auto run) {
   } else {
     run(c.result("w", n, 1).data);
   }
+}
+
+std::vector<Logical> every_other(Int n) {
+  std::vector<Logical> select;
+  for (Int k = 1; k <= n; ++k) select.push_back(to_logical(k % 2 == 1));
+  return select;
+}
+
+/// Makes a Schur form of a matrix, real with a pair in front if its order allows.
+template <Scalar T>
+Matrix<T> schur_form(Matrix<T> S, Int n) {
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = j + 1; i <= n; ++i) S(i, j) = T(0);
+  }
+  if (RealScalar<T> && n > 1) {
+    S(2, 2) = S(1, 1);
+    S(2, 1) = -S(1, 2);
+  }
+  return S;
 }
 
 }  // namespace
@@ -75,6 +98,90 @@ void add_nonsymmetric(DriverList& drivers) {
         routine_call::hseqr(job, compz, n, 2, n - 1, h, w..., z, work, lwork, c.info());
       });
     });
+  });
+  drivers.add("trevc", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const char side = c.one_of({'R', 'L', 'B'}), howmny = c.one_of({'A', 'B', 'S'});
+    std::vector<Logical> select = every_other(n);
+    std::vector<Real<T>> rwork(std::size_t(n), 0);
+    Int m = 0;
+    const Matrix<T> S = c.matrix("T", n, n), VL = c.matrix("VL", n, n), VR = c.matrix("VR", n, n);
+    if constexpr (RealScalar<T>) {
+      routine_call::trevc(side, howmny, select.data(), n, S, VL, VR, n, m, c.scratch(3 * n), c.info());
+    } else {
+      routine_call::trevc(side, howmny, select.data(), n, S, VL, VR, n, m, c.scratch(2 * n), rwork.data(), c.info());
+    }
+    c.add_result(m);
+  });
+  drivers.add("hsein", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const char side = c.one_of({'R', 'L', 'B'}), eigsrc = c.one_of({'Q', 'N'});
+    std::vector<Logical> select = every_other(n);
+    std::vector<Int> ifaill(std::size_t(n), 0), ifailr(std::size_t(n), 0);
+    Int m = 0;
+    // Of a quasi-triangular matrix the values are known.
+    const Matrix<T> H = c.matrix("H", n, n), VL = c.result("VL", n, n), VR = c.result("VR", n, n);
+    for (Int j = 1; j < n; ++j) H(j + 1, j) = T(0);
+    std::vector<T> values;
+    for (Int j = 1; j <= n; ++j) values.push_back(H(j, j));
+    std::vector<Real<T>> imaginary(std::size_t(n), 0);
+    if constexpr (RealScalar<T>) {
+      H(2, 2) = values[1] = values[0];
+      H(2, 1) = -H(1, 2);
+      imaginary[0] = std::abs(H(1, 2));
+      imaginary[1] = -imaginary[0];
+      routine_call::hsein(side, eigsrc, 'N', select.data(), n, H, values.data(), imaginary.data(), VL, VR, n, m,
+                          c.scratch((n + 2) * n), ifaill.data(), ifailr.data(), c.info());
+    } else {
+      routine_call::hsein(side, eigsrc, 'N', select.data(), n, H, values.data(), VL, VR, n, m, c.scratch(n * n),
+                          imaginary.data(), ifaill.data(), ifailr.data(), c.info());
+    }
+    c.add_result(m);
+  });
+  drivers.add("trexc", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const char compq = c.one_of({'N', 'V'});
+    const bool forward = c.one_of({1, 0}) != 0;
+    Int ifst = forward ? 1 : n, ilst = forward ? n : 1;
+    const Matrix<T> S = schur_form(c.matrix("T", n, n), n), Q = c.matrix("Q", n, n);
+    if constexpr (RealScalar<T>) {
+      routine_call::trexc(compq, n, S, Q, ifst, ilst, c.scratch(n), c.info());
+    } else {
+      routine_call::trexc(compq, n, S, Q, ifst, ilst, c.info());
+    }
+  });
+  drivers.add("trsyl", unblocked_order, []<Scalar T>(CallIn<T> c, Int m) {
+    const char trana = c.one_of({'N', c.adjoint}), tranb = c.one_of({'N', c.adjoint});
+    const Int isgn = c.one_of({1, -1}), n = m - 1;
+    const Matrix<T> A = schur_form(c.matrix("A", m, m), m), B = schur_form(c.matrix("B", n, n), n);
+    routine_call::trsyl(trana, tranb, isgn, m, n, Matrix<const T>(A), Matrix<const T>(B), c.matrix("C", m, n),
+                        *c.real_result("scale", 1), c.info());
+  });
+  drivers.add("trsen", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const char job = c.one_of({'N', 'E', 'V', 'B'}), compq = c.one_of({'N', 'V'});
+    const std::vector<Logical> select = every_other(n);
+    Int m = 0;
+    const Matrix<T> S = schur_form(c.matrix("T", n, n), n), Q = c.matrix("Q", n, n);
+    T* const w = c.result("w", n, 1).data;
+    Real<T>&s = *c.real_result("s", 1), &sep = *c.real_result("sep", 1);
+    const Int lwork = n * n;
+    T* const work = c.scratch(lwork);
+    if constexpr (RealScalar<T>) {
+      std::vector<Int> iwork(std::size_t(lwork), 0);
+      routine_call::trsen(job, compq, select.data(), n, S, Q, w, c.real_result("wi", n), m, s, sep, work, lwork,
+                          iwork.data(), lwork, c.info());
+    } else {
+      routine_call::trsen(job, compq, select.data(), n, S, Q, w, m, s, sep, work, lwork, c.info());
+    }
+    c.add_result(m);
+  });
+  drivers.add("trsna", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
+    const char job = c.one_of({'E', 'V', 'B'}), howmny = c.one_of({'A', 'S'});
+    const std::vector<Logical> select = every_other(n);
+    std::vector<std::conditional_t<RealScalar<T>, Int, Real<T>>> second(std::size_t(2 * n));
+    Int m = 0;
+    const Matrix<T> S = schur_form(c.matrix("T", n, n), n), VL = c.matrix("VL", n, n), VR = c.matrix("VR", n, n);
+    routine_call::trsna(job, howmny, select.data(), n, Matrix<const T>(S), Matrix<const T>(VL), Matrix<const T>(VR),
+                        c.real_result("s", n), c.real_result("sep", n), n, m, Matrix<T>(c.scratch(n * (n + 6)), n),
+                        second.data(), c.info());
+    c.add_result(m);
   });
 }
 

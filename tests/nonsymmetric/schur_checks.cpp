@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace nuv::test {
 
@@ -17,8 +18,7 @@ std::vector<Int> random_blocks(Random& random, Int n) {
 
 template <Scalar T>
 GuardedMatrix<T> random_schur_form(Random& random, const std::vector<Int>& blocks, Int ld) {
-  Int n = 0;
-  for (const Int order : blocks) n += order;
+  const Int n = std::accumulate(blocks.begin(), blocks.end(), 0);
   GuardedMatrix<T> S = random_matrix<T>(random, n, n, ld);
   for (Int j = 1; j <= n; ++j) {
     for (Int i = j + 1; i <= n; ++i) S(i, j) = T(0);
@@ -41,6 +41,31 @@ GuardedMatrix<T> random_schur_form(Random& random, const std::vector<Int>& block
 template <Scalar T>
 GuardedMatrix<T> random_schur_form(Random& random, Int n, Int ld) {
   return random_schur_form<T>(random, random_blocks<T>(random, n), ld);
+}
+
+template <Scalar T>
+GuardedMatrix<T> distinct_schur_form(Random& random, const std::vector<Int>& blocks) {
+  GuardedMatrix<T> S = random_schur_form<T>(random, blocks, std::accumulate(blocks.begin(), blocks.end(), 1));
+  Int at = 1;
+  for (std::size_t k = 0; k < blocks.size(); at += blocks[k], ++k) {
+    for (Int j = at; j < at + blocks[k]; ++j) S(j, j) = T(Real<T>(k + 1) / 2);
+  }
+  S.seal();
+  return S;
+}
+
+template <RealScalar R>
+GuardedMatrix<R> close_pairs(Random& random) {
+  GuardedMatrix<R> S = random_schur_form<R>(random, {2, 2}, 5);
+  const int power = std::numeric_limits<R>::digits / 2, distance = -random.integer(1, power);
+  const auto like = [&](R x) { return x * (1 + std::ldexp(R(random.real()), distance)); };
+  S(1, 2) = std::ldexp(S(1, 2), power);
+  S(2, 1) = std::ldexp(S(2, 1), -power);
+  S(3, 3) = S(4, 4) = like(S(1, 1));
+  S(3, 4) = like(S(1, 2));
+  S(4, 3) = like(S(2, 1));
+  S.seal();
+  return S;
 }
 
 template <Scalar T>
@@ -86,6 +111,27 @@ GuardedMatrix<T> random_unitary(Random& random, Int n, Int ld) {
 }
 
 template <Scalar T>
+WideMatrix<T> sylvester_operator(const WideMatrix<T>& A, const WideMatrix<T>& B, Int isgn) {
+  const Eigen::Index m = A.cols(), n = B.cols();
+  WideMatrix<T> K = WideMatrix<T>::Zero(m * n, m * n);
+  for (Eigen::Index j = 0; j < n; ++j) {
+    K.block(m * j, m * j, m, m) += A;
+    for (Eigen::Index l = 0; l < n; ++l) K.block(m * j, m * l, m, m).diagonal().array() += Wide<T>(isgn) * B(l, j);
+  }
+  return K;
+}
+
+template <Scalar T>
+bool is_finite(const GuardedMatrix<T>& A) {
+  for (Int j = 1; j <= A.columns(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) {
+      if (!std::isfinite(std::real(A(i, j))) || !std::isfinite(std::imag(A(i, j)))) return false;
+    }
+  }
+  return true;
+}
+
+template <Scalar T>
 double schur_residual(const WideMatrix<T>& A, const WideMatrix<T>& Z, const WideMatrix<T>& S) {
   return product_residual<T>(product<T>(A, Z), Z, S);
 }
@@ -128,6 +174,12 @@ std::vector<std::complex<double>> eigenvalues_of(const GuardedMatrix<T>& S) {
   return values;
 }
 
+void expect_close(const std::vector<std::complex<double>>& values, const std::vector<std::complex<double>>& expected,
+                  double tolerance) {
+  ASSERT_EQ(values.size(), expected.size());
+  for (std::size_t k = 0; k < values.size(); ++k) EXPECT_NEAR(std::abs(values[k] - expected[k]), 0, tolerance) << k;
+}
+
 double spectrum_distance(const std::vector<std::complex<double>>& found, std::vector<std::complex<double>> expected) {
   if (found.size() != expected.size()) return std::numeric_limits<double>::infinity();
   double largest = 0;
@@ -144,13 +196,18 @@ double spectrum_distance(const std::vector<std::complex<double>>& found, std::ve
   template std::vector<Int> random_blocks<T>(Random&, Int);                                            \
   template GuardedMatrix<T> random_schur_form<T>(Random&, const std::vector<Int>&, Int);               \
   template GuardedMatrix<T> random_schur_form<T>(Random&, Int, Int);                                   \
+  template GuardedMatrix<T> distinct_schur_form<T>(Random&, const std::vector<Int>&);                  \
   template GuardedMatrix<T> random_hessenberg<T>(Random&, Int, Int);                                   \
   template GuardedMatrix<T> identity_matrix<T>(Int, Int);                                              \
   template GuardedMatrix<T> random_unitary<T>(Random&, Int, Int);                                      \
+  template WideMatrix<T> sylvester_operator<T>(const WideMatrix<T>&, const WideMatrix<T>&, Int);       \
+  template bool is_finite<T>(const GuardedMatrix<T>&);                                                 \
   template double schur_residual<T>(const WideMatrix<T>&, const WideMatrix<T>&, const WideMatrix<T>&); \
   template testing::AssertionResult is_schur_form<T>(const GuardedMatrix<T>&);                         \
   template std::vector<std::complex<double>> eigenvalues_of<T>(const GuardedMatrix<T>&);
 
+template GuardedMatrix<float> close_pairs<float>(Random&);
+template GuardedMatrix<double> close_pairs<double>(Random&);
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)
 NUV_INSTANTIATE(std::complex<float>)
