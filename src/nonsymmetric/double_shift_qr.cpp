@@ -1,11 +1,12 @@
 #include "nonsymmetric/double_shift_qr.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "blas.hpp"
 #include "environment/two_by_two.hpp"
+#include "nonsymmetric/bulge_reflector.hpp"
 #include "nonsymmetric/deflating_iteration.hpp"
-#include "orthogonal/householder.hpp"
 
 namespace nuv {
 namespace {
@@ -106,11 +107,22 @@ struct DoubleShiftIteration : SchurIteration<R> {
     }
   }
 
-  /// Applies a reflector of rows and columns k, k + 1 ... from both sides, to rows down to `last`.
+  /// Moves the bulge out of column k - 1, where it is not the first column v of the sweep that begins in row k, and
+  /// transforms rows and columns k, k + 1 ... of the active block l ... i.
   template <int order>
-  void transform(const ShortReflector<order, R>& reflector, Int k, Int last) const {
+  void step(Int l, Int k, Int i, bool is_first, R* v) const {
+    if (!is_first) std::copy_n(H.at(k, k - 1), order, v);
+    R t1;
+    make_reflector<order>(v[0], v + 1, t1);
+    if (!is_first) {
+      H(k, k - 1) = v[0];
+      for (int row = 1; row < order; ++row) H(k + row, k - 1) = 0;
+    } else if (k > l) {
+      H(k, k - 1) = -H(k, k - 1);
+    }
+    const ShortReflector<order, R> reflector(t1, v);
     reflector.reflect_rows(i2 - k + 1, block(H, k, k));
-    reflector.reflect_columns(last - i1 + 1, block(H, i1, k));
+    reflector.reflect_columns(std::min(k + 3, i) - i1 + 1, block(H, i1, k));
     if (wantz) reflector.reflect_columns(rows_of_z(), block(Z, iloz, k));
   }
 
@@ -118,24 +130,8 @@ struct DoubleShiftIteration : SchurIteration<R> {
   void sweep(int its, Int l, Int i) {
     R v[3];
     const Int m = start(l, i, shifts(its, i), v);
-    for (Int k = m; k < i; ++k) {
-      const Int nr = std::min(3, i - k + 1);
-      R t1;
-      if (k > m) blas::copy(nr, column(H, k, k - 1), {v, 1});
-      larfg(nr, v[0], v + 1, 1, t1);
-      if (k > m) {
-        H(k, k - 1) = v[0];
-        H(k + 1, k - 1) = 0;
-        if (k < i - 1) H(k + 2, k - 1) = 0;
-      } else if (m > l) {
-        H(k, k - 1) = -H(k, k - 1);
-      }
-      if (nr == 3) {
-        transform(ShortReflector<3, R>(t1, v), k, std::min(k + 3, i));
-      } else {
-        transform(ShortReflector<2, R>(t1, v), k, i);
-      }
-    }
+    for (Int k = m; k < i - 1; ++k) step<3>(l, k, i, k == m, v);
+    step<2>(l, i - 1, i, false, v);
   }
 
   /// Stores one eigenvalue, or brings the block of two to its standard form.

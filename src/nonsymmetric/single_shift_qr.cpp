@@ -1,10 +1,12 @@
+#include <algorithm>
+
 #include "blas.hpp"
 #include "environment/division.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/service_math.hpp"
+#include "nonsymmetric/bulge_reflector.hpp"
 #include "nonsymmetric/deflating_iteration.hpp"
 #include "nonsymmetric/double_shift_qr.hpp"
-#include "orthogonal/householder.hpp"
 
 namespace nuv {
 namespace {
@@ -136,8 +138,8 @@ struct SingleShiftIteration : SchurIteration<T> {
     const Int m = start(l, i, shift(its, i), v);
     for (Int k = m; k < i; ++k) {
       T t1;
-      if (k > m) blas::copy(2, column(H, k, k - 1), {v, 1});
-      larfg(2, v[0], v + 1, 1, t1);
+      if (k > m) std::copy_n(H.at(k, k - 1), 2, v);
+      make_reflector<2>(v[0], v + 1, t1);
       if (k > m) {
         H(k, k - 1) = v[0];
         H(k + 1, k - 1) = T(0);

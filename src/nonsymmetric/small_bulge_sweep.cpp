@@ -5,8 +5,8 @@
 
 #include "blas.hpp"
 #include "nonsymmetric/accumulated_sweep.hpp"
+#include "nonsymmetric/bulge_reflector.hpp"
 #include "nonsymmetric/deflating_iteration.hpp"
-#include "orthogonal/householder.hpp"
 
 namespace nuv {
 
@@ -135,7 +135,7 @@ struct BulgeChain {
       for (T& x : vt) x /= sum;
     }
     T alpha = vt[0];
-    larfg(3, alpha, vt + 1, 1, vt[0]);
+    make_reflector<3>(alpha, vt + 1, vt[0]);
     const T refsum = conjugate(vt[0]) * (H(k + 1, k) + conjugate(vt[1]) * H(k + 2, k) + conjugate(vt[2]) * H(k + 3, k));
     const R fill = abs1(H(k + 2, k) - refsum * vt[1]) + abs1(refsum * vt[2]);
     if (fill > Machine<R>::precision * (abs1(H(k, k)) + abs1(H(k + 1, k + 1)) + abs1(H(k + 2, k + 2)))) return false;
@@ -144,48 +144,59 @@ struct BulgeChain {
     return true;
   }
 
-  /// Makes the reflector that starts or moves bulge m, of as many rows as there is room for.
-  void make_reflector(Int m, Int k, Int order) const {
+  /// Starts or moves bulge m, by a reflector of as many rows as there is room for.
+  template <int order>
+  void move(Int m, Int k) const {
     T* const v = V.at(1, m);
     if (k == ktop - 1) {
       shifts.start_bulge(m, order, block(H, ktop, ktop), v);
       T alpha = v[0];
-      larfg(order, alpha, v + 1, 1, v[0]);
+      make_reflector<order>(alpha, v + 1, v[0]);
       return;
     }
     T beta = H(k + 1, k);
-    for (Int i = 1; i < order; ++i) v[i] = H(k + 1 + i, k);
-    larfg(order, beta, v + 1, 1, v[0]);
+    std::copy_n(H.at(k + 2, k), order - 1, v + 1);
+    make_reflector<order>(beta, v + 1, v[0]);
     if (order == 2 || !has_collapsed(k) || !restart(m, k)) H(k + 1, k) = beta;
-    for (Int i = 1; i < order; ++i) H(k + 1 + i, k) = T(0);
+    std::fill_n(H.at(k + 2, k), order - 1, T(0));
   }
 
-  void make_reflectors(const Place& place) const {
-    for (Int m = place.mtop; m <= place.mbot; ++m) make_reflector(m, place.column(m), 3);
-    if (place.bmp22) make_reflector(place.m22(), place.column(place.m22()), 2);
+  void move_all(const Place& place) const {
+    for (Int m = place.mtop; m <= place.mbot; ++m) move<3>(m, place.column(m));
+    if (place.bmp22) move<2>(place.m22(), place.column(place.m22()));
   }
 
-  /// Applies the reflectors from the left, to columns up to jbot.
-  void reflect_rows(const Place& place, Int jbot) const {
-    for (Int j = std::max(ktop, place.krcol); j <= jbot; ++j) {
-      const Int mend = std::min(place.mbot, (j - place.krcol + 2) / 3);
-      for (Int m = place.mtop; m <= mend; ++m) {
-        const T* const v = V.at(1, m);
-        T* const h = H.at(place.column(m) + 1, j);
-        const T refsum = conjugate(v[0]) * (h[0] + conjugate(v[1]) * h[1] + conjugate(v[2]) * h[2]);
-        h[0] -= refsum;
-        h[1] -= refsum * v[1];
-        h[2] -= refsum * v[2];
-      }
-    }
-    if (!place.bmp22) return;
-    const T* const v = V.at(1, place.m22());
-    const Int k = place.column(place.m22());
-    for (Int j = std::max(ktop, k + 1); j <= jbot; ++j) {
-      T* const h = H.at(k + 1, j);
-      const T refsum = conjugate(v[0]) * (h[0] + conjugate(v[1]) * h[1]);
+  /// Applies reflector m from the left, to columns first ... last.
+  template <int order>
+  void reflect_rows(Int m, Int k, Int first, Int last) const {
+    const T* const v = V.at(1, m);
+    const T tau = conjugate(v[0]), v2 = v[1], v3 = order == 3 ? v[2] : T(0);
+    const T w2 = conjugate(v2), w3 = conjugate(v3);
+    T* h = H.at(k + 1, first);
+    for (Int j = first; j <= last; ++j, h += H.ld) {
+      T sum = h[0] + w2 * h[1];
+      if constexpr (order == 3) sum += w3 * h[2];
+      const T refsum = tau * sum;
       h[0] -= refsum;
-      h[1] -= refsum * v[1];
+      h[1] -= refsum * v2;
+      if constexpr (order == 3) h[2] -= refsum * v3;
+    }
+  }
+
+  /// Applies the reflectors from the left, to columns up to jbot: to a few columns at a time, which stay in the cache
+  /// while all bulges go over them.
+  void reflect_rows(const Place& place, Int jbot) const {
+    constexpr Int width = 8;
+    for (Int j = std::max(ktop, place.krcol); j <= jbot; j += width) {
+      const Int last = std::min(j + width - 1, jbot);
+      for (Int m = place.mtop; m <= place.mbot; ++m) {
+        const Int k = place.column(m);
+        reflect_rows<3>(m, k, std::max(j, k + 1), last);
+      }
+      if (place.bmp22) {
+        const Int k = place.column(place.m22());
+        reflect_rows<2>(place.m22(), k, std::max(j, k + 1), last);
+      }
     }
   }
 
@@ -270,7 +281,7 @@ struct SmallBulgeSweep {
 
   void move_chain(Int incol, Int krcol) const {
     const auto place = chain.at(krcol);
-    chain.make_reflectors(place);
+    chain.move_all(place);
     chain.reflect_rows(place, accum ? std::min(end_of_window(incol), kbot) : last_column());
     reflect_columns(place, incol);
     chain.deflate(place);

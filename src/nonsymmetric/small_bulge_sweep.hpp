@@ -12,7 +12,7 @@ namespace nuv {
 /// without need; zero where that is zero.
 ///
 /// n       2 or 3; another one does nothing
-/// h       n by n, upper Hessenberg, ldh >= n
+/// h       n by n, ldh >= n; it need not be of Hessenberg form
 /// sr1, si1, sr2, si2   shifts, both real or conjugate to each other
 /// v       n elements
 template <RealScalar T>
