@@ -1,5 +1,5 @@
-// Balancing, reduction to Hessenberg form with its Q, eigenvectors of both forms, and what is made of Schur forms, in
-// the list.
+// Balancing, reduction to Hessenberg form with its Q, the QR iteration, eigenvectors of both forms, and what is made of
+// Schur forms, in the list.
 
 #include <cmath>
 #include <vector>
@@ -16,6 +16,21 @@ struct Range {
 
   Range(auto& c, Int n) : ilo(c.one_of({1, 2})), ihi(n - ilo + 1) {}
 };
+
+/// Options of the QR iteration.
+struct Wanted {
+  char job, compz;
+};
+
+/// Calls run(w...) with the arrays that a member takes for n eigenvalues.
+template <Scalar T>
+void with_eigenvalues(CallIn<T>& c, Int n, auto run) {
+  if constexpr (RealScalar<T>) {
+    run(c.real_result("wr", n), c.real_result("wi", n));
+  } else {
+    run(c.result("w", n, 1).data);
+  }
+}
 
 std::vector<Logical> every_other(Int n) {
   std::vector<Logical> select;
@@ -72,6 +87,16 @@ void add_nonsymmetric(DriverList& drivers) {
     c.with_workspace(n, [&](auto* work, Int lwork) {
       routine_call::orghr(n, range.ilo, range.ihi, c.matrix("A", n, n), c.reflector_factors(n - 1), work, lwork,
                           c.info());
+    });
+  });
+  // Elements below the first subdiagonal are not read.
+  drivers.add("hseqr", 90, []<Scalar T>(CallIn<T> c, Int n) {
+    const auto [job, compz] = c.one_of({Wanted{'S', 'I'}, Wanted{'S', 'V'}, Wanted{'E', 'N'}});
+    const Matrix<T> h = c.matrix("H", n, n), z = compz == 'I' ? c.result("Z", n, n) : c.matrix("Z", n, n);
+    with_eigenvalues(c, n, [&, job = job, compz = compz](auto*... w) {
+      c.with_workspace(n, [&](T* work, Int lwork) {
+        routine_call::hseqr(job, compz, n, 2, n - 1, h, w..., z, work, lwork, c.info());
+      });
     });
   });
   drivers.add("trevc", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
