@@ -68,7 +68,7 @@ def passed_arguments(routine, scratch, lengths):
             passed.append(lengths[a.name])
         elif a.type == "Logical" and not a.pointer:
             passed.append(f"&{a.name}_word")
-        elif a.type == "text" or a.pointer or a.out and a.name != "info":
+        elif a.type == "text" or a.is_function or a.pointer or a.out and a.name != "info":
             passed.append(a.name)
         else:
             passed.append("&" + a.name)
@@ -146,10 +146,6 @@ def emit_with_scratch(routine, precision, exported):
 def source_of(precision):
     """The source that has the members of a precision; those of none stand with double precision."""
     return next((letter for letter in SOURCES if letter == scalar_letter(precision)), "d")
-
-
-def scalar_letter(precision):
-    return next((p for p in precision if p in "cz"), precision[:1])
 
 
 def emit_source(catalogue, letter):

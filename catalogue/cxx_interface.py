@@ -10,7 +10,8 @@ from workspace import Dialect
 HEAD = Path(__file__).resolve().parents[1] / "interfaces" / "cpp" / "head.hpp"
 # Options that have a type with named constants, by the name of the argument; any other is a Letter.
 OPTION_TYPES = {"uplo": "Uplo", "trans": "Op", "transa": "Op", "transb": "Op", "side": "Side", "diag": "Diag", "norm": "Norm",
-                "jobz": "Job", "jobu": "Job", "jobvt": "Job", "range": "Range"}
+                "jobz": "Job", "jobu": "Job", "jobvt": "Job", "jobvl": "Job", "jobvr": "Job", "jobvs": "Job",
+                "range": "Range"}
 
 SIZES = Dialect(number="double({})", function="workspace::{}", is_letter="workspace::is({}, '{}')")
 
@@ -21,10 +22,10 @@ def is_offered(routine):
 
 
 def value_type(a, precision):
-    """Type of an argument, or of what it points to."""
+    """Type of an argument, or of what it points to: several truths are words, one is a bool."""
     if a.type == "char" and not (a.pointer or a.out):
         return OPTION_TYPES.get(a.name, "Letter")
-    return {"text": "std::string_view", "Int": "int", "Logical": "bool"}.get(a.type, cxx_type(a.type, precision))
+    return {"text": "std::string_view", "Int": "int", "Logical": "int" if a.pointer else "bool"}.get(a.type, cxx_type(a.type, precision))
 
 
 def parameter(a, precision):
@@ -77,7 +78,7 @@ def emit_call(routine, precision, exported):
             if a.out:
                 after.append(f"{a.name} = ({a.name}_word & 1) != 0;")
         else:
-            passed.append(a.name if a.pointer else "&" + a.name)
+            passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
     result = cxx_type(routine.result, precision)
     value = ""
     if result.startswith("std::complex"):
@@ -111,7 +112,8 @@ def emit_without_workspace(routine, function, precision):
     template = "" if tells_precision(routine) else f"<{cxx_type('T', precision)}>"
     call = lambda indent: wrap(f"{function}{template}(", passed, ")", indent)
     if asks:
-        lines.append(f"if (const int info = {call('    ')}; info != 0) return info;")
+        lines.append(f"if (const int info = {call('    ')}; info != 0) return info;" if routine.has_info
+                     else f"{call('    ')};")
         for a in routine.scratch:
             least = SIZES.size(a.workspace.least, routine.options) if a.workspace.least else ""
             lines.append(f"{a.name}.allocate_answer({least});" if a.workspace.is_asked

@@ -24,10 +24,27 @@ FORTRAN_TYPES = {
 }
 
 
+# Functions that callers pass, as the module declares them.
+SELECT_PARTS = {"s": ("real(c_float)", "wr", "wi"), "d": ("real(c_double)", "wr", "wi"),
+                "c": ("complex(c_float_complex)", "w"), "z": ("complex(c_double_complex)", "w")}
+
+
+def abstract_interfaces():
+    out = ["  abstract interface"]
+    for letter, (kind, *names) in SELECT_PARTS.items():
+        name = cxx_type("Select", letter)
+        out += ["", "    ! Whether an eigenvalue is wanted: 1 if so, else 0.", f"    function {name}({', '.join(names)}) bind(c)",
+                "      import", *(f"      {kind}, intent(in) :: {a}" for a in names), f"      integer(c_int) :: {name}",
+                f"    end function {name}"]
+    return out + ["", "  end interface"]
+
+
 def argument(a, precision):
     if a.has_hidden_length:
         letters = ", dimension(*)" if a.pointer else ""
         return f"character(kind=c_char), intent({'inout' if a.out else 'in'}){letters}"
+    if a.is_function:
+        return f"procedure({c_type(a.type, precision)})"
     base = FORTRAN_TYPES[c_type(a.type, precision)]
     if not a.pointer:
         return f"{base}, intent({'inout' if a.out else 'in'})"
@@ -90,7 +107,7 @@ def emit_module(catalogue):
     out = [f"! {GENERATED}", "!"]
     out += ["! Every routine stands here under two names: nuv_lapack_dpotrf takes the length of each character behind its",
             "! last argument, nuv_dpotrf takes none. The values of complex functions are a first argument.",
-            "module nuv_lapack", "  use, intrinsic :: iso_c_binding", "  implicit none", "  interface"]
+            "module nuv_lapack", "  use, intrinsic :: iso_c_binding", "  implicit none", *abstract_interfaces(), "  interface"]
     for routine in catalogue.routines:
         for precision, exported in exported_names(routine):
             out += routine_interface(routine, precision, exported, exported, True)

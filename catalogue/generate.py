@@ -53,7 +53,7 @@ def emit_entry_points(routines, x_variant, namespace):
                 if a.type == "text":
                     values.append(f"nuv::Text{{{a.name}, {a.name}_length}}")
                 else:
-                    values.append(a.name if a.pointer else "*" + a.name)
+                    values.append(a.name if a.pointer or a.is_function else "*" + a.name)
             template = f"<{scalar_types(precision)[0]}>" if precision else ""
             call = f"{namespace}::{function}{template}"
             if template and not bodies:
@@ -140,7 +140,7 @@ def emit_wrapper(routine, precision, exported):
             passed.append(f"{a.name}.data")
             lengths.append(f"{a.name}.length")
         else:
-            passed.append(a.name if a.pointer else "&" + a.name)
+            passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
             if a.type == "char":
                 lengths.append("1")
     result = cxx_type(routine.result, precision)
@@ -225,7 +225,14 @@ HEADER_TOP = f"""#ifndef NUV_LAPACK_H
  * through a leading pointer. */
 
 #include "nuv_types.h"
-{PUSH_VISIBILITY}"""
+{PUSH_VISIBILITY}
+/* Functions of the caller that select eigenvalues: given one, by its real and its imaginary part or as a complex
+ * number, they return 1 if it is wanted and 0 if not; of other numbers the lowest bit counts. */
+typedef int (*nuv_s_select)(const float* wr, const float* wi);
+typedef int (*nuv_d_select)(const double* wr, const double* wi);
+typedef int (*nuv_c_select)(const nuv_complex8* w);
+typedef int (*nuv_z_select)(const nuv_complex16* w);
+"""
 
 X_VARIANTS_TOP = f"""#ifndef NUV_X_VARIANTS_H
 #define NUV_X_VARIANTS_H

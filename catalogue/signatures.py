@@ -6,6 +6,8 @@ CXX_TYPES = {
     "c": ("std::complex<float>", "float"),
     "z": ("std::complex<double>", "double"),
 }
+# Pointers to functions, which nuv_lapack.h declares.
+FUNCTION_TYPES = {"Select": "nuv_{}_select"}
 C_TYPES = {"Int": "int", "Logical": "int", "std::complex<float>": "nuv_complex8", "std::complex<double>": "nuv_complex16"}
 
 GENERATED = "Made from the catalogue by generate.py; not to be edited."
@@ -13,12 +15,17 @@ GENERATED = "Made from the catalogue by generate.py; not to be edited."
 
 def scalar_types(precision):
     """(T, R) of a precision; a mixed one such as 'cs' takes the complex letter for T."""
-    letter = next((p for p in precision if p in "cz"), precision[:1])
-    return CXX_TYPES.get(letter, ("", ""))
+    return CXX_TYPES.get(scalar_letter(precision), ("", ""))
+
+
+def scalar_letter(precision):
+    return next((p for p in precision if p in "cz"), precision[:1])
 
 
 def cxx_type(name, precision):
     t, r = scalar_types(precision)
+    if name in FUNCTION_TYPES:
+        return FUNCTION_TYPES[name].format(scalar_letter(precision))
     return {"T": t, "R": r}.get(name, name)
 
 
@@ -32,7 +39,7 @@ def c_parameters(routine, precision):
     for a in routine.arguments:
         base = "char" if a.has_hidden_length else c_type(a.type, precision)
         const = "const " if a.const or not (a.pointer or a.out) else ""
-        parameters.append(f"{const}{base}* {a.name}")
+        parameters.append(f"{base} {a.name}" if a.is_function else f"{const}{base}* {a.name}")
     if routine.result != "void" and cxx_type(routine.result, precision).startswith("std::complex"):
         parameters.insert(0, f"{c_type(routine.result, precision)}* result")
     parameters += [f"int {a.name}_length" for a in routine.arguments if a.has_hidden_length]

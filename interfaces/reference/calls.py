@@ -66,6 +66,8 @@ def fortran(variant):
         kind = FORTRAN_NAMES.get(base, base)
         if a.type == "text":
             kind = "character(*)"
+        if a.is_function:
+            kind = f"procedure({kind})"
         declarations.setdefault(kind, []).append(f"{a.name}(*)" if a.pointer and a.type != "text" else a.name)
     if routine.result != "void":
         declarations.setdefault(FORTRAN_NAMES[c_type(routine.result, precision)], []).append(name)

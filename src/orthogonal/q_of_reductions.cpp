@@ -149,6 +149,75 @@ void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const 
 }
 
 template <Scalar T>
+void ormhr(char side, char trans, Int m, Int n, Int ilo, Int ihi, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
+           Int lwork, Int& info) {
+  const bool left = same_letter(side, 'L');
+  const Int nq = left ? m : n, nw = left ? n : m, nh = ihi - ilo;
+  info = 0;
+  if (!is_one_of(side, 'L', 'R')) info = -1;
+  else if (!is_one_of(trans, 'N', adjoint<T>)) info = -2;
+  else if (m < 0) info = -3;
+  else if (n < 0) info = -4;
+  else if (ilo < 1 || ilo > std::max(1, nq)) info = -5;
+  else if (ihi < std::min(ilo, nq) || ihi > nq) info = -6;
+  else if (lda < std::max(1, nq)) info = -8;
+  else if (ldc < std::max(1, m)) info = -11;
+  else if (lwork < std::max(1, nw) && lwork != -1) info = -13;
+  if (info != 0) return report_bad_argument(name_of<T>("ORMHR", "UNMHR"), info);
+
+  const char opts[] = {side, trans};
+  const Tuning<T> tuning{name_of_form<T>("ORM", "UNM", qr), {opts, 2}, left ? nh : m, left ? n : nh, nh};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nw)} * tuning.block_size());
+  work[0] = best_lwork;
+  if (lwork == -1) return;
+  if (m == 0 || n == 0 || nh == 0) {
+    work[0] = T(1);
+    return;
+  }
+  // Q leaves all rows (left) or columns (right) of C alone but ilo + 1 ... ihi.
+  const Matrix<T> C{c, ldc}, reached = left ? block(C, ilo + 1, 1) : block(C, 1, ilo + 1);
+  const Product<T> product{qr, side, trans, left ? nh : m, left ? n : nh, reached};
+  product.apply(nh, block(Matrix{a, lda}, ilo + 1, ilo), tau + (ilo - 1), work, lwork, info);
+  work[0] = best_lwork;
+}
+
+template <Scalar T>
+void orghr(Int n, Int ilo, Int ihi, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
+  const Int nh = ihi - ilo;
+  const Tuning<T> tuning{.name = name_of_form<T>("ORG", "UNG", qr), .n1 = nh, .n2 = nh, .n3 = nh};
+  const T best_lwork = as_work_size<T>(std::int64_t{std::max(1, nh)} * tuning.block_size());
+  work[0] = best_lwork;
+  info = 0;
+  if (n < 0) info = -1;
+  else if (ilo < 1 || ilo > std::max(1, n)) info = -2;
+  else if (ihi < std::min(ilo, n) || ihi > n) info = -3;
+  else if (lda < std::max(1, n)) info = -5;
+  else if (lwork < std::max(1, nh) && lwork != -1) info = -8;
+  if (info != 0) return report_bad_argument(name_of<T>("ORGHR", "UNGHR"), info);
+  if (lwork == -1) return;
+  if (n == 0) {
+    work[0] = T(1);
+    return;
+  }
+
+  // The reflectors stand one column too far to the left. The rows and columns around Q's own are those of the identity.
+  const Matrix A{a, lda};
+  for (Int j = ihi; j > ilo; --j) {
+    std::fill(A.at(1, j), A.at(ilo + 1, j), T(0));
+    std::copy(A.at(j + 1, j - 1), A.at(ihi + 1, j - 1), A.at(j + 1, j));
+    std::fill(A.at(ihi + 1, j), A.at(n + 1, j), T(0));
+  }
+  const auto set_unit_column = [&](Int j) {
+    std::fill(A.at(1, j), A.at(n + 1, j), T(0));
+    A(j, j) = T(1);
+  };
+  for (Int j = 1; j <= ilo; ++j) set_unit_column(j);
+  for (Int j = ihi + 1; j <= n; ++j) set_unit_column(j);
+  if (nh > 0) orgqr(nh, nh, nh, A.at(ilo + 1, ilo + 1), lda, tau + (ilo - 1), work, lwork, info);
+  work[0] = best_lwork;
+}
+
+template <Scalar T>
 void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info) {
   const bool with_q = same_letter(vect, 'Q'), query = lwork == -1;
   const Int smaller = std::min(m, n);

@@ -1,8 +1,8 @@
 #pragma once
 
-// The orthogonal (unitary) matrices of reductions of a general matrix to bidiagonal form, A = Q B P^H, and of a
-// symmetric (Hermitian) one to tridiagonal form, A = Q T Q^H: their reflectors stand in parts of the reduced matrix as
-// those of QR, LQ and QL factorisations do.
+// The orthogonal (unitary) matrices of reductions of a general matrix to bidiagonal form, A = Q B P^H, and to
+// Hessenberg form, A = Q H Q^H, and of a symmetric (Hermitian) one to tridiagonal form, A = Q T Q^H: their reflectors
+// stand in parts of the reduced matrix as those of QR, LQ and QL factorisations do.
 //
 // tau, c, info and the letters of side and trans are as in orthogonal/apply_q.hpp and orthogonal/form_q.hpp; the real
 // members are exported as ?orm.. and ?org.., the complex ones as ?unm.. and ?ung...
@@ -32,6 +32,14 @@ template <Scalar T>
 void ormtr(char side, char uplo, char trans, Int m, Int n, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
            Int lwork, Int& info);
 
+/// C := op(Q) C or C op(Q) for the Q of a Hessenberg reduction of rows and columns ilo ... ihi.
+///
+/// ilo, ihi  1 <= ilo <= ihi <= nq; 1 and 0 where nq is zero
+/// a       order nq, lda >= max(1, nq)
+template <Scalar T>
+void ormhr(char side, char trans, Int m, Int n, Int ilo, Int ihi, T* a, Int lda, const T* tau, T* c, Int ldc, T* work,
+           Int lwork, Int& info);
+
 /// Forms Q (vect 'Q') or P^H (vect 'P') of a bidiagonal reduction in the place of its reflectors.
 ///
 /// m, n    'Q': the first n columns of Q of order m, m >= n >= min(m, k); 'P': the first m rows of P^H of order n,
@@ -44,5 +52,10 @@ void orgbr(char vect, Int m, Int n, Int k, T* a, Int lda, const T* tau, T* work,
 /// Forms the Q of order n of a tridiagonal reduction that worked on the triangle uplo; lwork >= max(1, n - 1).
 template <Scalar T>
 void orgtr(char uplo, Int n, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info);
+
+/// Forms the Q of order n of a Hessenberg reduction of rows and columns ilo ... ihi; lwork >= max(1, ihi - ilo).
+/// work(1) is set whatever the arguments are.
+template <Scalar T>
+void orghr(Int n, Int ilo, Int ihi, T* a, Int lda, const T* tau, T* work, Int lwork, Int& info);
 
 }  // namespace nuv

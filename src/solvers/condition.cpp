@@ -8,7 +8,6 @@
 #include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/norms_triangular.hpp"
-#include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
 #include "solvers/absolute_products.hpp"
 #include "solvers/condition_steps.hpp"
@@ -17,16 +16,6 @@
 
 namespace nuv {
 namespace {
-
-/// Divides x by the scale with which a solve kept it in range; false if that overflows.
-template <Scalar T>
-bool undo_scale(Int n, Real<T> scale, Real<T> smlnum, T* x) {
-  if (scale == 1) return true;
-  const Real<T> largest = abs1(x[blas::iamax(n, {x, 1}) - 1]);
-  if (scale < largest * smlnum || scale == 0) return false;
-  rscl(n, scale, x, 1);
-  return true;
-}
 
 // ---------------------------------------------------------------------------- triangular matrices and Cholesky factors
 

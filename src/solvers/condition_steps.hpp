@@ -2,7 +2,9 @@
 
 // What the estimates of condition numbers have in common.
 
+#include "environment/abs1.hpp"
 #include "environment/hermitian.hpp"
+#include "environment/scaling.hpp"
 #include "frame/option_matching.hpp"
 #include "solvers/inverse_norm.hpp"
 
@@ -37,6 +39,16 @@ Real<T> reciprocal_condition(char norm, Int n, Real<T> anorm, T* work, SecondWor
     return solve(is_adjoint != is_infinity_norm ? adjoint<T> : 'N', work);
   });
   return estimated ? reciprocal_product(anorm, inverse_norm) : 0;
+}
+
+/// Divides x by the scale with which a solve kept it in range; false if that overflows.
+template <Scalar T>
+bool undo_scale(Int n, Real<T> scale, Real<T> smlnum, T* x) {
+  if (scale == 1) return true;
+  const Real<T> largest = abs1(x[blas::iamax(n, {x, 1}) - 1]);
+  if (scale < largest * smlnum || scale == 0) return false;
+  rscl(n, scale, x, 1);
+  return true;
 }
 
 }  // namespace nuv

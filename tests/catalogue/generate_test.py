@@ -172,6 +172,11 @@ class Parsing(unittest.TestCase):
     def test_an_argument_without_a_name_is_refused(self):
         self.refused(entry("routine d ?a (Int n, Int)"), "3: not an argument: ' Int'")
 
+    def test_a_function_stands_for_itself(self):
+        for argument in ("out Select select", "Select* select", "const Select* select"):
+            self.refused(entry(f"routine d ?a ({argument})"), f"3: a function stands for itself: '{argument}'")
+        self.refused(entry("routine d ?a (Int n) -> Select"), "3: unknown type 'Select'")
+
     def test_unknown_types_are_refused(self):
         for signature in ("(Itn n)", "(Int n) -> Imt"):
             with self.subTest(signature), self.assertRaisesRegex(generate.CatalogueError, r"^widgets\.cat:3: "):
@@ -196,6 +201,13 @@ class Header(unittest.TestCase):
         self.assertIn("void nuv_lapack_da(const int* n, const int* l, const double* x, const double* r, "
                       "const double* cv, double* v, const int* ci, int* i, const double* cr, int* info, double* y, "
                       "int* m);", header)
+
+    def test_a_function_goes_by_its_address(self):
+        header = self.prototypes("routine sz ?a (char sort, Select select, Int n)")
+        self.assertIn("void nuv_lapack_sa(const char* sort, nuv_s_select select, const int* n, int sort_length);", header)
+        self.assertIn("void nuv_lapack_za(const char* sort, nuv_z_select select, const int* n, int sort_length);", header)
+        self.assertIn("typedef int (*nuv_s_select)(const float* wr, const float* wi);", header)
+        self.assertIn("typedef int (*nuv_z_select)(const nuv_complex16* w);", header)
 
     def test_types_follow_the_precision(self):
         header = self.prototypes("routine sdcz ?a (T* t, R* r) -> R")
@@ -268,6 +280,11 @@ class EntryPoints(unittest.TestCase):
                       "const double* alpha, char* equed, int* info, int, int name_length, int) { "
                       "nuv::a<double>(*trans, *n, nuv::Text{name, name_length}, a, *alpha, *equed, *info);\n}", text)
 
+    def test_functions_pass_through(self):
+        self.assertIn("template void nuv::a<double>(nuv_d_select, nuv::Int);\n"
+                      "void nuv_lapack_da(nuv_d_select select, const int* n) { nuv::a<double>(select, *n);\n}",
+                      self.family("routine d ?a (Select select, Int n)"))
+
     def test_results_by_value_and_by_leading_pointer(self):
         self.assertIn("int nuv_lapack_ida(const double* x) { return nuv::ia<double>(x);\n}",
                       self.family("routine d i?a (const T* x) -> Int"))
@@ -331,6 +348,10 @@ class Wrappers(unittest.TestCase):
                       self.wrapper("kernel s,sc ?nrm2 (const T* x, Int incx) -> R"))
         self.assertIn("inline std::complex<double> dotu(Int n) { std::complex<double> result; "
                       "nuv_blas_zdotu(&result, &n); return result;\n}", self.wrapper("kernel z ?dotu (Int n) -> T"))
+
+    def test_functions_pass_through(self):
+        self.assertIn("inline void a(nuv_z_select select, std::complex<double>* w) { nuv_lapack_za(select, w);\n}",
+                      self.wrapper("routine z ?a (Select select, T* w)", "internal/routines.hpp"))
 
     def test_members_that_no_argument_tells_apart_are_a_template(self):
         text = self.wrapper("routine sd ?lamch (char cmach) -> R", "internal/routines.hpp")
@@ -398,6 +419,15 @@ class FortranModule(unittest.TestCase):
     def test_characters_behind_a_pointer_are_an_array(self):
         self.assertIn("      character(kind=c_char), intent(in), dimension(*) :: ei",
                       self.interface("routine d ?a (const char* ei)", "nuv_lapack_da"))
+
+    def test_a_procedure_has_an_abstract_interface(self):
+        self.assertIn("      procedure(nuv_c_select) :: select",
+                      self.interface("routine c ?a (Select select)", "nuv_lapack_ca"))
+        module = files(entry("routine d ?a (Int n)"))[MODULE]
+        self.assertIn("    function nuv_d_select(wr, wi) bind(c)\n      import\n      real(c_double), intent(in) :: wr\n"
+                      "      real(c_double), intent(in) :: wi\n      integer(c_int) :: nuv_d_select\n", module)
+        self.assertIn("    function nuv_c_select(w) bind(c)\n      import\n      complex(c_float_complex), intent(in) :: w\n",
+                      module)
 
     def test_short_names_take_no_lengths(self):
         self.assertEqual(self.interface("routine d ?potrf (char uplo, Int n)", "nuv_dpotrf"),

@@ -46,6 +46,11 @@ class Overloads(unittest.TestCase):
             "rwork.allocate(3 * double(n)); iwork.allocate_answer(double(n)); return wdsv(n, work.data(), work.length(), "
             "rwork.data(), iwork.data(), iwork.length()); }")
 
+    def test_sizes_are_asked_of_routines_without_info(self):
+        _, without = self.functions("routine d ?wdsv (Int n, T* work [query], Int lwork)")
+        self.assertEqual(without, "inline void wdsv(int n) { workspace::Memory<double> work; wdsv(n, work.data(), work.length()); "
+                                  "work.allocate_answer(); wdsv(n, work.data(), work.length()); }")
+
     def test_a_matrix_has_its_leading_dimension(self):
         _, without = self.functions("routine d ?wdsv (Int n, Int k, T* work [n by k], Int ldwork)")
         self.assertIn("wdsv(n, k, work.data(), workspace::as_int(double(n)));", without)
@@ -62,6 +67,16 @@ class Overloads(unittest.TestCase):
         self.assertIn("(bool left, bool& right, double x)", made)
         self.assertIn("const int left_word = left ? -1 : 0; int right_word = right ? -1 : 0;", made)
         self.assertIn("right = (right_word & 1) != 0;", made)
+
+    def test_arrays_of_truths_are_words(self):
+        made, = self.functions("routine d ?wdsv (const Logical* chosen, T x)")
+        self.assertIn("(const int* chosen, double x)", made)
+        self.assertIn("nuv_lapack_dwdsv(chosen, &x);", made)
+
+    def test_functions_pass_through(self):
+        made, = self.functions("routine z ?wdsv (Select select, T x)")
+        self.assertIn("(nuv_z_select select, std::complex<double> x)", made)
+        self.assertIn("nuv_lapack_zwdsv(select, &x);", made)
 
     def test_texts(self):
         made, = self.functions("routine - wdenv (text name, char c) -> Int")
@@ -95,6 +110,11 @@ class ByValue(unittest.TestCase):
         self.assertEqual(self.declaration(text), ["int nuv_dwdsv(char uplo, int n, const double* a, double b, double* x);"])
         self.assertEqual(self.source(text), "int nuv_dwdsv(char uplo, int n, const double* a, double b, double* x) { "
                          "int info = 0; nuv_lapack_dwdsv(&uplo, &n, a, &b, x, &info, 1); return info; }")
+
+    def test_functions_pass_through(self):
+        text = "routine d ?wdsv (char sort, Select select, out Int sdim, out Int info)"
+        self.assertEqual(self.declaration(text), ["int nuv_dwdsv(char sort, nuv_d_select select, int* sdim);"])
+        self.assertIn("nuv_lapack_dwdsv(&sort, select, sdim, &info, 1);", self.source(text))
 
     def test_workspace_is_allocated_and_given_back(self):
         self.assertEqual(self.source("routine d ?wdsv (Int n, T* work [3*n])"),

@@ -65,6 +65,7 @@ void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse it
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);
+void add_nonsymmetric(DriverList& drivers);       ///< balancing, Hessenberg form, iterations on it
 void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);
 void add_pivoted(DriverList& drivers);  ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form

@@ -18,14 +18,14 @@ from entries import Catalogue, parse  # noqa: E402
 from signatures import *  # noqa: E402
 
 INTEGERS = {"n": 3, "m": 4, "k": 2, "nrhs": 2, "sqre": 0, "offset": 0, "icompq": 0, "iu": 2, "iw": 1, "smlsiz": 25,
-            "ncvt": 2, "nru": 2, "ncc": 2, "nlvl": 1, "n2": 2, "nzc": 3, "nb": 2, "base": 2, "beta": 2}
+            "ncvt": 2, "nru": 2, "ncc": 2, "nlvl": 1, "n2": 2, "nzc": 3, "nb": 2, "base": 2, "beta": 2, "mm": 3}
 LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L", "diag": "N", "norm": "I", "jobz": "V",
            "range": "A", "fact": "N", "equed": "N", "vect": "N", "direct": "F", "storev": "C", "dist": "U", "pivot": "V",
            "normin": "N", "order": "E", "sym": "S", "rsign": "F", "pack": "N", "jobu": "A", "jobvt": "A", "compz": "I",
            "compq": "I", "cmach": "E", "init": "N", "type": "G", "id": "I", "grade": "N", "pivtng": "N", "upper": "F",
-           "sim": "F", "jobt": "T"}
+           "sim": "F", "jobt": "T", "jobvl": "V", "jobvr": "V", "jobvs": "V", "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
-           ("orgbr", "vect"): "Q"}
+           ("orgbr", "vect"): "Q", ("trevc", "howmny"): "A"}
 REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
 # Steps of methods, whose arguments mean something only together: they are called for nothing to do.
 STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2", "laed3", "laed7", "laed8", "laed9", "laeda",
@@ -56,6 +56,8 @@ def scalar(a, precision):
 
 def declaration(routine, a, precision, index):
     """A variable of the argument's name. What a routine may change stands in the arena."""
+    if a.is_function:
+        return f"const {cxx_type(a.type, precision)} {a.name} = {selected_by(precision)};"
     if a.pointer or a.out:
         t = {"Int": "int", "Logical": "int", "char": "char"}.get(a.type, cxx_type(a.type, precision))
         kind = "scratch" if a.is_scratch else "array"
@@ -75,6 +77,15 @@ def declaration(routine, a, precision, index):
     return f"const {cxx_type(a.type, precision)} {a.name} = {scalar(a, precision)};"
 
 
+def selected_by(precision):
+    """A function that selects some eigenvalues."""
+    letter = scalar_letter(precision)
+    if letter in "cz":
+        return f"[](const {cxx_type('T', letter)}* w) {{ return int(w->real() > 0.5); }}"
+    t = cxx_type("T", letter)
+    return f"[](const {t}* wr, const {t}*) {{ return int(*wr > 0.5); }}"
+
+
 def exported_call(routine, precision, exported):
     passed, lengths = [], []
     for a in routine.arguments:
@@ -84,10 +95,10 @@ def exported_call(routine, precision, exported):
             continue
         if a.type == "char":
             lengths.append("1")
-        if a.type == "Logical" and not a.out:
+        if a.type == "Logical" and not (a.out or a.pointer):
             passed.append("&true_word")
         else:
-            passed.append(a.name if a.pointer else "&" + a.name)
+            passed.append(a.name if a.pointer or a.is_function else "&" + a.name)
     result = cxx_type(routine.result, precision)
     if result.startswith("std::complex"):
         return f"{exported}({', '.join(['&arena.result<' + result + '>()'] + passed + lengths)});"
@@ -183,6 +194,8 @@ LARGE_LETTERS = {"uplo": "U", "trans": "T", "transa": "T", "side": "R", "norm": 
 
 def table_argument(routine, a, precision):
     """Kind, and values in a small and in a large call, as absent_lengths_test.cpp reads them."""
+    if a.is_function:
+        return "f"
     if a.type == "char" and not a.pointer:
         small = OPTIONS.get((routine.function, a.name), LETTERS.get(a.name, "N"))
         large = OPTIONS.get((routine.function, a.name), LARGE_LETTERS.get(a.name, small))

@@ -60,6 +60,10 @@ class InventedNames(unittest.TestCase):
         files = made(entry("layer d ?getrf (Int n)") + "published liblapack d ?getrf\n")
         self.assertIn("standard_jump dgetrf_, nuv_lapack_dgetrf\n", files["standard/liblapack_jumps.S"])
 
+    def test_functions_go_as_they_are(self):
+        files = made(entry("routine d ?gees (Select select, out Int sdim)") + "published liblapack d ?gees\n")
+        self.assertIn("standard_jump dgees_, nuv_lapack_dgees\n", files["standard/liblapack_jumps.S"])
+
     def test_complex_values_are_returned(self):
         self.assertEqual(self.functions("kernel c ?dotc (Int n, const T* x) -> T", "c ?dotc"),
                          "nuv_complex8 cdotc_(const int* n, const nuv_complex8* x) { nuv_complex8 value; "
