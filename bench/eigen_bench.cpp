@@ -36,17 +36,6 @@ void add_driver(const std::string& name, int n, Drive drive) {
   });
 }
 
-/// Calls drive(work, lwork), once to ask for the workspace.
-template <class T, class Drive>
-void with_workspace(std::vector<T>& work, Drive drive) {
-  if (work.empty()) {
-    T best;
-    drive(&best, -1);
-    work.resize(static_cast<std::size_t>(std::real(best)));
-  }
-  drive(work.data(), static_cast<int>(work.size()));
-}
-
 template <class T>
 void add_iteration(char jobz, int n) {
   add_driver<T>(std::string(is_complex<T> ? "heev" : "syev") + jobz, n,

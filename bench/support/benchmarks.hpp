@@ -97,6 +97,17 @@ inline constexpr char letter = std::is_same_v<T, float>                 ? 's'
                                : std::is_same_v<T, std::complex<float>> ? 'c'
                                                                         : 'z';
 
+/// Calls drive(work, lwork), once to ask for the workspace, which then stays.
+template <class T, class Drive>
+void with_workspace(std::vector<T>& work, Drive drive) {
+  if (work.empty()) {
+    T best;
+    drive(&best, -1);
+    work.resize(static_cast<std::size_t>(std::real(best)));
+  }
+  drive(work.data(), static_cast<int>(work.size()));
+}
+
 /// Runs what is registered, with the library's own arguments; benchmarks are chosen by --benchmark_filter.
 int run(int argc, char** argv);
 

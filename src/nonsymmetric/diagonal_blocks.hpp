@@ -2,6 +2,8 @@
 
 // The diagonal blocks of a Schur form, one after another.
 
+#include <cmath>
+
 #include "base/matrix.hpp"
 
 namespace nuv {
@@ -39,6 +41,19 @@ void for_each_diagonal_block(Matrix<const T> S, Int n, bool ascending, Visit vis
       visit(DiagonalBlock{j, last});
     }
   }
+}
+
+/// The eigenvalues of a real Schur form of order n, as its blocks in standard form tell them.
+template <RealScalar T>
+void read_eigenvalues(Int n, Matrix<const T> S, T* wr, T* wi) {
+  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) {
+    const Int j = block.first, k = block.last;
+    wr[j - 1] = S(j, j);
+    wr[k - 1] = S(k, k);
+    const T distance = j == k ? T(0) : std::sqrt(std::abs(S(j, k))) * std::sqrt(std::abs(S(k, j)));
+    wi[j - 1] = distance;
+    if (j != k) wi[k - 1] = negated(distance);
+  });
 }
 
 }  // namespace nuv

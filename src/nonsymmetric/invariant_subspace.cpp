@@ -151,18 +151,6 @@ class Subspace {
   Matrix<T> S_, Q_;
 };
 
-template <RealScalar T>
-void read_eigenvalues(Int n, Matrix<const T> S, T* wr, T* wi) {
-  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) {
-    const Int j = block.first, k = block.last;
-    wr[j - 1] = S(j, j);
-    wr[k - 1] = S(k, k);
-    const T distance = j == k ? T(0) : std::sqrt(std::abs(S(j, k))) * std::sqrt(std::abs(S(k, j)));
-    wi[j - 1] = distance;
-    if (j != k) wi[k - 1] = negated(distance);
-  });
-}
-
 }  // namespace
 
 template <RealScalar T>

@@ -1,6 +1,6 @@
 #pragma once
 
-// The range into which a matrix is brought before its singular values are looked for.
+// The range into which a matrix is brought before its singular values or its eigenvalues are looked for.
 
 #include <algorithm>
 #include <cmath>
@@ -22,12 +22,22 @@ class NormScaling {
     if (norm_ > 0 && norm_ < smallest) target_ = smallest;
     if (norm_ > largest) target_ = largest;
     Int ignored = 0;
-    if (target_ != 0) lascl('G', 0, 0, norm_, target_, m, n, A.data, A.ld, ignored);
+    if (is_needed()) lascl('G', 0, 0, norm_, target_, m, n, A.data, A.ld, ignored);
   }
 
-  void undo(Int n, R* x) const {
+  bool is_needed() const { return target_ != 0; }
+
+  /// Takes it back from n values.
+  template <Scalar T>
+  void undo(Int n, T* x) const {
+    undo('G', n, 1, Matrix{x, std::max(1, n)});
+  }
+
+  /// Takes it back from an m by n matrix of a type of lascl.
+  template <Scalar T>
+  void undo(char type, Int m, Int n, Matrix<T> A) const {
     Int ignored = 0;
-    if (target_ != 0) lascl('G', 0, 0, target_, norm_, n, 1, x, std::max(1, n), ignored);
+    if (is_needed()) lascl(type, 0, 0, target_, norm_, m, n, A.data, A.ld, ignored);
   }
 
  private:

@@ -24,8 +24,8 @@ namespace {
 struct Routine {
   const char* name;
   void (*address)();
-  /// What each argument points to: f: a function of two numbers, n: integers, s, d, c, z: numbers of this precision; with a value in a small and in a
-  /// large call iA,B: one integer, lAB: a letter.
+  /// What each argument points to: f: a function of two numbers, n: integers, s, d, c, z: numbers of this precision;
+  /// with a value in a small and in a large call iA,B: one integer, lAB: a letter.
   const char* arguments;
 };
 

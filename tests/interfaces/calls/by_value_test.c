@@ -71,6 +71,28 @@ static void sets_what_pointers_lead_to(void) {
   EXPECT(nuv_dpocon('U', 2, d, 2, 2.0, &rcond) == 0 && rcond > 0);
 }
 
+static int is_negative(const double* wr, const double* wi) {
+  (void)wi;
+  return *wr < 0;
+}
+
+static int is_above(const float _Complex* w) {
+  return cimagf(*w) > 0;
+}
+
+static void asks_functions_of_the_caller(void) {
+  double a[9] = {3, 0, 0, 1, -1, 0, 1, 1, -2}, wr[3], wi[3], z[9];
+  int sdim = 9;
+  EXPECT(nuv_dgees('V', 'S', is_negative, 3, a, 3, &sdim, wr, wi, z, 3) == 0 && sdim == 2);
+  EXPECT(wr[0] < 0 && wr[1] < 0 && is_near(wr[2], 3) && is_near(wr[0] + wr[1], -3));
+
+  float _Complex c[4] = {-I, 0, 1, 2 * I}, w[2], v[4];
+  float rconde = 0, rcondv = 0;
+  EXPECT(nuv_cgeesx('N', 'S', is_above, 'B', 2, c, 2, &sdim, w, v, 1, &rconde, &rcondv) == 0 && sdim == 1);
+  EXPECT(cabsf(w[0] - 2 * I) < 1e-5F && rconde > 0 && rconde < 1 && rcondv > 1);
+  EXPECT(nuv_dgees('V', 'N', NULL, 3, a, 3, &sdim, wr, wi, z, 3) == 0 && sdim == 0);
+}
+
 static int grants = 0, kept = 0;
 static size_t largest_request = 0;
 
@@ -116,6 +138,7 @@ int main(void) {
   takes_options_by_value();
   returns_values();
   sets_what_pointers_lead_to();
+  asks_functions_of_the_caller();
   tells_of_refused_memory();
   return failures != 0;
 }

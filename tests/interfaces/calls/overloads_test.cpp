@@ -199,6 +199,23 @@ TEST(Overloads, OutputsAreReferences) {
   EXPECT_DOUBLE_EQ(rcond, 1.0 / 3);
 }
 
+/// Lambdas without captures are functions.
+TEST(Overloads, SelectIsAFunctionOfTheCaller) {
+  std::vector<double> a{3, 0, 0, 1, -1, 0, 1, 1, -2}, wr(3), wi(3), z(9);
+  int count = 9;
+  const auto is_negative = [](const double* re, const double*) -> int { return *re < 0; };
+  ASSERT_EQ(nuv::gees(nuv::Job::vectors, 'S', is_negative, 3, a.data(), 3, count, wr.data(), wi.data(), z.data(), 3),
+            0);
+  EXPECT_EQ(count, 2);
+  EXPECT_NEAR(wr[2], 3, 1e-14);
+
+  std::vector<complex> c{complex(0, -1), 0, 1, complex(0, 2)}, w(2);
+  const auto is_above = [](const complex* value) -> int { return value->imag() > 0; };
+  ASSERT_EQ(nuv::gees('N', 'S', is_above, 2, c.data(), 2, count, w.data(), nullptr, 1), 0);
+  EXPECT_EQ(count, 1);
+  EXPECT_NEAR(w[0].imag(), 2, 1e-14);
+}
+
 /// Real and complex members whose names differ go by the real name, too.
 TEST(Overloads, OneNameForRealAndComplex) {
   const auto check = []<class T>(T) {

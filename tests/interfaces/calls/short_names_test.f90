@@ -1,13 +1,35 @@
 ! Calls without lengths behind their characters, those with them, and services, as the module offers them.
+module selections
+  use, intrinsic :: iso_c_binding
+  implicit none
+
+contains
+
+  function is_negative(wr, wi) bind(c)
+    real(c_double), intent(in) :: wr, wi
+    integer(c_int) :: is_negative
+    is_negative = merge(1, 0, wr < 0 .and. wi == 0)
+  end function
+
+  function is_above(w) bind(c)
+    complex(c_double_complex), intent(in) :: w
+    integer(c_int) :: is_above
+    is_above = merge(1, 0, aimag(w) > 0)
+  end function
+
+end module selections
+
 program short_names_test
   use, intrinsic :: iso_c_binding
   use nuv_lapack
+  use selections
   implicit none
   integer :: failures = 0
 
   call factors_and_solves
   call takes_several_options
   call keeps_the_names_with_lengths
+  call asks_procedures_of_the_caller
   call offers_the_services
   if (failures > 0) stop 1
 
@@ -52,6 +74,18 @@ contains
     call expect(info == 0 .and. a(1, 1) == 3, 'nuv_lapack_spotrf')
     ! Of a text the length matters, so that the short name has it, too.
     call expect(nuv_ilaenv(1, 'DGETRF', ' ', 500, 500, -1, -1, 6, 1) > 1, 'nuv_ilaenv')
+  end subroutine
+
+  subroutine asks_procedures_of_the_caller
+    real(c_double) :: a(3, 3), wr(3), wi(3), z(3, 3), work(100)
+    complex(c_double_complex) :: c(2, 2), w(2), v(1, 1), zwork(100)
+    integer(c_int) :: sdim, bwork(3), info
+    a = reshape([3d0, 0d0, 0d0, 1d0, -1d0, 0d0, 1d0, 1d0, -2d0], [3, 3])
+    call nuv_dgees('V', 'S', is_negative, 3, a, 3, sdim, wr, wi, z, 3, work, 100, bwork, info)
+    call expect(info == 0 .and. sdim == 2 .and. all(wr(1:2) < 0) .and. abs(wr(3) - 3) < 1d-14, 'nuv_dgees')
+    c = reshape([complex(c_double_complex) :: (0, -1), 0, 1, (0, 2)], [2, 2])
+    call nuv_lapack_zgees('N', 'S', is_above, 2, c, 2, sdim, w, v, 1, zwork, 100, work, bwork, info, 1, 1)
+    call expect(info == 0 .and. sdim == 1 .and. abs(w(1) - (0, 2)) < 1d-14, 'nuv_lapack_zgees')
   end subroutine
 
   subroutine offers_the_services

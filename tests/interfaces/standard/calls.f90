@@ -1,7 +1,8 @@
 ! Calls standard names alone, with the implicit interfaces of old programs. Prints what they give.
 program calls
   implicit none
-  external :: dgemm, dgesv, zheev
+  external :: dgees, dgemm, dgesv, zgees, zheev
+  logical, external :: is_negative, is_above
   complex(8), external :: zdotc, zladiv
   complex(4), external :: cdotu
   real(4), external :: sdot, scasum
@@ -11,7 +12,10 @@ program calls
   real(8) :: a(2, 2) = reshape([1d0, 3d0, 2d0, 4d0], [2, 2]), c(2, 2), w(2), rwork(4)
   complex(8) :: z(2) = [(1d0, 2d0), (3d0, 0d0)], h(2, 2), work(10)
   complex(4) :: q(2) = [(1.0, 2.0), (3.0, 0.0)]
-  integer :: pivots(2), info
+  real(8) :: s(3, 3) = reshape([3d0, 0d0, 0d0, 1d0, -1d0, 0d0, 1d0, 1d0, -2d0], [3, 3]), wr(3), wi(3), vs(3, 3)
+  real(8) :: room(100)
+  logical :: chosen(3)
+  integer :: pivots(2), sdim, info
 
   call dgemm('N', 'T', 2, 2, 2, 1d0, a, 2, a, 2, 0d0, c, 2)
   print '("dgemm", 4(1x, i0))', nint(c)
@@ -30,4 +34,19 @@ program calls
   print '("lsame ", 3l1, ", disnan ", 2l1)', lsame('u', 'Upper'), lsame('u', 'L'), .not. lsame('u', 'U'), &
     disnan(w(1)), .not. disnan(w(1))
   print '("ilaenv ", l1)', ilaenv(1, 'DGEQRF', ' ', 500, 500, -1, -1) > 1
+  call dgees('Vectors', 'Sorted', is_negative, 3, s, 3, sdim, wr, wi, vs, 3, room, 100, chosen, info)
+  print '("dgees ", i0, 1x, i0, f6.2)', info, sdim, wr(3)
+  h = reshape([(0d0, -1d0), (0d0, 0d0), (1d0, 0d0), (0d0, 2d0)], [2, 2])
+  call zgees('No vectors', 'Sorted', is_above, 2, h, 2, sdim, z, h, 2, work, 10, room, chosen, info)
+  print '("zgees ", i0, 1x, i0, 2f6.2)', info, sdim, z(1)
 end program calls
+
+logical function is_negative(wr, wi)
+  real(8), intent(in) :: wr, wi
+  is_negative = wr < 0 .and. wi == 0
+end function is_negative
+
+logical function is_above(w)
+  complex(8), intent(in) :: w
+  is_above = aimag(w) > 0
+end function is_above

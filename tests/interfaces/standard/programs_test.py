@@ -45,6 +45,8 @@ sdot 11.00  6.00, dznrm2  3.74
 izamax 1
 lsame TFF, disnan FT
 ilaenv T
+dgees 0 2  3.00
+zgees 0 1  0.00  2.00
 """
 OWN_HANDLER_OUTPUT = """handled DGESV  6 1
 info -1
