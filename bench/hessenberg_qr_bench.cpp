@@ -62,6 +62,45 @@ void add_small_iteration(bool whole, int n) {
   });
 }
 
+/// By sweeps with many shifts and early deflation from order 76 on.
+template <class T>
+void add_iteration(bool whole, int n) {
+  add(iteration_name<T>(whole), "nuv", n, work_of_iteration<T>(whole, n), [=] {
+    return [=, problem = HessenbergProblem<T>(n), work = std::vector<T>(std::size_t(40) * n)]() mutable {
+      problem.restart();
+      const char job = whole ? 'S' : 'E', compz = whole ? 'V' : 'N';
+      const auto solve = [&](auto*... w) {
+        routine_call::hseqr(job, compz, n, 1, n, problem.H(), w..., problem.Z(), work.data(), int(work.size()),
+                            problem.info);
+      };
+      if constexpr (is_complex<T>) {
+        solve(problem.w.data());
+      } else {
+        solve(problem.wr.data(), problem.wi.data());
+      }
+    };
+  });
+}
+
+/// The whole form without vectors, by the iteration for large matrices and by that for small ones.
+void add_forms(int n) {
+  const Measure measure = multiply_adds<double>(8.0 * n * double(n) * n);
+  for (const bool many_shifts : {true, false}) {
+    add("dhseqr_SN", many_shifts ? "nuv" : "lahqr", n, measure, [=] {
+      return [=, problem = HessenbergProblem<double>(n), work = std::vector<double>(std::size_t(40) * n)]() mutable {
+        problem.restart();
+        if (many_shifts) {
+          routine_call::hseqr('S', 'N', n, 1, n, problem.H(), problem.wr.data(), problem.wi.data(), problem.Z(),
+                              work.data(), int(work.size()), problem.info);
+        } else {
+          routine_call::lahqr(true, false, n, 1, n, problem.H(), problem.wr.data(), problem.wi.data(), 1, n,
+                              problem.Z(), problem.info);
+        }
+      };
+    });
+  }
+}
+
 template <class T>
 void add_peer(bool whole, int n) {
   using Schur =
@@ -110,14 +149,17 @@ void add_sweep(int n, int ns) {
 void register_all() {
   for (const bool whole : {false, true}) {
     for (const int n : {30, 75, 150, 300}) {
+      add_iteration<double>(whole, n);
       add_small_iteration<double>(whole, n);
       add_peer<double>(whole, n);
     }
     for (const int n : {30, 75, 150}) {
+      add_iteration<std::complex<double>>(whole, n);
       add_small_iteration<std::complex<double>>(whole, n);
       add_peer<std::complex<double>>(whole, n);
     }
   }
+  for (const int n : {100, 300, 1000}) add_forms(n);
   for (const auto& [n, ns] : {std::pair{200, 10}, {500, 16}, {1000, 64}}) {
     add_sweep<double>(n, ns);
     add_sweep<std::complex<double>>(n, ns);

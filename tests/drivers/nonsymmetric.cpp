@@ -90,7 +90,7 @@ void add_nonsymmetric(DriverList& drivers) {
     });
   });
   // Elements below the first subdiagonal are not read.
-  drivers.add("hseqr", 90, []<Scalar T>(CallIn<T> c, Int n) {
+  drivers.add("hseqr", 80, []<Scalar T>(CallIn<T> c, Int n) {
     const auto [job, compz] = c.one_of({Wanted{'S', 'I'}, Wanted{'S', 'V'}, Wanted{'E', 'N'}});
     const Matrix<T> h = c.matrix("H", n, n), z = compz == 'I' ? c.result("Z", n, n) : c.matrix("Z", n, n);
     with_eigenvalues(c, n, [&, job = job, compz = compz](auto*... w) {

@@ -60,7 +60,7 @@ struct EigenvalueArrays {
 template <Scalar T>
 struct HessenbergCall {
   char job = 'S', compz = 'I';
-  Int n, ilo, ihi, ldh, ldz, lwork = 0, info = 99;
+  Int n, ilo, ihi, iloz, ihiz, ldh, ldz, lwork = 0, info = 99;
   GuardedMatrix<T> H, Z;
   EigenvalueArrays<T> w;
   GuardedVector<T> work{0};
@@ -69,6 +69,8 @@ struct HessenbergCall {
       : n(matrix.rows()),
         ilo(ilo_),
         ihi(ihi_),
+        iloz(ilo_),
+        ihiz(ihi_),
         ldh(matrix.ld()),
         ldz(std::max(1, n) + 2),
         H(matrix),
@@ -95,7 +97,7 @@ struct HessenbergCall {
   HessenbergCall& multishift(Routine routine) {
     if (lwork == 0) make_room(std::max(1, 40 * n));
     w.give_to([&](auto*... values) {
-      routine(wantt(), wantz(), n, ilo, ihi, Matrix<T>(H.data(), ldh), values..., ilo, ihi, Matrix<T>(Z.data(), ldz),
+      routine(wantt(), wantz(), n, ilo, ihi, Matrix<T>(H.data(), ldh), values..., iloz, ihiz, Matrix<T>(Z.data(), ldz),
               work.data(), lwork, info);
     });
     clear_scratch();
@@ -109,7 +111,7 @@ struct HessenbergCall {
   }
   HessenbergCall& lahqr() {
     w.give_to([&](auto*... values) {
-      routine_call::lahqr(wantt(), wantz(), n, ilo, ihi, Matrix<T>(H.data(), ldh), values..., ilo, ihi,
+      routine_call::lahqr(wantt(), wantz(), n, ilo, ihi, Matrix<T>(H.data(), ldh), values..., iloz, ihiz,
                           Matrix<T>(Z.data(), ldz), info);
     });
     return *this;

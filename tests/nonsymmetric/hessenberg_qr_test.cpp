@@ -62,11 +62,13 @@ TYPED_TEST(HessenbergQr, FindsSchurFormsOfLargerMatrices) {
   expect_schur_form(A, HessenbergCall<T>(A).hseqr());
 }
 
-/// With sweeps of many shifts, and sweeps and windows by themselves.
+/// From order 590 on windows are so large that the iteration takes itself for them.
 TEST(LargeHessenbergQr, FindsSchurForms) {
   Random random(61);
   const GuardedMatrix<double> A = random_hessenberg<double>(random, 300, 301);
   expect_schur_form(A, HessenbergCall<double>(A).hseqr());
+  const GuardedMatrix<float> B = random_hessenberg<float>(random, 600, 600);
+  expect_schur_form(B, HessenbergCall<float>(B).hseqr());
 }
 
 TYPED_TEST(HessenbergQr, StaysInTheActiveRows) {
@@ -104,6 +106,26 @@ TYPED_TEST(HessenbergQr, MultipliesTheActiveRowsOfZ) {
     }
     EXPECT_LT(one_norm<T>(WideMatrix<T>(wide(call.Z) - expected)) / (n * epsilon<T>), 10);
     EXPECT_TRUE(call.Z.unchanged_except([&](Int i, Int) { return i >= ilo && i <= ihi; }));
+  }
+}
+
+/// The iteration itself is told which rows they are.
+TYPED_TEST(HessenbergQr, MultipliesOtherRowsOfZ) {
+  using T = TypeParam;
+  for (const auto& [n, ilo, ihi] : {std::array{40, 11, 38}, {80, 3, 78}}) {
+    SCOPED_TRACE(n);
+    const GuardedMatrix<T> A = partly_triangular(this->matrix("random", n), ilo, ihi);
+    HessenbergCall<T> formed(A, ilo, ihi), call(A, ilo, ihi);
+    formed.laqr0();
+    const GuardedMatrix<T> start = random_unitary<T>(this->random, n, call.ldz);
+    call.Z = start;
+    call.iloz = 2;
+    call.ihiz = n - 1;
+    call.laqr0();
+    const WideMatrix<T> expected = product<T>(wide(start), wide(formed.Z));
+    const WideMatrix<T> difference = wide(call.Z) - expected;
+    EXPECT_LT(one_norm<T>(WideMatrix<T>(difference.middleRows(1, n - 2))) / (n * epsilon<T>), 10);
+    EXPECT_TRUE(call.Z.unchanged_except([&](Int i, Int) { return i >= 2 && i <= n - 1; }));
   }
 }
 
