@@ -178,6 +178,7 @@ TEST(MatrixMarket, TakesAnyNumberOfValuesOnALineOfAnArray) {
 TEST(MatrixMarket, DropsTheMarkOfTheByteOrder) {
   EXPECT_EQ(read("\xEF\xBB\xBF%%MatrixMarket matrix array real general\r\n1 1\r\n7\r\n").values,
             std::vector<double>{7});
+  EXPECT_EQ(read("\xEF\xBB\xBF%%MatrixMarket matrix array real general\n1 1\n7").values, std::vector<double>{7});
 }
 
 TEST(MatrixMarket, RefusesSizesThatMemoryCannotHoldAtTheirLine) {

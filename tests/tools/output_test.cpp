@@ -185,6 +185,10 @@ TEST_F(OutputTest, RemovesTheTemporaryWhenTheDiskIsFull) {
   const ChildResult result = run_script("ulimit -f 0; trap '' XFSZ; exec \"$0\" solve A.mtx b.mtx -o x.mtx");
   expect_refusal(result, 1, "x.mtx: cannot write: File too large");
   EXPECT_EQ(folder.names(), names_with({}));
+  // The first bytes go into what room there is.
+  const ChildResult partly = run_script("ulimit -f 1; trap '' XFSZ; exec \"$0\" make general 40 -o x.mtx");
+  expect_refusal(partly, 1, "x.mtx: cannot write: File too large");
+  EXPECT_EQ(folder.names(), names_with({}));
 }
 
 TEST_F(OutputTest, TellsThatStandardOutputCannotBeWritten) {
