@@ -24,7 +24,7 @@ constexpr std::size_t longest_number = 32;
 /// it.
 template <class First, class Append>
 void write_side_by_side(Int lines, Int length, const TextSink& sink, First first, Append append) {
-  constexpr int at_once = 1 << 14;
+  constexpr int at_once = 1 << 16;  // some milliseconds of work
   struct Place {
     std::int64_t line, k;
   };

@@ -10,7 +10,7 @@ namespace nuv::tools {
 namespace {
 
 // More elements than are put into text as one piece, and pieces that end anywhere in a line.
-constexpr Int order = 301;
+constexpr Int order = 401;
 
 /// The element (i, j), on and below the diagonal.
 Int lower(Int i, Int j) {
@@ -48,7 +48,7 @@ TEST(MatrixWriter, KeepsTheOrderOfLongFilesInEachForm) {
         ++count;
       }
     }
-    const std::string kind = " real " + std::string(name_of(symmetry)) + "\n301 301";
+    const std::string kind = " real " + std::string(name_of(symmetry)) + "\n401 401";
     const DenseMatrix<double> a = matrix_with(symmetry);
     EXPECT_EQ(written(a, FileFormat::MatrixMarket, {.layout = Layout::Array, .symmetry = symmetry}),
               "%%MatrixMarket matrix array" + kind + "\n" + array);
