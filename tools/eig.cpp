@@ -9,12 +9,13 @@
 #include <utility>
 
 #include "dense_matrix.hpp"
+#include "eigen_outputs.hpp"
 #include "eigen_residual.hpp"
 #include "equations.hpp"
 #include "error.hpp"
 #include "estimate.hpp"
+#include "general_eig.hpp"
 #include "memory.hpp"
-#include "output.hpp"
 #include "precision.hpp"
 #include "report.hpp"
 #include "spectrum_plot.hpp"
@@ -64,6 +65,10 @@ Selection selection_of(const EigenOptions& options) {
 
 /// What is asked for, as far as the options tell.
 EigenRequest request_of(const EigenOptions& options) {
+  const char *const general = general_option(options), *const symmetric = symmetric_option(options);
+  if (general && symmetric) {
+    throw UsageError(fmt::format("{} is for general matrices, {} for symmetric ones", general, symmetric));
+  }
   EigenRequest request;
   request.vectors = options.vectors_file.has_value();
   request.selection = selection_of(options);
@@ -84,21 +89,28 @@ EigenRequest request_of(const EigenOptions& options) {
 }
 
 /// Beside the matrices a driver takes some n by n arrays of workspace; the residual needs the matrices once more.
-void require_memory_for_vectors(const StoredMatrix& file, std::size_t element_size, const EigenRequest& request) {
-  const int copies = request.vectors ? 5 : 2;
+void require_memory_for_vectors(const StoredMatrix& file, std::size_t element_size, const EigenRequest& request,
+                                const EigenOptions& options) {
+  const int copies = general_option(options) ? 12 : request.vectors ? 5 : 2;
   if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, copies, "decompose")) {
     throw FileError(file.file, file.size_line, *shortage);
   }
 }
 
-/// Reads a matrix that must be symmetric or Hermitian.
+/// Throws FileError, which tells where a matrix is neither symmetric nor Hermitian.
 template <Scalar T>
-DenseMatrix<T> hermitian_matrix(StoredMatrix file) {
-  const std::string name = file.file;
-  auto a = to_dense<T>(std::move(file));
-  const Asymmetry asymmetry = asymmetry_of(a, true);
-  if (!asymmetry.is_rounding()) throw FileError(name, words_of(asymmetry, ComplexScalar<T>));
-  return a;
+void require_hermitian(const std::string& file, const Asymmetry& asymmetry) {
+  if (!asymmetry.is_rounding()) throw FileError(file, words_of(asymmetry, ComplexScalar<T>));
+}
+
+/// The second matrix of a generalised problem.
+template <Scalar T>
+DenseMatrix<T> partner_matrix(std::optional<StoredMatrix> file) {
+  if (!file) return {0, 0};
+  const std::string name = file->file;
+  auto b = to_dense<T>(std::move(*file));
+  require_hermitian<T>(name, asymmetry_of(b, true));
+  return b;
 }
 
 /// What a driver could not do, from its info.
@@ -136,32 +148,31 @@ std::string_view orthogonality_of(const EigenOptions& options) {
   return options.type == 3 ? "||Z^H A Z - W|| / (||A|| ||Z||^2 n eps)" : "||Z^H B Z - I|| / (||B|| ||Z||^2 n eps)";
 }
 
-/// Where results go, refused before the work where they can't be written.
-struct Outputs {
-  explicit Outputs(const EigenOptions& options) {
-    values.emplace(options.output_file, options.format);
-    if (options.vectors_file) vectors.emplace(*options.vectors_file, options.format);
-    if (options.plot_file) plot.emplace(*options.plot_file);
-  }
-
-  std::optional<Output> values, vectors, plot;
-};
-
 template <Scalar T>
 void find_in(StoredMatrix file, std::optional<StoredMatrix> partner, const EigenOptions& options,
-             const EigenRequest& request, Stopwatch& stopwatch, Outputs& outputs) {
-  require_memory_for_vectors(file, sizeof(T), request);
+             const EigenRequest& request, Stopwatch& stopwatch, EigenOutputs& outputs) {
+  require_memory_for_vectors(file, sizeof(T), request, options);
   Report report("eig");
   report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
   if (partner) {
     report.matrix("with", "with", partner->rows, partner->columns, partner->file).fact("type", request.type);
   }
   const Int n = file.rows;
-  const auto a = hermitian_matrix<T>(std::move(file));
-  const auto b = partner ? hermitian_matrix<T>(std::move(*partner)) : DenseMatrix<T>(0, 0);
+  const auto a = to_dense<T>(std::move(file));
+  const Asymmetry asymmetry = asymmetry_of(a, true);
+  const bool is_general = general_option(options) || (!asymmetry.is_rounding() && !symmetric_option(options));
+  if (!is_general) require_hermitian<T>(options.matrix_file, asymmetry);
+  const auto b = partner_matrix<T>(std::move(partner));
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   stopwatch.end("read");
+  if (is_general) {
+    find_general_eigenvalues(a, options, report, stopwatch, outputs);
+    report.times(stopwatch).show_beside(
+        options.output_file,
+        {options.vectors_file, options.left_file, options.schur_file, options.schur_vectors_file, options.plot_file});
+    return;
+  }
   const auto pairs = with_estimate<T>(
       "eigenvalues of " + options.matrix_file, request.vectors ? work_of_eigenvectors(n) : work_of_eigenvalues(n),
       [&] { return partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
@@ -195,7 +206,7 @@ void find_eigenvalues(const EigenOptions& options) {
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
     Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
-    Outputs outputs(options);
+    EigenOutputs outputs(options);
     require_one_standard_input({options.matrix_file, options.partner_file.value_or("")});
     StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an eigenvalue");

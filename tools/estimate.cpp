@@ -90,6 +90,15 @@ Work work_of_eigenvectors(double n) {
   return {.in_products = reduction.in_products + 10 * n * n * n / 3, .in_passes = reduction.in_passes};
 }
 
+Work work_of_general_eigenvalues(double n) {
+  return {.in_products = 5 * n * n * n, .in_passes = n * n * n / 3 + 60 * n * n};
+}
+
+Work work_of_general_eigenvectors(double n) {
+  const Work values = work_of_general_eigenvalues(n);
+  return {.in_products = 3 * values.in_products, .in_passes = values.in_passes};
+}
+
 Work work_of_singular_values(double m, double n) {
   const double tall = std::max(m, n), narrow = std::min(m, n), half = 2 * narrow * narrow * (tall - narrow / 3);
   return {.in_products = half, .in_passes = half + 60 * narrow * narrow};

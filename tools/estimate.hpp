@@ -26,6 +26,8 @@ Work work_of_inverse(double n);
 Work work_of_pivoted_qr(double m, double n);
 Work work_of_eigenvalues(double n);
 Work work_of_eigenvectors(double n);
+Work work_of_general_eigenvalues(double n);
+Work work_of_general_eigenvectors(double n);
 Work work_of_singular_values(double m, double n);
 Work work_of_singular_vectors(double m, double n);
 

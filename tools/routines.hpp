@@ -24,6 +24,9 @@ struct Routines;
     static constexpr auto gbsvx = nuv_lapack_##letter##gbsvx;   \
     static constexpr auto gbtrf = nuv_lapack_##letter##gbtrf;   \
     static constexpr auto gecon = nuv_lapack_##letter##gecon;   \
+    static constexpr auto gees = nuv_lapack_##letter##gees;     \
+    static constexpr auto geev = nuv_lapack_##letter##geev;     \
+    static constexpr auto geevx = nuv_lapack_##letter##geevx;   \
     static constexpr auto geqp3 = nuv_lapack_##letter##geqp3;   \
     static constexpr auto gesdd = nuv_lapack_##letter##gesdd;   \
     static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \

@@ -11,16 +11,16 @@
 namespace nuv::tools {
 namespace {
 
-std::string settings(const SpectrumWords& words, bool logarithmic) {
+/// A script that draws the points behind it.
+std::string settings(std::string_view title, int height, std::string_view axes) {
   return fmt::format(
-      "set terminal svg size 800,500 background rgb 'white'\n"
+      "set terminal svg size 800,{} background rgb 'white'\n"
       "set title '{}'\n"
-      "set xlabel 'number, in {} order'\n"
       "{}"
       "unset key\n"
       "set grid\n"
       "plot '-' using 1:2 with points pointtype 7 pointsize 0.4\n",
-      words.title, words.order, logarithmic ? "set logscale y\nset format y '%.0e'\n" : "");
+      height, title, axes);
 }
 
 /// What gnuplot writes for a script; nothing where it fails.
@@ -41,6 +41,17 @@ std::string drawn_by(const std::string& script) {
   return result;
 }
 
+void draw(const std::string& script, Output& output) {
+  const std::string picture = drawn_by(script + "e\n");
+  if (picture.find("</svg>") == picture.npos) throw std::runtime_error("gnuplot did not draw the picture");
+  output.write(picture);
+  output.commit();
+}
+
+void require_some(bool any) {
+  if (!any) throw std::runtime_error("--plot: there is no value to draw");
+}
+
 }  // namespace
 
 void require_plotter() {
@@ -50,14 +61,21 @@ void require_plotter() {
 }
 
 void plot_spectrum(const std::vector<double>& values, const SpectrumWords& words, Output& output) {
-  if (values.empty()) throw std::runtime_error("--plot: there is no value to draw");
-  const bool some_are_positive = std::any_of(values.begin(), values.end(), [](double value) { return value > 0; });
-  std::string script = settings(words, words.logarithmic && some_are_positive);
+  require_some(!values.empty());
+  const bool logarithmic =
+      words.logarithmic && std::any_of(values.begin(), values.end(), [](double value) { return value > 0; });
+  std::string script = settings(words.title, 500,
+                                fmt::format("set xlabel 'number, in {} order'\n{}", words.order,
+                                            logarithmic ? "set logscale y\nset format y '%.0e'\n" : ""));
   for (std::size_t k = 0; k < values.size(); ++k) script += fmt::format("{} {}\n", k + 1, values[k]);
-  const std::string picture = drawn_by(script + "e\n");
-  if (picture.find("</svg>") == picture.npos) throw std::runtime_error("gnuplot did not draw the picture");
-  output.write(picture);
-  output.commit();
+  draw(script, output);
+}
+
+void plot_in_plane(const std::vector<std::complex<double>>& values, std::string_view title, Output& output) {
+  require_some(!values.empty());
+  std::string script = settings(title, 700, "set xlabel 'real part'\nset ylabel 'imaginary part'\nset zeroaxis\n");
+  for (const auto value : values) script += fmt::format("{} {}\n", value.real(), value.imag());
+  draw(script, output);
 }
 
 }  // namespace nuv::tools

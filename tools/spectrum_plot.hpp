@@ -2,6 +2,7 @@
 
 // Pictures of spectra, drawn by gnuplot.
 
+#include <complex>
 #include <string_view>
 #include <vector>
 
@@ -20,5 +21,8 @@ struct SpectrumWords {
 /// Draws values over their numbers as SVG, and makes the picture final. Throws std::runtime_error where there are no
 /// values, and where gnuplot fails.
 void plot_spectrum(const std::vector<double>& values, const SpectrumWords& words, Output& output);
+
+/// The same in the complex plane.
+void plot_in_plane(const std::vector<std::complex<double>>& values, std::string_view title, Output& output);
 
 }  // namespace nuv::tools

@@ -36,6 +36,8 @@ EXAMPLES = (
             "the lowest moves as 1 : 1.6180 : 1.0000\n", ""),
     Example("nearest_line", "line", "info = 0, s = 10.0000 2.0000\nthe line rises by 0.7500\n"
             "info = 0, rank 2 of 3, column 3 is the longest: 14.0057\n", ""),
+    Example("damped_swing", "swing", "info = 0\n-1.0000 +2.0000 i\n-1.0000 -2.0000 i\n-3.0000 +0.0000 i\n"
+            "info = 0, 1 fast: -3.0000\n", ""),
 )
 
 

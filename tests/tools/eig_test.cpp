@@ -145,11 +145,12 @@ TEST_F(Eig, HermitianMatricesAreTaken) {
   EXPECT_NEAR(found.at(1), 3, 1e-15);
 }
 
-TEST_F(Eig, OtherMatricesAreRefused) {
-  refuse(array + "2 2\n1\n2\n3\n4\n", {}, 1, "A.mtx: the matrix is not symmetric: A(2,1) is not A(1,2)");
-  refuse("%%MatrixMarket matrix array complex symmetric\n2 2\n1 0\n0 1\n1 0\n", {}, 1,
+TEST_F(Eig, OtherMatricesAreRefusedWhereOrderIsWanted) {
+  refuse(array + "2 2\n1\n2\n3\n4\n", {"--index", "1:1"}, 1,
+         "A.mtx: the matrix is not symmetric: A(2,1) is not A(1,2)");
+  refuse("%%MatrixMarket matrix array complex symmetric\n2 2\n1 0\n0 1\n1 0\n", {"--range", "0:1"}, 1,
          "A.mtx: the matrix is not Hermitian: A(2,1) is not the conjugate of A(1,2)");
-  refuse("%%MatrixMarket matrix array real skew-symmetric\n2 2\n1\n", {}, 1,
+  refuse("%%MatrixMarket matrix array real skew-symmetric\n2 2\n1\n", {"--method", "qr"}, 1,
          "A.mtx: the matrix is not symmetric: A(2,1) is not A(1,2)");
   refuse(array + "1 2\n1\n2\n", {}, 1, "A.mtx:2: the matrix is 1 by 2, an eigenvalue needs a square one");
 }

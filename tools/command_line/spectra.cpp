@@ -12,7 +12,8 @@ namespace nuv::tools {
 namespace {
 
 constexpr std::string_view about_eig =
-    "A must be symmetric or Hermitian, whether its file says so or not. Eigenvalues are shown in ascending order.\n"
+    "If A is symmetric or Hermitian, whether its file says so or not, eigenvalues are shown in ascending order, and\n"
+    "vectors are orthonormal. They are found by one of these methods:\n"
     "\n"
     "  qr    QL and QR iteration; by default for values alone\n"
     "  dc    divide and conquer; by default where vectors are wanted\n"
@@ -21,6 +22,12 @@ constexpr std::string_view about_eig =
     "--with gives the generalised problem with a positive definite B, of type\n"
     "  1  A x = w B x          2  A B x = w x          3  B A x = w x\n"
     "with vectors of length one in the inner product of B, or for type 3 in that of its inverse.\n"
+    "\n"
+    "Any other A is general: all eigenvalues are found from its Schur form A = Z T Z^H by QR iteration, and written "
+    "as\n"
+    "complex numbers unless all are real. Vectors have length one. T has 2 by 2 blocks on its diagonal where A is "
+    "real\n"
+    "and values are not.\n"
     "\n"
     "Standard error tells the method, and with --vectors how well vectors and values fit.\n";
 
@@ -32,6 +39,14 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
   };
   add("--vectors", options.vectors_file, "FILE", "File for the eigenvectors, one per column (default: none)")
       ->check(not_empty());
+  add("--left", options.left_file, "FILE", "General A: file for the left eigenvectors u with u^H A = w u^H")
+      ->check(not_empty());
+  command.add_flag("--conditions", options.conditions,
+                   "General A: tell how rounding errors move the most sensitive values");
+  add("--schur", options.schur_file, "FILE", "General A: file for the Schur form T")->check(not_empty());
+  add("--schur-vectors", options.schur_vectors_file, "FILE", "General A: file for the Schur vectors Z")
+      ->check(not_empty());
+  command.add_flag("--general", options.general, "Take A for a general matrix, even where it is symmetric");
   add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
   add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
   add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());
@@ -71,7 +86,7 @@ void add_svd_options(CLI::App& command, SingularOptions& options) {
 }  // namespace
 
 void add_eig(CLI::App& app) {
-  add_command(app, "eig", "Find eigenvalues and eigenvectors of a symmetric or Hermitian A.", find_eigenvalues,
+  add_command(app, "eig", "Find eigenvalues and eigenvectors of A.", find_eigenvalues,
               fmt::format("{}{}{}", about_eig, about_input, about_answer), add_eig_options);
 }
 
