@@ -26,16 +26,13 @@ struct Arguments {
   T* work;
   Int lwork;
 
-  bool has_known_job() const { return is_one_of(job, 'E', 'S'); }
-  bool has_known_compz() const { return is_one_of(compz, 'N', 'I', 'V'); }
-
   /// 0, or minus the position of the first bad argument.
   Int check() const {
     // Behind the eigenvalues, which are one array less in the complex members.
     constexpr Int shift = ComplexScalar<T> ? 1 : 0;
     const Int n = problem.n, least = std::max(1, n);
-    if (!has_known_job()) return -1;
-    if (!has_known_compz()) return -2;
+    if (!is_one_of(job, 'E', 'S')) return -1;
+    if (!is_one_of(compz, 'N', 'I', 'V')) return -2;
     if (n < 0) return -3;
     if (ilo < 1 || ilo > least) return -4;
     if (ihi < std::min(ilo, n) || ihi > n) return -5;

@@ -220,6 +220,26 @@ TYPED_TEST(EarlyDeflation, LooksAtTwoElements) {
   }
 }
 
+/// An eigenvalue that is zero has no size that a component of the spike could be compared with; the element beside the
+/// window has.
+TYPED_TEST(EarlyDeflation, MeasuresZeroEigenvaluesByTheSpike) {
+  using T = TypeParam;
+  constexpr Place place{4, 1, 4, 3};
+  GuardedMatrix<T> H(4, 4, 4);
+  const auto small = T(std::same_as<Real<T>, float> ? 0x1p-13f : 0x1p-28f);
+  for (Int j = 1; j <= 4; ++j) {
+    for (Int i = 1; i <= 4; ++i) H(i, j) = i == j + 1 ? small : T(0);
+  }
+  H(1, 1) = H(2, 1) = H(3, 3) = T(1);
+  H(2, 2) = T(-1);
+  H.seal();
+  WindowCall<T> call(H, place);
+  call.laqr3();
+  EXPECT_EQ(call.nd, 1);
+  EXPECT_EQ(call.ns, 2);
+  expect_similar(H, call);
+}
+
 /// A pair of conjugate eigenvalues stays together: it deflates as a whole, or not at all.
 TYPED_TEST(EarlyDeflation, KeepsPairsTogether) {
   using T = TypeParam;
