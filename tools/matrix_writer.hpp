@@ -17,7 +17,7 @@ struct WrittenForm {
   std::string comment = {};               ///< one line, none where empty
 };
 
-/// Takes what is written, in pieces of some ten thousand characters.
+/// Takes what is written, text in pieces of up to some million characters.
 using TextSink = std::function<void(std::string_view)>;
 
 /// Collects the text of numbers, each by the fewest digits that read back as the same bits, for a sink.
