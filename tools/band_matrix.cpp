@@ -6,7 +6,7 @@
 
 namespace nuv::tools {
 
-Bandwidth bandwidth_of(const MatrixMarket& file) {
+Bandwidth bandwidth_of(const StoredMatrix& file) {
   Bandwidth band;
   for_each_element(file, [&](Int i, Int j, std::complex<double> value) {
     if (value == 0.0) return;
@@ -17,7 +17,7 @@ Bandwidth bandwidth_of(const MatrixMarket& file) {
 }
 
 template <Scalar T>
-BandMatrix<T> to_band(MatrixMarket file, Bandwidth band) {
+BandMatrix<T> to_band(StoredMatrix file, Bandwidth band) {
   BandMatrix<T> a(file.rows, band);
   for_each_element(file, [&](Int i, Int j, std::complex<double> value) {
     if (value != 0.0) a(i, j) += narrowed<T>(value);
@@ -37,7 +37,7 @@ BandMatrix<T> with_band(const BandMatrix<T>& a, Bandwidth band) {
 }
 
 #define NUV_INSTANTIATE(T)                                 \
-  template BandMatrix<T> to_band(MatrixMarket, Bandwidth); \
+  template BandMatrix<T> to_band(StoredMatrix, Bandwidth); \
   template BandMatrix<T> with_band(const BandMatrix<T>&, Bandwidth);
 
 NUV_INSTANTIATE(float)

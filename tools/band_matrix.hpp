@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/types.hpp"
-#include "matrix_market.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -16,7 +16,7 @@ struct Bandwidth {
   std::int64_t diagonals() const { return std::int64_t{lower} + upper + 1; }
 };
 
-Bandwidth bandwidth_of(const MatrixMarket& file);
+Bandwidth bandwidth_of(const StoredMatrix& file);
 
 /// A square matrix of which the diagonals of a band are stored, a column of the array for a column of the matrix:
 /// element (i, j) stands in row upper + 1 + i - j of it, as the solvers for bands want it.
@@ -56,7 +56,7 @@ struct BandMatrix {
 /// Collects the elements of a file, whose band this must be, and lets go of it. A complex file needs a complex T.
 /// Throws FileError if a sum of duplicate entries overflows.
 template <Scalar T>
-BandMatrix<T> to_band(MatrixMarket file, Bandwidth band);
+BandMatrix<T> to_band(StoredMatrix file, Bandwidth band);
 
 /// The elements of a matrix that lie in a band, and zeros where it has none stored.
 template <Scalar T>

@@ -73,7 +73,7 @@ struct Nonzeros {
 };
 
 template <Scalar T>
-Nonzeros<T> nonzeros_of(MatrixMarket file) {
+Nonzeros<T> nonzeros_of(StoredMatrix file) {
   using Entry = typename Nonzeros<T>::Entry;
   Nonzeros<T> a{file.rows, file.columns, {}};
   a.entries.reserve(file.stored());
@@ -120,7 +120,7 @@ std::uint64_t write_coordinates(const Nonzeros<T>& a, const TextSink& sink, cons
 // ------------------------------------------------------------------------------------------------------------- writing
 
 template <Scalar T>
-void convert_in(MatrixMarket file, const ConvertOptions& options, Stopwatch& stopwatch, Output& output) {
+void convert_in(StoredMatrix file, const ConvertOptions& options, Stopwatch& stopwatch, Output& output) {
   const bool is_matrix_market = output.format() == FileFormat::MatrixMarket;
   const TextSink sink = [&](std::string_view text) { output.write(text); };
   WrittenForm form{.layout = is_matrix_market ? options.layout.value_or(file.layout) : Layout::Array};
@@ -157,7 +157,7 @@ void convert_in(MatrixMarket file, const ConvertOptions& options, Stopwatch& sto
 }
 
 /// What was asked for, or the precision of the file.
-std::optional<char> precision_to_write(const ConvertOptions& options, const MatrixMarket& file) {
+std::optional<char> precision_to_write(const ConvertOptions& options, const StoredMatrix& file) {
   if (options.precision || file.precision == Precision::Double) return options.precision;
   return file.is_complex() ? 'c' : 's';
 }
@@ -171,7 +171,7 @@ void convert(const ConvertOptions& options) {
     if (options.layout && output.format() != FileFormat::MatrixMarket) {
       throw UsageError("--layout is for files in the Matrix Market format");
     }
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     const char precision = precision_for(precision_to_write(options, file), {&file});
     in_precision(precision, [&]<Scalar T>(T) { convert_in<T>(std::move(file), options, stopwatch, output); });
   });

@@ -17,14 +17,14 @@ bool is_finite(std::complex<double> x) {
 }
 
 /// Whether the values of a file are all elements of a real matrix, down the columns.
-bool is_whole(const MatrixMarket& file) {
+bool is_whole(const StoredMatrix& file) {
   return file.layout == Layout::Array && file.symmetry == Symmetry::General && !file.is_complex();
 }
 
 }  // namespace
 
 template <Scalar T>
-DenseMatrix<T> to_dense(MatrixMarket file) {
+DenseMatrix<T> to_dense(StoredMatrix file) {
   if constexpr (std::same_as<T, double>) {
     if (is_whole(file)) return {file.rows, file.columns, std::move(file.values)};
   }
@@ -80,7 +80,7 @@ StoredCount count_stored(const DenseMatrix<T>& a, Symmetry symmetry) {
 }
 
 #define NUV_INSTANTIATE(T)                                                      \
-  template DenseMatrix<T> to_dense(MatrixMarket);                               \
+  template DenseMatrix<T> to_dense(StoredMatrix);                               \
   template DenseMatrix<T> adjoint(const DenseMatrix<T>&);                       \
   template bool all_finite(const std::vector<T>&);                              \
   template void require_finite_sums(const std::vector<T>&, const std::string&); \

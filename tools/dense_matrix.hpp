@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/types.hpp"
-#include "matrix_market.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -47,7 +47,7 @@ struct DenseMatrix {
 /// Expands a file into all elements of its matrix, and lets go of it. A complex file needs a complex T. Throws
 /// FileError if a sum of duplicate entries overflows.
 template <Scalar T>
-DenseMatrix<T> to_dense(MatrixMarket file);
+DenseMatrix<T> to_dense(StoredMatrix file);
 
 /// A^H
 template <Scalar T>

@@ -13,12 +13,12 @@
 #include "equations.hpp"
 #include "error.hpp"
 #include "estimate.hpp"
-#include "matrix_market.hpp"
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
 #include "report.hpp"
 #include "spectrum_plot.hpp"
+#include "stored_matrix.hpp"
 #include "symmetry_check.hpp"
 
 namespace nuv::tools {
@@ -84,7 +84,7 @@ EigenRequest request_of(const EigenOptions& options) {
 }
 
 /// Beside the matrices a driver takes some n by n arrays of workspace; the residual needs the matrices once more.
-void require_memory_for_vectors(const MatrixMarket& file, std::size_t element_size, const EigenRequest& request) {
+void require_memory_for_vectors(const StoredMatrix& file, std::size_t element_size, const EigenRequest& request) {
   const int copies = request.vectors ? 5 : 2;
   if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, copies, "decompose")) {
     throw FileError(file.file, file.size_line, *shortage);
@@ -93,7 +93,7 @@ void require_memory_for_vectors(const MatrixMarket& file, std::size_t element_si
 
 /// Reads a matrix that must be symmetric or Hermitian.
 template <Scalar T>
-DenseMatrix<T> hermitian_matrix(MatrixMarket file) {
+DenseMatrix<T> hermitian_matrix(StoredMatrix file) {
   const std::string name = file.file;
   auto a = to_dense<T>(std::move(file));
   const Asymmetry asymmetry = asymmetry_of(a, true);
@@ -148,7 +148,7 @@ struct Outputs {
 };
 
 template <Scalar T>
-void find_in(MatrixMarket file, std::optional<MatrixMarket> partner, const EigenOptions& options,
+void find_in(StoredMatrix file, std::optional<StoredMatrix> partner, const EigenOptions& options,
              const EigenRequest& request, Stopwatch& stopwatch, Outputs& outputs) {
   require_memory_for_vectors(file, sizeof(T), request);
   Report report("eig");
@@ -197,9 +197,9 @@ void find_eigenvalues(const EigenOptions& options) {
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
     require_one_standard_input({options.matrix_file, options.partner_file.value_or("")});
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an eigenvalue");
-    std::optional<MatrixMarket> partner;
+    std::optional<StoredMatrix> partner;
     if (options.partner_file) partner = read_in(options.precision, *options.partner_file, options.format);
     if (partner && (partner->rows != file.rows || partner->columns != file.columns)) {
       throw FileError(partner->file, partner->size_line,

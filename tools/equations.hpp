@@ -12,11 +12,11 @@
 #include "dense_matrix.hpp"
 #include "error.hpp"
 #include "matrix_file.hpp"
-#include "matrix_market.hpp"
 #include "matrix_writer.hpp"
 #include "memory.hpp"
 #include "output.hpp"
 #include "precision.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -27,14 +27,14 @@ struct EquationOptions : MatrixOptions {
 
 /// The two files as they stand there.
 struct EquationFiles {
-  MatrixMarket a, b;
+  StoredMatrix a, b;
 };
 
 EquationFiles read_equation_files(const EquationOptions& options);
 
 /// Refuses a rows by columns matrix from that file where so many copies of it are more than the machine can hold. Two
 /// are the least: a solver overwrites its arguments, and the residual needs the originals.
-void require_memory(const MatrixMarket& file, Int rows, Int columns, std::size_t element_size, int copies = 2);
+void require_memory(const StoredMatrix& file, Int rows, Int columns, std::size_t element_size, int copies = 2);
 
 /// Writes a matrix and makes it final.
 template <Scalar T>

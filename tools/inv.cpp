@@ -12,18 +12,18 @@
 #include "error.hpp"
 #include "estimate.hpp"
 #include "lu_factors.hpp"
-#include "matrix_market.hpp"
 #include "memory.hpp"
 #include "methods.hpp"
 #include "output.hpp"
 #include "precision.hpp"
 #include "report.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 namespace {
 
 /// The inverse has to be stored whole, whatever the matrix is.
-void require_memory_for_inverse(const MatrixMarket& file, std::size_t element_size) {
+void require_memory_for_inverse(const StoredMatrix& file, std::size_t element_size) {
   if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, 1, "invert")) {
     throw FileError(file.file, file.size_line, *shortage);
   }
@@ -38,7 +38,7 @@ void require_regular(const MatrixFactors& factors, const InverseOptions& options
 }
 
 template <Scalar T>
-void invert_in(MatrixMarket file, const InverseOptions& options, Stopwatch& stopwatch, Output& output) {
+void invert_in(StoredMatrix file, const InverseOptions& options, Stopwatch& stopwatch, Output& output) {
   require_memory_for_inverse(file, sizeof(T));
   Report report("inv");
   report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
@@ -71,7 +71,7 @@ void invert(const InverseOptions& options) {
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
     Stopwatch stopwatch;
     Output output(options.output_file, options.format);
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, "an inverse");
     const char precision = precision_for(options.precision, {&file});
     in_precision(precision, [&]<Scalar T>(T) { invert_in<T>(std::move(file), options, stopwatch, output); });

@@ -17,7 +17,7 @@
 namespace nuv::tools {
 namespace {
 
-void require_matching_sizes(const MatrixMarket& a, const MatrixMarket& b) {
+void require_matching_sizes(const StoredMatrix& a, const StoredMatrix& b) {
   if (b.rows == a.rows) return;
   throw FileError(b.file, b.size_line,
                   fmt::format("the right-hand sides have {} rows, the matrix has {}", b.rows, a.rows));

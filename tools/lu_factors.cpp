@@ -193,7 +193,7 @@ template class LuFactors<DenseMatrix<double>>;
 template class LuFactors<DenseMatrix<std::complex<float>>>;
 template class LuFactors<DenseMatrix<std::complex<double>>>;
 
-std::unique_ptr<MatrixFactors> factor(MatrixMarket file, char precision) {
+std::unique_ptr<MatrixFactors> factor(StoredMatrix file, char precision) {
   const Choice choice = choose_lu(file);
   const bool is_hermitian = file.symmetry == Symmetry::Hermitian;
   const std::string what = "factoring " + file.file;
@@ -227,7 +227,7 @@ void show_from_factors(std::string_view command, const MatrixOptions& options, s
   Report report(command);
   Stopwatch stopwatch;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     require_square(file, what);
     const char precision = precision_for(options.precision, {&file});
     report.matrix("matrix", "matrix", file.rows, file.columns, file.file);

@@ -13,8 +13,8 @@
 #include "base/types.hpp"
 #include "dense_matrix.hpp"
 #include "matrix_file.hpp"
-#include "matrix_market.hpp"
 #include "report.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -76,7 +76,7 @@ class LuFactors final : public MatrixFactors {
 
 /// Factors the matrix of a file in the precision of that letter, as a band where that pays. Throws FileError if it
 /// doesn't fit into memory.
-std::unique_ptr<MatrixFactors> factor(MatrixMarket file, char precision);
+std::unique_ptr<MatrixFactors> factor(StoredMatrix file, char precision);
 
 /// In which way the matrix is singular, if it is.
 std::optional<std::string> singularity_of(const MatrixFactors& factors);

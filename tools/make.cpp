@@ -18,7 +18,6 @@
 #include "dense_matrix.hpp"
 #include "error.hpp"
 #include "matrix_file.hpp"
-#include "matrix_market.hpp"
 #include "matrix_writer.hpp"
 #include "memory.hpp"
 #include "output.hpp"
@@ -27,6 +26,7 @@
 #include "report.hpp"
 #include "routines.hpp"
 #include "spectrum_by_blocks.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -315,7 +315,7 @@ Report account_of(const Plan& plan, const WrittenForm& form, StoredCount stored,
 template <RealScalar R>
 std::vector<R> given_spectrum(const Plan& plan) {
   const std::string& file = plan.spectrum_file;
-  MatrixMarket numbers = read_in(plan.precision, file, plan.format);
+  StoredMatrix numbers = read_in(plan.precision, file, plan.format);
   if (numbers.is_complex()) throw FileError(file, numbers.field_line, "the numbers are complex, a spectrum is real");
   if (numbers.rows != 1 && numbers.columns != 1 && plan.order() != 0) {
     throw FileError(file, numbers.size_line,

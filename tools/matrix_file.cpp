@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "error.hpp"
+#include "matrix_market.hpp"
 #include "memory.hpp"
 #include "npy.hpp"
 #include "progress.hpp"
@@ -12,7 +13,7 @@
 
 namespace nuv::tools {
 
-MatrixMarket read_matrix(Input& input, std::string_view file, std::optional<FileFormat> format, Precision precision) {
+StoredMatrix read_matrix(Input& input, std::string_view file, std::optional<FileFormat> format, Precision precision) {
   switch (format_to_read(input.start(), file, format)) {
     case FileFormat::MatrixMarket:
       return read_matrix_market(input, precision);
@@ -23,9 +24,9 @@ MatrixMarket read_matrix(Input& input, std::string_view file, std::optional<File
   }
 }
 
-MatrixMarket read_in(std::optional<char> precision, const std::string& file, std::optional<FileFormat> format) {
+StoredMatrix read_in(std::optional<char> precision, const std::string& file, std::optional<FileFormat> format) {
   const bool single = precision == 's' || precision == 'c';
-  MatrixMarket matrix;
+  StoredMatrix matrix;
   within_memory(file, "the file does not fit into memory", [&] {
     Input input = Input::open(file);
     Progress progress("reading " + input.name());
@@ -41,14 +42,14 @@ void require_one_standard_input(std::initializer_list<std::string_view> files) {
   }
 }
 
-void require_square(const MatrixMarket& file, std::string_view what) {
+void require_square(const StoredMatrix& file, std::string_view what) {
   if (file.rows == file.columns) return;
   throw FileError(file.file, file.size_line,
                   fmt::format("the matrix is {} by {}, {} needs a square one", file.rows, file.columns, what));
 }
 
-char precision_for(std::optional<char> precision, std::initializer_list<const MatrixMarket*> files) {
-  const auto found = std::find_if(files.begin(), files.end(), [](const MatrixMarket* f) { return f->is_complex(); });
+char precision_for(std::optional<char> precision, std::initializer_list<const StoredMatrix*> files) {
+  const auto found = std::find_if(files.begin(), files.end(), [](const StoredMatrix* f) { return f->is_complex(); });
   const bool is_complex = found != files.end();
   const char letter = precision.value_or(is_complex ? 'z' : 'd');
   if (is_complex && (letter == 's' || letter == 'd')) {

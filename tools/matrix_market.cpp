@@ -19,13 +19,6 @@ namespace {
 constexpr std::string_view comment_sign = "%";
 constexpr std::string_view diagonal_must_be_real = "the diagonal of a hermitian matrix must be real";
 
-constexpr std::array<std::pair<std::string_view, Symmetry>, 4> symmetries = {{
-    {"general", Symmetry::General},
-    {"symmetric", Symmetry::Symmetric},
-    {"skew-symmetric", Symmetry::SkewSymmetric},
-    {"hermitian", Symmetry::Hermitian},
-}};
-
 std::string in_lower_case(std::string_view word) {
   std::string result(word);
   std::transform(result.begin(), result.end(), result.begin(),
@@ -53,7 +46,7 @@ Value choose(const LineScanner& line, std::string_view what, std::string_view wo
 }
 
 /// Reads the banner, which is the first line of a text.
-void read_banner(std::string_view text, MatrixMarket& matrix) {
+void read_banner(std::string_view text, StoredMatrix& matrix) {
   constexpr std::array<std::pair<std::string_view, Layout>, 2> layouts = {
       {{"array", Layout::Array}, {"coordinate", Layout::Coordinate}}};
   constexpr std::array<std::pair<std::string_view, Field>, 3> fields = {
@@ -71,13 +64,13 @@ void read_banner(std::string_view text, MatrixMarket& matrix) {
   const std::string field = take("the field (real, complex or integer)");
   if (field == "pattern") line.fail("a pattern file carries no values");
   matrix.field = choose(line, "field", field, fields);
-  matrix.symmetry = choose(line, "symmetry", take("the symmetry"), symmetries);
+  matrix.symmetry = choose(line, "symmetry", take("the symmetry"), symmetry_names);
   line.expect_end();
   if (matrix.symmetry == Symmetry::Hermitian && !matrix.is_complex()) line.fail("a hermitian matrix must be complex");
 }
 
 /// How many values an array file of these sizes holds. Below 2^62, since both sizes are below 2^31.
-std::uint64_t array_count(const MatrixMarket& matrix) {
+std::uint64_t array_count(const StoredMatrix& matrix) {
   const auto rows = static_cast<std::uint64_t>(matrix.rows);
   const auto columns = static_cast<std::uint64_t>(matrix.columns);
   switch (matrix.symmetry) {
@@ -91,7 +84,7 @@ std::uint64_t array_count(const MatrixMarket& matrix) {
 }
 
 /// Reads the line of the sizes, which is at hand; returns how many entries must follow.
-std::uint64_t read_sizes(LineScanner& line, MatrixMarket& matrix) {
+std::uint64_t read_sizes(LineScanner& line, StoredMatrix& matrix) {
   matrix.rows = take_dimension(line, "the number of rows");
   matrix.columns = take_dimension(line, "the number of columns");
   std::int64_t entries = 0;
@@ -108,7 +101,7 @@ std::uint64_t read_sizes(LineScanner& line, MatrixMarket& matrix) {
 }
 
 /// Refuses more entries than memory can hold, before the first of them is read.
-void require_memory(const LineScanner& line, const MatrixMarket& matrix, std::uint64_t count) {
+void require_memory(const LineScanner& line, const StoredMatrix& matrix, std::uint64_t count) {
   const bool is_array = matrix.layout == Layout::Array;
   const std::string what = is_array ? fmt::format("a {} by {} matrix", matrix.rows, matrix.columns)
                                     : fmt::format("a list of {} entries", count);
@@ -136,7 +129,7 @@ struct Entries {
 /// Reads lines of entries of a matrix whose banner and sizes are known.
 class EntryReader {
  public:
-  EntryReader(const MatrixMarket& matrix, Precision precision) : matrix_(matrix), precision_(precision) {}
+  EntryReader(const StoredMatrix& matrix, Precision precision) : matrix_(matrix), precision_(precision) {}
 
   std::size_t values_per_entry() const { return matrix_.is_complex() ? 2 : 1; }
   std::size_t count(const Entries& entries) const { return entries.values.size() / values_per_entry(); }
@@ -208,7 +201,7 @@ class EntryReader {
     return static_cast<Int>(value);
   }
 
-  const MatrixMarket& matrix_;
+  const StoredMatrix& matrix_;
   Precision precision_;
 };
 
@@ -227,7 +220,7 @@ struct ArrayPosition {
 /// Collects the entries of a file in their order.
 class Collector {
  public:
-  Collector(MatrixMarket& matrix, std::uint64_t count, const EntryReader& reader)
+  Collector(StoredMatrix& matrix, std::uint64_t count, const EntryReader& reader)
       : matrix_(matrix), count_(count), reader_(reader), position_{matrix.symmetry, matrix.rows} {}
 
   void take(Lines lines, const Entries& entries) {
@@ -262,14 +255,14 @@ class Collector {
     return std::nullopt;
   }
 
-  MatrixMarket& matrix_;
+  StoredMatrix& matrix_;
   std::uint64_t count_;
   const EntryReader& reader_;
   ArrayPosition position_;
 };
 
 /// Sets aside room for what is to come, no more than a file of that size can hold: what the file says may be wrong.
-void reserve(MatrixMarket& matrix, std::uint64_t count, std::uint64_t bytes) {
+void reserve(StoredMatrix& matrix, std::uint64_t count, std::uint64_t bytes) {
   const bool is_array = matrix.layout == Layout::Array;
   const std::uint64_t shortest = matrix.is_complex() ? 4 : 2;  // characters of an entry
   const auto room = static_cast<std::size_t>(std::min(count, bytes / (is_array ? shortest : shortest + 4) + 1));
@@ -279,7 +272,7 @@ void reserve(MatrixMarket& matrix, std::uint64_t count, std::uint64_t bytes) {
   matrix.column_of.reserve(room);
 }
 
-void read_entries(TextBlocks& blocks, Lines block, MatrixMarket& matrix, std::uint64_t count, Precision precision) {
+void read_entries(TextBlocks& blocks, Lines block, StoredMatrix& matrix, std::uint64_t count, Precision precision) {
   const EntryReader reader(matrix, precision);
   Collector collector(matrix, count, reader);
   std::vector<Entries> pieces;
@@ -302,8 +295,8 @@ Lines behind(const LineScanner& line, Lines block) {
 
 }  // namespace
 
-MatrixMarket read_matrix_market(Input& input, Precision precision) {
-  MatrixMarket matrix;
+StoredMatrix read_matrix_market(Input& input, Precision precision) {
+  StoredMatrix matrix;
   matrix.file = input.name();
   matrix.field_line = 1;
   TextBlocks blocks(input);
@@ -325,22 +318,6 @@ MatrixMarket read_matrix_market(Input& input, Precision precision) {
     throw FileError(matrix.file, block.first + error.line, error.message);
   }
   throw FileError(matrix.file, block.first, "the file ends before the line of the sizes");
-}
-
-std::complex<double> mirrored(Symmetry symmetry, std::complex<double> value) {
-  switch (symmetry) {
-    case Symmetry::SkewSymmetric:
-      return -value;
-    case Symmetry::Hermitian:
-      return std::conj(value);
-    default:
-      return value;
-  }
-}
-
-std::string_view name_of(Symmetry symmetry) {
-  const auto has_it = [&](const auto& entry) { return entry.second == symmetry; };
-  return std::find_if(symmetries.begin(), symmetries.end(), has_it)->first;
 }
 
 }  // namespace nuv::tools

@@ -6,7 +6,7 @@
 
 #include "dense_matrix.hpp"
 #include "file_format.hpp"
-#include "matrix_market.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 

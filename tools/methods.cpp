@@ -41,19 +41,19 @@ std::string diagonals_of(Bandwidth band) {
 // they are done in narrow pieces, at a fraction of the rate of the dense products, and a tenth of that rate is made up
 // for below 0.13 n. A quarter of the order for the whole band is there, and it takes less than half of the memory, too.
 // A file that spells out all elements says that they are worth it.
-bool pays_as_band(const MatrixMarket& file, Bandwidth band) {
+bool pays_as_band(const StoredMatrix& file, Bandwidth band) {
   return file.layout == Layout::Coordinate && 4 * band.diagonals() <= file.rows;
 }
 
 /// The factorisation that a symmetry asks for; nothing where it doesn't.
-std::optional<Factorisation> indefinite_for(const MatrixMarket& file, bool is_complex) {
+std::optional<Factorisation> indefinite_for(const StoredMatrix& file, bool is_complex) {
   if (file.symmetry == Symmetry::Hermitian) return Factorisation::Hermitian;
   if (file.symmetry != Symmetry::Symmetric) return std::nullopt;
   // A real symmetric matrix taken as a complex one is Hermitian.
   return is_complex && !file.is_complex() ? Factorisation::Hermitian : Factorisation::Symmetric;
 }
 
-Choice choose_by_structure(const MatrixMarket& file, bool positive_definite, bool is_complex) {
+Choice choose_by_structure(const StoredMatrix& file, bool positive_definite, bool is_complex) {
   const Bandwidth band = bandwidth_of(file);
   const auto banded = pays_as_band(file, band) ? Storage::Band : Storage::Dense;
   const std::string symmetry(name_of(file.symmetry));
@@ -73,7 +73,7 @@ const Method& method_for(Factorisation factorisation, Storage storage) {
                        [=](const Method& m) { return m.factorisation == factorisation && m.storage == storage; });
 }
 
-Choice choose_lu(const MatrixMarket& file) {
+Choice choose_lu(const StoredMatrix& file) {
   const Bandwidth band = bandwidth_of(file);
   const auto storage = pays_as_band(file, band) ? Storage::Band : Storage::Dense;
   return {method_for(Factorisation::Lu, storage), band, true, ""};
@@ -89,7 +89,7 @@ void require_consistent(const MethodRequest& request, std::optional<char> precis
   }
 }
 
-Choice choose_method(const MatrixMarket& file, const MethodRequest& request, bool is_complex) {
+Choice choose_method(const StoredMatrix& file, const MethodRequest& request, bool is_complex) {
   if (!request.name) return choose_by_structure(file, request.positive_definite, is_complex);
   const std::string asked = "as asked for";
   if (*request.name == "band") {
@@ -111,7 +111,7 @@ Choice choose_method(const MatrixMarket& file, const MethodRequest& request, boo
   return {method_for(factorisation, Storage::Dense), {}, true, asked};
 }
 
-void require_memory(const MatrixMarket& file, const Choice& choice, std::size_t element_size) {
+void require_memory(const StoredMatrix& file, const Choice& choice, std::size_t element_size) {
   const bool is_band = choice.method.storage == Storage::Band;
   const long double order = file.rows, size = static_cast<long double>(element_size);
   const long double columns = is_band ? copies_of_band(choice.method.factorisation, choice.band)

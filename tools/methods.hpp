@@ -8,7 +8,7 @@
 
 #include "band_matrix.hpp"
 #include "base/types.hpp"
-#include "matrix_market.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -44,12 +44,12 @@ struct Choice {
 };
 
 /// The method for the matrix of a file, in complex arithmetic or not.
-Choice choose_method(const MatrixMarket& file, const MethodRequest& request, bool is_complex);
+Choice choose_method(const StoredMatrix& file, const MethodRequest& request, bool is_complex);
 
 /// LU factorisation in the storage that pays for the matrix of a file.
-Choice choose_lu(const MatrixMarket& file);
+Choice choose_lu(const StoredMatrix& file);
 
 /// Throws FileError if the machine can't hold what a solve by the method takes.
-void require_memory(const MatrixMarket& file, const Choice& choice, std::size_t element_size);
+void require_memory(const StoredMatrix& file, const Choice& choice, std::size_t element_size);
 
 }  // namespace nuv::tools

@@ -49,7 +49,7 @@ void tell_two_norm(DenseMatrix<T> a, const std::string& file, Report& report) {
 }
 
 template <Scalar T>
-void show_norms_in(MatrixMarket file, const NormOptions& options, Report& report, Stopwatch& stopwatch) {
+void show_norms_in(StoredMatrix file, const NormOptions& options, Report& report, Stopwatch& stopwatch) {
   const bool is_square = file.rows == file.columns;
   const Choice choice = is_square && !options.two ? choose_lu(file) : Choice{};
   if (is_square && !options.two && choice.method.storage == Storage::Band) {
@@ -75,7 +75,7 @@ void show_norms(const NormOptions& options) {
   Report report("norm");
   Stopwatch stopwatch;
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     report.matrix("matrix", "matrix", file.rows, file.columns, file.file);
     const char precision = precision_for(options.precision, {&file});
     report.fact("precision", std::string(1, precision));

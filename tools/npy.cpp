@@ -216,11 +216,11 @@ Int dimension(std::int64_t size, const std::string& file) {
   return static_cast<Int>(size);
 }
 
-MatrixMarket matrix_of(const Header& header, const Element& element, const std::string& file) {
+StoredMatrix matrix_of(const Header& header, const Element& element, const std::string& file) {
   if (header.shape.size() > 2) {
     throw FileError(file, fmt::format("an array of {} dimensions is no matrix", header.shape.size()));
   }
-  MatrixMarket matrix;
+  StoredMatrix matrix;
   matrix.file = file;
   matrix.rows = header.shape.empty() ? 1 : dimension(header.shape[0], file);
   matrix.columns = header.shape.size() < 2 ? 1 : dimension(header.shape[1], file);
@@ -233,7 +233,7 @@ MatrixMarket matrix_of(const Header& header, const Element& element, const std::
 /// Reads the elements of a matrix in the order in which they stand.
 class ElementReader {
  public:
-  ElementReader(Input& input, const Element& element, const MatrixMarket& matrix, bool by_columns, Precision precision)
+  ElementReader(Input& input, const Element& element, const StoredMatrix& matrix, bool by_columns, Precision precision)
       : input_(input), element_(element), matrix_(matrix), by_columns_(by_columns), precision_(precision) {}
 
   std::vector<double> read() {
@@ -285,17 +285,17 @@ class ElementReader {
 
   Input& input_;
   const Element element_;
-  const MatrixMarket& matrix_;
+  const StoredMatrix& matrix_;
   bool by_columns_;
   Precision precision_;
 };
 
 }  // namespace
 
-MatrixMarket read_npy(Input& input, Precision precision) {
+StoredMatrix read_npy(Input& input, Precision precision) {
   const Header header = read_header(input);
   const Element element = element_of(header.type, input.name());
-  MatrixMarket matrix = matrix_of(header, element, input.name());
+  StoredMatrix matrix = matrix_of(header, element, input.name());
   const bool by_columns = header.by_columns || matrix.rows <= 1 || matrix.columns <= 1;
   if (const auto shortage =
           memory_shortage(matrix.rows, matrix.columns, element.parts() * sizeof(double), by_columns ? 1 : 2, "read")) {

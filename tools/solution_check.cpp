@@ -22,12 +22,12 @@ namespace {
 constexpr long double threshold = 10;
 
 struct Files {
-  MatrixMarket a, x, b;
+  StoredMatrix a, x, b;
 };
 
 void require_matching_sizes(const Files& files) {
   const auto& [a, x, b] = files;
-  const auto refuse = [](const MatrixMarket& file, const std::string& message) {
+  const auto refuse = [](const StoredMatrix& file, const std::string& message) {
     throw FileError(file.file, file.size_line, message);
   };
   if (x.rows != a.columns) {
@@ -70,7 +70,7 @@ void judge(const Matrix& a, const DenseMatrix<T>& x, const DenseMatrix<T>& b, Re
   }
 }
 
-void require_memory(const MatrixMarket& file, std::size_t element_size) {
+void require_memory(const StoredMatrix& file, std::size_t element_size) {
   if (const auto shortage = memory_shortage(file.rows, file.columns, element_size, 1, "judge")) {
     throw FileError(file.file, file.size_line, *shortage);
   }
@@ -106,7 +106,7 @@ void judge_solution(const SolutionOptions& options) {
     const auto read = [&](const std::string& file) { return read_in(options.precision, file, options.format); };
     Files files{read(options.matrix_file), read(options.solution_file), read(options.right_hand_side_file)};
     require_matching_sizes(files);
-    const auto tell = [&](std::string_view label, const char* key, const MatrixMarket& file) {
+    const auto tell = [&](std::string_view label, const char* key, const StoredMatrix& file) {
       report.matrix(label, key, file.rows, file.columns, file.file);
     };
     tell("matrix", "matrix", files.a);

@@ -17,17 +17,17 @@
 #include "error.hpp"
 #include "estimate.hpp"
 #include "lu_factors.hpp"
-#include "matrix_market.hpp"
 #include "output.hpp"
 #include "report.hpp"
 #include "residual.hpp"
 #include "solvers.hpp"
+#include "stored_matrix.hpp"
 #include "symmetry_check.hpp"
 
 namespace nuv::tools {
 namespace {
 
-void require_right_hand_sides_of(const MatrixMarket& a, const MatrixMarket& b) {
+void require_right_hand_sides_of(const StoredMatrix& a, const StoredMatrix& b) {
   if (b.rows == a.rows) return;
   throw FileError(b.file, b.size_line,
                   fmt::format("the right-hand sides have {} rows, the matrix has order {}", b.rows, a.rows));

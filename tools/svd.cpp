@@ -13,7 +13,6 @@
 #include "equations.hpp"
 #include "error.hpp"
 #include "estimate.hpp"
-#include "matrix_market.hpp"
 #include "memory.hpp"
 #include "numerical_rank.hpp"
 #include "output.hpp"
@@ -22,6 +21,7 @@
 #include "singular_residual.hpp"
 #include "singular_solver.hpp"
 #include "spectrum_plot.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 namespace {
@@ -43,7 +43,7 @@ SingularVectors vectors_for(const SingularOptions& options, Int rows, Int column
 
 /// With vectors, the residual needs the matrix once more, and right ones are turned before they are written.
 template <Scalar T>
-void require_memory_for(const MatrixMarket& file, SingularVectors vectors, bool right) {
+void require_memory_for(const StoredMatrix& file, SingularVectors vectors, bool right) {
   long double bytes = bytes_to_decompose<T>(file.rows, file.columns, vectors);
   const long double itself = static_cast<long double>(file.rows) * file.columns;
   if (vectors != SingularVectors::None) bytes += sizeof(T) * itself;
@@ -102,7 +102,7 @@ struct Outputs {
 };
 
 template <Scalar T>
-void decompose_in(MatrixMarket file, const SingularOptions& options, Stopwatch& stopwatch, Outputs& outputs) {
+void decompose_in(StoredMatrix file, const SingularOptions& options, Stopwatch& stopwatch, Outputs& outputs) {
   const Int rows = file.rows, columns = file.columns;
   const SingularVectors vectors = vectors_for(options, rows, columns);
   require_memory_for<T>(file, vectors, options.right_file.has_value());
@@ -151,7 +151,7 @@ void find_singular_values(const SingularOptions& options) {
     Stopwatch stopwatch;
     if (options.plot_file) require_plotter();
     Outputs outputs(options);
-    MatrixMarket file = read_in(options.precision, options.matrix_file, options.format);
+    StoredMatrix file = read_in(options.precision, options.matrix_file, options.format);
     const char precision = precision_for(options.precision, {&file});
     in_precision(precision, [&]<Scalar T>(T) { decompose_in<T>(std::move(file), options, stopwatch, outputs); });
   });

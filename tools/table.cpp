@@ -223,7 +223,7 @@ class Collector {
     if (rows_ > most) throw FileError(matrix_.file, fmt::format("more than {} rows", most));
   }
 
-  MatrixMarket matrix(std::size_t columns) && {
+  StoredMatrix matrix(std::size_t columns) && {
     if (columns > most) throw FileError(matrix_.file, fmt::format("more than {} columns", most));
     matrix_.rows = static_cast<Int>(rows_);
     matrix_.columns = static_cast<Int>(columns);
@@ -250,7 +250,7 @@ class Collector {
     imaginary_.clear();
   }
 
-  MatrixMarket matrix_;
+  StoredMatrix matrix_;
   std::vector<double> values_, imaginary_;
   std::size_t rows_ = 0;
 };
@@ -287,7 +287,7 @@ Shape find_first_row(TextBlocks& blocks, Lines& block, Precision precision) {
 
 }  // namespace
 
-MatrixMarket read_table(Input& input, Precision precision) {
+StoredMatrix read_table(Input& input, Precision precision) {
   TextBlocks blocks(input);
   Lines block = blocks.next();
   if (block.text.empty()) throw FileError(input.name(), 1, "the file is empty");

@@ -3,7 +3,7 @@
 // Reader of plain tables: rows of numbers with commas, semicolons or blanks between them.
 
 #include "input.hpp"
-#include "matrix_market.hpp"
+#include "stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -11,6 +11,6 @@ namespace nuv::tools {
 /// number of them. A first row without a number is a header and skipped. Lines whose first word begins with # or % are
 /// comments. Complex numbers are written 1+2i, with i or j, perhaps in parentheses. Throws FileError for whatever isn't
 /// such a table of finite numbers with equally many in each row.
-MatrixMarket read_table(Input& input, Precision precision);
+StoredMatrix read_table(Input& input, Precision precision);
 
 }  // namespace nuv::tools

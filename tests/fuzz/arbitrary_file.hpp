@@ -11,7 +11,7 @@
 
 #include "tools/error.hpp"
 #include "tools/input.hpp"
-#include "tools/matrix_market.hpp"
+#include "tools/stored_matrix.hpp"
 
 namespace nuv::tools {
 
@@ -19,7 +19,7 @@ inline void require(bool condition) {
   if (!condition) std::abort();
 }
 
-inline void check(const MatrixMarket& matrix) {
+inline void check(const StoredMatrix& matrix) {
   require(matrix.rows >= 0 && matrix.columns >= 0);
   if (matrix.layout == Layout::Coordinate) {
     require(matrix.row_of.size() == matrix.stored() && matrix.column_of.size() == matrix.stored());

@@ -7,19 +7,20 @@
 #include <vector>
 
 #include "tools/error.hpp"
+#include "tools/matrix_market.hpp"
 
 namespace nuv::tools {
 namespace {
 
 using Complex = std::complex<double>;
 
-MatrixMarket read(const std::string& symmetry, const std::string& text, const std::string& field = "real") {
+StoredMatrix read(const std::string& symmetry, const std::string& text, const std::string& field = "real") {
   const std::string file = "%%MatrixMarket matrix coordinate " + field + " " + symmetry + "\n" + text;
   Input input = Input::of(file, "test.mtx");
   return read_matrix_market(input, Precision::Double);
 }
 
-std::pair<Int, Int> widths(const MatrixMarket& file) {
+std::pair<Int, Int> widths(const StoredMatrix& file) {
   const Bandwidth band = bandwidth_of(file);
   return {band.lower, band.upper};
 }

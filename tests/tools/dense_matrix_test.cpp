@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "tools/error.hpp"
+#include "tools/matrix_market.hpp"
 #include "tools/matrix_writer.hpp"
 
 namespace nuv::tools {

@@ -20,7 +20,7 @@ namespace nuv::test {
 namespace {
 
 using tools::Layout;
-using tools::MatrixMarket;
+using tools::StoredMatrix;
 using tools::Symmetry;
 using Complex = std::complex<long double>;
 using Dense = WideMatrix<std::complex<double>>;
@@ -47,7 +47,7 @@ Words operator+(Words a, const Words& b) {
 /// A matrix as its file holds it, and with all elements.
 struct Made {
   std::string text, account;
-  MatrixMarket file;
+  StoredMatrix file;
   Dense a;
 };
 

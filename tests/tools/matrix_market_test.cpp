@@ -20,12 +20,12 @@ namespace {
 using Complex = std::complex<double>;
 using Entry = std::tuple<Int, Int, Complex>;
 
-MatrixMarket read(const std::string& text, Precision precision = Precision::Double) {
+StoredMatrix read(const std::string& text, Precision precision = Precision::Double) {
   Input input = Input::of(text, "test.mtx");
   return read_matrix_market(input, precision);
 }
 
-std::vector<Entry> entries_of(const MatrixMarket& matrix) {
+std::vector<Entry> entries_of(const StoredMatrix& matrix) {
   std::vector<Entry> entries;
   for_each_stored(matrix, [&](Int i, Int j, Complex value) { entries.emplace_back(i, j, value); });
   return entries;
@@ -36,7 +36,7 @@ double only_value(const std::string& number, Precision precision = Precision::Do
 }
 
 TEST(MatrixMarket, ReadsAnArrayByColumns) {
-  const MatrixMarket matrix = read("%%MatrixMarket matrix array real general\n2 3\n1\n2\n3\n4\n5\n6\n");
+  const StoredMatrix matrix = read("%%MatrixMarket matrix array real general\n2 3\n1\n2\n3\n4\n5\n6\n");
   EXPECT_EQ(matrix.file, "test.mtx");
   EXPECT_EQ(matrix.size_line, 2u);
   EXPECT_EQ(matrix.layout, Layout::Array);
@@ -49,7 +49,7 @@ TEST(MatrixMarket, ReadsAnArrayByColumns) {
 }
 
 TEST(MatrixMarket, ReadsCoordinatesInTheOrderOfTheFile) {
-  const MatrixMarket matrix =
+  const StoredMatrix matrix =
       read("%%MatrixMarket matrix coordinate complex general\n3 2 3\n3 1 1 -1\n1 2 2 0\n3 1 4 8\n");
   EXPECT_EQ(matrix.layout, Layout::Coordinate);
   EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{3, 1, {1, -1}}, {1, 2, {2, 0}}, {3, 1, {4, 8}}}));
@@ -77,7 +77,7 @@ TEST(MatrixMarket, ReadsTheBannerWithoutRegardToCase) {
        {"%%MatrixMarket matrix coordinate complex hermitian", "%%matrixmarket MATRIX COORDINATE COMPLEX HERMITIAN",
         "%%MATRIXMARKET Matrix Coordinate Complex Hermitian",
         "%%MatrixMarket\tmatrix  coordinate complex\thermitian "}) {
-    const MatrixMarket matrix = read(std::string(banner) + "\n1 1 1\n1 1 7 0\n");
+    const StoredMatrix matrix = read(std::string(banner) + "\n1 1 1\n1 1 7 0\n");
     EXPECT_EQ(matrix.layout, Layout::Coordinate) << banner;
     EXPECT_TRUE(matrix.is_complex()) << banner;
     EXPECT_EQ(matrix.symmetry, Symmetry::Hermitian) << banner;
@@ -86,7 +86,7 @@ TEST(MatrixMarket, ReadsTheBannerWithoutRegardToCase) {
 }
 
 TEST(MatrixMarket, SkipsCommentsAndBlankLinesAnywhereBehindTheBanner) {
-  const MatrixMarket matrix = read(
+  const StoredMatrix matrix = read(
       "%%MatrixMarket matrix coordinate real general\n% c\n\n   \t\n%\n 2 2\t2 \n%%\n\n1 1 5\n  % indented\n\t2 2 "
       "6\t\n\n%");
   EXPECT_EQ(matrix.size_line, 6u);
@@ -100,7 +100,7 @@ TEST(MatrixMarket, TakesCommentsOfAnyLength) {
 }
 
 TEST(MatrixMarket, AcceptsCarriageReturnsAtLineEnds) {
-  const MatrixMarket matrix =
+  const StoredMatrix matrix =
       read("%%MatrixMarket matrix coordinate integer symmetric\r\n% c\r\n\r\n2 2 2\r\n1 1 5\r\n2 1 -6\r");
   EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{1, 1, 5.}, {2, 1, -6.}}));
 }
@@ -156,13 +156,13 @@ TEST(MatrixMarket, RoundsOnceToThePrecisionAskedFor) {
 }
 
 TEST(MatrixMarket, ReadsIntegersOfAnyLength) {
-  const MatrixMarket matrix =
+  const StoredMatrix matrix =
       read("%%MatrixMarket matrix array integer general\n3 1\n+12\n-9007199254740993\n100000000000000000000\n");
   EXPECT_EQ(matrix.values, (std::vector<double>{12, -9007199254740992., 1e20}));
 }
 
 TEST(MatrixMarket, TakesMemoryByTheEntriesThatAreThere) {
-  const MatrixMarket matrix =
+  const StoredMatrix matrix =
       read("%%MatrixMarket matrix coordinate real general\n2000000000 2000000000 1\n2000000000 1 5\n");
   EXPECT_EQ(entries_of(matrix), (std::vector<Entry>{{2000000000, 1, 5.}}));
   EXPECT_LT(matrix.values.capacity(), 1000u);
@@ -229,7 +229,7 @@ class LongFile : public testing::Test {
 };
 
 TEST_F(LongFile, IsReadInItsOrder) {
-  const MatrixMarket matrix = read(text());
+  const StoredMatrix matrix = read(text());
   ASSERT_EQ(matrix.stored(), static_cast<std::size_t>(rows));
   for (int k = 1; k <= rows; ++k)
     ASSERT_EQ(matrix.values[static_cast<std::size_t>(k - 1)], std::stod(std::to_string(k) + ".0000001"));
@@ -240,7 +240,7 @@ TEST_F(LongFile, IsReadInItsOrderInCoordinates) {
   for (int k = 1; k <= rows; ++k) {
     text += std::to_string(k) + " " + std::to_string(k % 9 + 1) + " " + std::to_string(-k) + "\n";
   }
-  const MatrixMarket matrix = read(text);
+  const StoredMatrix matrix = read(text);
   ASSERT_EQ(matrix.stored(), static_cast<std::size_t>(rows));
   ASSERT_EQ(matrix.row_of.size(), matrix.stored());
   ASSERT_EQ(matrix.column_of.size(), matrix.stored());
@@ -255,7 +255,7 @@ TEST_F(LongFile, IsReadInItsOrderInCoordinates) {
 TEST_F(LongFile, MayBeginWithManyComments) {
   std::string text = "%%MatrixMarket matrix array real general\n";
   for (int k = 0; k < 10000; ++k) text += "%" + std::string(999, 'x') + "\n";
-  const MatrixMarket matrix = read(text + "1 2\n5\n6\n");
+  const StoredMatrix matrix = read(text + "1 2\n5\n6\n");
   EXPECT_EQ(matrix.size_line, 10002u);
   EXPECT_EQ(matrix.values, (std::vector<double>{5, 6}));
 }

@@ -16,7 +16,7 @@
 namespace nuv::tools {
 namespace {
 
-MatrixMarket read(const std::string& bytes, Precision precision = Precision::Double) {
+StoredMatrix read(const std::string& bytes, Precision precision = Precision::Double) {
   Input input = Input::of(bytes, "test.npy");
   return read_npy(input, precision);
 }
@@ -64,12 +64,12 @@ void expect_read(const std::string& type, Field field) {
   for (const bool swapped : {false, true}) {
     const std::string name = (sizeof(T) == 1 ? "|" : swapped ? ">" : "<") + type;
     SCOPED_TRACE(name);
-    const MatrixMarket by_columns = read(head(name, true, "(2, 3)") + bytes_of(numbers, swapped));
+    const StoredMatrix by_columns = read(head(name, true, "(2, 3)") + bytes_of(numbers, swapped));
     EXPECT_EQ(by_columns.values, (std::vector<double>{1, 2, 3, 100, 5, 6}));
     EXPECT_EQ(by_columns.field, field);
     EXPECT_EQ(by_columns.rows, 2);
     EXPECT_EQ(by_columns.columns, 3);
-    const MatrixMarket by_rows = read(head(name, false, "(2, 3)") + bytes_of(numbers, swapped));
+    const StoredMatrix by_rows = read(head(name, false, "(2, 3)") + bytes_of(numbers, swapped));
     EXPECT_EQ(by_rows.values, (std::vector<double>{1, 100, 2, 5, 3, 6}));
   }
 }
@@ -91,7 +91,7 @@ TEST(Npy, ReadsComplexNumbers) {
   const std::vector<double> numbers = {1, -2, 3, 4, 5, 6, 7, 8};
   EXPECT_EQ(read(head("<c16", false, "(2, 2)") + bytes_of(numbers)).values,
             (std::vector<double>{1, -2, 5, 6, 3, 4, 7, 8}));
-  const MatrixMarket swapped = read(head(">c16", true, "(2, 2)") + bytes_of(numbers, true));
+  const StoredMatrix swapped = read(head(">c16", true, "(2, 2)") + bytes_of(numbers, true));
   EXPECT_EQ(swapped.values, numbers);
   EXPECT_TRUE(swapped.is_complex());
   EXPECT_EQ(read(head("<c8", true, "(4, 1)") + bytes_of(std::vector<float>{1, -2, 3, 4, 5, 6, 7, 8})).values, numbers);
@@ -116,11 +116,11 @@ TEST(Npy, TakesEachVersionAndSpelling) {
 
 TEST(Npy, TakesFewerDimensions) {
   const std::string three = bytes_of(std::vector<double>{7, 8, 9});
-  const MatrixMarket column = read(head("<f8", false, "(3,)") + three);
+  const StoredMatrix column = read(head("<f8", false, "(3,)") + three);
   EXPECT_EQ(column.rows, 3);
   EXPECT_EQ(column.columns, 1);
   EXPECT_EQ(column.values, (std::vector<double>{7, 8, 9}));
-  const MatrixMarket scalar = read(head("<f8", false, "()") + bytes_of(std::vector<double>{7}));
+  const StoredMatrix scalar = read(head("<f8", false, "()") + bytes_of(std::vector<double>{7}));
   EXPECT_EQ(scalar.rows, 1);
   EXPECT_EQ(scalar.columns, 1);
   EXPECT_EQ(read(head("<f8", false, "(0, 3)")).stored(), 0u);

@@ -10,7 +10,7 @@
 namespace nuv::tools {
 namespace {
 
-MatrixMarket read(const std::string& text, Precision precision = Precision::Double) {
+StoredMatrix read(const std::string& text, Precision precision = Precision::Double) {
   Input input = Input::of(text, "test.csv");
   return read_table(input, precision);
 }
@@ -25,7 +25,7 @@ std::string message(const std::string& text, Precision precision = Precision::Do
 }
 
 void expect_two_by_three(const std::string& text) {
-  const MatrixMarket matrix = read(text);
+  const StoredMatrix matrix = read(text);
   EXPECT_EQ(matrix.rows, 2) << text;
   EXPECT_EQ(matrix.columns, 3) << text;
   EXPECT_EQ(matrix.values, (std::vector<double>{1, 4, 2, 5, -3, 6})) << text;
@@ -62,7 +62,7 @@ TEST(Table, TakesCommentsAloneForATableWithoutRows) {
 }
 
 TEST(Table, ReadsComplexNumbers) {
-  const MatrixMarket matrix = read("1,2\n3-4i,5e-1j\n(6),(7+8.5j)\n");
+  const StoredMatrix matrix = read("1,2\n3-4i,5e-1j\n(6),(7+8.5j)\n");
   EXPECT_TRUE(matrix.is_complex());
   EXPECT_EQ(matrix.field_line, 2u);
   EXPECT_EQ(matrix.rows, 3);
@@ -81,7 +81,7 @@ TEST(Table, ReadsLongTablesInTheirOrder) {
   for (int k = 1; k <= rows; ++k) {
     text += std::to_string(k) + ", " + std::to_string(-k) + (is_complex(k) ? "+1i" : "") + ",         0.5\n";
   }
-  const MatrixMarket matrix = read(text);
+  const StoredMatrix matrix = read(text);
   ASSERT_EQ(matrix.rows, rows);
   ASSERT_EQ(matrix.columns, 3);
   EXPECT_EQ(matrix.field_line, static_cast<std::size_t>(rows / 2));
@@ -101,7 +101,7 @@ TEST(Table, ReadsAHeaderAsLongAsABlock) {
     header += "xyz,";
     row += "111,";
   }
-  const MatrixMarket matrix = read(header + "\n" + row + "111\n");
+  const StoredMatrix matrix = read(header + "\n" + row + "111\n");
   EXPECT_EQ(matrix.rows, 1);
   EXPECT_EQ(matrix.columns, columns + 1);
 }
