@@ -32,6 +32,9 @@ struct EigenvalueArray<R> {
     std::swap(imaginary[i - 1], imaginary[j - 1]);
   }
 
+  /// Whether the i-th is the first of a conjugate pair.
+  bool starts_pair(Int i) const { return imaginary[i - 1] > 0; }
+
   /// |re| + |im|.
   R size(Int i) const { return std::abs(real[i - 1]) + std::abs(imaginary[i - 1]); }
 
@@ -50,6 +53,7 @@ struct EigenvalueArray<T> {
   void set(Int i, T value) const { values[i - 1] = value; }
   void copy(Int from, Int to) const { values[to - 1] = values[from - 1]; }
   void exchange(Int i, Int j) const { std::swap(values[i - 1], values[j - 1]); }
+  bool starts_pair(Int) const { return false; }
   Real<T> size(Int i) const { return abs1(values[i - 1]); }
 
   template <class Call>

@@ -91,9 +91,9 @@ void normalise_pair(Int n, Vector<T> u, Vector<T> v, T* squares) {
 }
 
 template <RealScalar T>
-void normalise(Int n, const Spectrum<T>& w, Matrix<T> V, T* squares) {
+void normalise(Int n, const EigenvalueArray<T>& w, Matrix<T> V, T* squares) {
   for (Int i = 1; i <= n; ++i) {
-    if (w.im[i - 1] == 0) {
+    if (w.imaginary[i - 1] == 0) {
       blas::scal(n, 1 / blas::nrm2(n, column(V, 1, i)), column(V, 1, i));
     } else if (w.starts_pair(i)) {
       normalise_pair(n, column(V, 1, i), column(V, 1, i + 1), squares);
@@ -102,7 +102,7 @@ void normalise(Int n, const Spectrum<T>& w, Matrix<T> V, T* squares) {
 }
 
 template <ComplexScalar T>
-void normalise(Int n, const Spectrum<T>&, Matrix<T> V, Real<T>* squares) {
+void normalise(Int n, const EigenvalueArray<T>&, Matrix<T> V, Real<T>* squares) {
   using R = Real<T>;
   for (Int i = 1; i <= n; ++i) {
     const Vector<T> v = column(V, 1, i);
@@ -141,7 +141,7 @@ bool is_bad_ld(Int ld, bool wanted, Int n) {
 
 /// Both members; rwork is for complex ones.
 template <Scalar T>
-void drive(char jobvl, char jobvr, Int n, Matrix<T> A, const Spectrum<T>& w, Matrix<T> VL, Matrix<T> VR, T* work,
+void drive(char jobvl, char jobvr, Int n, Matrix<T> A, const EigenvalueArray<T>& w, Matrix<T> VL, Matrix<T> VR, T* work,
            Int lwork, Real<T>* rwork, Int& info) {
   const VectorPair<T> V{is_wanted(jobvl), is_wanted(jobvr), VL, VR};
   info = 0;
@@ -206,8 +206,8 @@ void find_conditions(const SchurSpine<T>& spine, const VectorPair<T>& V, const C
 
 /// Both members; second is iwork, in complex precisions rwork.
 template <Scalar T, class Second>
-void drive_with_conditions(char jobvl, char jobvr, Int n, Matrix<T> A, const Spectrum<T>& w, Matrix<T> VL, Matrix<T> VR,
-                           const Conditions<T>& wanted, T* work, Int lwork, Second* second, Int& info) {
+void drive_with_conditions(char jobvl, char jobvr, Int n, Matrix<T> A, const EigenvalueArray<T>& w, Matrix<T> VL,
+                           Matrix<T> VR, const Conditions<T>& wanted, T* work, Int lwork, Second* second, Int& info) {
   const VectorPair<T> V{is_wanted(jobvl), is_wanted(jobvr), VL, VR};
   info = 0;
   if (!is_one_of(wanted.balancing, 'N', 'P', 'S', 'B')) info = -1;

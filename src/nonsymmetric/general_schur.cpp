@@ -19,7 +19,7 @@ struct SchurProblem {
   Select<T> select;
   Int n;
   Matrix<T> A;
-  Spectrum<T> w;
+  EigenvalueArray<T> w;
   Matrix<T> Z;
 
   bool with_vectors() const { return same_letter(jobvs, 'V'); }
@@ -29,14 +29,11 @@ struct SchurProblem {
 
 // ------------------------------------------------------------------------------------------------------- eigenvalues
 
-template <RealScalar T>
-bool is_selected(Select<T> select, const Spectrum<T>& w, Int i) {
-  return (select(&w.re[i - 1], &w.im[i - 1]) & 1) != 0;
-}
-
-template <ComplexScalar T>
-bool is_selected(Select<T> select, const Spectrum<T>& w, Int i) {
-  return (select(&w.w[i - 1]) & 1) != 0;
+template <Scalar T>
+bool is_selected(Select<T> select, const EigenvalueArray<T>& w, Int i) {
+  Logical answer = 0;
+  w.from(i).give_to([&](auto*... parts) { answer = select(parts...); });
+  return (answer & 1) != 0;
 }
 
 /// Makes blocks triangular of which the element above the diagonal has underflowed, by exchanging their rows and
@@ -55,12 +52,12 @@ void split_blocks(Int n, Matrix<T> S, bool with_vectors, Matrix<T> Z) {
 
 /// The eigenvalues first ... last, anew from the diagonal blocks of S.
 template <Scalar T>
-void read_values(Int first, Int last, Matrix<T> S, const Spectrum<T>& w) {
+void read_values(Int first, Int last, Matrix<T> S, const EigenvalueArray<T>& w) {
   const Int count = last - first + 1;
   if constexpr (RealScalar<T>) {
-    read_eigenvalues<T>(count, block(S, first, first), w.re + (first - 1), w.im + (first - 1));
+    read_eigenvalues<T>(count, block(S, first, first), w.real + (first - 1), w.imaginary + (first - 1));
   } else {
-    blas::copy(count, Vector<const T>{S.at(first, first), S.ld + 1}, Vector<T>{w.w + (first - 1), 1});
+    blas::copy(count, Vector<const T>{S.at(first, first), S.ld + 1}, Vector<T>{w.values + (first - 1), 1});
   }
 }
 
@@ -84,13 +81,13 @@ Int move_in_front(const SchurSpine<T>& spine, char jobvs, Logical* chosen, Matri
                   const SubspaceConditions<T>& conditions) {
   const Int n = spine.order();
   const Matrix<T> S = spine.matrix();
-  const Spectrum<T>& w = spine.values();
+  const EigenvalueArray<T>& w = spine.values();
   Int info = 0;
   if constexpr (RealScalar<T>) {
-    trsen(conditions.sense, jobvs, chosen, n, S.data, S.ld, Z.data, Z.ld, w.re, w.im, sdim, conditions.of_mean,
+    trsen(conditions.sense, jobvs, chosen, n, S.data, S.ld, Z.data, Z.ld, w.real, w.imaginary, sdim, conditions.of_mean,
           conditions.of_subspace, spine.work(), spine.lwork(), conditions.iwork, conditions.liwork, info);
   } else {
-    trsen(conditions.sense, jobvs, chosen, n, S.data, S.ld, Z.data, Z.ld, w.w, sdim, conditions.of_mean,
+    trsen(conditions.sense, jobvs, chosen, n, S.data, S.ld, Z.data, Z.ld, w.values, sdim, conditions.of_mean,
           conditions.of_subspace, spine.work(), spine.lwork(), info);
   }
   return info;

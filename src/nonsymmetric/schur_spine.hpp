@@ -10,6 +10,7 @@
 #include "environment/block_plan.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "nonsymmetric/balancing.hpp"
+#include "nonsymmetric/eigenvalue_array.hpp"
 #include "nonsymmetric/hessenberg_qr.hpp"
 #include "nonsymmetric/hessenberg_reduction.hpp"
 #include "orthogonal/q_of_reductions.hpp"
@@ -17,28 +18,11 @@
 
 namespace nuv {
 
-/// Where a driver leaves its eigenvalues: complex ones, or their real and imaginary parts.
+/// Takes a scaling back from `count` eigenvalues, the first-th and those behind it.
 template <Scalar T>
-struct Spectrum {
-  T* w;
-
-  bool starts_pair(Int) const { return false; }
-
-  /// Takes a scaling back from `count` of them, the first-th and those behind it.
-  void undo(const NormScaling<Real<T>>& scaling, Int first, Int count) const { scaling.undo(count, w + (first - 1)); }
-};
-
-template <RealScalar T>
-struct Spectrum<T> {
-  T *re, *im;
-
-  bool starts_pair(Int i) const { return im[i - 1] > 0; }
-
-  void undo(const NormScaling<T>& scaling, Int first, Int count) const {
-    scaling.undo(count, re + (first - 1));
-    scaling.undo(count, im + (first - 1));
-  }
-};
+void undo(const NormScaling<Real<T>>& scaling, const EigenvalueArray<T>& w, Int first, Int count) {
+  w.from(first).give_to([&](auto*... parts) { (scaling.undo(count, parts), ...); });
+}
 
 /// The position of an argument behind the eigenvalues: complex members have one argument less there.
 template <Scalar T>
@@ -48,20 +32,17 @@ constexpr Int behind_values(Int position_in_real_member) {
 
 /// hseqr, which returns its info.
 template <Scalar T>
-Int iterate(char job, char compz, Int n, Int ilo, Int ihi, Matrix<T> H, const Spectrum<T>& w, Matrix<T> Z, T* work,
-            Int lwork) {
+Int iterate(char job, char compz, Int n, Int ilo, Int ihi, Matrix<T> H, const EigenvalueArray<T>& w, Matrix<T> Z,
+            T* work, Int lwork) {
   Int info = 0;
-  if constexpr (RealScalar<T>) {
-    hseqr(job, compz, n, ilo, ihi, H.data, H.ld, w.re, w.im, Z.data, Z.ld, work, lwork, info);
-  } else {
-    hseqr(job, compz, n, ilo, ihi, H.data, H.ld, w.w, Z.data, Z.ld, work, lwork, info);
-  }
+  w.give_to(
+      [&](auto*... parts) { hseqr(job, compz, n, ilo, ihi, H.data, H.ld, parts..., Z.data, Z.ld, work, lwork, info); });
   return info;
 }
 
 /// The best workspace of the steps below for order n > 0, counted from tau on. work is where hseqr answers.
 template <Scalar T>
-std::int64_t best_schur_workspace(char job, char compz, Int n, Matrix<T> A, const Spectrum<T>& w, Matrix<T> Z,
+std::int64_t best_schur_workspace(char job, char compz, Int n, Matrix<T> A, const EigenvalueArray<T>& w, Matrix<T> Z,
                                   T* work) {
   const Tuning<T> reduction{.name = RoutineName<T>("GEHRD"), .n1 = n, .n2 = 1, .n3 = n, .n4 = 0};
   std::int64_t best = n + std::int64_t{n} * reduction.block_size();
@@ -81,7 +62,7 @@ class SchurSpine {
   ///
   /// scale   n elements for balance
   /// tau     lwork elements, n of them for the factors of the reflectors and as many more at least
-  SchurSpine(Int n, Matrix<T> A, const Spectrum<T>& w, Real<T>* scale, T* tau, Int lwork)
+  SchurSpine(Int n, Matrix<T> A, const EigenvalueArray<T>& w, Real<T>* scale, T* tau, Int lwork)
       : n_(n), A_(A), w_(w), scale_(scale), tau_(tau), lwork_(lwork), scaling_(n, n, A) {}
 
   /// gebal with one of its jobs.
@@ -110,13 +91,13 @@ class SchurSpine {
   /// Takes the scaling back from all eigenvalues, or from those that are there where `missing`, what iterate returned,
   /// is not zero.
   void unscale_values(Int missing) const {
-    w_.undo(scaling_, missing + 1, n_ - missing);
-    if (missing > 0) w_.undo(scaling_, 1, ilo_ - 1);
+    undo(scaling_, w_, missing + 1, n_ - missing);
+    if (missing > 0) undo(scaling_, w_, 1, ilo_ - 1);
   }
 
   Int order() const { return n_; }
   Matrix<T> matrix() const { return A_; }
-  const Spectrum<T>& values() const { return w_; }
+  const EigenvalueArray<T>& values() const { return w_; }
   const NormScaling<Real<T>>& scaling() const { return scaling_; }
   Int ilo() const { return ilo_; }
   Int ihi() const { return ihi_; }
@@ -128,7 +109,7 @@ class SchurSpine {
  private:
   Int n_;
   Matrix<T> A_;
-  Spectrum<T> w_;
+  EigenvalueArray<T> w_;
   Real<T>* scale_;
   T* tau_;
   Int lwork_;
@@ -144,7 +125,7 @@ inline constexpr Int columns_before_tau = RealScalar<T> ? 1 : 0;
 
 /// The matrix of such a driver.
 template <Scalar T>
-SchurSpine<T> spine_in_workspace(Int n, Matrix<T> A, const Spectrum<T>& w, T* work, Int lwork, Real<T>* rwork) {
+SchurSpine<T> spine_in_workspace(Int n, Matrix<T> A, const EigenvalueArray<T>& w, T* work, Int lwork, Real<T>* rwork) {
   if constexpr (RealScalar<T>) {
     return {n, A, w, work, work + n, lwork - n};
   } else {
