@@ -79,7 +79,7 @@ void add_nonsymmetric(DriverList& drivers) {
   drivers.add("gehrd", 150, []<Scalar T>(CallIn<T> c, Int n) {
     const Range range(c, n);
     GuardedMatrix<T> H = copy_of(c.matrix("A", n, n), n);
-    std::vector<T> tau(std::size_t(n));
+    std::vector<T> tau(static_cast<std::size_t>(n));
     c.with_workspace(n, [&](auto* work, Int lwork) {
       routine_call::gehrd(n, range.ilo, range.ihi, Matrix<T>(H), tau.data(), work, lwork, c.info());
     });
