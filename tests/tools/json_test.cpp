@@ -72,6 +72,10 @@ TEST_F(JsonReport, KeysOfEachCommand) {
   EXPECT_EQ(keys_of(report({"eig", "S.mtx", "-o", "w.mtx", "--vectors", "Z.mtx"})),
             (Keys{"command", "matrix", "eigenvalues", "found_by", "precision", "residual", "orthogonality", "time",
                   "threads"}));
+  EXPECT_EQ(keys_of(report({"eig", "S.mtx", "-o", "w.mtx", "--vectors", "V.mtx", "--left", "U.mtx", "--schur", "T.mtx",
+                            "--conditions"})),
+            (Keys{"command", "matrix", "eigenvalues", "complex", "found_by", "precision", "residual", "left_residual",
+                  "schur_residual", "conditions", "separations", "time", "threads"}));
   EXPECT_EQ(keys_of(report({"svd", "A.mtx", "-o", "s.mtx", "--left", "U.mtx"})),
             (Keys{"command", "matrix", "singular_values", "rank", "rank_tolerance", "condition", "found_by",
                   "precision", "residual", "orthogonality", "time", "threads"}));
