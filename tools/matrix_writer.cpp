@@ -20,8 +20,8 @@ constexpr std::size_t piece = 32768;
 constexpr std::size_t longest_number = 32;
 
 /// Hands on the text of the elements of lines 1 to `lines`, of line l those from first(l) to `length`, in this order.
-/// append(text, line, k) adds an element. Pieces are put into text side by side, since that takes longer than to write
-/// it.
+/// append(text, line, k) adds an element. Pieces are put into text side by side while those before them are written:
+/// the one takes about as long as the other.
 template <class First, class Append>
 void write_side_by_side(Int lines, Int length, const TextSink& sink, First first, Append append) {
   constexpr int at_once = 1 << 16;  // some milliseconds of work
@@ -40,23 +40,29 @@ void write_side_by_side(Int lines, Int length, const TextSink& sink, First first
   };
 
   std::vector<Place> starts(processors());
-  std::vector<std::string> texts(starts.size());
+  std::vector<std::string> texts(starts.size()), finished;
+  const auto hand_on = [&] {
+    for (const std::string& text : finished) sink(text);
+  };
   for (Place place{1, first(1)}; place.line <= lines;) {
     std::size_t count = 0;
     for (; count < starts.size() && place.line <= lines; ++count) {
       starts[count] = place;
       walk(place, [](Int, Int) {});
     }
-    run_side_by_side(count, [&](std::size_t number) {
-      std::string& whole = texts[number];
+    texts.resize(count);
+    run_side_by_side(count + 1, [&](std::size_t number) {
+      if (number == 0) return hand_on();
+      std::string& whole = texts[number - 1];
       whole.clear();
       const TextSink collect = [&](std::string_view more) { whole += more; };
       NumberText text(collect);
-      walk(starts[number], [&](Int line, Int k) { append(text, line, k); });
+      walk(starts[number - 1], [&](Int line, Int k) { append(text, line, k); });
       text.flush();
     });
-    for (std::size_t number = 0; number < count; ++number) sink(texts[number]);
+    texts.swap(finished);
   }
+  hand_on();
 }
 
 template <Scalar T>
