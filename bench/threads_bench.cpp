@@ -180,6 +180,28 @@ void add_routines(int neighbours, int n) {
       routine_call::sytrf('L', n, {w.data(), n}, pivots.data(), work.data(), static_cast<int>(work.size()), info);
     };
   });
+  add_comparison("dgehrd", neighbours, n, [=] {
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), tau = std::vector<double>(n),
+            work = std::vector<double>(std::size_t(n) * 32)]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::gehrd(n, 1, n, {w.data(), n}, tau.data(), work.data(), static_cast<int>(work.size()), info);
+    };
+  });
+  add_comparison("dgeev_V", neighbours, n, [=] {
+    double lwork = 0;
+    int none = 0;
+    const Matrix<double> no_matrix{nullptr, n};
+    routine_call::geev('N', 'V', n, no_matrix, nullptr, nullptr, no_matrix, no_matrix, &lwork, -1, none);
+    return [=, a = random_numbers<double>(size), w = std::vector<double>(size), re = std::vector<double>(n),
+            im = std::vector<double>(n), v = std::vector<double>(size),
+            work = std::vector<double>(std::size_t(lwork))]() mutable {
+      w = a;
+      int info = 0;
+      routine_call::geev('N', 'V', n, {w.data(), n}, re.data(), im.data(), no_matrix, {v.data(), n}, work.data(),
+                         static_cast<int>(work.size()), info);
+    };
+  });
   add_comparison("dgetrs", neighbours, n, [=] {
     constexpr int right_hand_sides = 500;
     std::vector<double> lu = random_numbers<double>(size);
