@@ -37,19 +37,6 @@ class StoredValues {
   std::vector<Real<T>> second_;
 };
 
-/// Asks a driver for its workspace and then runs it. call(info, work...) hands it its arguments and (work, lwork).
-template <Scalar T, class Call>
-Int with_workspace(Call call) {
-  std::vector<T> work(1);
-  Int lwork = -1, info = 0;
-  call(work.data(), &lwork, &info);
-  require_accepted(info);
-  lwork = grow_to(work, std::real(work.front()));
-  call(work.data(), &lwork, &info);
-  require_accepted(info);
-  return info;
-}
-
 /// The array behind (work, lwork): real numbers for complex members alone, or integers for some of the real ones.
 template <Scalar T, class Second>
 auto second_array(std::vector<Real<T>>& reals, Second second) {

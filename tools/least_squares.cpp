@@ -44,7 +44,7 @@ class PivotedQr {
   explicit PivotedQr(DenseMatrix<T> a)
       : factors_(std::move(a)), origin_(size()), tau_(size()), norms_(ComplexScalar<T> ? 2 * size() + 1 : 0) {
     const Int m = factors_.rows, n = factors_.columns, lda = factors_.ld();
-    with_workspace([&](T* work, const Int* lwork, Int* info) {
+    with_workspace<T>([&](T* work, const Int* lwork, Int* info) {
       if constexpr (ComplexScalar<T>) {
         Routines<T>::geqp3(&m, &n, factors_.elements.data(), &lda, origin_.data(), tau_.data(), work, lwork,
                            norms_.data(), info);
@@ -94,21 +94,9 @@ class PivotedQr {
     }
   }
 
-  /// Asks a routine for its workspace and then runs it.
-  template <class Call>
-  static void with_workspace(Call call) {
-    std::vector<T> work(1);
-    Int lwork = -1, info = 0;
-    call(work.data(), &lwork, &info);
-    require_accepted(info);
-    lwork = grow_to(work, std::real(work.front()));
-    call(work.data(), &lwork, &info);
-    require_accepted(info);
-  }
-
   void apply(char trans, DenseMatrix<T>& b) {
     const Int m = b.rows, nrhs = b.columns, k = factors_.columns, lda = factors_.ld(), ldb = b.ld();
-    with_workspace([&](T* work, const Int* lwork, Int* info) {
+    with_workspace<T>([&](T* work, const Int* lwork, Int* info) {
       Routines<T>::unmqr("L", &trans, &m, &nrhs, &k, factors_.elements.data(), &lda, tau_.data(), b.elements.data(),
                          &ldb, work, lwork, info, 1, 1);
     });

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <limits>
 #include <stdexcept>
@@ -39,6 +40,19 @@ Int grow_to(std::vector<Element>& array, Answer answer) {
 /// A routine that refuses an argument shows an error of the command, not of its user.
 inline void require_accepted(Int info) {
   if (info < 0) throw std::logic_error("argument " + std::to_string(-info) + " of a routine was refused");
+}
+
+/// Asks a routine for its workspace and then runs it; gives its info. call(work, lwork, info) hands it its arguments.
+template <Scalar T, class Call>
+Int with_workspace(Call call) {
+  std::vector<T> work(1);
+  Int lwork = -1, info = 0;
+  call(work.data(), &lwork, &info);
+  require_accepted(info);
+  lwork = grow_to(work, std::real(work.front()));
+  call(work.data(), &lwork, &info);
+  require_accepted(info);
+  return info;
 }
 
 }  // namespace nuv::tools

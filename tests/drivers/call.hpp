@@ -5,6 +5,7 @@
 //
 // The same names and options give the same numbers, so that a call can be made again with one thing changed.
 
+#include <algorithm>
 #include <array>
 #include <initializer_list>
 #include <string>
@@ -103,6 +104,15 @@ class Call {
   std::vector<Array> arrays_;
   std::vector<double> results_;
 };
+
+/// A copy of an m by n matrix for routines that are called with arrays of their own.
+template <Scalar T>
+GuardedMatrix<T> copy_of(Matrix<T> A, Int m, Int n) {
+  GuardedMatrix<T> copy(m, n, m);
+  for (Int j = 1; j <= n; ++j) std::copy_n(A.at(1, j), m, &copy(1, j));
+  copy.seal();
+  return copy;
+}
 
 /// Whether a call gave what another one did, up to rounding: in each result an error of at most 10 n eps times its
 /// largest magnitude, with n the longest side of an array.

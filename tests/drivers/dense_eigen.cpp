@@ -24,10 +24,7 @@ void add_driver(DriverList& drivers, const std::string& ending, Int order) {
   add(drivers, "sy" + ending, "he" + ending, order, [](auto c, Int n) {
     using T = ScalarOf<decltype(c)>;
     const char jobz = c.one_of({'N', 'V'}), uplo = c.one_of({'U', 'L'});
-    const Matrix<T> A = c.matrix("A", n, n);
-    GuardedMatrix<T> copy(n, n, n);
-    for (Int j = 1; j <= n; ++j) std::copy(A.at(1, j), A.at(n + 1, j), &copy(1, j));
-    copy.seal();
+    const GuardedMatrix<T> copy = copy_of(c.matrix("A", n, n), n, n);
     const DenseCall<T> solved = solve<Driver<T>>(DenseCall<T>(jobz, uplo, copy));
     c.info() = solved.info;
     Real<T>* const w = c.real_result("w", n);

@@ -44,10 +44,7 @@ void add_divided_svd(DriverList& drivers) {
                                             {1, 2, 'O'},
                                             {1, 2, 'A'}});
     const Int rows = way.rows * n, columns = way.columns * n;
-    const Matrix<T> A = c.matrix("A", rows, columns);
-    GuardedMatrix<T> copy(rows, columns, rows);
-    for (Int j = 1; j <= columns; ++j) std::copy(A.at(1, j), A.at(rows + 1, j), &copy(1, j));
-    copy.seal();
+    const GuardedMatrix<T> copy = copy_of(c.matrix("A", rows, columns), rows, columns);
     const DividedCall<T> call(way.job, copy);
     const auto solved = call.solved(c.one_of({divided_sizes<T>(way.job, rows, columns).least, call.best()}));
     c.info() = solved.info;

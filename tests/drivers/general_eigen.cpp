@@ -21,14 +21,6 @@ Selector<T> right_half() {
   }
 }
 
-template <Scalar T>
-GuardedMatrix<T> copy_of(Matrix<T> A, Int n) {
-  GuardedMatrix<T> copy(n, n, n);
-  for (Int j = 1; j <= n; ++j) std::copy(A.at(1, j), A.at(n + 1, j), &copy(1, j));
-  copy.seal();
-  return copy;
-}
-
 /// Sums of the eigenvalues and of their squares: single ones may hang on roundings much more.
 template <Scalar T>
 void add_sums(auto& c, const GeneralCall<T>& solved) {
@@ -47,7 +39,7 @@ template <template <class> class Driver>
 void add_driver(DriverList& drivers, const std::string& name, Int order, auto make_call) {
   drivers.add(name, order, [make_call](auto c, Int n) {
     using T = ScalarOf<decltype(c)>;
-    const auto solved = solve<Driver<T>>(make_call(c, copy_of(c.matrix("A", n, n), n)));
+    const auto solved = solve<Driver<T>>(make_call(c, copy_of(c.matrix("A", n, n), n, n)));
     c.info() = solved.info;
     add_sums<T>(c, solved);
   });

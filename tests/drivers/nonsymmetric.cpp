@@ -52,14 +52,6 @@ Matrix<T> schur_form(Matrix<T> S, Int n) {
   return S;
 }
 
-template <Scalar T>
-GuardedMatrix<T> copy_of(Matrix<T> A, Int n) {
-  GuardedMatrix<T> copy(n, n, n);
-  for (Int j = 1; j <= n; ++j) std::copy(A.at(1, j), A.at(n + 1, j), &copy(1, j));
-  copy.seal();
-  return copy;
-}
-
 /// The sums of the eigenvalues of a Hessenberg matrix and of their squares. Its elements themselves hang on roundings:
 /// where a subdiagonal element is small, all that follow may be others.
 template <Scalar T>
@@ -78,7 +70,7 @@ void add_nonsymmetric(DriverList& drivers) {
   // Balancing moves numbers and compares sums: its own tests see what it makes of a NaN.
   drivers.add("gehrd", 150, []<Scalar T>(CallIn<T> c, Int n) {
     const Range range(c, n);
-    GuardedMatrix<T> H = copy_of(c.matrix("A", n, n), n);
+    GuardedMatrix<T> H = copy_of(c.matrix("A", n, n), n, n);
     std::vector<T> tau(static_cast<std::size_t>(n));
     c.with_workspace(n, [&](auto* work, Int lwork) {
       routine_call::gehrd(n, range.ilo, range.ihi, Matrix<T>(H), tau.data(), work, lwork, c.info());

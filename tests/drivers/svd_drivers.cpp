@@ -26,10 +26,7 @@ void add_svd_drivers(DriverList& drivers) {
                                             {1, 2, 'O', 'A'},
                                             {1, 2, 'N', 'S'}});
     const Int rows = way.rows * n, columns = way.columns * n;
-    const Matrix<T> A = c.matrix("A", rows, columns);
-    GuardedMatrix<T> copy(rows, columns, rows);
-    for (Int j = 1; j <= columns; ++j) std::copy(A.at(1, j), A.at(rows + 1, j), &copy(1, j));
-    copy.seal();
+    const GuardedMatrix<T> copy = copy_of(c.matrix("A", rows, columns), rows, columns);
     const SvdCall<T> call(way.jobu, way.jobvt, copy);
     const SvdSizes sizes = svd_sizes<T>(way.jobu, way.jobvt, rows, columns);
     const auto solved = call.solved(c.one_of({sizes.least, sizes.best}));
