@@ -7,6 +7,7 @@
 #include "environment/two_by_two.hpp"
 #include "nonsymmetric/bulge_reflector.hpp"
 #include "nonsymmetric/deflating_iteration.hpp"
+#include "nonsymmetric/hessenberg_problem.hpp"
 
 namespace nuv {
 namespace {
@@ -61,8 +62,8 @@ struct DoubleShiftIteration : SchurIteration<R> {
   ShiftPair<R> shifts(int its, Int i) {
     R h11, h21, h12, h22;
     if (Base::is_exceptional(its)) {
-      h11 = R(0.75) * s + H(i, i);
-      h12 = R(-0.4375) * s;
+      h11 = exceptional_diagonal<R> * s + H(i, i);
+      h12 = exceptional_corner<R> * s;
       h21 = s;
       h22 = h11;
     } else {
@@ -164,7 +165,7 @@ void lahqr(Logical wantt, Logical wantz, Int n, Int ilo, Int ihi, T* h, Int ldh,
     return;
   }
   DoubleShiftIteration<T> iteration{
-      {(wantt & 1) != 0, (wantz & 1) != 0, n, ilo, ihi, {h, ldh}, iloz, ihiz, {z, ldz}}, wr, wi};
+      {is_true(wantt), is_true(wantz), n, ilo, ihi, {h, ldh}, iloz, ihiz, {z, ldz}}, wr, wi};
   iteration.clear_below_subdiagonal();
   info = decouple_all(iteration);
 }

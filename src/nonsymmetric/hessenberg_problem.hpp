@@ -11,6 +11,13 @@ namespace nuv {
 /// the tuning tables say.
 inline constexpr Int least_multishift_order = 11;
 
+/// Exceptional shifts are the eigenvalues of [f s, g s; s, f s], f and g these, plus a diagonal element, for a size s
+/// of the matrix.
+template <RealScalar R>
+inline constexpr R exceptional_diagonal = R(0.75);
+template <RealScalar R>
+inline constexpr R exceptional_corner = R(-0.4375);
+
 constexpr bool is_true(Logical value) {
   return (value & 1) != 0;
 }

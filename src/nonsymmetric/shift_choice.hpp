@@ -10,13 +10,6 @@
 
 namespace nuv {
 
-/// Exceptional shifts are the eigenvalues of [f s, g s; s, f s], f and g these, plus a diagonal element, for s a sum of
-/// subdiagonal elements.
-template <RealScalar R>
-inline constexpr R exceptional_diagonal = R(0.75);
-template <RealScalar R>
-inline constexpr R exceptional_corner = R(-0.4375);
-
 /// Sorts shifts ks ... kbot by falling magnitude, so that the last are the small ones. The two of a conjugate pair have
 /// one magnitude, and stay together.
 template <Scalar T>

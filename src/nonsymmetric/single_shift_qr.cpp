@@ -7,6 +7,7 @@
 #include "nonsymmetric/bulge_reflector.hpp"
 #include "nonsymmetric/deflating_iteration.hpp"
 #include "nonsymmetric/double_shift_qr.hpp"
+#include "nonsymmetric/hessenberg_problem.hpp"
 
 namespace nuv {
 namespace {
@@ -80,7 +81,7 @@ struct SingleShiftIteration : SchurIteration<T> {
   /// The eigenvalue of the last block of order two that is nearer the last element.
   T shift(int its, Int i) const {
     T t = H(i, i);
-    if (Base::is_exceptional(its)) return R(0.75) * std::abs(H(i, i - 1).real()) + t;
+    if (Base::is_exceptional(its)) return exceptional_diagonal<R> * std::abs(H(i, i - 1).real()) + t;
     const T u = principal_root(H(i - 1, i)) * principal_root(H(i, i - 1));
     R s = abs1(u);
     if (s == 0) return t;
@@ -168,7 +169,7 @@ void lahqr(Logical wantt, Logical wantz, Int n, Int ilo, Int ihi, T* h, Int ldh,
     w[ilo - 1] = H(ilo, ilo);
     return;
   }
-  SingleShiftIteration<T> iteration{{(wantt & 1) != 0, (wantz & 1) != 0, n, ilo, ihi, H, iloz, ihiz, {z, ldz}}, w};
+  SingleShiftIteration<T> iteration{{is_true(wantt), is_true(wantz), n, ilo, ihi, H, iloz, ihiz, {z, ldz}}, w};
   iteration.clear_below_subdiagonal();
   iteration.make_subdiagonal_real();
   info = decouple_all(iteration);

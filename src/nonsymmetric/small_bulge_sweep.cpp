@@ -4,6 +4,7 @@
 
 #include "nonsymmetric/accumulated_sweep.hpp"
 #include "nonsymmetric/bulge_chain.hpp"
+#include "nonsymmetric/hessenberg_problem.hpp"
 
 namespace nuv {
 
@@ -141,15 +142,13 @@ struct SmallBulgeSweep {
 };
 
 template <Scalar T>
-void sweep_with(BulgeShifts<T> shifts, Logical wantt, Logical wantz, Int kacc22, Int n, Int ktop, Int kbot, Int nshfts,
+void sweep_with(BulgeShifts<T> shifts, bool wantt, bool wantz, Int kacc22, Int n, Int ktop, Int kbot, Int nshfts,
                 Matrix<T> H, Int iloz, Int ihiz, Matrix<T> Z, Matrix<T> V, Matrix<T> U, Int nv, Matrix<T> Wv, Int nh,
                 Matrix<T> Wh) {
   const Int ns = nshfts - nshfts % 2;
   const bool accum = kacc22 == 1 || kacc22 == 2, blk22 = ns > 2 && kacc22 == 2;
   const BulgeChain<T> chain{ns / 2, ktop, kbot, shifts, H, V, {H, ktop, kbot, n}};
-  SmallBulgeSweep<T>{
-      (wantt & 1) != 0, (wantz & 1) != 0, accum, blk22, n, ktop, kbot, ns, chain, H, iloz, ihiz, Z, U, nv, Wv, nh, Wh}
-      .run();
+  SmallBulgeSweep<T>{wantt, wantz, accum, blk22, n, ktop, kbot, ns, chain, H, iloz, ihiz, Z, U, nv, Wv, nh, Wh}.run();
 }
 
 }  // namespace
@@ -160,8 +159,8 @@ void laqr5(Logical wantt, Logical wantz, Int kacc22, Int n, Int ktop, Int kbot, 
            Int ldwh) {
   if (nshfts < 2 || ktop >= kbot) return;
   pair_shifts(nshfts, sr, si);
-  sweep_with<T>({sr, si}, wantt, wantz, kacc22, n, ktop, kbot, nshfts, {h, ldh}, iloz, ihiz, {z, ldz}, {v, ldv},
-                {u, ldu}, nv, {wv, ldwv}, nh, {wh, ldwh});
+  sweep_with<T>({sr, si}, is_true(wantt), is_true(wantz), kacc22, n, ktop, kbot, nshfts, {h, ldh}, iloz, ihiz, {z, ldz},
+                {v, ldv}, {u, ldu}, nv, {wv, ldwv}, nh, {wh, ldwh});
 }
 
 template <ComplexScalar T>
@@ -169,8 +168,8 @@ void laqr5(Logical wantt, Logical wantz, Int kacc22, Int n, Int ktop, Int kbot, 
            Int iloz, Int ihiz, T* z, Int ldz, T* v, Int ldv, T* u, Int ldu, Int nv, T* wv, Int ldwv, Int nh, T* wh,
            Int ldwh) {
   if (nshfts < 2 || ktop >= kbot) return;
-  sweep_with<T>({s}, wantt, wantz, kacc22, n, ktop, kbot, nshfts, {h, ldh}, iloz, ihiz, {z, ldz}, {v, ldv}, {u, ldu},
-                nv, {wv, ldwv}, nh, {wh, ldwh});
+  sweep_with<T>({s}, is_true(wantt), is_true(wantz), kacc22, n, ktop, kbot, nshfts, {h, ldh}, iloz, ihiz, {z, ldz},
+                {v, ldv}, {u, ldu}, nv, {wv, ldwv}, nh, {wh, ldwh});
 }
 
 }  // namespace nuv
