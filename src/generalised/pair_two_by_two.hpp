@@ -14,7 +14,7 @@ namespace nuv {
 ///         [ a1  a2 ]     [ x  0 ]          [ b1  b2 ]     [ x  0 ]
 ///     U^H [  0  a3 ] Q = [ x  x ]      V^H [  0  b3 ] Q = [ x  x ]
 ///
-/// with parallel first rows, or, where `upper` is false, two lower triangular matrices into upper ones,
+/// with parallel rows, or, where `upper` is false, two lower triangular matrices into upper ones,
 ///
 ///         [ a1   0 ]     [ x  x ]          [ b1   0 ]     [ x  x ]
 ///     U^H [ a2  a3 ] Q = [ 0  x ]      V^H [ b2  b3 ] Q = [ 0  x ].
