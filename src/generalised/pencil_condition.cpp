@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <limits>
 
 #include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
@@ -140,30 +141,32 @@ bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
 ///
 /// work    copies of A and B, and behind them 4 n + 16 elements (real)
 template <Scalar T>
-Real<T> separation(Int n, DiagonalBlock pair, Matrix<const T> A, Matrix<const T> B, T* work, Int* iwork) {
+Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* work, Int* iwork) {
   using R = Real<T>;
   if (n == 1) return lapy2(magnitude(A(1, 1)), magnitude(B(1, 1)));
-  R within = 0;
-  if constexpr (RealScalar<T>) {
-    if (pair.order() == 2)
-      within = separation_within<T>(block(A, pair.first, pair.first), block(B, pair.first, pair.first));
-  }
   const std::ptrdiff_t elements = std::ptrdiff_t{n} * n;
   const Matrix<T> S{work, n}, P{work + elements, n};
-  T* const rest = work + 2 * elements;
   lacpy('F', n, n, A.data, A.ld, S.data, n);
   lacpy('F', n, n, B.data, B.ld, P.data, n);
-  if (!move_to_top(n, S, P, pair.first, rest)) return 0;
+  if (!move_to_top(n, S, P, from, work + 2 * elements)) return 0;
 
-  const Int first = is_pair<T>(S, n, 1) ? 2 : 1, others = n - first, next = first + 1;
-  if (others == 0) return within;
+  R within = std::numeric_limits<R>::infinity();
+  Int first = 1;  // a pair may have split on its way
+  if constexpr (RealScalar<T>) {
+    if (is_pair<T>(S, n, 1)) {
+      first = 2;
+      within = separation_within<T>(S, P);
+      if (n == 2) return within;
+    }
+  }
   // What lies below the diagonal blocks takes the solution.
+  const Int next = first + 1, others = n - first;
   R scale, dif;
   T least_work;
   Int info;
   tgsyl('N', 3, others, first, S.at(next, next), n, S.data, n, S.at(next, 1), n, P.at(next, next), n, P.data, n,
         P.at(next, 1), n, scale, dif, &least_work, 1, iwork, info);
-  return pair.order() == 2 ? std::min(dif, within) : dif;
+  return smaller_or_nan(dif, within);
 }
 
 /// Elements of workspace that are enough.
@@ -208,7 +211,7 @@ void tgsna(char job, char howmny, const Logical* select, Int n, const T* a, Int 
       const Real<T> condition = condition_of_value(n, block, A, B, nuv::block(U, 1, k), nuv::block(V, 1, k), work);
       std::fill_n(s + (k - 1), block.order(), condition);
     }
-    if (wants_dif) std::fill_n(dif + (k - 1), block.order(), separation(n, block, A, B, work, iwork));
+    if (wants_dif) std::fill_n(dif + (k - 1), block.order(), separation(n, block.first, A, B, work, iwork));
     k += block.order();
   });
   work[0] = as_work_size<T>(least_lwork<T>(wants_dif, n));
