@@ -5,6 +5,7 @@
 #include <complex>
 #include <limits>
 
+#include "environment/abs1.hpp"
 #include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
@@ -133,6 +134,16 @@ bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
   return info == 0;
 }
 
+/// The separation where a swap was rejected: zero, or NaN if that was because of elements that are not finite.
+template <Scalar T>
+Real<T> separation_without_swap(Int n, Matrix<const T> A, Matrix<const T> B) {
+  Real<T> zero = 0;
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= j; ++i) zero += abs1(A(i, j) * Real<T>(0)) + abs1(B(i, j) * Real<T>(0));
+  }
+  return zero;
+}
+
 /// An estimate of the separation of a block's eigenvalues from the others, and for a pair from each other: with the
 /// block in the first place,
 ///
@@ -148,7 +159,7 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   const Matrix<T> S{work, n}, P{work + elements, n};
   lacpy('F', n, n, A.data, A.ld, S.data, n);
   lacpy('F', n, n, B.data, B.ld, P.data, n);
-  if (!move_to_top(n, S, P, from, work + 2 * elements)) return 0;
+  if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
 
   R within = std::numeric_limits<R>::infinity();
   Int first = 1;  // a pair may have split on its way

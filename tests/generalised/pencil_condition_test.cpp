@@ -447,6 +447,9 @@ TYPED_TEST(PencilCondition, EndsWhateverTheNumbers) {
           for (GuardedMatrix<T>* A : {&call.S, &call.P, &call.VL}) A->seal();
           call.judge();
           EXPECT_FALSE(std::isfinite(call.s(j)));
+          bool is_seen = false;
+          for (Int k = 1; k <= 4; ++k) is_seen = is_seen || std::isnan(call.dif(k));
+          EXPECT_TRUE(is_seen || !std::isnan(odd)) << i << ", " << j;
         }
       }
     }
