@@ -22,7 +22,7 @@ struct Pair {
 };
 
 /// 0, or minus the position of the matrix that is not of its form: blocks of order two overlap in S, or one of P is
-/// singular or not diagonal.
+/// singular or not diagonal. A NaN is not to blame.
 template <RealScalar R>
 Int check_blocks(const Pair<R>& pair) {
   const auto& [n, S, P] = pair;
@@ -30,7 +30,7 @@ Int check_blocks(const Pair<R>& pair) {
   for (Int j = 1; j < n; ++j) {
     if (!is_pair<R>(S, n, j)) continue;
     overlap = overlap || is_pair<R>(S, n, j + 1);
-    spoilt = spoilt || P(j, j) == 0 || P(j + 1, j + 1) == 0 || P(j, j + 1) != 0;
+    spoilt = spoilt || P(j, j) == 0 || P(j + 1, j + 1) == 0 || std::abs(P(j, j + 1)) > 0;
   }
   return overlap ? -5 : spoilt ? -7 : 0;
 }

@@ -139,7 +139,7 @@ void tgevc(char side, char howmny, const Logical* select, Int n, const T* s, Int
   if (info == 0) {
     for (Int j = 1; j <= n; ++j) {
       count += is_wanted(j);
-      if (pair.P(j, j).imag() != 0) info = -7;
+      if (std::abs(pair.P(j, j).imag()) > 0) info = -7;  // a NaN is not to blame
     }
     if (info == 0) info = check_room(wanted, n, ldvl, ldvr, mm, count);
   }
