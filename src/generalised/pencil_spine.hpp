@@ -173,9 +173,20 @@ class PencilSpine {
     if (vectors_.right) turn('R', vectors_.R);
   }
 
+  /// Multiplies alpha and beta of a conjugate pair, where one of them would leave the range with the scaling, by what
+  /// brings it to the magnitude of its block on the diagonal: they are of that of an eigenvalue.
+  void keep_pairs_in_range() const {
+    if constexpr (RealScalar<T>) {
+      if (!scaling_of_a_.is_needed() && !scaling_of_b_.is_needed()) return;
+      for (Int i = missing_ + 1; i <= n_; ++i) {
+        if (values_.alpha.imaginary[i - 1] != 0) keep_in_range(i);
+      }
+    }
+  }
+
   /// Takes the scaling back from the eigenvalues that are there.
   void unscale_values() const {
-    if constexpr (RealScalar<T>) keep_pairs_in_range();
+    keep_pairs_in_range();
     undo(scaling_of_a_, values_.alpha, missing_ + 1, n_ - missing_);
     scaling_of_b_.undo(n_ - missing_, values_.beta + missing_);
   }
@@ -244,8 +255,8 @@ class PencilSpine {
   }
 
   Int run_qz(bool whole) {
-    const auto [left, right, L, R] = vectors_;
-    const char job = whole ? 'S' : 'E', compq = left ? 'V' : 'N', compz = right ? 'V' : 'N';
+    const char job = whole ? 'S' : 'E', compq = vectors_.left ? 'V' : 'N', compz = vectors_.right ? 'V' : 'N';
+    const Matrix<T> L = vectors_.L, R = vectors_.R;
     Int info = 0;
     values_.give_to([&](auto*... parts) {
       if constexpr (RealScalar<T>) {
@@ -260,27 +271,21 @@ class PencilSpine {
     return info > n_ ? n_ + 1 : info;
   }
 
-  /// Multiplies alpha and beta of a complex pair, where one of them would leave the range with the scaling, by what
-  /// brings it to the magnitude of its block on the diagonal: they are of that of an eigenvalue.
-  void keep_pairs_in_range() const requires RealScalar<T> {
-    if (!scaling_of_a_.is_needed() && !scaling_of_b_.is_needed()) return;
-    const auto [real, imaginary] = values_.alpha;
-    for (Int i = missing_ + 1; i <= n_; ++i) {
-      T &re = real[i - 1], &im = imaginary[i - 1], &beta = values_.beta[i - 1];
-      if (im == 0) continue;
-      const auto multiply = [&](T factor) {
-        if (!(factor > 0) || !(factor <= Machine<T>::overflow)) return;
-        re *= factor;
-        im *= factor;
-        beta *= factor;
-      };
-      const Int first = im > 0 ? i : i - 1;
-      const T largest = std::max(std::abs(re), std::abs(im));
-      if (leaves_range(scaling_of_a_, largest)) {
-        multiply(std::max(std::abs(A_(i, i)), std::abs(A_(first, first + 1))) / largest);
-      }
-      if (leaves_range(scaling_of_b_, beta)) multiply(std::abs(B_(i, i)) / beta);
+  /// The i-th eigenvalue, one of a pair.
+  void keep_in_range(Int i) const requires RealScalar<T> {
+    T &re = values_.alpha.real[i - 1], &im = values_.alpha.imaginary[i - 1], &beta = values_.beta[i - 1];
+    const auto multiply = [&](T factor) {
+      if (!(factor > 0) || !(factor <= Machine<T>::overflow)) return;
+      re *= factor;
+      im *= factor;
+      beta *= factor;
+    };
+    const Int first = im > 0 ? i : i - 1;
+    const T largest = std::max(std::abs(re), std::abs(im));
+    if (leaves_range(scaling_of_a_, largest)) {
+      multiply(std::max(std::abs(A_(i, i)), std::abs(A_(first, first + 1))) / largest);
     }
+    if (leaves_range(scaling_of_b_, beta)) multiply(std::abs(B_(i, i)) / beta);
   }
 
   static bool leaves_range(const NormScaling<T>& scaling, T x) requires RealScalar<T> {
