@@ -5,7 +5,6 @@
 
 #include "base/matrix.hpp"
 #include "environment/matrix_utilities.hpp"
-#include "environment/sums_of_squares.hpp"
 #include "generators/kronecker.hpp"
 #include "svd/svd_driver.hpp"
 
@@ -67,11 +66,16 @@ void set_corner_of_product(Matrix<const T> X, Matrix<const T> Y, Matrix<T> D) {
   }
 }
 
+template <Scalar T>
+Real<T> square(T x) {
+  return std::real(conjugate(x) * x);
+}
+
 /// The condition number of an eigenvalue that has this row in D1 or D2, and as much |w|^2 in its vectors.
 template <Scalar T>
 Real<T> condition(Int columns, const T* row, Int ld, Real<T> squares) {
   Real<T> size(1);
-  for (Int k = 0; k < columns; ++k) size += detail::sum_of_squares(row[std::ptrdiff_t{k} * ld]);
+  for (Int k = 0; k < columns; ++k) size += square(row[std::ptrdiff_t{k} * ld]);
   return std::sqrt(size / (1 + squares));
 }
 
@@ -79,9 +83,9 @@ template <Scalar T>
 void set_conditions(Int n, Matrix<const T> A, T wx, T wy, Real<T>* s) {
   for (Int i = 1; i <= n; ++i) {
     if (i <= on_top) {
-      s[i - 1] = condition(on_top, A.at(i, 1), A.ld, 3 * detail::sum_of_squares(wy));
+      s[i - 1] = condition(on_top, A.at(i, 1), A.ld, 3 * square(wy));
     } else if (i <= core) {
-      s[i - 1] = condition(core - on_top, A.at(i, on_top + 1), A.ld, 2 * detail::sum_of_squares(wx));
+      s[i - 1] = condition(core - on_top, A.at(i, on_top + 1), A.ld, 2 * square(wx));
     } else {
       s[i - 1] = condition<T>(1, A.at(i, i), A.ld, 0);
     }

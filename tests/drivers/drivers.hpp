@@ -62,6 +62,7 @@ class DriverList {
 void add_band_solvers(DriverList& drivers);
 void add_bounds(DriverList& drivers);             ///< condition numbers, refinement, scaling and expert drivers
 void add_general_eigen(DriverList& drivers);      ///< the drivers for general matrices
+void add_general_pencils(DriverList& drivers);    ///< the drivers for pencils of general matrices
 void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse iteration
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
