@@ -216,6 +216,8 @@ const std::vector<Driver>& drivers() {
     add_q_of_reductions(drivers);
     add_least_squares(drivers);
     add_nonsymmetric(drivers);
+    add_pencil_equations(drivers);
+    add_pencil_reordering(drivers);
     add_pivoted(drivers);
     return drivers.list;
   }();

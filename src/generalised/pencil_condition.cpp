@@ -1,0 +1,233 @@
+#include "generalised/pencil_condition.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+
+#include "environment/abs1.hpp"
+#include "environment/extremes.hpp"
+#include "environment/machine_constants.hpp"
+#include "environment/magnitudes.hpp"
+#include "environment/matrix_utilities.hpp"
+#include "environment/sums_of_squares.hpp"
+#include "frame/error_report.hpp"
+#include "frame/option_matching.hpp"
+#include "generalised/pencil_reordering.hpp"
+#include "generalised/pencil_sylvester.hpp"
+#include "generalised/pencil_two_by_two.hpp"
+#include "nonsymmetric/selected_eigenvalues.hpp"
+
+namespace nuv {
+namespace {
+
+// ------------------------------------------------------------------------------------------------------ of eigenvalues
+
+/// y := S x for a Schur form of order n.
+template <Scalar T>
+void multiply(Int n, Matrix<const T> S, Vector<const T> x, T* y) {
+  blas::copy(n, x, Vector{y, 1});
+  blas::trmv('U', 'N', 'N', n, S, Vector{y, 1});
+  if constexpr (RealScalar<T>) {
+    for (Int j = 1; j < n; ++j) y[j] += S(j + 1, j) * x.data[std::ptrdiff_t{j - 1} * x.inc];
+  }
+}
+
+/// |u^H S v| for the first columns of two matrices.
+template <Scalar T>
+Real<T> size_of_product(Int n, Matrix<const T> S, Matrix<const T> U, Matrix<const T> V, T* work) {
+  multiply<T>(n, S, column(V, 1, 1), work);
+  return magnitude(inner_product<T>(true, n, column(U, 1, 1), {work, 1}));
+}
+
+/// The same for complex vectors whose real and imaginary parts are two columns.
+template <RealScalar R>
+R size_of_product_of_pair(Int n, Matrix<const R> S, Matrix<const R> U, Matrix<const R> V, R* work) {
+  const Vector<const R> re = column(U, 1, 1), im = column(U, 1, 2), image{work, 1};
+  multiply<R>(n, S, column(V, 1, 1), work);
+  R real = blas::dot(n, re, image), imaginary = negated(blas::dot(n, im, image));
+  multiply<R>(n, S, column(V, 1, 2), work);
+  real += blas::dot(n, im, image);
+  imaginary += blas::dot(n, re, image);
+  return lapy2(real, imaginary);
+}
+
+/// |(u^H A v, u^H B v)| / (|u| |v|)
+template <Scalar T>
+Real<T> condition_of_value(Int n, DiagonalBlock block, Matrix<const T> A, Matrix<const T> B, Matrix<const T> U,
+                           Matrix<const T> V, T* work) {
+  if constexpr (RealScalar<T>) {
+    if (block.order() == 2) {
+      const T length = lapy2(blas::nrm2(n, column(U, 1, 1)), blas::nrm2(n, column(U, 1, 2))) *
+                       lapy2(blas::nrm2(n, column(V, 1, 1)), blas::nrm2(n, column(V, 1, 2)));
+      return lapy2(size_of_product_of_pair(n, A, U, V, work), size_of_product_of_pair(n, B, U, V, work)) / length;
+    }
+  }
+  const Real<T> size = lapy2(size_of_product(n, A, U, V, work), size_of_product(n, B, U, V, work));
+  return size == 0 ? Real<T>(-1) : size / (blas::nrm2(n, column(U, 1, 1)) * blas::nrm2(n, column(V, 1, 1)));
+}
+
+// ----------------------------------------------------------------------------------------------------- of eigenvectors
+
+/// The smaller singular value of a matrix of order two with these elements' sum of squares and this determinant.
+template <RealScalar R>
+R smaller_singular_value(R sum_of_squares, R determinant) {
+  const R gap = sum_of_squares * sum_of_squares - 4 * (determinant * determinant);
+  const R larger = std::sqrt((sum_of_squares + std::sqrt(std::max(gap, R(0)))) / 2);
+  return larger == 0 ? R(0) : determinant / larger;
+}
+
+/// The separation of the two eigenvalues of a pair of order two: with a unitary U and V so that
+///
+///     U^H A V = [ a1  * ]   U^H B V = [ b1  * ]
+///               [     a2]             [     b2]
+///
+/// the smaller singular value of [a1 -a2; b1 -b2].
+template <RealScalar R>
+R separation_within(Matrix<const R> A, Matrix<const R> B) {
+  using C = std::complex<R>;
+  R a[4], b[4], size = 0;
+  for (Int j = 1; j <= 2; ++j) {
+    for (Int i = 1; i <= 2; ++i) {
+      a[i - 1 + 2 * (j - 1)] = A(i, j);
+      b[i - 1 + 2 * (j - 1)] = i <= j ? B(i, j) : R(0);
+      size = larger_or_nan(size, larger_or_nan(std::abs(A(i, j)), std::abs(b[i - 1 + 2 * (j - 1)])));
+    }
+  }
+  if (size == 0) return 0;
+  for (Int i = 0; i < 4; ++i) {
+    a[i] /= size;
+    b[i] /= size;
+  }
+  R beta, unused, alpha, unused_too, imaginary;
+  lag2(a, 2, b, 2, Machine<R>::safe_min, beta, unused, alpha, unused_too, imaginary);
+  if (imaginary == 0) return 0;
+
+  // v is orthogonal to the longer row of beta A - (alpha + i imaginary) B.
+  const C w{alpha, imaginary};
+  const C row[2][2] = {{beta * a[0] - w * b[0], beta * a[2] - w * b[2]}, {beta * a[1], beta * a[3] - w * b[3]}};
+  const auto length = [](const C* x) { return lapy2(magnitude(x[0]), magnitude(x[1])); };
+  const C* const longer = length(row[0]) > length(row[1]) ? row[0] : row[1];
+  const C v[2] = {negated(longer[1]), longer[0]};
+  const C image[2] = {b[0] * v[0] + b[2] * v[1], b[3] * v[1]};
+  const R b1 = length(image) / length(v), b2 = std::abs(b[0]) / b1 * std::abs(b[3]);
+  const R ratio = lapy2(alpha, imaginary) / beta, a1 = ratio * b1, a2 = ratio * b2;
+  return size * smaller_singular_value(a1 * a1 + a2 * a2 + b1 * b1 + b2 * b2, 2 * (imaginary / beta * b1) * b2);
+}
+
+/// Moves a diagonal block to the first row; false if that failed.
+///
+/// work    4 n + 16 elements; real forms alone
+template <RealScalar T>
+bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T* work) {
+  T unused;
+  Int to = 1, info;
+  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, work,
+        4 * n + 16, info);
+  return info == 0;
+}
+template <ComplexScalar T>
+bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
+  T unused;
+  Int to = 1, info;
+  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, info);
+  return info == 0;
+}
+
+/// The separation where a swap was rejected: zero, or NaN if that was because of elements that are not finite.
+template <Scalar T>
+Real<T> separation_without_swap(Int n, Matrix<const T> A, Matrix<const T> B) {
+  Real<T> zero = 0;
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= j; ++i) zero += abs1(A(i, j) * Real<T>(0)) + abs1(B(i, j) * Real<T>(0));
+  }
+  return zero;
+}
+
+/// An estimate of the separation of a block's eigenvalues from the others, and for a pair from each other: with the
+/// block in the first place,
+///
+///     A11  .      B11  .         Dif((A22, B22), (A11, B11))
+///         A22         B22
+///
+/// work    copies of A and B, and behind them 4 n + 16 elements (real)
+template <Scalar T>
+Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* work, Int* iwork) {
+  using R = Real<T>;
+  if (n == 1) return lapy2(magnitude(A(1, 1)), magnitude(B(1, 1)));
+  const std::ptrdiff_t elements = std::ptrdiff_t{n} * n;
+  const Matrix<T> S{work, n}, P{work + elements, n};
+  lacpy('F', n, n, A.data, A.ld, S.data, n);
+  lacpy('F', n, n, B.data, B.ld, P.data, n);
+  if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
+
+  R within = std::numeric_limits<R>::infinity();
+  Int first = 1;  // a pair may have split on its way
+  if constexpr (RealScalar<T>) {
+    if (is_pair<T>(S, n, 1)) {
+      first = 2;
+      within = separation_within<T>(S, P);
+      if (n == 2) return within;
+    }
+  }
+  // What lies below the diagonal blocks takes the solution.
+  const Int next = first + 1, others = n - first;
+  R scale, dif;
+  T least_work;
+  Int info;
+  tgsyl('N', 3, others, first, S.at(next, next), n, S.data, n, S.at(next, 1), n, P.at(next, next), n, P.data, n,
+        P.at(next, 1), n, scale, dif, &least_work, 1, iwork, info);
+  return smaller_or_nan(dif, within);
+}
+
+/// Elements of workspace that are enough.
+template <Scalar T>
+std::int64_t least_lwork(bool wants_dif, std::int64_t n) {
+  if (n == 0) return 1;
+  if (!wants_dif) return n;
+  return RealScalar<T> ? 2 * n * (n + 2) + 16 : 2 * n * n;
+}
+
+}  // namespace
+
+template <Scalar T>
+void tgsna(char job, char howmny, const Logical* select, Int n, const T* a, Int lda, const T* b, Int ldb, const T* vl,
+           Int ldvl, const T* vr, Int ldvr, Real<T>* s, Real<T>* dif, Int mm, Int& m, T* work, Int lwork, Int* iwork,
+           Int& info) {
+  const bool wants_s = is_one_of(job, 'E', 'B'), wants_dif = is_one_of(job, 'V', 'B'), some = same_letter(howmny, 'S'),
+             is_query = lwork == -1;
+  const Matrix A{a, lda}, B{b, ldb}, U{vl, ldvl}, V{vr, ldvr};
+  info = 0;
+  if (!wants_s && !wants_dif) info = -1;
+  else if (!some && !same_letter(howmny, 'A')) info = -2;
+  else if (n < 0) info = -4;
+  else if (lda < std::max(1, n)) info = -6;
+  else if (ldb < std::max(1, n)) info = -8;
+  else if (ldvl < 1 || (wants_s && ldvl < n)) info = -10;
+  else if (ldvr < 1 || (wants_s && ldvr < n)) info = -12;
+  else {
+    m = some ? count_selected(select, A, n) : n;
+    const std::int64_t least_work = least_lwork<T>(wants_dif, n);
+    work[0] = as_work_size<T>(least_work);
+    if (mm < m) info = -15;
+    else if (lwork < least_work && !is_query) info = -18;
+  }
+  if (info != 0) return report_bad_argument<T>("TGSNA", info);
+  if (is_query || n == 0) return;
+
+  Int k = 1;
+  for_each_diagonal_block(A, n, true, [&](DiagonalBlock block) {
+    if (some && !is_selected(select, block)) return;
+    if (wants_s) {
+      const Real<T> condition = condition_of_value(n, block, A, B, nuv::block(U, 1, k), nuv::block(V, 1, k), work);
+      std::fill_n(s + (k - 1), block.order(), condition);
+    }
+    if (wants_dif) std::fill_n(dif + (k - 1), block.order(), separation(n, block.first, A, B, work, iwork));
+    k += block.order();
+  });
+  work[0] = as_work_size<T>(least_lwork<T>(wants_dif, n));
+}
+
+}  // namespace nuv
+
+#include "generalised/pencil_condition.entries.inc"

@@ -1,0 +1,351 @@
+#include "generalised/pencil_swap.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+
+#include "blas.hpp"
+#include "environment/abs1.hpp"
+#include "environment/extremes.hpp"
+#include "environment/machine_constants.hpp"
+#include "environment/magnitudes.hpp"
+#include "environment/matrix_utilities.hpp"
+#include "generalised/frobenius_norm.hpp"
+#include "generalised/pencil_form.hpp"
+#include "generalised/pencil_two_by_two.hpp"
+#include "generalised/small_pencil_sylvester.hpp"
+#include "nonsymmetric/eigenvalue_swap.hpp"
+#include "orthogonal/apply_q.hpp"
+#include "orthogonal/form_q.hpp"
+#include "orthogonal/lq_ql_rq.hpp"
+#include "orthogonal/qr.hpp"
+
+namespace nuv {
+namespace {
+
+/// What of a trial of this norm may be left where it should be zero, and of its difference from where it came.
+template <RealScalar R>
+R swap_threshold(R norm) {
+  constexpr R eps = Machine<R>::precision;
+  return larger_or_nan(10 * eps * norm, Machine<R>::safe_min / eps);
+}
+
+// --------------------------------------------------------------------------------------------------- single
+// eigenvalues
+
+/// The two rows and columns of two neighbouring eigenvalues.
+template <Scalar T>
+struct Square {
+  T x[4];
+
+  explicit Square(Matrix<const T> A) : x{A(1, 1), A(2, 1), A(1, 2), A(2, 2)} {}
+
+  void turn_columns(Real<T> cs, T sn) { blas::rot(2, Vector{x, 1}, Vector{x + 2, 1}, cs, sn); }
+  void turn_rows(Real<T> cs, T sn) { blas::rot(2, Vector{x, 2}, Vector{x + 1, 2}, cs, sn); }
+
+  /// The same, scaled by a power of two so that products of its elements with those of another are in range.
+  Square in_range() const {
+    using Constants = Machine<Real<T>>;
+    Square scaled = *this;
+    Real<T> largest = 0;
+    for (const T element : x) largest = larger_or_nan(largest, abs1(element));
+    if (!(largest > 0 && largest <= Constants::overflow)) return scaled;
+    for (; largest >= Constants::safmx2; largest *= Constants::safmn2) scaled.multiply(Constants::safmn2);
+    for (; largest <= Constants::safmn2; largest *= Constants::safmx2) scaled.multiply(Constants::safmx2);
+    return scaled;
+  }
+
+ private:
+  void multiply(Real<T> factor) {
+    for (T& element : x) element *= factor;
+  }
+};
+
+/// Rotations from the left and from the right that exchange two eigenvalues.
+template <Scalar T>
+struct SinglesSwap {
+  using R = Real<T>;
+
+  R left_cs, right_cs;
+  T left_sn, right_sn;
+
+  /// The columns are turned so that the first one is the eigenvector for the second eigenvalue, on which S and P have
+  /// one direction; the rows so that this becomes the first axis, by that matrix which has the larger share in it.
+  SinglesSwap(Square<T>& S, Square<T>& P) {
+    const Square<T> s = S.in_range(), p = P.in_range();
+    const T f = s.x[3] * p.x[0] - p.x[3] * s.x[0];
+    const T g = s.x[3] * p.x[2] - p.x[3] * s.x[2];
+    const bool by_s = magnitude(S.x[3]) >= magnitude(P.x[3]);
+    rotation_onto_first(g, f, right_cs, right_sn);
+    right_sn = negated(conjugate(right_sn));
+    S.turn_columns(right_cs, right_sn);
+    P.turn_columns(right_cs, right_sn);
+    const Square<T>& which = by_s ? S : P;
+    rotation_onto_first(which.x[0], which.x[1], left_cs, left_sn);
+    S.turn_rows(left_cs, left_sn);
+    P.turn_rows(left_cs, left_sn);
+  }
+
+  /// A trial turned back, minus what it came from.
+  Square<T> error(Square<T> X, Matrix<const T> A) const {
+    X.turn_columns(right_cs, negated(right_sn));
+    X.turn_rows(left_cs, negated(left_sn));
+    for (Int j = 1; j <= 2; ++j) {
+      for (Int i = 1; i <= 2; ++i) X.x[(i - 1) + 2 * (j - 1)] -= A(i, j);
+    }
+    return X;
+  }
+
+  void apply(const PencilForm<T>& form, Int j) const {
+    const auto& [wantq, wantz, n, A, B, Q, Z] = form;
+    for (const Matrix<T>& X : {A, B}) {
+      blas::rot(j + 1, column(X, 1, j), column(X, 1, j + 1), right_cs, right_sn);
+      blas::rot(n - j + 1, row(X, j, j), row(X, j + 1, j), left_cs, left_sn);
+      X(j + 1, j) = T(0);
+    }
+    if (wantz) blas::rot(n, column(Z, 1, j), column(Z, 1, j + 1), right_cs, right_sn);
+    if (wantq) blas::rot(n, column(Q, 1, j), column(Q, 1, j + 1), left_cs, conjugate(left_sn));
+  }
+};
+
+/// Exchanges the eigenvalues in rows j and j + 1; false if that is rejected.
+template <Scalar T>
+bool swap_singles(const PencilForm<T>& form, Int j) {
+  using R = Real<T>;
+  const Matrix<const T> A = block(form.A, j, j), B = block(form.B, j, j);
+  Square<T> S(A), P(B);
+  const R norm = FrobeniusNorm<R>().add(4, S.x).add(4, P.x).value();
+  const R threshold = swap_threshold(norm);
+  const SinglesSwap<T> swap(S, P);
+  if (!(magnitude(S.x[1]) + magnitude(P.x[1]) <= threshold)) return false;
+
+  const R error = FrobeniusNorm<R>().add(4, swap.error(S, A).x).add(4, swap.error(P, B).x).value();
+  if (!(error <= threshold)) return false;
+  swap.apply(form, j);
+  return true;
+}
+
+// --------------------------------------------------------------------------------------------------- blocks of order
+// two
+
+/// A matrix of order four at most. What is done to it begins in its first row and column.
+template <RealScalar R>
+struct SmallMatrix {
+  static constexpr Int ld = 4;
+  R x[ld * ld] = {};
+
+  R* at(Int i, Int j) { return x + (i - 1) + (j - 1) * ld; }
+  R& operator()(Int i, Int j) { return *at(i, j); }
+  operator Matrix<R>() { return {x, ld}; }
+  operator Matrix<const R>() const { return {x, ld}; }
+};
+
+/// A trial U^T (A, B) V^T, and both transformations.
+template <RealScalar R>
+struct Trial {
+  SmallMatrix<R> S, P, U, V;
+};
+
+/// Two neighbouring blocks of a pair, one of them at least of order two:
+///
+///     S11  S12    P11  P12    n1
+///          S22         P22    n2
+///
+/// With the solution of S11 X - Y S22 = scale S12, P11 X - Y P22 = scale P12 the columns of [-X; scale I] and those of
+/// [-Y; scale I] span the deflating subspaces for the second block, which orthogonal transformations turn onto the
+/// first n2 axes.
+template <RealScalar R>
+class NeighbourBlocks {
+ public:
+  NeighbourBlocks(const PencilForm<R>& form, Int j1, Int n1, Int n2, R* work)
+      : form_(form),
+        A_(block(form.A, j1, j1)),
+        B_(block(form.B, j1, j1)),
+        j1_(j1),
+        n1_(n1),
+        n2_(n2),
+        order_(n1 + n2),
+        work_(work) {}
+
+  /// False if the swap is rejected.
+  bool swap() {
+    copy(A_, trial_.S);
+    copy(B_, trial_.P);
+    const R norm = norm_of(trial_.S, trial_.P, order_, order_);
+    const R threshold = swap_threshold(norm);
+    exchange();
+    if (!make_triangular(threshold) || !(error() <= threshold)) return false;
+    laset('F', n1_, n2_, R(0), R(0), trial_.S.at(n2_ + 1, 1), trial_.S.ld);
+    if (n2_ == 2) standardise(1);
+    if (n1_ == 2) standardise(n2_ + 1);
+    apply();
+    return true;
+  }
+
+ private:
+  using Small = SmallMatrix<R>;
+
+  void copy(Matrix<const R> from, Matrix<R> to) const {
+    lacpy('F', order_, order_, from.data, from.ld, to.data, to.ld);
+  }
+
+  static R norm_of(Matrix<const R> X, Matrix<const R> Y, Int m, Int n) {
+    return FrobeniusNorm<R>().add(m, n, X).add(m, n, Y).value();
+  }
+
+  /// C := op(A) op(B), or C - op(A) op(B)
+  void multiply(char trans_a, char trans_b, Matrix<const R> A, Matrix<const R> B, Matrix<R> C,
+                bool subtract = false) const {
+    blas::gemm(trans_a, trans_b, order_, order_, order_, R(subtract ? -1 : 1), A, B, R(subtract ? 1 : 0), C);
+  }
+
+  /// Both blocks change places; below them, and in P below the diagonal, rounding leaves something.
+  void exchange() {
+    auto& [S, P, U, V] = trial_;
+    // X stands where it will be in the rows [scale I, X] that span, transposed, what V^T has to turn onto the last
+    // axes.
+    lacpy('F', n1_, n2_, P.at(1, n1_ + 1), P.ld, U.x, U.ld);
+    lacpy('F', n1_, n2_, S.at(1, n1_ + 1), S.ld, V.at(n2_ + 1, n1_ + 1), V.ld);
+    R scale, sum = 1, scale_of_sum = 0;
+    Int positions[2 + 2 + 2], systems, info;
+    tgsy2('N', 0, n1_, n2_, S.x, S.ld, S.at(n1_ + 1, n1_ + 1), S.ld, V.at(n2_ + 1, n1_ + 1), V.ld, P.x, P.ld,
+          P.at(n1_ + 1, n1_ + 1), P.ld, U.x, U.ld, scale, sum, scale_of_sum, positions, systems, info);
+    for (Int j = 1; j <= n2_; ++j) {
+      for (Int i = 1; i <= n1_; ++i) U(i, j) = negated(U(i, j));
+      U(n1_ + j, j) = scale;
+    }
+    for (Int i = 1; i <= n1_; ++i) V(n2_ + i, i) = scale;
+
+    R tau[4], room[4];
+    geqr2(order_, n2_, U.x, U.ld, tau, room, info);
+    org2r(order_, order_, n2_, U.x, U.ld, tau, room, info);
+    gerq2(n1_, order_, V.at(n2_ + 1, 1), V.ld, tau, room, info);
+    orgr2(order_, order_, n1_, V.x, V.ld, tau, room, info);
+    for (Small* X : {&S, &P}) {
+      Small half;
+      multiply('T', 'N', U, *X, half);
+      multiply('N', 'T', half, V, *X);
+    }
+  }
+
+  /// Makes P triangular from the right or from the left, whichever leaves less of S below the blocks. False if that is
+  /// too much.
+  bool make_triangular(R threshold) {
+    Trial<R> other = trial_;
+    R tau[4], room[4];
+    Int info;
+    {
+      auto& [S, P, U, V] = trial_;
+      gerq2(order_, order_, P.x, P.ld, tau, room, info);
+      ormr2('R', 'T', order_, order_, order_, P.x, P.ld, tau, S.x, S.ld, room, info);
+      ormr2('L', 'N', order_, order_, order_, P.x, P.ld, tau, V.x, V.ld, room, info);
+    }
+    {
+      auto& [S, P, U, V] = other;
+      geqr2(order_, order_, P.x, P.ld, tau, room, info);
+      orm2r('L', 'T', order_, order_, order_, P.x, P.ld, tau, S.x, S.ld, room, info);
+      orm2r('R', 'N', order_, order_, order_, P.x, P.ld, tau, U.x, U.ld, room, info);
+    }
+    const R rest = rest_below(trial_), other_rest = rest_below(other);
+    const bool take_other = other_rest <= rest;
+    if (take_other) trial_ = other;
+    laset('L', order_ - 1, order_ - 1, R(0), R(0), trial_.P.at(2, 1), trial_.P.ld);
+    return (take_other ? other_rest : rest) <= threshold;
+  }
+
+  R rest_below(const Trial<R>& trial) const {
+    return FrobeniusNorm<R>().add(n1_, n2_, block<const R>(trial.S, n2_ + 1, 1)).value();
+  }
+
+  /// How far the trial, transformed back, is from where it came.
+  R error() {
+    Small errors[2];
+    copy(A_, errors[0]);
+    copy(B_, errors[1]);
+    for (const Int k : {0, 1}) {
+      Small half;
+      multiply('N', 'N', trial_.U, k == 0 ? trial_.S : trial_.P, half);
+      multiply('N', 'N', half, trial_.V, errors[k], true);
+    }
+    return norm_of(errors[0], errors[1], order_, order_);
+  }
+
+  /// Brings the block of order two in rows k, k + 1 to standard form.
+  void standardise(Int k) {
+    auto& [S, P, U, V] = trial_;
+    R alphar[2], alphai[2], beta[2], left_cs, left_sn, right_cs, right_sn;
+    lagv2(S.at(k, k), S.ld, P.at(k, k), P.ld, alphar, alphai, beta, left_cs, left_sn, right_cs, right_sn);
+    const Matrix<R> left = U, right = V;
+    for (const Matrix<R>& X : {Matrix<R>(S), Matrix<R>(P)}) {
+      if (k + 2 <= order_) blas::rot(order_ - k - 1, row(X, k, k + 2), row(X, k + 1, k + 2), left_cs, left_sn);
+      blas::rot(k - 1, column(X, 1, k), column(X, 1, k + 1), right_cs, right_sn);
+    }
+    blas::rot(order_, column(left, 1, k), column(left, 1, k + 1), left_cs, left_sn);
+    blas::rot(order_, row(right, k, 1), row(right, k + 1, 1), right_cs, right_sn);
+  }
+
+  void apply() {
+    const auto& [wantq, wantz, n, A, B, Q, Z] = form_;
+    lacpy('F', order_, order_, trial_.S.x, trial_.S.ld, A.at(j1_, j1_), A.ld);
+    lacpy('F', order_, order_, trial_.P.x, trial_.P.ld, B.at(j1_, j1_), B.ld);
+    if (wantq) turn_columns(n, Q, 'N', trial_.U);
+    if (wantz) turn_columns(n, Z, 'T', trial_.V);
+    for (const Matrix<R>& X : {A, B}) {
+      turn_columns(j1_ - 1, X, 'T', trial_.V);
+      turn_rows(n - j1_ - order_ + 1, block(X, j1_, j1_ + order_));
+    }
+  }
+
+  /// X := X op(W) for the columns of both blocks.
+  void turn_columns(Int rows, Matrix<R> X, char trans, Matrix<const R> W) const {
+    if (rows <= 0) return;
+    const Matrix<R> product{work_, rows};
+    blas::gemm('N', trans, rows, order_, order_, R(1), block(X, 1, j1_), W, R(0), product);
+    lacpy('F', rows, order_, work_, rows, X.at(1, j1_), X.ld);
+  }
+
+  /// X := U^T X
+  void turn_rows(Int columns, Matrix<R> X) const {
+    if (columns <= 0) return;
+    const Matrix<R> product{work_, order_};
+    blas::gemm('T', 'N', order_, columns, order_, R(1), trial_.U, X, R(0), product);
+    lacpy('F', order_, columns, work_, order_, X.data, X.ld);
+  }
+
+  PencilForm<R> form_;
+  Matrix<R> A_, B_;
+  Int j1_, n1_, n2_, order_;
+  R* work_;
+  Trial<R> trial_;
+};
+
+}  // namespace
+
+template <RealScalar T>
+void tgex2(Logical wantq, Logical wantz, Int n, T* a, Int lda, T* b, Int ldb, T* q, Int ldq, T* z, Int ldz, Int j1,
+           Int n1, Int n2, T* work, Int lwork, Int& info) {
+  info = 0;
+  if (n <= 1 || n1 <= 0 || n2 <= 0 || j1 + n1 > n) return;
+  const std::int64_t order = n1 + n2, least_work = std::max(n * order, 2 * order * order);
+  if (lwork < least_work) {
+    work[0] = as_work_size<T>(least_work);
+    info = -16;
+    return;
+  }
+  const PencilForm<T> form{is_true(wantq), is_true(wantz), n, {a, lda}, {b, ldb}, {q, ldq}, {z, ldz}};
+  const bool swapped = order == 2 ? swap_singles(form, j1) : NeighbourBlocks<T>(form, j1, n1, n2, work).swap();
+  info = swapped ? 0 : 1;
+}
+
+template <ComplexScalar T>
+void tgex2(Logical wantq, Logical wantz, Int n, T* a, Int lda, T* b, Int ldb, T* q, Int ldq, T* z, Int ldz, Int j1,
+           Int& info) {
+  info = 0;
+  if (n <= 1) return;
+  const PencilForm<T> form{is_true(wantq), is_true(wantz), n, {a, lda}, {b, ldb}, {q, ldq}, {z, ldz}};
+  info = swap_singles(form, j1) ? 0 : 1;
+}
+
+}  // namespace nuv
+
+#include "generalised/pencil_swap.entries.inc"

@@ -1,0 +1,203 @@
+#include "generalised/qz_iteration.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "environment/block_plan.hpp"
+#include "environment/matrix_utilities.hpp"
+#include "frame/error_report.hpp"
+#include "frame/option_matching.hpp"
+#include "generalised/qz_deflation.hpp"
+#include "generalised/qz_double_shift.hpp"
+#include "generalised/qz_pair_block.hpp"
+#include "generalised/qz_pencil.hpp"
+#include "generalised/qz_single_shift.hpp"
+
+namespace nuv {
+namespace {
+
+/// What came of a step on an active block.
+enum class QzStep {
+  sweep,    ///< the block is nearer to Schur form
+  pair,     ///< it was the block of a conjugate pair, which is finished now
+  no_shift  ///< none was found that is a number
+};
+
+/// Eigenvalues one after the other, from the last row up.
+template <Scalar T>
+class QzIteration {
+  using R = Real<T>;
+
+ public:
+  explicit QzIteration(const QzPencil<T>& pencil) : p_(pencil) {}
+
+  /// 0, or the info of a failure.
+  Int run() {
+    for (Int j = p_.ihi + 1; j <= p_.n; ++j) p_.take_eigenvalue(j);
+    if (p_.ilo <= p_.ihi) {
+      p_.measure();
+      const Int info = iterate();
+      if (info != 0) return info;
+    }
+    for (Int j = 1; j < p_.ilo; ++j) p_.take_eigenvalue(j);
+    return 0;
+  }
+
+ private:
+  static constexpr int most_steps_for_each = 30, exceptional_step = 10;
+
+  Int iterate() {
+    const QzDeflation<T> deflation(p_);
+    for (Int step = 1; step <= most_steps(); ++step) {
+      switch (deflation.find()) {
+        case QzFinding::zero_in_p:
+          deflation.decouple_infinite();
+          [[fallthrough]];
+        case QzFinding::eigenvalue:
+          p_.take_eigenvalue(p_.last);
+          leave_out(1);
+          break;
+        case QzFinding::active_block:
+          ++iterations_;
+          if (!p_.wants_form) p_.top = p_.first;
+          const QzStep result = transform();
+          if (result == QzStep::no_shift) return p_.n + p_.last;
+          if (result == QzStep::pair) leave_out(2);
+      }
+      if (p_.last < p_.ilo) return 0;
+    }
+    return p_.last;
+  }
+
+  Int most_steps() const { return most_steps_for_each * (p_.ihi - p_.ilo + 1); }
+
+  /// Goes on without the last rows.
+  void leave_out(Int rows) {
+    p_.last -= rows;
+    iterations_ = 0;
+    exceptional_shift_ = T(0);
+    if (p_.wants_form) return;
+    p_.right = p_.last;
+    if (p_.top > p_.last) p_.top = p_.ilo;
+  }
+
+  bool is_exceptional() const { return iterations_ % exceptional_step == 0; }
+
+  /// A step on a real block: a single shift if the eigenvalues of the last two rows are real.
+  QzStep transform() requires RealScalar<T> {
+    RealShift<T> shift{p_, 1, 0};
+    if (is_exceptional()) {
+      shift.wr = next_exceptional_shift();
+    } else {
+      const LastEigenvalues<T> w(p_);
+      if (!w.are_finite()) return QzStep::no_shift;
+      if (w.wi != 0) return transform_by_pair();
+      shift.s1 = w.s1;
+      shift.wr = w.wr;
+    }
+    if (!shift.is_finite()) return QzStep::no_shift;
+    shift.keep_in_range();
+    single_shift_sweep(p_, shift);
+    return QzStep::sweep;
+  }
+
+  QzStep transform_by_pair() requires RealScalar<T> {
+    if (p_.first + 1 == p_.last) return QzPairBlock<T>(p_).finish() ? QzStep::pair : QzStep::sweep;
+    DoubleShiftSweep<T>(p_).run();
+    return QzStep::sweep;
+  }
+
+  /// The sum of quotients that happened to stand there in each exceptional step for an eigenvalue.
+  T next_exceptional_shift() requires RealScalar<T> {
+    constexpr T safmin = Machine<T>::safe_min;
+    const Int i = p_.last - 1;
+    const T limit = T(most_steps()) * safmin;
+    if (limit * std::abs(p_.H(i, i + 1)) < std::abs(p_.P(i, i))) {
+      exceptional_shift_ += p_.H(i, i + 1) / p_.P(i, i);
+    } else {
+      exceptional_shift_ += 1 / limit;
+    }
+    return exceptional_shift_;
+  }
+
+  QzStep transform() requires ComplexScalar<T> {
+    const ComplexShift<T> shift{p_, is_exceptional() ? next_exceptional_shift() : nearer_eigenvalue(p_)};
+    if (!shift.is_finite()) return QzStep::no_shift;
+    single_shift_sweep(p_, shift);
+    return QzStep::sweep;
+  }
+
+  T next_exceptional_shift() requires ComplexScalar<T> {
+    const Int i = p_.last - 1;
+    exceptional_shift_ += conjugate(quotient(p_.ascale * p_.H(i, i + 1), p_.bscale * p_.P(i, i)));
+    return exceptional_shift_;
+  }
+
+  QzPencil<T> p_;
+  Int iterations_ = 0;  ///< since the last eigenvalue was found
+  T exceptional_shift_ = T(0);
+};
+
+/// The arguments of hgeqz.
+template <Scalar T>
+struct Arguments {
+  char job, compq, compz;
+  QzPencil<T> pencil;
+  T* work;
+  Int lwork;
+
+  /// 0, or minus the position of the first bad argument.
+  Int check() const {
+    // Behind the eigenvalues, which are one array less in the complex members.
+    constexpr Int shift = ComplexScalar<T> ? 1 : 0;
+    const QzPencil<T>& p = pencil;
+    if (!is_one_of(job, 'E', 'S')) return -1;
+    if (!is_one_of(compq, 'N', 'V', 'I')) return -2;
+    if (!is_one_of(compz, 'N', 'V', 'I')) return -3;
+    if (p.n < 0) return -4;
+    if (p.ilo < 1) return -5;
+    if (p.ihi > p.n || p.ihi < p.ilo - 1) return -6;
+    if (p.H.ld < p.n) return -8;
+    if (p.P.ld < p.n) return -10;
+    if (p.Q.ld < 1 || (p.wantq && p.Q.ld < p.n)) return -15 + shift;
+    if (p.Z.ld < 1 || (p.wantz && p.Z.ld < p.n)) return -17 + shift;
+    if (lwork < std::max(1, p.n) && lwork != -1) return -19 + shift;
+    return 0;
+  }
+};
+
+template <Scalar T>
+void solve(const Arguments<T>& a, Int& info) {
+  const QzPencil<T>& p = a.pencil;
+  a.work[0] = as_work_size<T>(std::max(1, p.n));
+  info = a.check();
+  if (info != 0) return report_bad_argument<T>("HGEQZ", info);
+  if (a.lwork == -1 || p.n == 0) return;
+  if (same_letter(a.compq, 'I')) laset('F', p.n, p.n, T(0), T(1), p.Q.data, p.Q.ld);
+  if (same_letter(a.compz, 'I')) laset('F', p.n, p.n, T(0), T(1), p.Z.data, p.Z.ld);
+  info = QzIteration<T>(p).run();
+}
+
+}  // namespace
+
+template <RealScalar T>
+void hgeqz(char job, char compq, char compz, Int n, Int ilo, Int ihi, T* h, Int ldh, T* t, Int ldt, T* alphar,
+           T* alphai, T* beta, T* q, Int ldq, T* z, Int ldz, T* work, Int lwork, Int& info) {
+  const bool wants_form = same_letter(job, 'S'), wantq = is_one_of(compq, 'V', 'I'), wantz = is_one_of(compz, 'V', 'I');
+  const QzPencil<T> pencil{wants_form,       wantq, wantz, n, ilo, ihi, {h, ldh}, {t, ldt}, {q, ldq}, {z, ldz},
+                           {alphar, alphai}, beta};
+  solve<T>({job, compq, compz, pencil, work, lwork}, info);
+}
+
+template <ComplexScalar T>
+void hgeqz(char job, char compq, char compz, Int n, Int ilo, Int ihi, T* h, Int ldh, T* t, Int ldt, T* alpha, T* beta,
+           T* q, Int ldq, T* z, Int ldz, T* work, Int lwork, Real<T>*, Int& info) {
+  const bool wants_form = same_letter(job, 'S'), wantq = is_one_of(compq, 'V', 'I'), wantz = is_one_of(compz, 'V', 'I');
+  const QzPencil<T> pencil{wants_form, wantq,    wantz,    n,        ilo,     ihi,
+                           {h, ldh},   {t, ldt}, {q, ldq}, {z, ldz}, {alpha}, beta};
+  solve<T>({job, compq, compz, pencil, work, lwork}, info);
+}
+
+}  // namespace nuv
+
+#include "generalised/qz_iteration.entries.inc"

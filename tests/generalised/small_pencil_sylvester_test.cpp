@@ -1,0 +1,260 @@
+// Generalised Sylvester equations block by block: ?tgsy2.
+
+#include <cmath>
+#include <limits>
+
+#include "frame/option_matching.hpp"
+#include "generalised/pencil_equations.hpp"
+#include "routines.hpp"
+#include "support/argument_checks.hpp"
+
+namespace nuv::test {
+namespace {
+
+template <Scalar T>
+struct SmallEquation : EquationData<T> {
+  using R = Real<T>;
+
+  char trans = 'N';
+  Int ijob = 0, pq = -7, info = 99;
+  GuardedMatrix<T> r, l;  ///< C and F, and the solution
+  GuardedVector<Int> iwork;
+  R scale = -7, sum = 1, sum_scale = 0;
+
+  explicit SmallEquation(const EquationData<T>& data)
+      : EquationData<T>(data), r(data.C), l(data.F), iwork(data.m + data.n + 2) {}
+
+  Int run() {
+    const Matrix<const T> A{this->A.data(), this->lda}, B{this->B.data(), this->ldb}, D{this->D.data(), this->ldd},
+        E{this->E.data(), this->lde};
+    const Matrix<T> C{r.data(), this->ldc}, F{l.data(), this->ldf};
+    if constexpr (RealScalar<T>) {
+      routine_call::tgsy2(trans, ijob, this->m, this->n, A, B, C, D, E, F, scale, sum, sum_scale, iwork.data(), pq,
+                          info);
+    } else {
+      routine_call::tgsy2(trans, ijob, this->m, this->n, A, B, C, D, E, F, scale, sum, sum_scale, info);
+    }
+    return info;
+  }
+
+  SmallEquation& solve() {
+    r = this->C;
+    l = this->F;
+    run();
+    EXPECT_TRUE(this->coefficients_unchanged() && r.guards_unchanged() && l.guards_unchanged() &&
+                iwork.guards_unchanged());
+    return *this;
+  }
+
+  bool is_adjoint() const { return !same_letter(trans, 'N'); }
+  double residual() const { return equation_residual<T>(*this, is_adjoint(), r, l, scale); }
+  double error() const { return equation_error<T>(*this, is_adjoint(), r, l, scale); }
+  bool has_sum() const { return sum != R(1) || sum_scale != R(0); }
+};
+
+template <Scalar T>
+std::vector<char> letters() {
+  return RealScalar<T> ? std::vector<char>{'N', 'n', 'T', 't'} : std::vector<char>{'N', 'n', 'C', 'c'};
+}
+
+template <class T>
+class SmallPencilSylvester : public ReportingTest {
+ protected:
+  Random random{61};
+};
+TYPED_TEST_SUITE(SmallPencilSylvester, Precisions, PrecisionLetter);
+
+TYPED_TEST(SmallPencilSylvester, SolvesEachKindWithBlocksInAllPlaces) {
+  using T = TypeParam;
+  for (const std::vector<Int>& left : block_shapes) {
+    for (const std::vector<Int>& right : block_shapes) {
+      SmallEquation<T> equation({this->random, left, right});
+      for (const char trans : letters<T>()) {
+        SCOPED_TRACE(testing::Message() << equation.m << " by " << equation.n << ", " << trans);
+        equation.trans = trans;
+        equation.solve();
+        EXPECT_EQ(equation.info, 0);
+        EXPECT_EQ(equation.scale, Real<T>(1));
+        EXPECT_LT(equation.residual(), equation_threshold);
+        EXPECT_LT(equation.error(), 1);
+        EXPECT_FALSE(equation.has_sum());
+        if constexpr (RealScalar<T>) {
+          EXPECT_EQ(equation.pq, Int(left.size() * right.size()));
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(SmallPencilSylvester, ScalesWhatWouldOverflow) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& left : block_shapes) {
+    for (const std::vector<Int>& right : block_shapes) {
+      EquationData<T> data(this->random, left, right);
+      data.scale_coefficients(std::ldexp(R(1), std::numeric_limits<R>::min_exponent / 2));
+      data.scale_right_side(std::ldexp(R(1), std::numeric_limits<R>::max_exponent - 8));
+      SmallEquation<T> equation(data);
+      for (const char trans : letters<T>()) {
+        equation.trans = trans;
+        equation.solve();
+        EXPECT_EQ(equation.info, 0);
+        EXPECT_LT(equation.scale, R(1));
+        EXPECT_GT(equation.scale, R(0));
+        EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
+        EXPECT_LT(equation.residual(), equation_threshold);
+      }
+    }
+  }
+}
+
+/// For an estimate, C and F come in as zeros: the right side is made on the way.
+TYPED_TEST(SmallPencilSylvester, ChoosesARightSideForAnEstimate) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& left : block_shapes) {
+    for (const std::vector<Int>& right : block_shapes) {
+      EquationData<T> data(this->random, left, right);
+      data.scale_right_side(R(0));
+      SmallEquation<T> equation(data);
+      const WideMatrix<T> K = data.kronecker();
+      for (const Int ijob : {1, 2}) {
+        SCOPED_TRACE(testing::Message() << equation.m << " by " << equation.n << ", " << ijob);
+        equation.ijob = ijob;
+        equation.sum = 1;
+        equation.sum_scale = 0;
+        equation.solve();
+        EXPECT_EQ(equation.info, 0);
+        EXPECT_EQ(equation.scale, R(1));
+        const WideMatrix<T> x = stacked(equation.r, equation.l), b = product<T>(K, x);
+        const double tolerance = 30 * epsilon<T> * one_norm<T>(K) * double(x.norm());
+        const double total = double(equation.sum_scale) * std::sqrt(double(equation.sum));
+        EXPECT_NEAR(total / double(x.norm()), 1, 20 * epsilon<T>);
+        if (ijob == 1) {
+          for (Eigen::Index i = 0; i < b.size(); ++i)
+            EXPECT_NEAR(double(std::abs(b(i) * b(i) - Wide<T>(1))), 0, tolerance);
+        } else {
+          const double systems = RealScalar<T> ? double(left.size() * right.size()) : double(equation.m) * equation.n;
+          EXPECT_NEAR(double(b.norm()), std::sqrt(systems), tolerance);
+        }
+      }
+    }
+  }
+}
+
+/// It is solved, and its job and sum aren't looked at.
+TYPED_TEST(SmallPencilSylvester, SolvesTheAdjointWhateverTheJob) {
+  using T = TypeParam;
+  SmallEquation<T> equation({this->random, {1, 2}, {2, 1}});
+  equation.trans = adjoint_letter<T>;
+  equation.solve();
+  const GuardedMatrix<T> r = equation.r, l = equation.l;
+  for (const Int ijob : {-5, 1, 2, 9}) {
+    equation.ijob = ijob;
+    equation.solve();
+    EXPECT_EQ(equation.info, 0);
+    EXPECT_FALSE(equation.has_sum());
+    EXPECT_TRUE(equation.r.same_as(r) && equation.l.same_as(l));
+  }
+}
+
+/// Both pairs are the same: what solves the equation solves one nearby.
+TYPED_TEST(SmallPencilSylvester, PerturbsCommonEigenvalues) {
+  using T = TypeParam;
+  for (const std::vector<Int>& shape : block_shapes) {
+    EquationData<T> data(this->random, shape, shape);
+    SmallEquation<T> equation(data);
+    equation.B = data.A;
+    equation.ldb = data.lda;
+    equation.E = data.D;
+    equation.lde = data.ldd;
+    for (const char trans : letters<T>()) {
+      equation.trans = trans;
+      equation.solve();
+      if (shape == std::vector<Int>{1}) {
+        EXPECT_GT(equation.info, 0);
+      }
+      EXPECT_GE(equation.info, 0);
+      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
+      EXPECT_LT(equation.residual(), equation_threshold);
+    }
+  }
+}
+
+TYPED_TEST(SmallPencilSylvester, OfNothingHasScaleOne) {
+  using T = TypeParam;
+  for (const auto& [left, right] : {std::pair<std::vector<Int>, std::vector<Int>>{{}, {1, 2}}, {{2}, {}}, {{}, {}}}) {
+    SmallEquation<T> equation({this->random, left, right});
+    for (const Int ijob : {0, 1, 2}) {
+      equation.ijob = ijob;
+      equation.scale = -7;
+      equation.pq = -7;
+      equation.run();
+      EXPECT_EQ(equation.info, 0);
+      EXPECT_EQ(equation.scale, Real<T>(1));
+      EXPECT_EQ(equation.pq, RealScalar<T> ? 0 : -7);
+      EXPECT_FALSE(equation.has_sum());
+      EXPECT_TRUE(equation.r.unchanged() && equation.l.unchanged() && equation.iwork.unchanged());
+    }
+  }
+}
+
+TYPED_TEST(SmallPencilSylvester, EndsWhateverTheNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const R odd : {std::numeric_limits<R>::quiet_NaN(), std::numeric_limits<R>::infinity()}) {
+    for (const char trans : {'N', adjoint_letter<T>}) {
+      for (const Int ijob : {0, 1, 2}) {
+        for (int which = 0; which < 6; ++which) {
+          EquationData<T> data(this->random, {1, 2, 1}, {2, 1});
+          GuardedMatrix<T>* const matrices[] = {&data.A, &data.B, &data.C, &data.D, &data.E, &data.F};
+          (*matrices[which])(2, 2) = T(odd);
+          matrices[which]->seal();
+          SmallEquation<T> equation(data);
+          equation.trans = trans;
+          equation.ijob = ijob;
+          equation.solve();
+          if (std::isnan(odd)) {
+            EXPECT_FALSE(is_finite(equation.r) && is_finite(equation.l));
+          }
+        }
+      }
+    }
+  }
+}
+
+// ----------------------------------------------------------------------------------------------------------- arguments
+
+template <Scalar T>
+struct ValidEquation : SmallEquation<T> {
+  static EquationData<T> data() {
+    Random random(5);
+    return {random, {1, 1}, {1, 1, 1}};
+  }
+  ValidEquation() : SmallEquation<T>(data()) {}
+  bool unchanged() const {
+    return this->coefficients_unchanged() && this->r.unchanged() && this->l.unchanged() && this->iwork.unchanged() &&
+           this->scale == -7 && this->pq == -7;
+  }
+};
+
+TYPED_TEST(SmallPencilSylvester, ChecksItsArguments) {
+  using T = TypeParam;
+  using Call = ValidEquation<T>;
+  expect_argument_checks<Call>(reported_name<T>("TGSY2"), {{1, [](Call& c) { c.trans = ComplexScalar<T> ? 'T' : 'C'; }},
+                                                           {2, [](Call& c) { c.ijob = 3; }},
+                                                           {3, [](Call& c) { c.m = -1; }},
+                                                           {4, [](Call& c) { c.n = -1; }},
+                                                           {6, [](Call& c) { c.lda = 1; }},
+                                                           {8, [](Call& c) { c.ldb = 2; }},
+                                                           {10, [](Call& c) { c.ldc = 1; }},
+                                                           {12, [](Call& c) { c.ldd = 1; }},
+                                                           {14, [](Call& c) { c.lde = 2; }},
+                                                           {16, [](Call& c) { c.ldf = 1; }}});
+  Call negative;
+  negative.ijob = -1;
+  expect_report(negative, reported_name<T>("TGSY2"), 2);
+}
+
+}  // namespace
+}  // namespace nuv::test
