@@ -42,12 +42,12 @@ program calls
   call zgees('No vectors', 'Sorted', is_above, 2, h, 2, sdim, z, h, 2, work, 10, room, chosen, info)
   print '("zgees ", i0, 1x, i0, 2f6.2)', info, sdim, z(1)
   s = reshape([6d0, 0d0, 0d0, 1d0, -1d0, 0d0, 1d0, 1d0, -8d0], [3, 3])
-  call dgges('No vectors', 'No vectors', 'Sorted', is_below, 3, s, 3, t, 3, sdim, wr, wi, beta, vs, 3, vs, 3, room, 100, &
-             chosen, info)
+  call dgges('No vectors', 'No vectors', 'Sorted', is_below, 3, s, 3, t, 3, sdim, wr, wi, beta, vs, 3, vs, 3, room, &
+             100, chosen, info)
   print '("dgges ", i0, 1x, i0, f6.2)', info, sdim, wr(3) / beta(3)
   h = reshape([(0d0, -1d0), (0d0, 0d0), (1d0, 0d0), (0d0, 4d0)], [2, 2])
-  call zgges('No vectors', 'No vectors', 'Sorted', has_quotient_above, 2, h, 2, d, 2, sdim, z, denominators, h, 2, h, 2, work, 10, &
-             room, chosen, info)
+  call zgges('No vectors', 'No vectors', 'Sorted', has_quotient_above, 2, h, 2, d, 2, sdim, z, denominators, h, 2, &
+             h, 2, work, 10, room, chosen, info)
   print '("zgges ", i0, 1x, i0, 2f6.2)', info, sdim, z(1) / denominators(1)
 end program calls
 
