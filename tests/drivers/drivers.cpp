@@ -217,6 +217,7 @@ const std::vector<Driver>& drivers() {
     add_least_squares(drivers);
     add_nonsymmetric(drivers);
     add_pencil_equations(drivers);
+    add_pencil_reduction(drivers);
     add_pencil_reordering(drivers);
     add_pivoted(drivers);
     return drivers.list;

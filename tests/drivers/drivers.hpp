@@ -70,8 +70,9 @@ void add_indefinite_solvers(DriverList& drivers);
 void add_nonsymmetric(DriverList& drivers);       ///< balancing, Hessenberg form, iterations on it
 void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);
-void add_pencil_equations(DriverList& drivers);   ///< generalised Sylvester equations, condition numbers
-void add_pencil_reordering(DriverList& drivers);  ///< eigenvectors of generalised Schur forms, and deflating subspaces
+void add_pencil_equations(DriverList& drivers);  ///< generalised Sylvester equations, condition numbers
+void add_pencil_reduction(DriverList& drivers);
+void add_pencil_reordering(DriverList& drivers);  ///< eigenvectors of generalised Schur forms, deflating subspaces
 void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);

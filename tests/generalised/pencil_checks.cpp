@@ -62,9 +62,9 @@ Pencil<T> random_hessenberg_triangular(Random& random, Int n, Int ld) {
 
 template <Scalar T>
 Pencil<T> random_pencil_schur_form(Random& random, const std::vector<Int>& blocks, Int ld) {
-  Pencil<T> pencil{random_schur_form<T>(random, blocks, ld), random_matrix<T>(random, 0, 0, 1)};
-  const Int n = pencil.A.rows();
-  pencil.B = random_matrix<T>(random, n, n, ld);
+  const Int n = std::accumulate(blocks.begin(), blocks.end(), 0);
+  GuardedMatrix<T> S = random_schur_form<T>(random, blocks, ld);
+  Pencil<T> pencil{S, random_matrix<T>(random, n, n, ld)};
   clear_below(pencil.B, 0);
   for (Int j = 1; j <= n; ++j) pencil.B(j, j) = T(Real<T>(std::abs(std::complex<double>(random.divisor<T>()))));
   if constexpr (RealScalar<T>) {
@@ -129,9 +129,9 @@ template <Scalar T>
 Pencil<T> pencil_with_infinities(Random& random, Int n, Int rank, Int ld) {
   Pencil<T> pencil = random_pencil<T>(random, n, ld);
   for (Int k = 0; k < n - rank; ++k) {
-    // Spread over rows and columns.
-    const Int row = 1 + (2 * k + 1) % std::max(1, n), column = 1 + (n - 1 - 2 * k % std::max(1, n));
-    for (Int i = 1; i <= n; ++i) pencil.B(row, i) = pencil.B(i, column) = T(0);
+    // Every other one first.
+    const Int place = k < n / 2 ? 2 * k + 2 : 2 * (k - n / 2) + 1;
+    for (Int i = 1; i <= n; ++i) pencil.B(place, i) = pencil.B(i, n + 1 - place) = T(0);
   }
   pencil.B.seal();
   return pencil;
