@@ -32,7 +32,7 @@ bool begins(const PencilProblem<T>& p, RoutineName<T> name, const WorkSize& size
     if (lwork == -1) return false;
     if (lwork < size.least) info = -behind_values<T>(16);
   }
-  if (info != 0) report_bad_argument<T>(name, info);
+  if (info != 0) report_bad_argument(name, info);
   return info == 0 && p.n > 0;
 }
 

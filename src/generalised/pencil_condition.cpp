@@ -7,6 +7,7 @@
 
 #include "environment/abs1.hpp"
 #include "environment/extremes.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"

@@ -288,9 +288,9 @@ class PencilSpine {
     if (leaves_range(scaling_of_b_, beta)) multiply(std::abs(B_(i, i)) / beta);
   }
 
-  static bool leaves_range(const NormScaling<T>& scaling, T x) requires RealScalar<T> {
+  static bool leaves_range(const NormScaling<Real<T>>& scaling, Real<T> x) {
     scaling.undo(1, &x);
-    return !(x >= Machine<T>::safe_min && x <= Machine<T>::overflow);
+    return !(x >= Machine<Real<T>>::safe_min && x <= Machine<Real<T>>::overflow);
   }
 
   Int n_;
