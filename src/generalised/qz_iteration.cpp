@@ -23,13 +23,107 @@ enum class QzStep {
   no_shift  ///< none was found that is a number
 };
 
+/// Sweeps there may be for each eigenvalue, on average.
+constexpr Int sweeps_for_each = 30;
+
+/// In this one after an eigenvalue was found, and in all multiples of it, the shift is an exceptional one.
+constexpr Int exceptional_sweep = 10;
+
+/// Steps on an active block, with what they remember from one to the next.
+template <Scalar T>
+class QzSteps;
+
+/// A single shift if the eigenvalues of the last two rows are real.
+template <RealScalar R>
+class QzSteps<R> {
+ public:
+  QzSteps(const QzPencil<R>& pencil, Int most_steps) : p_(pencil), limit_(R(most_steps) * Machine<R>::safe_min) {}
+
+  /// For another eigenvalue.
+  void restart() {
+    sweeps_ = 0;
+    exceptional_shift_ = 0;
+  }
+
+  QzStep transform() {
+    RealShift<R> shift{p_, 1, 0};
+    if (++sweeps_ % exceptional_sweep == 0) {
+      shift.wr = next_exceptional_shift();
+    } else {
+      const LastEigenvalues<R> w(p_);
+      if (!w.are_finite()) return QzStep::no_shift;
+      if (w.wi != 0) return transform_by_pair();
+      shift.s1 = w.s1;
+      shift.wr = w.wr;
+    }
+    if (!shift.is_finite()) return QzStep::no_shift;
+    shift.keep_in_range();
+    single_shift_sweep(p_, shift);
+    return QzStep::sweep;
+  }
+
+ private:
+  QzStep transform_by_pair() const {
+    if (p_.first + 1 == p_.last) return QzPairBlock<R>(p_).finish() ? QzStep::pair : QzStep::sweep;
+    DoubleShiftSweep<R>(p_).run();
+    return QzStep::sweep;
+  }
+
+  /// The sum of quotients that happened to stand there in each exceptional sweep.
+  R next_exceptional_shift() {
+    const Int i = p_.last - 1;
+    if (limit_ * std::abs(p_.H(i, i + 1)) < std::abs(p_.P(i, i))) {
+      exceptional_shift_ += p_.H(i, i + 1) / p_.P(i, i);
+    } else {
+      exceptional_shift_ += 1 / limit_;
+    }
+    return exceptional_shift_;
+  }
+
+  const QzPencil<R>& p_;
+  R limit_;
+  Int sweeps_ = 0;
+  R exceptional_shift_ = 0;
+};
+
+template <ComplexScalar T>
+class QzSteps<T> {
+ public:
+  QzSteps(const QzPencil<T>& pencil, Int) : p_(pencil) {}
+
+  /// For another eigenvalue.
+  void restart() {
+    sweeps_ = 0;
+    exceptional_shift_ = T(0);
+  }
+
+  QzStep transform() {
+    const bool is_exceptional = ++sweeps_ % exceptional_sweep == 0;
+    const ComplexShift<T> shift{p_, is_exceptional ? next_exceptional_shift() : nearer_eigenvalue(p_)};
+    if (!shift.is_finite()) return QzStep::no_shift;
+    single_shift_sweep(p_, shift);
+    return QzStep::sweep;
+  }
+
+ private:
+  T next_exceptional_shift() {
+    const Int i = p_.last - 1;
+    exceptional_shift_ += conjugate(quotient(p_.ascale * p_.H(i, i + 1), p_.bscale * p_.P(i, i)));
+    return exceptional_shift_;
+  }
+
+  const QzPencil<T>& p_;
+  Int sweeps_ = 0;
+  T exceptional_shift_ = T(0);
+};
+
 /// Eigenvalues one after the other, from the last row up.
 template <Scalar T>
 class QzIteration {
-  using R = Real<T>;
-
  public:
   explicit QzIteration(const QzPencil<T>& pencil) : p_(pencil) {}
+  QzIteration(const QzIteration&) = delete;
+  QzIteration& operator=(const QzIteration&) = delete;
 
   /// 0, or the info of a failure.
   Int run() {
@@ -44,23 +138,19 @@ class QzIteration {
   }
 
  private:
-  static constexpr int most_steps_for_each = 30, exceptional_step = 10;
-
   Int iterate() {
-    const QzDeflation<T> deflation(p_);
     for (Int step = 1; step <= most_steps(); ++step) {
-      switch (deflation.find()) {
+      switch (deflation_.find()) {
         case QzFinding::zero_in_p:
-          deflation.decouple_infinite();
+          deflation_.decouple_infinite();
           [[fallthrough]];
         case QzFinding::eigenvalue:
           p_.take_eigenvalue(p_.last);
           leave_out(1);
           break;
         case QzFinding::active_block:
-          ++iterations_;
           if (!p_.wants_form) p_.top = p_.first;
-          const QzStep result = transform();
+          const QzStep result = steps_.transform();
           if (result == QzStep::no_shift) return p_.n + p_.last;
           if (result == QzStep::pair) leave_out(2);
       }
@@ -69,73 +159,20 @@ class QzIteration {
     return p_.last;
   }
 
-  Int most_steps() const { return most_steps_for_each * (p_.ihi - p_.ilo + 1); }
+  Int most_steps() const { return sweeps_for_each * (p_.ihi - p_.ilo + 1); }
 
   /// Goes on without the last rows.
   void leave_out(Int rows) {
     p_.last -= rows;
-    iterations_ = 0;
-    exceptional_shift_ = T(0);
+    steps_.restart();
     if (p_.wants_form) return;
     p_.right = p_.last;
     if (p_.top > p_.last) p_.top = p_.ilo;
   }
 
-  bool is_exceptional() const { return iterations_ % exceptional_step == 0; }
-
-  /// A step on a real block: a single shift if the eigenvalues of the last two rows are real.
-  QzStep transform() requires RealScalar<T> {
-    RealShift<T> shift{p_, 1, 0};
-    if (is_exceptional()) {
-      shift.wr = next_exceptional_shift();
-    } else {
-      const LastEigenvalues<T> w(p_);
-      if (!w.are_finite()) return QzStep::no_shift;
-      if (w.wi != 0) return transform_by_pair();
-      shift.s1 = w.s1;
-      shift.wr = w.wr;
-    }
-    if (!shift.is_finite()) return QzStep::no_shift;
-    shift.keep_in_range();
-    single_shift_sweep(p_, shift);
-    return QzStep::sweep;
-  }
-
-  QzStep transform_by_pair() requires RealScalar<T> {
-    if (p_.first + 1 == p_.last) return QzPairBlock<T>(p_).finish() ? QzStep::pair : QzStep::sweep;
-    DoubleShiftSweep<T>(p_).run();
-    return QzStep::sweep;
-  }
-
-  /// The sum of quotients that happened to stand there in each exceptional step for an eigenvalue.
-  T next_exceptional_shift() requires RealScalar<T> {
-    constexpr T safmin = Machine<T>::safe_min;
-    const Int i = p_.last - 1;
-    const T limit = T(most_steps()) * safmin;
-    if (limit * std::abs(p_.H(i, i + 1)) < std::abs(p_.P(i, i))) {
-      exceptional_shift_ += p_.H(i, i + 1) / p_.P(i, i);
-    } else {
-      exceptional_shift_ += 1 / limit;
-    }
-    return exceptional_shift_;
-  }
-
-  QzStep transform() requires ComplexScalar<T> {
-    const ComplexShift<T> shift{p_, is_exceptional() ? next_exceptional_shift() : nearer_eigenvalue(p_)};
-    if (!shift.is_finite()) return QzStep::no_shift;
-    single_shift_sweep(p_, shift);
-    return QzStep::sweep;
-  }
-
-  T next_exceptional_shift() requires ComplexScalar<T> {
-    const Int i = p_.last - 1;
-    exceptional_shift_ += conjugate(quotient(p_.ascale * p_.H(i, i + 1), p_.bscale * p_.P(i, i)));
-    return exceptional_shift_;
-  }
-
   QzPencil<T> p_;
-  Int iterations_ = 0;  ///< since the last eigenvalue was found
-  T exceptional_shift_ = T(0);
+  QzDeflation<T> deflation_{p_};
+  QzSteps<T> steps_{p_, most_steps()};
 };
 
 /// The arguments of hgeqz.

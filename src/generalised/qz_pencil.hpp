@@ -75,7 +75,12 @@ struct QzPencil {
 
   /// Makes the diagonal element of P in column j real and not negative, and stores the eigenvalue there.
   void take_eigenvalue(Int j) const {
-    normalise_column(j);
+    if constexpr (ComplexScalar<T>) {
+      make_real(j);
+    } else if (P(j, j) < 0) {
+      // Without the whole form, the diagonal elements alone count.
+      negate_column(j, wants_form ? 1 : j);
+    }
     alpha.set(j, H(j, j));
     beta[j - 1] = P(j, j);
   }
@@ -85,16 +90,12 @@ struct QzPencil {
     if (from <= right) blas::rot(right - from + 1, row(M, j, from), row(M, j + 1, from), rotation.c, rotation.s);
   }
 
-  /// Without the whole form, the diagonal elements alone count.
-  void normalise_column(Int j) const requires RealScalar<T> {
-    if (P(j, j) < 0) negate_column(j, wants_form ? 1 : j);
-  }
-
   static void negate(Matrix<T> M, Int from, Int to, Int j) {
     for (Int i = from; i <= to; ++i) M(i, j) = negated(M(i, j));
   }
 
-  void normalise_column(Int j) const requires ComplexScalar<T> {
+  /// Multiplies column j by a number of magnitude one, so that the last element of P there becomes real.
+  void make_real(Int j) const {
     const R size = magnitude(P(j, j));
     if (size <= Machine<R>::safe_min) {
       P(j, j) = T(0);

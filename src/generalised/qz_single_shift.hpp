@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 
+#include "base/quotient.hpp"
 #include "environment/abs1.hpp"
 #include "environment/service_math.hpp"
 #include "generalised/qz_pencil.hpp"
