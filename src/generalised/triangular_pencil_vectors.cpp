@@ -126,6 +126,26 @@ class TriangularPencilSubstitution {
   R least_pivot_, largest_sum_;
 };
 
+/// The vectors of one side.
+template <ComplexScalar T>
+struct VectorsOfSide {
+  bool right, transformed;
+  const TriangularPair<T>& pair;
+  const PencilSizes<Real<T>>& sizes;
+  Matrix<T> V;
+  T* work;
+  const Real<T>* sums;
+
+  /// Finds that of eigenvalue j and puts it into a column.
+  void find(Int j, Int to) const {
+    const auto& [n, S, P] = pair;
+    if (is_indefinite(S(j, j), P(j, j))) return put_unit_vector(n, V, to);
+    const TriangularPencilSubstitution<T> substitution(pair, sizes, work, sums, j);
+    const PencilVector<T> vector = right ? substitution.find_right() : substitution.find_left();
+    put_pencil_vector(n, vector, transformed, V, to, work + n);
+  }
+};
+
 }  // namespace
 
 template <ComplexScalar T>
@@ -148,21 +168,17 @@ void tgevc(char side, char howmny, const Logical* select, Int n, const T* s, Int
   if (n == 0) return;
 
   const PencilSizes<Real<T>> sizes = sum_columns(pair, rwork);
-  const auto find = [&](bool right, Int j, Matrix<T> V, Int to) {
-    if (is_indefinite(pair.S(j, j), pair.P(j, j))) return put_unit_vector(n, V, to);
-    const TriangularPencilSubstitution<T> substitution(pair, sizes, work, rwork, j);
-    const PencilVector<T> vector = right ? substitution.find_right() : substitution.find_left();
-    put_pencil_vector(n, vector, wanted.transformed, V, to, work + n);
-  };
+  const VectorsOfSide<T> left{false, wanted.transformed, pair, sizes, {vl, ldvl}, work, rwork};
+  const VectorsOfSide<T> right{true, wanted.transformed, pair, sizes, {vr, ldvr}, work, rwork};
   // A transformed vector is made of all columns up to its own, or from its own on: those must still be what they were.
   if (wanted.left) {
     for (Int j = 1, to = 1; j <= n; ++j) {
-      if (is_wanted(j)) find(false, j, {vl, ldvl}, to++);
+      if (is_wanted(j)) left.find(j, to++);
     }
   }
   if (wanted.right) {
     for (Int j = n, to = m; j >= 1; --j) {
-      if (is_wanted(j)) find(true, j, {vr, ldvr}, to--);
+      if (is_wanted(j)) right.find(j, to--);
     }
   }
 }
