@@ -131,8 +131,12 @@ TYPED_TEST(GeneralPencilEigen, OfZeroMatrices) {
       EXPECT_TRUE(are_normalised(call, call.VL) && are_normalised(call, call.VR));
       if (!(a_is_zero && b_is_zero)) expect_solution(pencil, call);
       for (Int i = 1; i <= n; ++i) {
-        if (a_is_zero) EXPECT_EQ(call.alpha(i), T(0));
-        if (b_is_zero) EXPECT_EQ(call.beta(i), T(0));
+        if (a_is_zero) {
+          EXPECT_EQ(call.alpha(i), T(0));
+        }
+        if (b_is_zero) {
+          EXPECT_EQ(call.beta(i), T(0));
+        }
       }
     }
   }
@@ -384,7 +388,9 @@ TYPED_TEST(GeneralPencilEigen, GiveTheConditionNumbersThatAreWanted) {
       const PencilEigenCall<T> some = solve<Ggevx<T>>(call), least = solve<Ggevx<T>>(call, Room::least);
       ASSERT_EQ(some.info, 0);
       ASSERT_EQ(least.info, 0);
-      if (sense != 'N' || call.wants_left() || call.wants_right()) EXPECT_TRUE(same_values(some, both));
+      if (sense != 'N' || call.wants_left() || call.wants_right()) {
+        EXPECT_TRUE(same_values(some, both));
+      }
       EXPECT_TRUE(some.rconde.same_as(is_one_of(sense, 'E', 'B') ? both.rconde : untouched));
       EXPECT_TRUE(some.rcondv.same_as(is_one_of(sense, 'V', 'B') ? both.rcondv : untouched));
       EXPECT_TRUE(sense != 'N' || some.bwork.unchanged());

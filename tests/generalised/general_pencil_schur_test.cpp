@@ -310,8 +310,12 @@ TYPED_TEST(GeneralPencilSchur, OfZeroMatrices) {
         ASSERT_EQ(call.info, 0);
         expect_schur_form(pencil, call);
         for (Int i = 1; i <= n; ++i) {
-          if (a_is_zero) EXPECT_EQ(call.alpha(i), T(0));
-          if (b_is_zero) EXPECT_EQ(call.beta(i), T(0));
+          if (a_is_zero) {
+            EXPECT_EQ(call.alpha(i), T(0));
+          }
+          if (b_is_zero) {
+            EXPECT_EQ(call.beta(i), T(0));
+          }
         }
       }
     }
@@ -367,7 +371,7 @@ TYPED_TEST(GeneralPencilSchur, ScaleVeryLargeAndVerySmallPencils) {
         EXPECT_EQ(solved.sdim, plain.sdim);
       }
       for (Int i = 1; i <= n; ++i) {
-        if (RealScalar<T> && solved.alphai(i) != 0) continue;
+        if (RealScalar<T> && solved.alphai(i) != T(0)) continue;
         EXPECT_EQ(solved.alpha(i), solved.A(i, i));
         EXPECT_EQ(solved.beta(i), solved.B(i, i));
       }

@@ -1,6 +1,7 @@
 // The checks that the drivers for pencils make of their arguments, and what they answer about workspaces.
 
 #include "generalised/pencil_calls.hpp"
+#include "layer.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 
@@ -265,10 +266,9 @@ TYPED_TEST(PencilArguments, AnswersAboutWorkspaces) {
   const Int best =
       n +
       std::max(
-          {answer_of([&](T* work, Int& info) { routine_call::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
+          {answer_of([&](T* work, Int& info) { layer::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
            answer_of([&](T* work, Int& info) {
-             routine_call::ormqr('L', ComplexScalar<T> ? 'C' : 'T', n, n, n, Matrix<T>(B), work, Matrix<T>(A), work, -1,
-                                 info);
+             layer::ormqr('L', ComplexScalar<T> ? 'C' : 'T', n, n, n, Matrix<T>(B), work, Matrix<T>(A), work, -1, info);
            }),
            answer_of([&](T* work, Int& info) { routine_call::orgqr(n, n, n, Matrix<T>(B), work, work, -1, info); })});
   const Int scales = RealScalar<T> ? 2 * n : 0;

@@ -208,8 +208,12 @@ void expect_schur_form(const Pencil<T>& pencil, const PencilSchurCall<T>& call) 
     }
   }
   if (call.n == 0) return;
-  if (call.wants_left()) EXPECT_LT(unitary_residual(call.VL), pencil_threshold);
-  if (call.wants_right()) EXPECT_LT(unitary_residual(call.VR), pencil_threshold);
+  if (call.wants_left()) {
+    EXPECT_LT(unitary_residual(call.VL), pencil_threshold);
+  }
+  if (call.wants_right()) {
+    EXPECT_LT(unitary_residual(call.VR), pencil_threshold);
+  }
   if (call.wants_left() && call.wants_right()) {
     EXPECT_LT(pencil_residual(pencil.A, call.VL, call.A, call.VR), pencil_threshold) << "A";
     EXPECT_LT(pencil_residual(pencil.B, call.VL, call.B, call.VR), pencil_threshold) << "B";

@@ -18,8 +18,7 @@ struct PencilCall {
   char job_left, job_right;
   Int n, lda, ldb, ldvl, ldvr, info = 99;
   GuardedMatrix<T> A, B, VL, VR;
-  GuardedVector<T> alpha, beta;
-  GuardedVector<R> alphai;
+  GuardedVector<T> alpha, alphai, beta;
   GuardedVector<T> work{1};
   GuardedVector<R> rwork{1};
   GuardedVector<Int> iwork{1};
@@ -39,8 +38,8 @@ struct PencilCall {
         VL(wants_left() ? n : 0, wants_left() ? n : 0, ldvl),
         VR(wants_right() ? n : 0, wants_right() ? n : 0, ldvr),
         alpha(n),
-        beta(n),
         alphai(n),
+        beta(n),
         bwork(n) {}
 
   bool wants_left() const { return same_letter(job_left, 'V'); }

@@ -79,7 +79,7 @@ struct Known {
     if (has_pairs()) {
       D(0, 1) = -1;
       D(1, 0) = 1;
-      D(3, 4) = 1 + Wide<T>(beta);
+      D(3, 4) = Wide<T>(1) + Wide<T>(beta);
       D(4, 3) = -D(3, 4);
     }
     return D;
