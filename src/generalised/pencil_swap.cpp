@@ -282,6 +282,20 @@ class NeighbourBlocks {
     }
     blas::rot(order_, column(left, 1, k), column(left, 1, k + 1), left_cs, left_sn);
     blas::rot(order_, row(right, k, 1), row(right, k + 1, 1), right_cs, right_sn);
+    if (S(k + 1, k) != 0) {
+      for (const Int i : {k, k + 1}) make_positive(i);
+    }
+  }
+
+  /// Changes the signs of a row if the diagonal element of P is negative.
+  void make_positive(Int i) {
+    auto& [S, P, U, V] = trial_;
+    if (!(P(i, i) < 0)) return;
+    for (Int j = 1; j <= order_; ++j) {
+      S(i, j) = negated(S(i, j));
+      P(i, j) = negated(P(i, j));
+      U(j, i) = negated(U(j, i));
+    }
   }
 
   void apply() {

@@ -69,7 +69,9 @@ class TriangularPencilSubstitution {
     const auto& [n, S, P] = pair_;
     R largest = 1;  // among the elements found
     for (Int j = own_ + 1; j <= n; ++j) {
-      if (sum_of(j) > largest_sum_ / largest) {
+      // Its parts, too, which are summed before they are scaled.
+      const R sum = larger_or_nan(sum_of(j), larger_or_nan(sums_[j - 1], sums_[n + (j - 1)]));
+      if (sum > largest_sum_ / largest) {
         scale_rows(own_, j - 1, 1 / largest);
         largest = 1;
       }
