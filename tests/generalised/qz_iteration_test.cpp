@@ -113,7 +113,8 @@ TYPED_TEST(QzIteration, FindsKnownEigenvalues) {
           values.push_back({{-k, ComplexScalar<T> ? k / 2 : 0}, 2});
           break;
         case 2:
-          values.push_back({1, 0});
+          // Two infinite ones may be a block that is not diagonal; of more, each would hang on a fourth root of eps.
+          values.push_back({1, values.size() < 8 ? 0.0 : k});
           break;
         default:
           if (Int(values.size()) + 1 == n) {
@@ -128,7 +129,6 @@ TYPED_TEST(QzIteration, FindsKnownEigenvalues) {
     const Pencil<T> pencil = reduced(pencil_with_values<T>(this->random, values, n + 1));
     const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
     expect_schur_form(pencil, call);
-    // Two infinite ones may be a block that is not diagonal.
     const bool is_simple = n < 8;
     const double tolerance = is_simple ? 1e3 * epsilon<T> : 20 * std::sqrt(double(epsilon<T>));
     EXPECT_LT(spectrum_distance(call.values(), values), tolerance);
@@ -154,8 +154,10 @@ TYPED_TEST(QzIteration, FindsPairsInAnyPlace) {
     pencil = reduced(pencil);
     const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
     expect_schur_form(pencil, call);
-    EXPECT_LT(spectrum_distance(call.values(), values_of_form(form.A, form.B)), 1e4 * epsilon<T>);
-    this->expect_same_values_alone(pencil, call, 1e4 * epsilon<T>);
+    // A complex form has two equal eigenvalues for each pair.
+    const double tolerance = RealScalar<T> ? 1e4 * epsilon<T> : 100 * std::sqrt(double(epsilon<T>));
+    EXPECT_LT(spectrum_distance(call.values(), values_of_form(form.A, form.B)), tolerance);
+    this->expect_same_values_alone(pencil, call, tolerance);
   }
 }
 
@@ -185,7 +187,7 @@ TYPED_TEST(QzIteration, TakesTheDiagonalOutsideTheActiveRows) {
     for (Int j = 1; j <= n; ++j) {
       if (j >= ilo && j <= ihi) continue;
       const std::complex<double> a(pencil.A(j, j)), b(pencil.B(j, j)), turn = std::conj(b) / std::abs(b);
-      const PencilValue& found = call.values()[std::size_t(j - 1)];
+      const PencilValue found = call.values()[std::size_t(j - 1)];
       EXPECT_NEAR(std::abs(found.alpha - a * turn), 0, 4 * epsilon<T>) << j;
       EXPECT_NEAR(found.beta, std::abs(b), 4 * epsilon<T>) << j;
     }
@@ -240,25 +242,47 @@ TYPED_TEST(QzIteration, FindsInfiniteEigenvaluesByZerosOnTheDiagonal) {
 }
 
 /// Where two elements below the diagonal of H are small together beside a zero of P, the pencil is split though neither
-/// is negligible.
+/// is negligible, and the infinite eigenvalue stays in its row.
 TYPED_TEST(QzIteration, SplitsAtTwoSmallElementsBesideAZero) {
   using T = TypeParam;
   const Real<T> small = std::sqrt(epsilon<T>) / 64;
   for (const Int n : {4, 6}) {
     for (Int k = 2; k < n; ++k) {
-      for (const bool next_is_zero : {false, true}) {
-        Pencil<T> pencil = this->random_form(n);
-        pencil.B(k, k) = T(0);
-        if (next_is_zero) pencil.B(k + 1, k + 1) = T(0);
-        pencil.A(k, k) = T(Real<T>(2));
-        pencil.A(k, k - 1) = pencil.A(k + 1, k) = T(small);
-        pencil.A.seal();
-        pencil.B.seal();
-        SCOPED_TRACE(testing::Message() << n << ": " << k);
-        const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
-        expect_schur_form(pencil, call);
-        // The first of two infinite eigenvalues stays in its row.
-        EXPECT_EQ(call.beta(k), T(0));
+      Pencil<T> pencil = this->random_form(n);
+      pencil.B(k, k) = T(0);
+      pencil.A(k, k) = T(Real<T>(2));
+      pencil.A(k, k - 1) = pencil.A(k + 1, k) = T(small);
+      pencil.A.seal();
+      pencil.B.seal();
+      SCOPED_TRACE(testing::Message() << n << ": " << k);
+      const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+      expect_schur_form(pencil, call);
+      EXPECT_EQ(call.beta(k), T(0));
+    }
+  }
+}
+
+/// A rotation that decouples the first row may leave a zero in the next one, to the last.
+TYPED_TEST(QzIteration, SplitsRowAfterRow) {
+  using T = TypeParam;
+  for (const Int n : {2, 3, 5}) {
+    for (Int zeros = 2; zeros <= n; ++zeros) {
+      Pencil<T> pencil = this->random_form(n);
+      pencil.B(1, 1) = T(0);
+      for (Int k = 1; k < zeros; ++k) {
+        // Equal elements below each other before the rotation of their rows, which is by 45 degrees.
+        pencil.A(k, k) = k == 1 ? T(1) : T(0);
+        pencil.A(k + 1, k) = T(1);
+        pencil.B(k, k + 1) = pencil.B(k + 1, k + 1) = T(1);
+      }
+      pencil.A.seal();
+      pencil.B.seal();
+      SCOPED_TRACE(testing::Message() << n << ": " << zeros);
+      const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+      expect_schur_form(pencil, call);
+      EXPECT_EQ(call.beta(1), T(0));
+      if (zeros == 2) {
+        EXPECT_EQ(call.beta(2), T(0));
       }
     }
   }
@@ -315,7 +339,7 @@ TYPED_TEST(QzIteration, EndsOnSingularPencils) {
 TYPED_TEST(QzIteration, KeepsToTheRangeOfNumbers) {
   using T = TypeParam;
   const int most = std::numeric_limits<Real<T>>::max_exponent - 12,
-            least = std::numeric_limits<Real<T>>::min_exponent + 40;
+            least = std::numeric_limits<Real<T>>::min_exponent + std::numeric_limits<Real<T>>::digits + 10;
   for (const int in_a : {least, 0, most}) {
     for (const int in_b : {least, 0, most}) {
       for (const Int n : {2, 3, 12}) {
