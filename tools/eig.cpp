@@ -16,6 +16,7 @@
 #include "estimate.hpp"
 #include "general_eig.hpp"
 #include "memory.hpp"
+#include "pencil_eig.hpp"
 #include "precision.hpp"
 #include "report.hpp"
 #include "spectrum_plot.hpp"
@@ -74,6 +75,9 @@ EigenRequest request_of(const EigenOptions& options) {
   request.selection = selection_of(options);
   request.type = options.type;
   if (!options.partner_file && options.type != 1) throw UsageError("--type is for two matrices: give --with");
+  if (options.partner_file && (options.schur_file || options.schur_vectors_file)) {
+    throw UsageError("--schur and --schur-vectors are for one matrix, --with gives two");
+  }
   const bool selects = request.selection.by != Selection::By::All;
   const std::string method = options.method.value_or(selects ? "mrrr" : request.vectors ? "dc" : "qr");
   if (selects && method != "mrrr") {
@@ -107,10 +111,7 @@ void require_hermitian(const std::string& file, const Asymmetry& asymmetry) {
 template <Scalar T>
 DenseMatrix<T> partner_matrix(std::optional<StoredMatrix> file) {
   if (!file) return {0, 0};
-  const std::string name = file->file;
-  auto b = to_dense<T>(std::move(*file));
-  require_hermitian<T>(name, asymmetry_of(b, true));
-  return b;
+  return to_dense<T>(std::move(*file));
 }
 
 /// What a driver could not do, from its info.
@@ -149,6 +150,15 @@ std::string_view orthogonality_of(const EigenOptions& options) {
 }
 
 template <Scalar T>
+void find_general(const DenseMatrix<T>& a, const DenseMatrix<T>& b, const EigenOptions& options, Report& report,
+                  Stopwatch& stopwatch, EigenOutputs& outputs) {
+  if (options.partner_file) find_pencil_eigenvalues(a, b, options, report, stopwatch, outputs);
+  else find_general_eigenvalues(a, options, report, stopwatch, outputs);
+  report.times(stopwatch).show_beside(options.output_file, {options.vectors_file, options.left_file, options.schur_file,
+                                                            options.schur_vectors_file, options.plot_file});
+}
+
+template <Scalar T>
 void find_in(StoredMatrix file, std::optional<StoredMatrix> partner, const EigenOptions& options,
              const EigenRequest& request, Stopwatch& stopwatch, EigenOutputs& outputs) {
   require_memory_for_vectors(file, sizeof(T), request, options);
@@ -158,24 +168,28 @@ void find_in(StoredMatrix file, std::optional<StoredMatrix> partner, const Eigen
     report.matrix("with", "with", partner->rows, partner->columns, partner->file).fact("type", request.type);
   }
   const Int n = file.rows;
+  const bool is_generalised = partner.has_value();
   const auto a = to_dense<T>(std::move(file));
-  const Asymmetry asymmetry = asymmetry_of(a, true);
-  const bool is_general = general_option(options) || (!asymmetry.is_rounding() && !symmetric_option(options));
-  if (!is_general) require_hermitian<T>(options.matrix_file, asymmetry);
   const auto b = partner_matrix<T>(std::move(partner));
+  const Asymmetry asymmetry = asymmetry_of(a, true), asymmetry_of_b = asymmetry_of(b, true);
+  const bool may_be_general = !symmetric_option(options);
+  const bool is_general =
+      general_option(options) || (may_be_general && !(asymmetry.is_rounding() && asymmetry_of_b.is_rounding()));
+  if (!is_general) {
+    require_hermitian<T>(options.matrix_file, asymmetry);
+    if (is_generalised) require_hermitian<T>(*options.partner_file, asymmetry_of_b);
+  }
 
   nuv_serv_load_dll();  // loading the kernel library is no part of the work
   stopwatch.end("read");
-  if (is_general) {
-    find_general_eigenvalues(a, options, report, stopwatch, outputs);
-    report.times(stopwatch).show_beside(
-        options.output_file,
-        {options.vectors_file, options.left_file, options.schur_file, options.schur_vectors_file, options.plot_file});
-    return;
-  }
+  if (is_general) return find_general(a, b, options, report, stopwatch, outputs);
   const auto pairs = with_estimate<T>(
       "eigenvalues of " + options.matrix_file, request.vectors ? work_of_eigenvectors(n) : work_of_eigenvalues(n),
-      [&] { return partner ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+      [&] { return is_generalised ? generalised_eigenpairs<T>(a, b, request) : eigenpairs<T>(a, request); });
+  // That a partner is not positive definite shows at the start of the work.
+  if (is_generalised && pairs.info > n && may_be_general) {
+    return find_general(a, b, options, report, stopwatch, outputs);
+  }
   stopwatch.end("solve");
   require_result(pairs, n, options);
 
@@ -183,7 +197,7 @@ void find_in(StoredMatrix file, std::optional<StoredMatrix> partner, const Eigen
       .fact("eigenvalues", static_cast<std::int64_t>(pairs.values.size()))
       .template routine<T>("found by", pairs.driver);
   if (request.vectors) {
-    const EigenResiduals measures = partner ? residuals_of(a, b, pairs, request.type) : residuals_of(a, pairs);
+    const EigenResiduals measures = is_generalised ? residuals_of(a, b, pairs, request.type) : residuals_of(a, pairs);
     report.line("residual", fmt::format("{:.3g}   {}", measures.residual, formula_of(options)))
         .fact("residual", measures.residual)
         .line("orthogonality", fmt::format("{:.3g}   {}", measures.orthogonality, orthogonality_of(options)))

@@ -99,6 +99,16 @@ Work work_of_general_eigenvectors(double n) {
   return {.in_products = 3 * values.in_products, .in_passes = values.in_passes};
 }
 
+// The reduction to Hessenberg-triangular form and the QZ iteration go by rotations, column by column.
+Work work_of_pencil_eigenvalues(double n) {
+  return {.in_products = 4 * n * n * n, .in_passes = 8 * n * n * n + 60 * n * n};
+}
+
+Work work_of_pencil_eigenvectors(double n) {
+  const Work values = work_of_pencil_eigenvalues(n);
+  return {.in_products = 2 * values.in_products, .in_passes = 2 * values.in_passes};
+}
+
 Work work_of_singular_values(double m, double n) {
   const double tall = std::max(m, n), narrow = std::min(m, n), half = 2 * narrow * narrow * (tall - narrow / 3);
   return {.in_products = half, .in_passes = half + 60 * narrow * narrow};

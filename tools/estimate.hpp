@@ -28,6 +28,8 @@ Work work_of_eigenvalues(double n);
 Work work_of_eigenvectors(double n);
 Work work_of_general_eigenvalues(double n);
 Work work_of_general_eigenvectors(double n);
+Work work_of_pencil_eigenvalues(double n);
+Work work_of_pencil_eigenvectors(double n);
 Work work_of_singular_values(double m, double n);
 Work work_of_singular_vectors(double m, double n);
 

@@ -7,12 +7,11 @@
 #include <complex>
 #include <cstdint>
 #include <limits>
-#include <numeric>
 #include <string>
 
-#include "equations.hpp"
 #include "error.hpp"
 #include "estimate.hpp"
+#include "general_eig_results.hpp"
 #include "general_eigen_residual.hpp"
 #include "general_eigen_solvers.hpp"
 #include "residual.hpp"
@@ -20,9 +19,6 @@
 
 namespace nuv::tools {
 namespace {
-
-/// How many of the most sensitive eigenvalues the account for people shows.
-constexpr std::size_t shown_conditions = 5;
 
 void require_result(Int info, Int order, const std::string& file) {
   if (info == 0) return;
@@ -38,39 +34,12 @@ void require_finite(const GeneralValues<T>& values, const std::string& file) {
   }
 }
 
-/// In real numbers where all values are real.
-template <Scalar T>
-void write_values(const GeneralValues<T>& values, Output& output) {
-  if (any_complex<T>(values)) {
-    DenseMatrix<std::complex<Real<T>>> column(static_cast<Int>(values.size()), 1);
-    column.elements = values;
-    return write_result(column, output);
-  }
-  std::vector<Real<T>> reals(values.size());
-  std::transform(values.begin(), values.end(), reals.begin(), [](auto value) { return value.real(); });
-  write_result(reals, output);
-}
-
-template <Scalar T>
-void write_vectors(const GeneralValues<T>& values, const DenseMatrix<T>& vectors, Output& output) {
-  if (RealScalar<T> && !any_complex<T>(values)) write_result(vectors, output);
-  else write_result(complex_vectors<T>(values, vectors), output);
-}
-
-std::string words_of(std::complex<double> value) {
-  if (value.imag() == 0) return fmt::format("{:.4g}", value.real());
-  return fmt::format("{:.4g} {} {:.4g} i", value.real(), value.imag() < 0 ? '-' : '+', std::abs(value.imag()));
-}
-
 /// An error of ||A|| eps moves an eigenvalue by up to so much over its cosine, and its vector by so much over the
 /// separation.
 template <Scalar T>
 void tell_conditions(const DenseMatrix<T>& a, const GeneralEigenpairs<T>& pairs, Report& report) {
   const auto change = static_cast<double>(frobenius_norm(a)) * std::numeric_limits<Real<T>>::epsilon();
-  std::vector<std::size_t> order(pairs.values.size());
-  std::iota(order.begin(), order.end(), 0);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t i, std::size_t j) { return pairs.cosines[i] < pairs.cosines[j]; });
+  const std::vector<std::size_t> order = ascending_places(pairs.cosines);
   for (std::size_t rank = 0; rank < std::min(order.size(), shown_conditions); ++rank) {
     const std::size_t k = order[rank];
     report.line("condition",
@@ -96,11 +65,6 @@ void tell_values(const GeneralValues<T>& values, std::string_view driver, Report
       .template routine<T>("found by", driver);
 }
 
-void tell_residual(std::string_view label, std::string key, long double residual, std::string_view formula,
-                   Report& report) {
-  report.line(label, fmt::format("{:.3g}   {}", residual, formula)).fact(std::move(key), residual);
-}
-
 }  // namespace
 
 const char* general_option(const EigenOptions& options) {
@@ -112,9 +76,9 @@ const char* general_option(const EigenOptions& options) {
 }
 
 const char* symmetric_option(const EigenOptions& options) {
-  if (options.partner_file) return "--with";
   if (options.range) return "--range";
   if (options.index) return "--index";
+  if (options.type != 1) return "--type";
   return options.method ? "--method" : nullptr;
 }
 

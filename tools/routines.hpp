@@ -32,6 +32,8 @@ struct Routines;
     static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \
     static constexpr auto getrf = nuv_lapack_##letter##getrf;   \
     static constexpr auto getri = nuv_lapack_##letter##getri;   \
+    static constexpr auto ggev = nuv_lapack_##letter##ggev;     \
+    static constexpr auto ggevx = nuv_lapack_##letter##ggevx;   \
     static constexpr auto heev = nuv_lapack_##letter##he##ev;   \
     static constexpr auto heevd = nuv_lapack_##letter##he##evd; \
     static constexpr auto heevr = nuv_lapack_##letter##he##evr; \

@@ -206,6 +206,7 @@ const std::vector<Driver>& drivers() {
     add_divided_svd(drivers);
     add_packed_band_eigen(drivers);
     add_general_eigen(drivers);
+    add_general_pencils(drivers);
     add_generalised_eigen(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);

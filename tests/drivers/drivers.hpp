@@ -62,6 +62,7 @@ class DriverList {
 void add_band_solvers(DriverList& drivers);
 void add_bounds(DriverList& drivers);             ///< condition numbers, refinement, scaling and expert drivers
 void add_general_eigen(DriverList& drivers);      ///< the drivers for general matrices
+void add_general_pencils(DriverList& drivers);    ///< the drivers for pencils of general matrices
 void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse iteration
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
@@ -73,6 +74,7 @@ void add_pencil_equations(DriverList& drivers);  ///< generalised Sylvester equa
 void add_pencil_reduction(DriverList& drivers);
 void add_pencil_reordering(DriverList& drivers);  ///< eigenvectors of generalised Schur forms, deflating subspaces
 void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
+void add_pivoted(DriverList& drivers);  ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);

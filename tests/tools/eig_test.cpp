@@ -132,8 +132,13 @@ TEST_F(Eig, VectorsHaveLengthOneInTheInnerProductOfB) {
 
 TEST_F(Eig, PartnersThatDoNotFit) {
   folder.write("B.mtx", symmetric + "2 2 2\n1 1 1\n2 2 -4\n");
-  refuse(array + "2 2\n1\n0\n0\n1\n", {"--with", "B.mtx"}, 1,
-         "B.mtx: the matrix is not positive definite: its leading minor of order 2 is not positive");
+  for (const std::vector<std::string>& options :
+       std::vector<std::vector<std::string>>{{"--method", "qr"}, {"--type", "3"}, {"--index", "1:1"}}) {
+    std::vector<std::string> all = {"--with", "B.mtx"};
+    all.insert(all.end(), options.begin(), options.end());
+    refuse(array + "2 2\n1\n0\n0\n1\n", all, 1,
+           "B.mtx: the matrix is not positive definite: its leading minor of order 2 is not positive");
+  }
   refuse(array + "1 1\n1\n", {"--with", "B.mtx"}, 1, "B.mtx:2: the matrix is 2 by 2, its partner is of order 1");
 }
 

@@ -2,37 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <complex>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "array_file.hpp"
 #include "spectrum_command.hpp"
 
 namespace nuv::test {
 namespace {
-
-using Complex = std::complex<double>;
-
-/// An array file, read in complex numbers.
-struct ArrayFile {
-  std::string field;
-  int rows = 0, columns = 0;
-  std::vector<Complex> elements;
-
-  explicit ArrayFile(const std::string& text) {
-    std::istringstream words(text);
-    std::string word;
-    words >> word >> word >> word >> field >> word >> rows >> columns;
-    for (double real, imaginary = 0; words >> real;) {
-      if (field == "complex") words >> imaginary;
-      elements.emplace_back(real, imaginary);
-    }
-    EXPECT_EQ(elements.size(), std::size_t(rows * columns));
-  }
-
-  Complex operator()(int i, int j) const { return elements[std::size_t(j * rows + i)]; }
-};
 
 /// Of order four, with a pair 1 +- 2i and the values 3 and -1.
 const std::string with_a_pair = array + "4 4\n1 -2 0 0\n2 1 0 0\n5 1 3 0\n2 -3 4 -1\n";
@@ -179,8 +156,8 @@ TEST_F(GeneralEig, EmptyMatrix) {
 TEST_F(GeneralEig, OptionsOfOneKindAlone) {
   refuse(with_a_pair, {"--left", "U.mtx", "--index", "1:2"}, 2,
          "--left is for general matrices, --index for symmetric ones (nuv help eig tells more)");
-  refuse(with_a_pair, {"--general", "--with", "A.mtx"}, 2,
-         "--general is for general matrices, --with for symmetric ones (nuv help eig tells more)");
+  refuse(with_a_pair, {"--general", "--with", "A.mtx", "--type", "2"}, 2,
+         "--general is for general matrices, --type for symmetric ones (nuv help eig tells more)");
   refuse(with_a_pair, {"--conditions", "--method", "dc"}, 2,
          "--conditions is for general matrices, --method for symmetric ones (nuv help eig tells more)");
   refuse(with_a_pair, {"--range", "0:1"}, 1, "A.mtx: the matrix is not symmetric: A(2,1) is not A(1,2)");

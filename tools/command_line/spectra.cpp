@@ -19,7 +19,7 @@ constexpr std::string_view about_eig =
     "  dc    divide and conquer; by default where vectors are wanted\n"
     "  mrrr  relatively robust representations; by default for a part of the values, which are found by bisection\n"
     "\n"
-    "--with gives the generalised problem with a positive definite B, of type\n"
+    "--with gives the generalised problem. Where A is symmetric or Hermitian and B positive definite it is of type\n"
     "  1  A x = w B x          2  A B x = w x          3  B A x = w x\n"
     "with vectors of length one in the inner product of B, or for type 3 in that of its inverse.\n"
     "\n"
@@ -28,6 +28,10 @@ constexpr std::string_view about_eig =
     "complex numbers unless all are real. Vectors have length one. T has 2 by 2 blocks on its diagonal where A is "
     "real\n"
     "and values are not.\n"
+    "\n"
+    "So is any other pair A, B: values with A v = w B v are found by QZ iteration, vectors have a largest component\n"
+    "|re| + |im| of one, left ones are those with u^H A = w u^H B. A singular B has infinite values (inf); where the\n"
+    "pair is singular, values are no numbers (nan).\n"
     "\n"
     "Standard error tells the method, and with --vectors how well vectors and values fit.\n";
 
@@ -46,7 +50,7 @@ void add_eig_options(CLI::App& command, EigenOptions& options) {
   add("--schur", options.schur_file, "FILE", "General A: file for the Schur form T")->check(not_empty());
   add("--schur-vectors", options.schur_vectors_file, "FILE", "General A: file for the Schur vectors Z")
       ->check(not_empty());
-  command.add_flag("--general", options.general, "Take A for a general matrix, even where it is symmetric");
+  command.add_flag("--general", options.general, "Take A, and B, for general matrices, even where they are symmetric");
   add("--range", options.range, "FROM:TO", "The eigenvalues above FROM and not above TO (default: all)");
   add("--index", options.index, "I:J", "The I-th to the J-th eigenvalue, counted from 1 in ascending order");
   add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());

@@ -216,6 +216,26 @@ TEST(Overloads, SelectIsAFunctionOfTheCaller) {
   EXPECT_NEAR(w[0].imag(), 2, 1e-14);
 }
 
+TEST(Overloads, SelectionOfGeneralisedEigenvalues) {
+  // Values 3, -1 and -2.
+  std::vector<double> a{6, 0, 0, 1, -1, 0, 1, 1, -8}, b{2, 0, 0, 0, 1, 0, 0, 0, 4}, re(3), im(3), beta(3), q(9), z(9);
+  int count = 9;
+  const auto is_negative = [](const double* alpha, const double*, const double*) -> int { return *alpha < 0; };
+  ASSERT_EQ(nuv::gges(nuv::Job::vectors, 'V', 'S', is_negative, 3, a.data(), 3, b.data(), 3, count, re.data(),
+                      im.data(), beta.data(), q.data(), 3, z.data(), 3),
+            0);
+  EXPECT_EQ(count, 2);
+  EXPECT_NEAR(re[2] / beta[2], 3, 1e-14);
+
+  std::vector<complex> c{complex(0, -1), 0, 1, complex(0, 4)}, d{1, 0, 0, 2}, w(2), unit(2);
+  const auto is_above = [](const complex* alpha, const complex* scale) -> int { return alpha->imag() > scale->real(); };
+  ASSERT_EQ(nuv::gges('N', 'N', 'S', is_above, 2, c.data(), 2, d.data(), 2, count, w.data(), unit.data(), nullptr, 1,
+                      nullptr, 1),
+            0);
+  EXPECT_EQ(count, 1);
+  EXPECT_NEAR(w[0].imag() / unit[0].real(), 2, 1e-14);
+}
+
 /// Real and complex members whose names differ go by the real name, too.
 TEST(Overloads, OneNameForRealAndComplex) {
   const auto check = []<class T>(T) {

@@ -17,6 +17,18 @@ contains
     is_above = merge(1, 0, aimag(w) > 0)
   end function
 
+  function is_below(alphar, alphai, beta) bind(c)
+    real(c_double), intent(in) :: alphar, alphai, beta
+    integer(c_int) :: is_below
+    is_below = merge(1, 0, alphar < 0 .and. alphai == 0 .and. beta > 0)
+  end function
+
+  function has_quotient_above(alpha, beta) bind(c)
+    complex(c_double_complex), intent(in) :: alpha, beta
+    integer(c_int) :: has_quotient_above
+    has_quotient_above = merge(1, 0, aimag(alpha / beta) > 0)
+  end function
+
 end module selections
 
 program short_names_test
@@ -30,6 +42,7 @@ program short_names_test
   call takes_several_options
   call keeps_the_names_with_lengths
   call asks_procedures_of_the_caller
+  call asks_procedures_of_the_caller_about_pencils
   call offers_the_services
   if (failures > 0) stop 1
 
@@ -86,6 +99,21 @@ contains
     c = reshape([complex(c_double_complex) :: (0, -1), 0, 1, (0, 2)], [2, 2])
     call nuv_lapack_zgees('N', 'S', is_above, 2, c, 2, sdim, w, v, 1, zwork, 100, work, bwork, info, 1, 1)
     call expect(info == 0 .and. sdim == 1 .and. abs(w(1) - (0, 2)) < 1d-14, 'nuv_lapack_zgees')
+  end subroutine
+
+  subroutine asks_procedures_of_the_caller_about_pencils
+    real(c_double) :: a(3, 3), b(3, 3), alphar(3), alphai(3), beta(3), q(3, 3), z(3, 3), work(100)
+    complex(c_double_complex) :: c(2, 2), d(2, 2), alpha(2), denominator(2), v(1, 1), zwork(100)
+    integer(c_int) :: sdim, bwork(3), info
+    a = reshape([6d0, 0d0, 0d0, 1d0, -1d0, 0d0, 1d0, 1d0, -8d0], [3, 3])
+    b = reshape([2d0, 0d0, 0d0, 0d0, 1d0, 0d0, 0d0, 0d0, 4d0], [3, 3])
+    call nuv_dgges('V', 'V', 'S', is_below, 3, a, 3, b, 3, sdim, alphar, alphai, beta, q, 3, z, 3, work, 100, bwork, info)
+    call expect(info == 0 .and. sdim == 2 .and. all(alphar(1:2) < 0) .and. abs(alphar(3) / beta(3) - 3) < 1d-14, 'nuv_dgges')
+    c = reshape([complex(c_double_complex) :: (0, -1), 0, 1, (0, 4)], [2, 2])
+    d = reshape([complex(c_double_complex) :: 1, 0, 0, 2], [2, 2])
+    call nuv_lapack_zgges('N', 'N', 'S', has_quotient_above, 2, c, 2, d, 2, sdim, alpha, denominator, v, 1, v, 1, zwork, &
+                          100, work, bwork, info, 1, 1, 1)
+    call expect(info == 0 .and. sdim == 1 .and. abs(alpha(1) / denominator(1) - (0, 2)) < 1d-14, 'nuv_lapack_zgges')
   end subroutine
 
   subroutine offers_the_services

@@ -47,6 +47,8 @@ lsame TFF, disnan FT
 ilaenv T
 dgees 0 2  3.00
 zgees 0 1  0.00  2.00
+dgges 0 2  3.00
+zgges 0 1  0.00  2.00
 """
 OWN_HANDLER_OUTPUT = """handled DGESV  6 1
 info -1

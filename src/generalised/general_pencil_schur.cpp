@@ -1,0 +1,221 @@
+#include "generalised/general_pencil_schur.hpp"
+
+#include <algorithm>
+
+#include "frame/error_report.hpp"
+#include "frame/option_matching.hpp"
+#include "generalised/deflating_subspace.hpp"
+#include "generalised/pencil_spine.hpp"
+
+namespace nuv {
+namespace {
+
+/// What is asked for beside the Schur form.
+template <Scalar T>
+struct Ordering {
+  char sort;
+  SelectGeneralised<T> selctg;
+  Logical* chosen;  ///< workspace
+
+  bool is_wanted() const { return same_letter(sort, 'S'); }
+};
+
+/// What is asked of tgsen beside an order of the eigenvalues, and its workspace.
+template <Scalar T>
+struct SubspaceConditions {
+  char sense;
+  Real<T>*of_mean, *of_subspaces;
+  Int* iwork;
+  Int liwork;
+
+  bool of_values() const { return is_one_of(sense, 'E', 'B'); }
+  bool of_spaces() const { return is_one_of(sense, 'V', 'B'); }
+  bool any() const { return of_values() || of_spaces(); }
+  Int ijob() const { return of_values() && of_spaces() ? 4 : of_spaces() ? 2 : of_values() ? 1 : 0; }
+};
+
+template <Scalar T>
+bool is_selected(SelectGeneralised<T> selctg, const PencilValues<T>& values, Int i) {
+  Logical answer = 0;
+  values.from(i).give_to([&](auto*... parts) { answer = selctg(parts...); });
+  return is_true(answer);
+}
+
+/// tgsen. Returns its info.
+template <Scalar T>
+Int move_in_front(const PencilSpine<T>& spine, const Logical* chosen, Int& sdim,
+                  const SubspaceConditions<T>& conditions) {
+  const Matrix<T> S = spine.a(), P = spine.b();
+  const PencilVectors<T>& V = spine.vectors();
+  Real<T> of_mean[2], of_subspaces[2];
+  Int info = 0;
+  spine.values().give_to([&](auto*... parts) {
+    tgsen(conditions.ijob(), to_logical(V.left), to_logical(V.right), chosen, spine.order(), S.data, S.ld, P.data, P.ld,
+          parts..., V.L.data, V.L.ld, V.R.data, V.R.ld, sdim, of_mean[0], of_mean[1], of_subspaces, spine.work(),
+          spine.lwork(), conditions.iwork, conditions.liwork, info);
+  });
+  if (info >= 0 && conditions.of_values()) std::copy_n(of_mean, 2, conditions.of_mean);
+  if (info >= 0 && conditions.of_spaces()) std::copy_n(of_subspaces, 2, conditions.of_subspaces);
+  return info;
+}
+
+/// Counts the eigenvalues that selctg takes in the end, as sdim, which were the first sdim when they were moved.
+/// Whether it says the same of each.
+template <Scalar T>
+bool is_still_selected(SelectGeneralised<T> selctg, const PencilSpine<T>& spine, Int& sdim) {
+  const Int n = spine.order();
+  const PencilValues<T>& values = spine.values();
+  Int count = 0;
+  bool is_same = true;
+  for (Int first = 1, last; first <= n; first = last + 1) {
+    last = first < n && values.alpha.starts_pair(first) ? first + 1 : first;
+    bool selected = is_selected<T>(selctg, values, first);
+    if (last > first) selected |= is_selected<T>(selctg, values, last);
+    if (selected) count += last - first + 1;
+    is_same &= selected == (first <= sdim);
+  }
+  sdim = count;
+  return is_same;
+}
+
+/// The steps of gges and ggesx for n > 0. Returns the info of gges, or that of tgsen where the workspace is too small
+/// for the condition numbers of what is selected.
+template <Scalar T>
+Int find_schur_form(const PencilProblem<T>& p, const PencilWork<T>& room, const Ordering<T>& ordering, Int& sdim,
+                    const SubspaceConditions<T>& conditions) {
+  PencilSpine<T> spine(p, room);
+  spine.balance('P');
+  Int info = spine.iterate(true);
+  bool values_are_scaled = true;
+  if (info == 0) {
+    if (ordering.is_wanted()) {
+      spine.unscale_values();
+      for (Int i = 1; i <= p.n; ++i) {
+        ordering.chosen[i - 1] = to_logical(is_selected<T>(ordering.selctg, p.values, i));
+      }
+      info = move_in_front(spine, ordering.chosen, sdim, conditions);
+      // Eigenvalues are those of the scaled pencil again, unless tgsen has not begun.
+      values_are_scaled = info >= 0;
+      if (info > 0) info = p.n + 3;
+    }
+    spine.transform_back();
+  }
+  if (values_are_scaled) spine.unscale_values();
+  spine.unscale_matrices();
+  if (info == 0 && ordering.is_wanted() && !is_still_selected(ordering.selctg, spine, sdim)) info = p.n + 2;
+  return info;
+}
+
+// ------------------------------------------------------------------------------------------------------------ drivers
+
+/// 0, or minus the position of the first bad argument up to the vectors. ggesx has sense in front of n.
+template <Scalar T>
+Int check(const PencilProblem<T>& p, const Ordering<T>& ordering, const char* sense) {
+  if (const Int bad = bad_job(p)) return -bad;
+  if (!is_one_of(ordering.sort, 'N', 'S')) return -3;
+  if (sense != nullptr) {
+    if (!is_one_of(*sense, 'N', 'E', 'V', 'B') || (!ordering.is_wanted() && !same_letter(*sense, 'N'))) return -5;
+  }
+  return check_sizes(p, sense != nullptr ? 6 : 5, 1);
+}
+
+/// With the scales of balancing.
+template <Scalar T>
+std::int64_t least_workspace(std::int64_t n) {
+  if (n == 0) return 1;
+  return RealScalar<T> ? std::max(8 * n, 6 * n + 16) : 2 * n;
+}
+
+template <Scalar T>
+std::int64_t best_workspace(Int n) {
+  if (n == 0) return 1;
+  return std::max(least_workspace<T>(n), columns_of_scales<T> * std::int64_t{n} + best_spine_workspace<T>(n));
+}
+
+/// gges in its two members; rwork is for complex ones.
+template <Scalar T>
+void drive(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim, T* work, Int lwork, Real<T>* rwork,
+           Int& info) {
+  info = check(p, ordering, nullptr);
+  if (info != 0) return report_bad_argument<T>("GGES", info);
+  const T best = as_work_size<T>(best_workspace<T>(p.n));
+  work[0] = best;
+  if (lwork == -1) return;
+  if (lwork < least_workspace<T>(p.n)) info = -behind_values<T>(19);
+  if (info != 0) return report_bad_argument<T>("GGES", info);
+  sdim = 0;
+  if (p.n == 0) return;
+
+  Int iwork[1];
+  info = find_schur_form<T>(p, scales_in_workspace(p.n, work, lwork, rwork), ordering, sdim,
+                            {'N', nullptr, nullptr, iwork, 1});
+  work[0] = best;
+}
+
+/// ggesx in its two members; rwork is for complex ones.
+template <Scalar T>
+void drive(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim, const SubspaceConditions<T>& conditions,
+           T* work, Int lwork, Real<T>* rwork, Int& info) {
+  constexpr Int position_of_lwork = behind_values<T>(22), position_of_liwork = 24;
+  info = check(p, ordering, &conditions.sense);
+  if (info != 0) return report_bad_argument<T>("GGESX", info);
+  const std::int64_t n = p.n;
+  std::int64_t best_size = best_workspace<T>(p.n);
+  if (conditions.any()) best_size = std::max(best_size, columns_of_scales<T> * n + n * n / 2);
+  const T best = as_work_size<T>(best_size);
+  const Int best_integers = conditions.any() && n > 0 ? p.n + (RealScalar<T> ? 6 : 2) : 1;
+  work[0] = best;
+  conditions.iwork[0] = best_integers;
+  if (lwork == -1 || conditions.liwork == -1) return;
+  if (lwork < least_workspace<T>(p.n)) info = -position_of_lwork;
+  else if (conditions.liwork < best_integers) info = -position_of_liwork;
+  if (info != 0) return report_bad_argument<T>("GGESX", info);
+  sdim = 0;
+  if (p.n == 0) return;
+
+  info = find_schur_form(p, scales_in_workspace(p.n, work, lwork, rwork), ordering, sdim, conditions);
+  // tgsen has said already that its workspace is too small for so many eigenvalues.
+  if (info < 0) info = -position_of_lwork;
+  work[0] = best;
+  conditions.iwork[0] = best_integers;
+}
+
+}  // namespace
+
+template <RealScalar T>
+void gges(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, Int n, T* a, Int lda, T* b, Int ldb,
+          Int& sdim, T* alphar, T* alphai, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, T* work, Int lwork,
+          Logical* bwork, Int& info) {
+  T* const none = nullptr;
+  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+           {sort, selctg, bwork}, sdim, work, lwork, none, info);
+}
+
+template <ComplexScalar T>
+void gges(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, Int n, T* a, Int lda, T* b, Int ldb,
+          Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, T* work, Int lwork, Real<T>* rwork,
+          Logical* bwork, Int& info) {
+  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}}, {sort, selctg, bwork},
+           sdim, work, lwork, rwork, info);
+}
+
+template <RealScalar T>
+void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, char sense, Int n, T* a, Int lda, T* b,
+           Int ldb, Int& sdim, T* alphar, T* alphai, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,
+           Real<T>* rcondv, T* work, Int lwork, Int* iwork, Int liwork, Logical* bwork, Int& info) {
+  T* const none = nullptr;
+  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+           {sort, selctg, bwork}, sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, none, info);
+}
+
+template <ComplexScalar T>
+void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, char sense, Int n, T* a, Int lda, T* b,
+           Int ldb, Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,
+           Real<T>* rcondv, T* work, Int lwork, Real<T>* rwork, Int* iwork, Int liwork, Logical* bwork, Int& info) {
+  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}}, {sort, selctg, bwork},
+           sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, rwork, info);
+}
+
+}  // namespace nuv
+
+#include "generalised/general_pencil_schur.entries.inc"
