@@ -21,11 +21,11 @@ struct Polar {
 };
 
 template <RealScalar R>
-Polar<R> polar(R x) {
+Polar<R> as_polar(R x) {
   return {x, 1};
 }
 template <ComplexScalar T>
-Polar<T> polar(T x) {
+Polar<T> as_polar(T x) {
   return {magnitude(x), x == T(0) ? T(1) : detail::direction(x)};
 }
 
@@ -135,7 +135,7 @@ void lags2(Logical upper_, Real<T> a1, T a2, Real<T> a3, Real<T> b1, T b2, Real<
   B.bring_into_range();
 
   const Polar<T> beside =
-      polar(upper ? A.beside * B.first - A.first * B.beside : A.beside * B.last - A.last * B.beside);
+      as_polar(upper ? A.beside * B.first - A.first * B.beside : A.beside * B.last - A.last * B.beside);
   R smaller, larger, snr, csr, snl, csl;
   lasv2(A.first * B.last, beside.real, A.last * B.first, smaller, larger, snr, csr, snl, csl);
   const T unit = upper ? beside.unit : conjugate(beside.unit);
