@@ -162,7 +162,9 @@ TYPED_TEST(PairTwoByTwo, DoesNotDependOnScales) {
   using T = TypeParam;
   using R = Real<T>;
   Random random(843);
-  const R large = std::ldexp(R(1), std::numeric_limits<R>::max_exponent - 4), small = 1 / large;
+  using Limits = std::numeric_limits<R>;
+  const R large = std::ldexp(R(1), Limits::max_exponent - 4);
+  const R small = std::ldexp(R(1), Limits::min_exponent + Limits::digits);
   for (int count = 0; count < 200; ++count) {
     const Triangle<T> A = random_graded<T>(random, 0), B = random_graded<T>(random, 0);
     const bool upper = count % 2 == 0;
