@@ -1,12 +1,14 @@
 // The generalised singular value decomposition: ggsvd.
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <numeric>
 
 #include "generalised/pair_calls.hpp"
 #include "support/argument_checks.hpp"
 #include "support/deadline.hpp"
+#include "support/described_matrices.hpp"
 #include "support/filled.hpp"
 
 namespace nuv::test {
@@ -213,6 +215,25 @@ TYPED_TEST(GeneralisedSvd, OfMatricesOfZeros) {
     EXPECT_EQ(call.l, one.l);
     expect_decomposed<GgsvdCall<T>, T>(call, one.A, one.B);
     for (Int i = 1; i <= 3; ++i) EXPECT_TRUE(call.alpha(i) == one.alpha && call.beta(i) == one.beta) << i;
+  }
+}
+
+/// Each matrix that is hard to compute with beside each other one.
+TYPED_TEST(GeneralisedSvd, OfMatricesThatAreHardToComputeWith) {
+  using T = TypeParam;
+  DescribedMatrices described(43);
+  std::vector<Description> descriptions(std::begin(matrices_of_full_rank), std::end(matrices_of_full_rank));
+  descriptions.insert(descriptions.end(), std::begin(rank_deficient_matrices), std::end(rank_deficient_matrices));
+  for (const Description& of_a : descriptions) {
+    for (const Description& of_b : descriptions) {
+      for (const auto& [m, p, n] : {std::array<Int, 3>{12, 10, 10}, {8, 11, 9}, {7, 6, 10}}) {
+        SCOPED_TRACE(testing::Message() << of_a.name << " and " << of_b.name << ", " << m << ' ' << p << ' ' << n);
+        const GuardedMatrix<T> A = described.general<T>(of_a, m, n, m), B = described.general<T>(of_b, p, n, p + 1);
+        const GgsvdCall<T> call = solved("UVQ", A, B);
+        expect_decomposed<GgsvdCall<T>, T>(call, A, B);
+        expect_sorted(call);
+      }
+    }
   }
 }
 
