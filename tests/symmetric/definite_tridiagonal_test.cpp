@@ -167,8 +167,10 @@ TYPED_TEST(DefiniteTridiagonal, ChecksItsArguments) {
   values.compz = 'N';
   values.ldz = 1;
   EXPECT_EQ(values.run(), 0);
-  values.ldz = 0;
-  expect_report(values, name, 6);
+  Call no_room;
+  no_room.compz = 'N';
+  no_room.ldz = 0;
+  expect_report(no_room, name, 6);
   Call none;
   none.n = 0;
   EXPECT_EQ(none.run(), 0);
