@@ -64,7 +64,9 @@ TYPED_TEST(Kogbetliantz, DecomposesPairsOfTriangles) {
     expect_decomposed<TgsjaCall<T>, T>(call, pair.A, pair.B);
     EXPECT_EQ(call.ncycle % 2, 0);
     EXPECT_TRUE(call.ncycle <= 20 && call.ncycle >= (shape.l == 0 ? 0 : 2)) << call.ncycle;
-    if (shape.l <= 1) EXPECT_EQ(call.ncycle, 2 * shape.l);
+    if (shape.l <= 1) {
+      EXPECT_EQ(call.ncycle, 2 * shape.l);
+    }
   }
 }
 
@@ -125,9 +127,15 @@ TYPED_TEST(Kogbetliantz, IsTheSameWhateverIsWanted) {
       EXPECT_TRUE(some.A.same_as(all.A) && some.B.same_as(all.B));
       EXPECT_TRUE(some.alpha.same_as(all.alpha) && some.beta.same_as(all.beta));
       EXPECT_EQ(some.ncycle, all.ncycle);
-      if (some.has(some.jobu)) EXPECT_TRUE(some.U.same_as(all.U));
-      if (some.has(some.jobv)) EXPECT_TRUE(some.V.same_as(all.V));
-      if (some.has(some.jobq)) EXPECT_TRUE(some.Q.same_as(all.Q));
+      if (some.has(some.jobu)) {
+        EXPECT_TRUE(some.U.same_as(all.U));
+      }
+      if (some.has(some.jobv)) {
+        EXPECT_TRUE(some.V.same_as(all.V));
+      }
+      if (some.has(some.jobq)) {
+        EXPECT_TRUE(some.Q.same_as(all.Q));
+      }
     }
   }
 }
@@ -185,7 +193,9 @@ TYPED_TEST(Kogbetliantz, EndsWithTheFortiethCycle) {
     EXPECT_TRUE(call.alpha.unchanged() && call.beta.unchanged());
     for (Int j = 1; j <= 5; ++j) {
       for (Int i = j + 1; i <= 5; ++i) {
-        if (3 + i <= 7) EXPECT_EQ(call.A(3 + i, 3 + j), T(0));
+        if (3 + i <= 7) {
+          EXPECT_EQ(call.A(3 + i, 3 + j), T(0));
+        }
         EXPECT_EQ(call.B(i, 3 + j), T(0));
       }
     }
@@ -232,7 +242,9 @@ TYPED_TEST(Kogbetliantz, EndsForNumbersThatAreNotFinite) {
         const Deadline deadline(20, "tgsja");
         EXPECT_GE(of_a.run(), 0);
         // The first k rows have no part in the method.
-        if (i > 1) EXPECT_TRUE(of_a.info == 1 || wide(of_a.alpha).hasNaN() || wide(of_a.A).hasNaN()) << i << j << value;
+        if (i > 1) {
+          EXPECT_TRUE(of_a.info == 1 || wide(of_a.alpha).hasNaN() || wide(of_a.A).hasNaN()) << i << j << value;
+        }
         EXPECT_GE(of_b.run(), 0);
       }
     }

@@ -80,7 +80,7 @@ KnownPair<T>::KnownPair(Random& random, const PairShape& shape_)
     : shape(shape_), A(shape.m, shape.n, std::max(1, shape.m)), B(shape.p, shape.n, std::max(1, shape.p)) {
   const auto [m, p, n, k, l] = shape;
   const Int pairs = std::max(shape.pairs(), 0), order = k + l;
-  std::vector<double> angles(std::size_t(pairs));
+  std::vector<double> angles(static_cast<std::size_t>(pairs));
   for (Int i = 0; i < pairs; ++i) {
     angles[std::size_t(i)] = (i + 0.5 + 0.3 * random.real()) / pairs * (std::numbers::pi / 2);
     alpha.push_back(std::cos(angles[std::size_t(i)]));

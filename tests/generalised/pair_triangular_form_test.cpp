@@ -79,9 +79,15 @@ TYPED_TEST(PairTriangularForm, IsTheSameWhateverIsWanted) {
       EXPECT_TRUE(some.k == all.k && some.l == all.l);
       EXPECT_TRUE(some.A.same_as(all.A));
       EXPECT_TRUE(some.B.same_as(all.B));
-      if (some.has(some.jobu)) EXPECT_TRUE(some.U.same_as(all.U));
-      if (some.has(some.jobv)) EXPECT_TRUE(some.V.same_as(all.V));
-      if (some.has(some.jobq)) EXPECT_TRUE(some.Q.same_as(all.Q));
+      if (some.has(some.jobu)) {
+        EXPECT_TRUE(some.U.same_as(all.U));
+      }
+      if (some.has(some.jobv)) {
+        EXPECT_TRUE(some.V.same_as(all.V));
+      }
+      if (some.has(some.jobq)) {
+        EXPECT_TRUE(some.Q.same_as(all.Q));
+      }
     }
   }
 }
