@@ -121,6 +121,12 @@ Work work_of_singular_vectors(double m, double n) {
           .in_passes = reduction.in_passes};
 }
 
+Work work_of_generalised_singular_values(double rows, double n, bool with_vectors) {
+  // Some ten cycles of rotations of all pairs of rows and columns, after reductions without blocks.
+  const double turned = 4 * n + (with_vectors ? rows + n : 0);
+  return {.in_passes = 10 * (n * n / 2) * 3 * turned + 4 * n * n * (rows + n)};
+}
+
 template <Scalar T>
 std::optional<Seconds> estimated_time(const Work& work) {
   if (!Progress::is_shown() || work.in_products + work.in_passes < enough_work) return std::nullopt;

@@ -32,6 +32,8 @@ Work work_of_pencil_eigenvalues(double n);
 Work work_of_pencil_eigenvectors(double n);
 Work work_of_singular_values(double m, double n);
 Work work_of_singular_vectors(double m, double n);
+/// Of two matrices of n columns, with so many rows together.
+Work work_of_generalised_singular_values(double rows, double n, bool with_vectors);
 
 /// The time that so much work in a precision will take; none where nobody would see it, and for little work.
 template <Scalar T>

@@ -30,6 +30,7 @@ struct Routines;
     static constexpr auto geqp3 = nuv_lapack_##letter##geqp3;   \
     static constexpr auto gesdd = nuv_lapack_##letter##gesdd;   \
     static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \
+    static constexpr auto ggsvd = nuv_lapack_##letter##ggsvd;   \
     static constexpr auto getrf = nuv_lapack_##letter##getrf;   \
     static constexpr auto getri = nuv_lapack_##letter##getri;   \
     static constexpr auto ggev = nuv_lapack_##letter##ggev;     \

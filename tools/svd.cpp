@@ -16,6 +16,7 @@
 #include "memory.hpp"
 #include "numerical_rank.hpp"
 #include "output.hpp"
+#include "pair_svd.hpp"
 #include "precision.hpp"
 #include "report.hpp"
 #include "singular_residual.hpp"
@@ -28,7 +29,11 @@ namespace {
 
 void require_consistent(const SingularOptions& options) {
   if (options.thin && options.full) throw UsageError("--thin and --full are two ways to choose: give one");
-  if ((options.thin || options.full) && !options.left_file && !options.right_file) {
+  if (options.partner_left_file && !options.partner_file) {
+    throw UsageError("--with-left is for two matrices: give --with");
+  }
+  if (options.partner_file && options.rank_tolerance) throw UsageError("--rank is for one matrix, --with gives two");
+  if ((options.thin || options.full) && !options.left_file && !options.right_file && !options.partner_left_file) {
     throw UsageError(fmt::format("--{} is for vectors: give --left or --right", options.full ? "full" : "thin"));
   }
   require_tolerance(options.rank_tolerance);
@@ -147,6 +152,7 @@ void decompose_in(StoredMatrix file, const SingularOptions& options, Stopwatch& 
 
 void find_singular_values(const SingularOptions& options) {
   require_consistent(options);
+  if (options.partner_file) return find_pair_values(options);
   within_memory(options.matrix_file, "the matrix does not fit into memory", [&] {
     Stopwatch stopwatch;
     if (options.plot_file) require_plotter();

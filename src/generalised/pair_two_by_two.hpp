@@ -19,8 +19,8 @@ namespace nuv {
 ///         [ a1   0 ]     [ x  x ]          [ b1   0 ]     [ x  x ]
 ///     U^H [ a2  a3 ] Q = [ 0  x ]      V^H [ b2  b3 ] Q = [ 0  x ].
 ///
-/// Of the two matrices, the one in which less is lost to cancellation gives Q. Elements that are not finite, or whose
-/// products are not, give rotations that are NaN.
+/// Of the two matrices, the one in which less is lost to cancellation gives Q. Elements that are not finite give
+/// rotations of which some are NaN, or that take them to zero.
 ///
 /// upper   true for upper triangular matrices, false for lower ones
 /// a1, a3, b1, b3  the diagonals;  a2, b2  what stands beside them

@@ -208,6 +208,7 @@ const std::vector<Driver>& drivers() {
     add_general_eigen(drivers);
     add_general_pencils(drivers);
     add_generalised_eigen(drivers);
+    add_generalised_svd(drivers);
     for (const Form& form : forms) {
       add_factorisations(drivers, form);
       add_products(drivers, form);

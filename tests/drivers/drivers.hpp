@@ -64,6 +64,7 @@ void add_bounds(DriverList& drivers);             ///< condition numbers, refine
 void add_general_eigen(DriverList& drivers);      ///< the drivers for general matrices
 void add_general_pencils(DriverList& drivers);    ///< the drivers for pencils of general matrices
 void add_generalised_eigen(DriverList& drivers);  ///< and bisection, inverse iteration
+void add_generalised_svd(DriverList& drivers);    ///< and the factorisations of pairs
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);

@@ -68,7 +68,16 @@ constexpr std::string_view about_svd =
     "Standard error tells the numerical rank, which is the number of values above TOL times the largest; TOL is\n"
     "max(m, n) eps by default, with eps = 2.2e-16 in double precision, 1.2e-07 in single: rounding errors make what\n"
     "is smaller. The condition number in the two-norm is the largest over the smallest value. With vectors standard\n"
-    "error also tells how well they and the values fit.\n";
+    "error also tells how well they and the values fit.\n"
+    "\n"
+    "--with gives generalised singular values of A and B, which has as many columns: the quotients c / s of the\n"
+    "diagonals of C and S in\n"
+    "  A = U C X^H,  B = V S X^H,  c^2 + s^2 = 1\n"
+    "with U and V that have orthonormal columns. The pairs c s are shown, in descending order of their quotients; 1 0 "
+    "is\n"
+    "an infinite value, and 0 1 is zero. --left gives U, --with-left V and --right X. There are as many pairs as the "
+    "rank\n"
+    "of A and B below each other; the columns of V belong to the last of them, as many as the rank of B.\n";
 
 void add_svd_options(CLI::App& command, SingularOptions& options) {
   add_matrix_options(command, options, "File of the matrix");
@@ -79,6 +88,9 @@ void add_svd_options(CLI::App& command, SingularOptions& options) {
   add("--left", options.left_file, "FILE", "File for the left singular vectors U, one per column (default: none)")
       ->check(not_empty());
   add("--right", options.right_file, "FILE", "File for the right singular vectors V, one per column (default: none)")
+      ->check(not_empty());
+  add("--with", options.partner_file, "B", "File of the second matrix of the generalised problem")->check(not_empty());
+  add("--with-left", options.partner_left_file, "FILE", "File for the left singular vectors V of B (default: none)")
       ->check(not_empty());
   command.add_flag("--thin", options.thin, "Vectors that belong to values alone (default)");
   command.add_flag("--full", options.full, "All vectors of either side");
