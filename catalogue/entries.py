@@ -9,8 +9,11 @@ from dataclasses import dataclass, field
 from workspace import SizeError, Workspace, parse_workspace
 
 # What an entry may speak of; a value is of one of these types or there is none.
-# Select is a function that the caller passes, which tells whether an eigenvalue belongs to those that are wanted.
-TYPES = ("Int", "Logical", "T", "R", "char", "text", "Select", "float", "double", "std::complex<float>", "std::complex<double>")
+# Functions that the caller passes, which tell whether an eigenvalue belongs to those that are wanted: one of a matrix, or a
+# generalised one, in two or three parts.
+FUNCTION_TYPES = ("Select", "SelectGeneralised")
+TYPES = ("Int", "Logical", "T", "R", "char", "text", *FUNCTION_TYPES, "float", "double", "std::complex<float>",
+         "std::complex<double>")
 # A mixed precision is written as in the name: scasum, csscal.
 PRECISIONS = ("s", "d", "c", "z", "sc", "dz", "cs", "zd")
 ROUTINE_KINDS = ("routine", "layer", "level3", "kernel", "special")
@@ -27,9 +30,9 @@ class CatalogueError(Exception):
 
 @dataclass(frozen=True)
 class Argument:
-    """One argument of a routine. `type` is Int, Logical, T, R, char, text, Select or a C++ type; by value in C++ unless
-    `pointer` or `out`; always by reference in C, which a function is anyway. `workspace` tells what stands in brackets
-    behind it."""
+    """One argument of a routine. `type` is Int, Logical, T, R, char, text, a type of functions or a C++ type; by value in
+    C++ unless `pointer` or `out`; always by reference in C, which a function is anyway. `workspace` tells what stands in
+    brackets behind it."""
 
     type: str
     name: str
@@ -45,7 +48,7 @@ class Argument:
 
     @property
     def is_function(self):
-        return self.type == "Select"
+        return self.type in FUNCTION_TYPES
 
     @property
     def has_hidden_length(self):
@@ -159,7 +162,7 @@ def parse_argument(text):
         raise CatalogueError(f"unknown type '{kind}'")
     if out and pointer or const and not pointer:
         raise CatalogueError(f"'out' goes with values and 'const' with pointers: '{text}'")
-    if kind == "Select" and (out or pointer):
+    if kind in FUNCTION_TYPES and (out or pointer):
         raise CatalogueError(f"a function stands for itself: '{text}'")
     if workspace is not None and (const or not pointer):
         raise CatalogueError(f"brackets go with pointers to what is written: '{text}'")
@@ -257,7 +260,7 @@ def parse_routine(kind, rest, meaning, family, layer_family):
         raise CatalogueError(f"'{pattern}': a question mark stands for the precision, and only for it")
     # Commas within brackets belong to a size.
     parsed = tuple(parse_argument(a) for a in re.split(r",(?![^\[]*\])", arguments)) if arguments.strip() else ()
-    if result and (result not in TYPES or result == "Select"):
+    if result and (result not in TYPES or result in FUNCTION_TYPES):
         raise CatalogueError(f"unknown type '{result}'")
     if not family or kind == "layer" and not layer_family:
         raise CatalogueError(f"'{pattern}' belongs to no family")

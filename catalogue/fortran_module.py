@@ -24,18 +24,19 @@ FORTRAN_TYPES = {
 }
 
 
-# Functions that callers pass, as the module declares them.
-SELECT_PARTS = {"s": ("real(c_float)", "wr", "wi"), "d": ("real(c_double)", "wr", "wi"),
-                "c": ("complex(c_float_complex)", "w"), "z": ("complex(c_double_complex)", "w")}
+# Functions that callers pass, as the module declares them: what they tell, and the parts of an eigenvalue.
+SELECTIONS = {"Select": ("an eigenvalue", ("wr", "wi"), ("w",)),
+              "SelectGeneralised": ("a generalised eigenvalue", ("alphar", "alphai", "beta"), ("alpha", "beta"))}
 
 
 def abstract_interfaces():
     out = ["  abstract interface"]
-    for letter, (kind, *names) in SELECT_PARTS.items():
-        name = cxx_type("Select", letter)
-        out += ["", "    ! Whether an eigenvalue is wanted: 1 if so, else 0.", f"    function {name}({', '.join(names)}) bind(c)",
-                "      import", *(f"      {kind}, intent(in) :: {a}" for a in names), f"      integer(c_int) :: {name}",
-                f"    end function {name}"]
+    for selection, (what, real_parts, complex_parts) in SELECTIONS.items():
+        for letter in "sdcz":
+            name, names = cxx_type(selection, letter), complex_parts if letter in "cz" else real_parts
+            out += ["", f"    ! Whether {what} is wanted: 1 if so, else 0.", f"    function {name}({', '.join(names)}) bind(c)",
+                    "      import", *(f"      {FORTRAN_TYPES[c_type('T', letter)]}, intent(in) :: {a}" for a in names),
+                    f"      integer(c_int) :: {name}", f"    end function {name}"]
     return out + ["", "  end interface"]
 
 

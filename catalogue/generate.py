@@ -232,6 +232,12 @@ typedef int (*nuv_s_select)(const float* wr, const float* wi);
 typedef int (*nuv_d_select)(const double* wr, const double* wi);
 typedef int (*nuv_c_select)(const nuv_complex8* w);
 typedef int (*nuv_z_select)(const nuv_complex16* w);
+
+/* The same for generalised eigenvalues alpha / beta. */
+typedef int (*nuv_s_select_generalised)(const float* alphar, const float* alphai, const float* beta);
+typedef int (*nuv_d_select_generalised)(const double* alphar, const double* alphai, const double* beta);
+typedef int (*nuv_c_select_generalised)(const nuv_complex8* alpha, const nuv_complex8* beta);
+typedef int (*nuv_z_select_generalised)(const nuv_complex16* alpha, const nuv_complex16* beta);
 """
 
 X_VARIANTS_TOP = f"""#ifndef NUV_X_VARIANTS_H

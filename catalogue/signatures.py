@@ -7,7 +7,7 @@ CXX_TYPES = {
     "z": ("std::complex<double>", "double"),
 }
 # Pointers to functions, which nuv_lapack.h declares.
-FUNCTION_TYPES = {"Select": "nuv_{}_select"}
+FUNCTION_TYPES = {"Select": "nuv_{}_select", "SelectGeneralised": "nuv_{}_select_generalised"}
 C_TYPES = {"Int": "int", "Logical": "int", "std::complex<float>": "nuv_complex8", "std::complex<double>": "nuv_complex16"}
 
 GENERATED = "Made from the catalogue by generate.py; not to be edited."

@@ -12,7 +12,8 @@ from paragraphs import of_comment, of_markdown, split_markup
 # Names of operations that are words, too.
 ORDINARY_WORDS = {"copy", "swap", "large"}
 MEANING_OF_TYPES = ("T is the scalar of the precision, R its real type: float for s and c, double for d and z. Int and "
-                    "Logical have 32 bits. Select is a function of the caller that returns whether an eigenvalue is wanted, 1 or 0.")
+                    "Logical have 32 bits. Select and SelectGeneralised are functions of the caller that return whether an eigenvalue "
+                    "is wanted, 1 or 0.")
 
 escape = html.escape
 

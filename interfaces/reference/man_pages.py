@@ -78,8 +78,8 @@ def routine_page(page, version):
         for text in page.prose:
             out += comment(text)
     out += arguments(page)
-    out += [".PP", "T is the scalar of the precision, R its real type; Int and Logical have 32 bits. Select is a function of "
-            "the caller that returns whether an eigenvalue is wanted, 1 or 0."]
+    out += [".PP", "T is the scalar of the precision, R its real type; Int and Logical have 32 bits. Select and "
+            "SelectGeneralised are functions of the caller that return whether an eigenvalue is wanted, 1 or 0."]
     if page.sources or page.family_prose:
         out.append(".SH METHOD")
         for source in page.sources:

@@ -20,6 +20,10 @@ constexpr Logical to_logical(bool value) {
   return value ? -1 : 0;
 }
 
+constexpr bool is_true(Logical value) {
+  return (value & 1) != 0;
+}
+
 template <class T>
 concept RealScalar = std::same_as<T, float> || std::same_as<T, double>;
 

@@ -158,7 +158,7 @@ Range<R> measure_range() {
   Range<R> found{};
   Logical rnd, ieee1;
   lamc1<R>(found.beta, found.t, rnd, ieee1);
-  found.rnd = (rnd & 1) != 0;
+  found.rnd = is_true(rnd);
   const R beta = static_cast<R>(found.beta);
   found.eps = measure_eps(power(beta, -found.t));
 
@@ -170,7 +170,7 @@ Range<R> measure_range() {
   found.is_guess = is_guess;
   found.rmin = 1;
   for (Int i = 1; i <= 1 - emin; ++i) found.rmin = lamc3(found.rmin * (R(1) / beta), R(0));
-  lamc5(found.beta, found.t, emin, to_logical(is_gradual || (ieee1 & 1) != 0), found.emax, found.rmax);
+  lamc5(found.beta, found.t, emin, to_logical(is_gradual || is_true(ieee1)), found.emax, found.rmax);
   return found;
 }
 
@@ -248,7 +248,7 @@ void lamc5(Int beta, Int p, Int emin, Logical ieee, Int& emax, R& rmax) {
   // one more for infinities.
   const Int bits = 1 + exponent_bits + p;
   if (bits % 2 == 1 && beta == 2) --emax;
-  if ((ieee & 1) != 0) --emax;
+  if (is_true(ieee)) --emax;
 
   // 1 - beta^-p, then as far up as it goes.
   const R base = static_cast<R>(beta), inverse = R(1) / base;

@@ -63,7 +63,7 @@ void lapmt(Logical forward, Int m, Int n, T* x, Int ldx, Int* k) {
   for (Int i = 1; i <= n; ++i) {
     if (k[i - 1] > 0) continue;
     Int next = negate(i);
-    if ((forward & 1) != 0) {
+    if (is_true(forward)) {
       for (Int place = i; k[next - 1] < 0;) {
         swap_columns(m, X, place, next);
         place = next;

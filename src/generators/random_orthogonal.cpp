@@ -98,7 +98,7 @@ void rotate(Int n, Vector<T> x, Vector<T> y, T c, T s) {
 
 template <Scalar T>
 void larot(Logical lrows, Logical lleft, Logical lright, Int nl, T c, T s, T* a, Int lda, T& xleft, T& xright) {
-  const bool by_rows = (lrows & 1) != 0, left = (lleft & 1) != 0, right = (lright & 1) != 0;
+  const bool by_rows = is_true(lrows), left = is_true(lleft), right = is_true(lright);
   const Int ends = Int{left} + Int{right};
   if (nl < ends) return report_bad_argument<T>("LAROT", -4);
   if (lda <= 0 || (!by_rows && lda < nl - ends)) return report_bad_argument<T>("LAROT", -8);

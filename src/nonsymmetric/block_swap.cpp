@@ -169,7 +169,7 @@ template <RealScalar T>
 void laexc(Logical wantq, Int n, T* t, Int ldt, T* q, Int ldq, Int j1, Int n1, Int n2, T* work, Int& info) {
   info = 0;
   if (n == 0 || n1 == 0 || n2 == 0 || j1 + n1 > n) return;
-  const bool with_q = (wantq & 1) != 0;
+  const bool with_q = is_true(wantq);
   const Matrix S{t, ldt}, Q{q, ldq};
   if (n1 == 1 && n2 == 1) return swap_eigenvalues(with_q, n, S, Q, j1);
 

@@ -33,7 +33,7 @@ template <Scalar T>
 bool is_selected(Select<T> select, const EigenvalueArray<T>& w, Int i) {
   Logical answer = 0;
   w.from(i).give_to([&](auto*... parts) { answer = select(parts...); });
-  return (answer & 1) != 0;
+  return is_true(answer);
 }
 
 /// Makes blocks triangular of which the element above the diagonal has underflowed, by exchanging their rows and

@@ -18,10 +18,6 @@ inline constexpr R exceptional_diagonal = R(0.75);
 template <RealScalar R>
 inline constexpr R exceptional_corner = R(-0.4375);
 
-constexpr bool is_true(Logical value) {
-  return (value & 1) != 0;
-}
-
 /// A Hessenberg matrix of which the Schur form, or the eigenvalues alone, are wanted, and a matrix whose rows iloz ...
 /// ihiz take part in the transformations of columns.
 template <Scalar T>

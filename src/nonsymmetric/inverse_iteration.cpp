@@ -49,7 +49,7 @@ struct RealSpectrum {
   bool is_pair(Int k) const { return k < n && wi[k - 1] != 0; }
   std::complex<T> operator[](Int k) const { return {wr[k - 1], is_pair(k) ? wi[k - 1] : T(0)}; }
   Int columns(Int k) const { return is_pair(k) ? 2 : 1; }
-  bool is_selected(Int k) const { return (select[k - 1] & 1) != 0; }
+  bool is_selected(Int k) const { return is_true(select[k - 1]); }
   bool is_wanted(Int k) const { return is_selected(k) || (is_pair(k) && is_selected(k + 1)); }
   void move(Int k, T real_part) const { std::fill_n(wr + (k - 1), columns(k), real_part); }
 
@@ -71,7 +71,7 @@ struct ComplexSpectrum {
 
   T operator[](Int k) const { return w[k - 1]; }
   static Int columns(Int) { return 1; }
-  bool is_selected(Int k) const { return (select[k - 1] & 1) != 0; }
+  bool is_selected(Int k) const { return is_true(select[k - 1]); }
   bool is_wanted(Int k) const { return is_selected(k); }
   void move(Int k, Real<T> real_part) const { w[k - 1] = {real_part, w[k - 1].imag()}; }
 };

@@ -268,7 +268,7 @@ void laein(Logical rightv, Logical noinit, Int n, const T* h, Int ldh, T wr, T w
            T eps3, T smlnum, T bignum, Int& info) {
   info = 0;
   if (n == 0) return;
-  const bool right = (rightv & 1) != 0, starts_anew = (noinit & 1) != 0;
+  const bool right = is_true(rightv), starts_anew = is_true(noinit);
   const Matrix H{h, ldh};
   const Matrix B{b, ldb};
   if (wi == 0) {
@@ -283,7 +283,7 @@ void laein(Logical rightv, Logical noinit, Int n, const T* h, Int ldh, T w, T* v
            Real<T> eps3, Real<T> smlnum, Int& info) {
   info = 0;
   if (n == 0) return;
-  const bool right = (rightv & 1) != 0, starts_anew = (noinit & 1) != 0;
+  const bool right = is_true(rightv), starts_anew = is_true(noinit);
   info = find_vector<T>(right, starts_anew, n, {h, ldh}, w, v, {b, ldb}, rwork, eps3, smlnum);
 }
 

@@ -202,8 +202,8 @@ void laqtr(Logical ltran, Logical lreal, Int n, const T* t, Int ldt, const T* b,
            Int& info) {
   info = 0;
   if (n == 0) return;
-  ScaledSubstitution<T> system((lreal & 1) != 0, n, {t, ldt}, b, w, x, work);
-  if ((ltran & 1) != 0) {
+  ScaledSubstitution<T> system(is_true(lreal), n, {t, ldt}, b, w, x, work);
+  if (is_true(ltran)) {
     system.solve_transposed();
   } else {
     system.solve();

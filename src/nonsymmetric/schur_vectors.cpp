@@ -181,7 +181,7 @@ class QuasiTriangularSubstitution {
 };
 
 bool is_selected(const Logical* select, DiagonalBlock block) {
-  return ((select[block.first - 1] | select[block.last - 1]) & 1) != 0;
+  return is_true(select[block.first - 1] | select[block.last - 1]);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace nuv {
 
 inline bool is_selected(const Logical* select, DiagonalBlock block) {
-  return std::any_of(select + (block.first - 1), select + block.last, [](Logical flag) { return (flag & 1) != 0; });
+  return std::any_of(select + (block.first - 1), select + block.last, is_true);
 }
 
 /// How many eigenvalues are selected, both of a pair or none.

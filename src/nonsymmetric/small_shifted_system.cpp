@@ -117,7 +117,7 @@ struct ShiftedSystem {
 template <RealScalar T>
 void laln2(Logical ltrans, Int na, Int nw, T smin, T ca, const T* a, Int lda, T d1, T d2, const T* b, Int ldb, T wr,
            T wi, T* x, Int ldx, T& scale, T& xnorm, Int& info) {
-  const bool transposed = (ltrans & 1) != 0;
+  const bool transposed = is_true(ltrans);
   const Matrix A{a, lda}, B{b, ldb};
   const Matrix X{x, ldx};
 

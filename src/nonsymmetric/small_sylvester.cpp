@@ -145,7 +145,7 @@ void lasy2(Logical ltranl, Logical ltranr, Int isgn, Int n1, Int n2, const T* tl
   info = 0;
   if (n1 == 0 || n2 == 0) return;
   const Matrix X{x, ldx};
-  const SylvesterEquation<T> equation{{tl, ldtl}, {tr, ldtr}, {b, ldb}, (ltranl & 1) != 0, (ltranr & 1) != 0, T(isgn)};
+  const SylvesterEquation<T> equation{{tl, ldtl}, {tr, ldtr}, {b, ldb}, is_true(ltranl), is_true(ltranr), T(isgn)};
   info = equation.solve(n1, n2, scale, X) ? 1 : 0;
   xnorm = 0;
   for (Int i = 1; i <= n1; ++i) {

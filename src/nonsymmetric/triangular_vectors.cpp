@@ -93,7 +93,7 @@ template <ComplexScalar T>
 void trevc(char side, char howmny, const Logical* select, Int n, T* t, Int ldt, T* vl, Int ldvl, T* vr, Int ldvr,
            Int mm, Int& m, T* work, Real<T>* rwork, Int& info) {
   const WantedVectors wanted(side, howmny);
-  const auto is_wanted = [&](Int j) { return !wanted.selected || (select[j - 1] & 1) != 0; };
+  const auto is_wanted = [&](Int j) { return !wanted.selected || is_true(select[j - 1]); };
   info = check_wanted_vectors(side, howmny, n, ldt, ldvl, ldvr);
   if (info == 0) {
     m = 0;

@@ -19,6 +19,17 @@ namespace nuv {
 template <Scalar T>
 void larz(char side, Int m, Int n, Int l, const T* v, Int incv, T tau, T* c, Int ldc, T* work);
 
+/// The same for a C in two parts that need not be neighbours: its first row (side 'L') or column (side 'R') is c1, and
+/// the others, which the elements of v meet, are c2. An older form of larz; for any other side nothing is done.
+///
+/// m, n    sizes of both parts together
+/// v       m - 1 (left) or n - 1 elements
+/// c1      n elements at distances of ldc (left), or m elements one behind the other
+/// c2      m - 1 by n (left) or m by n - 1, ldc >= max(1, m)
+/// work    n (left) or m elements
+template <Scalar T>
+void latzm(char side, Int m, Int n, const T* v, Int incv, T tau, T* c1, T* c2, Int ldc, T* work);
+
 /// The factor T of a block, lower triangular, with
 ///
 ///     I - V^H T V = Gk ... G1,    Gi = I - tau_i conj(v_i) v_i^T,

@@ -163,7 +163,7 @@ Int solve_by_trees(const Selection<Real<T>>& given, Real<T>* d, Real<T>* e, cons
   Selection<R> wanted = given.scaled(scaling);
 
   Int info;
-  bool relative = (tryrac & 1) != 0;
+  bool relative = is_true(tryrac);
   if (relative) {
     larrr(n, d, e, info);
     relative = info == 0;

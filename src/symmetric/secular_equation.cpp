@@ -35,7 +35,7 @@ void laed5(Int i, const T* d, const T* z, T* delta, T rho, T& dlam) {
 
 template <RealScalar T>
 void laed6(Int kniter, Logical orgati, T rho, const T* d, const T* z, T finit, T& tau, Int& info) {
-  ThreePoleRoot<T> root((orgati & 1) != 0, rho, d, z, finit);
+  ThreePoleRoot<T> root(is_true(orgati), rho, d, z, finit);
   if (kniter == 2) root.guess();
   info = root.find() ? 0 : 1;
   tau = root.value();

@@ -170,7 +170,7 @@ void lar1v(Int n, Int b1, Int bn, Real<T> lambda, const Real<T>* d, const Real<T
   using R = Real<T>;
   const Rows rows = r == 0 ? Rows{b1 - 1, bn - 1, b1 - 1, bn - 1} : Rows{b1 - 1, bn - 1, r - 1, r - 1};
   const TwistedFactors<R> factors(n, {d, l, ld, lld}, rows, lambda, pivmin, work);
-  negcnt = (wantnc & 1) != 0 ? factors.eigenvalues_below() : -1;
+  negcnt = is_true(wantnc) ? factors.eigenvalues_below() : -1;
   Int twist, top, bottom;
   factors.find_twist(twist, mingma);
   z[twist] = T(1);

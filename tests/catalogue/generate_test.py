@@ -173,9 +173,10 @@ class Parsing(unittest.TestCase):
         self.refused(entry("routine d ?a (Int n, Int)"), "3: not an argument: ' Int'")
 
     def test_a_function_stands_for_itself(self):
-        for argument in ("out Select select", "Select* select", "const Select* select"):
+        for argument in ("out Select select", "Select* select", "const Select* select", "out SelectGeneralised selctg"):
             self.refused(entry(f"routine d ?a ({argument})"), f"3: a function stands for itself: '{argument}'")
-        self.refused(entry("routine d ?a (Int n) -> Select"), "3: unknown type 'Select'")
+        for kind in ("Select", "SelectGeneralised"):
+            self.refused(entry(f"routine d ?a (Int n) -> {kind}"), f"3: unknown type '{kind}'")
 
     def test_unknown_types_are_refused(self):
         for signature in ("(Itn n)", "(Int n) -> Imt"):
@@ -208,6 +209,16 @@ class Header(unittest.TestCase):
         self.assertIn("void nuv_lapack_za(const char* sort, nuv_z_select select, const int* n, int sort_length);", header)
         self.assertIn("typedef int (*nuv_s_select)(const float* wr, const float* wi);", header)
         self.assertIn("typedef int (*nuv_z_select)(const nuv_complex16* w);", header)
+
+    def test_a_function_for_generalised_eigenvalues_is_given_their_parts(self):
+        header = self.prototypes("routine sc ?a (char sort, SelectGeneralised selctg, Int n)")
+        self.assertIn("void nuv_lapack_sa(const char* sort, nuv_s_select_generalised selctg, const int* n, int sort_length);",
+                      header)
+        self.assertIn("void nuv_lapack_ca(const char* sort, nuv_c_select_generalised selctg, const int* n, int sort_length);",
+                      header)
+        self.assertIn("typedef int (*nuv_s_select_generalised)(const float* alphar, const float* alphai, const float* beta);",
+                      header)
+        self.assertIn("typedef int (*nuv_c_select_generalised)(const nuv_complex8* alpha, const nuv_complex8* beta);", header)
 
     def test_types_follow_the_precision(self):
         header = self.prototypes("routine sdcz ?a (T* t, R* r) -> R")
@@ -428,6 +439,17 @@ class FortranModule(unittest.TestCase):
                       "      real(c_double), intent(in) :: wi\n      integer(c_int) :: nuv_d_select\n", module)
         self.assertIn("    function nuv_c_select(w) bind(c)\n      import\n      complex(c_float_complex), intent(in) :: w\n",
                       module)
+
+    def test_a_procedure_for_generalised_eigenvalues_is_given_their_parts(self):
+        self.assertIn("      procedure(nuv_z_select_generalised) :: selctg",
+                      self.interface("routine z ?a (SelectGeneralised selctg)", "nuv_lapack_za"))
+        module = files(entry("routine d ?a (Int n)"))[MODULE]
+        self.assertIn("    function nuv_s_select_generalised(alphar, alphai, beta) bind(c)\n      import\n"
+                      "      real(c_float), intent(in) :: alphar\n      real(c_float), intent(in) :: alphai\n"
+                      "      real(c_float), intent(in) :: beta\n      integer(c_int) :: nuv_s_select_generalised\n", module)
+        self.assertIn("    function nuv_z_select_generalised(alpha, beta) bind(c)\n      import\n"
+                      "      complex(c_double_complex), intent(in) :: alpha\n"
+                      "      complex(c_double_complex), intent(in) :: beta\n", module)
 
     def test_short_names_take_no_lengths(self):
         self.assertEqual(self.interface("routine d ?potrf (char uplo, Int n)", "nuv_dpotrf"),

@@ -77,6 +77,9 @@ class Overloads(unittest.TestCase):
         made, = self.functions("routine z ?wdsv (Select select, T x)")
         self.assertIn("(nuv_z_select select, std::complex<double> x)", made)
         self.assertIn("nuv_lapack_zwdsv(select, &x);", made)
+        made, = self.functions("routine d ?wdsv (SelectGeneralised selctg, T x)")
+        self.assertIn("(nuv_d_select_generalised selctg, double x)", made)
+        self.assertIn("nuv_lapack_dwdsv(selctg, &x);", made)
 
     def test_texts(self):
         made, = self.functions("routine - wdenv (text name, char c) -> Int")

@@ -23,7 +23,8 @@ LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L",
            "range": "A", "fact": "N", "equed": "N", "vect": "N", "direct": "F", "storev": "C", "dist": "U", "pivot": "V",
            "normin": "N", "order": "E", "sym": "S", "rsign": "F", "pack": "N", "jobu": "A", "jobvt": "A", "compz": "I",
            "compq": "I", "cmach": "E", "init": "N", "type": "G", "id": "I", "grade": "N", "pivtng": "N", "upper": "F",
-           "sim": "F", "jobt": "T", "jobvl": "V", "jobvr": "V", "jobvs": "V", "sort": "S", "sense": "B", "balanc": "B"}
+           "sim": "F", "jobt": "T", "jobvl": "V", "jobvr": "V", "jobvs": "V", "jobvsl": "V", "jobvsr": "V",
+           "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
            ("orgbr", "vect"): "Q", ("trevc", "howmny"): "A", ("hseqr", "job"): "S", ("trexc", "compq"): "V",
            ("trsen", "compq"): "V"}
@@ -34,11 +35,15 @@ STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2",
 
 # Wide ones: tzrzf takes more workspace than it answers if its matrix is square.
 ROWS = {"tzrzf": 3, "latrz": 2, "orglq": 2, "orgrq": 2, "orgl2": 2, "orgr2": 2}
+# Those that do nothing for a small one.
+ORDERS = {"latm6": 5}
 
 
 def integer(routine, name):
     if name == "m" and routine.function in ROWS:
         return ROWS[routine.function]
+    if name == "n" and routine.function in ORDERS:
+        return ORDERS[routine.function]
     if name.startswith("ld"):
         return 16
     if name in ("lwork", "lrwork", "liwork"):
@@ -58,7 +63,7 @@ def scalar(a, precision):
 def declaration(routine, a, precision, index):
     """A variable of the argument's name. What a routine may change stands in the arena."""
     if a.is_function:
-        return f"const {cxx_type(a.type, precision)} {a.name} = {selected_by(precision)};"
+        return f"const {cxx_type(a.type, precision)} {a.name} = {selected_by(a.type, precision)};"
     if a.pointer or a.out:
         t = {"Int": "int", "Logical": "int", "char": "char"}.get(a.type, cxx_type(a.type, precision))
         kind = "scratch" if a.is_scratch else "array"
@@ -78,13 +83,15 @@ def declaration(routine, a, precision, index):
     return f"const {cxx_type(a.type, precision)} {a.name} = {scalar(a, precision)};"
 
 
-def selected_by(precision):
-    """A function that selects some eigenvalues."""
-    letter = scalar_letter(precision)
-    if letter in "cz":
-        return f"[](const {cxx_type('T', letter)}* w) {{ return int(w->real() > 0.5); }}"
-    t = cxx_type("T", letter)
-    return f"[](const {t}* wr, const {t}*) {{ return int(*wr > 0.5); }}"
+def selected_by(kind, precision):
+    """A function that selects some eigenvalues, or the finite ones of a pencil."""
+    t = f"const {cxx_type('T', precision)}*"
+    if kind == "SelectGeneralised":
+        ignored = f"{t}, {t}" if scalar_letter(precision) in "sd" else t
+        return f"[]({ignored}, {t} beta) {{ return int(*beta != {cxx_type('T', precision)}(0)); }}"
+    if scalar_letter(precision) in "cz":
+        return f"[]({t} w) {{ return int(w->real() > 0.5); }}"
+    return f"[]({t} wr, {t}) {{ return int(*wr > 0.5); }}"
 
 
 def exported_call(routine, precision, exported):
