@@ -76,10 +76,6 @@ class DividedLeastSquares {
 
   /// Gives info.
   Int solve(R rcond, Int& rank) {
-    if (n_ <= tables_.smlsiz) {
-      add_part(1);
-      return solve_parts(rcond, rank);
-    }
     const R norm = lanst('M', n_, d_, e_);
     if (norm == 0) {
       laset('A', n_, nrhs_, T(0), T(0), B_.data, B_.ld);
@@ -122,9 +118,10 @@ class DividedLeastSquares {
     return {first, end - first};
   }
 
-  /// Cuts where an element is negligible beside the norm, which is one.
+  /// Cuts where an element is negligible beside the norm, which is one. A leaf is solved as it is.
   void find_parts() {
     add_part(1);
+    if (n_ <= tables_.smlsiz) return;
     for (Int i = 1; i < n_; ++i) {
       if (!(std::abs(e_[i - 1]) < Machine<R>::eps)) continue;
       e_[i - 1] = 0;

@@ -170,14 +170,14 @@ Int check(Int m, Int n, Int nrhs, Int lda, Int ldb) {
 template <Scalar T, class Solve>
 Int solve_in_range(Int m, Int n, Int nrhs, Matrix<T> A, Matrix<T> B, Real<T>* s, Solve solve) {
   using R = Real<T>;
-  constexpr R smallest = Machine<R>::safe_min / Machine<R>::precision;
-  const NormScaling<R> scaling_of_a(m, n, A, smallest);
+  const NormScaling<R> scaling_of_a(m, n, A);
   if (scaling_of_a.norm() == 0) {
     laset('F', std::max(m, n), nrhs, T(0), T(0), B.data, B.ld);
     std::fill_n(s, std::min(m, n), R(0));
     return 0;
   }
-  const NormScaling<R> scaling_of_b(m, nrhs, B, smallest);
+  // Nothing is squared in B.
+  const NormScaling<R> scaling_of_b(m, nrhs, B, Machine<R>::safe_min / Machine<R>::precision);
   const Int info = solve();
   if (info != 0) return info;
   scaling_of_a.redo(n, nrhs, B);  // X belongs to the scaled A
