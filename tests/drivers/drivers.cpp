@@ -215,6 +215,7 @@ const std::vector<Driver>& drivers() {
     }
     add_q_of_reductions(drivers);
     add_least_squares(drivers);
+    add_svd_least_squares(drivers);
     add_nonsymmetric(drivers);
     add_pivoted(drivers);
     return drivers.list;

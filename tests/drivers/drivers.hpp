@@ -73,6 +73,7 @@ void add_packed_solvers(DriverList& drivers);
 void add_pivoted(DriverList& drivers);  ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);
+void add_svd_least_squares(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
 void add_two_stage(DriverList& drivers);
