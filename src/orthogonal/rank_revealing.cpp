@@ -94,8 +94,9 @@ Int rank_of_triangle(Int mn, Matrix<const T> R, Real<T> rcond, T* work) {
   Int rank = 1;
   for (; rank < mn; ++rank) {
     const auto smaller = smallest.with_column(rank, R), larger = largest.with_column(rank, R);
-    const bool is_well_conditioned = larger.size * rcond <= smaller.size;
-    if (!is_well_conditioned) break;
+    // A NaN goes on, into the solution: it must not be taken for a column that can be left out.
+    const bool is_ill_conditioned = larger.size * rcond > smaller.size;
+    if (is_ill_conditioned) break;
     smallest.grow(rank, smaller);
     largest.grow(rank, larger);
   }
