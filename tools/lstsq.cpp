@@ -78,8 +78,7 @@ void give(const DenseMatrix<T>& x, Report report, const LeastSquaresOptions& opt
   report.times(stopwatch).show_beside(options.output_file);
 }
 
-// ----------------------------------------------------------------------------------------------------- by the
-// equations
+// ---------------------------------------------------------------------------------------------------- by the equations
 
 /// By which measure a matrix has the rank that it has.
 struct RankMeasure {
@@ -148,8 +147,7 @@ void fit_in(EquationFiles files, const LeastSquaresOptions& options, Stopwatch& 
   give(solved.x, account_of(a, solved, b, measure, options), options, stopwatch, output);
 }
 
-// ----------------------------------------------------------------------------------------------------- with
-// constraints
+// ---------------------------------------------------------------------------------------------------- with constraints
 
 /// C X = D as the files hold them.
 struct ConstraintFiles {

@@ -33,8 +33,7 @@ void subtract_product(Int m, Int n, Matrix<T> A, const T* x, T* y) {
   if (m > 0 && n > 0) blas::gemv('N', m, n, T(-1), A, {x, 1}, T(1), {y, 1});
 }
 
-// ---------------------------------------------------------------------------------------------- under constraints:
-// gglse
+// -------------------------------------------------------------------------------------------- under constraints: gglse
 
 Int check_constrained(Int m, Int n, Int p, Int lda, Int ldb, Int lwork) {
   if (m < 0) return -1;
@@ -82,8 +81,7 @@ struct ConstrainedFit {
   }
 };
 
-// -------------------------------------------------------------------------------------------- with weighed errors:
-// ggglm
+// ------------------------------------------------------------------------------------------ with weighed errors: ggglm
 
 Int check_linear_model(Int n, Int m, Int p, Int lda, Int ldb, Int lwork) {
   if (n < 0) return -1;

@@ -90,8 +90,7 @@ struct NewRow {
   T alpha, gamma;  ///< the row brought to length one
 };
 
-// ---------------------------------------------------------------------------------------------------------- the
-// largest
+// --------------------------------------------------------------------------------------------------------- the largest
 
 template <Scalar T>
 Estimate<T> largest_from_nothing(const Growth<T>& g) {
@@ -133,8 +132,7 @@ Estimate<T> largest(const Growth<T>& g) {
   return largest_of_equals(g);
 }
 
-// --------------------------------------------------------------------------------------------------------- the
-// smallest
+// -------------------------------------------------------------------------------------------------------- the smallest
 
 template <Scalar T>
 Estimate<T> smallest_from_nothing(const Growth<T>& g) {

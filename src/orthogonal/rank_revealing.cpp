@@ -52,8 +52,7 @@ struct System {
   }
 };
 
-// ------------------------------------------------------------------------------------------------------------- the
-// rank
+// ------------------------------------------------------------------------------------------------------------ the rank
 
 /// An extreme singular value of the leading columns of a triangle, and the vector x by which it is known: the length of
 /// x^H R.
@@ -103,8 +102,7 @@ Int rank_of_triangle(Int mn, Matrix<const T> R, Real<T> rcond, T* work) {
   return rank;
 }
 
-// --------------------------------------------------------------------------------------------------------- the two
-// ways
+// -------------------------------------------------------------------------------------------------------- the two ways
 
 template <RealScalar T>
 void factor_pivoted(const System<T>& system, T* tau, T* work, Int lwork, T*) {
@@ -207,8 +205,7 @@ struct OneByOne {
   T* rest() const { return work + 2 * std::ptrdiff_t{system.mn()}; }
 };
 
-// ------------------------------------------------------------------------------------------------------------- a
-// system
+// ------------------------------------------------------------------------------------------------------------ a system
 
 /// Solves a system that is in range. The rank is returned.
 template <Scalar T, class Way>
