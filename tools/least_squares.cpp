@@ -139,8 +139,6 @@ void for_each_column(DenseMatrix<T>& x, Work work) {
   for (Int j = 1; j <= x.columns; ++j) work(x.column(j), x.column(j) + x.rows, static_cast<std::size_t>(j - 1));
 }
 
-}  // namespace
-
 /// Right-hand sides with room for solutions of n rows, each scaled into range by the power of two that is noted.
 template <Scalar T>
 struct ScaledColumns {

@@ -87,7 +87,7 @@ TYPED_TEST(ApplyZ, AppliesAReflectorToTwoParts) {
                                rest = random_matrix<T>(this->random, left ? m - 1 : m, left ? n : n - 1, ldc);
         GuardedMatrix<T> C1 = first, C2 = rest;
         GuardedVector<T> work(nw);
-        routine_call::latzm(this->random.in_some_case(left ? 'L' : 'R'), m, n, v, tau, C1.data(), Matrix<T>(C2),
+        routine_call::latzm(this->random.in_some_case(left ? 'L' : 'R'), m, n, v, tau, C1.data(), C2.data(), C2.ld(),
                             work.data());
         EXPECT_TRUE(C1.guards_unchanged());
         EXPECT_TRUE(C2.guards_unchanged());
@@ -121,7 +121,7 @@ TYPED_TEST(ApplyZ, LeavesTwoPartsAloneWhereThereIsNothingToDo) {
   GuardedMatrix<T> C1(1, 1, 5), C2(3, 2, 5);
   GuardedVector<T> v(3), work(4);
   const auto apply = [&](char side, Int m, Int n, T tau) {
-    routine_call::latzm(side, m, n, Vector<const T>(v), tau, C1.data(), Matrix<T>(C2), work.data());
+    routine_call::latzm(side, m, n, Vector<const T>(v), tau, C1.data(), C2.data(), C2.ld(), work.data());
     EXPECT_TRUE(C1.unchanged());
     EXPECT_TRUE(C2.unchanged());
     EXPECT_TRUE(work.unchanged());
