@@ -62,10 +62,17 @@ std::complex<R> direction(std::complex<R> x, R size) {
   return x / size;
 }
 
-/// (s, c) brought to length one; its length is returned.
+/// (s, c) brought to length one; its length is returned, or that of a part of it where squares overflow, as they may in
+/// single precision.
 template <Scalar T>
 Real<T> normalise(T& s, T& c) {
-  const Real<T> length = std::sqrt(square(s) + square(c));
+  using R = Real<T>;
+  R length = std::sqrt(square(s) + square(c));
+  if (length > Machine<R>::overflow) {
+    s *= Machine<R>::safmn2;
+    c *= Machine<R>::safmn2;
+    length = std::sqrt(square(s) + square(c));
+  }
   s /= length;
   c /= length;
   return length;

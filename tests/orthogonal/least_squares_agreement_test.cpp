@@ -2,7 +2,7 @@
 // values, and, where the rank is full, gels.
 
 
-#include "orthogonal/rank_revealing.hpp"
+#include "orthogonal/pivoted_systems.hpp"
 
 namespace nuv::test {
 namespace {

@@ -1,6 +1,6 @@
 // Least squares with matrices of any rank: gelsy and gelsx.
 
-#include "orthogonal/rank_revealing.hpp"
+#include "orthogonal/pivoted_systems.hpp"
 
 #include <limits>
 #include <numeric>
