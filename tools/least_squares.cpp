@@ -139,29 +139,96 @@ void for_each_column(DenseMatrix<T>& x, Work work) {
   for (Int j = 1; j <= x.columns; ++j) work(x.column(j), x.column(j) + x.rows, static_cast<std::size_t>(j - 1));
 }
 
+/// Right-hand sides with room for solutions of n rows, each scaled into range by the power of two that is noted.
+template <Scalar T>
+struct ScaledColumns {
+  DenseMatrix<T> columns;
+  std::vector<int> exponents;
+
+  ScaledColumns(const DenseMatrix<T>& b, Int rows) : columns(rows, b.columns), exponents(std::size_t(b.columns)) {
+    for_each_column(columns, [&](T* first, T*, std::size_t j) {
+      std::copy_n(b.column(Int(j) + 1), b.rows, first);
+      exponents[j] = scale_into_range(first, first + b.rows);
+    });
+  }
+
+  /// Their solution x with a matrix that was scaled as well.
+  void take_back(DenseMatrix<T>& x, int of_matrix) const {
+    for_each_column(x, [&](T* first, T* last, std::size_t j) {
+      std::transform(first, last, first, [&](T element) { return scaled(element, of_matrix - exponents[j]); });
+    });
+  }
+};
+
+template <Scalar T>
+int scale_into_range(DenseMatrix<T>& a) {
+  return scale_into_range(a.elements.data(), a.elements.data() + a.elements.size());
+}
+
+/// The first rows of a matrix.
+template <Scalar T>
+DenseMatrix<T> top_of(const DenseMatrix<T>& a, Int rows) {
+  DenseMatrix<T> result(rows, a.columns);
+  for_each_column(result, [&](T* first, T*, std::size_t j) { std::copy_n(a.column(Int(j) + 1), rows, first); });
+  return result;
+}
+
 }  // namespace
 
 template <Scalar T>
 LeastSquares<T> least_squares(const DenseMatrix<T>& a, const DenseMatrix<T>& b, double tolerance) {
   const bool tall = a.rows >= a.columns;
   DenseMatrix<T> factored = tall ? a : adjoint(a);
-  const int of_a = scale_into_range(factored.elements.data(), factored.elements.data() + factored.elements.size());
-  LeastSquares<T> result;
+  const int of_a = scale_into_range(factored);
+  LeastSquares<T> result{.driver = "geqp3"};
   PivotedQr<T> qr(std::move(factored));
   result.rank = qr.rank(tolerance);
   if (result.rank < std::min(a.rows, a.columns)) return result;
 
-  DenseMatrix<T> right = b;
-  std::vector<int> of_b(static_cast<std::size_t>(b.columns));
-  for_each_column(right, [&](T* first, T* last, std::size_t j) { of_b[j] = scale_into_range(first, last); });
-  result.x = tall ? nearest(qr, std::move(right)) : least(qr, right);
-  for_each_column(result.x, [&](T* first, T* last, std::size_t j) {
-    std::transform(first, last, first, [&](T x) { return scaled(x, of_a - of_b[j]); });
-  });
+  ScaledColumns<T> right(b, b.rows);
+  result.x = tall ? nearest(qr, std::move(right.columns)) : least(qr, right.columns);
+  right.take_back(result.x, of_a);
   return result;
 }
 
-#define NUV_INSTANTIATE(T) template LeastSquares<T> least_squares(const DenseMatrix<T>&, const DenseMatrix<T>&, double);
+template <Scalar T>
+LeastSquares<T> least_norm(const DenseMatrix<T>& a, const DenseMatrix<T>& b, Real<T> rcond) {
+  DenseMatrix<T> factored = a;
+  const int of_a = scale_into_range(factored);
+  ScaledColumns<T> right(b, std::max(a.rows, a.columns));
+  // Without right-hand sides it would find no rank.
+  DenseMatrix<T> none(right.columns.rows, 1);
+  DenseMatrix<T>& solved = b.columns == 0 ? none : right.columns;
+
+  LeastSquares<T> result{.driver = "gelsy"};
+  const auto n = static_cast<std::size_t>(a.columns);
+  std::vector<Int> origin(n);
+  std::vector<Real<T>> norms(ComplexScalar<T> ? 2 * n + 1 : 0);
+  const Int lda = factored.ld(), ldb = solved.ld();
+  with_workspace<T>([&](T* work, const Int* lwork, Int* info) {
+    const auto call = [&](auto... more) {
+      Routines<T>::gelsy(&a.rows, &a.columns, &solved.columns, factored.elements.data(), &lda, solved.elements.data(),
+                         &ldb, origin.data(), &rcond, &result.rank, work, lwork, more..., info);
+    };
+    if constexpr (ComplexScalar<T>) call(norms.data());
+    else call();
+  });
+  result.x = top_of(right.columns, a.columns);
+  right.take_back(result.x, of_a);
+  return result;
+}
+
+template <Scalar T>
+Int rank_of(const DenseMatrix<T>& a, double tolerance) {
+  DenseMatrix<T> factored = a.rows >= a.columns ? a : adjoint(a);
+  scale_into_range(factored);
+  return PivotedQr<T>(std::move(factored)).rank(tolerance);
+}
+
+#define NUV_INSTANTIATE(T)                                                                      \
+  template LeastSquares<T> least_squares(const DenseMatrix<T>&, const DenseMatrix<T>&, double); \
+  template LeastSquares<T> least_norm(const DenseMatrix<T>&, const DenseMatrix<T>&, Real<T>);   \
+  template Int rank_of(const DenseMatrix<T>&, double);
 
 NUV_INSTANTIATE(float)
 NUV_INSTANTIATE(double)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <string>
 
 #include "base/types.hpp"
 #include "error.hpp"
@@ -18,8 +19,8 @@ double rank_tolerance(std::optional<double> given, Int rows, Int columns) {
 }
 
 /// Throws UsageError for a tolerance that leaves no number, or isn't one.
-inline void require_tolerance(std::optional<double> given) {
-  if (given && !(*given >= 0 && *given < 1)) throw UsageError("--rank takes a number from 0 to below 1");
+inline void require_tolerance(std::optional<double> given, const std::string& option = "--rank") {
+  if (given && !(*given >= 0 && *given < 1)) throw UsageError(option + " takes a number from 0 to below 1");
 }
 
 /// How many of the first `count` numbers value(1), value(2), ..., the largest first, stand above that share of it

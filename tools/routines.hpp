@@ -27,14 +27,16 @@ struct Routines;
     static constexpr auto gees = nuv_lapack_##letter##gees;     \
     static constexpr auto geev = nuv_lapack_##letter##geev;     \
     static constexpr auto geevx = nuv_lapack_##letter##geevx;   \
+    static constexpr auto gelsy = nuv_lapack_##letter##gelsy;   \
     static constexpr auto geqp3 = nuv_lapack_##letter##geqp3;   \
     static constexpr auto gesdd = nuv_lapack_##letter##gesdd;   \
     static constexpr auto gesvx = nuv_lapack_##letter##gesvx;   \
-    static constexpr auto ggsvd = nuv_lapack_##letter##ggsvd;   \
     static constexpr auto getrf = nuv_lapack_##letter##getrf;   \
     static constexpr auto getri = nuv_lapack_##letter##getri;   \
     static constexpr auto ggev = nuv_lapack_##letter##ggev;     \
     static constexpr auto ggevx = nuv_lapack_##letter##ggevx;   \
+    static constexpr auto gglse = nuv_lapack_##letter##gglse;   \
+    static constexpr auto ggsvd = nuv_lapack_##letter##ggsvd;   \
     static constexpr auto heev = nuv_lapack_##letter##he##ev;   \
     static constexpr auto heevd = nuv_lapack_##letter##he##evd; \
     static constexpr auto heevr = nuv_lapack_##letter##he##evr; \

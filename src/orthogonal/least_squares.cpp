@@ -3,13 +3,11 @@
 #include <algorithm>
 
 #include "environment/block_plan.hpp"
-#include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
-#include "environment/norms_general.hpp"
-#include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
+#include "orthogonal/element_scaling.hpp"
 #include "orthogonal/forms.hpp"
 #include "orthogonal/lq_ql_rq.hpp"
 
@@ -24,31 +22,6 @@ Int best_block_size(bool transposed, Int m, Int n, Int nrhs) {
   const Tuning<T> apply{name_of_form<T>("ORM", "UNM", tall ? qr : lq), {opts, 2}, std::max(m, n), nrhs, std::min(m, n)};
   return std::max(factor.block_size(), apply.block_size());
 }
-
-/// How a matrix is brought into the range in which no product of two elements over- or underflows.
-template <RealScalar R>
-struct Scaling {
-  R norm = 0, target = 0;  ///< target zero: left as it is
-
-  template <Scalar T>
-  Scaling(Int m, Int n, Matrix<T> A) : norm(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
-    constexpr R smallest = Machine<R>::safe_min / Machine<R>::precision, largest = 1 / smallest;
-    if (norm > 0 && norm < smallest) target = smallest;
-    if (norm > largest) target = largest;
-  }
-
-  template <Scalar T>
-  void apply(Int m, Int n, Matrix<T> A) const {
-    Int ignored = 0;
-    if (target != 0) lascl('G', 0, 0, norm, target, m, n, A.data, A.ld, ignored);
-  }
-
-  template <Scalar T>
-  void undo(Int m, Int n, Matrix<T> A) const {
-    Int ignored = 0;
-    if (target != 0) lascl('G', 0, 0, target, norm, m, n, A.data, A.ld, ignored);
-  }
-};
 
 /// 0, or minus the position of the first bad argument.
 template <Scalar T>
@@ -135,15 +108,15 @@ void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* w
   const System<T> system{transposed, m, n, nrhs, {a, lda}, {b, ldb}};
   const Int equations = transposed ? n : m, unknowns = transposed ? m : n;
   if (mn == 0 || nrhs == 0) return system.clear(1);
-  const Scaling<R> scaling_of_a(m, n, system.A);
+  const ElementScaling<R> scaling_of_a(m, n, system.A);
   if (scaling_of_a.norm == 0) return system.clear(1);
   scaling_of_a.apply(m, n, system.A);
-  const Scaling<R> scaling_of_b(equations, nrhs, system.B);
+  const ElementScaling<R> scaling_of_b(equations, nrhs, system.B);
   scaling_of_b.apply(equations, nrhs, system.B);
 
   solve(system, work, lwork);
   scaling_of_a.apply(unknowns, nrhs, system.B);  // X belongs to the scaled A
-  scaling_of_b.undo(unknowns, nrhs, system.B);
+  scaling_of_b.undo('G', unknowns, nrhs, system.B);
   work[0] = best_lwork;
 }
 

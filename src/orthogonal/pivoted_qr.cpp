@@ -84,6 +84,14 @@ struct FreeColumns {
     larfg(m - row + 1, A(row, i), A.at(std::min(row + 1, m), i), 1, tau[i - 1]);
     return std::exchange(A(row, i), T(1));
   }
+
+  /// Makes the reflector of column i, and applies it to those behind it.
+  void eliminate(Int i, T* work) const {
+    const Int row = offset + i;
+    const T element = reflect(i);
+    if (i < n) larf('L', m - row + 1, n - i, A.at(row, i), 1, conjugate(tau[i - 1]), A.at(row, i + 1), A.ld, work);
+    A(row, i) = element;
+  }
 };
 
 // ------------------------------------------------------------------------------------------------------------- a panel
@@ -173,9 +181,7 @@ void factor_one_by_one(const FreeColumns<T>& columns, T* work) {
   for (Int i = 1; i <= columns.steps(); ++i) {
     const Int top = offset + i;
     columns.bring_longest(i);
-    const T element = columns.reflect(i);
-    if (i < n) larf('L', m - top + 1, n - i, A.at(top, i), 1, conjugate(tau[i - 1]), A.at(top, i + 1), A.ld, work);
-    A(top, i) = element;
+    columns.eliminate(i, work);
     for (Int j = i + 1; j <= n; ++j) {
       if (!norms.downdate(j, magnitude(A(top, j)))) norms.set(j, top < m ? columns.norm_below(top, j) : 0);
     }
@@ -279,6 +285,21 @@ void factor_pivoted(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Int
   work[0] = as_work_size<T>(best);
 }
 
+/// Brings the columns that are marked to the front, factors them and updates those behind them. Their number.
+///
+/// work    n elements
+template <Scalar T>
+Int factor_fixed_unblocked(const PivotedMatrix<T>& matrix, T* work) {
+  const auto [m, n, A, jpvt, tau] = matrix;
+  const Int fixed = matrix.move_fixed(), count = std::min(m, fixed);
+  Int ignored = 0;
+  if (fixed > 0) geqr2(m, count, A.data, A.ld, tau, work, ignored);
+  if (fixed > 0 && count < n) {
+    orm2r('L', adjoint<T>, m, n - count, count, A.data, A.ld, tau, A.at(1, count + 1), A.ld, work, ignored);
+  }
+  return fixed;
+}
+
 template <Scalar T>
 void factor_pivoted_unblocked(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Real<T>* norms, Int& info) {
   info = check_matrix(m, n, lda);
@@ -286,12 +307,7 @@ void factor_pivoted_unblocked(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T*
   const PivotedMatrix<T> matrix{m, n, {a, lda}, jpvt, tau};
   if (matrix.steps() == 0) return;
 
-  const Int fixed = matrix.move_fixed(), count = std::min(m, fixed);
-  Int ignored = 0;
-  if (fixed > 0) geqr2(m, count, a, lda, tau, work, ignored);
-  if (fixed > 0 && count < n) {
-    orm2r('L', adjoint<T>, m, n - count, count, a, lda, tau, matrix.A.at(1, count + 1), lda, work, ignored);
-  }
+  const Int fixed = factor_fixed_unblocked(matrix, work);
   if (fixed >= matrix.steps()) return;
   const FreeColumns<T> columns = matrix.behind(fixed, norms, norms + n);
   columns.measure();
@@ -317,6 +333,22 @@ template <ComplexScalar T>
 void geqpf(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Real<T>* rwork, Int& info) {
   factor_pivoted_unblocked(m, n, a, lda, jpvt, tau, work, rwork, info);
 }
+
+template <RealScalar T>
+void factor_by_exact_norms(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work) {
+  const PivotedMatrix<T> matrix{m, n, {a, lda}, jpvt, tau};
+  const Int fixed = factor_fixed_unblocked(matrix, work);
+  // The norms stand where the reflector's products come afterwards.
+  const FreeColumns<T> columns = matrix.behind(fixed, work, work);
+  for (Int i = 1; i <= columns.steps(); ++i) {
+    for (Int j = i; j <= columns.n; ++j) columns.norms.partial[j - 1] = columns.norm_below(fixed + i - 1, j);
+    columns.bring_longest(i);
+    columns.eliminate(i, work);
+  }
+}
+
+template void factor_by_exact_norms(Int, Int, float*, Int, Int*, float*, float*);
+template void factor_by_exact_norms(Int, Int, double*, Int, Int*, double*, double*);
 
 template <Scalar T>
 void laqps(Int m, Int n, Int offset, Int nb, Int& kb, T* a, Int lda, Int* jpvt, T* tau, Real<T>* vn1, Real<T>* vn2,

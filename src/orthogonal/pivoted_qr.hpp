@@ -41,6 +41,13 @@ void geqpf(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Int& info);
 template <ComplexScalar T>
 void geqpf(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work, Real<T>* rwork, Int& info);
 
+/// One column after another, with norms that are computed anew in each step: half as much work again as in geqpf, in
+/// less memory. Checks nothing.
+///
+/// work    n elements
+template <RealScalar T>
+void factor_by_exact_norms(Int m, Int n, T* a, Int lda, Int* jpvt, T* tau, T* work);
+
 // What these two are given are the n columns that are left, with all of their m rows, of which the first `offset` are
 // finished, and the parts of jpvt and tau that belong to them. They check nothing.
 //

@@ -67,4 +67,18 @@ Int climb(const DivisionTree& tree, Int sqre, Leaf leaf, Merge merge) {
   return 0;
 }
 
+/// The way back: merges from the top, each generation from the left, then the leaves. Nothing ends it.
+template <class Merge, class Leaf>
+void descend(const DivisionTree& tree, Int sqre, Merge merge, Leaf leaf) {
+  for (Int i = 1, generation = 1; i <= tree.nodes; ++generation) {
+    const Int last = 2 * i - 1;
+    for (; i <= last; ++i) merge(i, generation, tree.node(i), i == last ? sqre : Int{1});
+  }
+  for (Int i = DivisionTree::first_of_generation(tree.levels); i <= tree.nodes; ++i) {
+    const DivisionNode node = tree.node(i);
+    leaf(node.first, node.nl, Int{1});
+    leaf(node.joining_row() + 1, node.nr, i == tree.nodes ? sqre : Int{1});
+  }
+}
+
 }  // namespace nuv

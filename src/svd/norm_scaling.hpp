@@ -12,18 +12,25 @@
 
 namespace nuv {
 
-/// Brings a matrix into the range in which squares of its elements are numbers, and its values out of it.
+/// Brings a matrix into a range of norms, and its values out of it.
 template <RealScalar R>
 class NormScaling {
  public:
+  /// Into the range in which squares of elements are numbers.
   template <Scalar T>
-  NormScaling(Int m, Int n, Matrix<T> A) : norm_(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
-    const R smallest = std::sqrt(Machine<R>::safe_min) / Machine<R>::precision, largest = 1 / smallest;
+  NormScaling(Int m, Int n, Matrix<T> A)
+      : NormScaling(m, n, A, std::sqrt(Machine<R>::safe_min) / Machine<R>::precision) {}
+
+  /// Into the range from `smallest` to its reciprocal.
+  template <Scalar T>
+  NormScaling(Int m, Int n, Matrix<T> A, R smallest) : norm_(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
+    const R largest = 1 / smallest;
     if (norm_ > 0 && norm_ < smallest) target_ = smallest;
     if (norm_ > largest) target_ = largest;
-    Int ignored = 0;
-    if (is_needed()) lascl('G', 0, 0, norm_, target_, m, n, A.data, A.ld, ignored);
+    redo(m, n, A);
   }
+
+  R norm() const { return norm_; }
 
   bool is_needed() const { return target_ != 0; }
 
@@ -38,6 +45,13 @@ class NormScaling {
   void undo(char type, Int m, Int n, Matrix<T> A) const {
     Int ignored = 0;
     if (is_needed()) lascl(type, 0, 0, target_, norm_, m, n, A.data, A.ld, ignored);
+  }
+
+  /// Does the same to an m by n matrix as was done to the first.
+  template <Scalar T>
+  void redo(Int m, Int n, Matrix<T> A) const {
+    Int ignored = 0;
+    if (is_needed()) lascl('G', 0, 0, norm_, target_, m, n, A.data, A.ld, ignored);
   }
 
  private:

@@ -202,6 +202,7 @@ const std::vector<Driver>& drivers() {
     add_tridiagonal_eigen(drivers);
     add_two_stage(drivers);
     add_indefinite_solvers(drivers);
+    add_least_squares_by_rank(drivers);
     add_dense_eigen(drivers);
     add_divided_svd(drivers);
     add_packed_band_eigen(drivers);
@@ -216,6 +217,7 @@ const std::vector<Driver>& drivers() {
     }
     add_q_of_reductions(drivers);
     add_least_squares(drivers);
+    add_svd_least_squares(drivers);
     add_nonsymmetric(drivers);
     add_pencil_equations(drivers);
     add_pencil_reduction(drivers);

@@ -68,8 +68,9 @@ void add_generalised_svd(DriverList& drivers);    ///< and the factorisations of
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);
-void add_nonsymmetric(DriverList& drivers);       ///< balancing, Hessenberg form, iterations on it
-void add_packed_band_eigen(DriverList& drivers);  ///< eigenproblems in packed and in band storage
+void add_least_squares_by_rank(DriverList& drivers);  ///< at any rank by QR, under constraints, with weighed errors
+void add_nonsymmetric(DriverList& drivers);           ///< balancing, Hessenberg form, iterations on it
+void add_packed_band_eigen(DriverList& drivers);      ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);
 void add_pencil_equations(DriverList& drivers);  ///< generalised Sylvester equations, condition numbers
 void add_pencil_reduction(DriverList& drivers);
@@ -78,6 +79,7 @@ void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezo
 void add_pivoted(DriverList& drivers);  ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);
+void add_svd_least_squares(DriverList& drivers);
 void add_tridiagonal_eigen(DriverList& drivers);
 void add_tridiagonal_solvers(DriverList& drivers);
 void add_two_stage(DriverList& drivers);

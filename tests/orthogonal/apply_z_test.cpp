@@ -1,6 +1,8 @@
-// Reflectors of trapezoidal reductions, blocks of them, and products with their Z: larz, larzt, larzb, ormrz, ormr3.
+// Reflectors of trapezoidal reductions, blocks of them, and products with their Z: larz, latzm, larzt, larzb, ormrz,
+// ormr3.
 
 #include <limits>
+#include <utility>
 
 #include "orthogonal/products_with_q.hpp"
 #include "orthogonal/trapezoids.hpp"
@@ -69,6 +71,67 @@ TYPED_TEST(ApplyZ, LooksAtNothingWhereAReflectorIsTheIdentity) {
   for (const char side : {'L', 'R'}) routine_call::larz(side, 6, 4, 2, v, T(0), result, work.data());
   EXPECT_TRUE(result.same_as(C));
   EXPECT_TRUE(work.unchanged());
+}
+
+/// The parts of C lie in two arrays, with what belongs to nobody between their rows.
+TYPED_TEST(ApplyZ, AppliesAReflectorToTwoParts) {
+  using T = TypeParam;
+  for (const bool left : {true, false}) {
+    for (const auto& [nq, nw] : {std::pair(1, 3), {2, 1}, {2, 4}, {7, 5}, {40, 33}, {3, 70}}) {
+      for (const Int inc : {1, 3, -2}) {
+        SCOPED_TRACE(testing::Message() << (left ? "left" : "right") << ", order " << nq << ", " << nw << " others");
+        const Int m = left ? nq : nw, n = left ? nw : nq, ldc = m + 2;
+        const GuardedVector<T> v = random_vector<T>(this->random, nq - 1, inc);
+        const T tau = this->random.template scalar<T>();
+        const GuardedMatrix<T> first = random_matrix<T>(this->random, left ? 1 : m, left ? n : 1, ldc),
+                               rest = random_matrix<T>(this->random, left ? m - 1 : m, left ? n : n - 1, ldc);
+        GuardedMatrix<T> C1 = first, C2 = rest;
+        GuardedVector<T> work(nw);
+        routine_call::latzm(this->random.in_some_case(left ? 'L' : 'R'), m, n, v, tau, C1.data(), C2.data(), C2.ld(),
+                            work.data());
+        EXPECT_TRUE(C1.guards_unchanged());
+        EXPECT_TRUE(C2.guards_unchanged());
+        EXPECT_TRUE(v.unchanged());
+        EXPECT_TRUE(work.guards_unchanged());
+
+        WideMatrix<T> u = WideMatrix<T>::Ones(nq, 1), C(m, n), computed(m, n);
+        if (nq > 1) u.bottomRows(nq - 1) = wide(v);
+        const auto join = [&](const GuardedMatrix<T>& one, const GuardedMatrix<T>& other, WideMatrix<T>& both) {
+          if (left) {
+            both.topRows(1) = wide(one);
+            both.bottomRows(m - 1) = wide(other);
+          } else {
+            both.leftCols(1) = wide(one);
+            both.rightCols(n - 1) = wide(other);
+          }
+        };
+        join(first, rest, C);
+        join(C1, C2, computed);
+        Sum<T> expected(m, n);
+        const WideMatrix<T> outer_product = product<T>(u, u.adjoint());
+        expected.add(T(1), C).add(negated(tau), left ? outer_product : C, left ? C : outer_product);
+        EXPECT_LT(expected.error_of(computed), threshold);
+      }
+    }
+  }
+}
+
+TYPED_TEST(ApplyZ, LeavesTwoPartsAloneWhereThereIsNothingToDo) {
+  using T = TypeParam;
+  GuardedMatrix<T> C1(1, 1, 5), C2(3, 2, 5);
+  GuardedVector<T> v(3), work(4);
+  const auto apply = [&](char side, Int m, Int n, T tau) {
+    routine_call::latzm(side, m, n, Vector<const T>(v), tau, C1.data(), C2.data(), C2.ld(), work.data());
+    EXPECT_TRUE(C1.unchanged());
+    EXPECT_TRUE(C2.unchanged());
+    EXPECT_TRUE(work.unchanged());
+  };
+  for (const char side : {'L', 'R'}) {
+    apply(side, 4, 2, T(0));
+    apply(side, 0, 2, T(1));
+    apply(side, 4, 0, T(1));
+  }
+  apply('X', 4, 2, T(1));
 }
 
 // ------------------------------------------------------------------------------------------------------------- blocks

@@ -117,6 +117,14 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndStatus2) {
       {{"lstsq"}, "A is required"},
       {{"lstsq", "A.mtx", "b.mtx", "--rank", "1"}, "--rank takes a number from 0 to below 1"},
       {{"lstsq", "A.mtx", "b.mtx", "--rank=-0.1"}, "--rank takes a number from 0 to below 1"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rcond", "1"}, "--rcond takes a number from 0 to below 1"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rcond=-0.1"}, "--rcond takes a number from 0 to below 1"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rcond", "nan"}, "--rcond takes a number from 0 to below 1"},
+      {{"lstsq", "A.mtx", "b.mtx", "--rcond", "0.1", "--rank", "0.1"}, "--rank and --rcond are two ways"},
+      {{"lstsq", "A.mtx", "b.mtx", "--constraints", "C.mtx"}, "--constraints"},
+      {{"lstsq", "A.mtx", "b.mtx", "--constraints", "C.mtx", ""}, "--constraints: a file name must not be empty"},
+      {{"lstsq", "A.mtx", "b.mtx", "--constraints", "C.mtx", "d.mtx", "--rcond", "0.1"}, "give one of them"},
+      {{"lstsq", "A.mtx", "b.mtx", "--constraints", "-", "-"}, "standard input"},
       {{"lstsq", "A.mtx"}, "B is required"},
       {{"lstsq", "A.mtx", "b.mtx", "c.mtx"}, "c.mtx"},
       {{"lstsq", "A.mtx", "b.mtx", "--spd"}, "--spd"},
@@ -170,8 +178,8 @@ TEST_F(CommandLine, HelpNamesTheCommandsAndOptions) {
     }
     const ChildResult of_lstsq = run_nuv(folder, {"lstsq", option});
     EXPECT_EQ(of_lstsq.exit_status, 0);
-    for (const char* word : {"-o,--output FILE", "-p,--precision", "--rank TOL", "least norm", "max(m, n) eps",
-                             "more than once are summed"}) {
+    for (const char* word : {"-o,--output FILE", "-p,--precision", "--rank TOL", "--rcond RCOND", "--constraints FILE",
+                             "least norm", "max(m, n) eps", "more than once are summed"}) {
       EXPECT_NE(of_lstsq.output.find(word), std::string::npos) << word;
     }
     const ChildResult of_svd = run_nuv(folder, {"svd", option});

@@ -66,6 +66,15 @@ TEST_F(JsonReport, KeysOfEachCommand) {
   EXPECT_EQ(keys_of(report({"lstsq", "A.mtx", "b.mtx", "-o", "x.mtx"})),
             (Keys{"command", "matrix", "kind", "right_hand_sides", "rank", "rank_tolerance", "factored_by", "precision",
                   "residual_norm", "time", "threads"}));
+  EXPECT_EQ(keys_of(report({"lstsq", "A.mtx", "b.mtx", "-o", "x.mtx", "--rcond", "1e-9"})),
+            (Keys{"command", "matrix", "kind", "right_hand_sides", "rank", "rank_tolerance", "factored_by", "precision",
+                  "residual_norm", "time", "threads"}));
+  const Json constrained = report({"lstsq", "A.mtx", "b.mtx", "-o", "x.mtx", "--constraints", "A.mtx", "b.mtx"});
+  EXPECT_EQ(keys_of(constrained),
+            (Keys{"command", "matrix", "kind", "right_hand_sides", "constraints", "rank_tolerance", "factored_by",
+                  "precision", "residual_norm", "constraint_norm", "time", "threads"}));
+  EXPECT_EQ(constrained["constraints"],
+            Json::parse(R"({"file": "A.mtx", "rows": 2, "columns": 2, "right_hand_sides": "b.mtx"})"));
   EXPECT_EQ(keys_of(report({"inv", "A.mtx", "-o", "x.mtx"})),
             (Keys{"command", "matrix", "factored_by", "inverted_by", "precision", "reciprocal_condition", "time",
                   "threads"}));

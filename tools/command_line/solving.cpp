@@ -55,19 +55,31 @@ void add_solve_options(CLI::App& command, SolveOptions& options) {
 
 constexpr std::string_view about_lstsq =
     "With at least as many rows in A as columns each column of X makes the norm of its residual least; with fewer\n"
-    "rows it is the solution of least norm.\n"
+    "rows it is the solution of least norm. Where A has not full rank it is the shortest of those that make the norm\n"
+    "of the residual least.\n"
     "\n"
     "A is factored with column pivoting, or A^H where it has fewer rows. The numerical rank is the number of elements\n"
     "on the diagonal of R above TOL times the first, which is the largest; TOL is max(m, n) eps by default, for an m\n"
     "by n matrix and eps = 2.2e-16 in double precision, 1.2e-07 in single. With a lower rank than its smaller size A\n"
-    "isn't solved, since more than one X would be right or rounding errors would choose it. Columns in units of very\n"
-    "different size can show a low rank, too: change the units, or TOL.\n"
+    "is factored again, and the columns count whose triangle has, by estimation, a reciprocal condition number above\n"
+    "TOL; the others are left out. --rcond takes that measure from the start, with a number of its own: of at least\n"
+    "RCOND. Columns in units of very different size can show a low rank, too: change the units, or TOL.\n"
+    "\n"
+    "--constraints takes files of a matrix C and of right-hand sides d, as many as B has: of the X with C X = d the\n"
+    "nearest is found. The constraints must be independent, and leave one X alone that is right; both ranks are told\n"
+    "by the diagonal of R as above.\n"
     "\n"
     "Standard error tells sizes, rank, the largest norm of a residual and the time.\n";
 
 void add_lstsq_options(CLI::App& command, LeastSquaresOptions& options) {
-  add_equation_options(command, options, "File of the matrix, which must have full rank");
+  add_equation_options(command, options, "File of the matrix");
   command.add_option("--rank", options.rank_tolerance, about_tolerance)->type_name("TOL");
+  command.add_option("--rcond", options.reciprocal_condition, "Least reciprocal condition number of what counts of A")
+      ->type_name("RCOND");
+  command.add_option("--constraints", options.constraint_files, "Files of C and d: C X = d must hold")
+      ->expected(2)
+      ->type_name("FILE")
+      ->check(not_empty());
 }
 
 }  // namespace
@@ -78,7 +90,7 @@ void add_solve(CLI::App& app) {
 }
 
 void add_lstsq(CLI::App& app) {
-  add_command(app, "lstsq", "Find the X that comes nearest to A X = B, or the least that fits.", fit,
+  add_command(app, "lstsq", "Find the X that comes nearest to A X = B, the least where there are many.", fit,
               fmt::format("{}{}{}{}", about_lstsq, about_input, about_files, about_status), add_lstsq_options);
 }
 
