@@ -77,7 +77,6 @@ def files(catalogue):
     for library in PUBLISHED_LIBRARIES:
         made[f"standard/{library}_jumps.S"] = emit_jumps(catalogue, library)
         made[f"standard/{library}_functions.c"] = emit_functions(catalogue, library)
-        made[f"standard/{library}_lacking.txt"] = "".join(f"{name}_\n" for name in lacking(catalogue, library))
     return made
 
 

@@ -1,5 +1,5 @@
 # Debian packages, by CPack; scripts/package makes them. The package of the libraries takes part in the choice of a
-# machine's libblas.so.3, and of its liblapack.so.3 once that has all of the published names.
+# machine's libblas.so.3 and liblapack.so.3.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The maintainers of nuv <maintainers@localhost>")
@@ -32,7 +32,6 @@ endif()
 set(CPACK_NUV_TEMPLATES ${PROJECT_SOURCE_DIR}/packaging)
 set(CPACK_NUV_SCRIPTS ${PROJECT_BINARY_DIR}/packaging/control)
 set(CPACK_NUV_LIBRARIES ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-set(CPACK_NUV_LACKING ${NUV_GENERATED_DIR}/standard/liblapack_lacking.txt)
 set(CPACK_NUV_LIBRARY_FOLDER /usr/${CMAKE_INSTALL_LIBDIR})
 set(CPACK_NUV_ARCHITECTURE ${CMAKE_LIBRARY_ARCHITECTURE})
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/packaging/libraries.cmake)

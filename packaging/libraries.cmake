@@ -14,11 +14,7 @@ set(CPACK_DEBIAN_LIBRARIES_PACKAGE_DEPENDS "libc6 (>= ${newest})")
 # A machine has libraries of one name from several packages, and a link to the one in use. The link is an alternative whose
 # name ends in the machine's architecture, and every package of that kind provides the library's name.
 
-set(NUV_ALTERNATIVES libblas.so.3)
-file(STRINGS ${CPACK_NUV_LACKING} lacking)
-if(NOT lacking)
-  list(APPEND NUV_ALTERNATIVES liblapack.so.3)
-endif()
+set(NUV_ALTERNATIVES libblas.so.3 liblapack.so.3)
 list(JOIN NUV_ALTERNATIVES ", " CPACK_DEBIAN_LIBRARIES_PACKAGE_PROVIDES)
 list(JOIN NUV_ALTERNATIVES " " NUV_ALTERNATIVES)
 foreach(script postinst prerm)

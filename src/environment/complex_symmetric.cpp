@@ -51,6 +51,16 @@ void laesy(T a, T b, T c, T& rt1, T& rt2, T& evscal, T& cs1, T& sn1) {
   sn1 = scales ? ratio * evscal : ratio;
 }
 
+template <ComplexScalar T>
+void lacrt(Int n, T* cx, Int incx, T* cy, Int incy, T c, T s) {
+  std::ptrdiff_t x = incx < 0 ? std::ptrdiff_t{1 - n} * incx : 0, y = incy < 0 ? std::ptrdiff_t{1 - n} * incy : 0;
+  for (Int i = 0; i < n; ++i, x += incx, y += incy) {
+    const T old = cx[x];
+    cx[x] = c * old + s * cy[y];
+    cy[y] = c * cy[y] - s * old;
+  }
+}
+
 }  // namespace nuv
 
 #include "environment/complex_symmetric.entries.inc"

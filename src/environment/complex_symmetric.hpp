@@ -1,6 +1,6 @@
 #pragma once
 
-// The eigenproblem of complex symmetric, not Hermitian, matrices of order two.
+// The eigenproblem of complex symmetric, not Hermitian, matrices of order two, and the rotation that solves it.
 
 #include "base/types.hpp"
 
@@ -17,5 +17,11 @@ namespace nuv {
 ///           (cs1, sn1) is left unscaled, and the second vector means nothing.
 template <ComplexScalar T>
 void laesy(T a, T b, T c, T& rt1, T& rt2, T& evscal, T& cs1, T& sn1);
+
+/// (x, y) := (c x + s y, c y - s x) for n pairs of elements; orthogonal without conjugation if c^2 + s^2 = 1.
+///
+/// cx, cy  n elements each, by steps incx and incy; of a negative step the last element comes first
+template <ComplexScalar T>
+void lacrt(Int n, T* cx, Int incx, T* cy, Int incy, T c, T s);
 
 }  // namespace nuv

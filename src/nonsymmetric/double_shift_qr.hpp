@@ -5,12 +5,15 @@
 //
 // wantt   whether the whole Schur form is wanted; otherwise eigenvalues alone, and what is left in H is of no use
 // wantz   whether to multiply Z by the transformations
-// ilo, ihi   the rows and columns that are not triangular yet, 1 <= ilo <= max(1, ihi), ihi <= n. With wantt, rows
-// above
-//            and columns behind them are transformed as well
+// ilo     first row and column that are not triangular yet, 1 <= ilo <= max(1, ihi); with wantt, rows above it are
+//         transformed as well
+// ihi     last row and column of that kind, ihi <= n; with wantt, columns behind it are transformed as well
 // h       n by n, ldh >= max(1, n); what stands two and three below the diagonal of those rows and columns is set to
-// zero iloz, ihiz   rows of Z to be transformed z       ldz >= max(1, ihiz), as many columns as H info    0, or i: the
-// limit of 30 sweeps for an eigenvalue struck. Eigenvalues i + 1 ... ihi are there, and rows and
+//         zero
+// iloz    first row of Z to be transformed
+// ihiz    last row of Z to be transformed
+// z       ldz >= max(1, ihiz), as many columns as H
+// info    0, or i: the limit of 30 sweeps for an eigenvalue struck. Eigenvalues i + 1 ... ihi are there, and rows and
 //         columns ilo ... i of H are a Hessenberg matrix with the others
 //
 // Nothing is checked; n = 0 does nothing.

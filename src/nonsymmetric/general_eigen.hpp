@@ -43,7 +43,8 @@ void geev(char jobvl, char jobvr, Int n, T* a, Int lda, T* w, T* vl, Int ldvl, T
 /// balanc    'N': no balancing, 'P': permutation, 'S': scaling, 'B': both
 /// sense     'N': no condition numbers, 'E': those of eigenvalues, for which both jobvl and jobvr must be 'V',
 ///           'V': those of right eigenvectors, 'B': both
-/// a         destroyed; if any vectors or condition numbers are wanted the Schur form of the balanced matrix
+/// a         destroyed; if any vectors or condition numbers are wanted the Schur form of the matrix as it
+///           was scaled and balanced
 /// ilo, ihi, scale   what balancing has done, as gebal leaves it
 /// abnrm     one-norm of the balanced matrix
 /// rconde    n reciprocal condition numbers |u^H v| of eigenvalues, for left and right eigenvectors of norm 1

@@ -32,13 +32,21 @@ void laqr1(Int n, const T* h, Int ldh, T s1, T s2, T* v);
 /// kacc22  1 or 2: reflectors are accumulated, and matrices multiplied by products of them; with 2, by products of
 ///         which the zeros are left out. Any other value: each reflector is applied by itself
 /// n       order of H
-/// ktop, kbot   rows and columns of an active block: h(ktop, ktop - 1) and h(kbot + 1, kbot) are zero or don't exist
+/// ktop    first row and column of an active block: h(ktop, ktop - 1) is zero or doesn't exist
+/// kbot    its last row and column: h(kbot + 1, kbot) is zero or doesn't exist
 /// nshfts  number of shifts; an odd one is rounded down, and less than two do nothing
 /// sr, si  nshfts real and imaginary parts of shifts, of which conjugates are neighbours; real ones are brought
-/// together h       n by n, ldh >= max(1, n) iloz, ihiz   rows of Z to be transformed z       ldz >= max(1, ihiz), n
-/// columns v       3 by nshfts / 2 elements for reflectors, ldv >= 3 u       3 nshfts - 3 by 3 nshfts - 3 elements for
-/// their product, ldu >= 3 nshfts - 3 nv      rows that are multiplied at once, at least 1 wv      nv by 3 nshfts - 3,
-/// ldwv >= nv nh      columns that are multiplied at once, at least 1 wh      3 nshfts - 3 by nh, ldwh >= 3 nshfts - 3
+///         together
+/// h       n by n, ldh >= max(1, n)
+/// iloz    first row of Z to be transformed
+/// ihiz    last row of Z to be transformed
+/// z       ldz >= max(1, ihiz), n columns
+/// v       3 by nshfts / 2 elements for reflectors, ldv >= 3
+/// u       3 nshfts - 3 by 3 nshfts - 3 elements for their product, ldu >= 3 nshfts - 3
+/// nv      rows that are multiplied at once, at least 1
+/// wv      nv by 3 nshfts - 3, ldwv >= nv
+/// nh      columns that are multiplied at once, at least 1
+/// wh      3 nshfts - 3 by nh, ldwh >= 3 nshfts - 3
 template <RealScalar T>
 void laqr5(Logical wantt, Logical wantz, Int kacc22, Int n, Int ktop, Int kbot, Int nshfts, T* sr, T* si, T* h, Int ldh,
            Int iloz, Int ihiz, T* z, Int ldz, T* v, Int ldv, T* u, Int ldu, Int nv, T* wv, Int ldwv, Int nh, T* wh,

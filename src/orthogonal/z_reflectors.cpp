@@ -107,6 +107,16 @@ void larz(char side, Int m, Int n, Int l, const T* v, Int incv, T tau, T* c, Int
 }
 
 template <Scalar T>
+void latzm(char side, Int m, Int n, const T* v, Int incv, T tau, T* c1, T* c2, Int ldc, T* work) {
+  if (std::min(m, n) <= 0 || tau == T(0)) return;
+  if (same_letter(side, 'L')) {
+    reflect_rows<T>(n, m - 1, {v, incv}, tau, {c1, ldc}, {c2, ldc}, {work, 1});
+  } else if (same_letter(side, 'R')) {
+    reflect_columns<T>(m, n - 1, {v, incv}, tau, {c1, 1}, {c2, ldc}, {work, 1});
+  }
+}
+
+template <Scalar T>
 void larzt(char direct, char storev, Int n, Int k, T* v, Int ldv, const T* tau, T* t, Int ldt) {
   Int info = 0;
   if (!same_letter(direct, 'B')) info = -1;

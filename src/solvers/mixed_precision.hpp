@@ -20,13 +20,22 @@ namespace nuv {
 void dsgesv(Int n, Int nrhs, double* a, Int lda, Int* ipiv, const double* b, Int ldb, double* x, Int ldx, double* work,
             float* swork, Int& iter, Int& info);
 
+/// The same for complex numbers, with the argument rwork that later versions of the published routine have.
+///
+/// rwork   n elements
+void zcgesv(Int n, Int nrhs, std::complex<double>* a, Int lda, Int* ipiv, const std::complex<double>* b, Int ldb,
+            std::complex<double>* x, Int ldx, std::complex<double>* work, std::complex<float>* swork, double* rwork,
+            Int& iter, Int& info);
+
 /// Rounds an m by n matrix to single precision.
 ///
 /// info    0; (i - 1) lda + j, or the largest integer if that is less: a(i, j) is too large for single precision, and
 ///         sa is not to be used; for n < 1 as it was
 void dlag2s(Int m, Int n, const double* a, Int lda, float* sa, Int ldsa, Int& info);
+void zlag2c(Int m, Int n, const std::complex<double>* a, Int lda, std::complex<float>* sa, Int ldsa, Int& info);
 
 /// Widens an m by n matrix sa to a; info is 0.
 void slag2d(Int m, Int n, const float* sa, Int ldsa, double* a, Int lda, Int& info);
+void clag2z(Int m, Int n, const std::complex<float>* sa, Int ldsa, std::complex<double>* a, Int lda, Int& info);
 
 }  // namespace nuv

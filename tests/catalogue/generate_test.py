@@ -556,7 +556,7 @@ class CommandLine(unittest.TestCase):
             "include/nuv/cblas.h", "include/nuv/standard/cblas.h", "exports/cblas.txt",
             *(f"interfaces/cblas/level{level}.cpp" for level in (1, 2, 3)),
             *(f"standard/{library}_{what}" for library in ("libblas", "liblapack")
-              for what in ("jumps.S", "functions.c", "lacking.txt")),
+              for what in ("jumps.S", "functions.c")),
             *(f"exports/{library}.{suffix}" for library in ("lapack", "kernel", "layer", "libnuv", "libblas", "liblapack")
               for suffix in ("map", "txt"))})
 

@@ -1,4 +1,4 @@
-"""The judge of mapped files: it must miss nuv's files and find those of others."""
+"""The judge of mapped files, which must miss nuv's files and find those of others, and that of a run of tests."""
 
 import contextlib
 import io
@@ -7,7 +7,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from run_clients import Failure, Judge
+from run_clients import LEAST_NUMPY_TESTS, Failure, Judge, count_of_tests
 
 
 def library(path, source):
@@ -46,6 +46,19 @@ class JudgeTest(unittest.TestCase):
     def test_nuv_is_missing(self):
         with self.assertRaisesRegex(Failure, "nuv's libblas.so is not mapped"):
             self.check(self.harmless)
+
+
+class CountOfTestsTest(unittest.TestCase):
+    def test_all_passed(self):
+        self.assertEqual(count_of_tests("452 passed, 3 skipped, 2 xfailed in 4.31s"), 452)
+
+    def test_a_failure(self):
+        for summary in ("1 failed, 451 passed in 4.31s", "452 passed, 1 error in 4.31s", "452 passed, 2 errors in 4.31s"):
+            self.assertRaises(Failure, count_of_tests, summary)
+
+    def test_too_few(self):
+        for summary in (f"{LEAST_NUMPY_TESTS - 1} passed in 0.10s", "no tests ran in 0.01s", "5 skipped in 0.01s"):
+            self.assertRaises(Failure, count_of_tests, summary)
 
 
 if __name__ == "__main__":

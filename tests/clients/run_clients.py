@@ -16,6 +16,8 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 RESIDUAL_BOUND = 10.0
+# A package without its tests would pass all of them.
+LEAST_NUMPY_TESTS = 200
 PROCESSES = 2
 
 # Order, block size. A block is the depth of the products with which the system is updated: deep enough that they run at
@@ -192,6 +194,24 @@ def check_solver(environment, judge, build, solver):
         raise Failure(f"UMFPACK: the residual is too large: {residual}")
 
 
+def count_of_tests(summary):
+    """How many tests passed, by the last line of a run of which none failed."""
+    counts = {what: int(number) for number, what in re.findall(r"(\d+) (\w+)", summary)}
+    bad = {what: counts[what] for what in ("failed", "error", "errors", "xpassed") if what in counts}
+    if bad or counts.get("passed", 0) < LEAST_NUMPY_TESTS:
+        raise Failure(f"NumPy: {summary}")
+    return counts["passed"]
+
+
+def check_numpy(environment, judge):
+    print("NumPy's tests of its linear algebra")
+    with tempfile.TemporaryDirectory(prefix="nuv-numpy-") as folder:
+        output = run("python3", "-B", HERE / "numpy_tests.py", env={**environment, "PYTHONNOUSERSITE": "1"}, cwd=folder)
+    said, maps = output.split("== maps\n")
+    judge.check("NumPy", maps, ("libblas.so", "liblapack.so", "libnuv_lapack", "libnuv_kp"))
+    print(f"  {count_of_tests(said.strip().splitlines()[-1])} tests passed, and none failed")
+
+
 def main(arguments):
     large = arguments[0] == "--large"
     build, solver = Path(arguments[-2]).resolve(), Path(arguments[-1]).resolve()
@@ -200,6 +220,7 @@ def main(arguments):
     environment["LD_LIBRARY_PATH"] = str(libraries / "nuv")
     judge = Judge(libraries)
     try:
+        check_numpy(environment, judge)
         check_solver(environment, judge, build, solver)
         check_hpcc(environment, judge, libraries, large)
     except Failure as failure:

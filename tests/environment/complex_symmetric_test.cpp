@@ -178,5 +178,35 @@ TYPED_TEST(ComplexSymmetric, NaNShowsInBothEigenvalues) {
   }
 }
 
+/// lacrt with the matrix [c s; -s c], which need not be orthogonal.
+TYPED_TEST(ComplexSymmetric, RotatesPairsOfElements) {
+  using T = TypeParam;
+  const T c{1, 2}, s{3, -1};
+  for (const Int incx : {1, 2, -1}) {
+    for (const Int incy : {1, 3, -2}) {
+      constexpr Int n = 3;
+      GuardedVector<T> x(n * std::abs(incx)), y(n * std::abs(incy));
+      const auto place = [](Int i, Int inc) { return inc > 0 ? 1 + i * inc : 1 + (i - n + 1) * inc; };
+      for (Int i = 0; i < n; ++i) {
+        x(place(i, incx)) = T(i + 1, 1);
+        y(place(i, incy)) = T(2, i - 1);
+      }
+      x.seal();
+      y.seal();
+      routine_call::lacrt(n, x.data(), incx, y.data(), incy, c, s);
+      for (Int i = 0; i < n; ++i) {
+        const T x0(i + 1, 1), y0(2, i - 1);
+        EXPECT_EQ(x(place(i, incx)), c * x0 + s * y0);
+        EXPECT_EQ(y(place(i, incy)), c * y0 - s * x0);
+      }
+      EXPECT_TRUE(x.guards_unchanged() && y.guards_unchanged());
+    }
+  }
+  T x{1, 1}, y{2, 2};
+  routine_call::lacrt(0, &x, 1, &y, 1, c, s);
+  EXPECT_EQ(x, T(1, 1));
+  EXPECT_EQ(y, T(2, 2));
+}
+
 }  // namespace
 }  // namespace nuv::test

@@ -1,5 +1,5 @@
-"""Installs the Debian packages of a folder as apt does, compiles and runs programs on them, has the machine's choice of
-libblas.so.3 go to nuv and back, removes the packages, and looks for what they left behind. Run by root.
+"""Installs the Debian packages of a folder as apt does, compiles and runs programs on them, has the machine's choices of
+libblas.so.3 and liblapack.so.3 go to nuv and back, removes the packages, and looks for what they left behind. Run by root.
 
     package_test.py FOLDER
 """
@@ -17,17 +17,33 @@ PACKAGES = []
 NAMES = ("libnuv0", "libnuv-dev", "nuv")
 PLACES = ("/usr", "/etc", "/var/lib/dpkg", "/opt")
 
-# The program says who multiplied: the library in use, or a stand-in for another library of the same file name.
-PROGRAM = """
+# Programs say who answered: the library in use, or a stand-in for another library of the same file name.
+MULTIPLIES = """
 #include <stdio.h>
 void dgemm_(const char*, const char*, const int*, const int*, const int*, const double*, const double*, const int*,
             const double*, const int*, const double*, double*, const int*);
-int main(void) {
+static double answer(void) {
   const int one = 1;
   const double a = 2, b = 3, zero = 0, alpha = 1;
   double c = 0;
   dgemm_("N", "N", &one, &one, &one, &alpha, &a, &one, &b, &one, &zero, &c, &one);
-  printf("%g\\n", c);
+  return c;
+}
+"""
+SOLVES = """
+#include <stdio.h>
+void dgesv_(const int*, const int*, double*, const int*, int*, double*, const int*, int*);
+static double answer(void) {
+  const int one = 1;
+  double a = 2, b = 12;
+  int pivot, info;
+  dgesv_(&one, &one, &a, &one, &pivot, &b, &one, &info);
+  return b;
+}
+"""
+MAIN = """
+int main(void) {
+  printf("%g\\n", answer());
   for (FILE* maps = fopen("/proc/self/maps", "r"); maps != NULL;) {
     char line[4096];
     if (fgets(line, sizeof line, maps) == NULL) return fclose(maps);
@@ -36,11 +52,15 @@ int main(void) {
   return 1;
 }
 """
-STAND_IN = """
+PROGRAM = MULTIPLIES + MAIN
+OTHER_MULTIPLIES = """
 void dgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k, const double* alpha,
             const double* a, const int* lda, const double* b, const int* ldb, const double* beta, double* c) {
   *c = -1;
 }
+"""
+OTHER_SOLVES = """
+void dgesv_(const int* n, const int* nrhs, double* a, const int* lda, int* ipiv, double* b) { *b = -1; }
 """
 
 
@@ -62,6 +82,7 @@ class Alternative:
     """The choice of a library that a machine has."""
 
     def __init__(self, library):
+        self.library = library
         self.architecture = run("gcc", "-print-multiarch").strip()
         self.folder = Path("/usr/lib") / self.architecture
         self.name, self.link = f"{library}-{self.architecture}", self.folder / library
@@ -141,26 +162,32 @@ class Packages(unittest.TestCase):
         self.assertIn(str(self.blas.folder), run("nuv", "info"))
 
     def test_choice_there_and_back(self):
-        ours = self.blas.folder / "nuv/libblas.so.3"
-        stand_in = self.folder / "libblas.so.3"
-        run("gcc", "-shared", "-fPIC", "-Wl,-soname,libblas.so.3", self.write("stand_in.c", STAND_IN), "-o", stand_in)
-        program = self.compile("gcc", self.write("chosen.c", PROGRAM), ours)
-        run("update-alternatives", "--install", self.blas.link, self.blas.name, stand_in, "1")
+        choices = ((self.blas, MULTIPLIES, OTHER_MULTIPLIES, self.before[1]), (self.lapack, SOLVES, OTHER_SOLVES, self.before[2]))
+        for alternative, asks, other_answers, before in choices:
+            with self.subTest(alternative.library):
+                self.go_there_and_back(alternative, asks, other_answers, before)
+
+    def go_there_and_back(self, alternative, asks, other_answers, before):
+        name = alternative.library
+        ours, stand_in = alternative.folder / "nuv" / name, self.folder / name
+        run("gcc", "-shared", "-fPIC", f"-Wl,-soname,{name}", self.write("stand_in.c", other_answers), "-o", stand_in)
+        program = self.compile("gcc", self.write("chosen.c", asks + MAIN), ours)
+        run("update-alternatives", "--install", alternative.link, alternative.name, stand_in, "1")
         try:
             for chosen, answer in ((stand_in, "-1"), (ours, "6"), (stand_in, "-1")):
-                self.blas.choose(chosen)
+                alternative.choose(chosen)
                 output = run(program)
                 self.assertEqual(output.splitlines()[0], answer)
                 self.assertIn(str(chosen), output)
         finally:
-            run("update-alternatives", "--remove", self.blas.name, stand_in)
-            self.blas.restore(self.before[1])
+            run("update-alternatives", "--remove", alternative.name, stand_in)
+            alternative.restore(before)
 
     def test_virtual_package(self):
         provided = run("dpkg-query", "-W", "-f", "${Provides}", "libnuv0").split(", ")
-        self.assertIn("libblas.so.3", provided)
-        # Programs that need a name which is not there yet must not take this for the whole.
-        self.assertEqual("liblapack.so.3" in provided, f"{self.lapack.folder}/nuv/" in (self.lapack.state() or ""))
+        for alternative in (self.blas, self.lapack):
+            self.assertIn(alternative.library, provided)
+            self.assertIn(f"{alternative.folder}/nuv/{alternative.library}", alternative.state())
 
 
 class Removed(unittest.TestCase):
