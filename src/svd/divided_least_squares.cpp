@@ -76,7 +76,8 @@ class DividedLeastSquares {
 
   /// Gives info.
   Int solve(R rcond, Int& rank) {
-    const R norm = lanst('M', n_, d_, e_);
+    R norm = lanst('M', n_, d_, e_);
+    if (norm == 0) norm = lanst('F', n_, d_, e_);  // a NaN is no zero
     if (norm == 0) {
       laset('A', n_, nrhs_, T(0), T(0), B_.data, B_.ld);
       return 0;

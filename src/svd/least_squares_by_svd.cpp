@@ -5,6 +5,7 @@
 
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
 #include "svd/bidiagonal_solution.hpp"
@@ -171,7 +172,8 @@ template <Scalar T, class Solve>
 Int solve_in_range(Int m, Int n, Int nrhs, Matrix<T> A, Matrix<T> B, Real<T>* s, Solve solve) {
   using R = Real<T>;
   const NormScaling<R> scaling_of_a(m, n, A);
-  if (scaling_of_a.norm() == 0) {
+  // The norm of a matrix of NaN may be zero; that of Frobenius is not.
+  if (scaling_of_a.norm() == 0 && lange('F', m, n, A.data, A.ld, static_cast<R*>(nullptr)) == 0) {
     laset('F', std::max(m, n), nrhs, T(0), T(0), B.data, B.ld);
     std::fill_n(s, std::min(m, n), R(0));
     return 0;

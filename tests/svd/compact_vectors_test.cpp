@@ -120,7 +120,7 @@ TYPED_TEST(CompactVectors, MultiplyByTheSignOfASingleRoot) {
   using T = TypeParam;
   using R = Real<T>;
   for (const R sign : {R(1), R(-1)}) {
-    const Int perm[] = {2, 3, 1};
+    const Int perm[] = {7777, 3, 1};  // the first is known
     const R poles[] = {R(0.5), 7, 7, 0, 7, 7}, difl[] = {R(0.5)}, difr[] = {7, 7, 7, 1, 7, 7}, z[] = {sign / 2};
     for (const Int icompq : {0, 1}) {
       ProductCall<T> call(this->random, icompq, 3, 3, 2, 1);
