@@ -24,32 +24,38 @@ namespace {
 
 // ------------------------------------------------------------------------------------------------------ of eigenvalues
 
-/// y := S x for a Schur form of order n.
+/// One matrix of a generalised Schur form. Of B nothing is read below the diagonal.
 template <Scalar T>
-void multiply(Int n, Matrix<const T> S, Vector<const T> x, T* y) {
-  blas::copy(n, x, Vector{y, 1});
-  blas::trmv('U', 'N', 'N', n, S, Vector{y, 1});
-  if constexpr (RealScalar<T>) {
-    for (Int j = 1; j < n; ++j) y[j] += S(j + 1, j) * x.data[std::ptrdiff_t{j - 1} * x.inc];
+struct FormMatrix {
+  Int n;
+  Matrix<const T> S;
+  bool has_pairs;
+
+  /// y := S x
+  void multiply(Vector<const T> x, T* y) const {
+    blas::copy(n, x, Vector{y, 1});
+    blas::trmv('U', 'N', 'N', n, S, Vector{y, 1});
+    if (!has_pairs) return;
+    for (Int j = 1; j < n; ++j) y[j] += S(j + 1, j) * x.data[j - 1];
   }
-}
+};
 
 /// |u^H S v| for the first columns of two matrices.
 template <Scalar T>
-Real<T> size_of_product(Int n, Matrix<const T> S, Matrix<const T> U, Matrix<const T> V, T* work) {
-  multiply<T>(n, S, column(V, 1, 1), work);
-  return magnitude(inner_product<T>(true, n, column(U, 1, 1), {work, 1}));
+Real<T> size_of_product(const FormMatrix<T>& S, Matrix<const T> U, Matrix<const T> V, T* work) {
+  S.multiply(column(V, 1, 1), work);
+  return magnitude(inner_product<T>(true, S.n, column(U, 1, 1), {work, 1}));
 }
 
 /// The same for complex vectors whose real and imaginary parts are two columns.
 template <RealScalar R>
-R size_of_product_of_pair(Int n, Matrix<const R> S, Matrix<const R> U, Matrix<const R> V, R* work) {
+R size_of_product_of_pair(const FormMatrix<R>& S, Matrix<const R> U, Matrix<const R> V, R* work) {
   const Vector<const R> re = column(U, 1, 1), im = column(U, 1, 2), image{work, 1};
-  multiply<R>(n, S, column(V, 1, 1), work);
-  R real = blas::dot(n, re, image), imaginary = negated(blas::dot(n, im, image));
-  multiply<R>(n, S, column(V, 1, 2), work);
-  real += blas::dot(n, im, image);
-  imaginary += blas::dot(n, re, image);
+  S.multiply(column(V, 1, 1), work);
+  R real = blas::dot(S.n, re, image), imaginary = negated(blas::dot(S.n, im, image));
+  S.multiply(column(V, 1, 2), work);
+  real += blas::dot(S.n, im, image);
+  imaginary += blas::dot(S.n, re, image);
   return lapy2(real, imaginary);
 }
 
@@ -57,14 +63,15 @@ R size_of_product_of_pair(Int n, Matrix<const R> S, Matrix<const R> U, Matrix<co
 template <Scalar T>
 Real<T> condition_of_value(Int n, DiagonalBlock block, Matrix<const T> A, Matrix<const T> B, Matrix<const T> U,
                            Matrix<const T> V, T* work) {
+  const FormMatrix<T> S{n, A, RealScalar<T>}, P{n, B, false};
   if constexpr (RealScalar<T>) {
     if (block.order() == 2) {
       const T length = lapy2(blas::nrm2(n, column(U, 1, 1)), blas::nrm2(n, column(U, 1, 2))) *
                        lapy2(blas::nrm2(n, column(V, 1, 1)), blas::nrm2(n, column(V, 1, 2)));
-      return lapy2(size_of_product_of_pair(n, A, U, V, work), size_of_product_of_pair(n, B, U, V, work)) / length;
+      return lapy2(size_of_product_of_pair(S, U, V, work), size_of_product_of_pair(P, U, V, work)) / length;
     }
   }
-  const Real<T> size = lapy2(size_of_product(n, A, U, V, work), size_of_product(n, B, U, V, work));
+  const Real<T> size = lapy2(size_of_product(S, U, V, work), size_of_product(P, U, V, work));
   return size == 0 ? Real<T>(-1) : size / (blas::nrm2(n, column(U, 1, 1)) * blas::nrm2(n, column(V, 1, 1)));
 }
 
@@ -135,6 +142,15 @@ bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
   return info == 0;
 }
 
+/// With zeros below, whatever stands there.
+template <Scalar T>
+void copy_form(Int n, Matrix<const T> from, Matrix<T> to, bool has_pairs) {
+  laset('L', n, n, T(0), T(0), to.data, to.ld);
+  lacpy('U', n, n, from.data, from.ld, to.data, to.ld);
+  if (!has_pairs) return;
+  for (Int j = 1; j < n; ++j) to(j + 1, j) = from(j + 1, j);
+}
+
 /// The separation where a swap was rejected: zero, or NaN if that was because of elements that are not finite.
 template <Scalar T>
 Real<T> separation_without_swap(Int n, Matrix<const T> A, Matrix<const T> B) {
@@ -158,8 +174,8 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   if (n == 1) return lapy2(magnitude(A(1, 1)), magnitude(B(1, 1)));
   const std::ptrdiff_t elements = std::ptrdiff_t{n} * n;
   const Matrix<T> S{work, n}, P{work + elements, n};
-  lacpy('F', n, n, A.data, A.ld, S.data, n);
-  lacpy('F', n, n, B.data, B.ld, P.data, n);
+  copy_form(n, A, S, RealScalar<T>);
+  copy_form(n, B, P, false);
   if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
 
   R within = std::numeric_limits<R>::infinity();

@@ -105,7 +105,8 @@ TYPED_TEST(DifEstimate, ByLookingAheadComesNearTheBestSigns) {
     }
   }
   EXPECT_GT(of_best / count, 0.85);
-  EXPECT_GT(of_mean / count, 1.5);
+  // Signs gain less where phases count, too.
+  EXPECT_GT(of_mean / count, RealScalar<T> ? 1.5 : 1.3);
 }
 
 /// A choice that two sums decide, and ties: -1 first, 1 from then on.

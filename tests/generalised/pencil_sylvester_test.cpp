@@ -300,7 +300,8 @@ TYPED_TEST(PencilSylvester, OfNothingHasScaleOneAndNoSeparation) {
 TYPED_TEST(PencilSylvester, FindsTheSolutionOfPublishedExamples) {
   using T = TypeParam;
   using R = Real<T>;
-  for (const Int prtype : {1, 2, 3}) {
+  // The third has quasi-triangular matrices.
+  for (Int prtype = 1; prtype <= (RealScalar<T> ? 3 : 2); ++prtype) {
     const Int m = 7, n = 5, ld = 8;
     GuardedMatrix<T> A(m, m, ld), B(n, n, ld), C(m, n, ld), D(m, m, ld), E(n, n, ld), F(m, n, ld), X(m, n, ld),
         Y(m, n, ld);
