@@ -241,6 +241,25 @@ TYPED_TEST(QzIteration, FindsInfiniteEigenvaluesByZerosOnTheDiagonal) {
   }
 }
 
+/// A zero at the end of the rows that are left when a block below has been finished.
+TYPED_TEST(QzIteration, FindsInfiniteEigenvaluesAboveFinishedBlocks) {
+  using T = TypeParam;
+  for (const Int n : {5, 8}) {
+    for (Int k = 2; k <= n - 2; ++k) {
+      for (const Int zero : {k, k - 1}) {
+        Pencil<T> pencil = this->random_form(n);
+        pencil.A(k + 1, k) = pencil.B(zero, zero) = T(0);
+        pencil.A.seal();
+        pencil.B.seal();
+        SCOPED_TRACE(testing::Message() << n << ": " << k << ' ' << zero);
+        const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+        expect_schur_form(pencil, call);
+        this->expect_same_values_alone(pencil, call, 1e4 * epsilon<T>);
+      }
+    }
+  }
+}
+
 /// Where two elements below the diagonal of H are small together beside a zero of P, the pencil is split though neither
 /// is negligible, and the infinite eigenvalue stays in its row.
 TYPED_TEST(QzIteration, SplitsAtTwoSmallElementsBesideAZero) {
