@@ -116,13 +116,12 @@ class ExponentSearch {
     for (Int it = 1; it <= count_ + 2; ++it) {
       const Sums sums = residual_sums();
       const R gamma = preconditioned_square(sums);
-      // What holds an infinity or a NaN is not scaled any further.
-      if (gamma == 0 || !std::isfinite(gamma)) return;
+      if (gamma == 0) return;
       if (it > 1) beta = gamma / last_gamma;
       turn_step(beta, sums);
       multiply_step();
       const R alpha = gamma / (dot(row_step_, row_product_) + dot(column_step_, column_product_));
-      if (!std::isfinite(alpha)) return;
+      if (!std::isfinite(alpha)) return;  // for an infinity or a NaN in the pencil
       if (advance(alpha) < R(0.5)) return;
       blas::axpy(count_, negated(alpha), of(row_product_), of(row_residual_));
       blas::axpy(count_, negated(alpha), of(column_product_), of(column_residual_));

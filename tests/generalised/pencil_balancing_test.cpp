@@ -209,6 +209,32 @@ TYPED_TEST(PencilBalancing, BringsElementsTogetherWhereThereAreZeros) {
   }
 }
 
+/// Where few elements tie rows and columns together, it takes directions that are conjugate to find the factors in as
+/// many steps as there are allowed.
+TYPED_TEST(PencilBalancing, FindsTheFactorsOfBands) {
+  using T = TypeParam;
+  for (const Int n : {6, 15, 30}) {
+    Pencil<T> pencil = this->badly_scaled(n, 4);
+    for (GuardedMatrix<T>* M : {&pencil.A, &pencil.B}) {
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = 1; i <= n; ++i) {
+          if (std::abs(i - j) > 1) (*M)(i, j) = T(0);
+        }
+      }
+      M->seal();
+    }
+    const BalancedPencil<T> balanced = BalancedPencil<T>('S', pencil).run();
+    expect_balanced(pencil, balanced);
+    for (const GuardedMatrix<T>* M : {&balanced.A, &balanced.B}) {
+      for (Int j = 1; j <= n; ++j) {
+        for (Int i = std::max(1, j - 1); i <= std::min(n, j + 1); ++i) {
+          EXPECT_LT(std::abs(std::log10(std::abs(std::complex<double>((*M)(i, j))))), 2) << i << ' ' << j;
+        }
+      }
+    }
+  }
+}
+
 TYPED_TEST(PencilBalancing, DoesWhatTheJobSays) {
   using T = TypeParam;
   Pencil<T> pencil = this->badly_scaled(6, 3);

@@ -85,6 +85,23 @@ void expect_equivalent(const Pencil<T>& pencil, const PencilCall<T>& call) {
   EXPECT_LT(unitary_residual(call.Z), pencil_threshold);
 }
 
+/// Of a pair in rows j and j + 1: beta is the length of P x for the eigenvector x of length one, and the product of
+/// both is the determinant of the block of P, as in a complex Schur form.
+template <RealScalar R>
+void expect_betas_of_pair(const PencilCall<R>& call, Int j) {
+  using W = WideReal<R>;
+  using C = std::complex<W>;
+  const W p11 = call.B(j, j), p22 = call.B(j + 1, j + 1), beta = call.beta(j);
+  const C w = C(W(call.alphar(j)), W(call.alphai(j))) / beta;
+  const C c11 = W(call.A(j, j)) - w * p11, c12 = W(call.A(j, j + 1));
+  const C x1 = c12, x2 = -c11;
+  const W length = std::sqrt(std::norm(x1) + std::norm(x2));
+  const W expected = std::sqrt(std::norm(p11 * x1) + std::norm(p22 * x2)) / length;
+  const double tolerance = 10 * std::sqrt(double(epsilon<R>));
+  EXPECT_NEAR(double(beta / expected), 1, tolerance) << j;
+  EXPECT_NEAR(double(beta * W(call.beta(j + 1)) / (p11 * p22)), 1, tolerance) << j;
+}
+
 /// The same, that both are in Schur form, and that the eigenvalues are those of the form.
 template <Scalar T>
 void expect_schur_form(const Pencil<T>& pencil, const PencilCall<T>& call) {
@@ -101,6 +118,9 @@ void expect_schur_form(const Pencil<T>& pencil, const PencilCall<T>& call) {
     const bool is_pair = RealScalar<T> && found[k].alpha.imag() != 0;
     const double tolerance = is_pair ? 10 * std::sqrt(double(epsilon<T>)) : 0;
     EXPECT_LE(chordal_distance(found[k], expected[k]), tolerance) << k + 1;
+    if constexpr (RealScalar<T>) {
+      if (found[k].alpha.imag() > 0) expect_betas_of_pair(call, Int(k + 1));
+    }
   }
 }
 

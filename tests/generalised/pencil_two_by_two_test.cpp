@@ -188,6 +188,13 @@ TYPED_TEST(PencilOfOrderTwo, HasKnownEigenvalues) {
   EXPECT_NEAR(value(turning.wr1, turning.scale1), 0, 4 * epsilon<R>);
   EXPECT_EQ(turning.scale1, turning.scale2);
   EXPECT_EQ(turning.wr1, turning.wr2);
+  // Of the square root of a number below the range that squares may have.
+  const Values<R> close({0, 1, tiny<R> / 4, 0, 1, 0, 1}, tiny<R>),
+      close_pair({0, 1, -tiny<R> / 4, 0, 1, 0, 1}, tiny<R>);
+  const double root = std::sqrt(double(tiny<R>)) / 2;
+  EXPECT_NEAR(value(close.wr1, close.scale1) / root, 1, 10 * epsilon<R>);
+  EXPECT_NEAR(value(close.wr2, close.scale2) / root, -1, 10 * epsilon<R>);
+  EXPECT_NEAR(value(close_pair.wi, close_pair.scale1) / root, 1, 10 * epsilon<R>);
   const Values<R> both_zero({0, 1, 0, 0, 1, 0, 1}, tiny<R>);
   EXPECT_EQ(both_zero.wr1, 0);
   EXPECT_EQ(both_zero.wr2, 0);

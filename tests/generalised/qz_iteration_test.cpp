@@ -46,10 +46,10 @@ class QzIteration : public ReportingTest {
 };
 TYPED_TEST_SUITE(QzIteration, Precisions, PrecisionLetter);
 
-/// Sixteen rotations or reflectors wait for the columns behind them.
+/// Sixteen rotations or reflectors wait for the columns behind them, and those of Q and Z where these are large.
 TYPED_TEST(QzIteration, FindsSchurForms) {
   using T = TypeParam;
-  for (const Int n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 17, 18, 19, 20, 30, 34, 35, 36, 100}) {
+  for (const Int n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 17, 18, 19, 20, 30, 34, 35, 36, 100, 140}) {
     for (int round = 0; round < (n < 10 ? 10 : 1); ++round) {
       SCOPED_TRACE(n);
       const Pencil<T> pencil = this->random_form(n);
@@ -238,6 +238,25 @@ TYPED_TEST(QzIteration, FindsInfiniteEigenvaluesByZerosOnTheDiagonal) {
     for (Int k = 1; k <= n; ++k) none.B(k, k) = T(0);
     none.B.seal();
     expect_infinities(none, 1);
+  }
+}
+
+/// A zero at the end of the rows that are left when a block below has been finished.
+TYPED_TEST(QzIteration, FindsInfiniteEigenvaluesAboveFinishedBlocks) {
+  using T = TypeParam;
+  for (const Int n : {5, 8}) {
+    for (Int k = 2; k <= n - 2; ++k) {
+      for (const Int zero : {k, k - 1}) {
+        Pencil<T> pencil = this->random_form(n);
+        pencil.A(k + 1, k) = pencil.B(zero, zero) = T(0);
+        pencil.A.seal();
+        pencil.B.seal();
+        SCOPED_TRACE(testing::Message() << n << ": " << k << ' ' << zero);
+        const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+        expect_schur_form(pencil, call);
+        this->expect_same_values_alone(pencil, call, 1e4 * epsilon<T>);
+      }
+    }
   }
 }
 
