@@ -142,6 +142,15 @@ bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
   return info == 0;
 }
 
+/// With zeros below, whatever stands there.
+template <Scalar T>
+void copy_form(Int n, Matrix<const T> from, Matrix<T> to, bool has_pairs) {
+  laset('L', n, n, T(0), T(0), to.data, to.ld);
+  lacpy('U', n, n, from.data, from.ld, to.data, to.ld);
+  if (!has_pairs) return;
+  for (Int j = 1; j < n; ++j) to(j + 1, j) = from(j + 1, j);
+}
+
 /// The separation where a swap was rejected: zero, or NaN if that was because of elements that are not finite.
 template <Scalar T>
 Real<T> separation_without_swap(Int n, Matrix<const T> A, Matrix<const T> B) {
@@ -165,8 +174,8 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   if (n == 1) return lapy2(magnitude(A(1, 1)), magnitude(B(1, 1)));
   const std::ptrdiff_t elements = std::ptrdiff_t{n} * n;
   const Matrix<T> S{work, n}, P{work + elements, n};
-  lacpy('F', n, n, A.data, A.ld, S.data, n);
-  lacpy('F', n, n, B.data, B.ld, P.data, n);
+  copy_form(n, A, S, RealScalar<T>);
+  copy_form(n, B, P, false);
   if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
 
   R within = std::numeric_limits<R>::infinity();

@@ -32,7 +32,7 @@ struct Coefficients {
 void add_pencil_equations(DriverList& drivers) {
   drivers.add("tgsy2", unblocked_order, []<Scalar T>(CallIn<T> c, Int order) {
     const char trans = c.one_of({'N', c.adjoint});
-    const Int ijob = trans == 'N' ? c.one_of({0, 1, 2}) : 0;
+    const Int ijob = c.one_of({0, 1, 2});
     const Coefficients<T> given(c, order);
     const Matrix<T> C = c.matrix("C", given.m, given.n), F = c.matrix("F", given.m, given.n);
     Real<T>* const numbers = c.real_result("scale, sum", 3);
@@ -52,17 +52,16 @@ void add_pencil_equations(DriverList& drivers) {
   });
   drivers.add("tgsyl", 30, []<Scalar T>(CallIn<T> c, Int order) {
     const char trans = c.one_of({'N', c.adjoint});
-    const Int ijob = trans == 'N' ? c.one_of({0, 1, 2, 3, 4}) : 0;
+    const Int ijob = c.one_of({0, 1, 2, 3, 4});
     const Coefficients<T> given(c, order);
     const Int m = given.m, n = given.n;
     const Matrix<T> C = c.matrix("C", m, n), F = c.matrix("F", m, n);
     Real<T>* const numbers = c.real_result("scale, dif", 2);
     std::vector<Int> iwork(std::size_t(m + n + 6));
-    c.with_workspace(ijob == 1 || ijob == 2 ? 2 * m * n : 1, [&](T* work, Int lwork) {
-      routine_call::tgsyl(trans, ijob, m, n, Matrix<const T>(given.A), Matrix<const T>(given.B), C,
-                          Matrix<const T>(given.D), Matrix<const T>(given.E), F, numbers[0], numbers[1], work, lwork,
-                          iwork.data(), c.info());
-    });
+    const Int lwork = 2 * m * n;
+    routine_call::tgsyl(trans, ijob, m, n, Matrix<const T>(given.A), Matrix<const T>(given.B), C,
+                        Matrix<const T>(given.D), Matrix<const T>(given.E), F, numbers[0], numbers[1], c.scratch(lwork),
+                        lwork, iwork.data(), c.info());
   });
   drivers.add("tgsna", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
     const char job = c.one_of({'E', 'V', 'B'}), howmny = c.one_of({'A', 'S'});
@@ -74,11 +73,9 @@ void add_pencil_equations(DriverList& drivers) {
     Real<T>*const s = c.real_result("s", n), *const dif = c.real_result("dif", n);
     std::vector<Int> iwork(std::size_t(n + 6));
     Int m = 0;
-    const Int least = job == 'E' ? n : RealScalar<T> ? 2 * n * (n + 2) + 16 : 2 * n * n;
-    c.with_workspace(least, [&](T* work, Int lwork) {
-      routine_call::tgsna(job, howmny, select.data(), n, Matrix<const T>(S), Matrix<const T>(P), Matrix<const T>(VL),
-                          Matrix<const T>(VR), s, dif, n, m, work, lwork, iwork.data(), c.info());
-    });
+    const Int lwork = 2 * n * (n + 2) + 16;
+    routine_call::tgsna(job, howmny, select.data(), n, Matrix<const T>(S), Matrix<const T>(P), Matrix<const T>(VL),
+                        Matrix<const T>(VR), s, dif, n, m, c.scratch(lwork), lwork, iwork.data(), c.info());
     c.add_result(m);
   });
 }

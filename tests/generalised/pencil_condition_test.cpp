@@ -288,7 +288,7 @@ TYPED_TEST(PencilCondition, OfEigenvectorsIsTheirSeparation) {
   int count = 0;
   for (int round = 0; round < 3; ++round) {
     for (const std::vector<Int>& shape : shapes) {
-      PencilConditions<T> call = this->problem(shape);
+      PencilConditions<T> call = this->problem(shape, true);
       const PencilSpectrum<T> spectrum(call.S, call.P);
       call.ldvl = call.ldvr = 1;
       call.with_job('v').judge();
