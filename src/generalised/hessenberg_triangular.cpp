@@ -5,6 +5,7 @@
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "generalised/delayed_columns.hpp"
 #include "generalised/pencil_rotations.hpp"
 
 namespace nuv {
@@ -28,9 +29,9 @@ struct HessenbergTriangularReduction {
   using Rotation = PlaneRotation<T>;
   using Rotations = RowRotations<T, 'B'>;
 
-  bool wantq, wantz;
   Int n, ilo, ihi;
-  Matrix<T> A, B, Q, Z;
+  Matrix<T> A, B;
+  DelayedColumns<T>&q, &z;
 
   void clear_below_diagonal_of_b() const {
     if (n > 1) laset('L', n - 1, n - 1, T(0), T(0), B.at(2, 1), B.ld);
@@ -53,12 +54,12 @@ struct HessenbergTriangularReduction {
       rotations.set(i - 1, left);
       left.turn_rows(A, i - 1, first - 1, last);
       left.turn_rows(B, i - 1, i - 1, last);
-      if (wantq) left.conjugated().turn(n, Q, i - 1, i);
+      q.turn(left.conjugated(), i - 1, i);
 
       const Rotation right = Rotation::annihilate(B(i, i), B(i, i - 1));
       right.turn(ihi, A, i, i - 1);
       right.turn(i - 1, B, i, i - 1);
-      if (wantz) right.turn(n, Z, i, i - 1);
+      z.turn(right, i, i - 1);
     }
     rotations.turn(A, j + 1, first - 2);
     rotations.turn(A, last + 1, n);
@@ -87,7 +88,8 @@ void gghrd(char compq, char compz, Int n, Int ilo, Int ihi, T* a, Int lda, T* b,
   if (same_letter(compq, 'I')) laset('F', n, n, T(0), T(1), q, ldq);
   if (same_letter(compz, 'I')) laset('F', n, n, T(0), T(1), z, ldz);
   if (n <= 1) return;
-  const HessenbergTriangularReduction<T> reduction{wantq, wantz, n, ilo, ihi, {a, lda}, {b, ldb}, {q, ldq}, {z, ldz}};
+  DelayedColumns<T> delayed_q(wantq, n, {q, ldq}), delayed_z(wantz, n, {z, ldz});
+  const HessenbergTriangularReduction<T> reduction{n, ilo, ihi, {a, lda}, {b, ldb}, delayed_q, delayed_z};
   reduction.clear_below_diagonal_of_b();
   reduction.reduce();
 }

@@ -199,7 +199,7 @@ class DoubleShiftSweep {
       reflectors.add(left);
       reflectors.reflect_last(H_, j, near);
       reflectors.reflect_last(P_, j, near);
-      if (p_.wantq) reflect_columns(left, p_.Q, 1, p_.n, j);
+      p_.q.reflect(left.tau, left.v2, left.v3, j);
       clear_column_of_p(j);
     }
     reflectors.reflect(H_, near + 1, p_.right);
@@ -215,7 +215,7 @@ class DoubleShiftSweep {
     const Reflector right{1 + s.scale / length, factor * s.u1, factor * s.u2};
     reflect_columns(right, H_, p_.top, std::min(j + 3, p_.last), j);
     reflect_columns(right, P_, p_.top, j + 2, j);
-    if (p_.wantz) reflect_columns(right, p_.Z, 1, p_.n, j);
+    p_.z.reflect(right.tau, right.v2, right.v3, j);
     P_(j + 1, j) = 0;
     P_(j + 2, j) = 0;
   }

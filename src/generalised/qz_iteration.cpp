@@ -179,40 +179,50 @@ class QzIteration {
 template <Scalar T>
 struct Arguments {
   char job, compq, compz;
-  QzPencil<T> pencil;
+  Int n, ilo, ihi;
+  Matrix<T> H, P;
+  EigenvalueArray<T> alpha;
+  T* beta;
+  Matrix<T> Q, Z;
   T* work;
   Int lwork;
+
+  bool wantq() const { return is_one_of(compq, 'V', 'I'); }
+  bool wantz() const { return is_one_of(compz, 'V', 'I'); }
 
   /// 0, or minus the position of the first bad argument.
   Int check() const {
     // Behind the eigenvalues, which are one array less in the complex members.
     constexpr Int shift = ComplexScalar<T> ? 1 : 0;
-    const QzPencil<T>& p = pencil;
     if (!is_one_of(job, 'E', 'S')) return -1;
     if (!is_one_of(compq, 'N', 'V', 'I')) return -2;
     if (!is_one_of(compz, 'N', 'V', 'I')) return -3;
-    if (p.n < 0) return -4;
-    if (p.ilo < 1) return -5;
-    if (p.ihi > p.n || p.ihi < p.ilo - 1) return -6;
-    if (p.H.ld < p.n) return -8;
-    if (p.P.ld < p.n) return -10;
-    if (p.Q.ld < 1 || (p.wantq && p.Q.ld < p.n)) return -15 + shift;
-    if (p.Z.ld < 1 || (p.wantz && p.Z.ld < p.n)) return -17 + shift;
-    if (lwork < std::max(1, p.n) && lwork != -1) return -19 + shift;
+    if (n < 0) return -4;
+    if (ilo < 1) return -5;
+    if (ihi > n || ihi < ilo - 1) return -6;
+    if (H.ld < n) return -8;
+    if (P.ld < n) return -10;
+    if (Q.ld < 1 || (wantq() && Q.ld < n)) return -15 + shift;
+    if (Z.ld < 1 || (wantz() && Z.ld < n)) return -17 + shift;
+    if (lwork < std::max(1, n) && lwork != -1) return -19 + shift;
     return 0;
+  }
+
+  Int iterate() const {
+    DelayedColumns<T> q(wantq(), n, Q), z(wantz(), n, Z);
+    return QzIteration<T>({same_letter(job, 'S'), n, ilo, ihi, H, P, q, z, alpha, beta}).run();
   }
 };
 
 template <Scalar T>
 void solve(const Arguments<T>& a, Int& info) {
-  const QzPencil<T>& p = a.pencil;
-  a.work[0] = as_work_size<T>(std::max(1, p.n));
+  a.work[0] = as_work_size<T>(std::max(1, a.n));
   info = a.check();
   if (info != 0) return report_bad_argument<T>("HGEQZ", info);
-  if (a.lwork == -1 || p.n == 0) return;
-  if (same_letter(a.compq, 'I')) laset('F', p.n, p.n, T(0), T(1), p.Q.data, p.Q.ld);
-  if (same_letter(a.compz, 'I')) laset('F', p.n, p.n, T(0), T(1), p.Z.data, p.Z.ld);
-  info = QzIteration<T>(p).run();
+  if (a.lwork == -1 || a.n == 0) return;
+  if (same_letter(a.compq, 'I')) laset('F', a.n, a.n, T(0), T(1), a.Q.data, a.Q.ld);
+  if (same_letter(a.compz, 'I')) laset('F', a.n, a.n, T(0), T(1), a.Z.data, a.Z.ld);
+  info = a.iterate();
 }
 
 }  // namespace
@@ -220,19 +230,15 @@ void solve(const Arguments<T>& a, Int& info) {
 template <RealScalar T>
 void hgeqz(char job, char compq, char compz, Int n, Int ilo, Int ihi, T* h, Int ldh, T* t, Int ldt, T* alphar,
            T* alphai, T* beta, T* q, Int ldq, T* z, Int ldz, T* work, Int lwork, Int& info) {
-  const bool wants_form = same_letter(job, 'S'), wantq = is_one_of(compq, 'V', 'I'), wantz = is_one_of(compz, 'V', 'I');
-  const QzPencil<T> pencil{wants_form,       wantq, wantz, n, ilo, ihi, {h, ldh}, {t, ldt}, {q, ldq}, {z, ldz},
-                           {alphar, alphai}, beta};
-  solve<T>({job, compq, compz, pencil, work, lwork}, info);
+  solve<T>(
+      {job, compq, compz, n, ilo, ihi, {h, ldh}, {t, ldt}, {alphar, alphai}, beta, {q, ldq}, {z, ldz}, work, lwork},
+      info);
 }
 
 template <ComplexScalar T>
 void hgeqz(char job, char compq, char compz, Int n, Int ilo, Int ihi, T* h, Int ldh, T* t, Int ldt, T* alpha, T* beta,
            T* q, Int ldq, T* z, Int ldz, T* work, Int lwork, Real<T>*, Int& info) {
-  const bool wants_form = same_letter(job, 'S'), wantq = is_one_of(compq, 'V', 'I'), wantz = is_one_of(compz, 'V', 'I');
-  const QzPencil<T> pencil{wants_form, wantq,    wantz,    n,        ilo,     ihi,
-                           {h, ldh},   {t, ldt}, {q, ldq}, {z, ldz}, {alpha}, beta};
-  solve<T>({job, compq, compz, pencil, work, lwork}, info);
+  solve<T>({job, compq, compz, n, ilo, ihi, {h, ldh}, {t, ldt}, {alpha}, beta, {q, ldq}, {z, ldz}, work, lwork}, info);
 }
 
 }  // namespace nuv

@@ -134,7 +134,7 @@ class QzPairBlock {
   void turn_columns(const Rotation& right) const {
     right.turn(p_.last - p_.top + 1, block(p_.H, p_.top, 1), i_, i_ + 1);
     right.turn(i_ - p_.top, block(p_.P, p_.top, 1), i_, i_ + 1);
-    if (p_.wantz) right.turn(p_.n, p_.Z, i_, i_ + 1);
+    p_.z.turn(right, i_, i_ + 1);
   }
 
   void set(Int k, R real, R imaginary, R beta) const {

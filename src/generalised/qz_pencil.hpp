@@ -9,6 +9,7 @@
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/norms_general.hpp"
+#include "generalised/delayed_columns.hpp"
 #include "generalised/pencil_rotations.hpp"
 #include "nonsymmetric/eigenvalue_array.hpp"
 
@@ -20,9 +21,9 @@ struct QzPencil {
   using Rotation = PlaneRotation<T>;
 
   bool wants_form;  ///< the whole Schur form; otherwise eigenvalues alone, and only the active block is transformed
-  bool wantq, wantz;
   Int n, ilo, ihi;
-  Matrix<T> H, P, Q, Z;
+  Matrix<T> H, P;
+  DelayedColumns<T>&q, &z;
   EigenvalueArray<T> alpha;
   T* beta;
 
@@ -52,25 +53,21 @@ struct QzPencil {
   void turn_rows(const Rotation& rotation, Int j, Int from_in_h, Int from_in_p) const {
     turn_rows(rotation, H, j, from_in_h);
     turn_rows(rotation, P, j, from_in_p);
-    turn_q(rotation, j);
+    q.turn(rotation.conjugated(), j, j + 1);
   }
 
   /// Turns columns j + 1 and j, of each matrix down to some row.
   void turn_columns(const Rotation& rotation, Int j, Int to_in_h, Int to_in_p) const {
     rotation.turn(to_in_h - top + 1, block(H, top, 1), j + 1, j);
     rotation.turn(to_in_p - top + 1, block(P, top, 1), j + 1, j);
-    if (wantz) rotation.turn(n, Z, j + 1, j);
-  }
-
-  void turn_q(const Rotation& rotation, Int j) const {
-    if (wantq) rotation.conjugated().turn(n, Q, j, j + 1);
+    z.turn(rotation, j + 1, j);
   }
 
   /// Takes column j of both matrices, from some row on down to row j, and of Z to its negative.
   void negate_column(Int j, Int from) const {
     negate(H, from, j, j);
     negate(P, from, j, j);
-    if (wantz) negate(Z, 1, n, j);
+    z.turn_round(T(-1), j);
   }
 
   /// Makes the diagonal element of P in column j real and not negative, and stores the eigenvalue there.
@@ -109,7 +106,7 @@ struct QzPencil {
     } else {
       H(j, j) *= turn;
     }
-    if (wantz) blas::scal(n, turn, column(Z, 1, j));
+    z.turn_round(turn, j);
   }
 };
 

@@ -56,7 +56,7 @@ class SingleShiftSweep {
       rotations.set(j, left);
       left.turn_rows(p_.H, j, j, near);
       left.turn_rows(p_.P, j, j, near);
-      p_.turn_q(left, j);
+      p_.q.turn(left.conjugated(), j, j + 1);
       const Rotation right = Rotation::annihilate(p_.P(j + 1, j + 1), p_.P(j + 1, j));
       p_.turn_columns(right, j, std::min(j + 2, p_.last), j);
     }

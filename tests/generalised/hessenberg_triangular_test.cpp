@@ -32,10 +32,10 @@ class HessenbergTriangular : public ReportingTest {
 };
 TYPED_TEST_SUITE(HessenbergTriangular, Precisions, PrecisionLetter);
 
-/// Sixteen rotations wait for the columns behind them.
+/// Sixteen rotations wait for the columns behind them, and those of Q and Z where these are large.
 TYPED_TEST(HessenbergTriangular, ReducesPencilsOfAnyOrder) {
   using T = TypeParam;
-  for (const Int n : {0, 1, 2, 3, 4, 5, 9, 17, 18, 19, 20, 34, 35, 50, 100}) {
+  for (const Int n : {0, 1, 2, 3, 4, 5, 9, 17, 18, 19, 20, 34, 35, 50, 100, 140, 200}) {
     SCOPED_TRACE(n);
     const Pencil<T> pencil = reducible_pencil<T>(this->random, n, 1, n, std::max(1, n) + n % 3);
     const PencilCall<T> call = PencilCall<T>(pencil).gghrd();

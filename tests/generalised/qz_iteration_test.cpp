@@ -46,10 +46,10 @@ class QzIteration : public ReportingTest {
 };
 TYPED_TEST_SUITE(QzIteration, Precisions, PrecisionLetter);
 
-/// Sixteen rotations or reflectors wait for the columns behind them.
+/// Sixteen rotations or reflectors wait for the columns behind them, and those of Q and Z where these are large.
 TYPED_TEST(QzIteration, FindsSchurForms) {
   using T = TypeParam;
-  for (const Int n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 17, 18, 19, 20, 30, 34, 35, 36, 100}) {
+  for (const Int n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 17, 18, 19, 20, 30, 34, 35, 36, 100, 140}) {
     for (int round = 0; round < (n < 10 ? 10 : 1); ++round) {
       SCOPED_TRACE(n);
       const Pencil<T> pencil = this->random_form(n);

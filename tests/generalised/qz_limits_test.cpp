@@ -58,6 +58,22 @@ TYPED_TEST(QzLimits, TellsWhichEigenvaluesAreMissing) {
   }
 }
 
+/// On each of these a member of the iteration turns in circles until the tenth sweep takes another shift.
+TYPED_TEST(QzLimits, LeavesCirclesByExceptionalShifts) {
+  using T = TypeParam;
+  for (const auto& rows : {std::array<std::array<int, 3>, 3>{{{0, -1, 0}, {1, 0, -1}, {0, 1, 0}}},
+                           {{{1, -1, 0}, {1, 1, -1}, {0, 1, 1}}},
+                           {{{1, 0, -1}, {1, 1, 0}, {0, 1, 1}}},
+                           {{{-1, 0, 1}, {1, -1, 0}, {0, 1, -1}}}}) {
+    Pencil<T> pencil{identity_matrix<T>(3, 4), identity_matrix<T>(3, 4)};
+    for (Int j = 1; j <= 3; ++j) {
+      for (Int i = 1; i <= 3; ++i) pencil.A(i, j) = T(Real<T>(rows[std::size_t(i - 1)][std::size_t(j - 1)]));
+    }
+    pencil.A.seal();
+    expect_schur_form(pencil, PencilCall<T>(pencil).hgeqz());
+  }
+}
+
 /// Of numbers that are none no shift can be made: the row is told where that was so.
 TYPED_TEST(QzLimits, TellsWhereThereIsNoShift) {
   using T = TypeParam;
