@@ -261,7 +261,8 @@ TYPED_TEST(GeneralPencilSchur, TellOfPairsThatAreTooCloseToBeMoved) {
       expect_same_form(simple, expert);
     }
     // In single precision exchanges pass whatever is close.
-    EXPECT_GT(rejected, std::same_as<T, double> ? 5 : -1);
+    const int expected = sizeof(T) == sizeof(double) ? 5 : -1;
+    EXPECT_GT(rejected, expected);
   }
 }
 
