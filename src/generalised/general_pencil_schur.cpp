@@ -1,7 +1,10 @@
 #include "generalised/general_pencil_schur.hpp"
 
 #include <algorithm>
+#include <cmath>
 
+#include "environment/norms_general.hpp"
+#include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "generalised/deflating_subspace.hpp"
@@ -41,6 +44,53 @@ bool is_selected(SelectGeneralised<T> selctg, const PencilValues<T>& values, Int
   return is_true(answer);
 }
 
+/// The power of two below the largest element of an upper Hessenberg matrix, or 1 if it has none.
+template <Scalar T>
+Real<T> power_below_norm(Int n, Matrix<T> A) {
+  const Real<T> norm = lange('M', n, n, A.data, A.ld, static_cast<Real<T>*>(nullptr));
+  return norm > 0 && norm <= Machine<Real<T>>::overflow ? std::ldexp(Real<T>(1), std::ilogb(norm)) : Real<T>(1);
+}
+
+/// Brings a Schur form that was scaled into range, and is near one end of it still, to norms about one of both matrices
+/// while its eigenvalues change places: the systems of equations for that have elements of both, and would take those
+/// of the smaller matrix for rounding errors of the other. By powers of two, which round nothing.
+template <Scalar T>
+class LikeNorms {
+ public:
+  explicit LikeNorms(const PencilSpine<T>& spine) : spine_(spine) {
+    if (!spine.scaling_of_a().is_needed() && !spine.scaling_of_b().is_needed()) return;
+    size_of_a_ = power_below_norm(spine.order(), spine.a());
+    size_of_b_ = power_below_norm(spine.order(), spine.b());
+    scale_matrices(size_of_a_, 1, size_of_b_, 1);
+  }
+
+  void undo() const {
+    if (size_of_a_ != 1 || size_of_b_ != 1) scale_matrices(1, size_of_a_, 1, size_of_b_);
+  }
+
+  void undo_values() const {
+    const Int n = spine_.order();
+    spine_.values().alpha.give_to([&](auto*... parts) { (scale(parts, 1, size_of_a_, n, 1), ...); });
+    scale(spine_.values().beta, 1, size_of_b_, n, 1);
+  }
+
+ private:
+  void scale_matrices(Real<T> a_from, Real<T> a_to, Real<T> b_from, Real<T> b_to) const {
+    const Int n = spine_.order();
+    scale(spine_.a().data, a_from, a_to, n, n, spine_.a().ld, 'H');
+    scale(spine_.b().data, b_from, b_to, n, n, spine_.b().ld, 'U');
+  }
+
+  static void scale(T* x, Real<T> from, Real<T> to, Int m, Int n, Int ld, char type) {
+    Int ignored = 0;
+    if (from != to) lascl(type, 0, 0, from, to, m, n, x, ld, ignored);
+  }
+  static void scale(T* x, Real<T> from, Real<T> to, Int m, Int n) { scale(x, from, to, m, n, m, 'G'); }
+
+  const PencilSpine<T>& spine_;
+  Real<T> size_of_a_ = 1, size_of_b_ = 1;
+};
+
 /// tgsen. Returns its info.
 template <Scalar T>
 Int move_in_front(const PencilSpine<T>& spine, const Logical* chosen, Int& sdim,
@@ -49,11 +99,14 @@ Int move_in_front(const PencilSpine<T>& spine, const Logical* chosen, Int& sdim,
   const PencilVectors<T>& V = spine.vectors();
   Real<T> of_mean[2], of_subspaces[2];
   Int info = 0;
+  const LikeNorms<T> like_norms(spine);
   spine.values().give_to([&](auto*... parts) {
     tgsen(conditions.ijob(), to_logical(V.left), to_logical(V.right), chosen, spine.order(), S.data, S.ld, P.data, P.ld,
           parts..., V.L.data, V.L.ld, V.R.data, V.R.ld, sdim, of_mean[0], of_mean[1], of_subspaces, spine.work(),
           spine.lwork(), conditions.iwork, conditions.liwork, info);
   });
+  like_norms.undo();
+  if (info >= 0) like_norms.undo_values();
   if (info >= 0 && conditions.of_values()) std::copy_n(of_mean, 2, conditions.of_mean);
   if (info >= 0 && conditions.of_spaces()) std::copy_n(of_subspaces, 2, conditions.of_subspaces);
   return info;

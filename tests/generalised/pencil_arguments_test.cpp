@@ -255,7 +255,7 @@ TYPED_TEST(PencilArguments, AnswersAboutWorkspaces) {
   const Int n = 200;
   Random random(6);
   const Pencil<T> pencil = random_pencil<T>(random, n, n);
-  GuardedMatrix<T> A = pencil.A, B = pencil.B;
+  GuardedMatrix<T> B = pencil.B;
   const auto answer_of = [&](auto ask) {
     GuardedVector<T> work(1);
     Int info = 0;
@@ -263,14 +263,11 @@ TYPED_TEST(PencilArguments, AnswersAboutWorkspaces) {
     EXPECT_EQ(info, 0);
     return Int(std::real(work(1)));
   };
+  // A product asks for the factors of all of its blocks as well; it makes room for those itself.
   const Int best =
-      n +
-      std::max(
-          {answer_of([&](T* work, Int& info) { layer::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
-           answer_of([&](T* work, Int& info) {
-             layer::ormqr('L', ComplexScalar<T> ? 'C' : 'T', n, n, n, Matrix<T>(B), work, Matrix<T>(A), work, -1, info);
-           }),
-           answer_of([&](T* work, Int& info) { routine_call::orgqr(n, n, n, Matrix<T>(B), work, work, -1, info); })});
+      n + std::max(
+              answer_of([&](T* work, Int& info) { layer::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
+              answer_of([&](T* work, Int& info) { routine_call::orgqr(n, n, n, Matrix<T>(B), work, work, -1, info); }));
   const Int scales = RealScalar<T> ? 2 * n : 0;
   const PencilEigenCall<T> eigen('V', 'V', pencil);
   EXPECT_EQ(asked_for<Ggev<T>>(eigen).work, scales + best);

@@ -63,9 +63,10 @@ class SpectrumCommand : public testing::Test {
   }
 
   /// What a picture of the values is drawn by.
-  std::string script_of_picture() const {
+  std::string script_of_picture(std::vector<std::string> options = {}) const {
     write_plotter("[ \"$1\" = --version ] || { echo '<svg>'; cat \"$1\"; echo '</svg>'; }\n");
-    const ChildResult result = run_with_path(path_of_plotter(), {"--plot", "values.svg"});
+    options.insert(options.end(), {"--plot", "values.svg"});
+    const ChildResult result = run_with_path(path_of_plotter(), options);
     EXPECT_TRUE(result.succeeded()) << to_string(result);
     return folder.read("values.svg");
   }
