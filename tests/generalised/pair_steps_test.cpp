@@ -63,8 +63,43 @@ struct Turns {
   }
 };
 
-/// How often each kind of pair was met.
-using Kinds = std::array<int, 4>;
+/// How often each kind of pair was met, and such whose rows have lost much more in one matrix than in the other.
+struct Kinds {
+  std::array<int, 4> ways{};
+  std::array<int, 2> unequal{};
+};
+
+/// A row that Q turns, of a matrix that U or V has turned.
+struct RowBeforeQ {
+  double loss = 0;   ///< the terms of the element that Q takes out, over the size of the row
+  double error = 0;  ///< what Q leaves of it, over that size, in units of eps
+
+  template <Scalar T>
+  RowBeforeQ(bool upper, const Turn<T>& left, const Turn<T>& q, const Triangle<T>& triangle) {
+    const int row = upper ? 0 : 1, out = 1 - row;
+    const WideMatrix<T> L = left.matrix().adjoint(), X = triangle.matrix(upper), Q = q.matrix();
+    const auto element = [&](int j) { return L(row, 0) * X(0, j) + L(row, 1) * X(1, j); };
+    const auto size = std::abs(element(0)) + std::abs(element(1));
+    if (size == 0) return;
+    loss = double((std::abs(L(row, 0) * X(0, out)) + std::abs(L(row, 1) * X(1, out))) / size);
+    error = double(std::abs(element(0) * Q(0, out) + element(1) * Q(1, out)) / size / epsilon<T>);
+  }
+};
+
+/// Q comes from the row that has lost less.
+template <Scalar T>
+void expect_better_row(bool upper, const Turns<T>& turns, const Triangle<T>& A, const Triangle<T>& B, Kinds& kinds) {
+  constexpr double much = 50;
+  const RowBeforeQ a(upper, turns.u, turns.q, A), b(upper, turns.v, turns.q, B);
+  if (a.loss == 0 || b.loss == 0) return;
+  if (b.loss > much * a.loss) {
+    EXPECT_LT(a.error, threshold * std::max(a.loss, 1.0));
+    if (b.loss > much) ++kinds.unequal[0];
+  } else if (a.loss > much * b.loss) {
+    EXPECT_LT(b.error, threshold * std::max(b.loss, 1.0));
+    if (a.loss > much) ++kinds.unequal[1];
+  }
+}
 
 /// The rotations take out what they should, up to rounding beside each of the matrices, leave real diagonals, and make
 /// the rows parallel.
@@ -103,7 +138,13 @@ void expect_turned(bool upper, const Triangle<T>& A, const Triangle<T>& B, Kinds
   double smaller, larger, sr, cr, sl, cl;
   routine_call::lasv2(part(0, 0), part(row, column), part(1, 1), smaller, larger, sr, cr, sl, cl);
   const bool kept = std::abs(cl) >= std::abs(sl) || std::abs(cr) >= std::abs(sr);
-  ++kinds[std::size_t((upper ? 0 : 2) + (kept ? 0 : 1))];
+  ++kinds.ways[std::size_t((upper ? 0 : 2) + (kept ? 0 : 1))];
+  // One of U and V turns by an eighth at most.
+  const auto is_small = [](const Turn<T>& turn) {
+    return std::abs(turn.cs) >= std::abs(turn.sn) * (1 - 4 * epsilon<T>);
+  };
+  EXPECT_TRUE(is_small(turns.u) || is_small(turns.v));
+  expect_better_row(upper, turns, A, B, kinds);
 }
 
 /// Elements of sizes that have nothing to do with each other.
@@ -116,7 +157,7 @@ Triangle<T> random_graded(Random& random, int grades) {
 TYPED_TEST(PairTwoByTwo, TurnsTrianglesIntoTheOtherKind) {
   using T = TypeParam;
   Random random(841);
-  Kinds kinds{};
+  Kinds kinds;
   for (int count = 0; count < 12000; ++count) {
     const int grades = count % 3 == 0 ? 0 : count % 3 == 1 ? 6 : 20;
     const Triangle<T> A = random_graded<T>(random, grades), B = random_graded<T>(random, grades);
@@ -125,14 +166,15 @@ TYPED_TEST(PairTwoByTwo, TurnsTrianglesIntoTheOtherKind) {
       FAIL() << count << ", A " << A.first << ' ' << A.beside << ' ' << A.last << ", B " << B.first << ' ' << B.beside
              << ' ' << B.last;
   }
-  for (const int kind : kinds) EXPECT_GT(kind, 500);
+  for (const int way : kinds.ways) EXPECT_GT(way, 500);
+  for (const int unequal : kinds.unequal) EXPECT_GT(unequal, 50);
 }
 
 /// All small integers, among them singular matrices and multiples of each other.
 TYPED_TEST(PairTwoByTwo, TurnsTrianglesOfSmallIntegers) {
   using T = TypeParam;
   using R = Real<T>;
-  Kinds kinds{};
+  Kinds kinds;
   const auto each = [](auto visit) {
     for (int x = -2; x <= 2; ++x) visit(R(x));
   };
