@@ -118,10 +118,11 @@ TYPED_TEST(ApplyZ, AppliesAReflectorToTwoParts) {
 
 TYPED_TEST(ApplyZ, LeavesTwoPartsAloneWhereThereIsNothingToDo) {
   using T = TypeParam;
-  GuardedMatrix<T> C1(1, 1, 5), C2(3, 2, 5);
-  GuardedVector<T> v(3), work(4);
+  GuardedMatrix<T> C1 = random_matrix<T>(this->random, 4, 2, 5), C2 = random_matrix<T>(this->random, 4, 2, 5);
+  const GuardedVector<T> v = random_vector<T>(this->random, 3, 1);
+  GuardedVector<T> work = random_vector<T>(this->random, 4, 1);
   const auto apply = [&](char side, Int m, Int n, T tau) {
-    routine_call::latzm(side, m, n, Vector<const T>(v), tau, C1.data(), C2.data(), C2.ld(), work.data());
+    routine_call::latzm(side, m, n, v, tau, C1.data(), C2.data(), C2.ld(), work.data());
     EXPECT_TRUE(C1.unchanged());
     EXPECT_TRUE(C2.unchanged());
     EXPECT_TRUE(work.unchanged());

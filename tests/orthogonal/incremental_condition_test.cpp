@@ -214,8 +214,8 @@ TYPED_TEST(IncrementalCondition, LeavesOutWhatIsNegligible) {
                    by_gamma ? one : none);
     expect_exactly(next(to_the_smallest, 1, eps, gamma), std::min(R(1), gamma), by_gamma ? one : none,
                    by_gamma ? none : one);
-    EXPECT_NE(next(to_the_largest, 1, 3 * above, gamma).s * next(to_the_largest, 1, 3 * above, gamma).c, none);
-    EXPECT_NE(next(to_the_smallest, 1, 3 * above, gamma).s * next(to_the_smallest, 1, 3 * above, gamma).c, none);
+    EXPECT_NE(next(to_the_largest, 1, above, gamma).s * next(to_the_largest, 1, above, gamma).c, none);
+    EXPECT_NE(next(to_the_smallest, 1, above, gamma).s * next(to_the_smallest, 1, above, gamma).c, none);
   }
   // What was there, beside the new column: its length is all that there is, and across it the old estimate counts.
   expect_exactly(next(to_the_largest, eps, 0.75, 1), R(1.25), T(R(0.6)), T(R(0.8)));

@@ -1,7 +1,6 @@
 // The drivers for least squares find one solution: gelsy and gelsx by QR with pivoting, gelss and gelsd by singular
 // values, and, where the rank is full, gels.
 
-
 #include "orthogonal/pivoted_systems.hpp"
 
 namespace nuv::test {

@@ -107,6 +107,33 @@ TYPED_TEST(RankRevealing, KeepsToItsWorkspace) {
   }
 }
 
+/// Norms that are computed anew choose the columns that those do which are kept.
+TYPED_TEST(RankRevealing, PivotsAlikeInLittleRoom) {
+  using T = TypeParam;
+  for (const SystemSizes& s : {SystemSizes{9, 7, 1}, {7, 9, 1}, {30, 30, 1}}) {
+    for (const std::vector<Int>& fixed : {std::vector<Int>{}, {2, 5}}) {
+      const LowRankSystem<T> system(this->random, s, values_down_to(0.1, s.mn()));
+      const auto solve_in = [&](Int lwork) {
+        return solve_pivoted(Way::by_blocks, s, system.A, system.B, between<T>, lwork, fixed);
+      };
+      EXPECT_TRUE(solve_in(least_system_lwork(s)).jpvt.same_as(solve_in(best_system_lwork<T>(s)).jpvt));
+    }
+  }
+}
+
+/// What stands below the right-hand sides of fewer equations than unknowns is nobody's.
+TYPED_TEST(RankRevealing, ReadsNoMoreThanTheRightHandSides) {
+  using T = TypeParam;
+  const SystemSizes s{4, 9, 2};
+  LowRankSystem<T> system(this->random, s, values_down_to(0.3, 4));
+  for (const Way way : both_ways) {
+    const SolvedSystem<T> plain = solve_pivoted(way, system, between<T>);
+    LowRankSystem<T> other = system;
+    for (Int j = 1; j <= 2; ++j) std::fill_n(&other.B(5, j), 5, T(std::numeric_limits<Real<T>>::max()));
+    EXPECT_TRUE(plain.B.same_as(solve_pivoted(way, other, between<T>).B));
+  }
+}
+
 TYPED_TEST(RankRevealing, TakesValuesByTheConditionThatIsAllowed) {
   using T = TypeParam;
   using R = Real<T>;
@@ -154,6 +181,52 @@ TYPED_TEST(RankRevealing, ComparesTheConditionOfTheTriangle) {
         EXPECT_EQ(solved.rank, rank) << rcond;
         EXPECT_EQ(solved.B(1, 1), T(3));
         EXPECT_EQ(solved.B(2, 1), rank == 1 ? T(0) : T(2 / second));
+      }
+    }
+  }
+}
+
+/// The same for more columns by the estimates made from here. A triangle with a real diagonal, whose columns may not be
+/// pivoted, is its own R.
+TYPED_TEST(RankRevealing, EstimatesTheConditionColumnByColumn) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 7;
+  const SystemSizes s{n, n, 1};
+  std::vector<Int> all(n);
+  std::iota(all.begin(), all.end(), 1);
+  for (int repeat = 0; repeat < 5; ++repeat) {
+    GuardedMatrix<T> A = random_matrix<T>(this->random, n, n, n), B = random_matrix<T>(this->random, n, 1, n);
+    for (Int j = 1; j <= n; ++j) {
+      std::fill(&A(j, j), &A(1, j) + n, T(0));
+      A(j, j) = T(R(1.2) - R(0.1) * R(j));
+    }
+    std::vector<R> ratios = {1};  // of the estimates for each number of columns
+    GuardedVector<T> low(n), high(n);
+    low(1) = high(1) = T(1);
+    R least = std::abs(A(1, 1)), largest = least;
+    for (Int j = 1; j < n; ++j) {
+      T s1, c1, s2, c2;
+      R next_least, next_largest;
+      routine_call::laic1(2, j, low.data(), least, &A(1, j + 1), A(j + 1, j + 1), next_least, s1, c1);
+      routine_call::laic1(1, j, high.data(), largest, &A(1, j + 1), A(j + 1, j + 1), next_largest, s2, c2);
+      for (Int i = 1; i <= j; ++i) {
+        low(i) *= s1;
+        high(i) *= s2;
+      }
+      low(j + 1) = c1;
+      high(j + 1) = c2;
+      least = next_least;
+      largest = next_largest;
+      ratios.push_back(least / largest);
+    }
+    for (const R ratio : ratios) {
+      for (const R factor : {R(0.999), R(1.001)}) {
+        const R rcond = ratio * factor;
+        const auto refused = std::ranges::find_if(ratios.begin() + 1, ratios.end(), [=](R r) { return r < rcond; });
+        for (const Way way : both_ways) {
+          EXPECT_EQ(solve_pivoted(way, s, A, B, rcond, best_system_lwork<T>(s), all).rank, refused - ratios.begin());
+        }
       }
     }
   }
@@ -295,6 +368,15 @@ TYPED_TEST(RankRevealing, GivesNaNForNaN) {
       EXPECT_TRUE(is_nan(bad_matrix, B));
       EXPECT_TRUE(is_nan(A, bad_right));
     }
+    // The very last element of R, beside which all others are numbers.
+    GuardedMatrix<T> triangle = A;
+    for (Int j = 1; j <= 5; ++j) {
+      std::fill(&triangle(j, j), &triangle(1, j) + 5, T(0));
+      triangle(j, j) = j < 5 ? T(1) : nan;
+    }
+    const SolvedSystem<T> solved =
+        solve_pivoted(way, s, triangle, B, between<T>, best_system_lwork<T>(s), {1, 2, 3, 4, 5});
+    EXPECT_TRUE(std::isnan(std::abs(solved.B(1, 1))));
   }
 }
 
