@@ -184,8 +184,9 @@ Int find_selected(const Iteration& iteration, bool from_qr, const VectorSide<T>&
     }
     if (measured != first) {
       measured = first;
-      const R size = iteration.norm(first, last);
-      eps3 = size > 0 ? size * Machine<R>::precision : iteration.range.smallest;
+      // It may be zero, or no number, and it may underflow.
+      eps3 = iteration.norm(first, last) * Machine<R>::precision;
+      if (!(eps3 > 0)) eps3 = iteration.range.smallest;
     }
     move_apart(w, first, k, eps3);
     const Int columns = w.columns(k), next = to + columns - 1;

@@ -8,6 +8,7 @@
 #include "blas.hpp"
 #include "environment/abs1.hpp"
 #include "environment/extremes.hpp"
+#include "environment/machine_constants.hpp"
 #include "environment/sums_of_squares.hpp"
 #include "solvers/scaled_triangular.hpp"
 
@@ -114,6 +115,18 @@ struct IteratedVector {
     for (Int p = 0; p < count; ++p) std::fill_n(parts[p], n, T(p == 0 ? others : R(0)));
     parts[0][0] = T(first);
   }
+
+  /// Makes the largest element one, also of what a failed iteration leaves: that may be hardly a number, so that its
+  /// reciprocal would overflow, or zero.
+  void normalise() const {
+    R size = largest();
+    if (size == 0) return fill(1, 1);
+    if (size < Machine<R>::safe_min) {
+      scale(1 / Machine<R>::safe_min);
+      size = largest();
+    }
+    scale(1 / size);
+  }
 };
 
 /// Solves with the triangular factor of a complex matrix that is folded into real storage, without overflow.
@@ -132,7 +145,7 @@ class FoldedSubstitution {
     }
   }
 
-  /// Gives the factor of the right-hand side: zero if a diagonal element is so small that the solution is one of the
+  /// Gives the factor of the right-hand side: zero if a diagonal element is zero and the solution one of the
   /// homogeneous system.
   R solve() {
     scale_ = 1;
@@ -174,15 +187,16 @@ class FoldedSubstitution {
 
   void divide_by_diagonal(Int i, C y) {
     const C diagonal = U_(i, i);
-    const R size = abs1(diagonal);
-    if (size <= smallest_) {
+    const R size = abs1(diagonal), limit = size * largest_;
+    if (size == 0) {
       x_.fill(0, 0);
       set_unknown(i, C(1, 1));
       scale_ = 0;
       return allow(1);
     }
-    if (size < 1 && abs1(y) > size * largest_) {
-      const R factor = 1 / abs1(y);
+    if (size < 1 && abs1(y) > limit) {
+      // The quotient of one and what is hardly a number would overflow.
+      const R factor = (size > smallest_ ? R(1) : limit) / abs1(y);
       shrink(factor);
       y *= factor;
     }
@@ -240,7 +254,7 @@ Int find_vector(bool right, bool starts_anew, Int n, Matrix<const T> H, T w, T* 
     normin = 'Y';
     return scale;
   });
-  vector.scale(1 / vector.largest());
+  vector.normalise();
   return converged ? 0 : 1;
 }
 
@@ -257,7 +271,7 @@ Int find_complex_vector(bool right, bool starts_anew, Matrix<const T> H, T wr, T
   factor(right, v.n, H, U, eps3);
   FoldedSubstitution<T> substitution(right, U, v, sums, smallest, largest);
   const bool converged = iterate(v, starts_anew, eps3, smallest, [&] { return substitution.solve(); });
-  v.scale(1 / v.largest());
+  v.normalise();
   return converged ? 0 : 1;
 }
 

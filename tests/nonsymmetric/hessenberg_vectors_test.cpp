@@ -64,6 +64,23 @@ KnownMatrix<T> with_unreduced_blocks(Random& random, const std::vector<Int>& ord
   return known;
 }
 
+/// The same multiplied by a power of two.
+template <Scalar T>
+KnownMatrix<T> times_power_of_two(KnownMatrix<T> known, int exponent) {
+  using R = Real<T>;
+  const R size = std::ldexp(R(1), exponent);
+  for (Int j = 1; j <= known.n(); ++j) {
+    for (Int i = 1; i <= known.n(); ++i) known.H(i, j) *= size;
+  }
+  known.H.seal();
+  for (auto& value : known.values) value *= size;
+  return known;
+}
+
+/// Of a matrix that is tiny beside the smallest numbers to be computed with, but has all its digits.
+template <RealScalar R>
+constexpr int tiny_exponent = std::numeric_limits<R>::min_exponent + std::numeric_limits<R>::digits / 2;
+
 template <Scalar T>
 struct InverseIteration {
   using R = Real<T>;
@@ -157,9 +174,22 @@ void expect_vector(bool right, const KnownMatrix<T>& known, std::complex<Real<T>
     residual += std::abs(sum);
     size += std::abs(x[std::size_t(i - 1)]);
   }
-  const double norm =
-      std::max(one_norm<T>(wide(known.H)), double(Machine<Real<T>>::safe_min) / (double(epsilon<T>) * epsilon<T>));
-  EXPECT_LT(double(residual / size) / (norm * n * epsilon<T>), schur_threshold) << (right ? "right " : "left ") << j;
+  const WideReal<T> norm = one_norm<T>(wide(known.H));
+  // A matrix of zeros has none; values that are the same are moved apart by the smallest numbers.
+  const WideReal<T> unit = norm == 0 ? WideReal<T>(Machine<Real<T>>::safe_min) / epsilon<T> : norm * epsilon<T>;
+  EXPECT_LT(double(residual / size / (unit * n)), schur_threshold) << (right ? "right " : "left ") << j;
+}
+
+/// The largest |re| + |im| of an element of a vector.
+template <Scalar T>
+double largest_element(const GuardedMatrix<T>& V, Int j, Int parts) {
+  double largest = 0;
+  for (Int i = 1; i <= V.rows(); ++i) {
+    double size = std::abs(double(std::real(V(i, j)))) + std::abs(double(std::imag(V(i, j))));
+    if (parts == 2) size += std::abs(double(std::real(V(i, j + 1))));
+    largest = size > largest || size != size ? size : largest;
+  }
+  return largest;
 }
 
 /// All vectors of selected values.
@@ -422,6 +452,45 @@ TYPED_TEST(HessenbergVectors, OfMatricesWithHugeGrowth) {
         expect_vectors(known, found.run());
       }
     }
+    // Or hardly be numbers.
+    S.seal();
+    const KnownMatrix<T> tiny = times_power_of_two(quasi_triangular(S), tiny_exponent<R> + 18);
+    expect_vectors(tiny, InverseIteration<T>(tiny).run());
+  }
+}
+
+/// Pivots may be below the smallest numbers to be computed with.
+TYPED_TEST(HessenbergVectors, OfTinyMatrices) {
+  using T = TypeParam;
+  using R = Real<T>;
+  GuardedMatrix<T> rotation(2, 2, 2);
+  rotation(1, 1) = rotation(2, 2) = T(0);
+  rotation(1, 2) = T(1);
+  rotation(2, 1) = T(-1);
+  rotation.seal();
+  const KnownMatrix<T> turned{rotation, {{R(0), R(1)}, {R(0), R(-1)}}};
+  for (const int exponent : {tiny_exponent<R>, tiny_exponent<R> + 4, tiny_exponent<R> + 20}) {
+    SCOPED_TRACE(exponent);
+    for (const char eigsrc : {'N', 'Q'}) {
+      std::vector<KnownMatrix<T>> matrices{turned};
+      for (const Int n : {1, 3, 7, 16}) matrices.push_back(with_unreduced_blocks<T>(this->random, {n}));
+      matrices.push_back(with_unreduced_blocks<T>(this->random, {4, 1, 6}));
+      for (const KnownMatrix<T>& plain : matrices) {
+        const KnownMatrix<T> known = times_power_of_two(plain, exponent);
+        InverseIteration<T> found(known);
+        found.eigsrc = eigsrc;
+        expect_vectors(known, found.run());
+      }
+    }
+  }
+  // (1, i) / sqrt(2) up to a factor.
+  InverseIteration<T> found(times_power_of_two(turned, tiny_exponent<R>));
+  found.run();
+  if constexpr (RealScalar<T>) {
+    const std::complex<R> x(found.VR(1, 1), found.VR(1, 2)), y(found.VR(2, 1), found.VR(2, 2));
+    EXPECT_NEAR(std::abs(y / x - std::complex<R>(0, 1)), 0, 10 * epsilon<T>);
+  } else {
+    EXPECT_NEAR(std::abs(found.VR(2, 1) / found.VR(1, 1) - T(0, 1)), 0, 10 * epsilon<T>);
   }
 }
 
@@ -444,6 +513,11 @@ TYPED_TEST(HessenbergVectors, OfNothing) {
     EXPECT_EQ(found.ifaill(k), k);
     EXPECT_EQ(found.ifailr(k), k);
   }
+
+  // Nothing is a matrix, too, whose rounding errors underflow: what differs from its value by no more has a vector.
+  KnownMatrix<T> least{GuardedMatrix<T>(1, 1, 1), {R(0)}};
+  least.H(1, 1) = T(std::ldexp(R(1), std::numeric_limits<R>::min_exponent - 3));
+  EXPECT_EQ(InverseIteration<T>(least).run().info, 0);
 
   InverseIteration<T> empty(KnownMatrix<T>{GuardedMatrix<T>(0, 0, 1), {}});
   empty.VL = empty.VR = GuardedMatrix<T>(1, 1, 1);
@@ -491,6 +565,120 @@ TYPED_TEST(HessenbergVectors, ThatAreNone) {
     if (side == 'B') {
       expect_vector(true, known, found.value(6), found.VR, 5, known.columns(6));
     }
+  }
+}
+
+/// What a failed iteration leaves has a largest element of one, too: in a single row, and where it is hardly a number.
+TYPED_TEST(HessenbergVectors, ThatAreNoneAreNormalised) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const auto expect_failures = [](const KnownMatrix<T>& known, char eigsrc) {
+    for (const char side : {'R', 'L', 'B'}) {
+      SCOPED_TRACE(testing::Message() << "order " << known.n() << ' ' << side << eigsrc);
+      InverseIteration<T> found(known);
+      found.side = side;
+      found.eigsrc = eigsrc;
+      found.run();
+      EXPECT_EQ(found.info, side == 'B' ? 2 * known.n() : known.n());
+      for (Int k = 1; k <= known.n(); k += known.columns(k)) {
+        if (side != 'L') {
+          EXPECT_NEAR(largest_element(found.VR, k, known.columns(k)), 1, 4 * epsilon<T>) << k;
+        }
+        if (side != 'R') {
+          EXPECT_NEAR(largest_element(found.VL, k, known.columns(k)), 1, 4 * epsilon<T>) << k;
+        }
+      }
+    }
+  };
+  GuardedMatrix<T> one(1, 1, 1), two(2, 2, 3);
+  one(1, 1) = two(1, 1) = T(1);
+  two(1, 2) = T(2);
+  two(2, 1) = T(0);
+  two(2, 2) = T(5);
+  one.seal();
+  two.seal();
+  const KnownMatrix<T> single{one, {R(2)}}, rows{two, {R(3), R(7)}};
+  KnownMatrix<T> pair = rows;
+  pair.values = {{R(3), R(2)}, {R(3), R(-2)}};
+  for (const int exponent : {0, tiny_exponent<R>, std::numeric_limits<R>::min_exponent - 2}) {
+    SCOPED_TRACE(exponent);
+    for (const char eigsrc : {'N', 'Q'}) {
+      for (const KnownMatrix<T>& known : {single, rows, pair}) {
+        if (exponent == 0) expect_failures(known, eigsrc);
+        // For the last ones eps3 is about the least number that there is.
+        KnownMatrix<T> scaled = times_power_of_two(known, exponent);
+        for (auto& value : scaled.values) value += R(exponent == 0 ? 4 : 1);
+        expect_failures(scaled, eigsrc);
+      }
+    }
+  }
+  // The row that is alone in its block.
+  InverseIteration<T> found(KnownMatrix<T>{two, {R(3), R(5)}});
+  found.side = 'R';
+  found.eigsrc = 'Q';
+  found.run();
+  EXPECT_EQ(found.info, 1);
+  EXPECT_EQ(found.ifailr(1), 1);
+  EXPECT_EQ(found.ifailr(2), 0);
+  EXPECT_EQ(std::abs(found.VR(1, 1)), R(1));
+  EXPECT_EQ(found.VR(2, 1), T(0));
+}
+
+/// Of blocks with nothing selected nothing is left behind: each vector is that of a call with all.
+TYPED_TEST(HessenbergVectors, OfBlocksBehindOthers) {
+  using T = TypeParam;
+  const std::vector<Int> orders{4, 1, 5, 3};
+  const KnownMatrix<T> known = with_unreduced_blocks<T>(this->random, orders);
+  InverseIteration<T> all(known);
+  all.eigsrc = 'Q';
+  all.run();
+  for (int wanted = 1; wanted < 16; ++wanted) {
+    SCOPED_TRACE(wanted);
+    InverseIteration<T> found(known);
+    found.eigsrc = 'Q';
+    std::vector<Int> columns;
+    Int k = 1;
+    for (std::size_t block = 0; block < orders.size(); ++block) {
+      for (Int i = 0; i < orders[block]; ++i, ++k) {
+        const bool is_wanted = (wanted >> block & 1) != 0;
+        found.select(k) = to_logical(is_wanted);
+        if (is_wanted) columns.push_back(k);
+      }
+    }
+    expect_vectors(known, found.run());
+    ASSERT_EQ(found.m, Int(columns.size()));
+    for (Int j = 1; j <= found.m; ++j) {
+      for (Int i = 1; i <= known.n(); ++i) {
+        EXPECT_TRUE(same_bits(found.VR(i, j), all.VR(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
+        EXPECT_TRUE(same_bits(found.VL(i, j), all.VL(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
+      }
+    }
+  }
+}
+
+/// What is no eigenvalue for sure has no vector; a start that is no number gives way to another.
+TYPED_TEST(HessenbergVectors, OfValuesAndStartsThatAreNoNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const KnownMatrix<T> known = with_unreduced_blocks<T>(this->random, {7});
+  for (const R odd : {std::numeric_limits<R>::quiet_NaN(), std::numeric_limits<R>::infinity()}) {
+    for (const bool imaginary : {false, true}) {
+      for (const char eigsrc : {'N', 'Q'}) {
+        KnownMatrix<T> spoiled = known;
+        for (const std::size_t k : {2u, 4u, 5u})
+          (imaginary ? spoiled.values[k].imag(odd) : spoiled.values[k].real(odd));
+        InverseIteration<T> found(spoiled);
+        found.eigsrc = eigsrc;
+        found.run();
+        EXPECT_GE(found.info, 2);
+        EXPECT_LE(found.info, 14);
+      }
+    }
+    InverseIteration<T> found(known);
+    found.initv = 'U';
+    found.VL = found.VR = random_matrix<T>(this->random, 7, 7, 8);
+    for (Int j = 1; j <= 7; ++j) found.VL(j, j) = found.VR(8 - j, j) = T(odd);
+    expect_vectors(known, found.run());
   }
 }
 
@@ -592,6 +780,36 @@ TYPED_TEST(HessenbergVectors, StartAsTheyAreTold) {
       EXPECT_NEAR(std::abs(single.v(i)), noinit == 1 ? 1 : double(i) / 4, 4 * epsilon<T>) << i;
       // What is nothing has become the least pivot that is allowed.
       EXPECT_EQ(single.B(i, i), T(single.eps3));
+    }
+  }
+}
+
+/// A start is brought to the length of that with equal elements, but none that is shorter than max(1, eps3 root(n))
+/// times the smallest number: it is not grown enough then after the first step, and another start follows.
+TYPED_TEST(HessenbergVectors, TakeNoStartThatIsTooShort) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const KnownMatrix<T> known = quasi_triangular(identity_matrix<T>(4, 4));
+  const R smallest = R(0x1p-20);
+  for (const R eps3 : {R(0x1p-8), R(0x1p8)}) {
+    const R least = smallest * std::max(R(1), 2 * eps3);
+    for (const R fraction : {R(2), R(0x1p-8)}) {
+      SCOPED_TRACE(testing::Message() << eps3 << ' ' << fraction);
+      SingleVector<T> single(known, 1);
+      single.eps3 = eps3;
+      single.smlnum = smallest;
+      single.bignum = 1 / smallest;
+      single.noinit = 0;
+      const R sizes[] = {R(0.7), R(0.5), R(0.5), R(0.1)};  // of length one
+      for (Int i = 1; i <= 4; ++i) single.v(i) = T(sizes[i - 1] * least * fraction);
+      single.run();
+      EXPECT_EQ(single.info, 0);
+      for (Int i = 1; i <= 4; ++i) {
+        const double expected = fraction > 1 ? double(sizes[i - 1]) / 0.7 : i == 4 ? 1 : 0;
+        if (fraction > 1 || i == 4) {
+          EXPECT_NEAR(std::abs(single.v(i)), expected, 8 * epsilon<T>) << i;
+        }
+      }
     }
   }
 }
