@@ -1,6 +1,7 @@
 #include "nonsymmetric/general_schur.hpp"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "blas.hpp"
@@ -142,6 +143,11 @@ std::int64_t best_workspace(const SchurProblem<T>& p, T* work) {
   return columns_before_tau<T> * std::int64_t{p.n} + best_schur_workspace('S', p.compz(), p.n, p.A, p.w, p.Z, work);
 }
 
+/// As many integers as the condition number of a subspace takes at most, or the most that can be told.
+Int integers_for_subspace(std::int64_t n) {
+  return static_cast<Int>(std::clamp<std::int64_t>(n * n / 4, 1, std::numeric_limits<Int>::max()));
+}
+
 template <Scalar T>
 std::int64_t least_workspace(Int n) {
   return std::max<std::int64_t>(1, (RealScalar<T> ? 3 : 2) * std::int64_t{n});
@@ -221,11 +227,11 @@ void drive(const SchurProblem<T>& p, const SchurWork<T>& room, Int& sdim, const 
   info = check(p, &conditions.sense);
   if (info != 0) return report_bad_argument<T>("GEESX", info);
   const std::int64_t n = p.n;
-  std::int64_t best = best_workspace(p, room.work), best_integers = 1;
+  std::int64_t best = best_workspace(p, room.work);
   if (conditions.any()) best = std::max(best, columns_before_tau<T> * n + n * n / 2);
-  if (conditions.of_space()) best_integers = std::max<std::int64_t>(1, n * n / 4);
+  const Int best_integers = conditions.of_space() ? integers_for_subspace(n) : 1;
   room.work[0] = as_work_size<T>(best);
-  if constexpr (has_iwork) conditions.iwork[0] = static_cast<Int>(best_integers);
+  if constexpr (has_iwork) conditions.iwork[0] = best_integers;
   if (room.lwork == -1 || (has_iwork && conditions.liwork == -1)) return;
   if (room.lwork < least_workspace<T>(p.n)) info = -position_of_lwork;
   else if (has_iwork && conditions.liwork < 1) info = -position_of_liwork;
@@ -237,7 +243,7 @@ void drive(const SchurProblem<T>& p, const SchurWork<T>& room, Int& sdim, const 
   // trsen has said already that one of its workspaces is too small for so many eigenvalues.
   if (info < 0) info = has_iwork && info == -17 ? -position_of_liwork : -position_of_lwork;
   room.work[0] = as_work_size<T>(best);
-  if constexpr (has_iwork) conditions.iwork[0] = static_cast<Int>(best_integers);
+  if constexpr (has_iwork) conditions.iwork[0] = best_integers;
 }
 
 }  // namespace

@@ -182,6 +182,32 @@ TYPED_TEST(GeneralArguments, OfGeesx) {
   }
 }
 
+/// As many integers as an Int can tell; a matrix of order one needs one.
+TYPED_TEST(GeneralArguments, GeesxTellsOfAsManyIntegersAsItCan) {
+  using T = TypeParam;
+  for (const auto& [n, integers] :
+       {std::pair{1, 1}, {3, 2}, {92681, 2147441940}, {92682, 2147483647}, {100000, 2147483647}}) {
+    for (const char sense : {'V', 'B'}) {
+      SCOPED_TRACE(testing::Message() << n << sense);
+      SchurCall<T> call('V', right_half<T>(), matrix_of_order_five<T>(), sense);
+      call.make_room({1, 1, 1});
+      call.n = call.lda = call.ldvs = n;
+      call.lwork = -1;
+      Geesx<T>::run(call);
+      EXPECT_EQ(call.info, 0);
+      EXPECT_TRUE(call.unchanged());
+      const double elements = (RealScalar<T> ? n : 0) + std::floor(double(n) * n / 2);
+      EXPECT_GE(std::real(call.work(1)), elements);
+      if (n > 1000) {
+        EXPECT_LE(std::real(call.work(1)), elements * (1 + 2 * epsilon<T>));
+      }
+      if (RealScalar<T>) {
+        EXPECT_EQ(call.iwork(1), integers);
+      }
+    }
+  }
+}
+
 /// Enough for the driver, too little for the number of eigenvalues that are selected: the routine that moves them says
 /// so.
 TYPED_TEST(GeneralArguments, GeesxTellsOfTooLittleRoomForConditionNumbers) {
