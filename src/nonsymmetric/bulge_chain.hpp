@@ -55,6 +55,7 @@ struct BulgeChain {
     Int m22() const { return mbot + 1; }
   };
 
+  /// The bulge about to leave is the one behind mbot, in column krcol + 3 mbot.
   Place at(Int krcol) const {
     const Int mtop = std::max(1, (ktop - 1 - krcol + 2) / 3 + 1), mbot = std::min(nbmps, (kbot - krcol) / 3);
     return {krcol, mtop, mbot, mbot < nbmps && krcol + 3 * mbot == kbot - 2};
@@ -74,6 +75,8 @@ struct BulgeChain {
     }
     T alpha = vt[0];
     make_reflector<3>(alpha, vt + 1, vt[0]);
+    // With the factor of the reflector, which text-books leave out here: what is taken from column k belongs to a
+    // similarity only then.
     const T refsum = conjugate(vt[0]) * (H(k + 1, k) + conjugate(vt[1]) * H(k + 2, k) + conjugate(vt[2]) * H(k + 3, k));
     const R fill = abs1(H(k + 2, k) - refsum * vt[1]) + abs1(refsum * vt[2]);
     if (fill > Machine<R>::precision * (abs1(H(k, k)) + abs1(H(k + 1, k + 1)) + abs1(H(k + 2, k + 2)))) return false;
