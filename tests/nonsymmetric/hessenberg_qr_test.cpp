@@ -62,6 +62,16 @@ TYPED_TEST(HessenbergQr, FindsSchurFormsOfLargerMatrices) {
   expect_schur_form(A, HessenbergCall<T>(A).hseqr());
 }
 
+/// Where the number of shifts, and with it the order of windows, changes.
+TYPED_TEST(HessenbergQr, FindsSchurFormsWithAnyNumberOfShifts) {
+  using T = TypeParam;
+  for (const Int n : {29, 30, 59, 60, 149}) {
+    SCOPED_TRACE(n);
+    const GuardedMatrix<T> A = this->matrix("random", n);
+    expect_schur_form(A, HessenbergCall<T>(A).laqr0());
+  }
+}
+
 /// From order 590 on windows are so large that the iteration takes itself for them.
 TEST(LargeHessenbergQr, FindsSchurForms) {
   Random random(61);
