@@ -294,6 +294,33 @@ TYPED_TEST(DoubleShiftQr, TakesItAfterTenSweeps) {
   }
 }
 
+/// Where that leads nowhere another one follows after twenty sweeps: cyclic matrices with powers of two for weights, on
+/// which one alone is not enough.
+TYPED_TEST(DoubleShiftQr, TakesAnotherAfterTwentySweeps) {
+  using T = TypeParam;
+  using R = Real<T>;
+  struct Weights {
+    Int n;
+    int (*exponent)(Int j, Int n);
+  };
+  std::vector<Weights> matrices;
+  if constexpr (std::same_as<T, float>) {
+    matrices = {{9, [](Int j, Int) { return -10 * (j % 2); }}};
+  } else if constexpr (std::same_as<T, double>) {
+    matrices = {{6, [](Int j, Int) { return 6 * (j - 1); }}, {7, [](Int j, Int) { return 4 * (j - 1); }}};
+  } else {
+    matrices = {{8, [](Int j, Int n) { return j == 1 ? -9 : j == n ? -18 : 0; }}};
+    if (std::same_as<R, double>) matrices.push_back({8, [](Int j, Int) { return 2 * (j - 1); }});
+  }
+  for (const auto& [n, exponent] : matrices) {
+    SCOPED_TRACE(n);
+    const GuardedMatrix<T> A = this->matrix(n, [n = n, exponent = exponent](Int i, Int j) {
+      return i == j + 1 || (i == 1 && j == n) ? std::ldexp(R(1), exponent(j, n)) : R(0);
+    });
+    expect_schur_form(A, 1, n);
+  }
+}
+
 /// A small element below the diagonal stays if eigenvalues depend on it: where a large one stands above it, or where
 /// the diagonal elements are equal. A complex sweep then has no more digits of them than it has of that element.
 TYPED_TEST(DoubleShiftQr, DeflatesNothingThatEigenvaluesDependOn) {
