@@ -270,6 +270,31 @@ TYPED_TEST(Balancing, KeepsAwayFromTheLimitsOfNumbers) {
   }
 }
 
+/// So they do for what stands beside the block that is scaled, in columns that end and rows that begin with it.
+TYPED_TEST(Balancing, KeepsWhatIsIsolatedFromOverflow) {
+  using T = TypeParam;
+  using R = Real<T>;
+  // Three times half of the limit for elements that are to be doubled.
+  const R large = 1 / (least_factor<R> * 2) / 8;
+  for (const bool in_column : {true, false}) {
+    SCOPED_TRACE(in_column);
+    GuardedMatrix<T> A = identity<T>(4);
+    for (Int j = 2; j <= 4; ++j) A(1, j) = T(R(1));
+    A(2, 4) = A(3, 4) = T(R(1));
+    A(2, 3) = T(R(in_column ? 0x1p20 : 1));
+    A(3, 2) = T(R(in_column ? 1 : 0x1p20));
+    (in_column ? A(1, 2) : A(2, 4)) = T(large);
+    A.seal();
+    const Balanced<T> balanced = Balanced<T>('B', A).run();
+    EXPECT_EQ(balanced.ilo, 2);
+    EXPECT_EQ(balanced.ihi, 3);
+    // 2^10 would bring row and column 2 together at once.
+    EXPECT_EQ(balanced.scale(2), in_column ? R(8) : R(0.125));
+    EXPECT_EQ(balanced.scale(3), in_column ? R(0x1p-7) : R(0x1p7));
+    expect_similar(A, balanced);
+  }
+}
+
 TYPED_TEST(Balancing, KeepsFactorsOfManyRoundsWithinTheirLimits) {
   using T = TypeParam;
   using R = Real<T>;

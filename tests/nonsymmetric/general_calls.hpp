@@ -230,6 +230,35 @@ GuardedMatrix<T> matrix_with_isolated_ends(Random& random, Int n, Real<T> x) {
   return A;
 }
 
+/// The first of these with NaN on the diagonal, multiplied by a power of two.
+template <Scalar T>
+GuardedMatrix<T> failing_matrix_of_size(Random& random, Int n, int exponent) {
+  GuardedMatrix<T> A = matrix_with_isolated_ends<T>(random, n, std::numeric_limits<Real<T>>::quiet_NaN());
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) A(i, j) *= std::ldexp(Real<T>(1), exponent);
+  }
+  A.seal();
+  return A;
+}
+
+/// An upper triangle whose largest element has this magnitude. Nothing but a scaling changes anything of it.
+template <Scalar T>
+GuardedMatrix<T> triangle_of_size(Random& random, Int n, Real<T> size) {
+  GuardedMatrix<T> A = random_matrix<T>(random, n, n, n + 1);
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) A(i, j) = i <= j ? A(i, j) * (size / 2) : T(0);
+  }
+  A(2, 3) = T(size);
+  A.seal();
+  return A;
+}
+
+/// The sizes between which matrices are not scaled.
+template <RealScalar R>
+inline constexpr R least_unscaled = std::same_as<R, float> ? R(0x1p-40) : R(0x1p-459);
+template <RealScalar R>
+inline constexpr R largest_unscaled = 1 / least_unscaled<R>;
+
 /// A random matrix with infinities: where the others are zero, balancing isolates the first place, and all behind the
 /// fourth.
 template <Scalar T>

@@ -178,6 +178,42 @@ TYPED_TEST(GeneralEigen, ScaleBackWhatAFailedIterationLeaves) {
   }
 }
 
+/// The same where a finite number is scaled away: what was isolated comes back as it was.
+TYPED_TEST(GeneralEigen, ScaleBackWhatWasIsolatedWhereTheIterationFailed) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 6;
+  for (const int exponent : {std::numeric_limits<R>::max_exponent - 5, std::numeric_limits<R>::min_exponent + 3}) {
+    const GuardedMatrix<T> A = failing_matrix_of_size<T>(this->random, n, exponent);
+    for (const EigenCall<T>& call :
+         {solve<Geev<T>>(EigenCall<T>('N', 'N', A)), solve<Geevx<T>>(EigenCall<T>('N', 'N', A))}) {
+      EXPECT_EQ(call.info, n - 1);
+      EXPECT_NEAR(double(std::ldexp(call.value(1).real(), -exponent)), 7, 20 * epsilon<T>);
+      EXPECT_NEAR(double(std::ldexp(call.value(n).real(), -exponent)), 5, 20 * epsilon<T>);
+    }
+  }
+}
+
+/// A matrix is scaled if the squares of its elements might not be numbers, or have lost digits, and not else.
+TYPED_TEST(GeneralEigen, ScaleMatricesBeyondALimitAlone) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 30;
+  const auto count_changes = [&](R size) {
+    const GuardedMatrix<T> A = triangle_of_size<T>(this->random, n, size);
+    int changes = 0;
+    for (const EigenCall<T>& call :
+         {solve<Geev<T>>(EigenCall<T>('N', 'N', A)), solve<Geevx<T>>(EigenCall<T>('N', 'N', A))}) {
+      for (Int i = 1; i <= n; ++i) changes += std::complex<R>(A(i, i)) != call.value(i);
+    }
+    return changes;
+  };
+  for (const R size : {least_unscaled<R>, R(1), largest_unscaled<R>}) EXPECT_EQ(count_changes(size), 0) << size;
+  for (const R size : {R(0.9) * least_unscaled<R>, largest_unscaled<R> / R(0.97)}) {
+    EXPECT_GT(count_changes(size), 0) << size;
+  }
+}
+
 // --------------------------------------------------------------------------------------------------------- balancing
 
 /// Balancing as gebal does it, and eigenvalues none the worse for bad scales where it is allowed.
@@ -216,6 +252,42 @@ TYPED_TEST(GeneralEigen, BalanceAsTheCallerChooses) {
   }
   // geev does both.
   EXPECT_LT(value_error(solve<Geev<T>>(EigenCall<T>('N', 'V', A)), exact), threshold);
+}
+
+/// Condition numbers are those of the balanced matrix.
+TYPED_TEST(GeneralEigen, TellConditionsOfTheBalancedMatrix) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 8;
+  GuardedMatrix<T> A = this->matrix(n);
+  for (Int i = 2; i <= n; ++i) A(i, 1) = T(0);
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) A(i, j) *= std::ldexp(R(1), 3 * ((i * 5) % n - (j * 5) % n));
+  }
+  A.seal();
+  const ExactSpectrum plain = exact_spectrum(A);
+  for (const char balanc : {'S', 'B'}) {
+    EigenCall<T> call('V', 'V', A);
+    call.balanc = balanc;
+    call.sense = 'E';
+    call = solve<Geevx<T>>(call);
+    ASSERT_EQ(call.info, 0);
+    GuardedMatrix<T> balanced = A;
+    GuardedVector<R> scale(n);
+    Int ilo = 0, ihi = 0, info = 0;
+    routine_call::gebal(balanc, n, Matrix<T>(balanced), ilo, ihi, scale.data(), info);
+    const ExactSpectrum exact = exact_spectrum(balanced);
+    const auto nearest_condition = [](const ExactSpectrum& spectrum, std::complex<double> value) {
+      const auto at = std::ranges::min_element(spectrum.values, {}, [&](auto w) { return std::abs(value - w); });
+      return spectrum.conditions[std::size_t(at - spectrum.values.begin())];
+    };
+    for (Int i = 1; i <= n; ++i) {
+      const std::complex<double> value(call.value(i));
+      EXPECT_NEAR(double(call.rconde(i)) * nearest_condition(exact, value), 1, 1e4 * epsilon<T>) << i << balanc;
+      // It would not do to take those of A.
+      EXPECT_GT(nearest_condition(plain, value), 2 * nearest_condition(exact, value)) << i << balanc;
+    }
+  }
 }
 
 // --------------------------------------------------------------------------------------------------------- conditions

@@ -241,6 +241,23 @@ TYPED_TEST(GeneralSchur, ScaleBackWhatAFailedIterationLeaves) {
   }
 }
 
+/// The same where a finite number is scaled away: what was isolated comes back as it was.
+TYPED_TEST(GeneralSchur, ScaleBackWhatWasIsolatedWhereTheIterationFailed) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const Int n = 6;
+  for (const int exponent : {std::numeric_limits<R>::max_exponent - 5, std::numeric_limits<R>::min_exponent + 3}) {
+    const GuardedMatrix<T> A = failing_matrix_of_size<T>(this->random, n, exponent);
+    for (const SchurCall<T>& call : {solve<Gees<T>>(SchurCall<T>('V', A)), solve<Geesx<T>>(SchurCall<T>('V', A))}) {
+      EXPECT_EQ(call.info, n - 1);
+      EXPECT_NEAR(double(std::ldexp(call.value(1).real(), -exponent)), 7, 20 * epsilon<T>);
+      EXPECT_NEAR(double(std::ldexp(call.value(n).real(), -exponent)), 5, 20 * epsilon<T>);
+      EXPECT_EQ(call.value(1).real(), std::real(call.A(1, 1)));
+      EXPECT_EQ(call.value(n).real(), std::real(call.A(n, n)));
+    }
+  }
+}
+
 // ----------------------------------------------------------------------------------------------------------- scaling
 
 template <Scalar T>
@@ -293,6 +310,22 @@ TYPED_TEST(GeneralSchur, ScaleVeryLargeAndVerySmallMatrices) {
       const double ratio = std::ldexp(double(solved.rcondv), -exponent) / double(plain.rcondv);
       EXPECT_TRUE(ratio > 0.3 && ratio < 3) << ratio;
     }
+  }
+}
+
+/// A matrix is scaled if the squares of its elements might not be numbers, or have lost digits, and not else.
+TYPED_TEST(GeneralSchur, ScaleMatricesBeyondALimitAlone) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const auto is_same_after_all = [&](R size) {
+    const GuardedMatrix<T> A = triangle_of_size<T>(this->random, 20, size);
+    const SchurCall<T> simple = solve<Gees<T>>(SchurCall<T>('N', A)), expert = solve<Geesx<T>>(SchurCall<T>('N', A));
+    EXPECT_TRUE(simple.A.same_as(expert.A));
+    return bool(simple.A.same_as(A));
+  };
+  for (const R size : {least_unscaled<R>, R(1), largest_unscaled<R>}) EXPECT_TRUE(is_same_after_all(size)) << size;
+  for (const R size : {R(0.9) * least_unscaled<R>, largest_unscaled<R> / R(0.97)}) {
+    EXPECT_FALSE(is_same_after_all(size)) << size;
   }
 }
 

@@ -447,6 +447,37 @@ TYPED_TEST(HessenbergReduction, TellsItsWorkspace) {
   }
 }
 
+/// Whatever is wrong.
+TYPED_TEST(HessenbergReduction, TellsItsWorkspaceWithEachError) {
+  using T = TypeParam;
+  for (const Spoiler<Blocked<T>>& one : {Spoiler<Blocked<T>>{2, [](auto& c) { c.ilo = 0; }},
+                                         {3, [](auto& c) { c.ihi = 6; }},
+                                         {5, [](auto& c) { c.lda = 4; }},
+                                         {8, [](auto& c) { c.lwork = 4; }}}) {
+    Blocked<T> call;
+    one.spoil(call);
+    expect_report(call, reported_name<T>("GEHRD"), one.position);
+    EXPECT_EQ(call.work(1), T(5 * width)) << one.position;
+  }
+  // Of a Q of so many rows.
+  struct Case {
+    Spoiler<Former<T>> spoiler;
+    Int order;
+  };
+  for (const auto& [one, order] : {Case{{1, [](auto& c) { c.n = -1; }}, 2},
+                                   {{2, [](auto& c) { c.ilo = 0; }}, 4},
+                                   {{3, [](auto& c) { c.ihi = 6; }}, 4},
+                                   {{3, [](auto& c) { c.ihi = 1; }}, 1},
+                                   {{5, [](auto& c) { c.lda = 4; }}, 2},
+                                   {{8, [](auto& c) { c.lwork = 1; }}, 2}}) {
+    Former<T> call;
+    one.spoil(call);
+    const Int nh = call.ihi - call.ilo;
+    expect_report(call, name_with_q<T>("G", "HR"), one.position);
+    EXPECT_EQ(call.work(1), T(Real<T>(order * ask(1, name_with_q<T>("G", "QR"), " ", nh, nh, nh)))) << one.position;
+  }
+}
+
 /// The width of blocks is that for the part of Q that is not the identity.
 TYPED_TEST(HessenbergReduction, AsksForTheWorkspaceOfTheInnerProduct) {
   using T = TypeParam;
