@@ -175,23 +175,24 @@ void lahqr(Logical wantt, Logical wantz, Int n, Int, Int, T* h, Int, T* w, Int i
 namespace nuv::test {
 namespace {
 
-/// A call for a matrix with 1, 2 ... on the diagonal and ones below it.
+/// A call for a matrix with 1, 2 ... on the diagonal and ones below it. What stands in front of it is large.
 template <Scalar T>
 struct Iteration {
   Int n, ilo = 1, ihi, lwork, info = 99;
   bool wantt = true, wantz = true;
-  std::vector<T> h;
+  std::vector<T> store;
   T answer{};
 
   explicit Iteration(Int order)
-      : n(order), ihi(order), lwork(40 * order), h(std::size_t(order) * std::size_t(order), T(0)) {
+      : n(order), ihi(order), lwork(40 * order), store(std::size_t(order) * std::size_t(order + 1), T(0)) {
+    std::fill_n(store.begin(), n, T(1e300));
     for (Int j = 1; j <= n; ++j) {
       H(j, j) = T(Real<T>(j));
       if (j < n) H(j + 1, j) = T(1);
     }
   }
 
-  T& H(Int i, Int j) { return h[std::size_t(i - 1) + std::size_t(j - 1) * std::size_t(n)]; }
+  T& H(Int i, Int j) { return store[std::size_t(i - 1) + std::size_t(j) * std::size_t(n)]; }
 
   /// With the last so many rows as the active block.
   Iteration& active(Int rows) {
@@ -202,7 +203,7 @@ struct Iteration {
   /// By laqr0, or else by laqr4.
   Iteration& run(const Script& what, bool recursive = true) {
     script = what;
-    std::vector<T> work(std::size_t(std::max(1, lwork))), z(1), w(h.size()), imaginary(h.size());
+    std::vector<T> work(std::size_t(std::max(1, lwork))), z(1), w(store.size()), imaginary(store.size());
     const EigenvalueArray<T> values = [&]() -> EigenvalueArray<T> {
       if constexpr (RealScalar<T>) {
         return {w.data(), imaginary.data()};
@@ -213,9 +214,9 @@ struct Iteration {
     values.give_to([&](auto*... parts) {
       const Logical t = to_logical(wantt), with_z = to_logical(wantz);
       if (recursive) {
-        laqr0(t, with_z, n, ilo, ihi, h.data(), n, parts..., ilo, ihi, z.data(), 1, work.data(), lwork, info);
+        laqr0(t, with_z, n, ilo, ihi, &H(1, 1), n, parts..., ilo, ihi, z.data(), 1, work.data(), lwork, info);
       } else {
-        laqr4(t, with_z, n, ilo, ihi, h.data(), n, parts..., ilo, ihi, z.data(), 1, work.data(), lwork, info);
+        laqr4(t, with_z, n, ilo, ihi, &H(1, 1), n, parts..., ilo, ihi, z.data(), 1, work.data(), lwork, info);
       }
     });
     answer = work[0];
@@ -372,6 +373,17 @@ TYPED_TEST(MultishiftSteps, TakeWindowsOfTheOrderThatTheTablesSay) {
   EXPECT_EQ(first_order(Iteration<T>(60).active(12), 19), 12);
   EXPECT_EQ(first_order(Iteration<T>(24).active(7), 2), 7);
   EXPECT_EQ(first_order(Iteration<T>(24).active(8), 2), 2);
+}
+
+/// Above a block in the first rows there is nothing to compare an element with.
+TYPED_TEST(MultishiftSteps, TakeAllOfABlockInTheFirstRows) {
+  using T = TypeParam;
+  Iteration<T> call(60);
+  call.H(13, 12) = T(0);
+  Script s = with({{0, 48}});
+  s.window = 11;
+  call.run(s);
+  EXPECT_EQ(orders_of_windows(), (std::vector<Int>{11, 12}));
 }
 
 /// From the fifth search without success on they grow, and end one row below the block.

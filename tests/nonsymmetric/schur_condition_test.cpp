@@ -383,28 +383,29 @@ TYPED_TEST(ComplexCondition, IsFoundWithoutOverflow) {
   using T = TypeParam;
   using R = Real<T>;
   using Limits = std::numeric_limits<R>;
-  const int largest = 2 - Limits::min_exponent - Limits::digits;
+  const int largest = 2 - Limits::min_exponent - Limits::digits, least = largest - Limits::max_exponent - 3;
   const auto power = [](int exponent) { return T(std::ldexp(R(1), exponent)); };
-  GuardedMatrix<T> S(3, 3, 3);
-  for (Int j = 1; j <= 3; ++j) std::fill_n(&S(1, j), 3, T(0));
-  S(2, 2) = power(largest - 3);
-  S(2, 3) = power(largest - 1);
-  const int least = largest - Limits::max_exponent - 3;
-  S(3, 3) = power(least);
-  S.seal();
-  Conditions<T> call(S);
-  call.job = 'V';
-  call.howmny = 'S';
-  call.select(1) = 1;
-  call.select(2) = call.select(3) = 0;
-  call.select.seal();
-  call.mm = 1;
-  call.judge();
-  EXPECT_EQ(call.m, 1);
-  // The inverse has 1 / s33 and 4 / s33 in its second column, and next to nothing besides.
-  const double ratio = double(std::ldexp(call.sep(1), -least));
-  EXPECT_GT(ratio, 0.199);
-  EXPECT_LT(ratio, 0.251);
+  for (const bool is_small_above : {false, true}) {
+    GuardedMatrix<T> S(3, 3, 3);
+    for (Int j = 1; j <= 3; ++j) std::fill_n(&S(1, j), 3, T(0));
+    S(2, 2) = power(is_small_above ? least : largest - 3);
+    S(2, 3) = power(largest - 1);
+    S(3, 3) = power(is_small_above ? largest - 3 : least);
+    S.seal();
+    Conditions<T> call(S);
+    call.job = 'V';
+    call.howmny = 'S';
+    call.select(1) = 1;
+    call.select(2) = call.select(3) = 0;
+    call.select.seal();
+    call.mm = 1;
+    call.judge();
+    EXPECT_EQ(call.m, 1);
+    // The inverse has 1 and 4 over the small element in a row or a column, and next to nothing besides.
+    const double ratio = double(std::ldexp(call.sep(1), -least));
+    EXPECT_GT(ratio, 0.199) << is_small_above;
+    EXPECT_LT(ratio, 0.251) << is_small_above;
+  }
 }
 
 TYPED_TEST(SchurCondition, EndsWhateverTheNumbers) {
