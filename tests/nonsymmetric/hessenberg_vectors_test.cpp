@@ -494,41 +494,6 @@ TYPED_TEST(HessenbergVectors, OfTinyMatrices) {
   }
 }
 
-/// Pivots may be below the smallest numbers to be computed with.
-TYPED_TEST(HessenbergVectors, OfTinyMatrices) {
-  using T = TypeParam;
-  using R = Real<T>;
-  GuardedMatrix<T> rotation(2, 2, 2);
-  rotation(1, 1) = rotation(2, 2) = T(0);
-  rotation(1, 2) = T(1);
-  rotation(2, 1) = T(-1);
-  rotation.seal();
-  const KnownMatrix<T> turned{rotation, {{R(0), R(1)}, {R(0), R(-1)}}};
-  for (const int exponent : {tiny_exponent<R>, tiny_exponent<R> + 4, tiny_exponent<R> + 20}) {
-    SCOPED_TRACE(exponent);
-    for (const char eigsrc : {'N', 'Q'}) {
-      std::vector<KnownMatrix<T>> matrices{turned};
-      for (const Int n : {1, 3, 7, 16}) matrices.push_back(with_unreduced_blocks<T>(this->random, {n}));
-      matrices.push_back(with_unreduced_blocks<T>(this->random, {4, 1, 6}));
-      for (const KnownMatrix<T>& plain : matrices) {
-        const KnownMatrix<T> known = times_power_of_two(plain, exponent);
-        InverseIteration<T> found(known);
-        found.eigsrc = eigsrc;
-        expect_vectors(known, found.run());
-      }
-    }
-  }
-  // (1, i) / sqrt(2) up to a factor.
-  InverseIteration<T> found(times_power_of_two(turned, tiny_exponent<R>));
-  found.run();
-  if constexpr (RealScalar<T>) {
-    const std::complex<R> x(found.VR(1, 1), found.VR(1, 2)), y(found.VR(2, 1), found.VR(2, 2));
-    EXPECT_NEAR(std::abs(y / x - std::complex<R>(0, 1)), 0, 10 * epsilon<T>);
-  } else {
-    EXPECT_NEAR(std::abs(found.VR(2, 1) / found.VR(1, 1) - T(0, 1)), 0, 10 * epsilon<T>);
-  }
-}
-
 TYPED_TEST(HessenbergVectors, OfNothing) {
   using T = TypeParam;
   using R = Real<T>;
