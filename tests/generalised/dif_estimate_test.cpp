@@ -5,6 +5,7 @@
 
 #include "routines.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/reported_errors.hpp"
 #include "support/wide.hpp"
 #include "support/wide_spectrum.hpp"
@@ -140,6 +141,26 @@ TYPED_TEST(DifEstimate, ByLookingAheadDecidesTies) {
   LookAhead<T> own(L, rhs);
   own.solve();
   EXPECT_EQ(own.x(1), T(R(2)));  // 1 (1 + 1/4) > 1/2 2
+}
+
+template <class T>
+class ComplexDifEstimate : public ReportingTest {};
+TYPED_TEST_SUITE(ComplexDifEstimate, ComplexPrecisions, PrecisionLetter);
+
+/// What is left of the others is measured by an inner product of complex vectors.
+TYPED_TEST(ComplexDifEstimate, ByLookingAheadMindsPhases) {
+  using T = TypeParam;
+  GuardedMatrix<T> Z(2, 2, 2);
+  GuardedVector<T> rhs(2);
+  Z(1, 1) = Z(2, 2) = T(1);
+  Z(1, 2) = rhs(1) = T(0);
+  Z(2, 1) = T(0, 0.5);
+  rhs(2) = T(0, 2);
+  Z.seal();
+  rhs.seal();
+  LookAhead<T> call(Z, rhs);
+  call.solve();
+  EXPECT_EQ(call.x(1), T(-1));  // then 2i + i/2 is left, not 2i - i/2
 }
 
 TYPED_TEST(DifEstimate, ByConditionAddsAUnitVectorNearTheLeftNullVector) {

@@ -282,6 +282,48 @@ TYPED_TEST(PencilCondition, OfEigenvaluesIsByTheirVectors) {
   }
 }
 
+/// Of eigenvectors of a triangle one product counts alone; of others all do.
+TYPED_TEST(PencilCondition, OfEigenvaluesIsByAnyVectorsThatAreGiven) {
+  using T = TypeParam;
+  using C = ComplexOf<T>;
+  PencilConditions<T> call = this->problem({1, 2, 1}, true);
+  const PencilSpectrum<T> spectrum(call.S, call.P);
+  call.VL = random_matrix<T>(this->random, call.n, call.n, call.ldvl);
+  call.VR = random_matrix<T>(this->random, call.n, call.n, call.ldvr);
+  call.with_job('E').judge();
+  const WideMatrix<C> U = wide(call.VL).template cast<Wide<C>>(), V = wide(call.VR).template cast<Wide<C>>();
+  for (Int j = 1; j <= call.n; ++j) {
+    const Int k = call.is_pair(j - 1) ? j - 2 : j - 1;
+    WideMatrix<C> u = U.col(k), v = V.col(k);
+    if (call.in_pair(j)) {
+      u += Wide<C>(0, 1) * U.col(k + 1);
+      v += Wide<C>(0, 1) * V.col(k + 1);
+    }
+    const auto a = product<C>(u.adjoint(), product<C>(spectrum.A, v))(0, 0),
+               b = product<C>(u.adjoint(), product<C>(spectrum.B, v))(0, 0);
+    const double expected = double(std::sqrt(std::norm(a) + std::norm(b)) / (u.norm() * v.norm()));
+    EXPECT_NEAR(call.s(j) / expected, 1, 100 * epsilon<T> / expected) << j;
+  }
+}
+
+/// What nothing has to be moved for, to the last bit.
+TYPED_TEST(PencilCondition, OfTheFirstEigenvectorLooksAhead) {
+  using T = TypeParam;
+  using R = Real<T>;
+  PencilConditions<T> call = this->problem({1, 2, 1});
+  call.with_job('V').judge();
+  const Int m = call.n - 1;
+  GuardedMatrix<T> C(m, 1, m), F(m, 1, m);
+  R scale, dif;
+  T work;
+  Int info;
+  GuardedVector<Int> iwork(m + 7);
+  const Matrix<const T> S = call.S, P = call.P;
+  routine_call::tgsyl('N', 3, m, 1, block(S, 2, 2), S, Matrix<T>(C), block(P, 2, 2), P, Matrix<T>(F), scale, dif, &work,
+                      1, iwork.data(), info);
+  EXPECT_EQ(call.dif(1), dif);
+}
+
 TYPED_TEST(PencilCondition, OfEigenvectorsIsTheirSeparation) {
   using T = TypeParam;
   double sum = 0;
@@ -428,6 +470,29 @@ TYPED_TEST(PencilCondition, GoesWithTheScaleOfThePencil) {
       EXPECT_NEAR(std::ldexp(scaled.s(j), -exponent) / call.s(j), 1, 100 * epsilon<T>);
       EXPECT_NEAR(std::ldexp(scaled.dif(j), -exponent) / call.dif(j), 1, 1000 * epsilon<T>);
     }
+  }
+}
+
+template <class R>
+class RealPencilCondition : public ReportingTest {};
+TYPED_TEST_SUITE(RealPencilCondition, RealPrecisions, PrecisionLetter);
+
+/// Of a pair far from normal the eigenvector is told by one row much better than by the other.
+TYPED_TEST(RealPencilCondition, OfAPairFarFromNormal) {
+  using R = TypeParam;
+  for (const bool upper_is_large : {true, false}) {
+    GuardedMatrix<R> S(2, 2, 2), P(2, 2, 2);
+    S(1, 1) = S(2, 2) = R(1.25);
+    S(1, 2) = upper_is_large ? R(1) : R(-0x1p-20);
+    S(2, 1) = upper_is_large ? R(-0x1p-20) : R(1);
+    P(1, 1) = P(2, 2) = R(1);
+    P(1, 2) = P(2, 1) = R(0);
+    S.seal();
+    P.seal();
+    PencilConditions<R> call(S, P);
+    call.with_job('V').judge();
+    const double exact = PencilSpectrum<R>(S, P).separation(1, true).within;
+    for (const Int j : {1, 2}) EXPECT_NEAR(call.dif(j) / exact, 1, 100 * epsilon<R>);
   }
 }
 

@@ -216,6 +216,10 @@ TYPED_TEST(PencilSylvester, EstimatesTheSeparation) {
         // A right side of known norm over what it is solved by: never less than the least singular value.
         const WideMatrix<T> x = stacked(equation.r, equation.l), b = product<T>(K, x);
         EXPECT_NEAR(equation.dif * double(x.norm()) / double(b.norm()), 1, 1000 * epsilon<T> * one_norm<T>(K) / exact);
+        // By signs each element of it is of magnitude 1, by conditions the part for each small system of length 1.
+        const auto systems = RealScalar<T> ? left.size() * right.size() : std::size_t(equation.m * equation.n);
+        const double squared = ijob == 1 ? 2.0 * equation.m * equation.n : double(systems);
+        EXPECT_NEAR(double(b.squaredNorm()) / squared, 1, 1000 * epsilon<T> * one_norm<T>(K) / exact);
         const double ratio = equation.dif / exact;
         EXPECT_GT(ratio, 1 - 1000 * epsilon<T>);
         worst[ijob] = std::max(worst[ijob], ratio);
