@@ -96,6 +96,18 @@ TYPED_TEST(GeneralPencilEigen, FindThoseThatAreIsolated) {
   }
 }
 
+TYPED_TEST(GeneralPencilEigen, FindThoseThatAreIsolatedAndHidden) {
+  using T = TypeParam;
+  for (const Int n : {2, 3, 5, 9}) {
+    SCOPED_TRACE(n);
+    const Pencil<T> pencil = pencil_with_hidden_ends<T>(this->random, n);
+    const PencilEigenCall<T> call('V', 'V', pencil);
+    for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
+      expect_solution(pencil, solved);
+    }
+  }
+}
+
 // ------------------------------------------------------------------------------------------------- special eigenvalues
 
 TYPED_TEST(GeneralPencilEigen, FindInfiniteOnesAndTheirVectors) {
@@ -261,6 +273,56 @@ TYPED_TEST(GeneralPencilEigen, KeepPartsThatMatterFromUnderflow) {
   EXPECT_EQ(careful.beta(1), T(2 * least));
   EXPECT_NEAR(double(std::real(careful.alpha(2)) / least), 1, 8 * epsilon<T>);
   EXPECT_NEAR(double(std::real(careful.beta(2)) / least), 4, 32 * epsilon<T>);
+}
+
+/// The same where B alone was scaled.
+TYPED_TEST(GeneralPencilEigen, KeepADenominatorThatMattersFromUnderflow) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R least = std::numeric_limits<R>::min(), in_range = std::sqrt(least) / std::numeric_limits<R>::epsilon();
+  Pencil<T> pencil = this->pencil(2);
+  for (Int j = 1; j <= 2; ++j) {
+    for (Int i = 1; i <= 2; ++i) pencil.A(i, j) = pencil.B(i, j) = T(0);
+  }
+  pencil.A(1, 1) = T(16 * in_range);
+  pencil.A(2, 2) = T(in_range / 2);
+  pencil.B(1, 1) = T(2 * least);
+  pencil.B(2, 2) = T(least / 16);
+  pencil.A.seal();
+  pencil.B.seal();
+  const PencilEigenCall<T> careful = solve<Gegv<T>>(PencilEigenCall<T>('N', 'N', pencil));
+  ASSERT_EQ(careful.info, 0);
+  EXPECT_EQ(careful.alpha(1), T(16 * in_range));
+  EXPECT_EQ(careful.beta(1), T(2 * least));
+  EXPECT_NEAR(double(std::real(careful.alpha(2)) / in_range), 8, 64 * epsilon<T>);
+  EXPECT_NEAR(double(std::real(careful.beta(2)) / least), 1, 8 * epsilon<T>);
+}
+
+/// alpha of a pair is as large as the eigenvalue times beta, whatever the elements of A are.
+TYPED_TEST(GeneralPencilEigen, KeepPairsInRange) {
+  using T = TypeParam;
+  using R = Real<T>;
+  if constexpr (RealScalar<T>) {
+    const int large = std::numeric_limits<R>::max_exponent - 6, power = std::numeric_limits<R>::digits / 4;
+    Pencil<T> pencil = this->pencil(2);
+    pencil.A(1, 1) = pencil.A(2, 2) = pencil.B(1, 2) = pencil.B(2, 1) = 0;
+    pencil.A(1, 2) = std::ldexp(R(1), large);
+    pencil.A(2, 1) = -pencil.A(1, 2);
+    pencil.B(1, 1) = 1;
+    pencil.B(2, 2) = std::ldexp(R(1), -2 * power);
+    pencil.A.seal();
+    pencil.B.seal();
+    for (const char job : {'N', 'V'}) {
+      const PencilEigenCall<T> call(job, job, pencil);
+      for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
+        ASSERT_EQ(solved.info, 0);
+        for (const Int i : {1, 2}) {
+          const double quotient = std::ldexp(double(solved.alphai(i)), -large) / double(solved.beta(i));
+          EXPECT_NEAR(std::ldexp(quotient, -power), i == 1 ? 1 : -1, 100 * epsilon<T>) << i;
+        }
+      }
+    }
+  }
 }
 
 // ----------------------------------------------------------------------------------------------------------- balancing

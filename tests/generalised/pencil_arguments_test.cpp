@@ -213,6 +213,14 @@ TYPED_TEST(PencilArguments, GgesxTellsOfTooLittleRoomForConditionNumbers) {
   EXPECT_EQ(too_little.info, -behind_values<T>(22));
   EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{reported_name<T>("TGSEN"), behind_values<T>(22)}}));
   const C unsorted = solve<Ggesx<T>>(C('V', 'V', pencil));
+  Pencil<T> large = pencil;
+  scale_by_power(large.A, std::numeric_limits<Real<T>>::max_exponent - 10);
+  C scaled(pencil_selector<T>(in_left_half), large, 'B');
+  scaled.make_room({needed - 1, 8 * n, n + 6});
+  Ggesx<T>::run(scaled);
+  EXPECT_EQ(scaled.info, -behind_values<T>(22));
+  EXPECT_EQ(take_error_reports().size(), 1u);
+  EXPECT_TRUE(same_values(scaled, solve<Ggesx<T>>(C('V', 'V', large))));
   EXPECT_TRUE(too_little.A.same_as(unsorted.A) && too_little.B.same_as(unsorted.B));
   EXPECT_TRUE(same_values(too_little, unsorted));
 }

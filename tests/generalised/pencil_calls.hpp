@@ -221,6 +221,22 @@ Pencil<T> pencil_with_isolated_ends(Random& random, Int n) {
   return pencil;
 }
 
+/// The same with other orders of rows and of columns, which balancing has to find.
+template <Scalar T>
+Pencil<T> pencil_with_hidden_ends(Random& random, Int n) {
+  const Pencil<T> ordered = pencil_with_isolated_ends<T>(random, n);
+  Pencil<T> pencil = ordered;
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) {
+      pencil.A(i % n + 1, n + 1 - j) = ordered.A(i, j);
+      pencil.B(i % n + 1, n + 1 - j) = ordered.B(i, j);
+    }
+  }
+  pencil.A.seal();
+  pencil.B.seal();
+  return pencil;
+}
+
 /// Whether the largest |re| + |im| of each vector is one.
 template <Scalar T>
 testing::AssertionResult are_normalised(const PencilEigenCall<T>& call, const GuardedMatrix<T>& V);
