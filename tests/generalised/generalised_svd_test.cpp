@@ -238,6 +238,19 @@ TYPED_TEST(GeneralisedSvd, OfMatricesOfZeros) {
   }
 }
 
+/// Numbers that are less than the tolerance of the least norm count as zeros.
+TYPED_TEST(GeneralisedSvd, OfTheLeastNumbersHasNoRank) {
+  using T = TypeParam;
+  GuardedMatrix<T> A(3, 3, 3);
+  for (Int j = 1; j <= 3; ++j) {
+    for (Int i = 1; i <= 3; ++i) A(i, j) = T(i == j ? std::numeric_limits<Real<T>>::denorm_min() : Real<T>(0));
+  }
+  A.seal();
+  const GgsvdCall<T> call = solved("UVQ", A, A);
+  EXPECT_EQ(call.k, 0);
+  EXPECT_EQ(call.l, 0);
+}
+
 /// Each matrix that is hard to compute with beside each other one.
 TYPED_TEST(GeneralisedSvd, OfMatricesThatAreHardToComputeWith) {
   using T = TypeParam;

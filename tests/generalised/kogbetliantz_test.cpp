@@ -62,6 +62,8 @@ TYPED_TEST(Kogbetliantz, DecomposesPairsOfTriangles) {
     const TriangularPair<T> pair(this->random, shape);
     const TgsjaCall<T> call = pair.solved("III");
     expect_decomposed<TgsjaCall<T>, T>(call, pair.A, pair.B);
+    const auto [m, p, n, k, l] = shape;
+    for (Int i = 1; i <= std::min(m, k + l); ++i) EXPECT_EQ(std::imag(call.A(i, n - k - l + i)), 0) << i;
     EXPECT_EQ(call.ncycle % 2, 0);
     EXPECT_TRUE(call.ncycle <= 20 && call.ncycle >= (shape.l == 0 ? 0 : 2)) << call.ncycle;
     if (shape.l <= 1) {
@@ -244,6 +246,9 @@ TYPED_TEST(Kogbetliantz, EndsForNumbersThatAreNotFinite) {
         // The first k rows have no part in the method.
         if (i > 1) {
           EXPECT_TRUE(of_a.info == 1 || wide(of_a.alpha).hasNaN() || wide(of_a.A).hasNaN()) << i << j << value;
+        }
+        if (i > 1 && std::isnan(value)) {
+          EXPECT_EQ(of_a.info, 1) << i << j;
         }
         EXPECT_GE(of_b.run(), 0);
       }
