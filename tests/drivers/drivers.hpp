@@ -76,7 +76,7 @@ void add_pencil_equations(DriverList& drivers);  ///< generalised Sylvester equa
 void add_pencil_reduction(DriverList& drivers);
 void add_pencil_reordering(DriverList& drivers);  ///< eigenvectors of generalised Schur forms, deflating subspaces
 void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
-void add_pivoted(DriverList& drivers);  ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
+void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);
 void add_svd_least_squares(DriverList& drivers);

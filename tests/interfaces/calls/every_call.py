@@ -27,21 +27,22 @@ LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L",
            "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
            ("orgbr", "vect"): "Q", ("trevc", "howmny"): "A", ("hseqr", "job"): "S", ("trexc", "compq"): "V",
-           ("trsen", "compq"): "V"}
+           ("trsen", "compq"): "V", ("hgeqz", "job"): "S", ("tgsna", "job"): "B", ("tgsna", "howmny"): "A"}
 REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
 # Steps of methods, whose arguments mean something only together: they are called for nothing to do.
 STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2", "laed3", "laed7", "laed8", "laed9", "laeda",
          "larrv", "larrd", "larrb", "larrj")
 
-# Wide ones: tzrzf takes more workspace than it answers if its matrix is square.
-ROWS = {"tzrzf": 3, "latrz": 2, "orglq": 2, "orgrq": 2, "orgl2": 2, "orgr2": 2}
+# Wide ones, as of tzrzf, which takes more workspace than it answers if its matrix is square; and of ggglm the size that is the
+# least.
+SIZES_M = {"tzrzf": 3, "latrz": 2, "orglq": 2, "orgrq": 2, "orgl2": 2, "orgr2": 2, "ggglm": 2}
 # Those that do nothing for a small one.
 ORDERS = {"latm6": 5}
 
 
 def integer(routine, name):
-    if name == "m" and routine.function in ROWS:
-        return ROWS[routine.function]
+    if name == "m" and routine.function in SIZES_M:
+        return SIZES_M[routine.function]
     if name == "n" and routine.function in ORDERS:
         return ORDERS[routine.function]
     if name.startswith("ld"):
