@@ -46,6 +46,28 @@ Columns<T> product(const DenseMatrix<T>& a, const Columns<T>& x) {
   return y;
 }
 
+/// D X, for a diagonal D whose element k, counted from zero, is value(k). Real columns that belong to conjugates p + q
+/// i, p - q i are multiplied by the block (p q; -q p).
+template <Scalar T>
+Columns<T> diagonal_product(auto value, Columns<T> x) {
+  for (auto& column : x) {
+    for (std::size_t k = 0; k < column.size(); ++k) {
+      const std::complex<long double> factor = value(k);
+      if constexpr (ComplexScalar<T>) {
+        column[k] *= factor;
+      } else if (factor.imag() == 0) {
+        column[k] *= factor.real();
+      } else {
+        const long double first = column[k], second = column[k + 1];
+        column[k] = factor.real() * first + factor.imag() * second;
+        column[k + 1] = factor.real() * second - factor.imag() * first;
+        ++k;
+      }
+    }
+  }
+  return x;
+}
+
 /// A^H X
 template <Scalar T>
 Columns<T> adjoint_product(const DenseMatrix<T>& a, const Columns<T>& x) {

@@ -8,26 +8,14 @@
 namespace nuv::tools {
 namespace {
 
-/// W X, or W^H X. Real vectors x, y of a pair a + bi, a - bi have the block (a b; -b a).
+/// W X, or W^H X.
 template <Scalar T>
-Columns<T> times_general_values(const GeneralValues<T>& values, Columns<T> x, bool conjugated) {
-  for (auto& column : x) {
-    for (std::size_t k = 0; k < column.size(); ++k) {
-      const std::complex<long double> value =
-          conjugated ? std::conj(std::complex<long double>(values[k])) : std::complex<long double>(values[k]);
-      if constexpr (ComplexScalar<T>) {
-        column[k] *= value;
-      } else if (value.imag() == 0) {
-        column[k] *= value.real();
-      } else {
-        const long double first = column[k], second = column[k + 1];
-        column[k] = value.real() * first + value.imag() * second;
-        column[k + 1] = value.real() * second - value.imag() * first;
-        ++k;
-      }
-    }
-  }
-  return x;
+Columns<T> times_general_values(const GeneralValues<T>& values, const Columns<T>& x, bool conjugated) {
+  const auto value = [&](std::size_t k) {
+    const std::complex<long double> w(values[k]);
+    return conjugated ? std::conj(w) : w;
+  };
+  return diagonal_product<T>(value, x);
 }
 
 }  // namespace

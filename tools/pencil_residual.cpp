@@ -47,25 +47,11 @@ Columns<T> times_beta(const std::vector<UnitValue>& values, Columns<T> x) {
   return x;
 }
 
-/// a X, or a^H X. Real vectors x, y of a pair p + qi, p - qi have the block (p q; -q p).
+/// a X, or a^H X.
 template <Scalar T>
-Columns<T> times_alpha(const std::vector<UnitValue>& values, Columns<T> x, bool conjugated) {
-  for (auto& column : x) {
-    for (std::size_t k = 0; k < column.size(); ++k) {
-      const WideComplex alpha = conjugated ? std::conj(values[k].alpha) : values[k].alpha;
-      if constexpr (ComplexScalar<T>) {
-        column[k] *= alpha;
-      } else if (alpha.imag() == 0) {
-        column[k] *= alpha.real();
-      } else {
-        const long double first = column[k], second = column[k + 1];
-        column[k] = alpha.real() * first + alpha.imag() * second;
-        column[k + 1] = alpha.real() * second - alpha.imag() * first;
-        ++k;
-      }
-    }
-  }
-  return x;
+Columns<T> times_alpha(const std::vector<UnitValue>& values, const Columns<T>& x, bool conjugated) {
+  const auto alpha = [&](std::size_t k) { return conjugated ? std::conj(values[k].alpha) : values[k].alpha; };
+  return diagonal_product<T>(alpha, x);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "environment/service_math.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/exchanges_back.hpp"
 
 namespace nuv {
 namespace {
@@ -308,15 +309,7 @@ void ggbak(char job, char side, Int n, Int ilo, Int ihi, const Real<T>* lscale, 
   if (is_one_of(job, 'S', 'B') && ilo != ihi) {
     for (Int i = ilo; i <= ihi; ++i) blas::scal(m, scale[i - 1], row(V, i, 1));
   }
-  if (is_one_of(job, 'P', 'B')) {
-    // The exchanges back, the last first.
-    const auto exchange = [&](Int i) {
-      const Int k = truncated(scale[i - 1]);
-      if (k != i) blas::swap(m, row(V, i, 1), row(V, k, 1));
-    };
-    for (Int i = ilo - 1; i >= 1; --i) exchange(i);
-    for (Int i = ihi + 1; i <= n; ++i) exchange(i);
-  }
+  if (is_one_of(job, 'P', 'B')) exchange_rows_back(n, ilo, ihi, scale, m, V);
 }
 
 }  // namespace nuv

@@ -6,9 +6,9 @@
 #include "blas.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
-#include "environment/service_math.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/exchanges_back.hpp"
 
 namespace nuv {
 namespace {
@@ -177,15 +177,7 @@ void gebak(char job, char side, Int n, Int ilo, Int ihi, const Real<T>* scale, I
   if (is_one_of(job, 'S', 'B') && ilo != ihi) {
     for (Int i = ilo; i <= ihi; ++i) blas::scal(m, right ? scale[i - 1] : 1 / scale[i - 1], row(V, i, 1));
   }
-  if (is_one_of(job, 'P', 'B')) {
-    // The exchanges back, the last first.
-    const auto exchange = [&](Int i) {
-      const Int k = truncated(scale[i - 1]);
-      if (k != i) blas::swap(m, row(V, i, 1), row(V, k, 1));
-    };
-    for (Int i = ilo - 1; i >= 1; --i) exchange(i);
-    for (Int i = ihi + 1; i <= n; ++i) exchange(i);
-  }
+  if (is_one_of(job, 'P', 'B')) exchange_rows_back(n, ilo, ihi, scale, m, V);
 }
 
 }  // namespace nuv
