@@ -8,6 +8,7 @@
 #include "generalised/pencil_condition.hpp"
 #include "generalised/pencil_eigenvectors.hpp"
 #include "generalised/pencil_spine.hpp"
+#include "generalised/pencil_substitution.hpp"
 
 namespace nuv {
 namespace {
@@ -110,6 +111,8 @@ Int find_conditions_of(const PencilSpine<T>& spine, const Conditions<T>& wanted,
   const Int room = spine.lwork() - static_cast<Int>(rest - left);
   tgsna(wanted.sense, 'S', wanted.chosen, n, S.data, S.ld, P.data, P.ld, left, n, right, n, wanted.of_values + (i - 1),
         wanted.of_vectors + (i - 1), count, found, rest, room, wanted.iwork, ignored);
+  // The vector of an indefinite eigenvalue is a unit vector of the column it stands in, here always the first one.
+  if (wanted.for_values() && count == 1 && is_indefinite(S(i, i), P(i, i))) wanted.of_values[i - 1] = -1;
   return 0;
 }
 

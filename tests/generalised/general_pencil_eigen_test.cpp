@@ -472,6 +472,41 @@ TYPED_TEST(GeneralPencilEigen, GiveTheConditionNumbersThatAreWanted) {
   }
 }
 
+/// Wherever it stands, and with the numbers of others beside it.
+TYPED_TEST(GeneralPencilEigen, GiveNoConditionNumberOfAnIndefiniteValue) {
+  using T = TypeParam;
+  const Int n = 4;
+  for (Int indefinite = 1; indefinite <= n; ++indefinite) {
+    Pencil<T> pencil = this->pencil(n);
+    for (GuardedMatrix<T>* const M : {&pencil.A, &pencil.B}) {
+      for (Int j = 1; j < n; ++j) std::fill_n(&(*M)(j + 1, j), n - j, T(0));
+      (*M)(indefinite, indefinite) = T(0);
+      M->seal();
+    }
+    for (const char sense : {'E', 'V', 'B'}) {
+      SCOPED_TRACE(testing::Message() << indefinite << sense);
+      PencilEigenCall<T> call('N', 'N', pencil);
+      call.balanc = 'N';
+      call.sense = sense;
+      call = solve<Ggevx<T>>(call);
+      ASSERT_EQ(call.info, 0);
+      ASSERT_EQ(call.alpha(indefinite), T(0));
+      ASSERT_EQ(call.beta(indefinite), T(0));
+      if (sense == 'V') {
+        EXPECT_TRUE(call.rconde.unchanged());
+        continue;
+      }
+      for (Int i = 1; i <= n; ++i) {
+        if (i == indefinite) {
+          EXPECT_EQ(call.rconde(i), -1);
+        } else {
+          EXPECT_GT(call.rconde(i), 0) << i;
+        }
+      }
+    }
+  }
+}
+
 /// Where the pairs of known condition numbers have eigenvalues of other order, too.
 TYPED_TEST(GeneralPencilEigen, FindTheTrueConditionNumbersOfKnownPencils) {
   using T = TypeParam;
