@@ -155,7 +155,12 @@ Int find_schur_form(const PencilProblem<T>& p, const PencilWork<T>& room, const 
   }
   if (values_are_scaled) spine.unscale_values();
   spine.unscale_matrices();
-  if (info == 0 && ordering.is_wanted() && !is_still_selected(ordering.selctg, spine, sdim)) info = p.n + 2;
+  // Where some could not be moved, that is what info tells, whatever selctg says now.
+  const bool has_form = info == 0 || info == p.n + 3;
+  if (has_form && ordering.is_wanted()) {
+    const bool is_same = is_still_selected(ordering.selctg, spine, sdim);
+    if (info == 0 && !is_same) info = p.n + 2;
+  }
   return info;
 }
 
