@@ -53,6 +53,11 @@ void tell_values(const PencilPairs<T>& pairs, const GeneralValues<T>& values, Re
   }
 }
 
+/// Infinite for a size of zero, also of a change of nothing.
+double quotient(double change, double size) {
+  return size == 0 ? std::numeric_limits<double>::infinity() : change / size;
+}
+
 /// An error of ||(A, B)|| eps moves (alpha, beta), as a direction, by up to so much over its chord, and its vector by
 /// so much over the separation.
 template <Scalar T>
@@ -63,14 +68,15 @@ void tell_conditions(const DenseMatrix<T>& a, const DenseMatrix<T>& b, const Pen
   const std::vector<std::size_t> order = ascending_places(pairs.chords);
   for (std::size_t rank = 0; rank < std::min(order.size(), shown_conditions); ++rank) {
     const std::size_t k = order[rank];
+    const auto chord = double(pairs.chords[k]), separation = double(pairs.separations[k]);
     report.line("condition",
                 fmt::format("{:.3g} of value {}, {}: off by up to {:.1e} on the sphere, its vector by {:.1e}",
-                            norm / double(pairs.chords[k]), k + 1, words_of(std::complex<double>(values[k])),
-                            change / double(pairs.chords[k]), change / double(pairs.separations[k])));
+                            quotient(norm, chord), k + 1, words_of(std::complex<double>(values[k])),
+                            quotient(change, chord), quotient(change, separation)));
   }
   for (std::size_t k = 0; k < values.size(); ++k) {
     const std::string number = std::to_string(k);
-    report.fact("conditions/" + number, static_cast<long double>(norm / double(pairs.chords[k])))
+    report.fact("conditions/" + number, static_cast<long double>(quotient(norm, double(pairs.chords[k]))))
         .fact("separations/" + number, static_cast<long double>(pairs.separations[k]));
   }
 }

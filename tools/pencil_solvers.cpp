@@ -80,6 +80,8 @@ void find_conditions(DenseMatrix<T>& a, DenseMatrix<T>& b, char job_left, char j
                        result.separations.data(), work, lwork),
             arrays.real_work(), std::tuple(arrays.integers.data(), arrays.flags.data(), info, 1, 1, 1, 1)));
   });
+  // The driver's mark of values that may be any number.
+  for (Real<T>& chord : result.chords) chord = std::max(chord, Real<T>(0));
 }
 
 }  // namespace

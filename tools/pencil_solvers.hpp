@@ -20,10 +20,10 @@ struct PencilPairs {
   GeneralValues<T> alpha;
   std::vector<Real<T>> beta;               ///< not negative
   DenseMatrix<T> right{0, 0}, left{0, 0};  ///< a column for each value, if wanted
-  std::vector<Real<T>> chords;             ///< |(y^H A x, y^H B x)| / (|x| |y|) of each value, if wanted
-  std::vector<Real<T>> separations;        ///< of each value from the others, as Dif tells it, if wanted
-  std::string_view driver;                 ///< without its precision letter
-  Int info = 0;                            ///< as the driver gave it
+  std::vector<Real<T>> chords;  ///< |(y^H A x, y^H B x)| / (|x| |y|) of each value, zero of indefinite ones, if wanted
+  std::vector<Real<T>> separations;  ///< of each value from the others, as Dif tells it, if wanted
+  std::string_view driver;           ///< without its precision letter
+  Int info = 0;                      ///< as the driver gave it
 
   std::size_t size() const { return beta.size(); }
 

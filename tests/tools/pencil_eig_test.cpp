@@ -5,6 +5,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "array_file.hpp"
@@ -133,6 +134,28 @@ TEST_F(PencilEig, SingularPairsAreToldOf) {
   EXPECT_NE(run({"--with", "B.mtx"}).error.find("any number is an eigenvalue"), std::string::npos);
   const ChildResult json = run({"--with", "B.mtx", "--json", "--conditions", "-o", "w.mtx"});
   EXPECT_TRUE(nlohmann::json::parse(json.output).contains("warning")) << to_string(json);
+}
+
+/// Of a value that may be any number they are infinite.
+TEST_F(PencilEig, ConditionsOfSingularPairs) {
+  const std::string row = array + "2 2\n1\n0\n3\n0\n", other_row = array + "2 2\n2\n0\n1\n0\n",
+                    corner = array + "2 2\n0\n0\n0\n1\n", zero = array + "2 2\n0\n0\n0\n0\n";
+  for (const auto& [one, partner, indefinite] :
+       {std::tuple(row, other_row, 1u), std::tuple(corner, corner, 1u), std::tuple(zero, zero, 2u)}) {
+    found(one, partner, {"--general"});
+    const std::string words = account("condition", {"--with", "B.mtx", "--conditions", "--general"});
+    EXPECT_EQ(words.substr(0, words.find(" value")), "inf of") << words;
+    EXPECT_NE(words.find("nan: off by up to inf on the sphere"), std::string::npos) << words;
+    const ChildResult json = run({"--with", "B.mtx", "--general", "--json", "--conditions", "-o", "w.mtx"});
+    const auto report = nlohmann::json::parse(json.output);
+    ASSERT_EQ(report["conditions"].size(), 2u);
+    unsigned infinite = 0;
+    for (const auto& condition : report["conditions"]) {
+      infinite += condition.is_null();
+      EXPECT_TRUE(condition.is_null() || condition.get<double>() > 0) << condition;
+    }
+    EXPECT_EQ(infinite, indefinite) << json.output;
+  }
 }
 
 TEST_F(PencilEig, ResidualsAreTold) {
