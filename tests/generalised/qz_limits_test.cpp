@@ -7,6 +7,7 @@
 #include "generalised/pencil_call.hpp"
 #include "support/deadline.hpp"
 #include "support/reported_errors.hpp"
+#include "support/small_stack.hpp"
 
 namespace nuv::test {
 namespace {
@@ -92,6 +93,22 @@ TYPED_TEST(QzLimits, TellsWhereThereIsNoShift) {
       EXPECT_TRUE(call.alphar.unchanged_outside(4, 4));
       EXPECT_NEAR(std::abs(std::complex<double>(call.beta(4))), std::abs(std::complex<double>(pencil.B(4, 4))),
                   4 * epsilon<T>);
+    }
+  }
+}
+
+/// Q and Z are large enough for their transformations to wait.
+TYPED_TEST(QzLimits, RunsInSmallStacks) {
+  using T = TypeParam;
+  for (const Int n : {3, 140}) {
+    for (const char comp : {'N', 'I'}) {
+      const Pencil<T> pencil = random_hessenberg_triangular<T>(this->random, n, n);
+      PencilCall<T> call(pencil);
+      call.compq = call.compz = comp;
+      run_in_small_stack([&] { call.hgeqz(); });
+      EXPECT_EQ(call.info, 0);
+      EXPECT_TRUE(is_pencil_schur_form(call.A, call.B));
+      if (comp == 'I') expect_equivalent(pencil, call);
     }
   }
 }
