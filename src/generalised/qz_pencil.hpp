@@ -74,7 +74,7 @@ struct QzPencil {
   void take_eigenvalue(Int j) const {
     if constexpr (ComplexScalar<T>) {
       make_real(j);
-    } else if (P(j, j) < 0) {
+    } else if (std::signbit(P(j, j))) {
       // Without the whole form, the diagonal elements alone count.
       negate_column(j, wants_form ? 1 : j);
     }

@@ -438,6 +438,31 @@ TYPED_TEST(QzIteration, FindsFormsWhereNormsOverflow) {
   }
 }
 
+/// A beta of minus zero would make the quotient an infinity of the wrong sign.
+TYPED_TEST(QzIteration, StoresNoNegativeZeros) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Int n : {1, 3}) {
+    for (const char job : {'S', 'E'}) {
+      for (Int outside = 0; outside <= n; ++outside) {
+        Pencil<T> pencil{identity_matrix<T>(n, n), identity_matrix<T>(n, n)};
+        for (Int j = 1; j <= n; ++j) pencil.B(j, j) = T(-R(0));
+        PencilCall<T> call(pencil);
+        call.job = job;
+        call.ilo = outside + 1;
+        call.hgeqz();
+        EXPECT_EQ(call.info, 0);
+        for (Int j = 1; j <= n; ++j) {
+          EXPECT_EQ(std::abs(call.alphar(j)), R(1));
+          EXPECT_EQ(call.beta(j), T(0));
+          EXPECT_FALSE(std::signbit(std::real(call.beta(j)))) << n << job << outside << ' ' << j;
+          EXPECT_FALSE(std::signbit(std::real(call.B(j, j))));
+        }
+      }
+    }
+  }
+}
+
 // ---------------------------------------------------------------------------------------------------------- arguments
 
 template <Scalar T>
