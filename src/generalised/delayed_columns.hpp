@@ -59,7 +59,8 @@ class DelayedColumns {
     Number a, b, c;
   };
 
-  static constexpr Int most = 1024;
+  /// Those of Q and of Z wait in one frame, which leaves room in the smallest stacks of threads.
+  static constexpr Int most = Int(8192 / sizeof(Transformation));
 
   /// Matrices of that size and less stay in the cache by themselves; of others, strips of a size that does.
   static constexpr double bytes_in_cache = 65536, bytes_of_strip = 262144;

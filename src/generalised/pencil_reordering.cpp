@@ -17,6 +17,7 @@ Int check(bool wantq, bool wantz, Int n, Int lda, Int ldb, Int ldq, Int ldz, Int
   if (ldb < least) return -7;
   if (ldq < (wantq ? least : 1)) return -9;
   if (ldz < (wantz ? least : 1)) return -11;
+  if (n == 0) return 0;  // without rows, there is none to name
   if (ifst < 1 || ifst > n) return -12;
   if (ilst < 1 || ilst > n) return -13;
   return 0;
@@ -55,6 +56,7 @@ void tgexc(Logical wantq, Logical wantz, Int n, T* a, Int lda, T* b, Int ldb, T*
            Int& ilst, Int& info) {
   info = check(is_true(wantq), is_true(wantz), n, lda, ldb, ldq, ldz, ifst, ilst);
   if (info != 0) return report_bad_argument<T>("TGEXC", info);
+  if (n <= 1) return;
 
   const bool forward = ifst < ilst;
   Int here = ifst;

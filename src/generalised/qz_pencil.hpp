@@ -3,6 +3,8 @@
 // A Hessenberg-triangular pencil on its way to Schur form, and what its transformations reach.
 
 #include <algorithm>
+#include <cmath>
+#include <complex>
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
@@ -37,9 +39,7 @@ struct QzPencil {
 
   void measure() {
     constexpr R safmin = Machine<R>::safe_min, ulp = Machine<R>::precision;
-    const Int order = ihi - ilo + 1;
-    const R anorm = lanhs('F', order, H.at(ilo, ilo), H.ld, nullptr);
-    const R bnorm = lanhs('F', order, P.at(ilo, ilo), P.ld, nullptr);
+    const R anorm = norm_in_range(block(H, ilo, ilo)), bnorm = norm_in_range(block(P, ilo, ilo));
     atol = std::max(safmin, ulp * anorm);
     btol = std::max(safmin, ulp * bnorm);
     ascale = 1 / std::max(safmin, anorm);
@@ -74,7 +74,7 @@ struct QzPencil {
   void take_eigenvalue(Int j) const {
     if constexpr (ComplexScalar<T>) {
       make_real(j);
-    } else if (P(j, j) < 0) {
+    } else if (std::signbit(P(j, j))) {
       // Without the whole form, the diagonal elements alone count.
       negate_column(j, wants_form ? 1 : j);
     }
@@ -83,6 +83,24 @@ struct QzPencil {
   }
 
  private:
+  /// The Frobenius norm of rows ilo ... ihi, or the largest number if it is beyond that: an infinite one would make
+  /// every element negligible. Zero, so that none is, beside an infinity or NaN, which then come to light.
+  R norm_in_range(Matrix<const T> M) const {
+    const Int order = ihi - ilo + 1;
+    const R norm = lanhs('F', order, M.data, M.ld, nullptr);
+    if (std::isfinite(norm)) return norm;
+    return is_finite(M, order) ? Machine<R>::overflow : R(0);
+  }
+
+  static bool is_finite(Matrix<const T> M, Int order) {
+    for (Int j = 1; j <= order; ++j) {
+      for (Int i = 1; i <= std::min(j + 1, order); ++i) {
+        if (!std::isfinite(std::real(M(i, j))) || !std::isfinite(std::imag(M(i, j)))) return false;
+      }
+    }
+    return true;
+  }
+
   void turn_rows(const Rotation& rotation, Matrix<T> M, Int j, Int from) const {
     if (from <= right) blas::rot(right - from + 1, row(M, j, from), row(M, j + 1, from), rotation.c, rotation.s);
   }

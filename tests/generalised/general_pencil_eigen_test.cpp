@@ -6,6 +6,7 @@
 #include "generalised/pencil_calls.hpp"
 #include "routines.hpp"
 #include "support/reported_errors.hpp"
+#include "support/small_stack.hpp"
 
 namespace nuv::test {
 namespace {
@@ -52,6 +53,17 @@ TYPED_TEST(GeneralPencilEigen, FindValuesAndVectorsAtEverySize) {
       EXPECT_TRUE(same_values(other, simple));
       EXPECT_TRUE(other.VL.same_as(simple.VL) && other.VR.same_as(simple.VR));
     }
+  }
+}
+
+TYPED_TEST(GeneralPencilEigen, RunInSmallStacks) {
+  using T = TypeParam;
+  for (const Int n : {3, 140}) {
+    const Pencil<T> pencil = this->pencil(n);
+    PencilEigenCall<T> call('V', 'V', pencil);
+    call.make_room(Ggev<T>::least(call));
+    run_in_small_stack([&] { Ggev<T>::run(call); });
+    expect_solution(pencil, call);
   }
 }
 

@@ -6,6 +6,7 @@
 #include "generalised/pencil_call.hpp"
 #include "support/argument_checks.hpp"
 #include "support/deadline.hpp"
+#include "support/small_stack.hpp"
 
 namespace nuv::test {
 namespace {
@@ -41,6 +42,18 @@ TYPED_TEST(HessenbergTriangular, ReducesPencilsOfAnyOrder) {
     const PencilCall<T> call = PencilCall<T>(pencil).gghrd();
     EXPECT_EQ(call.info, 0);
     EXPECT_TRUE(call.guards_unchanged());
+    EXPECT_TRUE(is_hessenberg_triangular(call.A, call.B, 1, n));
+    expect_equivalent(pencil, call);
+  }
+}
+
+TYPED_TEST(HessenbergTriangular, RunsInSmallStacks) {
+  using T = TypeParam;
+  for (const Int n : {3, 140}) {
+    const Pencil<T> pencil = reducible_pencil<T>(this->random, n, 1, n, n);
+    PencilCall<T> call(pencil);
+    run_in_small_stack([&] { call.gghrd(); });
+    EXPECT_EQ(call.info, 0);
     EXPECT_TRUE(is_hessenberg_triangular(call.A, call.B, 1, n));
     expect_equivalent(pencil, call);
   }

@@ -616,10 +616,20 @@ TYPED_TEST(PencilReordering, ChecksItsArguments) {
       expect_report(without, name, ld == 1 ? 0 : of_q ? 9 : 11);
     }
   }
-  // A form of order zero has no rows.
-  Call empty;
-  empty.n = 0;
-  expect_report(empty, name, 12);
+  // A form of order zero has no rows that could be named; what is said of them is not looked at.
+  for (const Int row : {0, 1, 3}) {
+    Call empty;
+    empty.n = 0;
+    empty.ifst = row;
+    empty.ilst = 3 - row;
+    expect_report(empty, name, 0);
+    EXPECT_TRUE(empty.unchanged());
+    EXPECT_EQ(empty.ilst, 3 - row);
+  }
+  Call single;
+  single.n = 1;
+  single.ifst = 2;
+  expect_report(single, name, 12);
 }
 
 TYPED_TEST(RealPencilReordering, TellsHowMuchRoomItTakes) {
@@ -631,13 +641,16 @@ TYPED_TEST(RealPencilReordering, TellsHowMuchRoomItTakes) {
   EXPECT_TRUE(call.unchanged());
   call.lwork = 27;
   expect_report(call, reported_name<R>("TGEXC"), 15);
-  for (const Int lwork : {0, 1}) {
-    ValidPencilMove<R> single;
-    single.n = single.ilst = 1;
-    single.lwork = lwork;
-    expect_report(single, reported_name<R>("TGEXC"), lwork == 1 ? 0 : 15);
-    EXPECT_TRUE(single.unchanged());
-    EXPECT_EQ(single.work(1), 1);
+  for (const Int n : {0, 1}) {
+    for (const Int lwork : {-1, 0, 1}) {
+      ValidPencilMove<R> small;
+      small.n = n;
+      small.ilst = 1;
+      small.lwork = lwork;
+      expect_report(small, reported_name<R>("TGEXC"), lwork == 0 ? 15 : 0);
+      EXPECT_TRUE(small.unchanged());
+      EXPECT_EQ(small.work(1), 1);
+    }
   }
 }
 

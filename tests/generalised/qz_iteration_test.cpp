@@ -380,6 +380,89 @@ TYPED_TEST(QzIteration, KeepsToTheRangeOfNumbers) {
   }
 }
 
+/// A product of rotations of neighbouring rows, times a number.
+template <Scalar T>
+GuardedMatrix<T> hessenberg_unitary(Int n, Real<T> factor) {
+  GuardedMatrix<T> H = identity_matrix<T>(n, n);
+  for (Int k = 1; k < n; ++k) {
+    // In n = 2, the rows change places.
+    const Real<T> angle = n == 2 ? std::acos(Real<T>(0)) : Real<T>(0.4) + Real<T>(0.2) * Real<T>(k);
+    const Real<T> c = n == 2 ? 0 : std::cos(angle), s = std::sin(angle);
+    for (Int i = 1; i <= n; ++i) {
+      const T x = H(i, k), y = H(i, k + 1);
+      H(i, k) = c * x + s * y;
+      H(i, k + 1) = c * y - s * x;
+    }
+  }
+  for (Int j = 1; j <= n; ++j) {
+    for (Int i = 1; i <= n; ++i) H(i, j) *= factor;
+  }
+  H.seal();
+  return H;
+}
+
+/// Elements are not negligible beside others of their size where the Frobenius norm, and it alone, is too large a
+/// number.
+TYPED_TEST(QzIteration, FindsFormsWhereNormsOverflow) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Int n : {2, 6, 9}) {
+    const R large = std::numeric_limits<R>::max() * (n == 2 ? R(0.83) : R(0.45));
+    for (const auto& [in_a, in_b] : {std::pair(large, R(1)), std::pair(R(1), large), std::pair(large, large)}) {
+      SCOPED_TRACE(testing::Message() << n << ": " << in_a << ", " << in_b);
+      Pencil<T> pencil{hessenberg_unitary<T>(n, in_a), identity_matrix<T>(n, n)},
+          small{hessenberg_unitary<T>(n, R(1)), identity_matrix<T>(n, n)};
+      for (Int j = 1; j <= n; ++j) pencil.B(j, j) = T(in_b);
+      pencil.B.seal();
+      const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+      ASSERT_EQ(call.info, 0);
+      EXPECT_TRUE(call.guards_unchanged());
+      EXPECT_TRUE(is_finite(call.A) && is_finite(call.B));
+      EXPECT_TRUE(is_pencil_schur_form(call.A, call.B));
+      expect_equivalent(pencil, call);
+
+      const std::vector<PencilValue> expected = PencilCall<T>(small).hgeqz().values();
+      for (const char job : {'S', 'E'}) {
+        PencilCall<T> again(pencil);
+        again.job = job;
+        std::vector<PencilValue> values = again.hgeqz().values();
+        EXPECT_EQ(again.info, 0);
+        EXPECT_TRUE(are_proper(values, RealScalar<T>));
+        for (auto& [alpha, beta] : values) {
+          alpha /= double(in_a);
+          beta /= double(in_b);
+        }
+        EXPECT_LT(spectrum_distance(values, expected), 100 * epsilon<T>) << job;
+      }
+    }
+  }
+}
+
+/// A beta of minus zero would make the quotient an infinity of the wrong sign.
+TYPED_TEST(QzIteration, StoresNoNegativeZeros) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Int n : {1, 3}) {
+    for (const char job : {'S', 'E'}) {
+      for (Int outside = 0; outside <= n; ++outside) {
+        Pencil<T> pencil{identity_matrix<T>(n, n), identity_matrix<T>(n, n)};
+        for (Int j = 1; j <= n; ++j) pencil.B(j, j) = T(-R(0));
+        PencilCall<T> call(pencil);
+        call.job = job;
+        call.ilo = outside + 1;
+        call.hgeqz();
+        EXPECT_EQ(call.info, 0);
+        for (Int j = 1; j <= n; ++j) {
+          EXPECT_EQ(std::abs(call.alphar(j)), R(1));
+          EXPECT_EQ(call.beta(j), T(0));
+          EXPECT_FALSE(std::signbit(std::real(call.beta(j)))) << n << job << outside << ' ' << j;
+          EXPECT_FALSE(std::signbit(std::real(call.B(j, j))));
+        }
+      }
+    }
+  }
+}
+
 // ---------------------------------------------------------------------------------------------------------- arguments
 
 template <Scalar T>

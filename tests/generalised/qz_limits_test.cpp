@@ -7,6 +7,7 @@
 #include "generalised/pencil_call.hpp"
 #include "support/deadline.hpp"
 #include "support/reported_errors.hpp"
+#include "support/small_stack.hpp"
 
 namespace nuv::test {
 namespace {
@@ -96,6 +97,45 @@ TYPED_TEST(QzLimits, TellsWhereThereIsNoShift) {
   }
 }
 
+bool are_finite(const std::vector<PencilValue>& values) {
+  for (const auto& [alpha, beta] : values) {
+    if (!std::isfinite(alpha.real()) || !std::isfinite(alpha.imag()) || !std::isfinite(beta)) return false;
+  }
+  return true;
+}
+
+/// Beside an infinite element none is negligible.
+TYPED_TEST(QzLimits, HidesNoInfinity) {
+  using T = TypeParam;
+  constexpr Real<T> inf = std::numeric_limits<Real<T>>::infinity();
+  for (const bool in_a : {true, false}) {
+    for (const char job : {'S', 'E'}) {
+      Pencil<T> pencil = random_hessenberg_triangular<T>(this->random, 3, 3);
+      (in_a ? pencil.A : pencil.B)(1, 3) = T(-inf);
+      PencilCall<T> call(pencil);
+      call.job = job;
+      call.hgeqz();
+      EXPECT_TRUE(call.info > 0 || !are_finite(call.values())) << in_a << job;
+    }
+  }
+}
+
+/// Q and Z are large enough for their transformations to wait.
+TYPED_TEST(QzLimits, RunsInSmallStacks) {
+  using T = TypeParam;
+  for (const Int n : {3, 140}) {
+    for (const char comp : {'N', 'I'}) {
+      const Pencil<T> pencil = random_hessenberg_triangular<T>(this->random, n, n);
+      PencilCall<T> call(pencil);
+      call.compq = call.compz = comp;
+      run_in_small_stack([&] { call.hgeqz(); });
+      EXPECT_EQ(call.info, 0);
+      EXPECT_TRUE(is_pencil_schur_form(call.A, call.B));
+      if (comp == 'I') expect_equivalent(pencil, call);
+    }
+  }
+}
+
 TYPED_TEST(QzLimits, EndsWhateverThePencilHolds) {
   using T = TypeParam;
   using R = Real<T>;
@@ -116,6 +156,7 @@ TYPED_TEST(QzLimits, EndsWhateverThePencilHolds) {
               call.hgeqz();
               EXPECT_GE(call.info, 0);
               EXPECT_LE(call.info, 2 * n);
+              EXPECT_TRUE(call.info > 0 || !are_finite(call.values())) << i << ' ' << j << ' ' << odd << in_a << job;
               EXPECT_TRUE(call.guards_unchanged());
             }
           }
