@@ -1,10 +1,11 @@
 #include "generalised/generalised_svd.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 #include "base/matrix.hpp"
-#include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/norms_general.hpp"
 #include "frame/error_report.hpp"
@@ -41,12 +42,14 @@ void reduce(const Pair<T>& pair, Real<T> tola, Real<T> tolb, Int& k, Int& l, Int
         Q.data, Q.ld, iwork, rwork, tau, work, ignored);
 }
 
-/// What counts as zero in an m by n matrix.
+/// What counts as zero in an m by n matrix. Beside an infinity everything would: the tolerance is NaN then, so that
+/// ranks are full and the iteration finds no end.
 template <Scalar T>
 Real<T> tolerance(Int m, Int n, Matrix<T> A) {
   using R = Real<T>;
   const R norm = lange('1', m, n, A.data, A.ld, static_cast<R*>(nullptr));
-  return R(std::max(m, n)) * larger_or_nan(norm, Machine<R>::safe_min) * Machine<R>::precision;
+  if (!std::isfinite(norm)) return std::numeric_limits<R>::quiet_NaN();
+  return R(std::max(m, n)) * std::max(norm, Machine<R>::safe_min) * Machine<R>::precision;
 }
 
 /// Sorts x(first ... last) into decreasing order, by one exchange for each place, which `partner` tells.

@@ -83,7 +83,7 @@ class PairSteps {
 /// Answers the query and judges the arguments. Whether there is something to do.
 template <Scalar T, std::size_t Size>
 bool begins(const char (&name)[Size], const PairShape& shape, Int lda, Int ldb, T* work, Int lwork, Int& info) {
-  work[0] = as_work_size<T>(shape.longest() * shape.block_size<T>());
+  work[0] = as_work_size<T>(std::max<std::int64_t>(1, shape.longest() * shape.block_size<T>()));
   info = shape.check(lda, ldb, lwork);
   if (info != 0) report_bad_argument<T>(name, info);
   return info == 0 && lwork != -1;

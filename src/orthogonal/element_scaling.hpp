@@ -13,11 +13,14 @@ namespace nuv {
 /// numbers.
 template <RealScalar R>
 struct ElementScaling {
-  R norm = 0, target = 0;  ///< target zero: left as it is
+  R norm = 0;    ///< the largest magnitude; NaN, not zero, where nothing but zeros and NaN is there
+  R target = 0;  ///< zero: left as it is
 
   template <Scalar T>
   ElementScaling(Int m, Int n, Matrix<T> A) : norm(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
     constexpr R smallest = Machine<R>::safe_min / Machine<R>::precision, largest = 1 / smallest;
+    // The largest magnitude passes over a NaN; the norm of Frobenius does not.
+    if (norm == 0) norm = lange('F', m, n, A.data, A.ld, static_cast<R*>(nullptr));
     if (norm > 0 && norm < smallest) target = smallest;
     if (norm > largest) target = largest;
   }

@@ -1,11 +1,14 @@
 #include "orthogonal/rank_revealing.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "environment/block_plan.hpp"
 #include "environment/hermitian.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norms_general.hpp"
 #include "frame/error_report.hpp"
 #include "layer.hpp"
 #include "orthogonal/apply_q.hpp"
@@ -38,8 +41,9 @@ struct System {
     return 0;
   }
 
-  /// Rows first ... last of B := 0.
-  void clear(Int first, Int last) const { laset('F', last - first + 1, nrhs, T(0), T(0), B.at(first, 1), B.ld); }
+  /// Rows first ... last of B := x
+  void fill(Int first, Int last, T x) const { laset('F', last - first + 1, nrhs, x, x, B.at(first, 1), B.ld); }
+  void clear(Int first, Int last) const { fill(first, last, T(0)); }
 
   /// X := P X
   ///
@@ -100,6 +104,15 @@ Int rank_of_triangle(Int mn, Matrix<const T> R, Real<T> rcond, T* work) {
     largest.grow(rank, larger);
   }
   return rank;
+}
+
+/// Whether the columns that a rank leaves out have numbers that are not finite. Pivoting may put a column of zeros
+/// before them, of which the estimates see no more than the zero.
+template <Scalar T>
+bool leaves_out_not_finite(const System<T>& system, Int rank) {
+  const auto [m, n, nrhs, A, B, jpvt] = system;
+  const Real<T> norm = lange('F', m, n - rank, A.at(1, rank + 1), A.ld, static_cast<Real<T>*>(nullptr));
+  return !std::isfinite(norm);
 }
 
 // -------------------------------------------------------------------------------------------------------- the two ways
@@ -214,6 +227,10 @@ Int solve(const System<T>& system, Real<T> rcond, const Way& way) {
   const Int mn = system.mn();
   way.factor();
   const Int rank = rank_of_triangle<T>(mn, A, rcond, way.work + mn);
+  if (rank < mn && leaves_out_not_finite(system, rank)) {
+    system.fill(1, std::max(m, n), T(std::numeric_limits<Real<T>>::quiet_NaN()));
+    return mn;
+  }
   if (rank == 0) {
     system.clear(1, std::max(m, n));
     return 0;

@@ -292,7 +292,8 @@ Int solve_bidiagonal(char uplo, Int smlsiz, Int n, Int nrhs, Real<T>* d, Real<T>
     bx = rest;
     rest += std::ptrdiff_t{n} * nrhs;
   }
-  const R tolerance = rcond <= 0 || rcond >= 1 ? Machine<R>::eps : rcond;
+  const bool is_in_range = rcond > 0 && rcond < 1;  // NaN is not
+  const R tolerance = is_in_range ? rcond : Machine<R>::eps;
   return DividedLeastSquares<T>(tables, nrhs, d, e, B, bx, rest).solve(tolerance, rank);
 }
 

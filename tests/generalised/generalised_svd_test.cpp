@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include "generalised/pair_calls.hpp"
 #include "support/argument_checks.hpp"
@@ -293,6 +294,52 @@ TYPED_TEST(GeneralisedSvd, ShowsNumbersThatAreNotFinite) {
       }
     }
   }
+}
+
+/// Ranks that can't be told are not taken for zero: beside an infinity, all numbers are smaller than a tolerance.
+TYPED_TEST(GeneralisedSvd, TellsNoRanksBesideAnInfinity) {
+  using T = TypeParam;
+  using R = Real<T>;
+  const R inf = std::numeric_limits<R>::infinity();
+  const auto of_rows = [](Int m, Int n, std::initializer_list<R> rows) {
+    GuardedMatrix<T> A(m, n, std::max(1, m));
+    for (Int k = 0; k < m * n; ++k) A(k / n + 1, k % n + 1) = T(rows.begin()[k]);
+    A.seal();
+    return A;
+  };
+  const std::pair<GuardedMatrix<T>, GuardedMatrix<T>> pairs[] = {
+      {identity<T>(3, 3), of_rows(1, 3, {inf, 1, 2})},
+      {identity<T>(3, 3), of_rows(1, 3, {1, -inf, 2})},
+      {of_rows(1, 3, {inf, 1, 2}), identity<T>(3, 3)},
+      {identity<T>(2, 2), of_rows(2, 2, {inf, 0, 0, 1})},
+      {of_rows(2, 2, {1, 0, 0, inf}), identity<T>(2, 2)},
+      {of_rows(2, 2, {inf, 0, 0, 1}), of_rows(2, 2, {inf, 0, 0, 1})},
+      {identity<T>(1, 1), of_rows(1, 1, {inf})},
+      {of_rows(1, 1, {inf}), identity<T>(1, 1)},
+      {of_rows(0, 2, {}), of_rows(1, 2, {inf, 0})}};
+  for (const auto& [A, B] : pairs) {
+    for (const char* jobs : {"UVQ", "NNN"}) {
+      GgsvdCall<T> call(jobs, A, B);
+      SCOPED_TRACE(testing::Message() << "pair " << &A - &pairs[0].first << ", " << jobs);
+      const Deadline deadline(20, "ggsvd");
+      EXPECT_EQ(call.run(), 1);
+      EXPECT_TRUE(call.alpha.unchanged() && call.beta.unchanged());
+    }
+  }
+}
+
+/// Where B has no rows no iteration shows it; the infinity stays in R.
+TYPED_TEST(GeneralisedSvd, LeavesAnInfinityWithoutASecondMatrix) {
+  using T = TypeParam;
+  using R = Real<T>;
+  GuardedMatrix<T> A(1, 2, 1);
+  A(1, 1) = T(std::numeric_limits<R>::infinity());
+  A(1, 2) = T(1);
+  A.seal();
+  const GgsvdCall<T> call = solved("UVQ", A, GuardedMatrix<T>(0, 2, 1));
+  EXPECT_EQ(call.k, 1);
+  EXPECT_EQ(call.l, 0);
+  EXPECT_FALSE(std::isfinite(std::abs(call.A(1, 2))));
 }
 
 template <Scalar T>

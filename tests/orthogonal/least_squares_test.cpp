@@ -287,6 +287,27 @@ TYPED_TEST(LeastSquares, OfAZeroMatrixIsZero) {
   }
 }
 
+/// Zeros and a NaN are no zero matrix.
+TYPED_TEST(LeastSquares, GivesNaNForNaNAmongZeros) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Sizes& s : {Sizes{1, 1, 1}, {2, 2, 2}, {6, 4, 3}, {4, 6, 3}}) {
+    for (const bool transposed : {false, true}) {
+      for (Int place = 0; place < s.m * s.n; ++place) {
+        SCOPED_TRACE(to_string(s) + (transposed ? ", transposed" : "") + ", place " + std::to_string(place));
+        Problem<T> problem(this->random, transposed, s, R(0));
+        problem.A(place % s.m + 1, place / s.m + 1) = T(std::numeric_limits<R>::quiet_NaN());
+        const Solved<T> solved = solve(this->random, problem, best_lwork<T>(transposed, s));
+        for (Int j = 1; j <= s.nrhs; ++j) {
+          bool shows = false;
+          for (Int i = 1; i <= problem.unknowns(); ++i) shows = shows || std::isnan(std::abs(solved.B(i, j)));
+          EXPECT_TRUE(shows) << j;
+        }
+      }
+    }
+  }
+}
+
 TYPED_TEST(LeastSquares, WithoutEquationsUnknownsOrRightHandSidesIsZero) {
   using T = TypeParam;
   for (const Sizes& s : {Sizes{0, 5, 3}, {5, 0, 3}, {5, 4, 0}, {4, 5, 0}, {0, 0, 2}, {0, 5, 0}, {0, 0, 0}}) {

@@ -380,6 +380,37 @@ TYPED_TEST(RankRevealing, GivesNaNForNaN) {
   }
 }
 
+/// One number that is not finite in a matrix of zeros, or beside a single one: no column that has it may be left out as
+/// if it were zero.
+TYPED_TEST(RankRevealing, LeavesOutNoColumnThatIsNotFinite) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const SystemSizes& s : {SystemSizes{1, 1, 1}, {2, 2, 2}, {3, 2, 1}, {2, 3, 1}, {4, 4, 2}}) {
+    const GuardedMatrix<T> B = random_matrix<T>(this->random, s.longer(), s.nrhs, s.longer());
+    for (const R corner : {R(0), R(1)}) {
+      for (const R bad : {std::numeric_limits<R>::quiet_NaN(), std::numeric_limits<R>::infinity()}) {
+        for (Int place = 0; place < s.m * s.n; ++place) {
+          SCOPED_TRACE(to_string(s) + ", a corner of " + testing::PrintToString(corner) + ", " +
+                       testing::PrintToString(bad) + " in place " + std::to_string(place));
+          GuardedMatrix<T> A(s.m, s.n, s.m);
+          for (Int j = 1; j <= s.n; ++j) std::fill_n(&A(1, j), s.m, T(0));
+          A(1, 1) = T(corner);
+          A(place % s.m + 1, place / s.m + 1) = T(bad);
+          for (const Way way : both_ways) {
+            const SolvedSystem<T> solved = solve_pivoted(way, s, A, B, between<T>, best_system_lwork<T>(s));
+            EXPECT_EQ(solved.rank, s.mn());
+            for (Int j = 1; j <= s.nrhs; ++j) {
+              bool shows = false;
+              for (Int i = 1; i <= s.n; ++i) shows = shows || std::isnan(std::abs(solved.B(i, j)));
+              EXPECT_TRUE(shows) << j;
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
 // ------------------------------------------------------------------------------------------------------ nothing to do
 
 TYPED_TEST(RankRevealing, OfAZeroMatrixIsZero) {

@@ -230,8 +230,9 @@ TYPED_TEST(DividedLeastSquares, CountAsZeroWhatIsNoMoreThanRcond) {
   using T = TypeParam;
   using R = Real<T>;
   constexpr R unit = std::numeric_limits<R>::epsilon() / 2;
-  const std::pair<R, R> rconds[] = {{R(0.25), R(0.25)}, {R(-1), unit}, {R(0), unit},
-                                    {R(1), unit},       {R(2), unit},  {R(0.5), R(0.5)}};
+  constexpr R nan = std::numeric_limits<R>::quiet_NaN();
+  const std::pair<R, R> rconds[] = {{R(0.25), R(0.25)}, {R(-1), unit},    {R(0), unit}, {R(1), unit},
+                                    {R(2), unit},       {R(0.5), R(0.5)}, {nan, unit}};
   for (const Int n : {2, 25, 40}) {
     for (const auto& [rcond, threshold] : rconds) {
       for (const bool above : {false, true}) {
@@ -246,6 +247,23 @@ TYPED_TEST(DividedLeastSquares, CountAsZeroWhatIsNoMoreThanRcond) {
         EXPECT_EQ(call.d(n), matrix.d[1]);
         EXPECT_EQ(call.B(2, 1) == T(0), !above);
       }
+    }
+  }
+}
+
+/// Nothing is divided by a value of zero.
+TYPED_TEST(DividedLeastSquares, LeaveOutZerosWhateverRcondIs) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const Int n : {2, 25, 40}) {
+    for (const R rcond : {R(-1), R(0.5), R(1), std::numeric_limits<R>::quiet_NaN()}) {
+      BidiagonalMatrix<R> matrix{std::vector<R>(std::size_t(n), R(1)), std::vector<R>(std::size_t(n - 1), R(0))};
+      matrix.d[1] = 0;
+      Lalsd<T> call(this->random, 'U', 25, matrix, 2);
+      call.rcond = rcond;
+      call.solve().expect_fit(n - 1);
+      EXPECT_EQ(call.B(2, 1), T(0));
+      EXPECT_EQ(call.B(2, 2), T(0));
     }
   }
 }

@@ -196,7 +196,8 @@ TYPED_TEST(LeastSquaresBySvd, CountAsZeroWhatIsNoMoreThanRcond) {
                                                  {SvdMethod::division, R(-1), unit},
                                                  {SvdMethod::division, R(0), unit},
                                                  {SvdMethod::division, R(1), unit},
-                                                 {SvdMethod::division, R(1.5), unit}}) {
+                                                 {SvdMethod::division, R(1.5), unit},
+                                                 {SvdMethod::division, std::numeric_limits<R>::quiet_NaN(), unit}}) {
     for (const bool above : {false, true}) {
       SCOPED_TRACE(testing::Message() << name_of(method) << ", rcond " << rcond << (above ? ", above" : ""));
       const R second = above ? std::nextafter(threshold, R(1)) : threshold;
