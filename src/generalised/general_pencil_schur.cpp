@@ -52,8 +52,9 @@ Real<T> power_below_norm(Int n, Matrix<T> A) {
 }
 
 /// Brings a Schur form that was scaled into range, and is near one end of it still, to norms about one of both matrices
-/// while its eigenvalues change places: the systems of equations for that have elements of both, and would take those
-/// of the smaller matrix for rounding errors of the other. By powers of two, which round nothing.
+/// for tgsen: the systems of equations behind condition numbers have elements of both, and would take those of the
+/// smaller matrix for rounding errors of the other. By powers of two, which round nothing. Exchanges alone do not need
+/// that, but gges is to find the form that ggesx finds.
 template <Scalar T>
 class LikeNorms {
  public:

@@ -5,7 +5,6 @@
 #include <initializer_list>
 
 #include "blas.hpp"
-#include "environment/abs1.hpp"
 #include "environment/extremes.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
@@ -23,12 +22,41 @@
 namespace nuv {
 namespace {
 
-/// What of a trial of this norm may be left where it should be zero, and of its difference from where it came.
+/// What may be left of a matrix of this norm where a swap should leave zeros, and of its difference from where it came.
+/// Each matrix of a pair is judged by its own norm: beside a large matrix a small one would pass in any state.
 template <RealScalar R>
 R swap_threshold(R norm) {
-  constexpr R eps = Machine<R>::precision;
-  return larger_or_nan(10 * eps * norm, Machine<R>::safe_min / eps);
+  return 10 * Machine<R>::precision * norm;
 }
+
+/// The power of two at the largest of some numbers, 1 where all of them are zero. Trials of both matrices are divided
+/// by theirs, which rounds nothing: swaps solve equations and compare sizes across the pair, where the smaller matrix
+/// would count for rounding errors of the larger one.
+template <RealScalar R>
+class PowerOfSize {
+ public:
+  PowerOfSize(Int count, const R* x) : count_(count) {
+    R largest = 0;
+    for (Int i = 0; i < count; ++i) largest = larger_or_nan(largest, std::abs(x[i]));
+    is_finite_ = largest <= Machine<R>::overflow;
+    if (is_finite_ && largest > 0) exponent_ = std::ilogb(largest);
+  }
+
+  bool is_finite() const { return is_finite_; }
+  void take_from(R* x) const { multiply(x, -exponent_); }
+  void give_back_to(R* x) const { multiply(x, exponent_); }
+
+ private:
+  /// In two steps, since not every power here has a reciprocal in range.
+  void multiply(R* x, int exponent) const {
+    const R half = std::ldexp(R(1), exponent / 2), rest = std::ldexp(R(1), exponent - exponent / 2);
+    for (Int i = 0; i < count_; ++i) x[i] = x[i] * half * rest;
+  }
+
+  Int count_;
+  bool is_finite_;
+  int exponent_ = 0;
+};
 
 // --------------------------------------------------------------------------------------------------- single
 // eigenvalues
@@ -43,21 +71,15 @@ struct Square {
   void turn_columns(Real<T> cs, T sn) { blas::rot(2, Vector{x, 1}, Vector{x + 2, 1}, cs, sn); }
   void turn_rows(Real<T> cs, T sn) { blas::rot(2, Vector{x, 2}, Vector{x + 1, 2}, cs, sn); }
 
-  /// The same, scaled by a power of two so that products of its elements with those of another are in range.
-  Square in_range() const {
-    using Constants = Machine<Real<T>>;
-    Square scaled = *this;
-    Real<T> largest = 0;
-    for (const T element : x) largest = larger_or_nan(largest, abs1(element));
-    if (!(largest > 0 && largest <= Constants::overflow)) return scaled;
-    for (; largest >= Constants::safmx2; largest *= Constants::safmn2) scaled.multiply(Constants::safmn2);
-    for (; largest <= Constants::safmn2; largest *= Constants::safmx2) scaled.multiply(Constants::safmx2);
-    return scaled;
-  }
+  Real<T> norm() const { return FrobeniusNorm<Real<T>>().add(4, x).value(); }
 
- private:
-  void multiply(Real<T> factor) {
-    for (T& element : x) element *= factor;
+  /// Takes its power of two from it; false if it has an element that is not finite.
+  bool normalise() {
+    constexpr Int count = (ComplexScalar<T> ? 2 : 1) * 4;
+    auto* const parts = reinterpret_cast<Real<T>*>(x);
+    const PowerOfSize<Real<T>> size(count, parts);
+    size.take_from(parts);
+    return size.is_finite();
   }
 };
 
@@ -70,11 +92,11 @@ struct SinglesSwap {
   T left_sn, right_sn;
 
   /// The columns are turned so that the first one is the eigenvector for the second eigenvalue, on which S and P have
-  /// one direction; the rows so that this becomes the first axis, by that matrix which has the larger share in it.
+  /// one direction; the rows so that this becomes the first axis, by that matrix which has the larger share in it: of
+  /// the other one cancellation may have left rounding errors alone. Both have norms about one.
   SinglesSwap(Square<T>& S, Square<T>& P) {
-    const Square<T> s = S.in_range(), p = P.in_range();
-    const T f = s.x[3] * p.x[0] - p.x[3] * s.x[0];
-    const T g = s.x[3] * p.x[2] - p.x[3] * s.x[2];
+    const T f = S.x[3] * P.x[0] - P.x[3] * S.x[0];
+    const T g = S.x[3] * P.x[2] - P.x[3] * S.x[2];
     const bool by_s = magnitude(S.x[3]) >= magnitude(P.x[3]);
     rotation_onto_first(g, f, right_cs, right_sn);
     right_sn = negated(conjugate(right_sn));
@@ -86,14 +108,18 @@ struct SinglesSwap {
     P.turn_rows(left_cs, left_sn);
   }
 
+  /// Whether a trial is triangular, and near enough to what it came from.
+  bool is_good(const Square<T>& trial, const Square<T>& origin) const {
+    const R threshold = swap_threshold(origin.norm());
+    return magnitude(trial.x[1]) <= threshold && error(trial, origin).norm() <= threshold;
+  }
+
   /// A trial turned back, minus what it came from.
-  Square<T> error(Square<T> X, Matrix<const T> A) const {
-    X.turn_columns(right_cs, negated(right_sn));
-    X.turn_rows(left_cs, negated(left_sn));
-    for (Int j = 1; j <= 2; ++j) {
-      for (Int i = 1; i <= 2; ++i) X.x[(i - 1) + 2 * (j - 1)] -= A(i, j);
-    }
-    return X;
+  Square<T> error(Square<T> trial, const Square<T>& origin) const {
+    trial.turn_columns(right_cs, negated(right_sn));
+    trial.turn_rows(left_cs, negated(left_sn));
+    for (int k = 0; k < 4; ++k) trial.x[k] -= origin.x[k];
+    return trial;
   }
 
   void apply(const PencilForm<T>& form, Int j) const {
@@ -111,16 +137,11 @@ struct SinglesSwap {
 /// Exchanges the eigenvalues in rows j and j + 1; false if that is rejected.
 template <Scalar T>
 bool swap_singles(const PencilForm<T>& form, Int j) {
-  using R = Real<T>;
-  const Matrix<const T> A = block(form.A, j, j), B = block(form.B, j, j);
-  Square<T> S(A), P(B);
-  const R norm = FrobeniusNorm<R>().add(4, S.x).add(4, P.x).value();
-  const R threshold = swap_threshold(norm);
+  Square<T> A(block(form.A, j, j)), B(block(form.B, j, j));
+  if (!A.normalise() || !B.normalise()) return false;
+  Square<T> S = A, P = B;
   const SinglesSwap<T> swap(S, P);
-  if (!(magnitude(S.x[1]) + magnitude(P.x[1]) <= threshold)) return false;
-
-  const R error = FrobeniusNorm<R>().add(4, swap.error(S, A).x).add(4, swap.error(P, B).x).value();
-  if (!(error <= threshold)) return false;
+  if (!swap.is_good(S, A) || !swap.is_good(P, B)) return false;
   swap.apply(form, j);
   return true;
 }
@@ -131,8 +152,8 @@ bool swap_singles(const PencilForm<T>& form, Int j) {
 /// A matrix of order four at most. What is done to it begins in its first row and column.
 template <RealScalar R>
 struct SmallMatrix {
-  static constexpr Int ld = 4;
-  R x[ld * ld] = {};
+  static constexpr Int ld = 4, size = ld * ld;
+  R x[size] = {};
 
   R* at(Int i, Int j) { return x + (i - 1) + (j - 1) * ld; }
   R& operator()(Int i, Int j) { return *at(i, j); }
@@ -169,15 +190,21 @@ class NeighbourBlocks {
 
   /// False if the swap is rejected.
   bool swap() {
-    copy(A_, trial_.S);
-    copy(B_, trial_.P);
-    const R norm = norm_of(trial_.S, trial_.P, order_, order_);
-    const R threshold = swap_threshold(norm);
+    copy(A_, a_);
+    copy(B_, b_);
+    const PowerOfSize<R> size_of_a(Small::size, a_.x), size_of_b(Small::size, b_.x);
+    if (!size_of_a.is_finite() || !size_of_b.is_finite()) return false;
+    size_of_a.take_from(a_.x);
+    size_of_b.take_from(b_.x);
+    trial_.S = a_;
+    trial_.P = b_;
     exchange();
-    if (!make_triangular(threshold) || !(error() <= threshold)) return false;
+    if (!make_triangular() || !is_near(trial_.S, a_) || !is_near(trial_.P, b_)) return false;
     laset('F', n1_, n2_, R(0), R(0), trial_.S.at(n2_ + 1, 1), trial_.S.ld);
     if (n2_ == 2) standardise(1);
     if (n1_ == 2) standardise(n2_ + 1);
+    size_of_a.give_back_to(trial_.S.x);
+    size_of_b.give_back_to(trial_.P.x);
     apply();
     return true;
   }
@@ -189,8 +216,8 @@ class NeighbourBlocks {
     lacpy('F', order_, order_, from.data, from.ld, to.data, to.ld);
   }
 
-  static R norm_of(Matrix<const R> X, Matrix<const R> Y, Int m, Int n) {
-    return FrobeniusNorm<R>().add(m, n, X).add(m, n, Y).value();
+  R threshold_of(const Small& origin) const {
+    return swap_threshold(FrobeniusNorm<R>().add(Small::size, origin.x).value());
   }
 
   /// C := op(A) op(B), or C - op(A) op(B)
@@ -230,7 +257,7 @@ class NeighbourBlocks {
 
   /// Makes P triangular from the right or from the left, whichever leaves less of S below the blocks. False if that is
   /// too much.
-  bool make_triangular(R threshold) {
+  bool make_triangular() {
     Trial<R> other = trial_;
     R tau[4], room[4];
     Int info;
@@ -250,24 +277,19 @@ class NeighbourBlocks {
     const bool take_other = other_rest <= rest;
     if (take_other) trial_ = other;
     laset('L', order_ - 1, order_ - 1, R(0), R(0), trial_.P.at(2, 1), trial_.P.ld);
-    return (take_other ? other_rest : rest) <= threshold;
+    return (take_other ? other_rest : rest) <= threshold_of(a_);
   }
 
   R rest_below(const Trial<R>& trial) const {
     return FrobeniusNorm<R>().add(n1_, n2_, block<const R>(trial.S, n2_ + 1, 1)).value();
   }
 
-  /// How far the trial, transformed back, is from where it came.
-  R error() {
-    Small errors[2];
-    copy(A_, errors[0]);
-    copy(B_, errors[1]);
-    for (const Int k : {0, 1}) {
-      Small half;
-      multiply('N', 'N', trial_.U, k == 0 ? trial_.S : trial_.P, half);
-      multiply('N', 'N', half, trial_.V, errors[k], true);
-    }
-    return norm_of(errors[0], errors[1], order_, order_);
+  /// Whether a matrix of the trial, transformed back, is near enough to where it came from.
+  bool is_near(const Small& X, const Small& origin) const {
+    Small half, error = origin;
+    multiply('N', 'N', trial_.U, X, half);
+    multiply('N', 'N', half, trial_.V, error, true);
+    return FrobeniusNorm<R>().add(Small::size, error.x).value() <= threshold_of(origin);
   }
 
   /// Brings the block of order two in rows k, k + 1 to standard form.
@@ -330,6 +352,7 @@ class NeighbourBlocks {
   Matrix<R> A_, B_;
   Int j1_, n1_, n2_, order_;
   R* work_;
+  Small a_, b_;  ///< what is swapped, of sizes about one
   Trial<R> trial_;
 };
 

@@ -224,29 +224,76 @@ TYPED_TEST(PencilSwap, ExchangesInfiniteAndZeroAndEqualValues) {
   equal.expect_equivalent();
 }
 
-/// Both matrices near an end of the range, where products of their elements are not numbers any more.
+/// Sizes of both matrices make no difference, also near an end of the range, where products of their elements are not
+/// numbers any more.
 TYPED_TEST(PencilSwap, ScalesWithThePair) {
   using T = TypeParam;
   const int far = std::same_as<Real<T>, float> ? 90 : 930;
-  for (const int of_a : {-far, far}) {
-    for (const int of_b : {-far, far}) {
-      const ReorderedPencil<T> plain = this->problem({1, 1, 1});
-      ReorderedPencil<T> expected = plain, scaled = plain;
-      // Which of the two matrices tells the left rotation depends on their sizes.
-      const int exponents[] = {of_a / 9, of_b / 9};
-      scale_by_power(expected.form.A, exponents[0]);
-      scale_by_power(expected.form.B, exponents[1]);
-      scale_by_power(scaled.form.A, of_a);
-      scale_by_power(scaled.form.B, of_b);
-      expected.swap(2);
-      scaled.swap(2);
-      EXPECT_EQ(scaled.info, 0);
-      EXPECT_EQ(expected.info, 0);
-      scale_by_power(expected.form.A, of_a - exponents[0]);
-      scale_by_power(expected.form.B, of_b - exponents[1]);
-      EXPECT_TRUE(scaled.form.A.same_as(expected.form.A)) << of_a << ", " << of_b;
-      EXPECT_TRUE(scaled.form.B.same_as(expected.form.B)) << of_a << ", " << of_b;
-      EXPECT_TRUE(scaled.Q.same_as(expected.Q) && scaled.Z.same_as(expected.Z));
+  for (const std::vector<Int>& blocks : {std::vector<Int>{1, 1, 1, 1}, {1, 1, 2, 1}, {1, 2, 1, 1}, {1, 2, 2, 1}}) {
+    if (ComplexScalar<T> && blocks[1] + blocks[2] > 2) continue;
+    const ReorderedPencil<T> plain = this->problem(blocks);
+    for (const int of_a : {-far, 0, far}) {
+      for (const int of_b : {-far, 0, far}) {
+        ReorderedPencil<T> expected = plain, scaled = plain;
+        scale_by_power(scaled.form.A, of_a);
+        scale_by_power(scaled.form.B, of_b);
+        expected.swap(2, blocks[1], blocks[2]);
+        scaled.swap(2, blocks[1], blocks[2]);
+        EXPECT_EQ(scaled.info, 0);
+        EXPECT_EQ(expected.info, 0);
+        scale_by_power(expected.form.A, of_a);
+        scale_by_power(expected.form.B, of_b);
+        EXPECT_TRUE(scaled.form.A.same_as(expected.form.A)) << of_a << ", " << of_b;
+        EXPECT_TRUE(scaled.form.B.same_as(expected.form.B)) << of_a << ", " << of_b;
+        EXPECT_TRUE(scaled.Q.same_as(expected.Q) && scaled.Z.same_as(expected.Z));
+      }
+    }
+  }
+}
+
+/// Powers of two by which one matrix of a pair is larger or smaller than the other one.
+template <RealScalar R>
+std::vector<int> exponents_of_ratios() {
+  if (std::same_as<R, float>) return {0, -30, 30, -60, 60, -100, 100};
+  return {0, -30, 30, -60, 60, -300, 300, -900, 900};
+}
+
+/// Either matrix keeps what it has beside a much larger one, also where the eigenvalue that moves up has a small share
+/// in one of them.
+TYPED_TEST(PencilSwap, KeepsTheDigitsOfEitherMatrix) {
+  using T = TypeParam;
+  for (const int exponent : exponents_of_ratios<Real<T>>()) {
+    for (const bool in_a : {true, false}) {
+      for (const int of_s : {0, -8, -16, -24, -40}) {
+        for (const int of_p : {0, -8, -16, -24, -40}) {
+          SCOPED_TRACE(testing::Message() << exponent << in_a << ", " << of_s << ", " << of_p);
+          Pencil<T> pencil = random_pencil_schur_form<T>(this->random, {1, 1, 1, 1}, 5);
+          pencil.A(3, 3) *= std::ldexp(Real<T>(1), of_s);
+          pencil.B(3, 3) *= std::ldexp(Real<T>(1), of_p);
+          scale_by_power(in_a ? pencil.A : pencil.B, exponent);
+          ReorderedPencil<T> problem(pencil, this->random);
+          problem.swap(2);
+          EXPECT_EQ(problem.info, 0);
+          problem.expect_equivalent();
+        }
+      }
+    }
+  }
+}
+
+/// A zero matrix has no size that the other one could be brought to.
+TYPED_TEST(PencilSwap, ExchangesBesideAZeroMatrix) {
+  using T = TypeParam;
+  for (const int exponent : exponents_of_ratios<Real<T>>()) {
+    for (const bool a_is_zero : {true, false}) {
+      Pencil<T> pencil = this->problem({1, 1, 1}).form;
+      GuardedMatrix<T>&zero = a_is_zero ? pencil.A : pencil.B, &other = a_is_zero ? pencil.B : pencil.A;
+      for (Int j = 1; j <= 3; ++j) std::fill_n(&zero(1, j), 3, T(0));
+      scale_by_power(other, exponent);
+      ReorderedPencil<T> problem(pencil, this->random);
+      problem.swap(2);
+      EXPECT_EQ(problem.info, 0);
+      problem.expect_equivalent();
     }
   }
 }
@@ -420,6 +467,31 @@ TYPED_TEST(PencilReordering, MovesEachBlockToEachPlace) {
           EXPECT_TRUE(wantq ? one.Q.same_as(both.Q) : one.Z.same_as(both.Z));
           EXPECT_TRUE(wantq ? one.Z.unchanged() : one.Q.unchanged());
         }
+      }
+    }
+  }
+}
+
+TYPED_TEST(PencilReordering, MovesBlocksWhateverTheRatioOfNorms) {
+  using T = TypeParam;
+  const std::vector<Int> blocks{2, 1, 2, 1, 2};
+  for (const int exponent : exponents_of_ratios<Real<T>>()) {
+    for (const bool in_a : {true, false}) {
+      for (const auto& [from, to] : {std::pair{1, 8}, {8, 1}, {4, 1}, {3, 7}}) {
+        SCOPED_TRACE(testing::Message() << exponent << in_a << ", " << from << " to " << to);
+        Pencil<T> pencil = distinct_pencil_schur_form<T>(this->random, blocks);
+        std::vector<PencilValue> expected;
+        const std::vector<PencilValue> values = values_of(pencil);
+        const Moved moved(ComplexScalar<T> ? std::vector<Int>(8, 1) : blocks, from, to);
+        for (const Int row : moved.rows) expected.push_back(values[std::size_t(row - 1)]);
+        scale_by_power(in_a ? pencil.A : pencil.B, exponent);
+        ReorderedPencil<T> problem(pencil, this->random);
+        Int ifst = from, ilst = to;
+        problem.move(ifst, ilst);
+        EXPECT_EQ(problem.info, 0);
+        problem.expect_equivalent();
+        scale_by_power(in_a ? problem.form.A : problem.form.B, -exponent);
+        problem.expect_values(expected, 3000 * epsilon<T>);
       }
     }
   }
