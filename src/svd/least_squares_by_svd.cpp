@@ -113,7 +113,7 @@ class SolutionBySvd {
 
   /// Divides rows of B by their values, or clears them.
   void divide_by_values() {
-    const R relative = rcond_ < 0 ? Machine<R>::precision : rcond_;
+    const R relative = rcond_ >= 0 ? rcond_ : Machine<R>::precision;
     const R threshold = std::max(relative * s_[0], Machine<R>::safe_min);
     for (Int i = 1; i <= k_; ++i) {
       if (s_[i - 1] <= threshold) {

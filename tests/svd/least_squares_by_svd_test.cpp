@@ -192,6 +192,7 @@ TYPED_TEST(LeastSquaresBySvd, CountAsZeroWhatIsNoMoreThanRcond) {
                                                  {SvdMethod::iteration, R(-1), precision},
                                                  {SvdMethod::iteration, R(-0.5), precision},
                                                  {SvdMethod::iteration, R(0), least},
+                                                 {SvdMethod::iteration, std::numeric_limits<R>::quiet_NaN(), precision},
                                                  {SvdMethod::division, R(0.25), R(0.25)},
                                                  {SvdMethod::division, R(-1), unit},
                                                  {SvdMethod::division, R(0), unit},
