@@ -281,6 +281,27 @@ TYPED_TEST(PencilSwap, KeepsTheDigitsOfEitherMatrix) {
   }
 }
 
+/// The reciprocals of the powers of two near such sizes are not in range.
+TYPED_TEST(PencilSwap, ExchangesBesideAMatrixBelowTheNormalNumbers) {
+  using T = TypeParam;
+  constexpr int digits = 10;
+  for (const bool in_a : {true, false}) {
+    Pencil<T> pencil = this->problem({1, 1, 1}).form;
+    GuardedMatrix<T>& small = in_a ? pencil.A : pencil.B;
+    scale_by_power(small, std::numeric_limits<Real<T>>::min_exponent - std::numeric_limits<Real<T>>::digits + digits);
+    ReorderedPencil<T> problem(pencil, this->random);
+    problem.swap(2);
+    EXPECT_EQ(problem.info, 0);
+    EXPECT_TRUE(is_form(problem.form));
+    // The second eigenvalue is 1, the third one 3/2, but for the ratio and the digits that are left.
+    const GuardedMatrix<T>& moved = in_a ? problem.form.A : problem.form.B;
+    const GuardedMatrix<T>& other = in_a ? problem.form.B : problem.form.A;
+    const double ratio =
+        double(std::abs(moved(2, 2)) / std::abs(moved(3, 3))) * double(std::abs(other(3, 3)) / std::abs(other(2, 2)));
+    EXPECT_NEAR(in_a ? ratio : 1 / ratio, 1.5, 0.05);
+  }
+}
+
 /// A zero matrix has no size that the other one could be brought to.
 TYPED_TEST(PencilSwap, ExchangesBesideAZeroMatrix) {
   using T = TypeParam;
