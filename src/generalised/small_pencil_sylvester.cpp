@@ -116,8 +116,7 @@ class BlockSystem {
     multiply_halves(-sizes);
     if (const Int perturbed = factorise(); perturbed > 0) progress.info = perturbed;
 
-    Int unit = (sizes_of_right_side() + before).greatest();
-    if (unit < GreatestExponent<T>::of_zeros / 2) unit = 0;
+    const Int unit = (sizes_of_right_side() + before).greatest();
     multiply_right_side(before + Exponents{-unit, -unit});
     R scale;
     gesc2(2 * half_, z_, greatest_order, rhs_, ipiv_, jpiv_, scale);

@@ -173,9 +173,10 @@ TYPED_TEST(SmallPencilSylvester, PerturbsHalvesOfZeros) {
     for (const int exponent : exponents_of_halves<R>()) {
       const R factor = std::ldexp(R(1), exponent);
       EquationData<T> data(this->random, {1}, {1});
-      (upper ? data.A : data.D)(1, 1) = (upper ? data.B : data.E)(1, 1) = (upper ? data.C : data.F)(1, 1) = T(0);
-      for (GuardedMatrix<T>* X : {&data.A, &data.B, &data.C, &data.D, &data.E, &data.F}) X->seal();
-      data.scale_half(!upper, factor, false);
+      (upper ? data.A : data.D)(1, 1) = (upper ? data.B : data.E)(1, 1) = T(0);
+      for (GuardedMatrix<T>* X : {&data.A, &data.B, &data.D, &data.E}) X->seal();
+      data.scale_half(!upper, factor, true);
+      data.scale_right_side(factor);
       SmallEquation<T> equation(data);
       equation.solve();
       EXPECT_GT(equation.info, 0);
@@ -211,8 +212,35 @@ TYPED_TEST(SmallPencilSylvester, PerturbsInProportionToEachHalf) {
         const T r = equation.r(1, 1), l = equation.l(1, 1), a = data.A(1, 1), d = data.D(1, 1);
         const T left = trans == 'N' ? (r - l) * a : a * r + d * l;
         EXPECT_NEAR(double(std::abs(left - data.C(1, 1)) / std::abs(data.C(1, 1))), 0, 50 * epsilon<T>);
+        if (trans != 'N') continue;
+        for (const Int ijob : {1, 2}) {
+          equation.ijob = ijob;
+          equation.solve();
+          EXPECT_GT(equation.info, 0);
+        }
       }
     }
+  }
+}
+
+/// The first unknowns that are found come down so far that products of them and of large coefficients are in range.
+TYPED_TEST(SmallPencilSylvester, ScalesForLargeCoefficientsElsewhere) {
+  using T = TypeParam;
+  using R = Real<T>;
+  using Limits = std::numeric_limits<R>;
+  EquationData<T> data(this->random, {1, 1}, {1});
+  data.A(1, 2) = std::ldexp(R(1), Limits::digits * 3 / 2);
+  data.A.seal();
+  data.scale_right_side(std::ldexp(R(1), Limits::max_exponent - 10));
+  SmallEquation<T> equation(data);
+  for (const char trans : letters<T>()) {
+    equation.trans = trans;
+    equation.solve();
+    EXPECT_EQ(equation.info, 0);
+    EXPECT_GT(equation.scale, R(0));
+    EXPECT_LT(equation.scale, R(1));
+    EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
+    EXPECT_LT(equation.residual(), equation_threshold);
   }
 }
 
