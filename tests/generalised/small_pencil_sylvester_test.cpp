@@ -165,6 +165,29 @@ TYPED_TEST(SmallPencilSylvester, SolvesNearTheEndsOfTheRange) {
   }
 }
 
+/// Coefficients below those that powers of two in range bring to one.
+TYPED_TEST(SmallPencilSylvester, SolvesWithTheSmallestNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  EquationData<T> data(this->random, {1}, {1});
+  const auto set = [](GuardedMatrix<T>& X, int units) {
+    X(1, 1) = T(R(units) * std::numeric_limits<R>::denorm_min());
+    X.seal();
+  };
+  set(data.A, 3);
+  set(data.B, 1);
+  set(data.C, 5);
+  set(data.D, 2);
+  set(data.E, 5);
+  set(data.F, -1);
+  SmallEquation<T> equation(data);
+  equation.solve();
+  EXPECT_EQ(equation.info, 0);
+  EXPECT_EQ(equation.scale, R(1));
+  EXPECT_NEAR(double(std::abs(equation.r(1, 1) - R(2))), 0, 20 * epsilon<T>);
+  EXPECT_NEAR(double(std::abs(equation.l(1, 1) - R(1))), 0, 20 * epsilon<T>);
+}
+
 /// A half of zeros makes a system singular: its perturbation goes with the other half.
 TYPED_TEST(SmallPencilSylvester, PerturbsHalvesOfZeros) {
   using T = TypeParam;
