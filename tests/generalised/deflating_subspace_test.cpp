@@ -177,6 +177,13 @@ struct PencilSelection {
   }
 };
 
+/// Exponents of ||A|| / ||B|| beyond what rounding errors of either leave of the other.
+template <RealScalar R>
+std::vector<int> exponents_of_norms() {
+  if (std::numeric_limits<R>::max_exponent < 200) return {-90, -60, -30, 30, 60, 90};
+  return {-300, -60, 60, 300};
+}
+
 template <class T>
 class DeflatingSubspace : public ReportingTest {
  protected:
@@ -284,6 +291,43 @@ TYPED_TEST(DeflatingSubspace, JudgesBothSubspaces) {
     }
   }
   EXPECT_GT(exact, count / 2);
+}
+
+/// A that is much larger or smaller than B: the projectors stay, and Dif is nearly that of B or goes with A.
+TYPED_TEST(DeflatingSubspace, JudgesPencilsOfMatricesOfDifferentSize) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& blocks : {std::vector<Int>{1, 1}, {1, 2, 1}, {2, 2, 1}}) {
+    const PencilSelection<T> problem = this->problem(blocks).choose({1});
+    PencilSelection<T> plain = problem;
+    plain.reorder();
+    const auto [pl, pr] = plain.exact_projectors();
+    for (const int exponent : exponents_of_norms<R>()) {
+      for (const Int ijob : {4, 5}) {
+        SCOPED_TRACE(testing::Message() << problem.n << " rows, job " << ijob << ", 2^" << exponent);
+        PencilSelection<T> call = problem;
+        const R factor = std::ldexp(R(1), exponent);
+        for (Int j = 1; j <= call.n; ++j) {
+          for (Int i = 1; i <= std::min(call.n, j + (RealScalar<T> ? 1 : 0)); ++i) call.form.A(i, j) *= factor;
+        }
+        call.seal();
+        call.ijob = ijob;
+        call.reorder();
+        EXPECT_EQ(call.info, 0);
+        EXPECT_NEAR(call.pl / pl, 1, 3000 * epsilon<T>);
+        EXPECT_NEAR(call.pr / pr, 1, 3000 * epsilon<T>);
+        // Looking ahead takes squares of the ratio.
+        if (ijob == 4 && 2 * std::abs(exponent) > std::numeric_limits<R>::max_exponent) continue;
+        for (const Int k : {1, 2}) {
+          WideMatrix<T> inverted = inverse<T>(plain.dif_operator(k == 1));
+          inverted.leftCols(inverted.rows() / 2) /= WideReal<T>(factor);
+          const double norm = ijob == 5 ? one_norm<T>(inverted) : double(wide_singular_values<T>(inverted).maxCoeff());
+          EXPECT_GE(call.dif(k) * norm, 1 - 3000 * epsilon<T>) << k;
+          EXPECT_LE(call.dif(k) * norm, ijob == 5 ? 3 : 10) << k;
+        }
+      }
+    }
+  }
 }
 
 TYPED_TEST(DeflatingSubspace, GivesWhatTheJobNames) {

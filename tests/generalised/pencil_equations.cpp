@@ -1,5 +1,7 @@
 #include "generalised/pencil_equations.hpp"
 
+#include "support/wide_spectrum.hpp"
+
 #include <algorithm>
 
 #include "routines.hpp"
@@ -93,6 +95,18 @@ void EquationData<T>::scale_right_side(R factor) {
 }
 
 template <Scalar T>
+void EquationData<T>::scale_half(bool upper, R factor, bool is_adjoint) {
+  if (upper) {
+    for (GuardedMatrix<T>* S : {&A, &B}) {
+      multiply(*S, factor, [](Int i, Int j) { return i <= j + (RealScalar<T> ? 1 : 0); });
+    }
+  } else {
+    for (GuardedMatrix<T>* P : {&D, &E}) multiply(*P, factor, [](Int i, Int j) { return i <= j; });
+  }
+  if (!is_adjoint) multiply(upper ? C : F, factor, [](Int, Int) { return true; });
+}
+
+template <Scalar T>
 void EquationData<T>::couple_weakly() {
   for (GuardedMatrix<T>* S : {&A, &B, &D, &E}) multiply(*S, R(0.1), [](Int i, Int j) { return i <= j - 2; });
 }
@@ -122,6 +136,13 @@ WideMatrix<T> stacked(const GuardedMatrix<T>& R, const GuardedMatrix<T>& L) {
   const WideMatrix<T> r = wide(R), l = wide(L);
   x << r.reshaped(), l.reshaped();
   return x;
+}
+
+template <Scalar T>
+double least_singular_value(const WideMatrix<T>& K, Real<T> factor_of_upper_half) {
+  WideMatrix<T> inverted = inverse<T>(K);
+  inverted.leftCols(K.rows() / 2) /= WideReal<T>(factor_of_upper_half);
+  return double(1 / wide_singular_values<T>(inverted).maxCoeff());
 }
 
 template <Scalar T>
@@ -158,6 +179,7 @@ double equation_error(const EquationData<T>& data, bool is_adjoint, const Guarde
   template struct SchurPair<T>;                                                                                     \
   template struct EquationData<T>;                                                                                  \
   template WideMatrix<T> stacked(const GuardedMatrix<T>&, const GuardedMatrix<T>&);                                 \
+  template double least_singular_value<T>(const WideMatrix<T>&, Real<T>);                                           \
   template double equation_residual(const EquationData<T>&, bool, const GuardedMatrix<T>&, const GuardedMatrix<T>&, \
                                     Real<T>);                                                                       \
   template double equation_error(const EquationData<T>&, bool, const GuardedMatrix<T>&, const GuardedMatrix<T>&,    \

@@ -2,6 +2,7 @@
 
 // Generalised Sylvester equations to try methods on, and how good their solutions are, judged in the next wider type.
 
+#include <limits>
 #include <numeric>
 #include <vector>
 
@@ -43,6 +44,9 @@ struct EquationData {
   void scale_coefficients(R factor);
   void scale_right_side(R factor);
 
+  /// Multiplies A, B and C, or D, E and F. R and L stay; of the adjoint, if C and F stay as well, R or L is divided.
+  void scale_half(bool upper, R factor, bool is_adjoint);
+
   /// Makes elements far from the diagonals small, so that solutions don't grow from block to block.
   void couple_weakly();
 
@@ -55,6 +59,19 @@ struct EquationData {
 /// Columns of R, and below them those of L.
 template <Scalar T>
 WideMatrix<T> stacked(const GuardedMatrix<T>& R, const GuardedMatrix<T>& L);
+
+/// The factors by which tests make one half of an equation larger than the other, from far beyond what rounding errors
+/// of either leave of the other to near the ends of the range, as exponents.
+template <RealScalar R>
+std::vector<int> exponents_of_halves() {
+  if (std::numeric_limits<R>::max_exponent < 200) return {-90, -60, -30, 30, 60, 90};
+  return {-300, -60, 60, 300};
+}
+
+/// The least singular value of a matrix with the upper half of its rows multiplied by a factor. It comes from those of
+/// the inverse: beside a large factor the least one of the product itself would be lost.
+template <Scalar T>
+double least_singular_value(const WideMatrix<T>& K, Real<T> factor_of_upper_half);
 
 /// The largest element of what is left of both equations in units of
 ///

@@ -243,6 +243,66 @@ TYPED_TEST(PencilSylvester, EstimatesTheSeparation) {
   }
 }
 
+/// Equations of which one half has been multiplied by a power of two. By the same one the solution goes back to that of
+/// the equation they come from.
+TYPED_TEST(PencilSylvester, SolvesWithHalvesOfDifferentSize) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& left : borders) {
+    const EquationData<T> data(this->random, left, {1, 2});
+    for (const char trans : {'N', adjoint_letter<T>}) {
+      for (const bool upper : {true, false}) {
+        for (const int exponent : exponents_of_halves<R>()) {
+          SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent << ", " << upper);
+          const R factor = std::ldexp(R(1), exponent);
+          EquationData<T> scaled = data;
+          scaled.scale_half(upper, factor, trans != 'N');
+          LongEquation<T> equation(scaled);
+          equation.trans = trans;
+          equation.with_job(0).solve();
+          EXPECT_EQ(equation.info, 0);
+          EXPECT_EQ(equation.scale, R(1));
+          if (trans != 'N') {
+            GuardedMatrix<T>& divided = upper ? equation.r : equation.l;
+            for (Int j = 1; j <= data.n; ++j) {
+              for (Int i = 1; i <= data.m; ++i) divided(i, j) *= factor;
+            }
+          }
+          EXPECT_LT(equation_residual<T>(data, trans != 'N', equation.r, equation.l, R(1)), equation_threshold);
+          EXPECT_LT(equation_error<T>(data, trans != 'N', equation.r, equation.l, R(1)), 1);
+        }
+      }
+    }
+  }
+}
+
+/// As far as the square of their ratio is in range. Beyond that it is perturbed, and finite.
+TYPED_TEST(PencilSylvester, EstimatesTheSeparationOfHalvesOfDifferentSize) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& left : borders) {
+    const EquationData<T> data(this->random, left, {1, 2});
+    if (data.m > 5) continue;
+    for (const int exponent : exponents_of_halves<R>()) {
+      const bool is_in_range = 2 * std::abs(exponent) <= std::numeric_limits<R>::max_exponent;
+      const R factor = std::ldexp(R(1), exponent);
+      EquationData<T> scaled = data;
+      scaled.scale_half(true, factor, false);
+      LongEquation<T> equation(scaled);
+      const double exact = least_singular_value<T>(data.kronecker(), factor);
+      for (const Int ijob : {3, 4}) {
+        SCOPED_TRACE(testing::Message() << data.m << " rows, job " << ijob << ", 2^" << exponent);
+        equation.with_job(ijob).solve();
+        EXPECT_EQ(equation.info > 0, !is_in_range);
+        EXPECT_TRUE(std::isfinite(equation.dif));
+        if (!is_in_range) continue;
+        EXPECT_GT(equation.dif / exact, 1 - 1000 * epsilon<T>);
+        EXPECT_LT(equation.dif / exact, 10);
+      }
+    }
+  }
+}
+
 /// Of a pencil that has nearly an eigenvalue of the other, at each place.
 TYPED_TEST(PencilSylvester, EstimatesASmallSeparation) {
   using T = TypeParam;

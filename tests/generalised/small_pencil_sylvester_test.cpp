@@ -108,6 +108,165 @@ TYPED_TEST(SmallPencilSylvester, ScalesWhatWouldOverflow) {
   }
 }
 
+/// Equations of which one half has been multiplied by a power of two. By the same one the solution goes back to that of
+/// the equation they come from.
+TYPED_TEST(SmallPencilSylvester, SolvesWithHalvesOfDifferentSize) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const std::vector<Int>& left : block_shapes) {
+    const EquationData<T> data(this->random, left, {1, 2});
+    for (const char trans : {'N', adjoint_letter<T>}) {
+      for (const bool upper : {true, false}) {
+        for (const int exponent : exponents_of_halves<R>()) {
+          SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent << ", " << upper);
+          const R factor = std::ldexp(R(1), exponent);
+          EquationData<T> scaled = data;
+          scaled.scale_half(upper, factor, trans != 'N');
+          SmallEquation<T> equation(scaled);
+          equation.trans = trans;
+          equation.solve();
+          EXPECT_EQ(equation.info, 0);
+          EXPECT_EQ(equation.scale, R(1));
+          if (trans != 'N') {
+            GuardedMatrix<T>& divided = upper ? equation.r : equation.l;
+            for (Int j = 1; j <= data.n; ++j) {
+              for (Int i = 1; i <= data.m; ++i) divided(i, j) *= factor;
+            }
+          }
+          EXPECT_LT(equation_residual<T>(data, trans != 'N', equation.r, equation.l, R(1)), equation_threshold);
+          EXPECT_LT(equation_error<T>(data, trans != 'N', equation.r, equation.l, R(1)), 1);
+        }
+      }
+    }
+  }
+}
+
+/// Where no solution overflows none is scaled, and no pivot is taken for zero.
+TYPED_TEST(SmallPencilSylvester, SolvesNearTheEndsOfTheRange) {
+  using T = TypeParam;
+  using R = Real<T>;
+  using Limits = std::numeric_limits<R>;
+  for (const std::vector<Int>& left : block_shapes) {
+    const EquationData<T> data(this->random, left, {2, 1});
+    for (const int exponent : {Limits::max_exponent - 12, Limits::min_exponent + Limits::digits}) {
+      EquationData<T> scaled = data;
+      scaled.scale_coefficients(std::ldexp(R(1), exponent));
+      scaled.scale_right_side(std::ldexp(R(1), exponent));
+      SmallEquation<T> equation(scaled);
+      for (const char trans : letters<T>()) {
+        SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent);
+        equation.trans = trans;
+        equation.solve();
+        EXPECT_EQ(equation.info, 0);
+        EXPECT_EQ(equation.scale, R(1));
+        EXPECT_LT(equation_residual<T>(data, equation.is_adjoint(), equation.r, equation.l, R(1)), equation_threshold);
+      }
+    }
+  }
+}
+
+/// Coefficients below those that powers of two in range bring to one.
+TYPED_TEST(SmallPencilSylvester, SolvesWithTheSmallestNumbers) {
+  using T = TypeParam;
+  using R = Real<T>;
+  EquationData<T> data(this->random, {1}, {1});
+  const auto set = [](GuardedMatrix<T>& X, int units) {
+    X(1, 1) = T(R(units) * std::numeric_limits<R>::denorm_min());
+    X.seal();
+  };
+  set(data.A, 3);
+  set(data.B, 1);
+  set(data.C, 5);
+  set(data.D, 2);
+  set(data.E, 5);
+  set(data.F, -1);
+  SmallEquation<T> equation(data);
+  equation.solve();
+  EXPECT_EQ(equation.info, 0);
+  EXPECT_EQ(equation.scale, R(1));
+  EXPECT_NEAR(double(std::abs(equation.r(1, 1) - R(2))), 0, 20 * epsilon<T>);
+  EXPECT_NEAR(double(std::abs(equation.l(1, 1) - R(1))), 0, 20 * epsilon<T>);
+}
+
+/// A half of zeros makes a system singular: its perturbation goes with the other half.
+TYPED_TEST(SmallPencilSylvester, PerturbsHalvesOfZeros) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const bool upper : {true, false}) {
+    for (const int exponent : exponents_of_halves<R>()) {
+      const R factor = std::ldexp(R(1), exponent);
+      EquationData<T> data(this->random, {1}, {1});
+      (upper ? data.A : data.D)(1, 1) = (upper ? data.B : data.E)(1, 1) = T(0);
+      for (GuardedMatrix<T>* X : {&data.A, &data.B, &data.D, &data.E}) X->seal();
+      data.scale_half(!upper, factor, true);
+      data.scale_right_side(factor);
+      SmallEquation<T> equation(data);
+      equation.solve();
+      EXPECT_GT(equation.info, 0);
+      EXPECT_EQ(equation.scale, R(1));
+      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
+      EXPECT_LT(equation.residual(), equation_threshold);
+    }
+  }
+}
+
+/// Beside the coefficients, of whatever size, the perturbation of a singular system is small.
+TYPED_TEST(SmallPencilSylvester, PerturbsInProportionToEachHalf) {
+  using T = TypeParam;
+  using R = Real<T>;
+  for (const bool upper : {true, false}) {
+    for (const char trans : {'N', adjoint_letter<T>}) {
+      for (const int exponent : exponents_of_halves<R>()) {
+        EquationData<T> data(this->random, {1}, {1});
+        const R factor = std::ldexp(R(1), exponent);
+        data.A(1, 1) = data.B(1, 1) = T(upper ? 3 * factor : R(3));
+        data.D(1, 1) = data.E(1, 1) = T(upper ? R(2) : 2 * factor);
+        for (GuardedMatrix<T>* X : {&data.A, &data.B, &data.D, &data.E}) X->seal();
+        data.C(1, 1) = data.A(1, 1) * R(5);
+        data.F(1, 1) = trans == 'N' ? data.D(1, 1) * R(5) : -data.C(1, 1);
+        data.C.seal();
+        data.F.seal();
+        SmallEquation<T> equation(data);
+        equation.trans = trans;
+        equation.solve();
+        EXPECT_GT(equation.info, 0);
+        EXPECT_EQ(equation.scale, R(1));
+        // Both equations are the same, and have solutions of moderate size.
+        const T r = equation.r(1, 1), l = equation.l(1, 1), a = data.A(1, 1), d = data.D(1, 1);
+        const T left = trans == 'N' ? (r - l) * a : a * r + d * l;
+        EXPECT_NEAR(double(std::abs(left - data.C(1, 1)) / std::abs(data.C(1, 1))), 0, 50 * epsilon<T>);
+        if (trans != 'N') continue;
+        for (const Int ijob : {1, 2}) {
+          equation.ijob = ijob;
+          equation.solve();
+          EXPECT_GT(equation.info, 0);
+        }
+      }
+    }
+  }
+}
+
+/// The first unknowns that are found come down so far that products of them and of large coefficients are in range.
+TYPED_TEST(SmallPencilSylvester, ScalesForLargeCoefficientsElsewhere) {
+  using T = TypeParam;
+  using R = Real<T>;
+  using Limits = std::numeric_limits<R>;
+  EquationData<T> data(this->random, {1, 1}, {1});
+  data.A(1, 2) = std::ldexp(R(1), Limits::digits * 3 / 2);
+  data.A.seal();
+  data.scale_right_side(std::ldexp(R(1), Limits::max_exponent - 10));
+  SmallEquation<T> equation(data);
+  for (const char trans : letters<T>()) {
+    equation.trans = trans;
+    equation.solve();
+    EXPECT_EQ(equation.info, 0);
+    EXPECT_GT(equation.scale, R(0));
+    EXPECT_LT(equation.scale, R(1));
+    EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
+    EXPECT_LT(equation.residual(), equation_threshold);
+  }
+}
+
 /// For an estimate, C and F come in as zeros: the right side is made on the way.
 TYPED_TEST(SmallPencilSylvester, ChoosesARightSideForAnEstimate) {
   using T = TypeParam;
