@@ -16,6 +16,8 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 RESIDUAL_BOUND = 10.0
+# The interpreter that packages of the distribution are for; the machine may have another one first on its path.
+PYTHON = "/usr/bin/python3"
 # A package without its tests would pass all of them.
 LEAST_NUMPY_TESTS = 200
 PROCESSES = 2
@@ -206,7 +208,7 @@ def count_of_tests(summary):
 def check_numpy(environment, judge):
     print("NumPy's tests of its linear algebra")
     with tempfile.TemporaryDirectory(prefix="nuv-numpy-") as folder:
-        output = run("python3", "-B", HERE / "numpy_tests.py", env={**environment, "PYTHONNOUSERSITE": "1"}, cwd=folder)
+        output = run(PYTHON, "-B", HERE / "numpy_tests.py", env={**environment, "PYTHONNOUSERSITE": "1"}, cwd=folder)
     said, maps = output.split("== maps\n")
     judge.check("NumPy", maps, ("libblas.so", "liblapack.so", "libnuv_lapack", "libnuv_kp"))
     print(f"  {count_of_tests(said.strip().splitlines()[-1])} tests passed, and none failed")
