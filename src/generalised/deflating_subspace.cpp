@@ -244,7 +244,8 @@ void negate(Int n, Vector<T> x) {
 /// Reads the eigenvalues, and makes beta positive where a block is of order one.
 template <RealScalar T>
 void standardise(const PencilForm<T>& form, T* alphar, T* alphai, T* beta) {
-  const auto& [wantq, wantz, n, A, B, Q, Z] = form;
+  const Int n = form.n;
+  const Matrix<T> A = form.A, B = form.B;
   for_each_diagonal_block(Matrix<const T>(A), n, true, [&](DiagonalBlock block) {
     const Int k = block.first;
     if (block.order() == 2) {
@@ -256,7 +257,7 @@ void standardise(const PencilForm<T>& form, T* alphar, T* alphai, T* beta) {
     if (std::signbit(B(k, k))) {
       negate(n - k + 1, row(A, k, k));
       negate(n - k + 1, row(B, k, k));
-      if (wantq) negate(n, column(Q, 1, k));
+      if (form.wantq) negate(n, column(form.Q, 1, k));
     }
     alphar[k - 1] = A(k, k);
     alphai[k - 1] = 0;
