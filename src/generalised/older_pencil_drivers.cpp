@@ -134,7 +134,6 @@ template <Scalar T>
 void unscale_one_by_one(const PencilSpine<T>& spine) {
   const CarefulUnscaling<Real<T>> unscaled(spine.scaling_of_a(), spine.scaling_of_b());
   if (!unscaled.is_needed()) return;
-  spine.keep_pairs_in_range();
   for (Int i = spine.missing() + 1; i <= spine.order(); ++i) {
     const auto scaled = parts_of<T>(spine.values(), i), parts = unscaled(scaled);
     if (parts.imaginary == 0) part_from_conjugate<T>(spine.values(), i, spine.order(), scaled.imaginary);

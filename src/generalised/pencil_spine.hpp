@@ -12,6 +12,7 @@
 #include "environment/block_plan.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norm_scaling.hpp"
 #include "frame/option_matching.hpp"
 #include "generalised/hessenberg_triangular.hpp"
 #include "generalised/pencil_balancing.hpp"
@@ -20,7 +21,6 @@
 #include "nonsymmetric/schur_spine.hpp"
 #include "orthogonal/form_q.hpp"
 #include "orthogonal/forms.hpp"
-#include "svd/norm_scaling.hpp"
 
 namespace nuv {
 
@@ -173,20 +173,8 @@ class PencilSpine {
     if (vectors_.right) turn('R', vectors_.R);
   }
 
-  /// Multiplies alpha and beta of a conjugate pair, where one of them would leave the range with the scaling, by what
-  /// brings it to the magnitude of its block on the diagonal: they are of that of an eigenvalue.
-  void keep_pairs_in_range() const {
-    if constexpr (RealScalar<T>) {
-      if (!scaling_of_a_.is_needed() && !scaling_of_b_.is_needed()) return;
-      for (Int i = missing_ + 1; i <= n_; ++i) {
-        if (values_.alpha.imaginary[i - 1] != 0) keep_in_range(i);
-      }
-    }
-  }
-
   /// Takes the scaling back from the eigenvalues that are there.
   void unscale_values() const {
-    keep_pairs_in_range();
     undo(scaling_of_a_, values_.alpha, missing_ + 1, n_ - missing_);
     scaling_of_b_.undo(n_ - missing_, values_.beta + missing_);
   }
@@ -269,28 +257,6 @@ class PencilSpine {
     });
     missing_ = info > n_ ? info - n_ : info;
     return info > n_ ? n_ + 1 : info;
-  }
-
-  /// The i-th eigenvalue, one of a pair.
-  void keep_in_range(Int i) const requires RealScalar<T> {
-    T &re = values_.alpha.real[i - 1], &im = values_.alpha.imaginary[i - 1], &beta = values_.beta[i - 1];
-    const auto multiply = [&](T factor) {
-      if (!(factor > 0) || !(factor <= Machine<T>::overflow)) return;
-      re *= factor;
-      im *= factor;
-      beta *= factor;
-    };
-    const Int first = im > 0 ? i : i - 1;
-    const T largest = std::max(std::abs(re), std::abs(im));
-    if (leaves_range(scaling_of_a_, largest)) {
-      multiply(std::max(std::abs(A_(i, i)), std::abs(A_(first, first + 1))) / largest);
-    }
-    if (leaves_range(scaling_of_b_, beta)) multiply(std::abs(B_(i, i)) / beta);
-  }
-
-  static bool leaves_range(const NormScaling<Real<T>>& scaling, Real<T> x) {
-    scaling.undo(1, &x);
-    return !(x >= Machine<Real<T>>::safe_min && x <= Machine<Real<T>>::overflow);
   }
 
   Int n_;

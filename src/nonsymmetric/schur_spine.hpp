@@ -9,12 +9,12 @@
 #include "base/matrix.hpp"
 #include "environment/block_plan.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norm_scaling.hpp"
 #include "nonsymmetric/balancing.hpp"
 #include "nonsymmetric/eigenvalue_array.hpp"
 #include "nonsymmetric/hessenberg_qr.hpp"
 #include "nonsymmetric/hessenberg_reduction.hpp"
 #include "orthogonal/q_of_reductions.hpp"
-#include "svd/norm_scaling.hpp"
 
 namespace nuv {
 

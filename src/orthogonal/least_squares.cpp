@@ -4,10 +4,10 @@
 
 #include "environment/block_plan.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norm_scaling.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "layer.hpp"
-#include "orthogonal/element_scaling.hpp"
 #include "orthogonal/forms.hpp"
 #include "orthogonal/lq_ql_rq.hpp"
 
@@ -108,14 +108,12 @@ void gels(char trans, Int m, Int n, Int nrhs, T* a, Int lda, T* b, Int ldb, T* w
   const System<T> system{transposed, m, n, nrhs, {a, lda}, {b, ldb}};
   const Int equations = transposed ? n : m, unknowns = transposed ? m : n;
   if (mn == 0 || nrhs == 0) return system.clear(1);
-  const ElementScaling<R> scaling_of_a(m, n, system.A);
-  if (scaling_of_a.norm == 0) return system.clear(1);
-  scaling_of_a.apply(m, n, system.A);
-  const ElementScaling<R> scaling_of_b(equations, nrhs, system.B);
-  scaling_of_b.apply(equations, nrhs, system.B);
+  const auto scaling_of_a = NormScaling<R>::without_squares(m, n, system.A);
+  if (scaling_of_a.norm() == 0) return system.clear(1);
+  const auto scaling_of_b = NormScaling<R>::without_squares(equations, nrhs, system.B);
 
   solve(system, work, lwork);
-  scaling_of_a.apply(unknowns, nrhs, system.B);  // X belongs to the scaled A
+  scaling_of_a.redo(unknowns, nrhs, system.B);  // X belongs to the scaled A
   scaling_of_b.undo('G', unknowns, nrhs, system.B);
   work[0] = best_lwork;
 }

@@ -8,12 +8,12 @@
 #include "environment/hermitian.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norm_scaling.hpp"
 #include "environment/norms_general.hpp"
 #include "frame/error_report.hpp"
 #include "layer.hpp"
 #include "orthogonal/apply_q.hpp"
 #include "orthogonal/apply_z.hpp"
-#include "orthogonal/element_scaling.hpp"
 #include "orthogonal/incremental_condition.hpp"
 #include "orthogonal/pivoted_qr.hpp"
 #include "orthogonal/trapezoidal.hpp"
@@ -252,17 +252,15 @@ Int solve_in_range(const System<T>& system, Real<T> rcond, const Way& way) {
     system.clear(1, n);
     return 0;
   }
-  const ElementScaling<Real<T>> scaling_of_a(m, n, A);
-  if (scaling_of_a.norm == 0) {
+  const auto scaling_of_a = NormScaling<Real<T>>::without_squares(m, n, A);
+  if (scaling_of_a.norm() == 0) {
     system.clear(1, std::max(m, n));
     return 0;
   }
-  scaling_of_a.apply(m, n, A);
-  const ElementScaling<Real<T>> scaling_of_b(m, nrhs, B);
-  scaling_of_b.apply(m, nrhs, B);
+  const auto scaling_of_b = NormScaling<Real<T>>::without_squares(m, nrhs, B);
 
   const Int rank = solve(system, rcond, way);
-  scaling_of_a.apply(n, nrhs, B);  // X belongs to the scaled A
+  scaling_of_a.redo(n, nrhs, B);  // X belongs to the scaled A
   scaling_of_a.undo('U', rank, rank, A);
   scaling_of_b.undo('G', n, nrhs, B);
   return rank;

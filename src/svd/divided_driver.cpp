@@ -1,11 +1,11 @@
 #include "svd/divided_driver.hpp"
 
+#include "environment/norm_scaling.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "svd/bidiagonal_division.hpp"
 #include "svd/divided_work_sizes.hpp"
 #include "svd/long_side.hpp"
-#include "svd/norm_scaling.hpp"
 #include "symmetric/real_factors.hpp"
 
 namespace nuv {

@@ -5,12 +5,12 @@
 
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
+#include "environment/norm_scaling.hpp"
 #include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
 #include "frame/error_report.hpp"
 #include "svd/bidiagonal_solution.hpp"
 #include "svd/least_squares_work_sizes.hpp"
-#include "svd/norm_scaling.hpp"
 
 namespace nuv {
 namespace {
@@ -172,14 +172,12 @@ template <Scalar T, class Solve>
 Int solve_in_range(Int m, Int n, Int nrhs, Matrix<T> A, Matrix<T> B, Real<T>* s, Solve solve) {
   using R = Real<T>;
   const NormScaling<R> scaling_of_a(m, n, A);
-  // The norm of a matrix of NaN may be zero; that of Frobenius is not.
-  if (scaling_of_a.norm() == 0 && lange('F', m, n, A.data, A.ld, static_cast<R*>(nullptr)) == 0) {
+  if (scaling_of_a.norm() == 0) {
     laset('F', std::max(m, n), nrhs, T(0), T(0), B.data, B.ld);
     std::fill_n(s, std::min(m, n), R(0));
     return 0;
   }
-  // Nothing is squared in B.
-  const NormScaling<R> scaling_of_b(m, nrhs, B, Machine<R>::safe_min / Machine<R>::precision);
+  const auto scaling_of_b = NormScaling<R>::without_squares(m, nrhs, B);
   const Int info = solve();
   if (info != 0) return info;
   scaling_of_a.redo(n, nrhs, B);  // X belongs to the scaled A

@@ -1,7 +1,7 @@
 #include "svd/svd_driver.hpp"
 
+#include "environment/norm_scaling.hpp"
 #include "frame/error_report.hpp"
-#include "svd/norm_scaling.hpp"
 #include "svd/svd_paths.hpp"
 
 namespace nuv {

@@ -1,6 +1,7 @@
 #pragma once
 
-// The range into which a matrix is brought before its singular values or its eigenvalues are looked for.
+// The range into which a matrix is brought before a system is solved with it, or its singular values or its eigenvalues
+// are looked for.
 
 #include <algorithm>
 #include <cmath>
@@ -21,15 +22,14 @@ class NormScaling {
   NormScaling(Int m, Int n, Matrix<T> A)
       : NormScaling(m, n, A, std::sqrt(Machine<R>::safe_min) / Machine<R>::precision) {}
 
-  /// Into the range from `smallest` to its reciprocal.
+  /// Into the range in which nothing is squared: roundings of the largest element, and their reciprocals, are normal
+  /// numbers.
   template <Scalar T>
-  NormScaling(Int m, Int n, Matrix<T> A, R smallest) : norm_(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
-    const R largest = 1 / smallest;
-    if (norm_ > 0 && norm_ < smallest) target_ = smallest;
-    if (norm_ > largest) target_ = largest;
-    redo(m, n, A);
+  static NormScaling without_squares(Int m, Int n, Matrix<T> A) {
+    return {m, n, A, Machine<R>::safe_min / Machine<R>::precision};
   }
 
+  /// The largest magnitude; NaN, not zero, where nothing but zeros and NaN is there.
   R norm() const { return norm_; }
 
   bool is_needed() const { return target_ != 0; }
@@ -55,6 +55,17 @@ class NormScaling {
   }
 
  private:
+  /// Into the range from `smallest` to its reciprocal.
+  template <Scalar T>
+  NormScaling(Int m, Int n, Matrix<T> A, R smallest) : norm_(lange('M', m, n, A.data, A.ld, static_cast<R*>(nullptr))) {
+    const R largest = 1 / smallest;
+    // The largest magnitude passes over a NaN; the norm of Frobenius does not.
+    if (norm_ == 0) norm_ = lange('F', m, n, A.data, A.ld, static_cast<R*>(nullptr));
+    if (norm_ > 0 && norm_ < smallest) target_ = smallest;
+    if (norm_ > largest) target_ = largest;
+    redo(m, n, A);
+  }
+
   R norm_, target_ = 0;  ///< target zero: left as it is
 };
 
