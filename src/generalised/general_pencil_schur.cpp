@@ -52,9 +52,8 @@ Real<T> power_below_norm(Int n, Matrix<T> A) {
 }
 
 /// Brings a Schur form that was scaled into range, and is near one end of it still, to norms about one of both matrices
-/// for tgsen: the systems of equations behind condition numbers have elements of both, and would take those of the
-/// smaller matrix for rounding errors of the other. By powers of two, which round nothing. Exchanges alone do not need
-/// that, but gges is to find the form that ggesx finds.
+/// for tgsen: the eigenvalues of pairs that it reads are quotients of elements of both, which would be inaccurate or no
+/// numbers with the matrices at opposite ends. By powers of two, which round nothing.
 template <Scalar T>
 class LikeNorms {
  public:

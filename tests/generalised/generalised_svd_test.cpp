@@ -344,11 +344,7 @@ TYPED_TEST(GeneralisedSvd, LeavesAnInfinityWithoutASecondMatrix) {
 
 template <Scalar T>
 struct ValidGgsvd : GgsvdCall<T> {
-  ValidGgsvd() : GgsvdCall<T>("UVQ", matrix(4, 7), matrix(3, 4)) {}
-  static GuardedMatrix<T> matrix(Int m, Int ld) {
-    Random random(static_cast<std::uint64_t>(m));
-    return random_matrix<T>(random, m, 5, ld);
-  }
+  ValidGgsvd() : GgsvdCall<T>("UVQ", matrix_of_five_columns<T>(4, 7), matrix_of_five_columns<T>(3, 4)) {}
 };
 
 TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
@@ -366,20 +362,7 @@ TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
                                    {16, [](C& c) { c.ldu = 3; }},
                                    {18, [](C& c) { c.ldv = 2; }},
                                    {20, [](C& c) { c.ldq = 4; }}});
-  const auto expect_of = [&](int position, auto spoil) {
-    C call;
-    call.jobu = call.jobv = call.jobq = 'n';
-    call.ldu = call.ldv = call.ldq = 1;
-    spoil(call);
-    expect_report(call, name, position);
-  };
-  expect_of(0, [](C&) {});
-  expect_of(16, [](C& c) { c.ldu = 0; });
-  expect_of(18, [](C& c) { c.ldv = 0; });
-  expect_of(20, [](C& c) { c.ldq = 0; });
-  expect_of(16, [](C& c) { c.jobu = 'u'; });
-  expect_of(18, [](C& c) { c.jobv = 'v'; });
-  expect_of(20, [](C& c) { c.jobq = 'q'; });
+  expect_room_for_vectors<C>(name, 16, 18, 20);
 }
 
 }  // namespace

@@ -284,20 +284,7 @@ TYPED_TEST(Kogbetliantz, ChecksItsArguments) {
                                    {18, [](C& c) { c.ldu = 3; }},
                                    {20, [](C& c) { c.ldv = 2; }},
                                    {22, [](C& c) { c.ldq = 4; }}});
-  const auto expect_of = [&](int position, auto spoil) {
-    C call;
-    call.jobu = call.jobv = call.jobq = 'n';
-    call.ldu = call.ldv = call.ldq = 1;
-    spoil(call);
-    expect_report(call, name, position);
-  };
-  expect_of(0, [](C&) {});
-  expect_of(18, [](C& c) { c.ldu = 0; });
-  expect_of(20, [](C& c) { c.ldv = 0; });
-  expect_of(22, [](C& c) { c.ldq = 0; });
-  expect_of(18, [](C& c) { c.jobu = 'u'; });
-  expect_of(20, [](C& c) { c.jobv = 'v'; });
-  expect_of(22, [](C& c) { c.jobq = 'q'; });
+  expect_room_for_vectors<C>(name, 18, 20, 22);
 }
 
 }  // namespace

@@ -222,4 +222,31 @@ void expect_decomposed(const Call& call, const GuardedMatrix<T>& A, const Guarde
   expect_forms<T>(call, A, B, forms.of_a, forms.of_b);
 }
 
+/// A random matrix of five columns.
+template <Scalar T>
+GuardedMatrix<T> matrix_of_five_columns(Int m, Int ld) {
+  Random random(static_cast<std::uint64_t>(m));
+  return random_matrix<T>(random, m, 5, ld);
+}
+
+/// Expects that leading dimensions of U, V and Q, the arguments at these positions, are at least one where nothing is
+/// wanted, and large enough where a small letter wants the matrix.
+template <class Call>
+void expect_room_for_vectors(const std::string& name, int ldu, int ldv, int ldq) {
+  const auto expect_of = [&](int position, auto spoil) {
+    Call call;
+    call.jobu = call.jobv = call.jobq = 'n';
+    call.ldu = call.ldv = call.ldq = 1;
+    spoil(call);
+    expect_report(call, name, position);
+  };
+  expect_of(0, [](Call&) {});
+  expect_of(ldu, [](Call& c) { c.ldu = 0; });
+  expect_of(ldv, [](Call& c) { c.ldv = 0; });
+  expect_of(ldq, [](Call& c) { c.ldq = 0; });
+  expect_of(ldu, [](Call& c) { c.jobu = 'u'; });
+  expect_of(ldv, [](Call& c) { c.jobv = 'v'; });
+  expect_of(ldq, [](Call& c) { c.jobq = 'q'; });
+}
+
 }  // namespace nuv::test

@@ -129,11 +129,7 @@ TYPED_TEST(PairTriangularForm, TakesRanksFromItsTolerances) {
 /// A valid call for matrices of 4 and 3 rows and 5 columns.
 template <Scalar T>
 struct ValidGgsvp : GgsvpCall<T> {
-  ValidGgsvp() : GgsvpCall<T>("UVQ", matrix(4, 7), matrix(3, 4), 0, 0) {}
-  static GuardedMatrix<T> matrix(Int m, Int ld) {
-    Random random(static_cast<std::uint64_t>(m));
-    return random_matrix<T>(random, m, 5, ld);
-  }
+  ValidGgsvp() : GgsvpCall<T>("UVQ", matrix_of_five_columns<T>(4, 7), matrix_of_five_columns<T>(3, 4), 0, 0) {}
 };
 
 TYPED_TEST(PairTriangularForm, ChecksItsArguments) {
@@ -151,20 +147,13 @@ TYPED_TEST(PairTriangularForm, ChecksItsArguments) {
                                    {16, [](C& c) { c.ldu = 3; }},
                                    {18, [](C& c) { c.ldv = 2; }},
                                    {20, [](C& c) { c.ldq = 4; }}});
-  // Leading dimensions are at least one, also of what is not wanted.
-  const auto expect_of = [&](int position, auto spoil) {
+  expect_room_for_vectors<C>(name, 16, 18, 20);
+  for (const int position : {8, 10}) {
     C call;
-    call.jobu = call.jobv = call.jobq = 'n';
-    call.ldu = call.ldv = call.ldq = 1;
-    spoil(call);
+    (position == 8 ? call.m : call.p) = 0;
+    (position == 8 ? call.lda : call.ldb) = 0;
     expect_report(call, name, position);
-  };
-  expect_of(0, [](C&) {});
-  expect_of(16, [](C& c) { c.ldu = 0; });
-  expect_of(18, [](C& c) { c.ldv = 0; });
-  expect_of(20, [](C& c) { c.ldq = 0; });
-  expect_of(8, [](C& c) { c.m = c.lda = 0; });
-  expect_of(10, [](C& c) { c.p = c.ldb = 0; });
+  }
 }
 
 }  // namespace
