@@ -189,9 +189,14 @@ class Descriptions:
 
 
 def joined(name, shared, own):
-    """What a header says of an argument in all its routines, and what it says in one."""
-    is_whole = name == "info" and own.startswith(("0", "in:"))
-    return own if is_whole or not shared or shared == own else f"{shared}. Here: {own}"
+    """What a header says of an argument in all its routines, and what it says in one: more of it, where that begins with the
+    whole of the first or with its last clause."""
+    if not shared or name == "info" and own.startswith(("0", "in:")):
+        return own
+    for said in (shared, shared.rpartition("; ")[2]):
+        if own.startswith(said) and own[len(said):][:1] in ("", ";", ",", "."):
+            return shared + own[len(said):]
+    return f"{shared}. Here: {own}"
 
 
 def is_complex(routine):

@@ -16,8 +16,9 @@
 // a, b    order n, lda, ldb >= max(1, n); destroyed
 // alphar, alphai, beta   real members: n elements each; eigenvalue k is (alphar(k) + i alphai(k)) / beta(k), with
 //         beta(k) not negative; of a pair of conjugates, which stand side by side, that with positive imaginary part
-//         comes first
-// alpha   complex members: n elements; eigenvalue k is alpha(k) / beta(k), their beta real and not negative
+//         comes first.
+// alpha, beta   complex members: n elements each; eigenvalue k is alpha(k) / beta(k), with beta(k) real and not
+//         negative
 // vl      n by n, the left eigenvectors, ldvl >= 1 and, where they are wanted, n
 // vr      n by n, the right eigenvectors, ldvr >= 1 and, where they are wanted, n. In each vector, left or right, the
 //         largest |re| + |im| of a component is one. Those of a pair of real members stand in two columns: x and y for
@@ -27,8 +28,8 @@
 // info    0; -k: argument k was bad (reported); 1 to n: QZ iteration failed, eigenvalues info + 1 to n are there, and
 //         no vectors; n + 1: QZ iteration found no shift; n + 2: vectors could not be found
 //
-// A and B are scaled, each by a factor of its own, if their elements are so large or so small that their squares leave
-// the exponent range, and eigenvalues scaled back.
+// A and B are scaled into range, each by a factor of its own, if their elements are so large or so small that their
+// squares leave the exponent range, and eigenvalues scaled back.
 
 #include "base/types.hpp"
 
@@ -51,17 +52,19 @@ void ggev(char jobvl, char jobvr, Int n, T* a, Int lda, T* b, Int ldb, T* alpha,
 ///
 /// balanc    'N': no balancing, 'P': permutation, 'S': scaling, 'B': both
 /// sense     'N': no condition numbers, 'E': those of eigenvalues, 'V': those of eigenvectors, 'B': both. They are
-///           those of the balanced pencil
-/// a, b      destroyed; if vectors or condition numbers are wanted the generalised Schur form of the balanced pencil
+///           those of the balanced pencil; where A or B had to be scaled into range, of the scaled one
+/// a, b      destroyed; if vectors or condition numbers are wanted the generalised Schur form of the pencil as it was
+///           scaled into range and balanced
 /// ilo, ihi, lscale, rscale   what balancing has done, as ggbal leaves it; lscale and rscale have n elements
-/// abnrm, bbnrm   one-norms of the balanced A and of the balanced B
+/// abnrm, bbnrm   one-norms of the balanced A and of the balanced B, from which the scaling into range is taken back:
+///           that of rconde and rcondv is not
 /// rconde    n reciprocal condition numbers of eigenvalues, (|u^H A v|^2 + |u^H B v|^2)^1/2 / (|u| |v|): a change of
 ///           the pencil of norm e moves (alpha, beta), as a direction, by about e / rconde. Both of a pair have the
-///           same
+///           same. -1 where both parts of an eigenvalue are zero, so that it may be any number, or both products are
 /// rcondv    n reciprocal condition numbers of eigenvectors: estimates of the distance between an eigenvalue and the
-///           others (Difl). Both of a pair have the same
+///           others (Difl). Both of a pair have the same. Zero where the eigenvalue could not be moved to the top
 /// lwork     at least max(1, 2 n), 6 n if balanc is 'S' or 'B' or any vectors are wanted, 10 n with sense 'E', and
-///           2 n^2 + 8 n + 16 with sense 'V' or 'B'
+///           2 n^2 + 8 n + 16 with sense 'V' or 'B'; 1 for n = 0
 /// iwork     n + 6 elements, looked at with sense 'V' or 'B' alone
 /// bwork     n words, not looked at with sense 'N'
 template <RealScalar T>

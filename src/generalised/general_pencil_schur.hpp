@@ -21,12 +21,14 @@
 //         conjugates
 // b       order n, ldb >= max(1, n); out T, upper triangular with a diagonal that is real and not negative. Where S has
 //         a block of order two, that of T is diagonal
-// sdim    number of the eigenvalues in front that selctg takes when it is asked again at the end; zero without sort
+// sdim    number of the eigenvalues for which selctg is true when it is asked again at the end, both of a pair of
+//         conjugates if it is for either; zero without sort. They stand in front of all others unless info is n + 2 or
+//         n + 3
 // alphar, alphai, beta   real members: n elements each; eigenvalue k is (alphar(k) + i alphai(k)) / beta(k), in the
 //         order of S and T, with beta(k) not negative; of a pair of conjugates, that with positive imaginary part comes
-//         first
-// alpha   complex members: n elements; eigenvalue k is alpha(k) / beta(k), their beta real and not negative. They are
-//         the diagonals of S and T
+//         first.
+// alpha, beta   complex members: n elements each; eigenvalue k is alpha(k) / beta(k), with beta(k) real and not
+//         negative. They are the diagonals of S and T
 // vsl     VSL, n by n, ldvsl >= 1 and, where it is wanted, n
 // vsr     VSR, n by n, ldvsr >= 1 and, where it is wanted, n
 // bwork   n words, for sort 'S' alone: what selctg said before eigenvalues were moved
@@ -35,8 +37,9 @@
 //         was moved; n + 3: some eigenvalues are too close to one another to be moved, S and T are a Schur form with
 //         others moved
 //
-// A and B are scaled, each by a factor of its own, if their elements are so large or so small that their squares leave
-// the exponent range, and S, T and eigenvalues scaled back: selctg sees eigenvalues of the pencil that was given.
+// A and B are scaled into range, each by a factor of its own, if their elements are so large or so small that their
+// squares leave the exponent range, and S, T and eigenvalues scaled back: selctg sees eigenvalues of the pencil that
+// was given.
 
 #include <type_traits>
 
@@ -67,20 +70,22 @@ void gges(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, Int 
           Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, T* work, Int lwork, Real<T>* rwork,
           Logical* bwork, Int& info);
 
-/// The same with condition numbers of what is selected.
+/// The same with condition numbers of what is selected. Where A or B had to be scaled into range, both are brought to
+/// norms of about one while eigenvalues are moved, and rconde and rcondv belong to that pencil, unlike S and T.
 ///
 /// sense   'N': none, 'E': of the mean of the selected eigenvalues, 'V': of their deflating subspaces, 'B': both; for
 ///         all but 'N' sort must be 'S'
-/// rconde  2 reciprocal condition numbers of the mean, at most 1: norms of projections onto the left and the right
-///         deflating subspace
+/// rconde  2 reciprocal condition numbers of the mean, at most 1: lower bounds of the reciprocal norms of the
+///         projectors onto the left and the right deflating subspace. Zero with info n + 3
 /// rcondv  2 reciprocal condition numbers of the left and the right subspace, estimates of the distance to the other
-///         eigenvalues (Difu and Difl)
+///         eigenvalues (Difu and Difl), or the Frobenius norm of the pencil where none or all are selected. Zero with
+///         info n + 3
 /// work    lwork elements; work(1) and iwork(1) return enough for any number of selected eigenvalues, also when they
 ///         are asked for with an lwork or a liwork of -1, which does nothing else, or when one of them is too small
-/// lwork   at least max(8 n, 6 n + 16), 1 for n = 0, and 2 n + 2 sdim (n - sdim) with a sense: if it is less, S and T
-///         are left in their first order
+/// lwork   at least max(8 n, 6 n + 16), 1 for n = 0, and 2 n + 2 sdim (n - sdim) with a sense: if it is less than that
+///         alone, S and T are left in their first order, and sdim tells how many eigenvalues are selected
 /// iwork   liwork integers
-/// liwork  at least 1, and n + 6 with a sense
+/// liwork  at least 1, and for n > 0 n + 6 with a sense
 template <RealScalar T>
 void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, char sense, Int n, T* a, Int lda, T* b,
            Int ldb, Int& sdim, T* alphar, T* alphai, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,
@@ -89,7 +94,7 @@ void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, cha
 /// work    lwork elements, and iwork liwork integers, as above
 /// lwork   at least max(1, 2 n), and 2 sdim (n - sdim) with a sense
 /// rwork   8 n elements
-/// liwork  at least 1, and n + 2 with a sense
+/// liwork  at least 1, and for n > 0 n + 2 with a sense
 template <ComplexScalar T>
 void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, char sense, Int n, T* a, Int lda, T* b,
            Int ldb, Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,

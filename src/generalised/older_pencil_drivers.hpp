@@ -6,8 +6,9 @@
 //
 // a, b    order n, lda, ldb >= max(1, n)
 // alphar, alphai, beta   real members: n elements each; eigenvalue k is (alphar(k) + i alphai(k)) / beta(k), with
-//         beta(k) not negative; of a pair of conjugates, that with positive imaginary part comes first
-// alpha   complex members: n elements; eigenvalue k is alpha(k) / beta(k), their beta real and not negative
+//         beta(k) not negative; of a pair of conjugates, that with positive imaginary part comes first.
+// alpha, beta   complex members: n elements each; eigenvalue k is alpha(k) / beta(k), with beta(k) real and not
+//         negative
 // work    lwork elements; work(1) returns the best lwork, also when it is asked for with an lwork of -1, which does
 //         nothing else, or when lwork is too small
 // info    0; -k: argument k was bad (reported); 1 to n: QZ iteration failed, eigenvalues info + 1 to n are there;

@@ -8,10 +8,12 @@
 //
 // side      'R': right eigenvectors, 'L': left ones, 'B': both
 // howmny    'A': all, 'B': all, multiplied by the matrices in vl and vr, 'S': the selected ones
-// select    n flags: which vectors, for 'S' alone
+// select    n flags: which vectors, for 'S' alone; a pair of eigenvalues of a real form is selected if either of its
+//           flags is set
+// n         order of S and P
 // vl        n by mm, left vectors, ldvl >= max(1, n) if there are any, else 1; for 'B' the matrix Q of a factorisation
 //           Q (S, P) Z^H in
-// vr        the same for right vectors, and the matrix Z
+// vr        n by mm, right vectors, ldvr likewise; for 'B' the matrix Z of that factorisation in
 // mm        columns of vl and vr, at least m
 // m         columns that vectors take: n, or for 'S' as many as are selected
 
@@ -22,7 +24,6 @@ namespace nuv {
 /// Of a real pair. The vector of a complex pair of eigenvalues, of that with positive imaginary part, takes two
 /// columns, real and imaginary part.
 ///
-/// select  n flags: which vectors, for 'S' alone; a pair of eigenvalues is selected if either of its flags is set
 /// s       n by n, upper quasi-triangular, lds >= max(1, n)
 /// p       n by n, upper triangular, ldp >= max(1, n); diagonal and not singular where s has a block of order two
 /// work    6*n elements

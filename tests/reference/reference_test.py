@@ -20,7 +20,7 @@ sys.path.insert(0, str(ROOT / "interfaces" / "reference"))
 import generate  # noqa: E402, which knows where the others are
 import calls  # noqa: E402
 from completion import bash_completion  # noqa: E402
-from descriptions import Descriptions, papers, parse_comment  # noqa: E402
+from descriptions import Descriptions, joined, papers, parse_comment  # noqa: E402
 from entries import Catalogue  # noqa: E402
 from fortran_module import emit_module  # noqa: E402
 from man_pages import document_page, escape  # noqa: E402
@@ -77,6 +77,13 @@ class Comments(unittest.TestCase):
         self.assertEqual(comment.of("afp"), "matrices, which run on")
         self.assertEqual(comment.of("n3", ["n1", "n2", "n3", "n4", "n5"]), "four")
         self.assertIsNone(comment.of("n5", ["n1", "n2", "n3", "n4", "n5"]))
+
+    def test_what_a_routine_adds_to_its_header(self):
+        self.assertEqual(joined("a", "n by n", "destroyed"), "n by n. Here: destroyed")
+        self.assertEqual(joined("a", "n by n", "n by n; out T"), "n by n; out T")
+        self.assertEqual(joined("a", "n by n; destroyed", "destroyed; out T"), "n by n; destroyed; out T")
+        self.assertEqual(joined("a", "order; n", "n elements"), "order; n. Here: n elements")
+        self.assertEqual(joined("info", "0, or n + 1", "0, or n + 2"), "0, or n + 2")
 
     def test_papers(self):
         text = 'By leaps (A. B. Cee and D. Ee, "On (some) leaps",\nJ. Leaps 3, 1999), for n > 0 (N is 1).'
