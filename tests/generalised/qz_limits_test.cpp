@@ -120,17 +120,17 @@ class RealQzLimits : public ReportingTest {};
 TYPED_TEST_SUITE(RealQzLimits, RealPrecisions, PrecisionLetter);
 
 /// Where the tenth shift is an eigenvalue to the last digits, that one is found at once. It is the quotient of two
-/// elements whatever was before, in the circle below.
+/// elements, whatever the shift in the circle below was.
 TYPED_TEST(RealQzLimits, TakesTheTenthShiftFromTheElementBesideTheDiagonal) {
   using R = TypeParam;
   for (const double rho : {0.3, 0.45, 0.6}) {
     for (const double above : {1.0, -1.0}) {
       for (const double below : {1.0, -1.0}) {
         SCOPED_TRACE(testing::Message() << rho << ": " << above << ", " << below);
-        const double upper = centre_of_circle(rho, above), lower = centre_of_circle(rho / 2, below);
+        const double upper = centre_of_circle(rho / 2, above), lower = centre_of_circle(rho, below);
         Pencil<R> pencil = identities<R>(8);
-        set_circle(pencil, 1, rho, upper);
-        set_circle(pencil, 5, rho / 2, lower);
+        set_circle(pencil, 1, rho / 2, upper);
+        set_circle(pencil, 5, rho, lower);
         const PencilCall<R> call = PencilCall<R>(pencil).hgeqz();
         expect_schur_form(pencil, call);
         expect_real_value(call, 4, upper + above);
@@ -156,9 +156,9 @@ TYPED_TEST(RealQzLimits, AddsQuotientsFromOneExceptionalShiftToTheNext) {
 /// Where the quotient would be too large a number.
 TYPED_TEST(RealQzLimits, TakesALargeExceptionalShiftInsteadOfALargerQuotient) {
   using R = TypeParam;
-  const int in_a = std::numeric_limits<R>::max_exponent - 28, in_b = in_a + std::numeric_limits<R>::min_exponent + 2;
+  const int in_a = std::numeric_limits<R>::max_exponent - 28, in_b = in_a + std::numeric_limits<R>::min_exponent - 1;
   Pencil<R> pencil = identities<R>(4);
-  set_circle(pencil, 1, 0.6, 0);
+  set_circle(pencil, 1, -0.99, 0);
   scale_by_power(pencil.A, in_a);
   scale_by_power(pencil.B, in_b);
   const PencilCall<R> call = PencilCall<R>(pencil).hgeqz();
@@ -167,17 +167,27 @@ TYPED_TEST(RealQzLimits, TakesALargeExceptionalShiftInsteadOfALargerQuotient) {
   expect_equivalent(pencil, call);
 }
 
-/// A tenth shift of plus or minus one, which both are eigenvalues: signs of columns hang on the last digits here. It is
-/// one of the pencil in norm one.
+/// A tenth shift of plus or minus one, which both are eigenvalues: signs of columns hang on the last digits here. In
+/// the pencil as it stands it would be too large a number.
 TYPED_TEST(QzLimits, TakesTheTenthShiftFromTheElementsInNormOne) {
   using T = TypeParam;
   const double rho = std::sqrt((std::sqrt(5.0) - 1) / 2);  // rho^2 = sqrt(1 - rho^2)
+  const int exponent = std::numeric_limits<Real<T>>::max_exponent * 5 / 8;
   Pencil<T> pencil = identities<T>(4);
   set_circle(pencil, 1, rho, 0);
-  scale_by_power(pencil.A, 6);
-  const PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
-  expect_schur_form(pencil, call);
-  expect_real_value(call, 4, call.values()[3].alpha.real() < 0 ? -64 : 64);
+  if (ComplexScalar<T>) {
+    scale_by_power(pencil.A, exponent);
+    scale_by_power(pencil.B, -exponent);
+  }
+  PencilCall<T> call = PencilCall<T>(pencil).hgeqz();
+  ASSERT_EQ(call.info, 0);
+  EXPECT_TRUE(is_pencil_schur_form(call.A, call.B));
+  expect_equivalent(pencil, call);
+  if (ComplexScalar<T>) {
+    call.alphar(4) *= std::ldexp(Real<T>(1), -exponent);
+    call.beta(4) *= std::ldexp(Real<T>(1), exponent);
+  }
+  expect_real_value(call, 4, call.values()[3].alpha.real() < 0 ? -1 : 1);
 }
 
 /// Of numbers that are none no shift can be made: the row is told where that was so.
