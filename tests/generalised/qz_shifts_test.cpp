@@ -191,6 +191,24 @@ TYPED_TEST(ComplexQzShifts, AddsQuotientsFromOneExceptionalShiftToTheNext) {
   EXPECT_GT(added, 0);
 }
 
+/// The shift 1 or -1 of the circle above, whatever that of the circle below was: 4 i or -4 i.
+TYPED_TEST(ComplexQzShifts, BeginsSumsAnewForOtherEigenvalues) {
+  using R = TypeParam;
+  using C = std::complex<R>;
+  Pencil<C> pencil = identities<C>(8);
+  set_circle(pencil, 1, golden_rho, 0);
+  set_circle(pencil, 5, golden_rho, 0);
+  for (Int j = 5; j <= 8; ++j) {
+    for (Int i = 5; i <= 8; ++i) pencil.A(i, j) *= C(0, 4);
+  }
+  pencil.A.seal();
+  const PencilCall<C> call = PencilCall<C>(pencil).hgeqz();
+  expect_schur_form(pencil, call);
+  const auto value = [&](Int j) { return call.values()[std::size_t(j - 1)]; };
+  EXPECT_NEAR(std::abs(value(4).alpha.real() / value(4).beta), 1, 100 * epsilon<R>);
+  EXPECT_NEAR(std::abs(value(8).alpha.imag() / value(8).beta), 4, 400 * epsilon<R>);
+}
+
 // -------------------------------------------------------------------------------------------------------------- sweeps
 
 /// Rows in front of two small elements below the diagonal stay out of sweeps: a NaN that stands there spoils nothing
