@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "generalised/pencil_calls.hpp"
+#include "support/real_precisions.hpp"
 #include "support/reported_errors.hpp"
 
 namespace nuv::test {
@@ -178,6 +179,34 @@ TYPED_TEST(FailedPencilIteration, LeavesTheValuesBehindToEigenvectors) {
       EXPECT_TRUE(expert.bwork.unchanged());
     }
   }
+}
+
+template <class R>
+class RealPencilVectors : public ReportingTest {};
+TYPED_TEST_SUITE(RealPencilVectors, RealPrecisions, PrecisionLetter);
+
+/// Vectors are missing where one step takes eigenvalues for a conjugate pair that are real to the other. Here they are
+/// double up to rounding, in B M for M = 1 + [a b; -a^2/b -a].
+TYPED_TEST(RealPencilVectors, AreThereForPairsThatAreAlmostReal) {
+  using R = TypeParam;
+  Random random(837);
+  int pairs = 0;
+  for (int round = 0; round < 400; ++round) {
+    Pencil<R> pencil = random_pencil<R>(random, 2, 2);
+    auto& [A, B] = pencil;
+    const R a = R(random.real()), b = random.divisor<R>(), c = -a * a / b;
+    for (const Int i : {1, 2}) {
+      A(i, 1) = B(i, 1) * (1 + a) + B(i, 2) * c;
+      A(i, 2) = B(i, 1) * b + B(i, 2) * (1 - a);
+    }
+    A.seal();
+    const PencilEigenCall<R> call('V', 'V', pencil);
+    for (const PencilEigenCall<R>& solved : {solve<Ggev<R>>(call), solve<Ggevx<R>>(call), solve<Gegv<R>>(call)}) {
+      expect_solution(pencil, solved);
+      pairs += solved.alphai(1) > 0;
+    }
+  }
+  EXPECT_TRUE(pairs > 300 && pairs < 900) << pairs;
 }
 
 }  // namespace
