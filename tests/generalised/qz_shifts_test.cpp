@@ -24,9 +24,9 @@ TYPED_TEST_SUITE(RealQzShifts, RealPrecisions, PrecisionLetter);
 // ------------------------------------------------------------------------------------------------- exceptional shifts
 
 /// (s B + C B, B) in rows and columns first ... first + 3, where C moves each row to the next one and the columns of
-/// the inverse of B have the products rho, rho^2 and rho in their cycle of four. The last rows suggest s for a shift.
-/// Such a sweep has the effect of C, under which nothing changes but for the sign of the last column. Eigenvalues are s
-/// + 1, s - 1, s + i and s - i.
+/// the inverse of B have the products rho, rho^2 and rho in their cycle of four. The eigenvalues s + 1, s - 1, s + i
+/// and s - i lie around s, for which the last rows ask as a shift. Such a sweep has the effect of C, under which
+/// nothing changes but the sign of the last column.
 template <Scalar T>
 void set_circle(Pencil<T>& pencil, Int first, double rho, double s) {
   const double c = std::sqrt(1 - rho * rho);
@@ -47,7 +47,7 @@ void set_circle(Pencil<T>& pencil, Int first, double rho, double s) {
 /// Where the quotient of the elements (3, 4) and (3, 3) is one for s = 0: rho^2 = sqrt(1 - rho^2).
 const double golden_rho = std::sqrt((std::sqrt(5.0) - 1) / 2);
 
-/// Where it is minus one for s = -1: rho + rho^2 + rho^3 = 1.
+/// Where it is one for s = -1: rho + rho^2 + rho^3 = 1.
 constexpr double tribonacci_rho = 0.54368901269207636;
 
 template <Scalar T>
