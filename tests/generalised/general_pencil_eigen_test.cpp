@@ -557,5 +557,40 @@ TYPED_TEST(GeneralPencilEigen, FindTheTrueConditionNumbersOfKnownPencils) {
   }
 }
 
+// -------------------------------------------------------------------------------------------------------------- large
+
+/// Of some eigenvectors from all over the spectrum that they are those of the pencil.
+template <Scalar T>
+void expect_vectors_of_large_pencil() {
+  Random random(836);
+  const Int n = 300, step = 9;
+  const Pencil<T> pencil = random_pencil<T>(random, n, n + 1);
+  const PencilEigenCall<T> call = solve<Ggev<T>>(PencilEigenCall<T>('V', 'V', pencil));
+  ASSERT_EQ(call.info, 0);
+  const std::vector<PencilValue> values = call.values();
+  EXPECT_TRUE(are_proper(values, RealScalar<T>));
+  for (const char side : {'L', 'R'}) {
+    const GuardedMatrix<T>& V = side == 'L' ? call.VL : call.VR;
+    EXPECT_TRUE(are_normalised(call, V));
+    const PencilVectors<T> vectors = pencil_vectors<T>(V, values);
+    std::vector<PencilValue> some;
+    std::vector<Eigen::Index> columns;
+    for (Int k = random.integer(0, step - 1); k < n; k += step) {
+      some.push_back(values[std::size_t(k)]);
+      columns.push_back(k);
+    }
+    const PencilVectors<T> chosen = vectors(Eigen::all, columns);
+    EXPECT_LT(pencil_vector_residual(side, pencil.A, pencil.B, some, chosen), pencil_threshold) << side;
+  }
+}
+
+TEST(LargePencilEigen, FindsRealAndConjugateOnes) {
+  expect_vectors_of_large_pencil<double>();
+}
+
+TEST(LargePencilEigen, FindsComplexOnes) {
+  expect_vectors_of_large_pencil<std::complex<double>>();
+}
+
 }  // namespace
 }  // namespace nuv::test

@@ -557,5 +557,19 @@ TYPED_TEST(GeneralPencilSchur, ConditionNumbersOfNothingAndOfAll) {
   }
 }
 
+// -------------------------------------------------------------------------------------------------------------- large
+
+/// One that takes most of a second; the others go the same way.
+TEST(LargePencilSchur, IsTheFormOfItsPencil) {
+  Random random(835);
+  const Int n = 300;
+  const Pencil<double> pencil = random_pencil<double>(random, n, n + 1);
+  const PencilSchurCall<double> call =
+      solve<Gges<double>>(PencilSchurCall<double>(pencil_selector<double>(in_left_half), pencil));
+  expect_schur_form(pencil, call);
+  expect_order(call, in_left_half);
+  EXPECT_TRUE(call.sdim > n / 4 && call.sdim < n - n / 4);
+}
+
 }  // namespace
 }  // namespace nuv::test
