@@ -187,6 +187,18 @@ Real<T> usual_tolerance(const GuardedMatrix<T>& A) {
   return Real<T>(std::max(A.rows(), A.columns())) * std::max(norm, std::numeric_limits<Real<T>>::min()) * epsilon<T>;
 }
 
+/// A has zeros, of either sign, but in an upper triangle of k + l rows, B but in one of l rows, both in the last
+/// columns.
+template <Scalar T>
+void expect_triangular(const PairArrays<T>& call) {
+  const auto expect_zeros = [](const GuardedMatrix<T>& X, Int i, Int first_column) {
+    for (Int j = 1; j < first_column; ++j) EXPECT_EQ(X(i, j), T(0)) << i << ", " << j;
+  };
+  const auto [m, p, n, k, l] = call.shape();
+  for (Int i = 1; i <= m; ++i) expect_zeros(call.A, i, i <= k + l ? n - l - k + i : n + 1);
+  for (Int i = 1; i <= p; ++i) expect_zeros(call.B, i, i <= l ? n - l + i : n + 1);
+}
+
 /// U, V and Q are unitary and bring A and B to these forms.
 template <Scalar T>
 void expect_forms(const PairArrays<T>& call, const GuardedMatrix<T>& A, const GuardedMatrix<T>& B,
