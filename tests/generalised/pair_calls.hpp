@@ -180,6 +180,9 @@ struct GgsvdCall : PairArrays<T> {
   }
 };
 
+/// Ways to want U, V and Q, or not.
+inline constexpr const char* wanted_vectors[] = {"NNN", "nnn", "Unn", "nVN", "NnQ", "uvN", "uNq", "Nvq", "uvq"};
+
 /// The tolerance that the driver takes for a matrix.
 template <Scalar T>
 Real<T> usual_tolerance(const GuardedMatrix<T>& A) {
@@ -232,6 +235,20 @@ void expect_decomposed(const Call& call, const GuardedMatrix<T>& A, const Guarde
   }
   const PairForms<T> forms(call.shape(), call.A, call.B, call.alpha, call.beta);
   expect_forms<T>(call, A, B, forms.of_a, forms.of_b);
+}
+
+/// Of U, V and Q those that some call wanted are what another one, which wanted all, found.
+template <Scalar T>
+void expect_same_vectors(const PairArrays<T>& some, const PairArrays<T>& all) {
+  if (some.has(some.jobu)) {
+    EXPECT_TRUE(some.U.same_as(all.U));
+  }
+  if (some.has(some.jobv)) {
+    EXPECT_TRUE(some.V.same_as(all.V));
+  }
+  if (some.has(some.jobq)) {
+    EXPECT_TRUE(some.Q.same_as(all.Q));
+  }
 }
 
 /// A random matrix of five columns.
