@@ -71,4 +71,27 @@ void expect_selected_conditions(const Call& problem, const Spectrum& spectrum, N
   }
 }
 
+/// Expects what a call for both finds, and nothing else, of calls whose jobs name one of them. with_job(letter) makes
+/// room for a job; vectors_workspace_unchanged() is about what none but condition numbers of eigenvectors take.
+template <class Call, class Spectrum, class Numbers>
+void expect_conditions_of_jobs(const Call& problem, const Spectrum& spectrum, Numbers Call::*second) {
+  Call both = problem;
+  both.find_vectors(spectrum).judge();
+  for (const char job : {'E', 'e', 'V', 'v', 'b'}) {
+    SCOPED_TRACE(job);
+    const bool of_values = job != 'V' && job != 'v', of_vectors = job != 'E' && job != 'e';
+    Call call = problem;
+    call.with_job(job);
+    if (of_values) {
+      call.find_vectors(spectrum);
+    } else {
+      call.ldvl = call.ldvr = 1;
+    }
+    call.judge();
+    EXPECT_TRUE(of_values ? call.s.same_as(both.s) : call.s.unchanged());
+    EXPECT_TRUE(of_vectors ? (call.*second).same_as(both.*second) : (call.*second).unchanged());
+    EXPECT_TRUE(of_vectors || call.vectors_workspace_unchanged());
+  }
+}
+
 }  // namespace nuv::test
