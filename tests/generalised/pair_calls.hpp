@@ -180,11 +180,26 @@ struct GgsvdCall : PairArrays<T> {
   }
 };
 
+/// Ways to want U, V and Q, or not.
+inline constexpr const char* wanted_vectors[] = {"NNN", "nnn", "Unn", "nVN", "NnQ", "uvN", "uNq", "Nvq", "uvq"};
+
 /// The tolerance that the driver takes for a matrix.
 template <Scalar T>
 Real<T> usual_tolerance(const GuardedMatrix<T>& A) {
   const auto norm = Real<T>(one_norm<T>(wide(A)));
   return Real<T>(std::max(A.rows(), A.columns())) * std::max(norm, std::numeric_limits<Real<T>>::min()) * epsilon<T>;
+}
+
+/// A has zeros, of either sign, but in an upper triangle of k + l rows, B but in one of l rows, both in the last
+/// columns.
+template <Scalar T>
+void expect_triangular(const PairArrays<T>& call) {
+  const auto expect_zeros = [](const GuardedMatrix<T>& X, Int i, Int first_column) {
+    for (Int j = 1; j < first_column; ++j) EXPECT_EQ(X(i, j), T(0)) << i << ", " << j;
+  };
+  const auto [m, p, n, k, l] = call.shape();
+  for (Int i = 1; i <= m; ++i) expect_zeros(call.A, i, i <= k + l ? n - l - k + i : n + 1);
+  for (Int i = 1; i <= p; ++i) expect_zeros(call.B, i, i <= l ? n - l + i : n + 1);
 }
 
 /// U, V and Q are unitary and bring A and B to these forms.
@@ -220,6 +235,20 @@ void expect_decomposed(const Call& call, const GuardedMatrix<T>& A, const Guarde
   }
   const PairForms<T> forms(call.shape(), call.A, call.B, call.alpha, call.beta);
   expect_forms<T>(call, A, B, forms.of_a, forms.of_b);
+}
+
+/// Of U, V and Q those that some call wanted are what another one, which wanted all, found.
+template <Scalar T>
+void expect_same_vectors(const PairArrays<T>& some, const PairArrays<T>& all) {
+  if (some.has(some.jobu)) {
+    EXPECT_TRUE(some.U.same_as(all.U));
+  }
+  if (some.has(some.jobv)) {
+    EXPECT_TRUE(some.V.same_as(all.V));
+  }
+  if (some.has(some.jobq)) {
+    EXPECT_TRUE(some.Q.same_as(all.Q));
+  }
 }
 
 /// A random matrix of five columns.

@@ -2,8 +2,8 @@
 
 #include "generalised/pencil_calls.hpp"
 #include "layer.hpp"
+#include "nonsymmetric/driver_arguments.hpp"
 #include "routines.hpp"
-#include "support/argument_checks.hpp"
 
 namespace nuv::test {
 namespace {
@@ -34,38 +34,9 @@ PencilSchurCall<T> full_call(const PencilSchurCall<T>*) {
 }
 
 template <class Driver>
-struct ValidCall : Driver::Call {
-  ValidCall() : Driver::Call(full_call(static_cast<const typename Driver::Call*>(nullptr))) {
-    this->make_room(asked_for<Driver>(*this));
-  }
-
-  Int run() {
-    Driver::run(*this);
-    return this->info;
-  }
+struct ValidCall : DriverCall<Driver> {
+  ValidCall() : DriverCall<Driver>(full_call(static_cast<const typename Driver::Call*>(nullptr))) {}
 };
-
-/// The position of an argument behind the eigenvalues.
-template <Scalar T>
-constexpr int behind_values(int position_in_real_member) {
-  return position_in_real_member - (ComplexScalar<T> ? 1 : 0);
-}
-
-/// Expects of lwork, at this position, that the least and no less is taken.
-template <class Driver>
-void expect_least_lwork(const std::string& name, const typename Driver::Call& call, int position) {
-  ValidCall<Driver> least, one_short, below;
-  for (ValidCall<Driver>* one : {&least, &one_short, &below}) {
-    static_cast<typename Driver::Call&>(*one) = call;
-    one->make_room(Driver::least(call));
-  }
-  expect_report(least, "", 0);
-  --one_short.lwork;
-  expect_report(one_short, name, position);
-  EXPECT_EQ(Int(std::real(one_short.work(1))), asked_for<Driver>(call).work);
-  below.lwork = -2;
-  expect_report(below, name, position);
-}
 
 /// The checks of a driver with the letters for vectors in front, at these positions.
 template <class Driver, Scalar T>
@@ -225,22 +196,6 @@ TYPED_TEST(PencilArguments, GgesxTellsOfTooLittleRoomForConditionNumbers) {
   EXPECT_TRUE(same_values(too_little, unsorted));
 }
 
-/// Nothing is done, and one element of workspace is what is wanted.
-template <class Driver>
-void expect_nothing_for_order_zero(const std::string& name, typename Driver::Call call, int position_of_lwork) {
-  call.make_room({1, 1, 1});
-  Driver::run(call);
-  EXPECT_EQ(call.info, 0);
-  EXPECT_EQ(std::real(call.work(1)), 1);
-  EXPECT_TRUE(call.A.unchanged());
-  call.work(1) = 0;
-  call.lwork = 0;
-  Driver::run(call);
-  EXPECT_EQ(call.info, -position_of_lwork);
-  EXPECT_EQ(std::real(call.work(1)), 1);
-  EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{name, position_of_lwork}}));
-}
-
 TYPED_TEST(PencilArguments, OrderZero) {
   using T = TypeParam;
   const Pencil<T> pencil{GuardedMatrix<T>(0, 0, 1), GuardedMatrix<T>(0, 0, 1)};
@@ -264,18 +219,11 @@ TYPED_TEST(PencilArguments, AnswersAboutWorkspaces) {
   Random random(6);
   const Pencil<T> pencil = random_pencil<T>(random, n, n);
   GuardedMatrix<T> B = pencil.B;
-  const auto answer_of = [&](auto ask) {
-    GuardedVector<T> work(1);
-    Int info = 0;
-    ask(work.data(), info);
-    EXPECT_EQ(info, 0);
-    return Int(std::real(work(1)));
-  };
   // A product asks for the factors of all of its blocks as well; it makes room for those itself.
   const Int best =
-      n + std::max(
-              answer_of([&](T* work, Int& info) { layer::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
-              answer_of([&](T* work, Int& info) { routine_call::orgqr(n, n, n, Matrix<T>(B), work, work, -1, info); }));
+      n + std::max(best_lwork<T>([&](T* work, Int& info) { layer::geqrf(n, n, Matrix<T>(B), work, work, -1, info); }),
+                   best_lwork<T>(
+                       [&](T* work, Int& info) { routine_call::orgqr(n, n, n, Matrix<T>(B), work, work, -1, info); }));
   const Int scales = RealScalar<T> ? 2 * n : 0;
   const PencilEigenCall<T> eigen('V', 'V', pencil);
   EXPECT_EQ(asked_for<Ggev<T>>(eigen).work, scales + best);

@@ -143,4 +143,41 @@ Pencil<T> reduced(const Pencil<T>& pencil) {
   return form;
 }
 
+/// Expects of a routine that it multiplies Q and Z where they are wanted, with the options in both cases. What is not
+/// wanted is not touched, and changes nothing else.
+template <Scalar T>
+void expect_wanted_matrices(Random& random, const Pencil<T>& pencil, PencilCall<T>& (PencilCall<T>::*routine)()) {
+  const Int n = pencil.A.rows();
+  PencilCall<T> initialised(pencil);
+  (initialised.*routine)();
+  const GuardedMatrix<T> Q0 = random_unitary<T>(random, n, n + 2), Z0 = random_unitary<T>(random, n, n + 3);
+  const auto expect_matrix = [](char comp, const GuardedMatrix<T>& X, const GuardedMatrix<T>& start,
+                                const GuardedMatrix<T>& made) {
+    if (same_letter(comp, 'N')) {
+      EXPECT_TRUE(X.same_as(start));
+    } else if (same_letter(comp, 'I')) {
+      EXPECT_TRUE(X.same_as(made));
+    } else {
+      EXPECT_TRUE(X.guards_unchanged());
+      EXPECT_LT(product_residual<T>(wide(X), wide(start), wide(made)), pencil_threshold);
+    }
+  };
+  for (const char compq : {'N', 'i', 'V', 'n', 'I', 'v'}) {
+    for (const char compz : {'n', 'I', 'v'}) {
+      SCOPED_TRACE(testing::Message() << n << ' ' << compq << compz);
+      PencilCall<T> call(pencil);
+      call.job = 's';
+      call.compq = compq;
+      call.compz = compz;
+      call.Q = Q0;
+      call.Z = Z0;
+      (call.*routine)();
+      EXPECT_EQ(call.info, 0);
+      EXPECT_TRUE(call.A.same_as(initialised.A) && call.B.same_as(initialised.B));
+      expect_matrix(compq, call.Q, Q0, initialised.Q);
+      expect_matrix(compz, call.Z, Z0, initialised.Z);
+    }
+  }
+}
+
 }  // namespace nuv::test

@@ -296,6 +296,13 @@ double spectrum_distance(const std::vector<PencilValue>& found, std::vector<Penc
   return largest;
 }
 
+void expect_close(const std::vector<PencilValue>& found, const std::vector<PencilValue>& expected, double tolerance) {
+  ASSERT_EQ(found.size(), expected.size());
+  for (std::size_t k = 0; k < found.size(); ++k) {
+    EXPECT_LE(chordal_distance(found[k], expected[k]), tolerance) << "eigenvalue " << k + 1;
+  }
+}
+
 testing::AssertionResult are_proper(const std::vector<PencilValue>& values, bool is_real) {
   for (std::size_t k = 0; k < values.size(); ++k) {
     const auto& [alpha, beta] = values[k];

@@ -115,6 +115,9 @@ double chordal_distance(const PencilValue& x, const PencilValue& y);
 /// left of the second.
 double spectrum_distance(const std::vector<PencilValue>& found, std::vector<PencilValue> expected);
 
+/// That eigenvalues of two lists are no farther apart, one by one.
+void expect_close(const std::vector<PencilValue>& found, const std::vector<PencilValue>& expected, double tolerance);
+
 /// Whether alpha and beta are finite numbers, beta is not negative, and conjugates stand side by side, positive
 /// imaginary part first.
 testing::AssertionResult are_proper(const std::vector<PencilValue>& values, bool is_real);

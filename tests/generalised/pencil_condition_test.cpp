@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/eigenvalue_conditions.hpp"
 #include "nonsymmetric/schur_checks.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
@@ -192,18 +193,7 @@ struct PencilConditions {
           Random random(std::uint64_t(31 + 2 * j + is_left));  // the same for each selection
           const WideMatrix<C> unit = spectrum.vector(j, is_left);
           const WideMatrix<C> x = Wide<C>(random.divisor<C>()) * WideReal<T>(is_left ? 3 : 0.25) * unit;
-          for (Int i = 1; i <= n; ++i) {
-            if constexpr (ComplexScalar<T>) {
-              V(i, k) = T(x(i - 1, 0));
-            } else if (pair) {
-              V(i, k) = T(x(i - 1, 0).real());
-              V(i, k + 1) = T(x(i - 1, 0).imag());
-            } else {
-              Eigen::Index largest = 0;
-              x.cwiseAbs().col(0).maxCoeff(&largest);
-              V(i, k) = T(3 * (x(i - 1, 0) / x(largest, 0)).real());
-            }
-          }
+          put_vector<T>(x, pair, V, k);
         }
         k += pair ? 2 : 1;
       }
@@ -223,6 +213,8 @@ struct PencilConditions {
                         work.data(), lwork, same_letter(job, 'E') ? nullptr : iwork.data(), info);
     return info;
   }
+
+  bool vectors_workspace_unchanged() const { return iwork.unchanged(); }
 
   PencilConditions& judge() {
     run();
@@ -354,60 +346,13 @@ TYPED_TEST(PencilCondition, OfEigenvectorsIsTheirSeparation) {
 TYPED_TEST(PencilCondition, TakesTheSelectedEigenvalues) {
   using T = TypeParam;
   const PencilConditions<T> problem = this->problem({1, 2, 1, 2});
-  const PencilSpectrum<T> spectrum(problem.S, problem.P);
-  PencilConditions<T> all = problem;
-  all.find_vectors(spectrum).judge();
-  for (int flags = 0; flags < 1 << 6; ++flags) {
-    SCOPED_TRACE(flags);
-    PencilConditions<T> call = problem;
-    call.howmny = flags % 2 == 0 ? 'S' : 's';
-    std::vector<Int> wanted;
-    for (Int j = 1; j <= 6; ++j) {
-      if (flags >> (j - 1) & 1) call.select(j) = j % 2 == 0 ? 1 : -1;
-      else call.select(j) = j % 2 * 2;
-      const Int partner = call.is_pair(j) ? j + 1 : call.is_pair(j - 1) ? j - 1 : j;
-      if ((flags >> (j - 1) | flags >> (partner - 1)) & 1) wanted.push_back(j);
-    }
-    call.select.seal();
-    call.mm = Int(wanted.size());
-    call.find_vectors(spectrum).judge();
-    EXPECT_EQ(call.m, call.mm);
-    for (Int k = 1; k <= call.m; ++k) {
-      EXPECT_EQ(call.s(k), all.s(wanted[std::size_t(k - 1)]));
-      EXPECT_EQ(call.dif(k), all.dif(wanted[std::size_t(k - 1)]));
-    }
-    EXPECT_TRUE(call.s.unchanged_outside(1, call.m) && call.dif.unchanged_outside(1, call.m));
-    if (call.m > 0) {
-      call.mm = call.m - 1;
-      EXPECT_EQ(call.run(), -15);
-      EXPECT_EQ(take_error_reports().size(), 1u);
-    }
-  }
+  expect_selected_conditions(problem, PencilSpectrum<T>(problem.S, problem.P), &PencilConditions<T>::dif, 15);
 }
 
 TYPED_TEST(PencilCondition, GivesWhatTheJobNames) {
   using T = TypeParam;
   const PencilConditions<T> problem = this->problem({1, 2, 1});
-  const PencilSpectrum<T> spectrum(problem.S, problem.P);
-  PencilConditions<T> both = problem;
-  both.find_vectors(spectrum).judge();
-  for (const char job : {'E', 'e', 'V', 'v', 'b'}) {
-    PencilConditions<T> call = problem;
-    call.with_job(job);
-    if (same_letter(job, 'V')) {
-      call.ldvl = call.ldvr = 1;
-    } else {
-      call.find_vectors(spectrum);
-    }
-    call.judge();
-    if (same_letter(job, 'V')) {
-      EXPECT_TRUE(call.s.unchanged() && call.dif.same_as(both.dif));
-    } else if (same_letter(job, 'E')) {
-      EXPECT_TRUE(call.dif.unchanged() && call.iwork.unchanged() && call.s.same_as(both.s));
-    } else {
-      EXPECT_TRUE(call.s.same_as(both.s) && call.dif.same_as(both.dif));
-    }
-  }
+  expect_conditions_of_jobs(problem, PencilSpectrum<T>(problem.S, problem.P), &PencilConditions<T>::dif);
 }
 
 TYPED_TEST(PencilCondition, OfOneIsByItsElements) {

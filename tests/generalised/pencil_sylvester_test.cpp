@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "frame/option_matching.hpp"
 #include "generalised/pencil_equations.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
@@ -13,22 +12,22 @@ namespace nuv::test {
 namespace {
 
 template <Scalar T>
-struct LongEquation : EquationData<T> {
+struct LongEquation : EquationCall<T> {
   using R = Real<T>;
+  using EquationCall<T>::trans, EquationCall<T>::ijob, EquationCall<T>::info, EquationCall<T>::scale;
+  using EquationCall<T>::r, EquationCall<T>::l;
 
-  char trans = 'N';
-  Int ijob = 0, lwork = 1, info = 99;
-  GuardedMatrix<T> r, l;  ///< C and F, and the solution
+  Int lwork = 1;
   GuardedVector<T> work;
   GuardedVector<Int> iwork;
-  R scale = -7, dif = -7;
+  R dif = -7;
 
   explicit LongEquation(const EquationData<T>& data)
-      : EquationData<T>(data), r(data.C), l(data.F), work(1), iwork(data.m + data.n + (RealScalar<T> ? 6 : 2)) {}
+      : EquationCall<T>(data), work(1), iwork(data.m + data.n + (RealScalar<T> ? 6 : 2)) {}
 
   LongEquation& with_job(Int job) {
     ijob = job;
-    lwork = is_plain() && (job == 1 || job == 2) ? std::max(1, 2 * this->m * this->n) : 1;
+    lwork = !this->is_adjoint() && (job == 1 || job == 2) ? std::max(1, 2 * this->m * this->n) : 1;
     work = GuardedVector<T>(lwork);
     dif = -7;
     return *this;
@@ -52,16 +51,7 @@ struct LongEquation : EquationData<T> {
     EXPECT_EQ(work(1), T(R(lwork)));
     return *this;
   }
-
-  bool is_plain() const { return same_letter(trans, 'N'); }
-  double residual() const { return equation_residual<T>(*this, !is_plain(), r, l, scale); }
-  double error() const { return equation_error<T>(*this, !is_plain(), r, l, scale); }
 };
-
-template <Scalar T>
-std::vector<char> letters() {
-  return RealScalar<T> ? std::vector<char>{'N', 'n', 'T', 't'} : std::vector<char>{'N', 'n', 'C', 'c'};
-}
 
 /// That tell where a block of order two stands across the border of two rows or columns each, and where not.
 const std::vector<Int> borders[] = {{1},          {2},          {1, 1},         {1, 2},          {2, 1},
@@ -86,7 +76,7 @@ TYPED_TEST(PencilSylvester, SolvesEachKindWithBlocksAtAllBorders) {
   for (const std::vector<Int>& left : borders) {
     for (const std::vector<Int>& right : borders) {
       LongEquation<T> equation({this->random, left, right});
-      for (const char trans : letters<T>()) {
+      for (const char trans : equation_letters<T>()) {
         SCOPED_TRACE(testing::Message() << equation.m << " by " << equation.n << ", " << trans);
         equation.trans = trans;
         equation.with_job(0).solve();
@@ -106,7 +96,7 @@ TYPED_TEST(PencilSylvester, SolvesLongEquations) {
   using T = TypeParam;
   for (const auto& [m, n] : {std::pair{30, 17}, {9, 40}, {61, 3}, {1, 35}, {50, 50}}) {
     LongEquation<T> equation = this->long_problem(m, n);
-    for (const char trans : letters<T>()) {
+    for (const char trans : equation_letters<T>()) {
       SCOPED_TRACE(testing::Message() << m << " by " << n << ", " << trans);
       equation.trans = trans;
       equation.with_job(0).solve();
@@ -124,14 +114,10 @@ TYPED_TEST(PencilSylvester, ScalesWhatWouldOverflow) {
     data.scale_coefficients(std::ldexp(R(1), std::numeric_limits<R>::min_exponent / 2));
     data.scale_right_side(std::ldexp(R(1), std::numeric_limits<R>::max_exponent - 8));
     LongEquation<T> equation(data);
-    for (const char trans : letters<T>()) {
+    for (const char trans : equation_letters<T>()) {
       equation.trans = trans;
       equation.with_job(0).solve();
-      EXPECT_EQ(equation.info, 0);
-      EXPECT_LT(equation.scale, R(1));
-      EXPECT_GT(equation.scale, R(0));
-      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-      EXPECT_LT(equation.residual(), equation_threshold);
+      expect_scaled_solution(equation);
     }
     // With an estimate beside it, the scale is still that of the solution.
     equation.trans = 'N';
@@ -164,33 +150,18 @@ TYPED_TEST(PencilSylvester, ScalesAgainAndAgain) {
     for (const char trans : {'N', adjoint_letter<T>}) {
       equation.trans = trans;
       equation.with_job(0).solve();
-      EXPECT_EQ(equation.info, 0);
-      EXPECT_GT(equation.scale, R(0));
+      expect_scaled_solution(equation);
       EXPECT_LT(equation.scale, R(0.5));
-      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-      EXPECT_LT(equation.residual(), equation_threshold);
     }
   }
 }
 
-/// Both pairs are the same: what solves the equation solves one nearby.
 TYPED_TEST(PencilSylvester, PerturbsCommonEigenvalues) {
   using T = TypeParam;
   for (const std::vector<Int>& shape : borders) {
-    EquationData<T> data(this->random, shape, shape);
-    LongEquation<T> equation(data);
-    equation.B = data.A;
-    equation.ldb = data.lda;
-    equation.E = data.D;
-    equation.lde = data.ldd;
+    auto equation = equation_with_common_eigenvalues<LongEquation<T>>(this->random, shape);
     for (const Int ijob : {0, 1, 2}) {
-      equation.with_job(ijob).solve();
-      EXPECT_GE(equation.info, 0);
-      if (shape == std::vector<Int>{1}) {
-        EXPECT_GT(equation.info, 0);
-      }
-      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-      EXPECT_LT(equation.residual(), equation_threshold);
+      expect_perturbed_solution(equation.with_job(ijob).solve());
       if (ijob > 0) {
         EXPECT_LT(equation.dif, 1e4 * epsilon<T>);
       }
@@ -243,36 +214,10 @@ TYPED_TEST(PencilSylvester, EstimatesTheSeparation) {
   }
 }
 
-/// Equations of which one half has been multiplied by a power of two. By the same one the solution goes back to that of
-/// the equation they come from.
 TYPED_TEST(PencilSylvester, SolvesWithHalvesOfDifferentSize) {
   using T = TypeParam;
-  using R = Real<T>;
   for (const std::vector<Int>& left : borders) {
-    const EquationData<T> data(this->random, left, {1, 2});
-    for (const char trans : {'N', adjoint_letter<T>}) {
-      for (const bool upper : {true, false}) {
-        for (const int exponent : exponents_of_halves<R>()) {
-          SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent << ", " << upper);
-          const R factor = std::ldexp(R(1), exponent);
-          EquationData<T> scaled = data;
-          scaled.scale_half(upper, factor, trans != 'N');
-          LongEquation<T> equation(scaled);
-          equation.trans = trans;
-          equation.with_job(0).solve();
-          EXPECT_EQ(equation.info, 0);
-          EXPECT_EQ(equation.scale, R(1));
-          if (trans != 'N') {
-            GuardedMatrix<T>& divided = upper ? equation.r : equation.l;
-            for (Int j = 1; j <= data.n; ++j) {
-              for (Int i = 1; i <= data.m; ++i) divided(i, j) *= factor;
-            }
-          }
-          EXPECT_LT(equation_residual<T>(data, trans != 'N', equation.r, equation.l, R(1)), equation_threshold);
-          EXPECT_LT(equation_error<T>(data, trans != 'N', equation.r, equation.l, R(1)), 1);
-        }
-      }
-    }
+    expect_solutions_with_uneven_halves<LongEquation<T>, T>({this->random, left, {1, 2}});
   }
 }
 
@@ -473,7 +418,7 @@ TYPED_TEST(PencilSylvester, ChecksItsArguments) {
 
 TYPED_TEST(PencilSylvester, TellsItsWorkspace) {
   using T = TypeParam;
-  for (const char trans : letters<T>()) {
+  for (const char trans : equation_letters<T>()) {
     for (const Int ijob : {0, 1, 2, 3, 4}) {
       ValidEquation<T> query;
       query.trans = trans;

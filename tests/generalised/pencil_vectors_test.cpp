@@ -8,31 +8,12 @@
 
 #include "environment/machine_constants.hpp"
 #include "generalised/pencil_checks.hpp"
+#include "nonsymmetric/vectors_of_forms.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 
 namespace nuv::test {
 namespace {
-
-template <Scalar T>
-using WideComplex = std::complex<WideReal<T>>;
-template <Scalar T>
-using WideColumn = std::vector<WideComplex<T>>;
-
-/// Rows of the diagonal blocks of a form.
-struct Block {
-  Int first, last;
-  Int order() const { return last - first + 1; }
-};
-template <Scalar T>
-std::vector<Block> blocks_of(const GuardedMatrix<T>& S) {
-  std::vector<Block> blocks;
-  for (Int j = 1; j <= S.rows(); j = blocks.back().last + 1) {
-    const bool is_pair = RealScalar<T> && j < S.rows() && S(j + 1, j) != T(0);
-    blocks.push_back({j, is_pair ? j + 1 : j});
-  }
-  return blocks;
-}
 
 /// alpha / beta, scaled so that |alpha| |P| + |beta| |S| is about one.
 template <Scalar T>
@@ -54,25 +35,6 @@ Value<T> value_of(const Pencil<T>& form, Block block) {
     return {{(a + d) / 2, std::sqrt(-(half * half + bc))}, 1};
   }
   return {};
-}
-
-/// A vector from one column, or from the two of a pair.
-template <Scalar T>
-WideColumn<T> vector_in(const GuardedMatrix<T>& V, Int j, Int parts) {
-  WideColumn<T> x;
-  for (Int i = 1; i <= V.rows(); ++i) {
-    if constexpr (RealScalar<T>) {
-      x.emplace_back(V(i, j), parts == 2 ? V(i, j + 1) : T(0));
-    } else {
-      x.emplace_back(V(i, j));
-    }
-  }
-  return x;
-}
-
-template <Scalar T>
-WideReal<T> measure(WideComplex<T> x) {
-  return std::abs(x.real()) + std::abs(x.imag());
 }
 
 template <Scalar T>
@@ -175,16 +137,10 @@ void expect_vectors(bool right, const Pencil<T>& form, const GuardedMatrix<T>& V
       expect_unit_vector(V, block.first);
       continue;
     }
-    const WideColumn<T> x = vector_in(V, block.first, block.order());
+    const WideColumn<T> x = vector_in(V, block);
     EXPECT_LT(error_by_rows(right, form, value_of(form, block), x), pencil_threshold);
-    double largest = 0;
-    for (Int i = 1; i <= n; ++i) {
-      largest = std::max(largest, double(measure<T>(x[std::size_t(i - 1)])));
-      if (right ? i > block.last : i < block.first) {
-        EXPECT_EQ(measure<T>(x[std::size_t(i - 1)]), 0) << i;
-      }
-    }
-    EXPECT_NEAR(largest, 1, 4 * epsilon<T>);
+    expect_zeros_beside<T>(right, block, x);
+    expect_normalised<T>(x);
   }
 }
 
@@ -196,14 +152,7 @@ void expect_all(const Pencil<T>& form) {
   EXPECT_EQ(both.m, form.A.rows());
   expect_vectors(true, form, both.VR);
   expect_vectors(false, form, both.VL);
-  for (const char side : {'r', 'l'}) {
-    PencilVectorCall<T> one(form, 'a');
-    one.side = side;
-    (side == 'r' ? one.VL : one.VR) = GuardedMatrix<T>(1, 1, 1);
-    one.run();
-    EXPECT_TRUE(side == 'r' ? one.VR.same_as(both.VR) : one.VL.same_as(both.VL));
-    EXPECT_TRUE(side == 'r' ? one.VL.unchanged() : one.VR.unchanged());
-  }
+  expect_each_side_alone(form, both);
 }
 
 template <class T>
@@ -216,14 +165,8 @@ TYPED_TEST_SUITE(PencilVectorsOf, Precisions, PrecisionLetter);
 TYPED_TEST(PencilVectorsOf, BlocksInAllPlaces) {
   using T = TypeParam;
   for (const Int n : {0, 1, 2, 3, 4, 5}) {
-    // Each digit of the number says whether a block goes on.
-    for (int pattern = 0; pattern < 1 << n; ++pattern) {
-      std::vector<Int> blocks;
-      for (Int left = n; left > 0; left -= blocks.back()) {
-        blocks.push_back(RealScalar<T> && left > 1 && (pattern >> left & 1) != 0 ? 2 : 1);
-      }
+    for (const std::vector<Int>& blocks : all_blocks<T>(n)) {
       expect_all(random_pencil_schur_form<T>(this->random, blocks, std::max(1, n) + 1));
-      if (!RealScalar<T>) break;
     }
   }
 }
@@ -467,30 +410,6 @@ TYPED_TEST(PencilVectorsOf, ValuesOfAllSizes) {
   }
 }
 
-/// v is V times the vector of the form, normalised.
-template <Scalar T>
-void expect_transformed(const GuardedMatrix<T>& V, const WideColumn<T>& x, const WideColumn<T>& v) {
-  const Int n = V.rows();
-  WideColumn<T> expected(std::size_t(n), 0);
-  WideReal<T> size = 0, terms = 0;
-  for (Int i = 1; i <= n; ++i) {
-    WideReal<T> row = 0;
-    for (Int j = 1; j <= n; ++j) {
-      const auto term = WideComplex<T>(V(i, j)) * x[std::size_t(j - 1)];
-      expected[std::size_t(i - 1)] += term;
-      row += measure<T>(term);
-    }
-    size = std::max(size, measure<T>(expected[std::size_t(i - 1)]));
-    terms = std::max(terms, row);
-  }
-  double largest = 0;
-  for (std::size_t i = 0; i < std::size_t(n); ++i) {
-    EXPECT_LE(measure<T>(v[i] - expected[i] / size), pencil_threshold * n * epsilon<T> * terms / size) << i;
-    largest = std::max(largest, double(measure<T>(v[i])));
-  }
-  EXPECT_NEAR(largest, 1, 4 * epsilon<T>);
-}
-
 TYPED_TEST(PencilVectorsOf, APencilWhoseFormItIs) {
   using T = TypeParam;
   // The largest takes the columns of a pair in strips.
@@ -507,9 +426,8 @@ TYPED_TEST(PencilVectorsOf, APencilWhoseFormItIs) {
     EXPECT_EQ(transformed.m, n);
     for (const Block block : blocks_of(form.A)) {
       SCOPED_TRACE(testing::Message() << "vector " << block.first << " of " << n);
-      const auto [j, parts] = std::pair{block.first, block.order()};
-      expect_transformed(Z, vector_in(all.VR, j, parts), vector_in(transformed.VR, j, parts));
-      expect_transformed(Q, vector_in(all.VL, j, parts), vector_in(transformed.VL, j, parts));
+      expect_transformed(Z, vector_in(all.VR, block), vector_in(transformed.VR, block), pencil_threshold);
+      expect_transformed(Q, vector_in(all.VL, block), vector_in(transformed.VL, block), pencil_threshold);
     }
   }
 }
@@ -538,36 +456,11 @@ TYPED_TEST(PencilVectorsOf, AnythingAndNothing) {
 
 TYPED_TEST(PencilVectorsOf, SelectedValues) {
   using T = TypeParam;
-  constexpr Int n = 13;
   for (int turn = 0; turn < 20; ++turn) {
-    const Pencil<T> form = random_pencil_schur_form<T>(this->random, n, n);
-    PencilVectorCall<T> all(form), selected(form, turn % 2 == 0 ? 's' : 'S');
-    all.run();
-    std::vector<Int> columns;
-    // The lowest bit is the truth, in any words.
-    constexpr Logical truths[] = {-1, 1, 7}, lies[] = {0, 2, -4};
-    for (const Block block : blocks_of(form.A)) {
-      const Int flags = this->random.integer(0, block.order() == 2 ? 3 : 1);
-      for (Int k = block.first; k <= block.last; ++k) {
-        const bool flag = (flags >> (k - block.first) & 1) != 0;
-        selected.select(k) = flag ? this->random.pick(truths) : this->random.pick(lies);
-        if (flags != 0) columns.push_back(k);
-      }
-    }
-    selected.select.seal();
-    const Int m = Int(columns.size());
-    selected.mm = m;
-    selected.VL = selected.VR = GuardedMatrix<T>(n, m, n + 1);
-    selected.run();
-    EXPECT_EQ(selected.info, 0);
-    EXPECT_EQ(selected.m, m);
-    EXPECT_TRUE(selected.select.unchanged());
-    for (Int j = 1; j <= m; ++j) {
-      for (Int i = 1; i <= n; ++i) {
-        EXPECT_TRUE(same_bits(selected.VR(i, j), all.VR(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
-        EXPECT_TRUE(same_bits(selected.VL(i, j), all.VL(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
-      }
-    }
+    const Pencil<T> form = random_pencil_schur_form<T>(this->random, 13, 13);
+    const char howmny = turn % 2 == 0 ? 's' : 'S';
+    const auto call = expect_selected<PencilVectorCall<T>>(this->random, form, blocks_of(form.A), howmny);
+    EXPECT_TRUE(call.select.unchanged());
   }
 }
 
@@ -587,20 +480,8 @@ TYPED_TEST(PencilVectorsOf, SelectedIndefiniteValue) {
 /// Vectors beside which there is room, and none at all.
 TYPED_TEST(PencilVectorsOf, NothingMuch) {
   using T = TypeParam;
-  PencilVectorCall<T> none(random_pencil_schur_form<T>(this->random, 4, 4), 'S');
-  for (Int k = 1; k <= 4; ++k) none.select(k) = 0;
-  none.run();
-  EXPECT_EQ(none.info, 0);
-  EXPECT_EQ(none.m, 0);
-  EXPECT_TRUE(none.VL.unchanged() && none.VR.unchanged());
-
-  PencilVectorCall<T> roomy(random_pencil_schur_form<T>(this->random, 4, 4));
-  roomy.mm = 6;
-  roomy.VL = roomy.VR = GuardedMatrix<T>(4, 6, 4);
-  roomy.run();
-  EXPECT_EQ(roomy.m, 4);
-  EXPECT_TRUE(roomy.VR.unchanged_except([](Int, Int j) { return j <= 4; }));
-  EXPECT_TRUE(roomy.VL.unchanged_except([](Int, Int j) { return j <= 4; }));
+  expect_nothing_of_none<PencilVectorCall<T>>(random_pencil_schur_form<T>(this->random, 4, 4));
+  expect_room_left<PencilVectorCall<T>>(random_pencil_schur_form<T>(this->random, 4, 4));
 }
 
 /// A block of order two has to have complex eigenvalues.
@@ -714,22 +595,7 @@ TYPED_TEST(PencilVectorsOf, ArgumentsThatAreChecked) {
                                       {10, [](Call& c) { c.ldvl = 3; }},
                                       {12, [](Call& c) { c.ldvr = 3; }},
                                       {13, [](Call& c) { c.mm = 3; }}});
-  // Of four values one is not selected; of a real pair it is with the other.
-  for (const Int mm : {2, 3, 4}) {
-    Call call;
-    call.howmny = 'S';
-    call.mm = mm;
-    expect_report(call, name, mm < (RealScalar<T> ? 4 : 3) ? 13 : 0);
-  }
-  // What is not asked for takes no room, but has a leading dimension.
-  for (const char side : {'L', 'R'}) {
-    for (const Int ld : {0, 1}) {
-      Call call;
-      call.side = side;
-      (side == 'R' ? call.ldvl : call.ldvr) = ld;
-      expect_report(call, name, ld == 1 ? 0 : side == 'R' ? 10 : 12);
-    }
-  }
+  expect_room_checks<Call>(name, RealScalar<T>, 10, 12, 13);
 }
 
 }  // namespace

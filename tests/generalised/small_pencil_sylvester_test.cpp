@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "frame/option_matching.hpp"
 #include "generalised/pencil_equations.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
@@ -12,17 +11,16 @@ namespace nuv::test {
 namespace {
 
 template <Scalar T>
-struct SmallEquation : EquationData<T> {
+struct SmallEquation : EquationCall<T> {
   using R = Real<T>;
+  using EquationCall<T>::trans, EquationCall<T>::ijob, EquationCall<T>::info, EquationCall<T>::scale;
+  using EquationCall<T>::r, EquationCall<T>::l;
 
-  char trans = 'N';
-  Int ijob = 0, pq = -7, info = 99;
-  GuardedMatrix<T> r, l;  ///< C and F, and the solution
+  Int pq = -7;
   GuardedVector<Int> iwork;
-  R scale = -7, sum = 1, sum_scale = 0;
+  R sum = 1, sum_scale = 0;
 
-  explicit SmallEquation(const EquationData<T>& data)
-      : EquationData<T>(data), r(data.C), l(data.F), iwork(data.m + data.n + 2) {}
+  explicit SmallEquation(const EquationData<T>& data) : EquationCall<T>(data), iwork(data.m + data.n + 2) {}
 
   Int run() {
     const Matrix<const T> A{this->A.data(), this->lda}, B{this->B.data(), this->ldb}, D{this->D.data(), this->ldd},
@@ -46,16 +44,8 @@ struct SmallEquation : EquationData<T> {
     return *this;
   }
 
-  bool is_adjoint() const { return !same_letter(trans, 'N'); }
-  double residual() const { return equation_residual<T>(*this, is_adjoint(), r, l, scale); }
-  double error() const { return equation_error<T>(*this, is_adjoint(), r, l, scale); }
   bool has_sum() const { return sum != R(1) || sum_scale != R(0); }
 };
-
-template <Scalar T>
-std::vector<char> letters() {
-  return RealScalar<T> ? std::vector<char>{'N', 'n', 'T', 't'} : std::vector<char>{'N', 'n', 'C', 'c'};
-}
 
 template <class T>
 class SmallPencilSylvester : public ReportingTest {
@@ -69,7 +59,7 @@ TYPED_TEST(SmallPencilSylvester, SolvesEachKindWithBlocksInAllPlaces) {
   for (const std::vector<Int>& left : block_shapes) {
     for (const std::vector<Int>& right : block_shapes) {
       SmallEquation<T> equation({this->random, left, right});
-      for (const char trans : letters<T>()) {
+      for (const char trans : equation_letters<T>()) {
         SCOPED_TRACE(testing::Message() << equation.m << " by " << equation.n << ", " << trans);
         equation.trans = trans;
         equation.solve();
@@ -95,49 +85,19 @@ TYPED_TEST(SmallPencilSylvester, ScalesWhatWouldOverflow) {
       data.scale_coefficients(std::ldexp(R(1), std::numeric_limits<R>::min_exponent / 2));
       data.scale_right_side(std::ldexp(R(1), std::numeric_limits<R>::max_exponent - 8));
       SmallEquation<T> equation(data);
-      for (const char trans : letters<T>()) {
+      for (const char trans : equation_letters<T>()) {
         equation.trans = trans;
         equation.solve();
-        EXPECT_EQ(equation.info, 0);
-        EXPECT_LT(equation.scale, R(1));
-        EXPECT_GT(equation.scale, R(0));
-        EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-        EXPECT_LT(equation.residual(), equation_threshold);
+        expect_scaled_solution(equation);
       }
     }
   }
 }
 
-/// Equations of which one half has been multiplied by a power of two. By the same one the solution goes back to that of
-/// the equation they come from.
 TYPED_TEST(SmallPencilSylvester, SolvesWithHalvesOfDifferentSize) {
   using T = TypeParam;
-  using R = Real<T>;
   for (const std::vector<Int>& left : block_shapes) {
-    const EquationData<T> data(this->random, left, {1, 2});
-    for (const char trans : {'N', adjoint_letter<T>}) {
-      for (const bool upper : {true, false}) {
-        for (const int exponent : exponents_of_halves<R>()) {
-          SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent << ", " << upper);
-          const R factor = std::ldexp(R(1), exponent);
-          EquationData<T> scaled = data;
-          scaled.scale_half(upper, factor, trans != 'N');
-          SmallEquation<T> equation(scaled);
-          equation.trans = trans;
-          equation.solve();
-          EXPECT_EQ(equation.info, 0);
-          EXPECT_EQ(equation.scale, R(1));
-          if (trans != 'N') {
-            GuardedMatrix<T>& divided = upper ? equation.r : equation.l;
-            for (Int j = 1; j <= data.n; ++j) {
-              for (Int i = 1; i <= data.m; ++i) divided(i, j) *= factor;
-            }
-          }
-          EXPECT_LT(equation_residual<T>(data, trans != 'N', equation.r, equation.l, R(1)), equation_threshold);
-          EXPECT_LT(equation_error<T>(data, trans != 'N', equation.r, equation.l, R(1)), 1);
-        }
-      }
-    }
+    expect_solutions_with_uneven_halves<SmallEquation<T>, T>({this->random, left, {1, 2}});
   }
 }
 
@@ -153,7 +113,7 @@ TYPED_TEST(SmallPencilSylvester, SolvesNearTheEndsOfTheRange) {
       scaled.scale_coefficients(std::ldexp(R(1), exponent));
       scaled.scale_right_side(std::ldexp(R(1), exponent));
       SmallEquation<T> equation(scaled);
-      for (const char trans : letters<T>()) {
+      for (const char trans : equation_letters<T>()) {
         SCOPED_TRACE(testing::Message() << data.m << " rows, " << trans << ", 2^" << exponent);
         equation.trans = trans;
         equation.solve();
@@ -256,14 +216,10 @@ TYPED_TEST(SmallPencilSylvester, ScalesForLargeCoefficientsElsewhere) {
   data.A.seal();
   data.scale_right_side(std::ldexp(R(1), Limits::max_exponent - 10));
   SmallEquation<T> equation(data);
-  for (const char trans : letters<T>()) {
+  for (const char trans : equation_letters<T>()) {
     equation.trans = trans;
     equation.solve();
-    EXPECT_EQ(equation.info, 0);
-    EXPECT_GT(equation.scale, R(0));
-    EXPECT_LT(equation.scale, R(1));
-    EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-    EXPECT_LT(equation.residual(), equation_threshold);
+    expect_scaled_solution(equation);
   }
 }
 
@@ -317,25 +273,13 @@ TYPED_TEST(SmallPencilSylvester, SolvesTheAdjointWhateverTheJob) {
   }
 }
 
-/// Both pairs are the same: what solves the equation solves one nearby.
 TYPED_TEST(SmallPencilSylvester, PerturbsCommonEigenvalues) {
   using T = TypeParam;
   for (const std::vector<Int>& shape : block_shapes) {
-    EquationData<T> data(this->random, shape, shape);
-    SmallEquation<T> equation(data);
-    equation.B = data.A;
-    equation.ldb = data.lda;
-    equation.E = data.D;
-    equation.lde = data.ldd;
-    for (const char trans : letters<T>()) {
+    auto equation = equation_with_common_eigenvalues<SmallEquation<T>>(this->random, shape);
+    for (const char trans : equation_letters<T>()) {
       equation.trans = trans;
-      equation.solve();
-      if (shape == std::vector<Int>{1}) {
-        EXPECT_GT(equation.info, 0);
-      }
-      EXPECT_GE(equation.info, 0);
-      EXPECT_TRUE(is_finite(equation.r) && is_finite(equation.l));
-      EXPECT_LT(equation.residual(), equation_threshold);
+      expect_perturbed_solution(equation.solve());
     }
   }
 }

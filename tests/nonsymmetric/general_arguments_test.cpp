@@ -1,8 +1,7 @@
 // The checks that the drivers for general matrices make of their arguments, and what they answer about workspaces.
 
-#include "nonsymmetric/general_calls.hpp"
+#include "nonsymmetric/driver_arguments.hpp"
 #include "routines.hpp"
-#include "support/argument_checks.hpp"
 
 namespace nuv::test {
 namespace {
@@ -40,38 +39,9 @@ SchurCall<T> full_call(const SchurCall<T>*) {
 }
 
 template <class Driver>
-struct ValidCall : Driver::Call {
-  ValidCall() : Driver::Call(full_call(static_cast<const typename Driver::Call*>(nullptr))) {
-    this->make_room(asked_for<Driver>(*this));
-  }
-
-  Int run() {
-    Driver::run(*this);
-    return this->info;
-  }
+struct ValidCall : DriverCall<Driver> {
+  ValidCall() : DriverCall<Driver>(full_call(static_cast<const typename Driver::Call*>(nullptr))) {}
 };
-
-/// The position of an argument behind the eigenvalues.
-template <Scalar T>
-constexpr int behind_values(int position_in_real_member) {
-  return position_in_real_member - (ComplexScalar<T> ? 1 : 0);
-}
-
-/// Expects of lwork, at this position, that the least and no less is taken.
-template <class Driver>
-void expect_least_lwork(const std::string& name, const typename Driver::Call& call, int position) {
-  ValidCall<Driver> least, one_short, below;
-  for (ValidCall<Driver>* one : {&least, &one_short, &below}) {
-    static_cast<typename Driver::Call&>(*one) = call;
-    one->make_room(Driver::least(call));
-  }
-  expect_report(least, "", 0);
-  --one_short.lwork;
-  expect_report(one_short, name, position);
-  EXPECT_EQ(Int(std::real(one_short.work(1))), asked_for<Driver>(call).work);
-  below.lwork = -2;
-  expect_report(below, name, position);
-}
 
 TYPED_TEST(GeneralArguments, OfGeev) {
   using T = TypeParam;
@@ -265,22 +235,6 @@ TYPED_TEST(GeneralArguments, LeadingDimensionsOfAbsentVectors) {
   expect_report(schur, reported_name<T>("GEES"), behind_values<T>(11));
 }
 
-/// Nothing is done, and one element of workspace is what is wanted.
-template <class Driver>
-void expect_nothing_for_order_zero(const std::string& name, typename Driver::Call call, int position_of_lwork) {
-  call.make_room({1, 1, 1});
-  Driver::run(call);
-  EXPECT_EQ(call.info, 0);
-  EXPECT_EQ(std::real(call.work(1)), 1);
-  EXPECT_TRUE(call.A.unchanged());
-  call.work(1) = 0;
-  call.lwork = 0;
-  Driver::run(call);
-  EXPECT_EQ(call.info, -position_of_lwork);
-  EXPECT_EQ(std::real(call.work(1)), 1);
-  EXPECT_EQ(take_error_reports(), (std::vector<ErrorReport>{{name, position_of_lwork}}));
-}
-
 TYPED_TEST(GeneralArguments, OrderZero) {
   using T = TypeParam;
   const GuardedMatrix<T> A(0, 0, 1);
@@ -299,20 +253,13 @@ TYPED_TEST(GeneralArguments, AnswersAboutWorkspaces) {
   const Int n = 200;
   Random random(6);
   const GuardedMatrix<T> A = random_matrix<T>(random, n, n, n);
-  const auto answer_of = [&](auto ask) {
-    GuardedVector<T> work(1);
-    Int info = 0;
-    ask(work.data(), info);
-    EXPECT_EQ(info, 0);
-    return Int(std::real(work(1)));
-  };
   GuardedMatrix<T> H = A, Z = A;
   const Int reduction =
-      n + answer_of([&](T* work, Int& info) { routine_call::gehrd(n, 1, n, Matrix<T>(H), work, work, -1, info); });
+      n + best_lwork<T>([&](T* work, Int& info) { routine_call::gehrd(n, 1, n, Matrix<T>(H), work, work, -1, info); });
   const Int forming_q =
-      n + answer_of([&](T* work, Int& info) { routine_call::orghr(n, 1, n, Matrix<T>(H), work, work, -1, info); });
+      n + best_lwork<T>([&](T* work, Int& info) { routine_call::orghr(n, 1, n, Matrix<T>(H), work, work, -1, info); });
   const auto iteration = [&](char job, char compz) {
-    return answer_of([&](T* work, Int& info) {
+    return best_lwork<T>([&](T* work, Int& info) {
       if constexpr (ComplexScalar<T>) {
         routine_call::hseqr(job, compz, n, 1, n, Matrix<T>(H), work, Matrix<T>(Z), work, -1, info);
       } else {

@@ -21,30 +21,42 @@ struct WorkSizes {
   std::int64_t work, rwork, iwork;
 };
 
+/// Workspaces of one element each, until there is room.
+template <Scalar T>
+struct Workspaces {
+  GuardedVector<T> work{1};
+  GuardedVector<Real<T>> rwork{1};
+  GuardedVector<Int> iwork{1};
+  Int lwork = 1, liwork = 1;
+
+  void make_room(const WorkSizes& sizes) {
+    lwork = Int(sizes.work);
+    liwork = Int(sizes.iwork);
+    work = GuardedVector<T>(lwork);
+    rwork = GuardedVector<Real<T>>(Int(sizes.rwork));
+    iwork = GuardedVector<Int>(liwork);
+  }
+
+  /// The best lwork may be told before the workspace is found to be too small.
+  bool unchanged() const { return work.unchanged_outside(1, 1) && rwork.unchanged() && iwork.unchanged_outside(1, 1); }
+
+  testing::AssertionResult guards_unchanged() const {
+    return testing::AssertionResult(work.guards_unchanged() && rwork.guards_unchanged() && iwork.guards_unchanged());
+  }
+};
+
 /// What the calls of all drivers have. Eigenvalues stand in w or in wr and wi.
 template <Scalar T>
-struct GeneralCall {
+struct GeneralCall : Workspaces<T> {
   using R = Real<T>;
 
   Int n, lda, info = 99;
   GuardedMatrix<T> A;
   GuardedVector<R> wr, wi;
   GuardedVector<T> w;
-  GuardedVector<T> work{1};
-  GuardedVector<R> rwork{1};
-  GuardedVector<Int> iwork{1};
-  Int lwork = 1, liwork = 1;
 
   explicit GeneralCall(const GuardedMatrix<T>& matrix)
       : n(matrix.rows()), lda(matrix.ld()), A(matrix), wr(n), wi(n), w(n) {}
-
-  void make_room(const WorkSizes& sizes) {
-    lwork = Int(sizes.work);
-    liwork = Int(sizes.iwork);
-    work = GuardedVector<T>(lwork);
-    rwork = GuardedVector<R>(Int(sizes.rwork));
-    iwork = GuardedVector<Int>(liwork);
-  }
 
   std::complex<R> value(Int i) const {
     if constexpr (ComplexScalar<T>) {
@@ -60,16 +72,13 @@ struct GeneralCall {
     return all;
   }
 
-  /// The best lwork may be told before the workspace is found to be too small.
   bool unchanged() const {
-    return A.unchanged() && wr.unchanged() && wi.unchanged() && w.unchanged() && work.unchanged_outside(1, 1) &&
-           rwork.unchanged() && iwork.unchanged_outside(1, 1);
+    return Workspaces<T>::unchanged() && A.unchanged() && wr.unchanged() && wi.unchanged() && w.unchanged();
   }
 
   testing::AssertionResult guards_unchanged() const {
-    return testing::AssertionResult(A.guards_unchanged() && wr.guards_unchanged() && wi.guards_unchanged() &&
-                                    w.guards_unchanged() && work.guards_unchanged() && rwork.guards_unchanged() &&
-                                    iwork.guards_unchanged());
+    return testing::AssertionResult(Workspaces<T>::guards_unchanged() && A.guards_unchanged() &&
+                                    wr.guards_unchanged() && wi.guards_unchanged() && w.guards_unchanged());
   }
 };
 

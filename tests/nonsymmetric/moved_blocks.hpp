@@ -34,6 +34,14 @@ struct Moved {
       rows.insert(rows.end(), order[k].begin(), order[k].end());
     }
   }
+
+  /// Eigenvalues in their new order.
+  template <class Value>
+  std::vector<Value> order_of(const std::vector<Value>& values) const {
+    std::vector<Value> moved;
+    for (const Int row : rows) moved.push_back(values[std::size_t(row - 1)]);
+    return moved;
+  }
 };
 
 }  // namespace nuv::test

@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/eigenvalue_conditions.hpp"
 #include "nonsymmetric/schur_checks.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
@@ -90,7 +91,13 @@ struct Conditions {
     select.seal();
   }
 
-  bool is_pair(Int j) const { return RealScalar<T> && j < n && S(j + 1, j) != T(0); }
+  bool is_pair(Int j) const { return RealScalar<T> && j >= 1 && j < n && S(j + 1, j) != T(0); }
+
+  Conditions& with_job(char letter) {
+    job = letter;
+    if (same_letter(job, 'E')) ldwork = 1;
+    return *this;
+  }
 
   /// Eigenvectors of all eigenvalues, or of the selected ones, of a matrix with this Schur form; lengths are anything.
   Conditions& find_vectors(const Spectrum<T>& spectrum) {
@@ -105,19 +112,7 @@ struct Conditions {
         for (const bool is_left : {true, false}) {
           GuardedMatrix<T>& V = is_left ? VL : VR;
           const WideMatrix<C> x = WideReal<T>(is_left ? 3 : 0.25) * product<C>(Q, spectrum.vector(j, is_left));
-          for (Int i = 1; i <= n; ++i) {
-            if constexpr (ComplexScalar<T>) {
-              V(i, k) = T(x(i - 1, 0));
-            } else if (pair) {
-              V(i, k) = T(x(i - 1, 0).real());
-              V(i, k + 1) = T(x(i - 1, 0).imag());
-            } else {
-              // Up to a factor of length one, which makes the largest element real.
-              Eigen::Index largest = 0;
-              x.cwiseAbs().col(0).maxCoeff(&largest);
-              V(i, k) = T((x(i - 1, 0) / x(largest, 0)).real());
-            }
-          }
+          put_vector<T>(x, pair, V, k);
         }
         k += pair ? 2 : 1;
       }
@@ -137,6 +132,8 @@ struct Conditions {
                         info);
     return info;
   }
+
+  bool vectors_workspace_unchanged() const { return work.unchanged(); }
 
   Conditions& judge() {
     run();
@@ -198,7 +195,7 @@ TYPED_TEST(SchurCondition, OfEigenvectorsIsTheirSeparation) {
       call.judge();
       for (Int j = 1; j <= call.n; ++j) {
         // The estimate is of a one-norm, at most by a factor of three too small; of a pair that of twice as many parts.
-        const bool of_pair = call.is_pair(j) || (j > 1 && call.is_pair(j - 1));
+        const bool of_pair = call.is_pair(j) || call.is_pair(j - 1);
         const double root = std::sqrt((of_pair ? 2.0 : 1.0) * (call.n - 1)), exact = spectrum.separation(j);
         EXPECT_GT(call.sep(j) * root / exact, 0.999) << j << " of " << call.n;
         EXPECT_LT(call.sep(j) / root / exact, 3) << j << " of " << call.n;
@@ -249,60 +246,13 @@ TYPED_TEST(SchurCondition, EstimatesTheNormOfTheInverse) {
 TYPED_TEST(SchurCondition, TakesTheSelectedEigenvalues) {
   using T = TypeParam;
   const GuardedMatrix<T> S = this->form({1, 2, 1, 2});
-  const Spectrum<T> spectrum(S);
-  Conditions<T> all(S);
-  all.find_vectors(spectrum).judge();
-  for (int flags = 0; flags < 1 << 6; ++flags) {
-    SCOPED_TRACE(flags);
-    Conditions<T> call(S);
-    call.howmny = flags % 2 == 0 ? 'S' : 's';
-    std::vector<Int> wanted;
-    for (Int j = 1; j <= 6; ++j) {
-      if (flags >> (j - 1) & 1) call.select(j) = j % 2 == 0 ? 1 : -1;
-      const Int partner = call.is_pair(j) ? j + 1 : j > 1 && call.is_pair(j - 1) ? j - 1 : j;
-      if ((flags >> (j - 1) | flags >> (partner - 1)) & 1) wanted.push_back(j);
-    }
-    call.select.seal();
-    call.mm = Int(wanted.size());
-    call.find_vectors(spectrum).judge();
-    EXPECT_EQ(call.m, call.mm);
-    for (Int k = 1; k <= call.m; ++k) {
-      EXPECT_EQ(call.s(k), all.s(wanted[std::size_t(k - 1)]));
-      EXPECT_EQ(call.sep(k), all.sep(wanted[std::size_t(k - 1)]));
-    }
-    EXPECT_TRUE(call.s.unchanged_outside(1, call.m) && call.sep.unchanged_outside(1, call.m));
-    if (call.m > 0) {
-      call.mm = call.m - 1;
-      EXPECT_EQ(call.run(), -13);
-      EXPECT_EQ(take_error_reports().size(), 1u);
-    }
-  }
+  expect_selected_conditions(Conditions<T>(S), Spectrum<T>(S), &Conditions<T>::sep, 13);
 }
 
 TYPED_TEST(SchurCondition, GivesWhatTheJobNames) {
   using T = TypeParam;
   const GuardedMatrix<T> S = this->form({1, 2, 1});
-  const Spectrum<T> spectrum(S);
-  Conditions<T> both(S);
-  both.find_vectors(spectrum).judge();
-  for (const char job : {'E', 'e', 'V', 'v', 'b'}) {
-    Conditions<T> call(S);
-    call.job = job;
-    if (same_letter(job, 'E')) call.ldwork = 1;
-    if (same_letter(job, 'V')) {
-      call.ldvl = call.ldvr = 1;
-    } else {
-      call.find_vectors(spectrum);
-    }
-    call.judge();
-    if (same_letter(job, 'V')) {
-      EXPECT_TRUE(call.s.unchanged() && call.sep.same_as(both.sep));
-    } else if (same_letter(job, 'E')) {
-      EXPECT_TRUE(call.sep.unchanged() && call.work.unchanged() && call.s.same_as(both.s));
-    } else {
-      EXPECT_TRUE(call.s.same_as(both.s) && call.sep.same_as(both.sep));
-    }
-  }
+  expect_conditions_of_jobs(Conditions<T>(S), Spectrum<T>(S), &Conditions<T>::sep);
 }
 
 TYPED_TEST(SchurCondition, OfOneIsItsMagnitude) {

@@ -8,53 +8,17 @@
 
 #include "environment/machine_constants.hpp"
 #include "nonsymmetric/schur_checks.hpp"
+#include "nonsymmetric/vectors_of_forms.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
 
 namespace nuv::test {
 namespace {
 
-template <Scalar T>
-using WideColumn = std::vector<std::complex<WideReal<T>>>;
-
-/// Rows of the diagonal blocks of a Schur form.
-struct Block {
-  Int first, last;
-  Int order() const { return last - first + 1; }
-};
-template <Scalar T>
-std::vector<Block> blocks_of(const GuardedMatrix<T>& S) {
-  std::vector<Block> blocks;
-  for (Int j = 1; j <= S.rows(); j = blocks.back().last + 1) {
-    const bool is_pair = RealScalar<T> && j < S.rows() && S(j + 1, j) != T(0);
-    blocks.push_back({j, is_pair ? j + 1 : j});
-  }
-  return blocks;
-}
-
-/// A vector from one column, or from the two of a pair.
-template <Scalar T>
-WideColumn<T> vector_in(const GuardedMatrix<T>& V, Int j, Int parts) {
-  WideColumn<T> x;
-  for (Int i = 1; i <= V.rows(); ++i) {
-    if constexpr (RealScalar<T>) {
-      x.emplace_back(V(i, j), parts == 2 ? V(i, j + 1) : T(0));
-    } else {
-      x.emplace_back(V(i, j));
-    }
-  }
-  return x;
-}
-
-template <Scalar T>
-double measure(std::complex<WideReal<T>> x) {
-  return double(std::abs(x.real()) + std::abs(x.imag()));
-}
-
 /// Of S x = w x, or of y^H S = w y^H: the largest |residual| / (n eps (|S| + |w|) |x|) of the rows of a block.
 template <Scalar T>
 double error_by_rows(bool right, const GuardedMatrix<T>& S, std::complex<double> value, const WideColumn<T>& x) {
-  using C = std::complex<WideReal<T>>;
+  using C = WideComplex<T>;
   const Int n = S.rows();
   const C w = right ? C(value) : std::conj(C(value));
   // The least pivot, and what the smallest elements lose to underflow.
@@ -119,16 +83,10 @@ void expect_vectors(bool right, const GuardedMatrix<T>& S, const GuardedMatrix<T
   const Int n = S.rows();
   for (const Block block : blocks_of(S)) {
     SCOPED_TRACE(testing::Message() << (right ? "right" : "left") << " vector " << block.first << " of " << n);
-    const WideColumn<T> x = vector_in(V, block.first, block.order());
+    const WideColumn<T> x = vector_in(V, block);
     EXPECT_LT(error_by_rows(right, S, values[std::size_t(block.first - 1)], x), schur_threshold);
-    double largest = 0;
-    for (Int i = 1; i <= n; ++i) {
-      largest = std::max(largest, measure<T>(x[std::size_t(i - 1)]));
-      if (right ? i > block.last : i < block.first) {
-        EXPECT_EQ(measure<T>(x[std::size_t(i - 1)]), 0) << i;
-      }
-    }
-    EXPECT_NEAR(largest, 1, 4 * epsilon<T>);
+    expect_zeros_beside<T>(right, block, x);
+    expect_normalised<T>(x);
   }
 }
 
@@ -140,14 +98,7 @@ void expect_all(const GuardedMatrix<T>& S) {
   EXPECT_EQ(both.m, S.rows());
   expect_vectors(true, S, both.VR);
   expect_vectors(false, S, both.VL);
-  for (const char side : {'r', 'l'}) {
-    SchurVectors<T> one(S, 'a');
-    one.side = side;
-    (side == 'r' ? one.VL : one.VR) = GuardedMatrix<T>(1, 1, 1);
-    one.run();
-    EXPECT_TRUE(side == 'r' ? one.VR.same_as(both.VR) : one.VL.same_as(both.VL));
-    EXPECT_TRUE(side == 'r' ? one.VL.unchanged() : one.VR.unchanged());
-  }
+  expect_each_side_alone(S, both);
 }
 
 template <class T>
@@ -160,14 +111,8 @@ TYPED_TEST_SUITE(SchurVectorsOf, Precisions, PrecisionLetter);
 TYPED_TEST(SchurVectorsOf, BlocksInAllPlaces) {
   using T = TypeParam;
   for (const Int n : {0, 1, 2, 3, 4, 5}) {
-    // Each digit of the number says whether a block goes on.
-    for (int pattern = 0; pattern < 1 << n; ++pattern) {
-      std::vector<Int> blocks;
-      for (Int left = n; left > 0; left -= blocks.back()) {
-        blocks.push_back(RealScalar<T> && left > 1 && (pattern >> left & 1) != 0 ? 2 : 1);
-      }
+    for (const std::vector<Int>& blocks : all_blocks<T>(n)) {
       expect_all(random_schur_form<T>(this->random, blocks, std::max(1, n) + 1));
-      if (!RealScalar<T>) break;
     }
   }
 }
@@ -319,30 +264,6 @@ TYPED_TEST(SchurVectorsOf, TinyForms) {
   expect_all(S);
 }
 
-/// v is V times the vector of the form, normalised.
-template <Scalar T>
-void expect_transformed(const GuardedMatrix<T>& V, const WideColumn<T>& x, const WideColumn<T>& v) {
-  const Int n = V.rows();
-  WideColumn<T> expected(std::size_t(n), 0);
-  double size = 0, terms = 0;
-  for (Int i = 1; i <= n; ++i) {
-    double row = 0;
-    for (Int j = 1; j <= n; ++j) {
-      const auto term = std::complex<WideReal<T>>(V(i, j)) * x[std::size_t(j - 1)];
-      expected[std::size_t(i - 1)] += term;
-      row += measure<T>(term);
-    }
-    size = std::max(size, measure<T>(expected[std::size_t(i - 1)]));
-    terms = std::max(terms, row);
-  }
-  double largest = 0;
-  for (std::size_t i = 0; i < std::size_t(n); ++i) {
-    EXPECT_LE(measure<T>(v[i] - expected[i] / WideReal<T>(size)), schur_threshold * n * epsilon<T> * terms / size) << i;
-    largest = std::max(largest, measure<T>(v[i]));
-  }
-  EXPECT_NEAR(largest, 1, 4 * epsilon<T>);
-}
-
 TYPED_TEST(SchurVectorsOf, AMatrixWhoseFormItIs) {
   using T = TypeParam;
   // The largest takes the columns of a pair in strips.
@@ -359,57 +280,24 @@ TYPED_TEST(SchurVectorsOf, AMatrixWhoseFormItIs) {
     EXPECT_EQ(transformed.m, n);
     for (const Block block : blocks_of(S)) {
       SCOPED_TRACE(testing::Message() << "vector " << block.first << " of " << n);
-      const auto [j, parts] = std::pair{block.first, block.order()};
-      expect_transformed(QR, vector_in(all.VR, j, parts), vector_in(transformed.VR, j, parts));
-      expect_transformed(QL, vector_in(all.VL, j, parts), vector_in(transformed.VL, j, parts));
+      expect_transformed(QR, vector_in(all.VR, block), vector_in(transformed.VR, block), schur_threshold);
+      expect_transformed(QL, vector_in(all.VL, block), vector_in(transformed.VL, block), schur_threshold);
     }
   }
 }
 
+/// Of a real pair that was selected, the first value alone is so afterwards.
 TYPED_TEST(SchurVectorsOf, SelectedValues) {
   using T = TypeParam;
-  constexpr Int n = 13;
   for (int turn = 0; turn < 20; ++turn) {
-    const GuardedMatrix<T> S = random_schur_form<T>(this->random, n, n);
-    SchurVectors<T> all(S), selected(S, 's');
-    all.run();
-    GuardedVector<Logical> expected(n);
-    std::vector<Int> columns;
-    // The lowest bit is the truth, in any words.
-    constexpr Logical truths[] = {-1, 1, 7}, lies[] = {0, 2, -4};
+    const GuardedMatrix<T> S = random_schur_form<T>(this->random, 13, 13);
+    const SchurVectors<T> call = expect_selected<SchurVectors<T>>(this->random, S, blocks_of(S), 's');
     for (const Block block : blocks_of(S)) {
-      const Int flags = this->random.integer(0, block.order() == 2 ? 3 : 1);
+      bool is_selected = false;
+      for (Int k = block.first; k <= block.last; ++k) is_selected = is_selected || (call.select.sealed(k) & 1) != 0;
       for (Int k = block.first; k <= block.last; ++k) {
-        selected.select(k) =
-            (flags >> (k - block.first) & 1) != 0 ? this->random.pick(truths) : this->random.pick(lies);
-        if (flags != 0) columns.push_back(k);
-        expected(k) = to_logical(flags != 0 && k == block.first);
-      }
-    }
-    selected.select.seal();
-    const Int m = Int(columns.size());
-    selected.mm = m;
-    selected.VL = selected.VR = GuardedMatrix<T>(n, m, n + 1);
-    selected.run();
-    EXPECT_EQ(selected.info, 0);
-    EXPECT_EQ(selected.m, m);
-    for (Int j = 1; j <= m; ++j) {
-      for (Int i = 1; i <= n; ++i) {
-        EXPECT_TRUE(same_bits(selected.VR(i, j), all.VR(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
-        EXPECT_TRUE(same_bits(selected.VL(i, j), all.VL(i, columns[std::size_t(j - 1)]))) << i << ", " << j;
-      }
-    }
-    if (!RealScalar<T>) {
-      EXPECT_TRUE(selected.select.unchanged());
-      continue;
-    }
-    for (const Block block : blocks_of(S)) {
-      for (Int k = block.first; k <= block.last; ++k) {
-        if (block.order() == 1) {
-          EXPECT_EQ(selected.select(k), selected.select.sealed(k)) << k;
-        } else {
-          EXPECT_EQ(selected.select(k), expected(k)) << k;
-        }
+        const Logical of_pair = to_logical(is_selected && k == block.first);
+        EXPECT_EQ(call.select(k), block.order() == 2 ? of_pair : call.select.sealed(k)) << k;
       }
     }
   }
@@ -418,20 +306,8 @@ TYPED_TEST(SchurVectorsOf, SelectedValues) {
 /// Vectors beside which there is room, and none at all.
 TYPED_TEST(SchurVectorsOf, NothingMuch) {
   using T = TypeParam;
-  SchurVectors<T> none(random_schur_form<T>(this->random, 4, 4), 'S');
-  for (Int k = 1; k <= 4; ++k) none.select(k) = 0;
-  none.run();
-  EXPECT_EQ(none.info, 0);
-  EXPECT_EQ(none.m, 0);
-  EXPECT_TRUE(none.VL.unchanged() && none.VR.unchanged());
-
-  SchurVectors<T> roomy(random_schur_form<T>(this->random, 4, 4));
-  roomy.mm = 6;
-  roomy.VL = roomy.VR = GuardedMatrix<T>(4, 6, 4);
-  roomy.run();
-  EXPECT_EQ(roomy.m, 4);
-  EXPECT_TRUE(roomy.VR.unchanged_except([](Int, Int j) { return j <= 4; }));
-  EXPECT_TRUE(roomy.VL.unchanged_except([](Int, Int j) { return j <= 4; }));
+  expect_nothing_of_none<SchurVectors<T>>(random_schur_form<T>(this->random, 4, 4));
+  expect_room_left<SchurVectors<T>>(random_schur_form<T>(this->random, 4, 4));
 }
 
 template <Scalar T>
@@ -467,22 +343,7 @@ TYPED_TEST(SchurVectorsOf, ArgumentsThatAreChecked) {
                                                            {8, [](Call& c) { c.ldvl = 3; }},
                                                            {10, [](Call& c) { c.ldvr = 3; }},
                                                            {11, [](Call& c) { c.mm = 3; }}});
-  // Of four values one is not selected; of a real pair it is with the other.
-  for (const Int mm : {2, 3, 4}) {
-    Call call;
-    call.howmny = 'S';
-    call.mm = mm;
-    expect_report(call, reported_name<T>("TREVC"), mm < (RealScalar<T> ? 4 : 3) ? 11 : 0);
-  }
-  // What is not asked for takes no room, but has a leading dimension.
-  for (const char side : {'L', 'R'}) {
-    for (const Int ld : {0, 1}) {
-      Call call;
-      call.side = side;
-      (side == 'R' ? call.ldvl : call.ldvr) = ld;
-      expect_report(call, reported_name<T>("TREVC"), ld == 1 ? 0 : side == 'R' ? 8 : 10);
-    }
-  }
+  expect_room_checks<Call>(reported_name<T>("TREVC"), RealScalar<T>, 8, 10, 11);
 }
 
 }  // namespace
