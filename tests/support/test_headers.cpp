@@ -1,0 +1,1 @@
+// No tests: others take the headers that are precompiled for this program.
