@@ -34,7 +34,7 @@ Int* columns_to_pivot(CallIn<T>& c, Int n) {
 }
 
 void add_by_rank(DriverList& drivers) {
-  drivers.add("gelsy", 170, []<Scalar T>(CallIn<T> c, Int order) {
+  drivers.add("gelsy", 140, []<Scalar T>(CallIn<T> c, Int order) {
     const Shape shape = shape_of_system(c, order);
     const auto [m, n] = shape;
     const Int nrhs = right_hand_sides, mn = shape.shorter();
