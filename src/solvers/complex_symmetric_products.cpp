@@ -52,6 +52,14 @@ void scale_by(T beta, Int n, T* y, Int incy) {
   }
 }
 
+/// y := y + factor x for n elements. Unlike axpy it makes the products with a factor of zero too, as the kernels of the
+/// real precisions do: with an infinity they are NaN.
+template <Scalar T>
+void add_multiple(Int n, T factor, Vector<const T> x, Vector<T> y) {
+  if (factor != T(0)) return blas::axpy(n, factor, x, y);
+  for (Int i = 1; i <= n; ++i) *part_of(y.data, n, y.inc, i, i).data += factor * *part_of(x.data, n, x.inc, i, i).data;
+}
+
 /// Each column is read once: for what it gives to y as a column, and as a row.
 template <Scalar T, class Triangle>
 void multiply(char uplo, Int n, T alpha, Triangle A, const T* x, Int incx, T beta, T* y, Int incy) {
@@ -62,7 +70,7 @@ void multiply(char uplo, Int n, T alpha, Triangle A, const T* x, Int incx, T bet
     T& yj = *part_of(y, n, incy, j, j).data;
     const Int count = last - first + 1;
     if (count > 0) {
-      blas::axpy(count, xj, Vector<const T>(column, 1), part_of(y, n, incy, first, last));
+      add_multiple<T>(count, xj, {column, 1}, part_of(y, n, incy, first, last));
       yj += alpha * blas::dotu(count, Vector<const T>(column, 1), part_of(x, n, incx, first, last));
     }
     yj += xj * *diagonal;
@@ -73,9 +81,8 @@ template <Scalar T, class Triangle>
 void add_outer_square(char uplo, Int n, T alpha, const T* x, Int incx, Triangle A) {
   for_each_column(same_letter(uplo, 'U'), n, A, [&](Int j, T* column, T* diagonal, Int first, Int last) {
     const T xj = *part_of(x, n, incx, j, j).data;
-    if (xj == T(0)) return;
     if (first <= last) {
-      blas::axpy(last - first + 1, alpha * xj, part_of(x, n, incx, first, last), Vector<T>(column, 1));
+      add_multiple<T>(last - first + 1, alpha * xj, part_of(x, n, incx, first, last), {column, 1});
     }
     *diagonal += alpha * xj * xj;
   });

@@ -15,9 +15,9 @@ namespace nuv {
 /// info    in: zero; out: k if U(k, k) is the first pivot that is exactly zero (the factorisation is complete all the
 ///         same, but nothing can be solved with it), else as it was
 ///
-/// The double-precision member is right-looking and takes its block widths from `ilaenv`; the others are left-looking
-/// (S. Toledo, "Locality of reference in LU decomposition with partial pivoting", SIAM J. Matrix Anal. Appl. 18, 1997,
-/// for the recursion on the panel). Pivots and factors agree up to rounding.
+/// The double-precision member is right-looking and takes its block widths from `getrf_panel_width`; the others are
+/// left-looking (S. Toledo, "Locality of reference in LU decomposition with partial pivoting", SIAM J. Matrix Anal.
+/// Appl. 18, 1997, for the recursion on the panel). Pivots and factors agree up to rounding.
 template <Scalar T>
 void xgetrf(Int m, Int n, T* a, Int lda, Int* ipiv, Int& info);
 

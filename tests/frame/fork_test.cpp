@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,15 +48,17 @@ bool allocate() {
   return true;
 }
 
-/// Factors a matrix and takes Q from it again, both with the least workspace, for which the pool is asked. Whether R is
-/// left.
+/// Factors a matrix of order n and takes Q from it again, with `line` elements of workspace for each column in the one
+/// and the least in the other, for which the pool is asked. Whether R is left.
+template <Int n, Int line>
 bool factor() {
-  constexpr Int n = 48;
-  double a[n * n], c[n * n], tau[n], work[n];
+  std::vector<double> a(n * n), c(n * n), tau(n), work(n * line);
   for (Int i = 0; i < n * n; ++i) a[i] = c[i] = (i * 7 % 13) + (i % (n + 1) == 0 ? n : 0);
   Int info = -1;
-  layer::geqrf(n, n, Matrix(a, n), tau, work, n, info);
-  if (info == 0) layer::ormqr('L', 'T', n, n, n, Matrix(a, n), tau, Matrix(c, n), work, n, info);
+  layer::geqrf(n, n, Matrix(a.data(), n), tau.data(), work.data(), n * line, info);
+  if (info == 0) {
+    layer::ormqr('L', 'T', n, n, n, Matrix(a.data(), n), tau.data(), Matrix(c.data(), n), work.data(), n, info);
+  }
   if (info != 0) return false;
   for (Int j = 0; j < n; ++j) {
     for (Int i = 0; i < n; ++i) {
@@ -65,6 +68,10 @@ bool factor() {
   }
   return true;
 }
+
+/// A matrix that one thread factors, with the least workspace, and one whose panels and products several threads share.
+constexpr auto factor_alone = factor<48, 1>;
+constexpr auto factor_together = factor<210, 16>;
 
 using Work = bool();
 
@@ -115,12 +122,17 @@ void fork_children(int count, Work* work) {
   }
 }
 
+void* thread_layer = nullptr;
+
 /// Runs in a process of its own, with a thread layer in it unless that is "none". A process that hangs is killed.
 template <class Body>
 void in_process_with(const std::string& layer, Body body) {
   const auto run = [&] {
     alarm(longest_parent);
-    if (layer != "none" && dlopen((layer + NUV_LIBRARY_FILE("")).c_str(), RTLD_LAZY) == nullptr) give_up(dlerror());
+    if (layer != "none") {
+      thread_layer = dlopen((layer + NUV_LIBRARY_FILE("")).c_str(), RTLD_LAZY);
+      if (thread_layer == nullptr) give_up(dlerror());
+    }
     body();
     std::exit(0);
   };
@@ -135,7 +147,7 @@ TEST(Fork, FactorAsksThePool) {
       ++blocks_asked_for;
       return std::malloc(size);
     };
-    if (!factor() || blocks_asked_for == 0) give_up("no block was asked for");
+    if (!factor_alone() || blocks_asked_for == 0) give_up("no block was asked for");
   });
 }
 
@@ -146,18 +158,44 @@ TEST(Fork, WhileThreadsAllocateWithoutAThreadLayer) {
   });
 }
 
-class ForkWithLayer : public testing::TestWithParam<std::string> {};
-
-TEST_P(ForkWithLayer, WhileThreadsFactor) {
-  in_process_with(GetParam(), [] {
-    factor();  // a fork while another thread opens a library leaves the loader's lock taken in the child
-    const BusyThreads threads(factor);
-    fork_children(forks / 2, [] { return allocate() && factor(); });
+TEST(Fork, WhileThreadsFactor) {
+  in_process_with("libnuv_sequential", [] {
+    factor_alone();  // a fork while another thread opens a library leaves the loader's lock taken in the child
+    const BusyThreads threads(factor_alone);
+    fork_children(forks / 2, [] { return allocate() && factor_alone(); });
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(Layers, ForkWithLayer, testing::Values("libnuv_sequential", "libnuv_orvo_thread"),
-                         [](const auto& info) { return info.param; });
+long threads_of_the_process() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return std::distance(begin(tasks), end(tasks));
+}
+
+void ask_for_threads(int number) {
+  static const auto ask = reinterpret_cast<void (*)(int)>(dlsym(thread_layer, "nuv_thread_set_num_threads"));
+  ask(number);
+}
+
+/// Factors with helpers if they are free, however long those before had to wait for them: whoever asks for a number of
+/// threads gets them at once.
+bool factor_with_helpers() {
+  constexpr int helpers = 2;
+  ask_for_threads(1 + helpers);
+  return factor_together();
+}
+
+// At most times the helpers of the layer are at work for one of the threads. A child has none to wait for.
+TEST(Fork, WhileThreadsFactorWithHelpers) {
+  in_process_with("libnuv_orvo_thread", [] {
+    ask_for_threads(1);
+    factor_together();  // so that all is looked up that a child asks for
+    if (threads_of_the_process() != 1) give_up("one thread has helpers");
+    factor_with_helpers();
+    if (threads_of_the_process() != 3) give_up("no helpers were at work");
+    const BusyThreads threads(factor_with_helpers);
+    fork_children(forks / 5, [] { return allocate() && factor_together(); });
+  });
+}
 
 TEST(Fork, FromEachOfSeveralThreads) {
   in_process_with("none", [] {

@@ -1,16 +1,20 @@
 // Factorisations that are refused the memory for their schedule go by the serial body: the same bits, in more time.
+// Products that are refused the memory for their parts are made by another formula.
 
 #include <gtest/gtest.h>
 #include <nuv/nuv_services.h>
 
 #include <vector>
 
+#include "blas.hpp"
 #include "layer.hpp"
 #include "solvers/definite.hpp"
 #include "support/guarded.hpp"
+#include "support/kernel_cases.hpp"
 #include "support/memory_requests.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/wide.hpp"
 
 namespace nuv::test {
 namespace {
@@ -59,6 +63,49 @@ TYPED_TEST(RefusedTasks, LeavesTheFactorsAsTheyAre) {
     layer::geqrf(n, n, A, tau.data(), work.data(), 16 * n, info);
     EXPECT_EQ(info, 0);
   });
+}
+
+/// The first panel is of 512 columns, so there are strips behind it; only this precision has a schedule for them.
+TEST(RefusedStrips, LeaveTheFactorsAsTheyAre) {
+  const Int n = 520;
+  Random random(24);
+  std::vector<Int> pivots;
+  expect_same_factors(random_matrix<double>(random, n, n, n), 1, [&](GuardedMatrix<double>& A) {
+    std::vector<Int> mine(n);
+    Int info = -7;
+    layer::getrf(n, n, A, mine.data(), info);
+    EXPECT_EQ(info, 0);
+    if (pivots.empty()) pivots = mine;
+    EXPECT_EQ(pivots, mine);
+  });
+  nuv_thread_set_num_threads(0);
+}
+
+/// Two threads have a block of columns each, and one that is refused its parts goes on with four real products for
+/// three. Further requests are those of the products.
+TYPED_TEST(RefusedTasks, LeavesThreeRealProductsToFour) {
+  using T = TypeParam;
+  if constexpr (ComplexScalar<T>) {
+    const Int m = 40, n = 300, k = 258;
+    const T alpha = factor_of<T>(2, -1), beta = factor_of<T>(0.5, 1);
+    Random random(25);
+    const GuardedMatrix<T> A = random_matrix<T>(random, m, k, m), B = random_matrix<T>(random, k, n, k),
+                           C = random_matrix<T>(random, m, n, m + 1);
+    Sum<T> expected(m, n);
+    expected.add(beta, wide(C)).add(alpha, wide(A), wide(B));
+    nuv_thread_set_num_threads(2);
+    int refused = 0;
+    for (bool was_refused = true; was_refused;) {
+      GuardedMatrix<T> found = C;
+      const MemoryRequests requests(++refused);
+      blas::gemm3m('N', 'N', m, n, k, alpha, A, B, beta, found);
+      was_refused = requests.count() >= refused;
+      EXPECT_EQ(requests.kept(), 0);
+      EXPECT_TRUE(found.guards_unchanged());
+      EXPECT_LT(expected.error_of(wide(found)), kernel_threshold) << "request " << refused;
+    }
+    EXPECT_GT(refused, 2);
+  }
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
-#include <nuv/nuv_lapack.h>
-
 #include <algorithm>
 
 #include "frame/option_matching.hpp"
+#include "routines.hpp"
 #include "threading/level3/parallel.hpp"
 #include "x_variants.hpp"
 
@@ -23,9 +22,7 @@ double work_behind_panel(Int n, Int nb) {
 /// Width of the strips in which a serial body takes right-hand sides.
 template <Scalar T>
 Int strip_width(RoutineName<T> routine, Int n, Int nrhs) {
-  const Int ispec = 1, none = -1;
-  const Text name = routine;
-  return nuv_lapack_ilaenv(&ispec, name.data, " ", &n, &nrhs, &none, &none, name.length, 1);
+  return routine_call::ilaenv(1, routine, " ", n, nrhs, -1, -1);
 }
 
 /// Runs solve(first, count, info), a serial body, for the right-hand sides: on all threads and by the strips that it

@@ -1,9 +1,8 @@
-#include <nuv/nuv_lapack.h>
-
 #include <algorithm>
 
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
+#include "routines.hpp"
 #include "threading/level3/parallel.hpp"
 #include "threading/routines/cholesky_by_lines.hpp"
 #include "x_variants.hpp"
@@ -17,10 +16,7 @@ constexpr double least_work = 2e6;
 /// Lines that the serial body takes at a time.
 template <Scalar T>
 Int block_size(char uplo, Int n) {
-  const Int ispec = 1, none = -1;
-  const RoutineName<T> routine("POTRF");
-  const Text name = routine;
-  return nuv_lapack_ilaenv(&ispec, name.data, &uplo, &n, &none, &none, &none, name.length, 1);
+  return routine_call::ilaenv(1, RoutineName<T>("POTRF"), {&uplo, 1}, n, -1, -1, -1);
 }
 
 /// Factors by tasks if there are several threads, and blocks; false with nothing done if not.
