@@ -2,6 +2,8 @@
 // spaces in a wider type.
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -9,6 +11,7 @@
 #include "orthogonal/products_with_q.hpp"
 #include "routines.hpp"
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
 #include "support/sanitized.hpp"
 
 namespace nuv::test {
@@ -155,22 +158,32 @@ ConstrainedSolution<T> solve(const ConstrainedProblem<T>& problem, Int lwork) {
   return result;
 }
 
+/// What holds of x however hard A is to compute with.
+///
+/// N  a basis of the null space of B
 template <Scalar T>
-void expect_solution(Random& random, const ConstrainedProblem<T>& problem, const ConstrainedSolution<T>& solved) {
-  const auto [m, n, p] = problem.sizes;
-  const WideMatrix<T> A = wide(problem.A), B = wide(problem.B), c = wide(problem.c), d = wide(problem.d),
-                      x = wide(solved.x);
-  const WideMatrix<T> N = complement<T>(random, B.adjoint()), residual = c - product<T>(A, x);
-  const double unit = std::max(m, n) * epsilon<T>, size = one_norm<T>(A) * one_norm<T>(x) + one_norm<T>(c);
+void expect_fit(const ConstrainedProblem<T>& problem, const WideMatrix<T>& N, const WideMatrix<T>& x) {
+  const WideMatrix<T> A = wide(problem.A), B = wide(problem.B), c = wide(problem.c), d = wide(problem.d);
+  const WideMatrix<T> residual = c - product<T>(A, x), AN_adjoint = product<T>(A, N).adjoint();
+  const double unit = std::max(problem.sizes.first, problem.sizes.second) * epsilon<T>;
+  const double size = one_norm<T>(A) * one_norm<T>(x) + one_norm<T>(c);
   // The constraints hold.
   EXPECT_LT(quotient_of(one_norm<T>(WideMatrix<T>(product<T>(B, x) - d)),
                         (one_norm<T>(B) * one_norm<T>(x) + one_norm<T>(d)) * unit),
             threshold);
   // No step along them makes the residual shorter.
-  const WideMatrix<T> AN_adjoint = product<T>(A, N).adjoint();
   EXPECT_LT(
       quotient_of(one_norm<T>(product<T>(AN_adjoint, residual)), std::max(1.0, one_norm<T>(AN_adjoint)) * size * unit),
       threshold);
+}
+
+template <Scalar T>
+void expect_solution(Random& random, const ConstrainedProblem<T>& problem, const ConstrainedSolution<T>& solved) {
+  const auto [m, n, p] = problem.sizes;
+  const WideMatrix<T> A = wide(problem.A), c = wide(problem.c), x = wide(solved.x);
+  const WideMatrix<T> N = complement<T>(random, wide(problem.B).adjoint()), residual = c - product<T>(A, x);
+  const double unit = std::max(m, n) * epsilon<T>, size = one_norm<T>(A) * one_norm<T>(x) + one_norm<T>(c);
+  expect_fit(problem, N, x);
   const WideMatrix<T> expected = problem.solution(N);
   const double condition = problem.condition(N);
   EXPECT_LT(quotient_of(one_norm<T>(WideMatrix<T>(x - expected)),
@@ -202,6 +215,20 @@ TYPED_TEST(ConstrainedLeastSquares, KeepsToTheConstraintsAndFits) {
       expect_solution(this->random, problem, solved);
       EXPECT_EQ(solved.work(1), T(Real<T>(best)));
       if (s.longest() > 60) break;  // the workspace is the matter of the smaller ones, which have several blocks, too
+    }
+  }
+}
+
+TYPED_TEST(ConstrainedLeastSquares, FitsMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices described(46);
+  for (const Sizes& s : {Sizes{20, 15, 6}, {12, 15, 6}}) {
+    for (const Description& description : matrices_of_full_rank) {
+      SCOPED_TRACE("m, n, p = " + to_string(s) + ", " + description.name);
+      ConstrainedProblem<T> problem(this->random, s);
+      problem.A = described.general<T>(description, s.first, s.second, s.first);
+      const WideMatrix<T> N = complement<T>(this->random, wide(problem.B).adjoint());
+      expect_fit(problem, N, wide(solve(problem, s.sum()).x));
     }
   }
 }
@@ -467,31 +494,59 @@ TYPED_TEST(ConstrainedLeastSquares, ReportsBadArgumentsOfGgglm) {
 
 // ---------------------------------------------------------------------------------------------------- range and NaN
 
-/// Powers of two take nothing away.
+/// A matrix or vector times a power of two.
+template <Scalar T>
+GuardedMatrix<T> times(GuardedMatrix<T> A, int exponent) {
+  for (Int j = 1; j <= A.columns(); ++j) {
+    for (Int i = 1; i <= A.rows(); ++i) A(i, j) *= std::ldexp(Real<T>(1), exponent);
+  }
+  A.seal();
+  return A;
+}
+template <Scalar T>
+GuardedVector<T> times(GuardedVector<T> x, int exponent) {
+  for (Int i = 1; i <= x.size(); ++i) x(i) *= std::ldexp(Real<T>(1), exponent);
+  x.seal();
+  return x;
+}
+
+/// Powers of two take nothing away from either matrix or from right sides, as long as squares of elements and of
+/// rounding errors have a place in the range.
 TYPED_TEST(ConstrainedLeastSquares, IsIndependentOfScale) {
   using T = TypeParam;
-  using R = Real<T>;
-  const R scale = std::ldexp(R(1), std::numeric_limits<R>::max_exponent / 2);
-  const auto scaled = [](GuardedVector<T> x, R by) {
-    for (Int i = 1; i <= x.size(); ++i) x(i) *= by;
-    x.seal();
-    return x;
-  };
+  const int half = std::numeric_limits<Real<T>>::max_exponent / 2, far = 3 * half / 4;
   const ConstrainedProblem<T> problem(this->random, {7, 6, 3});
   const LinearModel<T> model(this->random, {7, 3, 6});
   const ConstrainedSolution<T> solved = solve(problem, 16);
   const SolvedModel<T> solved_model = solve(model, 16);
-  for (const R by : {scale, 1 / scale}) {
+  for (const auto& [of_a, of_b, of_right_sides] : {std::array{0, 0, half},
+                                                   {0, 0, -half},
+                                                   {far, 0, 0},
+                                                   {-far, 0, 0},
+                                                   {0, far, 0},
+                                                   {0, -far, 0},
+                                                   {far, far, 0},
+                                                   {-far, -far, 0},
+                                                   {far, -far, 0},
+                                                   {-far, far, 0},
+                                                   {far, far, -far},
+                                                   {-far, -far, far}}) {
+    SCOPED_TRACE(testing::Message() << "A times 2^" << of_a << ", B times 2^" << of_b << ", right sides 2^"
+                                    << of_right_sides);
     ConstrainedProblem<T> other = problem;
-    other.c = scaled(problem.c, by);
-    other.d = scaled(problem.d, by);
-    const ConstrainedSolution<T> found = solve(other, 16);
+    other.A = times(problem.A, of_a);
+    other.B = times(problem.B, of_b);
+    other.c = times(problem.c, of_a + of_right_sides);
+    other.d = times(problem.d, of_b + of_right_sides);
+    EXPECT_TRUE(solve(other, 16).x.same_as(times(solved.x, of_right_sides)));
+
     LinearModel<T> other_model = model;
-    other_model.d = scaled(model.d, by);
-    const SolvedModel<T> found_model = solve(other_model, 16);
-    for (Int i = 1; i <= 6; ++i) EXPECT_EQ(found.x(i), solved.x(i) * by);
-    for (Int i = 1; i <= 3; ++i) EXPECT_EQ(found_model.x(i), solved_model.x(i) * by);
-    for (Int i = 1; i <= 6; ++i) EXPECT_EQ(found_model.y(i), solved_model.y(i) * by);
+    other_model.A = times(model.A, of_a);
+    other_model.B = times(model.B, of_b);
+    other_model.d = times(model.d, of_right_sides);
+    const SolvedModel<T> found = solve(other_model, 16);
+    EXPECT_TRUE(found.x.same_as(times(solved_model.x, of_right_sides - of_a)));
+    EXPECT_TRUE(found.y.same_as(times(solved_model.y, of_right_sides - of_b)));
   }
 }
 

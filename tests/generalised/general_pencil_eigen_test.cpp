@@ -5,6 +5,8 @@
 
 #include "generalised/pencil_calls.hpp"
 #include "routines.hpp"
+#include "support/described_matrices.hpp"
+#include "support/real_precisions.hpp"
 #include "support/reported_errors.hpp"
 #include "support/small_stack.hpp"
 
@@ -19,6 +21,10 @@ class GeneralPencilEigen : public ReportingTest {
   Pencil<T> pencil(Int n) { return random_pencil<T>(random, n, std::max(1, n) + random.integer(0, 2)); }
 };
 TYPED_TEST_SUITE(GeneralPencilEigen, Precisions, PrecisionLetter);
+
+template <class T>
+class RealGeneralPencilEigen : public GeneralPencilEigen<T> {};
+TYPED_TEST_SUITE(RealGeneralPencilEigen, RealPrecisions, PrecisionLetter);
 
 /// Solves with all choices of vectors; what is wanted twice is the same.
 template <class Driver, Scalar T>
@@ -122,18 +128,61 @@ TYPED_TEST(GeneralPencilEigen, FindThoseThatAreIsolatedAndHidden) {
 
 // ------------------------------------------------------------------------------------------------- special eigenvalues
 
+/// Values of a pencil whose matrices were multiplied by these powers of two, without them.
+std::vector<PencilValue> scaled_back(std::vector<PencilValue> values, std::pair<int, int> exponents) {
+  const int half = exponents.first / 2;
+  for (PencilValue& value : values) {
+    value.alpha = value.alpha * std::ldexp(1.0, -half) * std::ldexp(1.0, half - exponents.first);
+    value.beta = std::ldexp(value.beta, -exponents.second);
+  }
+  return values;
+}
+
+/// The same as expect_solution of a call for such a pencil, with the one it was made of.
+template <Scalar T>
+void expect_solution_scaled_back(const Pencil<T>& pencil, const PencilEigenCall<T>& call,
+                                 std::pair<int, int> exponents) {
+  ASSERT_EQ(call.info, 0);
+  EXPECT_TRUE(are_proper(call.values(), RealScalar<T>));
+  const std::vector<PencilValue> values = scaled_back(call.values(), exponents);
+  const auto expect_vectors = [&](char side, const GuardedMatrix<T>& V) {
+    EXPECT_TRUE(are_normalised(call, V)) << side;
+    const PencilVectors<T> vectors = pencil_vectors<T>(V, values);
+    EXPECT_LT(pencil_vector_residual(side, pencil.A, pencil.B, values, vectors), pencil_threshold) << side;
+  };
+  if (call.wants_left()) expect_vectors('L', call.VL);
+  if (call.wants_right()) expect_vectors('R', call.VR);
+}
+
+/// As many are infinite, up to rounding, as B has zeros for singular values; one at least is so to the last bit.
+template <Scalar T>
+void expect_infinite(Int count, const std::vector<PencilValue>& values) {
+  const PencilValue infinity{1, 0};
+  Int infinite = 0, exactly = 0;
+  for (const PencilValue& value : values) {
+    infinite += chordal_distance(value, infinity) < 1000 * double(epsilon<T>);
+    exactly += value.beta == 0;
+  }
+  EXPECT_EQ(infinite, count);
+  EXPECT_GE(exactly, 1);
+}
+
+/// Where B is scaled and scaled back, too.
 TYPED_TEST(GeneralPencilEigen, FindInfiniteOnesAndTheirVectors) {
   using T = TypeParam;
-  for (const Int n : {2, 5, 9}) {
-    for (const Int rank : {n - 1, n / 2}) {
-      SCOPED_TRACE(testing::Message() << n << ", rank " << rank);
-      const Pencil<T> pencil = pencil_with_infinities<T>(this->random, n, rank, n);
+  const int large = std::numeric_limits<Real<T>>::max_exponent - 6;
+  for (const auto& [n, rank] : {std::pair(2, 1), {5, 4}, {5, 2}, {9, 8}, {9, 4}}) {
+    const Pencil<T> pencil = pencil_with_infinities<T>(this->random, n, rank, n);
+    for (const int exponent : {0, large}) {
+      SCOPED_TRACE(testing::Message() << n << ", rank " << rank << ", B times 2^" << exponent);
+      Pencil<T> multiplied = pencil;
+      scale_by_power(multiplied.B, exponent);
       for (const char job : {'N', 'V'}) {
-        const PencilEigenCall<T> call = solve<Ggev<T>>(PencilEigenCall<T>(job, job, pencil));
-        expect_solution(pencil, call);
-        Int infinite = 0;
-        for (Int i = 1; i <= n; ++i) infinite += call.beta(i) == T(0);
-        EXPECT_GE(infinite, rank == n - 1 ? 1 : 0);
+        const PencilEigenCall<T> call(job, job, multiplied);
+        for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
+          expect_solution_scaled_back(pencil, solved, {0, exponent});
+          expect_infinite<T>(n - rank, scaled_back(solved.values(), {0, exponent}));
+        }
       }
     }
   }
@@ -150,17 +199,15 @@ TYPED_TEST(GeneralPencilEigen, OfZeroMatrices) {
         for (Int j = 1; is_zero && j <= n; ++j) std::fill_n(&(*matrix)(1, j), n, T(0));
         matrix->seal();
       }
-      const PencilEigenCall<T> call = solve<Ggev<T>>(PencilEigenCall<T>('V', 'V', pencil));
-      ASSERT_EQ(call.info, 0);
-      EXPECT_TRUE(are_normalised(call, call.VL) && are_normalised(call, call.VR));
-      // Beside a zero matrix all vectors belong to its values, and a measure of them is nothing over nothing.
-      if (!a_is_zero && !b_is_zero) expect_solution(pencil, call);
-      for (Int i = 1; i <= n; ++i) {
-        if (a_is_zero) {
-          EXPECT_EQ(call.alpha(i), T(0));
-        }
-        if (b_is_zero) {
-          EXPECT_EQ(call.beta(i), T(0));
+      const PencilEigenCall<T> call('V', 'V', pencil);
+      for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
+        ASSERT_EQ(solved.info, 0);
+        EXPECT_TRUE(are_normalised(solved, solved.VL) && are_normalised(solved, solved.VR));
+        // Beside a zero matrix all vectors belong to its values, and a measure of them is nothing over nothing.
+        if (!a_is_zero && !b_is_zero) expect_solution(pencil, solved);
+        for (Int i = 1; i <= n; ++i) {
+          EXPECT_EQ(solved.values()[std::size_t(i - 1)].alpha == 0.0, a_is_zero) << i;
+          EXPECT_EQ(solved.beta(i) == T(0), b_is_zero) << i;
         }
       }
     }
@@ -178,6 +225,20 @@ TYPED_TEST(GeneralPencilEigen, EndForSingularPencils) {
       ASSERT_EQ(solved.info, 0);
       EXPECT_TRUE(are_proper(solved.values(), RealScalar<T>));
       EXPECT_TRUE(are_normalised(solved, solved.VL) && are_normalised(solved, solved.VR));
+    }
+  }
+}
+
+/// Each matrix that is hard to compute with beside each other one.
+TYPED_TEST(GeneralPencilEigen, OfMatricesThatAreHardToComputeWith) {
+  using T = TypeParam;
+  const Int n = 8;
+  DescribedMatrices described(45);
+  for (const Description& of_a : matrices_of_full_rank) {
+    for (const Description& of_b : matrices_of_full_rank) {
+      SCOPED_TRACE(testing::Message() << of_a.name << " and " << of_b.name);
+      const Pencil<T> pencil{described.general<T>(of_a, n, n, n), described.general<T>(of_b, n, n, n + 1)};
+      expect_solution(pencil, solve<Ggev<T>>(PencilEigenCall<T>('V', 'V', pencil)));
     }
   }
 }
@@ -215,15 +276,6 @@ std::vector<std::pair<int, int>> extreme_exponents() {
           {large, small}, {small, large}, {large, large}, {small, small}};
 }
 
-std::vector<PencilValue> scaled_back(std::vector<PencilValue> values, std::pair<int, int> exponents) {
-  const int half = exponents.first / 2;
-  for (PencilValue& value : values) {
-    value.alpha = value.alpha * std::ldexp(1.0, -half) * std::ldexp(1.0, half - exponents.first);
-    value.beta = std::ldexp(value.beta, -exponents.second);
-  }
-  return values;
-}
-
 TYPED_TEST(GeneralPencilEigen, ScaleVeryLargeAndVerySmallPencils) {
   using T = TypeParam;
   using R = Real<T>;
@@ -240,16 +292,9 @@ TYPED_TEST(GeneralPencilEigen, ScaleVeryLargeAndVerySmallPencils) {
     for (const char job : {'N', 'V'}) {
       const PencilEigenCall<T> call(job, job, extreme);
       for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
-        ASSERT_EQ(solved.info, 0);
+        expect_solution_scaled_back(pencil, solved, exponents);
         const std::vector<PencilValue> values = scaled_back(solved.values(), exponents);
-        EXPECT_TRUE(are_proper(solved.values(), RealScalar<T>));
         EXPECT_LT(spectrum_distance(values, plain.values()), 1000 * double(epsilon<T>));
-        if (job == 'N') continue;
-        EXPECT_TRUE(are_normalised(solved, solved.VL) && are_normalised(solved, solved.VR));
-        for (const char side : {'L', 'R'}) {
-          const PencilVectors<T> vectors = pencil_vectors<T>(side == 'L' ? solved.VL : solved.VR, values);
-          EXPECT_LT(pencil_vector_residual(side, pencil.A, pencil.B, values, vectors), pencil_threshold) << side;
-        }
       }
     }
     PencilEigenCall<T> expert('V', 'V', extreme);
@@ -311,27 +356,24 @@ TYPED_TEST(GeneralPencilEigen, KeepADenominatorThatMattersFromUnderflow) {
 }
 
 /// alpha of a pair is as large as the eigenvalue times beta, whatever the elements of A are.
-TYPED_TEST(GeneralPencilEigen, KeepPairsInRange) {
-  using T = TypeParam;
-  using R = Real<T>;
-  if constexpr (RealScalar<T>) {
-    const int large = std::numeric_limits<R>::max_exponent - 6, power = std::numeric_limits<R>::digits / 4;
-    Pencil<T> pencil = this->pencil(2);
-    pencil.A(1, 1) = pencil.A(2, 2) = pencil.B(1, 2) = pencil.B(2, 1) = 0;
-    pencil.A(1, 2) = std::ldexp(R(1), large);
-    pencil.A(2, 1) = -pencil.A(1, 2);
-    pencil.B(1, 1) = 1;
-    pencil.B(2, 2) = std::ldexp(R(1), -2 * power);
-    pencil.A.seal();
-    pencil.B.seal();
-    for (const char job : {'N', 'V'}) {
-      const PencilEigenCall<T> call(job, job, pencil);
-      for (const PencilEigenCall<T>& solved : {solve<Ggev<T>>(call), solve<Ggevx<T>>(call), solve<Gegv<T>>(call)}) {
-        ASSERT_EQ(solved.info, 0);
-        for (const Int i : {1, 2}) {
-          const double quotient = std::ldexp(double(solved.alphai(i)), -large) / double(solved.beta(i));
-          EXPECT_NEAR(std::ldexp(quotient, -power), i == 1 ? 1 : -1, 100 * epsilon<T>) << i;
-        }
+TYPED_TEST(RealGeneralPencilEigen, KeepPairsInRange) {
+  using R = TypeParam;
+  const int large = std::numeric_limits<R>::max_exponent - 6, power = std::numeric_limits<R>::digits / 4;
+  Pencil<R> pencil = this->pencil(2);
+  pencil.A(1, 1) = pencil.A(2, 2) = pencil.B(1, 2) = pencil.B(2, 1) = 0;
+  pencil.A(1, 2) = std::ldexp(R(1), large);
+  pencil.A(2, 1) = -pencil.A(1, 2);
+  pencil.B(1, 1) = 1;
+  pencil.B(2, 2) = std::ldexp(R(1), -2 * power);
+  pencil.A.seal();
+  pencil.B.seal();
+  for (const char job : {'N', 'V'}) {
+    const PencilEigenCall<R> call(job, job, pencil);
+    for (const PencilEigenCall<R>& solved : {solve<Ggev<R>>(call), solve<Ggevx<R>>(call), solve<Gegv<R>>(call)}) {
+      ASSERT_EQ(solved.info, 0);
+      for (const Int i : {1, 2}) {
+        const double quotient = std::ldexp(double(solved.alphai(i)), -large) / double(solved.beta(i));
+        EXPECT_NEAR(std::ldexp(quotient, -power), i == 1 ? 1 : -1, 100 * epsilon<R>) << i;
       }
     }
   }

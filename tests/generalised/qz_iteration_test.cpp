@@ -1,5 +1,6 @@
 // The QZ iteration on Hessenberg-triangular pencils.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -302,7 +303,8 @@ TYPED_TEST(QzIteration, HandlesZeroMatrices) {
   }
 }
 
-/// Any number is an eigenvalue: forms come out all the same, and if zeros are exact, alpha and beta are zero together.
+/// Any number is an eigenvalue: forms come out all the same, and if a column is zero to the last bit, it is so in a
+/// pencil near by: beta is zero and alpha as small as the rounding errors of that.
 TYPED_TEST(QzIteration, EndsOnSingularPencils) {
   using T = TypeParam;
   for (const Int n : {1, 2, 3, 5, 9, 20}) {
@@ -316,9 +318,12 @@ TYPED_TEST(QzIteration, EndsOnSingularPencils) {
       SCOPED_TRACE(testing::Message() << n << ": " << k);
       const PencilCall<T> call = PencilCall<T>(exact).hgeqz();
       expect_schur_form(exact, call);
-      Int undetermined = 0;
-      for (const PencilValue& value : call.values()) undetermined += value.beta == 0 && std::abs(value.alpha) < 1e-5;
-      EXPECT_GE(undetermined, 1);
+      const double allowed = pencil_threshold * double(epsilon<T>) * one_norm<T>(wide(exact.A));
+      double least = std::numeric_limits<double>::infinity();
+      for (const PencilValue& value : call.values()) {
+        if (value.beta == 0) least = std::min(least, std::abs(value.alpha));
+      }
+      EXPECT_LE(least, allowed);
     }
   }
 }

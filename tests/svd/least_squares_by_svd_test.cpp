@@ -4,6 +4,8 @@
 #include <limits>
 
 #include "support/argument_checks.hpp"
+#include "support/described_matrices.hpp"
+#include "support/wide_spectrum.hpp"
 #include "svd/least_squares_calls.hpp"
 
 namespace nuv::test {
@@ -162,6 +164,38 @@ TYPED_TEST(LeastSquaresBySvd, CutAtTheGapThatRcondTells) {
         }
       }
     }
+  }
+}
+
+TYPED_TEST(LeastSquaresBySvd, FitMatricesThatAreHardToSolveWith) {
+  using T = TypeParam;
+  DescribedMatrices described(47);
+  const auto rcond = Real<T>(std::pow(double(epsilon<T>), 0.65));
+  const auto expect_fit = [&](const Description& description, bool is_deficient, const Shape& shape) {
+    const auto [m, n] = shape;
+    const GuardedMatrix<T> A = described.general<T>(description, m, n, m),
+                           B = random_matrix<T>(this->random, std::max(m, n), 2, std::max(m, n));
+    const WideMatrix<T> matrix = wide(A), adjoint = matrix.adjoint(), right = wide(B).topRows(m);
+    const WideVector<T> values = wide_singular_values<T>(matrix);
+    for (const SvdMethod method : svd_methods) {
+      SCOPED_TRACE(testing::Message() << name_of(method) << ' ' << m << " by " << n << ", " << description.name);
+      LeastSquaresCall<T> call(method, A, B);
+      call.rcond = is_deficient ? rcond : Real<T>(-1);
+      const LeastSquaresCall<T> solved = call.solved(call.best());
+      EXPECT_EQ(solved.info, 0);
+      if (is_deficient) {
+        EXPECT_EQ(solved.rank, DescribedMatrices::rank(description, std::min(m, n)));
+      }
+      EXPECT_LT(singular_value_error<T>(solved.s, values), svd_threshold);
+      const WideMatrix<T> X = solution_in(solved), residual = right - product<T>(matrix, X);
+      const double size = one_norm<T>(matrix) * one_norm<T>(X) + one_norm<T>(right);
+      EXPECT_LE(one_norm<T>(product<T>(adjoint, residual)),
+                svd_threshold * std::max(m, n) * epsilon<T> * one_norm<T>(adjoint) * size);
+    }
+  };
+  for (const Shape& shape : {Shape{20, 20}, {30, 18}, {18, 24}}) {
+    for (const Description& description : matrices_of_full_rank) expect_fit(description, false, shape);
+    for (const Description& description : rank_deficient_matrices) expect_fit(description, true, shape);
   }
 }
 

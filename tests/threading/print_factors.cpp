@@ -1,8 +1,10 @@
-// Prints a checksum of what each factorisation and each product with Q of the thread layer leaves, one line each.
-// Linked with either layer.
+// Prints a checksum of what each factorisation and each product with Q of the thread layer leaves, and of what routines
+// that stand on them do, one line each. Linked with either layer.
 
 #include <cstdio>
 #include <cstring>
+#include <limits>
+#include <tuple>
 
 #include "layer.hpp"
 #include "orthogonal/products_with_q.hpp"
@@ -109,6 +111,62 @@ void print_two_stage() {
   }
 }
 
+/// Drivers that begin with these factorisations: the eigenvectors of a pencil, least squares at any rank by QR and by
+/// divide and conquer.
+template <Scalar T>
+void print_drivers() {
+  using R = Real<T>;
+  const auto print = [](const char* name, Int n, Int info, const auto&... results) {
+    std::printf("%c%s %d %d", precision_letter<T>, name, n, info);
+    (std::printf(" %016llx", static_cast<unsigned long long>(checksum(results))), ...);
+    std::printf("\n");
+  };
+  Random random(20);
+  for (const Int n : {50, 150}) {
+    const Int m = 2 * n, nrhs = 40;
+    GuardedMatrix<T> work(n, 700, n);
+    GuardedMatrix<R> rwork(n, 700, n);
+    GuardedVector<Int> iwork(n * 40), jpvt(n);
+    const Int lwork = n * 700;
+    const R rcond = std::numeric_limits<R>::epsilon();
+    Int rank = 0, info = 99;
+    const GuardedMatrix<T> tall = random_matrix<T>(random, m, n, m), right = random_matrix<T>(random, m, nrhs, m);
+    const auto with_reals = [&](auto... arguments) {
+      if constexpr (ComplexScalar<T>) return std::tuple(arguments..., rwork.data());
+      else return std::tuple(arguments...);
+    };
+    const auto work_of_member = with_reals(work.data(), lwork);
+
+    GuardedMatrix<T> A = tall, B = right;
+    for (Int j = 1; j <= n; ++j) jpvt(j) = 0;
+    std::apply([&](auto... w) { routine_call::gelsy(m, n, nrhs, A, B, jpvt.data(), rcond, rank, w..., info); },
+               work_of_member);
+    print("gelsy", n, info, A, B);
+
+    A = tall;
+    B = right;
+    GuardedMatrix<R> s(n, 1, n);
+    std::apply(
+        [&](auto... w) { routine_call::gelsd(m, n, nrhs, A, B, s.data(), rcond, rank, w..., iwork.data(), info); },
+        work_of_member);
+    print("gelsd", n, info, s, B);
+
+    A = random_matrix<T>(random, n, n, n);
+    B = random_matrix<T>(random, n, n, n);
+    GuardedMatrix<T> VL(n, n, n), VR(n, n, n), alpha(n, 1, n), alphai(n, 1, n), beta(n, 1, n);
+    std::apply(
+        [&](auto... w) {
+          if constexpr (ComplexScalar<T>) {
+            routine_call::ggev('V', 'V', n, A, B, alpha.data(), beta.data(), VL, VR, w..., info);
+          } else {
+            routine_call::ggev('V', 'V', n, A, B, alpha.data(), alphai.data(), beta.data(), VL, VR, w..., info);
+          }
+        },
+        work_of_member);
+    print("ggev", n, info, alpha, alphai, beta, VL, VR);
+  }
+}
+
 }  // namespace
 }  // namespace nuv::test
 
@@ -118,16 +176,20 @@ int main() {
   print_products<float>();
   print_indefinite<float>();
   print_two_stage<float>();
+  print_drivers<float>();
   print_factors<double>();
   print_products<double>();
   print_indefinite<double>();
   print_two_stage<double>();
+  print_drivers<double>();
   print_factors<std::complex<float>>();
   print_products<std::complex<float>>();
   print_indefinite<std::complex<float>>();
   print_two_stage<std::complex<float>>();
+  print_drivers<std::complex<float>>();
   print_factors<std::complex<double>>();
   print_products<std::complex<double>>();
   print_indefinite<std::complex<double>>();
   print_two_stage<std::complex<double>>();
+  print_drivers<std::complex<double>>();
 }
