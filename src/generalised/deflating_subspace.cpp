@@ -9,9 +9,9 @@
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
+#include "generalised/block_move.hpp"
 #include "generalised/frobenius_norm.hpp"
 #include "generalised/pencil_form.hpp"
-#include "generalised/pencil_reordering.hpp"
 #include "generalised/pencil_sylvester.hpp"
 #include "generalised/pencil_two_by_two.hpp"
 #include "nonsymmetric/selected_eigenvalues.hpp"
@@ -71,24 +71,6 @@ struct WorkSizes {
     to_iwork[0] = static_cast<Int>(std::min<std::int64_t>(integers, std::numeric_limits<Int>::max()));
   }
 };
-
-/// Moves a block to another row; false if that failed.
-template <RealScalar T>
-bool move_block(const PencilForm<T>& form, Int from, Int to, T* work, Int lwork) {
-  const auto& [wantq, wantz, n, A, B, Q, Z] = form;
-  Int info;
-  tgexc(to_logical(wantq), to_logical(wantz), n, A.data, A.ld, B.data, B.ld, Q.data, Q.ld, Z.data, Z.ld, from, to, work,
-        lwork, info);
-  return info == 0;
-}
-template <ComplexScalar T>
-bool move_block(const PencilForm<T>& form, Int from, Int to, T*, Int) {
-  const auto& [wantq, wantz, n, A, B, Q, Z] = form;
-  Int info;
-  tgexc(to_logical(wantq), to_logical(wantz), n, A.data, A.ld, B.data, B.ld, Q.data, Q.ld, Z.data, Z.ld, from, to,
-        info);
-  return info == 0;
-}
 
 /// Brings the selected blocks to the top, one behind the other; false if that failed.
 template <Scalar T>

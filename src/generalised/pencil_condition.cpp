@@ -14,7 +14,7 @@
 #include "environment/sums_of_squares.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "generalised/pencil_reordering.hpp"
+#include "generalised/block_move.hpp"
 #include "generalised/pencil_sylvester.hpp"
 #include "generalised/pencil_two_by_two.hpp"
 #include "nonsymmetric/selected_eigenvalues.hpp"
@@ -123,25 +123,6 @@ R separation_within(Matrix<const R> A, Matrix<const R> B) {
   return size * smaller_singular_value(a1 * a1 + a2 * a2 + b1 * b1 + b2 * b2, 2 * (imaginary / beta * b1) * b2);
 }
 
-/// Moves a diagonal block to the first row; false if that failed.
-///
-/// work    4 n + 16 elements; real forms alone
-template <RealScalar T>
-bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T* work) {
-  T unused;
-  Int to = 1, info;
-  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, work,
-        4 * n + 16, info);
-  return info == 0;
-}
-template <ComplexScalar T>
-bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
-  T unused;
-  Int to = 1, info;
-  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, info);
-  return info == 0;
-}
-
 /// With zeros below, whatever stands there.
 template <Scalar T>
 void copy_form(Int n, Matrix<const T> from, Matrix<T> to, bool has_pairs) {
@@ -176,7 +157,9 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   const Matrix<T> S{work, n}, P{work + elements, n};
   copy_form(n, A, S, RealScalar<T>);
   copy_form(n, B, P, false);
-  if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
+  T none;
+  const PencilForm<T> form{false, false, n, S, P, {&none, 1}, {&none, 1}};
+  if (!move_block(form, from, 1, work + 2 * elements, 4 * n + 16)) return separation_without_swap(n, A, B);
 
   R within = std::numeric_limits<R>::infinity();
   Int first = 1;  // a pair may have split on its way
