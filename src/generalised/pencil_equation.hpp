@@ -7,6 +7,7 @@
 
 #include "environment/hermitian.hpp"
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/diagonal_blocks.hpp"
 
 namespace nuv {
 
@@ -81,6 +82,21 @@ struct ListedPieces {
 
   IndexRange operator()(Int i) const { return {begins[i - 1], begins[i] - 1}; }
 };
+
+/// Parts a Schur form of order n > 0 into pieces of at most `width` rows, or of one diagonal block: no block is parted,
+/// and each is a piece for a width of one.
+///
+/// begins  room for n + 1 indices
+template <Scalar T>
+ListedPieces list_pieces(Matrix<const T> S, Int n, Int width, Int* begins) {
+  Int count = 0;
+  begins[0] = 1;
+  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) {
+    if (block.last - begins[count] >= width && block.first > begins[count]) begins[++count] = block.first;
+  });
+  begins[++count] = n + 1;
+  return {begins, count};
+}
 
 /// Rows or columns one by one.
 struct SinglePieces {

@@ -11,7 +11,6 @@
 #include "generalised/dif_estimate.hpp"
 #include "generalised/pencil_equation.hpp"
 #include "generalised/pivoted_factors.hpp"
-#include "nonsymmetric/diagonal_blocks.hpp"
 
 namespace nuv {
 namespace {
@@ -258,15 +257,6 @@ Real<T> solve_by_blocks(const PencilEquation<T>& equation, Pieces rows, Pieces c
                     [&](IndexRange k, IndexRange l) { return BlockSystem<T>(equation, k, l).solve(progress); });
 }
 
-/// Where the diagonal blocks of a Schur form of order n begin.
-template <RealScalar T>
-ListedPieces list_blocks(Matrix<const T> S, Int n, Int* begins) {
-  Int count = 0;
-  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) { begins[count++] = block.first; });
-  begins[count] = n + 1;
-  return {begins, count};
-}
-
 }  // namespace
 
 template <RealScalar T>
@@ -280,8 +270,8 @@ void tgsy2(char trans, Int ijob, Int m, Int n, const T* a, Int lda, const T* b, 
 
   const bool is_adjoint = !same_letter(trans, 'N');
   const PencilEquation<T> equation{is_adjoint, m, n, {a, lda}, {b, ldb}, {c, ldc}, {d, ldd}, {e, lde}, {f, ldf}};
-  const ListedPieces rows = list_blocks(equation.A, m, iwork),
-                     columns = list_blocks(equation.B, n, iwork + rows.count + 1);
+  const ListedPieces rows = list_pieces(equation.A, m, 1, iwork),
+                     columns = list_pieces(equation.B, n, 1, iwork + rows.count + 1);
   const std::int64_t systems = std::int64_t{rows.count} * columns.count;
   pq = static_cast<Int>(std::min<std::int64_t>(systems, std::numeric_limits<Int>::max()));
   scale = solve_by_blocks<T>(equation, rows, columns, {is_adjoint ? 0 : ijob, rdsum, rdscal, info});
