@@ -86,7 +86,7 @@ class BlockSystem {
     if (progress.ijob == 0) {
       scale = solve_scaled(progress);
     } else {
-      look_ahead(progress);
+      solve_for_separation(progress);
     }
     for (Int j = l_.first; j <= l_.last; ++j) {
       for (Int i = k_.first; i <= k_.last; ++i) {
@@ -131,9 +131,10 @@ class BlockSystem {
     return size <= greatest ? 0 : std::max(size - greatest, std::min<Int>(size, std::numeric_limits<R>::max_exponent));
   }
 
-  /// The separation isn't that of a system with other rows. Where pivots look like rounding errors they are chosen for
-  /// halves of the same size, but the factors are those of the system as it is.
-  void look_ahead(const Progress<T>& progress) {
+  /// Chooses a right side for which the solution is large. The separation isn't that of a system with other rows: where
+  /// pivots look like rounding errors they are chosen for halves of the same size, but the factors are those of the
+  /// system as it is.
+  void solve_for_separation(const Progress<T>& progress) {
     Int perturbed = factorise();
     if (const Int gap = gap_between_halves(); perturbed > 0 && gap != 0) {
       place_all();
