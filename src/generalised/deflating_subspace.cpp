@@ -96,14 +96,14 @@ Real<T> norm_of(const PencilForm<T>& form) {
   return norm.value();
 }
 
-/// What belongs to a block of a pair.
+/// A diagonal block of a pencil, of order n.
 template <Scalar T>
-struct PairBlock {
+struct PencilBlock {
   Int n;
   Matrix<const T> A, B;
 };
 
-/// The operator (R, L) -> (A1 R - L A2, B1 R - L B2) of two pairs of blocks.
+/// The operator (R, L) -> (A1 R - L A2, B1 R - L B2) of two diagonal blocks.
 template <Scalar T>
 class SylvesterOperator {
   using R = Real<T>;
@@ -111,7 +111,7 @@ class SylvesterOperator {
  public:
   /// x        as many elements as R and L have together, and for the norm estimator twice as many
   /// integers for the solver, and for the norm estimator as many as R and L have elements
-  SylvesterOperator(PairBlock<T> first, PairBlock<T> second, T* x, Int* integers)
+  SylvesterOperator(PencilBlock<T> first, PencilBlock<T> second, T* x, Int* integers)
       : first_(first), second_(second), size_(first.n * second.n), x_(x), integers_(integers) {}
 
   T* first_part() const { return x_; }
@@ -153,7 +153,7 @@ class SylvesterOperator {
           &unused, 1, integers_, perturbed);
   }
 
-  PairBlock<T> first_, second_;
+  PencilBlock<T> first_, second_;
   Int size_;
   T* x_;
   Int* integers_;
@@ -169,7 +169,7 @@ Real<T> reciprocal_projector_norm(Int size, const T* x, Real<T> scale) {
 
 /// Where condition numbers go.
 template <RealScalar R>
-struct Conditions {
+struct ConditionOutput {
   R &pl, &pr;
   R* dif;
 
@@ -181,10 +181,10 @@ struct Conditions {
 
 /// Judges the subspaces for the first m of n eigenvalues.
 template <Scalar T>
-void judge(Task wants, const PencilForm<T>& form, Int m, const Conditions<Real<T>>& to, T* work, Int* iwork) {
+void judge(Task wants, const PencilForm<T>& form, Int m, const ConditionOutput<Real<T>>& to, T* work, Int* iwork) {
   const Int rest = form.n - m;
-  const PairBlock<T> upper{m, form.A, form.B};
-  const PairBlock<T> lower{rest, block(form.A, m + 1, m + 1), block(form.B, m + 1, m + 1)};
+  const PencilBlock<T> upper{m, form.A, form.B};
+  const PencilBlock<T> lower{rest, block(form.A, m + 1, m + 1), block(form.B, m + 1, m + 1)};
   const SylvesterOperator<T> down(upper, lower, work, iwork), up(lower, upper, work, iwork);
   if (wants.projectors) {
     lacpy('F', m, rest, form.A.at(1, m + 1), form.A.ld, down.first_part(), m);
@@ -205,7 +205,7 @@ void judge(Task wants, const PencilForm<T>& form, Int m, const Conditions<Real<T
 /// Reorders and judges. Gives info.
 template <Scalar T>
 Int reorder_and_judge(Task wants, const PencilForm<T>& form, const Logical* select, Int m,
-                      const Conditions<Real<T>>& to, T* work, Int lwork, Int* iwork) {
+                      const ConditionOutput<Real<T>>& to, T* work, Int lwork, Int* iwork) {
   if (m == 0 || m == form.n) {
     to.set(wants, 1, wants.dif() ? norm_of(form) : Real<T>(0));
     return 0;
@@ -270,8 +270,8 @@ void standardise(const PencilForm<T>& form, T* alpha, T* beta) {
 
 /// The whole of either routine, but for the eigenvalues, which standardise(form) reads.
 template <Scalar T, class Standardise>
-void reorder(Int ijob, const Logical* select, const PencilForm<T>& form, Int& m, const Conditions<Real<T>>& to, T* work,
-             Int lwork, Int* iwork, Int liwork, Int& info, Standardise standardise) {
+void reorder(Int ijob, const Logical* select, const PencilForm<T>& form, Int& m, const ConditionOutput<Real<T>>& to,
+             T* work, Int lwork, Int* iwork, Int liwork, Int& info, Standardise standardise) {
   constexpr Int position_of_lwork = RealScalar<T> ? 22 : 21;
   const auto& [wantq, wantz, n, A, B, Q, Z] = form;
   info = check<T>(ijob, wantq, wantz, n, A.ld, B.ld, Q.ld, Z.ld);

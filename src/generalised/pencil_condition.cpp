@@ -85,7 +85,7 @@ R smaller_singular_value(R sum_of_squares, R determinant) {
   return larger == 0 ? R(0) : determinant / larger;
 }
 
-/// The separation of the two eigenvalues of a pair of order two: with a unitary U and V so that
+/// The separation of the two eigenvalues of a pencil of order two: with a unitary U and V so that
 ///
 ///     U^H A V = [ a1  * ]   U^H B V = [ b1  * ]
 ///               [     a2]             [     b2]

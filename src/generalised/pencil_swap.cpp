@@ -23,14 +23,14 @@ namespace nuv {
 namespace {
 
 /// What may be left of a matrix of this norm where a swap should leave zeros, and of its difference from where it came.
-/// Each matrix of a pair is judged by its own norm: beside a large matrix a small one would pass in any state.
+/// Each matrix of a pencil is judged by its own norm: beside a large matrix a small one would pass in any state.
 template <RealScalar R>
 R swap_threshold(R norm) {
   return 10 * Machine<R>::precision * norm;
 }
 
 /// The power of two at the largest of some numbers, 1 where all of them are zero. Trials of both matrices are divided
-/// by theirs, which rounds nothing: swaps solve equations and compare sizes across the pair, where the smaller matrix
+/// by theirs, which rounds nothing: swaps solve equations and compare sizes across the pencil, where the smaller matrix
 /// would count for rounding errors of the larger one.
 template <RealScalar R>
 class PowerOfSize {
@@ -167,7 +167,7 @@ struct Trial {
   SmallMatrix<R> S, P, U, V;
 };
 
-/// Two neighbouring blocks of a pair, one of them at least of order two:
+/// Two neighbouring blocks of a pencil, one of them at least of order two:
 ///
 ///     S11  S12    P11  P12    n1
 ///          S22         P22    n2
