@@ -112,10 +112,13 @@ class SylvesterOperator {
   /// x        as many elements as R and L have together, and for the norm estimator twice as many
   /// integers for the solver, and for the norm estimator as many as R and L have elements
   SylvesterOperator(PencilBlock<T> first, PencilBlock<T> second, T* x, Int* integers)
-      : first_(first), second_(second), size_(first.n * second.n), x_(x), integers_(integers) {}
+      : first_(first), second_(second), size_(std::ptrdiff_t{first.n} * second.n), x_(x), integers_(integers) {}
 
   T* first_part() const { return x_; }
   T* second_part() const { return x_ + size_; }
+
+  /// Elements of either part. It fits where there is workspace for both, of which no more than an Int can be given.
+  Int size_of_part() const { return static_cast<Int>(size_); }
 
   /// Puts the solution for the right side in x, times `scale`, in its place.
   R solve(char trans) const {
@@ -137,7 +140,7 @@ class SylvesterOperator {
     R scale = 0, estimate;
     SecondWork<T>* signs = nullptr;
     if constexpr (RealScalar<T>) signs = integers_;
-    estimate_norm(2 * size_, x_, x_ + 2 * std::ptrdiff_t{size_}, signs, estimate, [&](bool is_adjoint) {
+    estimate_norm(2 * size_of_part(), x_, x_ + 2 * size_, signs, estimate, [&](bool is_adjoint) {
       scale = solve(is_adjoint ? adjoint<T> : 'N');
       return true;
     });
@@ -154,7 +157,7 @@ class SylvesterOperator {
   }
 
   PencilBlock<T> first_, second_;
-  Int size_;
+  std::ptrdiff_t size_;
   T* x_;
   Int* integers_;
 };
@@ -190,8 +193,8 @@ void judge(Task wants, const PencilForm<T>& form, Int m, const ConditionOutput<R
     lacpy('F', m, rest, form.A.at(1, m + 1), form.A.ld, down.first_part(), m);
     lacpy('F', m, rest, form.B.at(1, m + 1), form.B.ld, down.second_part(), m);
     const Real<T> scale = down.solve('N');
-    to.pl = reciprocal_projector_norm(m * rest, down.first_part(), scale);
-    to.pr = reciprocal_projector_norm(m * rest, down.second_part(), scale);
+    to.pl = reciprocal_projector_norm(down.size_of_part(), down.first_part(), scale);
+    to.pr = reciprocal_projector_norm(down.size_of_part(), down.second_part(), scale);
   }
   if (wants.dif_by_frobenius) {
     to.dif[0] = down.dif_by_frobenius();
