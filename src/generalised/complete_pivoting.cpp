@@ -1,7 +1,6 @@
 #include "generalised/complete_pivoting.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 #include "base/quotient.hpp"
 #include "blas.hpp"

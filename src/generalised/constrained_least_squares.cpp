@@ -2,24 +2,14 @@
 
 #include <algorithm>
 
-#include "environment/block_plan.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "generalised/pair_factorisations.hpp"
 #include "layer.hpp"
+#include "orthogonal/least_squares_blocks.hpp"
 
 namespace nuv {
 namespace {
-
-/// Of the factorisations and of the products with their factors.
-template <Scalar T>
-Int best_block_size(Int rows, Int columns, Int other) {
-  const Tuning<T> qr{.name = RoutineName<T>("GEQRF"), .n1 = rows, .n2 = columns};
-  const Tuning<T> rq{.name = RoutineName<T>("GERQF"), .n1 = rows, .n2 = columns};
-  const Tuning<T> apply_qr{.name = name_of<T>("ORMQR", "UNMQR"), .n1 = rows, .n2 = columns, .n3 = other};
-  const Tuning<T> apply_rq{.name = name_of<T>("ORMRQ", "UNMRQ"), .n1 = rows, .n2 = columns, .n3 = other};
-  return std::max({qr.block_size(), rq.block_size(), apply_qr.block_size(), apply_rq.block_size()});
-}
 
 /// x := U^-1 x for an upper triangle of order n.
 template <Scalar T>
@@ -55,11 +45,12 @@ struct ConstrainedFit {
   Matrix<T> R, B;
   T *c, *d, *x;
 
-  Int free() const { return n - p; }
+  /// How many unknowns the constraints leave to the fit.
+  Int unconstrained() const { return n - p; }
 
   /// x2 from the constraints, then x1 from the rows in which it appears.
   void solve() const {
-    const Int n1 = free();
+    const Int n1 = unconstrained();
     solve_upper(p, block(B, 1, n1 + 1), d);
     std::copy_n(d, p, x + n1);
     subtract_product(n1, p, block(R, 1, n1 + 1), d, c);
@@ -72,7 +63,7 @@ struct ConstrainedFit {
   ///     R R | r r
   ///       R | r r        whose elements of x2 are the last ones.
   void form_residual() const {
-    const Int n1 = free(), rows = std::min(p, m - n1);
+    const Int n1 = unconstrained(), rows = std::min(p, m - n1);
     if (rows <= 0) return;
     T* const c2 = c + n1;
     if (m < n) subtract_product(rows, n - m, block(R, n1 + 1, m + 1), d + rows, c2);
@@ -81,7 +72,7 @@ struct ConstrainedFit {
   }
 };
 
-// ------------------------------------------------------------------------------------------ with weighed errors: ggglm
+// ----------------------------------------------------------------------------------------- with weighted errors: ggglm
 
 Int check_linear_model(Int n, Int m, Int p, Int lda, Int ldb, Int lwork) {
   if (n < 0) return -1;

@@ -9,9 +9,9 @@
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
+#include "generalised/block_move.hpp"
 #include "generalised/frobenius_norm.hpp"
 #include "generalised/pencil_form.hpp"
-#include "generalised/pencil_reordering.hpp"
 #include "generalised/pencil_sylvester.hpp"
 #include "generalised/pencil_two_by_two.hpp"
 #include "nonsymmetric/selected_eigenvalues.hpp"
@@ -72,24 +72,6 @@ struct WorkSizes {
   }
 };
 
-/// Moves a block to another row; false if that failed.
-template <RealScalar T>
-bool move_block(const PencilForm<T>& form, Int from, Int to, T* work, Int lwork) {
-  const auto& [wantq, wantz, n, A, B, Q, Z] = form;
-  Int info;
-  tgexc(to_logical(wantq), to_logical(wantz), n, A.data, A.ld, B.data, B.ld, Q.data, Q.ld, Z.data, Z.ld, from, to, work,
-        lwork, info);
-  return info == 0;
-}
-template <ComplexScalar T>
-bool move_block(const PencilForm<T>& form, Int from, Int to, T*, Int) {
-  const auto& [wantq, wantz, n, A, B, Q, Z] = form;
-  Int info;
-  tgexc(to_logical(wantq), to_logical(wantz), n, A.data, A.ld, B.data, B.ld, Q.data, Q.ld, Z.data, Z.ld, from, to,
-        info);
-  return info == 0;
-}
-
 /// Brings the selected blocks to the top, one behind the other; false if that failed.
 template <Scalar T>
 bool collect(const PencilForm<T>& form, const Logical* select, T* work, Int lwork) {
@@ -114,14 +96,14 @@ Real<T> norm_of(const PencilForm<T>& form) {
   return norm.value();
 }
 
-/// What belongs to a block of a pair.
+/// A diagonal block of a pencil, of order n.
 template <Scalar T>
-struct PairBlock {
+struct PencilBlock {
   Int n;
   Matrix<const T> A, B;
 };
 
-/// The operator (R, L) -> (A1 R - L A2, B1 R - L B2) of two pairs of blocks.
+/// The operator (R, L) -> (A1 R - L A2, B1 R - L B2) of two diagonal blocks.
 template <Scalar T>
 class SylvesterOperator {
   using R = Real<T>;
@@ -129,11 +111,14 @@ class SylvesterOperator {
  public:
   /// x        as many elements as R and L have together, and for the norm estimator twice as many
   /// integers for the solver, and for the norm estimator as many as R and L have elements
-  SylvesterOperator(PairBlock<T> first, PairBlock<T> second, T* x, Int* integers)
-      : first_(first), second_(second), size_(first.n * second.n), x_(x), integers_(integers) {}
+  SylvesterOperator(PencilBlock<T> first, PencilBlock<T> second, T* x, Int* integers)
+      : first_(first), second_(second), size_(std::ptrdiff_t{first.n} * second.n), x_(x), integers_(integers) {}
 
   T* first_part() const { return x_; }
   T* second_part() const { return x_ + size_; }
+
+  /// Elements of either part. It fits where there is workspace for both, of which no more than an Int can be given.
+  Int size_of_part() const { return static_cast<Int>(size_); }
 
   /// Puts the solution for the right side in x, times `scale`, in its place.
   R solve(char trans) const {
@@ -155,7 +140,7 @@ class SylvesterOperator {
     R scale = 0, estimate;
     SecondWork<T>* signs = nullptr;
     if constexpr (RealScalar<T>) signs = integers_;
-    estimate_norm(2 * size_, x_, x_ + 2 * std::ptrdiff_t{size_}, signs, estimate, [&](bool is_adjoint) {
+    estimate_norm(2 * size_of_part(), x_, x_ + 2 * size_, signs, estimate, [&](bool is_adjoint) {
       scale = solve(is_adjoint ? adjoint<T> : 'N');
       return true;
     });
@@ -171,8 +156,8 @@ class SylvesterOperator {
           &unused, 1, integers_, perturbed);
   }
 
-  PairBlock<T> first_, second_;
-  Int size_;
+  PencilBlock<T> first_, second_;
+  std::ptrdiff_t size_;
   T* x_;
   Int* integers_;
 };
@@ -187,7 +172,7 @@ Real<T> reciprocal_projector_norm(Int size, const T* x, Real<T> scale) {
 
 /// Where condition numbers go.
 template <RealScalar R>
-struct Conditions {
+struct ConditionOutput {
   R &pl, &pr;
   R* dif;
 
@@ -199,17 +184,17 @@ struct Conditions {
 
 /// Judges the subspaces for the first m of n eigenvalues.
 template <Scalar T>
-void judge(Task wants, const PencilForm<T>& form, Int m, const Conditions<Real<T>>& to, T* work, Int* iwork) {
+void judge(Task wants, const PencilForm<T>& form, Int m, const ConditionOutput<Real<T>>& to, T* work, Int* iwork) {
   const Int rest = form.n - m;
-  const PairBlock<T> upper{m, form.A, form.B};
-  const PairBlock<T> lower{rest, block(form.A, m + 1, m + 1), block(form.B, m + 1, m + 1)};
+  const PencilBlock<T> upper{m, form.A, form.B};
+  const PencilBlock<T> lower{rest, block(form.A, m + 1, m + 1), block(form.B, m + 1, m + 1)};
   const SylvesterOperator<T> down(upper, lower, work, iwork), up(lower, upper, work, iwork);
   if (wants.projectors) {
     lacpy('F', m, rest, form.A.at(1, m + 1), form.A.ld, down.first_part(), m);
     lacpy('F', m, rest, form.B.at(1, m + 1), form.B.ld, down.second_part(), m);
     const Real<T> scale = down.solve('N');
-    to.pl = reciprocal_projector_norm(m * rest, down.first_part(), scale);
-    to.pr = reciprocal_projector_norm(m * rest, down.second_part(), scale);
+    to.pl = reciprocal_projector_norm(down.size_of_part(), down.first_part(), scale);
+    to.pr = reciprocal_projector_norm(down.size_of_part(), down.second_part(), scale);
   }
   if (wants.dif_by_frobenius) {
     to.dif[0] = down.dif_by_frobenius();
@@ -223,7 +208,7 @@ void judge(Task wants, const PencilForm<T>& form, Int m, const Conditions<Real<T
 /// Reorders and judges. Gives info.
 template <Scalar T>
 Int reorder_and_judge(Task wants, const PencilForm<T>& form, const Logical* select, Int m,
-                      const Conditions<Real<T>>& to, T* work, Int lwork, Int* iwork) {
+                      const ConditionOutput<Real<T>>& to, T* work, Int lwork, Int* iwork) {
   if (m == 0 || m == form.n) {
     to.set(wants, 1, wants.dif() ? norm_of(form) : Real<T>(0));
     return 0;
@@ -288,8 +273,8 @@ void standardise(const PencilForm<T>& form, T* alpha, T* beta) {
 
 /// The whole of either routine, but for the eigenvalues, which standardise(form) reads.
 template <Scalar T, class Standardise>
-void reorder(Int ijob, const Logical* select, const PencilForm<T>& form, Int& m, const Conditions<Real<T>>& to, T* work,
-             Int lwork, Int* iwork, Int liwork, Int& info, Standardise standardise) {
+void reorder(Int ijob, const Logical* select, const PencilForm<T>& form, Int& m, const ConditionOutput<Real<T>>& to,
+             T* work, Int lwork, Int* iwork, Int liwork, Int& info, Standardise standardise) {
   constexpr Int position_of_lwork = RealScalar<T> ? 22 : 21;
   const auto& [wantq, wantz, n, A, B, Q, Z] = form;
   info = check<T>(ijob, wantq, wantz, n, A.ld, B.ld, Q.ld, Z.ld);

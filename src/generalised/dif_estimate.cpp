@@ -13,8 +13,8 @@
 namespace nuv {
 namespace {
 
-/// Order of the largest system of a generalised Sylvester equation: two unknown matrices of order two.
-constexpr Int greatest_order = 8;
+/// Of the systems that a generalised Sylvester equation falls into: two matrices of order two.
+constexpr Int most_unknowns = 8;
 
 /// Adds 1 or -1 to each element of x while it becomes L^-1 x: whichever makes the sum of the squares of that element
 /// and of what it leaves of the others larger. A tie is decided for -1 once and for 1 from then on, which does well by
@@ -60,7 +60,7 @@ void solve_for_signs(const PivotedFactors<T>& factors, T* rhs) {
   look_ahead(factors, rhs);
 
   // Pivoting has left the ill condition to U, and to its last element: for that, both signs are tried.
-  T other[greatest_order];
+  T other[most_unknowns];
   std::copy_n(rhs, n, other);
   other[n - 1] += R(1);
   rhs[n - 1] -= R(1);
@@ -75,8 +75,8 @@ template <Scalar T>
 void find_null_vector(const PivotedFactors<T>& factors, T* y) {
   using R = Real<T>;
   const Int n = factors.n;
-  T work[4 * greatest_order];
-  SecondWork<T> second[2 * greatest_order];
+  T work[4 * most_unknowns];
+  SecondWork<T> second[2 * most_unknowns];
   // The estimate works on the adjoint of the inverse. Where that overflows, these numbers stay.
   T* const image = work + n;
   std::fill_n(image, n, T(1));
@@ -93,7 +93,7 @@ template <Scalar T>
 void solve_near_null_vector(const PivotedFactors<T>& factors, T* rhs) {
   using R = Real<T>;
   const Int n = factors.n;
-  T y[greatest_order], other[greatest_order];
+  T y[most_unknowns], other[most_unknowns];
   find_null_vector(factors, y);
   for (Int i = 0; i < n; ++i) {
     other[i] = y[i] + rhs[i];
@@ -110,7 +110,7 @@ void solve_near_null_vector(const PivotedFactors<T>& factors, T* rhs) {
 template <Scalar T>
 void latdf(Int ijob, Int n, const T* z, Int ldz, T* rhs, Real<T>& rdsum, Real<T>& rdscal, const Int* ipiv,
            const Int* jpiv) {
-  if (n < 1 || n > greatest_order) return;
+  if (n < 1 || n > most_unknowns) return;
   const PivotedFactors<T> factors{n, {z, ldz}, ipiv, jpiv};
   if (ijob == 2) {
     solve_near_null_vector(factors, rhs);

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "environment/norms_general.hpp"
-#include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "generalised/pencil_condition.hpp"
+#include "generalised/pencil_driver_opening.hpp"
 #include "generalised/pencil_eigenvectors.hpp"
 #include "generalised/pencil_spine.hpp"
 #include "generalised/pencil_substitution.hpp"
@@ -15,37 +15,27 @@ namespace {
 
 // -------------------------------------------------------------------------------------------------------------- ggev
 
-/// Both members; rwork is for complex ones.
+/// ggev in its two members; rwork is for complex ones.
 template <Scalar T>
-void drive(const PencilProblem<T>& p, T* work, Int lwork, Real<T>* rwork, Int& info) {
-  const Int bad = bad_job(p);
-  info = bad != 0 ? -bad : check_sizes(p, 3);
-  if (info != 0) return report_bad_argument<T>("GGEV", info);
-
-  std::int64_t least = 1, best = 1;
-  if (p.n > 0) {
-    least = (RealScalar<T> ? 8 : 2) * std::int64_t{p.n};
-    best = std::max(least, columns_of_scales<T> * std::int64_t{p.n} + best_spine_workspace<T>(p.n));
-  }
-  work[0] = as_work_size<T>(best);
-  if (lwork == -1) return;
-  if (lwork < least) info = -behind_values<T>(16);
-  if (info != 0) return report_bad_argument<T>("GGEV", info);
-  if (p.n == 0) return;
+void find_eigenvalues(const PencilProblem<T>& p, T* work, Int lwork, Real<T>* rwork, Int& info) {
+  const std::int64_t least = (RealScalar<T> ? 8 : 2) * std::int64_t{p.n};
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(16), work_size_with_scales<T>(p.n, least)};
+  info = check_jobs_and_sizes(p);
+  if (!begins(RoutineName<T>("GGEV"), info, room) || p.n == 0) return;
 
   PencilSpine<T> spine(p, scales_in_workspace(p.n, work, lwork, rwork));
   spine.balance('P');
   info = spine.iterate(p.vectors.any());
   if (info == 0 && p.vectors.any()) info = find_eigenvectors(spine);
   spine.unscale_values();
-  work[0] = as_work_size<T>(best);
+  room.tell_best();
 }
 
 // ------------------------------------------------------------------------------------------------------------- ggevx
 
-/// What ggevx is asked for beside values and vectors, and where it goes.
+/// What ggevx is asked for beside values and vectors, and where that goes.
 template <Scalar T>
-struct Conditions {
+struct ConditionRequest {
   char balancing, sense;
   Int &ilo, &ihi;
   Real<T>*lscale, *rscale, &norm_of_a, &norm_of_b, *of_values, *of_vectors;
@@ -58,10 +48,10 @@ struct Conditions {
   bool any() const { return for_values() || for_vectors(); }
 };
 
+/// For n > 0.
 template <Scalar T>
-std::int64_t least_workspace(const PencilProblem<T>& p, const Conditions<T>& wanted) {
+std::int64_t least_workspace(const PencilProblem<T>& p, const ConditionRequest<T>& wanted) {
   const std::int64_t n = p.n;
-  if (n == 0) return 1;
   if constexpr (RealScalar<T>) {
     if (wanted.for_vectors()) return 2 * n * n + 8 * n + 16;
     if (wanted.for_values()) return 10 * n;
@@ -72,8 +62,16 @@ std::int64_t least_workspace(const PencilProblem<T>& p, const Conditions<T>& wan
   }
 }
 
+/// The scales of balancing stand in arguments of their own.
 template <Scalar T>
-Int check(const PencilProblem<T>& p, const Conditions<T>& wanted) {
+WorkSize work_size(const PencilProblem<T>& p, const ConditionRequest<T>& wanted) {
+  if (p.n == 0) return {};
+  const std::int64_t least = least_workspace(p, wanted);
+  return {least, std::max(least, best_spine_workspace<T>(p.n))};
+}
+
+template <Scalar T>
+Int check(const PencilProblem<T>& p, const ConditionRequest<T>& wanted) {
   if (!is_one_of(wanted.balancing, 'N', 'P', 'S', 'B')) return -1;
   if (const Int bad = bad_job(p)) return -(bad + 1);
   if (!is_one_of(wanted.sense, 'N', 'E', 'V', 'B')) return -4;
@@ -91,7 +89,7 @@ Real<T> one_norm(Int n, Matrix<T> A, const NormScaling<Real<T>>& scaling) {
 /// multiplied by Schur vectors, so those of the Schur form are found once more, in workspace. Returns the info of
 /// tgevc.
 template <Scalar T>
-Int find_conditions_of(const PencilSpine<T>& spine, const Conditions<T>& wanted, Int i, Int count) {
+Int find_conditions_of(const PencilSpine<T>& spine, const ConditionRequest<T>& wanted, Int i, Int count) {
   const Int n = spine.order();
   const Matrix<T> S = spine.a(), P = spine.b();
   T *const left = spine.work(), *const right = left + std::ptrdiff_t{count} * n,
@@ -119,7 +117,7 @@ Int find_conditions_of(const PencilSpine<T>& spine, const Conditions<T>& wanted,
 /// Condition numbers one by one, since workspace for all eigenvectors would be 2 n^2 elements more. Returns 0, or the
 /// info of the driver.
 template <Scalar T>
-Int find_conditions(const PencilSpine<T>& spine, const Conditions<T>& wanted) {
+Int find_conditions(const PencilSpine<T>& spine, const ConditionRequest<T>& wanted) {
   const Int n = spine.order();
   for (Int i = 1, count; i <= n; i += count) {
     count = RealScalar<T> && i < n && spine.a()(i + 1, i) != T(0) ? 2 : 1;
@@ -128,19 +126,13 @@ Int find_conditions(const PencilSpine<T>& spine, const Conditions<T>& wanted) {
   return 0;
 }
 
-/// Both members; rwork is for complex ones.
+/// ggevx in its two members; rwork is for complex ones.
 template <Scalar T>
-void drive_with_conditions(const PencilProblem<T>& p, const Conditions<T>& wanted, T* work, Int lwork, Real<T>* rwork,
-                           Int& info) {
+void find_eigenvalues_and_conditions(const PencilProblem<T>& p, const ConditionRequest<T>& wanted, T* work, Int lwork,
+                                     Real<T>* rwork, Int& info) {
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(26), work_size(p, wanted)};
   info = check(p, wanted);
-  if (info != 0) return report_bad_argument<T>("GGEVX", info);
-  const std::int64_t least = least_workspace(p, wanted);
-  const std::int64_t best = p.n == 0 ? 1 : std::max(least, best_spine_workspace<T>(p.n));
-  work[0] = as_work_size<T>(best);
-  if (lwork == -1) return;
-  if (lwork < least) info = -behind_values<T>(26);
-  if (info != 0) return report_bad_argument<T>("GGEVX", info);
-  if (p.n == 0) return;
+  if (!begins(RoutineName<T>("GGEVX"), info, room) || p.n == 0) return;
 
   PencilSpine<T> spine(p, {wanted.lscale, wanted.rscale, work, lwork, rwork});
   spine.balance(wanted.balancing);
@@ -152,7 +144,7 @@ void drive_with_conditions(const PencilProblem<T>& p, const Conditions<T>& wante
   if (info == 0 && wanted.any()) info = find_conditions(spine, wanted);
   if (info == 0 && p.vectors.any()) info = find_eigenvectors(spine);
   spine.unscale_values();
-  work[0] = as_work_size<T>(best);
+  room.tell_best();
 }
 
 }  // namespace
@@ -161,14 +153,15 @@ template <RealScalar T>
 void ggev(char jobvl, char jobvr, Int n, T* a, Int lda, T* b, Int ldb, T* alphar, T* alphai, T* beta, T* vl, Int ldvl,
           T* vr, Int ldvr, T* work, Int lwork, Int& info) {
   T* const none = nullptr;
-  drive<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vl, ldvl}, {vr, ldvr}}, work, lwork, none,
-           info);
+  find_eigenvalues<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vl, ldvl}, {vr, ldvr}}, work,
+                      lwork, none, info);
 }
 
 template <ComplexScalar T>
 void ggev(char jobvl, char jobvr, Int n, T* a, Int lda, T* b, Int ldb, T* alpha, T* beta, T* vl, Int ldvl, T* vr,
           Int ldvr, T* work, Int lwork, Real<T>* rwork, Int& info) {
-  drive<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vl, ldvl}, {vr, ldvr}}, work, lwork, rwork, info);
+  find_eigenvalues<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vl, ldvl}, {vr, ldvr}}, work, lwork,
+                      rwork, info);
 }
 
 template <RealScalar T>
@@ -176,9 +169,9 @@ void ggevx(char balanc, char jobvl, char jobvr, char sense, Int n, T* a, Int lda
            T* beta, T* vl, Int ldvl, T* vr, Int ldvr, Int& ilo, Int& ihi, T* lscale, T* rscale, T& abnrm, T& bbnrm,
            T* rconde, T* rcondv, T* work, Int lwork, Int* iwork, Logical* bwork, Int& info) {
   T* const none = nullptr;
-  drive_with_conditions<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vl, ldvl}, {vr, ldvr}},
-                           {balanc, sense, ilo, ihi, lscale, rscale, abnrm, bbnrm, rconde, rcondv, iwork, bwork}, work,
-                           lwork, none, info);
+  find_eigenvalues_and_conditions<T>(
+      {jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vl, ldvl}, {vr, ldvr}},
+      {balanc, sense, ilo, ihi, lscale, rscale, abnrm, bbnrm, rconde, rcondv, iwork, bwork}, work, lwork, none, info);
 }
 
 template <ComplexScalar T>
@@ -186,9 +179,9 @@ void ggevx(char balanc, char jobvl, char jobvr, char sense, Int n, T* a, Int lda
            T* vl, Int ldvl, T* vr, Int ldvr, Int& ilo, Int& ihi, Real<T>* lscale, Real<T>* rscale, Real<T>& abnrm,
            Real<T>& bbnrm, Real<T>* rconde, Real<T>* rcondv, T* work, Int lwork, Real<T>* rwork, Int* iwork,
            Logical* bwork, Int& info) {
-  drive_with_conditions<T>({jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vl, ldvl}, {vr, ldvr}},
-                           {balanc, sense, ilo, ihi, lscale, rscale, abnrm, bbnrm, rconde, rcondv, iwork, bwork}, work,
-                           lwork, rwork, info);
+  find_eigenvalues_and_conditions<T>(
+      {jobvl, jobvr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vl, ldvl}, {vr, ldvr}},
+      {balanc, sense, ilo, ihi, lscale, rscale, abnrm, bbnrm, rconde, rcondv, iwork, bwork}, work, lwork, rwork, info);
 }
 
 }  // namespace nuv

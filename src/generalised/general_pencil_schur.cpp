@@ -5,9 +5,9 @@
 
 #include "environment/norms_general.hpp"
 #include "environment/scaling.hpp"
-#include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "generalised/deflating_subspace.hpp"
+#include "generalised/pencil_driver_opening.hpp"
 #include "generalised/pencil_spine.hpp"
 
 namespace nuv {
@@ -177,65 +177,54 @@ Int check(const PencilProblem<T>& p, const Ordering<T>& ordering, const char* se
   return check_sizes(p, sense != nullptr ? 6 : 5, 1);
 }
 
-/// With the scales of balancing.
 template <Scalar T>
-std::int64_t least_workspace(std::int64_t n) {
-  if (n == 0) return 1;
-  return RealScalar<T> ? std::max(8 * n, 6 * n + 16) : 2 * n;
+WorkSize work_size(Int order) {
+  const std::int64_t n = order;
+  return work_size_with_scales<T>(order, RealScalar<T> ? std::max(8 * n, 6 * n + 16) : 2 * n);
 }
 
+/// With room for condition numbers of half of the eigenvalues, which take the most.
 template <Scalar T>
-std::int64_t best_workspace(Int n) {
-  if (n == 0) return 1;
-  return std::max(least_workspace<T>(n), columns_of_scales<T> * std::int64_t{n} + best_spine_workspace<T>(n));
+WorkSize work_size_with_conditions(Int order) {
+  const std::int64_t n = order;
+  const WorkSize size = work_size<T>(order);
+  return {size.least, std::max(size.best, columns_of_scales<T> * n + n * n / 2)};
 }
 
 /// gges in its two members; rwork is for complex ones.
 template <Scalar T>
-void drive(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim, T* work, Int lwork, Real<T>* rwork,
-           Int& info) {
+void find_ordered_schur_form(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim, T* work, Int lwork,
+                             Real<T>* rwork, Int& info) {
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(19), work_size<T>(p.n)};
   info = check(p, ordering, nullptr);
-  if (info != 0) return report_bad_argument<T>("GGES", info);
-  const T best = as_work_size<T>(best_workspace<T>(p.n));
-  work[0] = best;
-  if (lwork == -1) return;
-  if (lwork < least_workspace<T>(p.n)) info = -behind_values<T>(19);
-  if (info != 0) return report_bad_argument<T>("GGES", info);
+  if (!begins(RoutineName<T>("GGES"), info, room)) return;
   sdim = 0;
   if (p.n == 0) return;
 
   Int iwork[1];
   info = find_schur_form<T>(p, scales_in_workspace(p.n, work, lwork, rwork), ordering, sdim,
                             {'N', nullptr, nullptr, iwork, 1});
-  work[0] = best;
+  room.tell_best();
 }
 
 /// ggesx in its two members; rwork is for complex ones.
 template <Scalar T>
-void drive(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim, const SubspaceConditions<T>& conditions,
-           T* work, Int lwork, Real<T>* rwork, Int& info) {
-  constexpr Int position_of_lwork = behind_values<T>(22), position_of_liwork = 24;
+void find_judged_schur_form(const PencilProblem<T>& p, const Ordering<T>& ordering, Int& sdim,
+                            const SubspaceConditions<T>& conditions, T* work, Int lwork, Real<T>* rwork, Int& info) {
+  const Int integers = conditions.any() && p.n > 0 ? p.n + (RealScalar<T> ? 6 : 2) : 1;
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(22),
+                               conditions.any() ? work_size_with_conditions<T>(p.n) : work_size<T>(p.n)};
+  const GivenWorkspace<Int> room_of_integers{conditions.iwork, conditions.liwork, 24, {integers, integers}};
   info = check(p, ordering, &conditions.sense);
-  if (info != 0) return report_bad_argument<T>("GGESX", info);
-  const std::int64_t n = p.n;
-  std::int64_t best_size = best_workspace<T>(p.n);
-  if (conditions.any()) best_size = std::max(best_size, columns_of_scales<T> * n + n * n / 2);
-  const T best = as_work_size<T>(best_size);
-  const Int best_integers = conditions.any() && n > 0 ? p.n + (RealScalar<T> ? 6 : 2) : 1;
-  work[0] = best;
-  conditions.iwork[0] = best_integers;
-  if (lwork == -1 || conditions.liwork == -1) return;
-  if (lwork < least_workspace<T>(p.n)) info = -position_of_lwork;
-  else if (conditions.liwork < best_integers) info = -position_of_liwork;
-  if (info != 0) return report_bad_argument<T>("GGESX", info);
+  if (!begins(RoutineName<T>("GGESX"), info, room, room_of_integers)) return;
   sdim = 0;
   if (p.n == 0) return;
 
   info = find_schur_form(p, scales_in_workspace(p.n, work, lwork, rwork), ordering, sdim, conditions);
   // tgsen has said already that its workspace is too small for so many eigenvalues.
-  if (info < 0) info = -position_of_lwork;
-  work[0] = best;
-  conditions.iwork[0] = best_integers;
+  if (info < 0) info = -room.position;
+  room.tell_best();
+  room_of_integers.tell_best();
 }
 
 }  // namespace
@@ -245,16 +234,17 @@ void gges(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, Int 
           Int& sdim, T* alphar, T* alphai, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, T* work, Int lwork,
           Logical* bwork, Int& info) {
   T* const none = nullptr;
-  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
-           {sort, selctg, bwork}, sdim, work, lwork, none, info);
+  find_ordered_schur_form<T>(
+      {jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+      {sort, selctg, bwork}, sdim, work, lwork, none, info);
 }
 
 template <ComplexScalar T>
 void gges(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, Int n, T* a, Int lda, T* b, Int ldb,
           Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, T* work, Int lwork, Real<T>* rwork,
           Logical* bwork, Int& info) {
-  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}}, {sort, selctg, bwork},
-           sdim, work, lwork, rwork, info);
+  find_ordered_schur_form<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+                             {sort, selctg, bwork}, sdim, work, lwork, rwork, info);
 }
 
 template <RealScalar T>
@@ -262,16 +252,18 @@ void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, cha
            Int ldb, Int& sdim, T* alphar, T* alphai, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,
            Real<T>* rcondv, T* work, Int lwork, Int* iwork, Int liwork, Logical* bwork, Int& info) {
   T* const none = nullptr;
-  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
-           {sort, selctg, bwork}, sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, none, info);
+  find_judged_schur_form<T>(
+      {jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alphar, alphai}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+      {sort, selctg, bwork}, sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, none, info);
 }
 
 template <ComplexScalar T>
 void ggesx(char jobvsl, char jobvsr, char sort, SelectGeneralised<T> selctg, char sense, Int n, T* a, Int lda, T* b,
            Int ldb, Int& sdim, T* alpha, T* beta, T* vsl, Int ldvsl, T* vsr, Int ldvsr, Real<T>* rconde,
            Real<T>* rcondv, T* work, Int lwork, Real<T>* rwork, Int* iwork, Int liwork, Logical* bwork, Int& info) {
-  drive<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}}, {sort, selctg, bwork},
-           sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, rwork, info);
+  find_judged_schur_form<T>({jobvsl, jobvsr, n, {a, lda}, {b, ldb}, {{alpha}, beta}, {vsl, ldvsl}, {vsr, ldvsr}},
+                            {sort, selctg, bwork}, sdim, {sense, rconde, rcondv, iwork, liwork}, work, lwork, rwork,
+                            info);
 }
 
 }  // namespace nuv

@@ -16,7 +16,7 @@
 namespace nuv {
 namespace {
 
-/// A pair as the driver is given it.
+/// Two matrices as the driver is given them.
 template <Scalar T>
 struct Pair {
   Int m, n, p;
@@ -65,7 +65,7 @@ void sort_down(Int first, Int last, R* x, Int* partner) {
   }
 }
 
-/// sorted   n elements, for alpha in order;  rwork  2 n elements, of a complex pair
+/// sorted   n elements, for alpha in order;  rwork  2 n elements, for complex matrices
 template <Scalar T>
 void decompose(const Pair<T>& pair, Int& k, Int& l, Real<T>* alpha, Real<T>* beta, T* work, Real<T>* rwork,
                Real<T>* sorted, Int* iwork, Int& info) {

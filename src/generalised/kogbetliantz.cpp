@@ -17,9 +17,9 @@ namespace {
 
 constexpr Int most_cycles = 40;
 
-/// A rotation of two rows or columns.
+/// A rotation G of two columns, whose adjoint is one of two rows.
 template <Scalar T>
-struct PlaneRotation {
+struct ColumnRotation {
   Real<T> cs;
   T sn;
 
@@ -34,8 +34,9 @@ struct PlaneRotation {
   }
 };
 
+/// Two matrices with a triangle of order l in the last columns of each, whose rows are to become parallel.
 template <Scalar T>
-struct TrianglePair {
+struct TwoTriangles {
   using R = Real<T>;
 
   Int m, p, n, k, l;
@@ -67,7 +68,7 @@ struct TrianglePair {
     const bool has_row = upper ? has_i : has_j;
     T none = 0;
     T &a2 = has_row ? A(k + row, other) : none, &b2 = B(row, other);
-    PlaneRotation<T> u, v, q;
+    ColumnRotation<T> u, v, q;
     lags2(to_logical(upper), has_i ? std::real(A(k + i, at_i)) : R(0), a2, has_j ? std::real(A(k + j, at_j)) : R(0),
           std::real(B(i, at_i)), b2, std::real(B(j, at_j)), u.cs, u.sn, v.cs, v.sn, q.cs, q.sn);
 
@@ -106,14 +107,14 @@ struct TrianglePair {
     return largest;
   }
 
-  /// Pairs of values, and the rows of R, from rows of both triangles that are parallel.
+  /// The values alpha and beta, and the rows of R, from rows of both triangles that are parallel.
   void extract(R* alpha, R* beta) const {
     const auto set = [&](Int from, Int to, R a, R b) {
       std::fill_n(alpha + (from - 1), std::max(to - from + 1, 0), a);
       std::fill_n(beta + (from - 1), std::max(to - from + 1, 0), b);
     };
     set(1, k, 1, 0);
-    for (Int i = 1; i <= rows_of_a(); ++i) extract_pair(i, alpha[k + i - 1], beta[k + i - 1]);
+    for (Int i = 1; i <= rows_of_a(); ++i) extract_row(i, alpha[k + i - 1], beta[k + i - 1]);
     set(m + 1, k + l, 0, 1);
     set(k + l + 1, n, 0, 0);
   }
@@ -121,7 +122,7 @@ struct TrianglePair {
  private:
   static void make_real(T& x) { x = T(std::real(x)); }
 
-  void extract_pair(Int i, R& alpha, R& beta) const {
+  void extract_row(Int i, R& alpha, R& beta) const {
     const Int length = l - i + 1;
     const Vector<T> row_of_a = row(A, k + i, place(i)), row_of_b = row(B, i, place(i));
     const R a = std::real(*row_of_a.data), b = std::real(*row_of_b.data);
@@ -154,17 +155,17 @@ void tgsja(char jobu, char jobv, char jobq, Int m, Int p, Int n, Int k, Int l, T
   info = arguments.check(true, {m, p, n}, {.lda = 10, .ldb = 12, .ldu = 18});
   if (info != 0) return report_bad_argument<T>("TGSJA", info);
 
-  const TrianglePair<T> pair{m, p, n, k, l, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, jobs};
+  const TwoTriangles<T> triangles{m, p, n, k, l, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, jobs};
   const Real<T> tolerance = smaller_or_nan(tola, tolb);
-  pair.begin();
+  triangles.begin();
   bool converged = l == 0;
   for (ncycle = 0; !converged && ncycle < most_cycles;) {
     const bool upper = ++ncycle % 2 == 1;
-    pair.cycle(upper);
-    if (!upper) converged = pair.distance_from_parallel(work) <= tolerance;
+    triangles.cycle(upper);
+    if (!upper) converged = triangles.distance_from_parallel(work) <= tolerance;
   }
   if (converged) {
-    pair.extract(alpha, beta);
+    triangles.extract(alpha, beta);
   } else {
     info = 1;
   }

@@ -3,55 +3,30 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/error_report.hpp"
+#include "generalised/pencil_driver_opening.hpp"
 #include "generalised/pencil_eigenvectors.hpp"
 #include "generalised/pencil_spine.hpp"
 
 namespace nuv {
 namespace {
 
-/// Workspace of a driver: the least, in columns of n elements, and the best.
-struct WorkSize {
-  std::int64_t least = 1, best = 1;
-};
-
-template <Scalar T>
-WorkSize work_size(Int n, Int columns) {
-  if (n == 0) return {};
-  const std::int64_t least = columns * std::int64_t{n};
-  return {least, std::max(least, columns_of_scales<T> * std::int64_t{n} + best_spine_workspace<T>(n))};
-}
-
-/// What both drivers check, and the answer to a question for workspace. Whether there is anything to do.
-template <Scalar T>
-bool begins(const PencilProblem<T>& p, RoutineName<T> name, const WorkSize& size, T* work, Int lwork, Int& info) {
-  const Int bad = bad_job(p);
-  info = bad != 0 ? -bad : check_sizes(p, 3);
-  if (info == 0) {
-    work[0] = as_work_size<T>(size.best);
-    if (lwork == -1) return false;
-    if (lwork < size.least) info = -behind_values<T>(16);
-  }
-  if (info != 0) report_bad_argument(name, info);
-  return info == 0 && p.n > 0;
-}
-
 /// gegs in its two members; rwork is for complex ones.
 template <Scalar T>
 void find_schur_form(const PencilProblem<T>& p, T* work, Int lwork, Real<T>* rwork, Int& info) {
-  const WorkSize size = work_size<T>(p.n, RealScalar<T> ? 4 : 2);
-  if (!begins(p, RoutineName<T>("GEGS"), size, work, lwork, info)) return;
+  const std::int64_t least = (RealScalar<T> ? 4 : 2) * std::int64_t{p.n};
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(16), work_size_with_scales<T>(p.n, least)};
+  info = check_jobs_and_sizes(p);
+  if (!begins(RoutineName<T>("GEGS"), info, room) || p.n == 0) return;
   PencilSpine<T> spine(p, scales_in_workspace(p.n, work, lwork, rwork));
   spine.balance('P');
   info = spine.iterate(true);
   if (info == 0) spine.transform_back();
   spine.unscale_values();
   spine.unscale_matrices();
-  work[0] = as_work_size<T>(size.best);
+  room.tell_best();
 }
 
-// --------------------------------------------------------------------------------------- eigenvalues, one after
-// another
+// -------------------------------------------------------------------------------------- eigenvalues, one after another
 
 /// The parts of an eigenvalue, which are scaled by factors of their own and together by any.
 template <RealScalar R>
@@ -144,14 +119,16 @@ void unscale_one_by_one(const PencilSpine<T>& spine) {
 /// gegv in its two members; rwork is for complex ones.
 template <Scalar T>
 void find_eigenvalues(const PencilProblem<T>& p, T* work, Int lwork, Real<T>* rwork, Int& info) {
-  const WorkSize size = work_size<T>(p.n, RealScalar<T> ? 8 : 2);
-  if (!begins(p, RoutineName<T>("GEGV"), size, work, lwork, info)) return;
+  const std::int64_t least = (RealScalar<T> ? 8 : 2) * std::int64_t{p.n};
+  const GivenWorkspace<T> room{work, lwork, behind_values<T>(16), work_size_with_scales<T>(p.n, least)};
+  info = check_jobs_and_sizes(p);
+  if (!begins(RoutineName<T>("GEGV"), info, room) || p.n == 0) return;
   PencilSpine<T> spine(p, scales_in_workspace(p.n, work, lwork, rwork));
   spine.balance('P');
   info = spine.iterate(p.vectors.any());
   if (info == 0 && p.vectors.any()) info = find_eigenvectors(spine);
   unscale_one_by_one(spine);
-  work[0] = as_work_size<T>(size.best);
+  room.tell_best();
 }
 
 }  // namespace

@@ -38,7 +38,8 @@ void clear_below_diagonal(Int m, Int n, Matrix<T> A) {
   if (m > 1) laset('L', m - 1, std::min(m - 1, n), T(0), T(0), A.at(2, 1), A.ld);
 }
 
-/// Elements on the diagonal of an m by n triangle that are not zero.
+/// The rank of an m by n triangle: how many elements of its diagonal are above a tolerance. What can't be compared, for
+/// a NaN among them or for the tolerance, counts, so that it is not left out of what follows.
 template <Scalar T>
 Int rank_of(Int m, Int n, Matrix<T> A, Real<T> tolerance) {
   Int rank = 0;
@@ -61,7 +62,7 @@ struct PairReduction {
   Real<T>* rwork;
   T *tau, *work;
 
-  /// A pivoted QR factorisation of leading columns of X, and the pivots.
+  /// A pivoted QR factorisation of X, and its pivots.
   void factor(Int rows, Int columns, Matrix<T> X) const {
     if (rows == 0) return std::iota(pivots, pivots + columns, Int(1));
     std::fill_n(pivots, columns, Int(0));
@@ -72,7 +73,7 @@ struct PairReduction {
     lapmt(to_logical(true), rows, columns, X.data, X.ld, pivots);
   }
 
-  /// Y: the Q, of order m, of the QR factorisation that X holds.
+  /// Y := the Q, of order `rows`, of the QR factorisation that X, `rows` by `columns`, holds.
   void form_q(Int rows, Int columns, Matrix<T> X, Matrix<T> Y) const {
     Int ignored = 0;
     clear(rows, rows, Y);
@@ -80,8 +81,8 @@ struct PairReduction {
     org2r(rows, rows, std::min(rows, columns), Y.data, Y.ld, tau, work, ignored);
   }
 
-  /// X (m by n, of full row rank) := X Z^H with zeros in front of a triangle; the same Z^H for some columns of Q, and
-  /// for those of another matrix.
+  /// X := X Z^H with zeros in front of a triangle, for an X of `rows` by `columns` and of full row rank; the same Z^H
+  /// for the first columns of Q, and for those of another matrix.
   void move_to_the_right(Int rows, Int columns, Matrix<T> X, Int other_rows, Matrix<T> other) const {
     Int ignored = 0;
     gerq2(rows, columns, X.data, X.ld, tau, work, ignored);
@@ -113,15 +114,15 @@ struct PairReduction {
   /// Brings the columns of A that B does without to a triangle; its order.
   Int reduce_a11(Int l, Real<T> tolerance) const {
     Int ignored = 0;
-    const Int free = n - l, steps = std::min(m, free);
-    factor(m, free, A);
-    const Int k = rank_of(m, free, A, tolerance);
-    orm2r('L', adjoint<T>, m, l, steps, A.data, A.ld, tau, A.at(1, free + 1), A.ld, work, ignored);
-    if (jobs.u_is_wanted()) form_q(m, free, A, U);
-    if (jobs.q_is_wanted()) permute(n, free, Q);
+    const Int columns = n - l, steps = std::min(m, columns);
+    factor(m, columns, A);
+    const Int k = rank_of(m, columns, A, tolerance);
+    orm2r('L', adjoint<T>, m, l, steps, A.data, A.ld, tau, A.at(1, columns + 1), A.ld, work, ignored);
+    if (jobs.u_is_wanted()) form_q(m, columns, A, U);
+    if (jobs.q_is_wanted()) permute(n, columns, Q);
     clear_below_diagonal(k, k, A);
-    clear(m - k, free, block(A, k + 1, 1));
-    if (free > k) move_to_the_right(k, free, A, 0, A);
+    clear(m - k, columns, block(A, k + 1, 1));
+    if (columns > k) move_to_the_right(k, columns, A, 0, A);
     return k;
   }
 

@@ -129,7 +129,7 @@ template <Scalar T>
 void lags2(Logical upper_, Real<T> a1, T a2, Real<T> a3, Real<T> b1, T b2, Real<T> b3, Real<T>& csu, T& snu,
            Real<T>& csv, T& snv, Real<T>& csq, T& snq) {
   using R = Real<T>;
-  const bool upper = (upper_ & 1) != 0;
+  const bool upper = is_true(upper_);
   Triangle<T> A{a1, a2, a3}, B{b1, b2, b3};
   A.bring_into_range();
   B.bring_into_range();

@@ -161,28 +161,32 @@ class ExponentSearch {
   }
 
   // The equations would be 2 count [I E; E^T I] with E of all 1 / count if no element were zero. A generalised inverse
-  // of that conditions them.
+  // of that conditions them: it multiplies a residual, and adds to all rows, and to all columns, some of the sums of
+  // both.
+  //
+  //     I / (2 count) - [3 F, -F; -F, 3 F]      F of all 1 / (8 count^2)
 
-  R coef() const { return 1 / R(2 * std::int64_t{count_}); }
-  R coef2() const { return coef() * coef(); }
-  R coef5() const { return R(0.5) * coef2(); }
+  R weight_of_residual() const { return 1 / R(2 * std::int64_t{count_}); }
+  R weight_of_sums() const { return R(0.5) * (weight_of_residual() * weight_of_residual()); }
 
   R preconditioned_square(const Sums& s) const {
     const R squares = dot(row_residual_, row_residual_) + dot(column_residual_, column_residual_);
     const R difference = s.rows - s.columns;
-    return coef() * squares - coef2() * (s.rows * s.rows + s.columns * s.columns) - coef5() * (difference * difference);
+    return weight_of_residual() * squares - 2 * weight_of_sums() * (s.rows * s.rows + s.columns * s.columns) -
+           weight_of_sums() * (difference * difference);
   }
 
   /// The next direction: beta times the last one and the residual, conditioned.
   void turn_step(R beta, const Sums& s) const {
-    const R t = coef5() * (s.columns - 3 * s.rows), tc = coef5() * (s.rows - 3 * s.columns);
+    const R for_rows = weight_of_sums() * (s.columns - 3 * s.rows),
+            for_columns = weight_of_sums() * (s.rows - 3 * s.columns);
     blas::scal(count_, beta, of(column_step_));
     blas::scal(count_, beta, of(row_step_));
-    blas::axpy(count_, coef(), of(row_residual_), of(row_step_));
-    blas::axpy(count_, coef(), of(column_residual_), of(column_step_));
+    blas::axpy(count_, weight_of_residual(), of(row_residual_), of(row_step_));
+    blas::axpy(count_, weight_of_residual(), of(column_residual_), of(column_step_));
     for (Int i = first_; i <= last_; ++i) {
-      column_step_[i - 1] += tc;
-      row_step_[i - 1] += t;
+      column_step_[i - 1] += for_columns;
+      row_step_[i - 1] += for_rows;
     }
   }
 

@@ -14,7 +14,7 @@
 #include "environment/sums_of_squares.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "generalised/pencil_reordering.hpp"
+#include "generalised/block_move.hpp"
 #include "generalised/pencil_sylvester.hpp"
 #include "generalised/pencil_two_by_two.hpp"
 #include "nonsymmetric/selected_eigenvalues.hpp"
@@ -85,61 +85,59 @@ R smaller_singular_value(R sum_of_squares, R determinant) {
   return larger == 0 ? R(0) : determinant / larger;
 }
 
-/// The separation of the two eigenvalues of a pair of order two: with a unitary U and V so that
+/// A pencil of order two, by columns, divided by the largest of its elements.
+template <RealScalar R>
+struct UnitPencil {
+  R a[4], b[4], size = 0;
+
+  UnitPencil(Matrix<const R> A, Matrix<const R> B) {
+    for (Int j = 1; j <= 2; ++j) {
+      for (Int i = 1; i <= 2; ++i) {
+        const Int k = i - 1 + 2 * (j - 1);
+        a[k] = A(i, j);
+        b[k] = i <= j ? B(i, j) : R(0);
+        size = larger_or_nan(size, larger_or_nan(std::abs(a[k]), std::abs(b[k])));
+      }
+    }
+    if (size == 0) return;
+    for (Int k = 0; k < 4; ++k) {
+      a[k] /= size;
+      b[k] /= size;
+    }
+  }
+
+  /// |B v| / |v| for the v of the eigenvalue w / beta: it is orthogonal to the rows of beta A - w B, of which the
+  /// longer one tells it.
+  R growth_by_b(R beta, std::complex<R> w) const {
+    using C = std::complex<R>;
+    const C row[2][2] = {{beta * a[0] - w * b[0], beta * a[2] - w * b[2]}, {beta * a[1], beta * a[3] - w * b[3]}};
+    const auto length = [](const C* x) { return lapy2(magnitude(x[0]), magnitude(x[1])); };
+    const C* const longer = length(row[0]) > length(row[1]) ? row[0] : row[1];
+    const C v[2] = {negated(longer[1]), longer[0]};
+    const C image[2] = {b[0] * v[0] + b[2] * v[1], b[3] * v[1]};
+    return length(image) / length(v);
+  }
+};
+
+/// The separation of the two eigenvalues of a pencil of order two: with a unitary U and V so that
 ///
 ///     U^H A V = [ a1  * ]   U^H B V = [ b1  * ]
 ///               [     a2]             [     b2]
 ///
-/// the smaller singular value of [a1 -a2; b1 -b2].
+/// the smaller singular value of [a1 -a2; b1 -b2]. Zero if lag2 finds them real: those of a block of order two
+/// all but meet then.
 template <RealScalar R>
 R separation_within(Matrix<const R> A, Matrix<const R> B) {
-  using C = std::complex<R>;
-  R a[4], b[4], size = 0;
-  for (Int j = 1; j <= 2; ++j) {
-    for (Int i = 1; i <= 2; ++i) {
-      a[i - 1 + 2 * (j - 1)] = A(i, j);
-      b[i - 1 + 2 * (j - 1)] = i <= j ? B(i, j) : R(0);
-      size = larger_or_nan(size, larger_or_nan(std::abs(A(i, j)), std::abs(b[i - 1 + 2 * (j - 1)])));
-    }
-  }
-  if (size == 0) return 0;
-  for (Int i = 0; i < 4; ++i) {
-    a[i] /= size;
-    b[i] /= size;
-  }
+  const UnitPencil<R> unit(A, B);
+  if (unit.size == 0) return 0;
   R beta, unused, alpha, unused_too, imaginary;
-  lag2(a, 2, b, 2, Machine<R>::safe_min, beta, unused, alpha, unused_too, imaginary);
+  lag2(unit.a, 2, unit.b, 2, Machine<R>::safe_min, beta, unused, alpha, unused_too, imaginary);
   if (imaginary == 0) return 0;
 
-  // v is orthogonal to the longer row of beta A - (alpha + i imaginary) B.
-  const C w{alpha, imaginary};
-  const C row[2][2] = {{beta * a[0] - w * b[0], beta * a[2] - w * b[2]}, {beta * a[1], beta * a[3] - w * b[3]}};
-  const auto length = [](const C* x) { return lapy2(magnitude(x[0]), magnitude(x[1])); };
-  const C* const longer = length(row[0]) > length(row[1]) ? row[0] : row[1];
-  const C v[2] = {negated(longer[1]), longer[0]};
-  const C image[2] = {b[0] * v[0] + b[2] * v[1], b[3] * v[1]};
-  const R b1 = length(image) / length(v), b2 = std::abs(b[0]) / b1 * std::abs(b[3]);
+  // |b1 b2| is |det B|, and a1 / b1 and a2 / b2, which are conjugates, are of one size.
+  const R b1 = unit.growth_by_b(beta, {alpha, imaginary}), b2 = std::abs(unit.b[0]) / b1 * std::abs(unit.b[3]);
   const R ratio = lapy2(alpha, imaginary) / beta, a1 = ratio * b1, a2 = ratio * b2;
-  return size * smaller_singular_value(a1 * a1 + a2 * a2 + b1 * b1 + b2 * b2, 2 * (imaginary / beta * b1) * b2);
-}
-
-/// Moves a diagonal block to the first row; false if that failed.
-///
-/// work    4 n + 16 elements; real forms alone
-template <RealScalar T>
-bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T* work) {
-  T unused;
-  Int to = 1, info;
-  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, work,
-        4 * n + 16, info);
-  return info == 0;
-}
-template <ComplexScalar T>
-bool move_to_top(Int n, Matrix<T> A, Matrix<T> B, Int from, T*) {
-  T unused;
-  Int to = 1, info;
-  tgexc(to_logical(false), to_logical(false), n, A.data, A.ld, B.data, B.ld, &unused, 1, &unused, 1, from, to, info);
-  return info == 0;
+  return unit.size * smaller_singular_value(a1 * a1 + a2 * a2 + b1 * b1 + b2 * b2, 2 * (imaginary / beta * b1) * b2);
 }
 
 /// With zeros below, whatever stands there.
@@ -176,7 +174,9 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   const Matrix<T> S{work, n}, P{work + elements, n};
   copy_form(n, A, S, RealScalar<T>);
   copy_form(n, B, P, false);
-  if (!move_to_top(n, S, P, from, work + 2 * elements)) return separation_without_swap(n, A, B);
+  T none;
+  const PencilForm<T> form{false, false, n, S, P, {&none, 1}, {&none, 1}};
+  if (!move_block(form, from, 1, work + 2 * elements, 4 * n + 16)) return separation_without_swap(n, A, B);
 
   R within = std::numeric_limits<R>::infinity();
   Int first = 1;  // a pair may have split on its way
@@ -197,12 +197,51 @@ Real<T> separation(Int n, Int from, Matrix<const T> A, Matrix<const T> B, T* wor
   return smaller_or_nan(dif, within);
 }
 
+// --------------------------------------------------------------------------------------------------------- the routine
+
+/// What is asked for.
+struct Request {
+  bool values, vectors, selected;
+
+  Request(char job, char howmny)
+      : values(is_one_of(job, 'E', 'B')), vectors(is_one_of(job, 'V', 'B')), selected(same_letter(howmny, 'S')) {}
+};
+
+/// 0, or minus the position of the first bad argument up to ldvr.
+Int check(const Request& wanted, char howmny, Int n, Int lda, Int ldb, Int ldvl, Int ldvr) {
+  const Int least = std::max(1, n), least_of_vectors = wanted.values ? least : 1;
+  if (!wanted.values && !wanted.vectors) return -1;
+  if (!wanted.selected && !same_letter(howmny, 'A')) return -2;
+  if (n < 0) return -4;
+  if (lda < least) return -6;
+  if (ldb < least) return -8;
+  if (ldvl < least_of_vectors) return -10;
+  if (ldvr < least_of_vectors) return -12;
+  return 0;
+}
+
 /// Elements of workspace that are enough.
 template <Scalar T>
-std::int64_t least_lwork(bool wants_dif, std::int64_t n) {
+std::int64_t least_workspace(const Request& wanted, std::int64_t n) {
   if (n == 0) return 1;
-  if (!wants_dif) return n;
+  if (!wanted.vectors) return n;
   return RealScalar<T> ? 2 * n * (n + 2) + 16 : 2 * n * n;
+}
+
+/// Goes through the blocks of the form: column k of U and V, and element k of s and dif, belong to the next one.
+template <Scalar T>
+void find_conditions(const Request& wanted, const Logical* select, Int n, Matrix<const T> A, Matrix<const T> B,
+                     Matrix<const T> U, Matrix<const T> V, Real<T>* s, Real<T>* dif, T* work, Int* iwork) {
+  Int k = 1;
+  for_each_diagonal_block(A, n, true, [&](DiagonalBlock own) {
+    if (wanted.selected && !is_selected(select, own)) return;
+    if (wanted.values) {
+      const Real<T> condition = condition_of_value(n, own, A, B, block(U, 1, k), block(V, 1, k), work);
+      std::fill_n(s + (k - 1), own.order(), condition);
+    }
+    if (wanted.vectors) std::fill_n(dif + (k - 1), own.order(), separation(n, own.first, A, B, work, iwork));
+    k += own.order();
+  });
 }
 
 }  // namespace
@@ -211,38 +250,22 @@ template <Scalar T>
 void tgsna(char job, char howmny, const Logical* select, Int n, const T* a, Int lda, const T* b, Int ldb, const T* vl,
            Int ldvl, const T* vr, Int ldvr, Real<T>* s, Real<T>* dif, Int mm, Int& m, T* work, Int lwork, Int* iwork,
            Int& info) {
-  const bool wants_s = is_one_of(job, 'E', 'B'), wants_dif = is_one_of(job, 'V', 'B'), some = same_letter(howmny, 'S'),
-             is_query = lwork == -1;
+  const Request wanted(job, howmny);
+  info = check(wanted, howmny, n, lda, ldb, ldvl, ldvr);
+  if (info != 0) return report_bad_argument<T>("TGSNA", info);
+
   const Matrix A{a, lda}, B{b, ldb}, U{vl, ldvl}, V{vr, ldvr};
-  info = 0;
-  if (!wants_s && !wants_dif) info = -1;
-  else if (!some && !same_letter(howmny, 'A')) info = -2;
-  else if (n < 0) info = -4;
-  else if (lda < std::max(1, n)) info = -6;
-  else if (ldb < std::max(1, n)) info = -8;
-  else if (ldvl < 1 || (wants_s && ldvl < n)) info = -10;
-  else if (ldvr < 1 || (wants_s && ldvr < n)) info = -12;
-  else {
-    m = some ? count_selected(select, A, n) : n;
-    const std::int64_t least_work = least_lwork<T>(wants_dif, n);
-    work[0] = as_work_size<T>(least_work);
-    if (mm < m) info = -15;
-    else if (lwork < least_work && !is_query) info = -18;
-  }
+  const std::int64_t least = least_workspace<T>(wanted, n);
+  const bool is_query = lwork == -1;
+  m = wanted.selected ? count_selected(select, A, n) : n;
+  work[0] = as_work_size<T>(least);
+  if (mm < m) info = -15;
+  else if (lwork < least && !is_query) info = -18;
   if (info != 0) return report_bad_argument<T>("TGSNA", info);
   if (is_query || n == 0) return;
 
-  Int k = 1;
-  for_each_diagonal_block(A, n, true, [&](DiagonalBlock block) {
-    if (some && !is_selected(select, block)) return;
-    if (wants_s) {
-      const Real<T> condition = condition_of_value(n, block, A, B, nuv::block(U, 1, k), nuv::block(V, 1, k), work);
-      std::fill_n(s + (k - 1), block.order(), condition);
-    }
-    if (wants_dif) std::fill_n(dif + (k - 1), block.order(), separation(n, block.first, A, B, work, iwork));
-    k += block.order();
-  });
-  work[0] = as_work_size<T>(least_lwork<T>(wants_dif, n));
+  find_conditions(wanted, select, n, A, B, U, V, s, dif, work, iwork);
+  work[0] = as_work_size<T>(least);
 }
 
 }  // namespace nuv

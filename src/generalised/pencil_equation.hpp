@@ -7,6 +7,7 @@
 
 #include "environment/hermitian.hpp"
 #include "frame/option_matching.hpp"
+#include "nonsymmetric/diagonal_blocks.hpp"
 
 namespace nuv {
 
@@ -82,6 +83,21 @@ struct ListedPieces {
   IndexRange operator()(Int i) const { return {begins[i - 1], begins[i] - 1}; }
 };
 
+/// Parts a Schur form of order n > 0 into pieces of at most `width` rows, or of one diagonal block: no block is parted,
+/// and each is a piece for a width of one.
+///
+/// begins  room for n + 1 indices
+template <Scalar T>
+ListedPieces list_pieces(Matrix<const T> S, Int n, Int width, Int* begins) {
+  Int count = 0;
+  begins[0] = 1;
+  for_each_diagonal_block(S, n, true, [&](DiagonalBlock next) {
+    if (next.last - begins[count] >= width && next.first > begins[count]) begins[++count] = next.first;
+  });
+  begins[++count] = n + 1;
+  return {begins, count};
+}
+
 /// Rows or columns one by one.
 struct SinglePieces {
   Int count;
@@ -89,14 +105,13 @@ struct SinglePieces {
   IndexRange operator()(Int i) const { return {i, i}; }
 };
 
-/// An equation on its way.
-
+/// An equation on its way through its halves.
 template <Scalar T, class Pieces, class Solve>
-class PencilSubstitution {
+class EquationByHalves {
   using R = Real<T>;
 
  public:
-  PencilSubstitution(const PencilEquation<T>& equation, Pieces rows, Pieces columns, Solve solve)
+  EquationByHalves(const PencilEquation<T>& equation, Pieces rows, Pieces columns, Solve solve)
       : equation_(equation), rows_(rows), columns_(columns), solve_(solve) {}
 
   /// Gives the scale of the solution.
@@ -165,7 +180,7 @@ class PencilSubstitution {
 /// solve          solve(k, l) solves the equation in rows k, columns l, for scale times its right side, and gives scale
 template <Scalar T, class Pieces, class Solve>
 Real<T> substitute(const PencilEquation<T>& equation, Pieces rows, Pieces columns, Solve solve) {
-  return PencilSubstitution<T, Pieces, Solve>(equation, rows, columns, solve).run();
+  return EquationByHalves<T, Pieces, Solve>(equation, rows, columns, solve).run();
 }
 
 /// 0, or minus the position of the first bad argument up to ldf.

@@ -1,6 +1,6 @@
 #pragma once
 
-// A pair in generalised Schur form with what follows its transformations.
+// A pencil in generalised Schur form with what follows its transformations.
 
 #include "base/matrix.hpp"
 

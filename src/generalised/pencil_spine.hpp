@@ -71,28 +71,6 @@ struct PencilProblem {
         vectors(job_left, job_right, L, R) {}
 };
 
-/// 0, or the position of the first of the two letters for vectors that is bad, 1 or 2.
-template <Scalar T>
-Int bad_job(const PencilProblem<T>& p) {
-  return !is_one_of(p.job_left, 'N', 'V') ? 1 : !is_one_of(p.job_right, 'N', 'V') ? 2 : 0;
-}
-
-/// 0, or minus the position of the first bad argument from n to the right vectors.
-///
-/// position_of_n   where n stands
-/// more            how many arguments stand between B and the eigenvalues
-template <Scalar T>
-Int check_sizes(const PencilProblem<T>& p, Int position_of_n, Int more = 0) {
-  const Int least = std::max(1, p.n), position_of_left = behind_values<T>(position_of_n + 9 + more);
-  const auto is_short = [&](Matrix<T> V, bool wanted) { return V.ld < 1 || (wanted && V.ld < p.n); };
-  if (p.n < 0) return -position_of_n;
-  if (p.A.ld < least) return -(position_of_n + 2);
-  if (p.B.ld < least) return -(position_of_n + 4);
-  if (is_short(p.vectors.L, p.vectors.left)) return -position_of_left;
-  if (is_short(p.vectors.R, p.vectors.right)) return -(position_of_left + 2);
-  return 0;
-}
-
 /// Workspace of the steps below.
 template <Scalar T>
 struct PencilWork {

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the eigenvectors of real and of complex pairs (S, P) in generalised Schur form have in common: what is asked
+// What the eigenvectors of real and of complex pencils (S, P) in generalised Schur form have in common: what is asked
 // for, the numbers a and b of the singular matrix a S - b P that substitution solves with, and what becomes of a
 // vector.
 
@@ -35,7 +35,7 @@ inline Int check_room(const WantedVectors& wanted, Int n, Int ldvl, Int ldvr, In
   return 0;
 }
 
-/// Sizes of a pair: the largest sums of magnitudes in a column of either matrix, and their reciprocals.
+/// Sizes of a pencil: the largest sums of magnitudes in a column of either matrix, and their reciprocals.
 template <RealScalar R>
 struct PencilSizes {
   static constexpr R safe_min = Machine<R>::safe_min;
@@ -115,8 +115,8 @@ void normalise_pencil_vector(Int n, Int parts, Matrix<T> V, Int j) {
   for (Int p = 0; p < parts; ++p) blas::scal(n, 1 / largest, column(V, 1, j + p));
 }
 
-/// A vector as substitution leaves it, or both parts of a complex pair's: elements in rows first ... last; the others
-/// are zero.
+/// A vector as substitution leaves it, or both parts of one of two conjugates: elements in rows first ... last; the
+/// others are zero.
 template <Scalar T>
 struct PencilVector {
   Int parts;

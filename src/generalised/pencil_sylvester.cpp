@@ -8,24 +8,9 @@
 #include "frame/error_report.hpp"
 #include "generalised/pencil_equation.hpp"
 #include "generalised/small_pencil_sylvester.hpp"
-#include "nonsymmetric/diagonal_blocks.hpp"
 
 namespace nuv {
 namespace {
-
-/// Parts a Schur form of order n into pieces of at most `width` rows, or of one diagonal block; no block is parted.
-///
-/// begins  room for n + 1 indices
-template <Scalar T>
-ListedPieces list_pieces(Matrix<const T> S, Int n, Int width, Int* begins) {
-  Int count = 0;
-  begins[0] = 1;
-  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) {
-    if (block.last - begins[count] >= width && block.first > begins[count]) begins[++count] = block.first;
-  });
-  begins[++count] = n + 1;
-  return {begins, count};
-}
 
 /// What one way through the equation finds beside its solution.
 template <Scalar T>
@@ -36,28 +21,27 @@ struct Findings {
   Int info = 0;
 };
 
-template <RealScalar T>
+/// tgsy2 for rows k, columns l. Gives the scale of the solution.
+template <Scalar T>
 Real<T> solve_part(char trans, Int job, const PencilEquation<T>& all, IndexRange k, IndexRange l, Int* iwork,
                    Findings<T>& found) {
-  T scale;
-  Int systems, info;
-  tgsy2(trans, job, k.count(), l.count(), all.A.at(k.first, k.first), all.A.ld, all.B.at(l.first, l.first), all.B.ld,
-        all.C.at(k.first, l.first), all.C.ld, all.D.at(k.first, k.first), all.D.ld, all.E.at(l.first, l.first),
-        all.E.ld, all.F.at(k.first, l.first), all.F.ld, scale, found.sum, found.sum_scale, iwork, systems, info);
-  found.systems += systems;
-  if (info > 0) found.info = info;
-  return scale;
-}
-
-template <ComplexScalar T>
-Real<T> solve_part(char trans, Int job, const PencilEquation<T>& all, IndexRange k, IndexRange l, Int*,
-                   Findings<T>& found) {
+  const Matrix A = block(all.A, k.first, k.first), B = block(all.B, l.first, l.first);
+  const Matrix D = block(all.D, k.first, k.first), E = block(all.E, l.first, l.first);
+  const Matrix C = block(all.C, k.first, l.first), F = block(all.F, k.first, l.first);
   Real<T> scale;
   Int info;
-  tgsy2(trans, job, k.count(), l.count(), all.A.at(k.first, k.first), all.A.ld, all.B.at(l.first, l.first), all.B.ld,
-        all.C.at(k.first, l.first), all.C.ld, all.D.at(k.first, k.first), all.D.ld, all.E.at(l.first, l.first),
-        all.E.ld, all.F.at(k.first, l.first), all.F.ld, scale, found.sum, found.sum_scale, info);
-  found.systems += std::int64_t{k.count()} * l.count();
+  const auto call = [&](auto&... of_real) {
+    tgsy2(trans, job, k.count(), l.count(), A.data, A.ld, B.data, B.ld, C.data, C.ld, D.data, D.ld, E.data, E.ld,
+          F.data, F.ld, scale, found.sum, found.sum_scale, of_real..., info);
+  };
+  if constexpr (RealScalar<T>) {
+    Int systems;
+    call(iwork, systems);
+    found.systems += systems;
+  } else {
+    call();
+    found.systems += std::int64_t{k.count()} * l.count();
+  }
   if (info > 0) found.info = info;
   return scale;
 }

@@ -169,14 +169,14 @@ namespace {
 
 /// A pencil of order two, scaled to norm one, on its way to its Schur form by a rotation from each side.
 template <RealScalar R>
-struct PairOfRows {
+struct PencilOfTwo {
   using Rotation = PlaneRotation<R>;
 
   Matrix<R> A, B;
   R anorm, bnorm;
   Rotation left{1, 0}, right{1, 0};
 
-  PairOfRows(Matrix<R> A_, Matrix<R> B_) : A(A_), B(B_), anorm(one_norm_of_two(Matrix<const R>(A), safmin)) {
+  PencilOfTwo(Matrix<R> A_, Matrix<R> B_) : A(A_), B(B_), anorm(one_norm_of_two(Matrix<const R>(A), safmin)) {
     B(2, 1) = 0;
     bnorm = one_norm_of_two(Matrix<const R>(B), safmin);
     scale(A, 1 / anorm);
@@ -188,7 +188,7 @@ struct PairOfRows {
     scale(B, bnorm);
   }
 
-  /// True if the pencil has a pair of conjugate eigenvalues, of which wr and wi are then s times the parts, s `scale`.
+  /// True if the pencil has conjugate eigenvalues, of which wr and wi are then s times the parts, s `scale`.
   bool reduce(R& scale, R& wr, R& wi) {
     wi = 0;
     if (std::abs(A(2, 1)) <= ulp) {
@@ -254,9 +254,12 @@ struct PairOfRows {
     R f = first_row ? h12 : h22, g = first_row ? h11 : h21;
     turn_columns(Rotation::annihilate(f, g));
 
-    const Matrix<R>& larger = s * infinity_norm(A) >= std::abs(wr) * infinity_norm(B) ? B : A;
-    f = larger(1, 1);
-    g = larger(2, 1);
+    // Now s a = wr b for the first columns a and b, so that one rotation of rows serves both. It is read where the
+    // column is longer beside the norm of its matrix, and rounding errors are less: |b| / |B| >= |a| / |A| just where
+    // s |A| >= |wr| |B|.
+    const Matrix<R>& which = s * infinity_norm(A) >= std::abs(wr) * infinity_norm(B) ? B : A;
+    f = which(1, 1);
+    g = which(2, 1);
     left = Rotation::annihilate(f, g);
     left.turn_rows(A, 1, 1, 2);
     left.turn_rows(B, 1, 1, 2);
@@ -280,15 +283,15 @@ struct PairOfRows {
 
 template <RealScalar T>
 void lagv2(T* a, Int lda, T* b, Int ldb, T* alphar, T* alphai, T* beta, T& csl, T& snl, T& csr, T& snr) {
-  PairOfRows<T> pencil({a, lda}, {b, ldb});
+  PencilOfTwo<T> pencil({a, lda}, {b, ldb});
   T scale, wr, wi;
-  const bool is_pair = pencil.reduce(scale, wr, wi);
+  const bool are_conjugate = pencil.reduce(scale, wr, wi);
   pencil.unscale();
   csl = pencil.left.c;
   snl = pencil.left.s;
   csr = pencil.right.c;
   snr = pencil.right.s;
-  if (is_pair) {
+  if (are_conjugate) {
     alphar[0] = alphar[1] = pencil.anorm * wr / scale / pencil.bnorm;
     alphai[0] = pencil.anorm * wi / scale / pencil.bnorm;
     alphai[1] = negated(alphai[0]);

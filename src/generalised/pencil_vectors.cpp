@@ -12,8 +12,9 @@
 namespace nuv {
 namespace {
 
+/// (S, P) in generalised Schur form.
 template <RealScalar R>
-struct Pair {
+struct SchurPencil {
   Int n;
   Matrix<const R> S, P;
 
@@ -24,8 +25,8 @@ struct Pair {
 /// 0, or minus the position of the matrix that is not of its form: blocks of order two overlap in S, or one of P is
 /// singular or not diagonal. A NaN is not to blame.
 template <RealScalar R>
-Int check_blocks(const Pair<R>& pair) {
-  const auto& [n, S, P] = pair;
+Int check_blocks(const SchurPencil<R>& pencil) {
+  const auto& [n, S, P] = pencil;
   bool overlap = false, spoilt = false;
   for (Int j = 1; j < n; ++j) {
     if (!is_pair<R>(S, n, j)) continue;
@@ -37,8 +38,8 @@ Int check_blocks(const Pair<R>& pair) {
 
 /// Sums of the magnitudes in each column, first of S and then of P, above its diagonal block, and the sizes of both.
 template <RealScalar R>
-PencilSizes<R> sum_columns(const Pair<R>& pair, R* sums) {
-  const auto& [n, S, P] = pair;
+PencilSizes<R> sum_columns(const SchurPencil<R>& pencil, R* sums) {
+  const auto& [n, S, P] = pencil;
   R largest[2] = {0, 0};
   for (Int j = 1; j <= n; ++j) {
     const Int above = is_pair<R>(S, n, j - 1) ? j - 2 : j - 1, rows = std::min(j + 1, n) - above;
@@ -56,11 +57,11 @@ PencilSizes<R> sum_columns(const Pair<R>& pair, R* sums) {
 
 /// That of the eigenvalue with positive imaginary part of a block of order two; b is real if there is none.
 template <RealScalar R>
-PencilShift<R> shift_of_pair(const Pair<R>& pair, DiagonalBlock own, const PencilSizes<R>& sizes) {
+PencilShift<R> shift_of_conjugates(const SchurPencil<R>& pencil, DiagonalBlock own, const PencilSizes<R>& sizes) {
   constexpr R safe_min = Machine<R>::safe_min, ulp = Machine<R>::precision, safety = 100;
   const Int j = own.first;
   R a, other_a, re, other_re, im;
-  lag2(pair.S.at(j, j), pair.S.ld, pair.P.at(j, j), pair.P.ld, safe_min * safety, a, other_a, re, other_re, im);
+  lag2(pencil.S.at(j, j), pencil.S.ld, pencil.P.at(j, j), pencil.P.ld, safe_min * safety, a, other_a, re, other_re, im);
   PencilShift<R> shift(a, {re, im});
   const auto is_small = [](R size) { return size * ulp < safe_min && size >= safe_min; };
   R scale = 1;
@@ -73,16 +74,17 @@ PencilShift<R> shift_of_pair(const Pair<R>& pair, DiagonalBlock own, const Penci
 }
 
 /// Substitution for the vector x of one block: (a S - b P) x = 0, or (a S - b P)^H x = 0. It has one part, or two where
-/// the block is that of a complex pair.
+/// the block is that of conjugate eigenvalues.
 template <RealScalar R>
 class PencilSubstitution {
  public:
   /// work    4 n elements, sums of columns in the first 2 n
-  PencilSubstitution(const Pair<R>& pair, const PencilSizes<R>& sizes, R* work, DiagonalBlock own, PencilShift<R> shift)
-      : pair_(pair),
+  PencilSubstitution(const SchurPencil<R>& pencil, const PencilSizes<R>& sizes, R* work, DiagonalBlock own,
+                     PencilShift<R> shift)
+      : pencil_(pencil),
         sums_of_s_(work),
-        sums_of_p_(work + pair.n),
-        vector_{own.order(), {work + 2 * std::ptrdiff_t{pair.n}, work + 3 * std::ptrdiff_t{pair.n}}, 1, pair.n},
+        sums_of_p_(work + pencil.n),
+        vector_{own.order(), {work + 2 * std::ptrdiff_t{pencil.n}, work + 3 * std::ptrdiff_t{pencil.n}}, 1, pencil.n},
         own_(own),
         shift_(shift),
         least_pivot_(shift.least_pivot(sizes)),
@@ -93,7 +95,7 @@ class PencilSubstitution {
     start(own_.last, own_.first);
     for (Int c = own_.first; c <= own_.last; ++c) subtract_column(own_.first - 1, c);
     for (Int j = own_.first - 1; j >= 1;) {
-      const DiagonalBlock block = pair_.block_that_ends_in(j);
+      const DiagonalBlock block = pencil_.block_that_ends_in(j);
       solve(block, false);
       if (block.first > 1) {
         R sum = std::max(shift_.a_size, shift_.b_size);
@@ -110,8 +112,8 @@ class PencilSubstitution {
     vector_.first = own_.first;
     shift_.b = conjugate(shift_.b);
     start(own_.first, own_.last);
-    for (Int j = own_.last + 1; j <= pair_.n;) {
-      const DiagonalBlock block = pair_.block_that_begins_in(j);
+    for (Int j = own_.last + 1; j <= pencil_.n;) {
+      const DiagonalBlock block = pencil_.block_that_begins_in(j);
       R sum = 0;
       for (Int c = block.first; c <= block.last; ++c) {
         sum = larger_or_nan(sum, larger_or_nan(sum_of(c), larger_or_nan(sums_of_s_[c - 1], sums_of_p_[c - 1])));
@@ -133,11 +135,11 @@ class PencilSubstitution {
   ///     right:  (a S(i, i) - b P(i, i)) x(i) + a S(i, k) x(k) = 0    i > k
   ///     left:   (a S(i, i) - b P(i, i)) x(i) + a S(k, i) x(k) = 0    i < k
   void start(Int i, Int k) {
-    for (Int p = 0; p < vector_.parts; ++p) std::fill_n(vector_.x[p], pair_.n, R(0));
+    for (Int p = 0; p < vector_.parts; ++p) std::fill_n(vector_.x[p], pencil_.n, R(0));
     largest_ = 1;
     element(0, i) = 1;
     if (i == k) return;
-    const auto& [n, S, P] = pair_;
+    const auto& [n, S, P] = pencil_;
     const R a = shift_.a, re = shift_.b.real(), im = shift_.b.imag();
     const R below = a * S(own_.last, own_.first), rest = a * S(i, i) - re * P(i, i), rest_im = negated(im * P(i, i));
     const R rest_size = std::abs(rest) + std::abs(rest_im);
@@ -165,8 +167,8 @@ class PencilSubstitution {
     const R by_p[] = {shift_.b.real() * re - shift_.b.imag() * im, shift_.b.imag() * re + shift_.b.real() * im};
     for (Int p = 0; p < vector_.parts; ++p) {
       const Vector x{vector_.x[p], 1};
-      blas::axpy(rows, negated(by_s[p]), column(pair_.S, 1, c), x);
-      blas::axpy(rows, by_p[p], column(pair_.P, 1, c), x);
+      blas::axpy(rows, negated(by_s[p]), column(pencil_.S, 1, c), x);
+      blas::axpy(rows, by_p[p], column(pencil_.P, 1, c), x);
     }
   }
 
@@ -175,8 +177,8 @@ class PencilSubstitution {
     R with_s[2] = {}, with_p[2] = {};
     for (Int p = 0; p < vector_.parts; ++p) {
       const Vector<const R> x{vector_.x[p] + (own_.first - 1), 1};
-      with_s[p] = blas::dot(found, column(pair_.S, own_.first, c), x);
-      with_p[p] = blas::dot(found, column(pair_.P, own_.first, c), x);
+      with_s[p] = blas::dot(found, column(pencil_.S, own_.first, c), x);
+      with_p[p] = blas::dot(found, column(pencil_.P, own_.first, c), x);
     }
     const R a = shift_.a, re = shift_.b.real(), im = shift_.b.imag();
     if (vector_.parts == 1) {
@@ -192,9 +194,9 @@ class PencilSubstitution {
     const Int j = block.first;
     R found[2][2], scale, norm;
     Int perturbed;
-    laln2(to_logical(transposed), block.order(), vector_.parts, least_pivot_, shift_.a, pair_.S.at(j, j), pair_.S.ld,
-          pair_.P(j, j), pair_.P(block.last, block.last), &element(0, j), pair_.n, shift_.b.real(), shift_.b.imag(),
-          found[0], 2, scale, norm, perturbed);
+    laln2(to_logical(transposed), block.order(), vector_.parts, least_pivot_, shift_.a, pencil_.S.at(j, j),
+          pencil_.S.ld, pencil_.P(j, j), pencil_.P(block.last, block.last), &element(0, j), pencil_.n, shift_.b.real(),
+          shift_.b.imag(), found[0], 2, scale, norm, perturbed);
     if (scale < 1) scale_rows(transposed ? j - 1 : own_.last, scale);
     largest_ = larger_or_nan(largest_, norm);
     for (Int p = 0; p < vector_.parts; ++p) std::copy_n(found[p], block.order(), &element(p, j));
@@ -213,7 +215,7 @@ class PencilSubstitution {
     largest_ *= factor;
   }
 
-  Pair<R> pair_;
+  SchurPencil<R> pencil_;
   const R *sums_of_s_, *sums_of_p_;
   PencilVector<R> vector_;
   DiagonalBlock own_;
@@ -226,24 +228,25 @@ class PencilSubstitution {
 template <RealScalar R>
 struct VectorsOfSide {
   bool right, transformed;
-  Pair<R> pair;
+  SchurPencil<R> pencil;
   PencilSizes<R> sizes;
   Matrix<R> V;
   R* work;
 
-  /// Finds the vector of a block and puts it into column j and, of a complex pair, the one behind it. False if the
+  /// Finds the vector of a block and puts it into column j and, of two conjugate ones, the one behind it. False if the
   /// block has real eigenvalues.
   bool find(DiagonalBlock block, Int j) const {
-    const auto& [n, S, P] = pair;
+    const auto& [n, S, P] = pencil;
     const Int k = block.first;
     const bool single = block.order() == 1;
     if (single && is_indefinite(S(k, k), P(k, k))) {
       put_unit_vector(n, V, j);
       return true;
     }
-    const PencilShift<R> shift = single ? shift_of_single(S(k, k), P(k, k), sizes) : shift_of_pair(pair, block, sizes);
+    const PencilShift<R> shift =
+        single ? shift_of_single(S(k, k), P(k, k), sizes) : shift_of_conjugates(pencil, block, sizes);
     if (!single && shift.b.imag() == 0) return false;
-    PencilSubstitution<R> substitution(pair, sizes, work, block, shift);
+    PencilSubstitution<R> substitution(pencil, sizes, work, block, shift);
     const PencilVector<R>& vector = right ? substitution.find_right() : substitution.find_left();
     put_pencil_vector(n, vector, transformed, V, j, work + 4 * std::ptrdiff_t{n});
     return true;
@@ -256,7 +259,7 @@ Int find_vectors(const VectorsOfSide<R>& side, const Logical* select, Int m) {
   Int info = 0;
   // A transformed vector is made of all columns up to its own, or from its own on: those must still be what they were.
   Int j = side.right ? m + 1 : 1;
-  for_each_diagonal_block(side.pair.S, side.pair.n, !side.right, [&](DiagonalBlock block) {
+  for_each_diagonal_block(side.pencil.S, side.pencil.n, !side.right, [&](DiagonalBlock block) {
     if (info != 0 || (select != nullptr && !is_selected(select, block))) return;
     if (side.right) j -= block.order();
     if (!side.find(block, j)) info = block.first;
@@ -271,25 +274,25 @@ template <RealScalar T>
 void tgevc(char side, char howmny, const Logical* select, Int n, const T* s, Int lds, const T* p, Int ldp, T* vl,
            Int ldvl, T* vr, Int ldvr, Int mm, Int& m, T* work, Int& info) {
   const WantedVectors wanted(side, howmny);
-  const Pair<T> pair{n, {s, lds}, {p, ldp}};
+  const SchurPencil<T> pencil{n, {s, lds}, {p, ldp}};
   Int count = n;
   info = check_pencil(side, howmny, n, lds, ldp);
-  if (info == 0) info = check_blocks(pair);
+  if (info == 0) info = check_blocks(pencil);
   if (info == 0) {
-    if (wanted.selected) count = count_selected(select, pair.S, n);
+    if (wanted.selected) count = count_selected(select, pencil.S, n);
     info = check_room(wanted, n, ldvl, ldvr, mm, count);
   }
   if (info != 0) return report_bad_argument<T>("TGEVC", info);
   m = count;
   if (n == 0) return;
 
-  const PencilSizes<T> sizes = sum_columns(pair, work);
+  const PencilSizes<T> sizes = sum_columns(pencil, work);
   const Logical* selected = wanted.selected ? select : nullptr;
   if (wanted.left) {
-    info = find_vectors(VectorsOfSide<T>{false, wanted.transformed, pair, sizes, {vl, ldvl}, work}, selected, m);
+    info = find_vectors(VectorsOfSide<T>{false, wanted.transformed, pencil, sizes, {vl, ldvl}, work}, selected, m);
   }
   if (wanted.right && info == 0) {
-    info = find_vectors(VectorsOfSide<T>{true, wanted.transformed, pair, sizes, {vr, ldvr}, work}, selected, m);
+    info = find_vectors(VectorsOfSide<T>{true, wanted.transformed, pencil, sizes, {vr, ldvr}, work}, selected, m);
   }
 }
 

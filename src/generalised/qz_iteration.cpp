@@ -23,8 +23,8 @@ enum class QzStep {
   no_shift  ///< none was found that is a number
 };
 
-/// Sweeps there may be for each eigenvalue, on average.
-constexpr Int sweeps_for_each = 30;
+/// Steps there may be for each eigenvalue, on average: sweeps, and findings of eigenvalues.
+constexpr Int steps_for_each = 30;
 
 /// In this one after an eigenvalue was found, and in all multiples of it, the shift is an exceptional one.
 constexpr Int exceptional_sweep = 10;
@@ -159,7 +159,7 @@ class QzIteration {
     return p_.last;
   }
 
-  Int most_steps() const { return sweeps_for_each * (p_.ihi - p_.ilo + 1); }
+  Int most_steps() const { return steps_for_each * (p_.ihi - p_.ilo + 1); }
 
   /// Goes on without the last rows.
   void leave_out(Int rows) {

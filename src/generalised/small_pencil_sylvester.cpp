@@ -11,7 +11,6 @@
 #include "generalised/dif_estimate.hpp"
 #include "generalised/pencil_equation.hpp"
 #include "generalised/pivoted_factors.hpp"
-#include "nonsymmetric/diagonal_blocks.hpp"
 
 namespace nuv {
 namespace {
@@ -87,7 +86,7 @@ class BlockSystem {
     if (progress.ijob == 0) {
       scale = solve_scaled(progress);
     } else {
-      look_ahead(progress);
+      solve_for_separation(progress);
     }
     for (Int j = l_.first; j <= l_.last; ++j) {
       for (Int i = k_.first; i <= k_.last; ++i) {
@@ -132,9 +131,10 @@ class BlockSystem {
     return size <= greatest ? 0 : std::max(size - greatest, std::min<Int>(size, std::numeric_limits<R>::max_exponent));
   }
 
-  /// The separation isn't that of a system with other rows. Where pivots look like rounding errors they are chosen for
-  /// halves of the same size, but the factors are those of the system as it is.
-  void look_ahead(const Progress<T>& progress) {
+  /// Chooses a right side for which the solution is large. The separation isn't that of a system with other rows: where
+  /// pivots look like rounding errors they are chosen for halves of the same size, but the factors are those of the
+  /// system as it is.
+  void solve_for_separation(const Progress<T>& progress) {
     Int perturbed = factorise();
     if (const Int gap = gap_between_halves(); perturbed > 0 && gap != 0) {
       place_all();
@@ -258,15 +258,6 @@ Real<T> solve_by_blocks(const PencilEquation<T>& equation, Pieces rows, Pieces c
                     [&](IndexRange k, IndexRange l) { return BlockSystem<T>(equation, k, l).solve(progress); });
 }
 
-/// Where the diagonal blocks of a Schur form of order n begin.
-template <RealScalar T>
-ListedPieces list_blocks(Matrix<const T> S, Int n, Int* begins) {
-  Int count = 0;
-  for_each_diagonal_block(S, n, true, [&](DiagonalBlock block) { begins[count++] = block.first; });
-  begins[count] = n + 1;
-  return {begins, count};
-}
-
 }  // namespace
 
 template <RealScalar T>
@@ -280,8 +271,8 @@ void tgsy2(char trans, Int ijob, Int m, Int n, const T* a, Int lda, const T* b, 
 
   const bool is_adjoint = !same_letter(trans, 'N');
   const PencilEquation<T> equation{is_adjoint, m, n, {a, lda}, {b, ldb}, {c, ldc}, {d, ldd}, {e, lde}, {f, ldf}};
-  const ListedPieces rows = list_blocks(equation.A, m, iwork),
-                     columns = list_blocks(equation.B, n, iwork + rows.count + 1);
+  const ListedPieces rows = list_pieces(equation.A, m, 1, iwork),
+                     columns = list_pieces(equation.B, n, 1, iwork + rows.count + 1);
   const std::int64_t systems = std::int64_t{rows.count} * columns.count;
   pq = static_cast<Int>(std::min<std::int64_t>(systems, std::numeric_limits<Int>::max()));
   scale = solve_by_blocks<T>(equation, rows, columns, {is_adjoint ? 0 : ijob, rdsum, rdscal, info});

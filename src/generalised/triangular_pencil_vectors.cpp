@@ -1,4 +1,4 @@
-// Eigenvectors of complex pairs in generalised Schur form.
+// Eigenvectors of complex pencils in generalised Schur form.
 
 #include <algorithm>
 #include <cmath>
@@ -11,16 +11,17 @@
 namespace nuv {
 namespace {
 
+/// (S, P) in generalised Schur form.
 template <ComplexScalar T>
-struct TriangularPair {
+struct TriangularPencil {
   Int n;
   Matrix<const T> S, P;
 };
 
 /// Sums of the magnitudes in each column above the diagonal, first of S and then of P, and the sizes of both.
 template <ComplexScalar T>
-PencilSizes<Real<T>> sum_columns(const TriangularPair<T>& pair, Real<T>* sums) {
-  const auto& [n, S, P] = pair;
+PencilSizes<Real<T>> sum_columns(const TriangularPencil<T>& pencil, Real<T>* sums) {
+  const auto& [n, S, P] = pencil;
   Real<T> largest[2] = {0, 0};
   for (Int k = 0; k < 2; ++k) {
     const Matrix A = k == 0 ? S : P;
@@ -40,15 +41,16 @@ class TriangularPencilSubstitution {
   /// x      n elements for the vector
   /// sums   2 n elements, as sum_columns leaves them
   /// own    which eigenvalue
-  TriangularPencilSubstitution(const TriangularPair<T>& pair, const PencilSizes<R>& sizes, T* x, const R* sums, Int own)
-      : pair_(pair),
+  TriangularPencilSubstitution(const TriangularPencil<T>& pencil, const PencilSizes<R>& sizes, T* x, const R* sums,
+                               Int own)
+      : pencil_(pencil),
         x_(x),
         sums_(sums),
         own_(own),
-        shift_(shift_of_single(pair.S(own, own), pair.P(own, own).real(), sizes)),
+        shift_(shift_of_single(pencil.S(own, own), pencil.P(own, own).real(), sizes)),
         least_pivot_(shift_.least_pivot(sizes)),
         largest_sum_(sizes.largest_sum) {
-    std::fill_n(x, pair.n, T(0));
+    std::fill_n(x, pencil.n, T(0));
     element(own) = T(1);
   }
 
@@ -66,7 +68,7 @@ class TriangularPencilSubstitution {
   }
 
   PencilVector<T> find_left() const {
-    const auto& [n, S, P] = pair_;
+    const auto& [n, S, P] = pencil_;
     R largest = 1;  // among the elements found
     for (Int j = own_ + 1; j <= n; ++j) {
       // Its parts, too, which are summed before they are scaled.
@@ -90,18 +92,18 @@ class TriangularPencilSubstitution {
 
   /// The diagonal element of a S - b P, or what is put in its place.
   T pivot(Int j) const {
-    const T d = shift_.a * pair_.S(j, j) - shift_.b * pair_.P(j, j);
+    const T d = shift_.a * pencil_.S(j, j) - shift_.b * pencil_.P(j, j);
     return abs1(d) <= least_pivot_ ? T(least_pivot_) : d;
   }
 
   /// What column j of a S - b P adds to a sum at most, but for the size of the vector.
-  R sum_of(Int j) const { return shift_.a_size * sums_[j - 1] + shift_.b_size * sums_[pair_.n + (j - 1)]; }
+  R sum_of(Int j) const { return shift_.a_size * sums_[j - 1] + shift_.b_size * sums_[pencil_.n + (j - 1)]; }
 
   /// x := x - (a S - b P) x(j), column j of the matrix, above the diagonal.
   void subtract_column(Int j) const {
     const Vector x{x_, 1};
-    blas::axpy(j - 1, negated(shift_.a * element(j)), column(pair_.S, 1, j), x);
-    blas::axpy(j - 1, shift_.b * element(j), column(pair_.P, 1, j), x);
+    blas::axpy(j - 1, negated(shift_.a * element(j)), column(pencil_.S, 1, j), x);
+    blas::axpy(j - 1, shift_.b * element(j), column(pencil_.P, 1, j), x);
   }
 
   /// x(j) := x(j) / d; the vector is scaled, from its first row to that one, if this would overflow. Gives the factor.
@@ -120,7 +122,7 @@ class TriangularPencilSubstitution {
     blas::scal(last - first + 1, factor, Vector{&element(first), 1});
   }
 
-  TriangularPair<T> pair_;
+  TriangularPencil<T> pencil_;
   T* x_;
   const R* sums_;
   Int own_;
@@ -132,7 +134,7 @@ class TriangularPencilSubstitution {
 template <ComplexScalar T>
 struct VectorsOfSide {
   bool right, transformed;
-  const TriangularPair<T>& pair;
+  const TriangularPencil<T>& pencil;
   const PencilSizes<Real<T>>& sizes;
   Matrix<T> V;
   T* work;
@@ -140,9 +142,9 @@ struct VectorsOfSide {
 
   /// Finds that of eigenvalue j and puts it into a column.
   void find(Int j, Int to) const {
-    const auto& [n, S, P] = pair;
+    const auto& [n, S, P] = pencil;
     if (is_indefinite(S(j, j), P(j, j))) return put_unit_vector(n, V, to);
-    const TriangularPencilSubstitution<T> substitution(pair, sizes, work, sums, j);
+    const TriangularPencilSubstitution<T> substitution(pencil, sizes, work, sums, j);
     const PencilVector<T> vector = right ? substitution.find_right() : substitution.find_left();
     put_pencil_vector(n, vector, transformed, V, to, work + n);
   }
@@ -154,14 +156,14 @@ template <ComplexScalar T>
 void tgevc(char side, char howmny, const Logical* select, Int n, const T* s, Int lds, const T* p, Int ldp, T* vl,
            Int ldvl, T* vr, Int ldvr, Int mm, Int& m, T* work, Real<T>* rwork, Int& info) {
   const WantedVectors wanted(side, howmny);
-  const TriangularPair<T> pair{n, {s, lds}, {p, ldp}};
+  const TriangularPencil<T> pencil{n, {s, lds}, {p, ldp}};
   const auto is_wanted = [&](Int j) { return !wanted.selected || is_true(select[j - 1]); };
   Int count = 0;
   info = check_pencil(side, howmny, n, lds, ldp);
   if (info == 0) {
     for (Int j = 1; j <= n; ++j) {
       count += is_wanted(j);
-      if (std::abs(pair.P(j, j).imag()) > 0) info = -7;  // a NaN is not to blame
+      if (std::abs(pencil.P(j, j).imag()) > 0) info = -7;  // a NaN is not to blame
     }
     if (info == 0) info = check_room(wanted, n, ldvl, ldvr, mm, count);
   }
@@ -169,9 +171,9 @@ void tgevc(char side, char howmny, const Logical* select, Int n, const T* s, Int
   m = count;
   if (n == 0) return;
 
-  const PencilSizes<Real<T>> sizes = sum_columns(pair, rwork);
-  const VectorsOfSide<T> left{false, wanted.transformed, pair, sizes, {vl, ldvl}, work, rwork};
-  const VectorsOfSide<T> right{true, wanted.transformed, pair, sizes, {vr, ldvr}, work, rwork};
+  const PencilSizes<Real<T>> sizes = sum_columns(pencil, rwork);
+  const VectorsOfSide<T> left{false, wanted.transformed, pencil, sizes, {vl, ldvl}, work, rwork};
+  const VectorsOfSide<T> right{true, wanted.transformed, pencil, sizes, {vr, ldvr}, work, rwork};
   // A transformed vector is made of all columns up to its own, or from its own on: those must still be what they were.
   if (wanted.left) {
     for (Int j = 1, to = 1; j <= n; ++j) {

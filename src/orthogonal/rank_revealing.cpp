@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "environment/block_plan.hpp"
 #include "environment/hermitian.hpp"
 #include "environment/magnitudes.hpp"
 #include "environment/matrix_utilities.hpp"
@@ -15,6 +14,7 @@
 #include "orthogonal/apply_q.hpp"
 #include "orthogonal/apply_z.hpp"
 #include "orthogonal/incremental_condition.hpp"
+#include "orthogonal/least_squares_blocks.hpp"
 #include "orthogonal/pivoted_qr.hpp"
 #include "orthogonal/trapezoidal.hpp"
 #include "orthogonal/z_reflectors.hpp"
@@ -266,17 +266,7 @@ Int solve_in_range(const System<T>& system, Real<T> rcond, const Way& way) {
   return rank;
 }
 
-// ------------------------------------------------------------------------------------------------------------
-// workspace
-
-template <Scalar T>
-Int best_block_size(Int m, Int n, Int nrhs) {
-  const Tuning<T> qr{.name = RoutineName<T>("GEQRF"), .n1 = m, .n2 = n};
-  const Tuning<T> rq{.name = RoutineName<T>("GERQF"), .n1 = m, .n2 = n};
-  const Tuning<T> apply_qr{.name = name_of<T>("ORMQR", "UNMQR"), .n1 = m, .n2 = n, .n3 = nrhs};
-  const Tuning<T> apply_rq{.name = name_of<T>("ORMRQ", "UNMRQ"), .n1 = m, .n2 = n, .n3 = nrhs};
-  return std::max({qr.block_size(), rq.block_size(), apply_qr.block_size(), apply_rq.block_size()});
-}
+// ----------------------------------------------------------------------------------------------------------- workspace
 
 template <Scalar T>
 std::int64_t best_workspace(Int m, Int n, Int nrhs) {

@@ -68,7 +68,7 @@ void add_generalised_svd(DriverList& drivers);    ///< and the factorisations of
 void add_dense_eigen(DriverList& drivers);
 void add_divided_svd(DriverList& drivers);
 void add_indefinite_solvers(DriverList& drivers);
-void add_least_squares_by_rank(DriverList& drivers);  ///< at any rank by QR, under constraints, with weighed errors
+void add_least_squares_by_rank(DriverList& drivers);  ///< at any rank by QR, under constraints, with weighted errors
 void add_nonsymmetric(DriverList& drivers);           ///< balancing, Hessenberg form, iterations on it
 void add_packed_band_eigen(DriverList& drivers);      ///< eigenproblems in packed and in band storage
 void add_packed_solvers(DriverList& drivers);

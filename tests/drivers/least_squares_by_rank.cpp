@@ -1,4 +1,4 @@
-// Least squares with matrices of any rank, under constraints and with weighed errors, in the list.
+// Least squares with matrices of any rank, under constraints and with weighted errors, in the list.
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-// Least squares with a second matrix: gglse under constraints, ggglm with weighed errors; against the same by null
+// Least squares with a second matrix: gglse under constraints, ggglm with weighted errors; against the same by null
 // spaces in a wider type.
 
 #include <algorithm>
