@@ -410,7 +410,7 @@ TYPED_TEST(GeneralisedSvd, WithALengthOfWorkspaceIsTheSame) {
 
 TYPED_TEST(GeneralisedSvd, TellsItsWorkspace) {
   using T = TypeParam;
-  const std::string name = reported_name<T>("GGSVD3");
+  const std::string name = precision_letter<T> + std::string("GGSVD3");
   for (const auto& [m, p, n] : {std::array<Int, 3>{0, 0, 0}, {2, 1, 4}, {9, 3, 2}, {3, 9, 2}}) {
     Ggsvd3Call<T> call("UVQ", random_matrix<T>(this->random, m, n, m + 1), random_matrix<T>(this->random, p, n, p + 1));
     const Int least = call.lwork;
@@ -434,7 +434,7 @@ struct ValidGgsvd3 : Ggsvd3Call<T> {
 TYPED_TEST(GeneralisedSvd, ChecksItsArgumentsWithALengthOfWorkspace) {
   using T = TypeParam;
   using C = ValidGgsvd3<T>;
-  const std::string name = reported_name<T>("GGSVD3");
+  const std::string name = precision_letter<T> + std::string("GGSVD3");
   expect_argument_checks<C>(name, {{1, [](C& c) { c.jobu = 'I'; }},
                                    {2, [](C& c) { c.jobv = 'U'; }},
                                    {3, [](C& c) { c.jobq = 'V'; }},
