@@ -92,6 +92,29 @@ void add_representations(char jobz, int n) {
                 });
 }
 
+/// Bisection and inverse iteration, for the lower half of the values.
+template <class T>
+void add_bisection(char jobz, int n) {
+  if (n > 1000) return;
+  add_driver<T>(std::string(is_complex<T> ? "heevx" : "syevx") + jobz, n,
+                [=](int, auto A, auto* w, auto Z, auto& work, auto& rwork, auto& iwork) {
+                  int info = 0, m = 0;
+                  iwork.resize(6 * std::size_t(n));
+                  int* const ifail = iwork.data() + 5 * std::ptrdiff_t{n};
+                  if (is_complex<T>) rwork.resize(7 * std::size_t(n));
+                  const Real<T> none = 0;
+                  with_workspace(work, [&](T* room, int size) {
+                    if constexpr (is_complex<T>) {
+                      routine_call::heevx(jobz, 'I', 'L', n, A, none, none, 1, n / 2, none, m, w, Z, room, size,
+                                          rwork.data(), iwork.data(), ifail, info);
+                    } else {
+                      routine_call::syevx(jobz, 'I', 'L', n, A, none, none, 1, n / 2, none, m, w, Z, room, size,
+                                          iwork.data(), ifail, info);
+                    }
+                  });
+                });
+}
+
 template <class T>
 void add_peer(char jobz, int n) {
   for (const char* driver :
@@ -113,6 +136,7 @@ void add_all(int n) {
     add_iteration<T>(jobz, n);
     add_division<T>(jobz, n);
     add_representations<T>(jobz, n);
+    add_bisection<T>(jobz, n);
     add_peer<T>(jobz, n);
   }
 }

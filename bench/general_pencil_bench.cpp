@@ -1,6 +1,8 @@
-// Generalised eigenproblems of general matrices beside a peer's: eigenvalues, eigenvectors, Schur forms.
+// Generalised eigenproblems of general matrices beside a peer's: eigenvalues, eigenvectors, Schur forms; balancing, and
+// what condition numbers and the older drivers cost.
 
 #include <Eigen/Eigenvalues>
+#include <cmath>
 
 #include "routines.hpp"
 #include "support/benchmarks.hpp"
@@ -90,6 +92,67 @@ void add_schur_form(int n) {
   });
 }
 
+/// Of a pencil whose elements have many sizes; each pass of its iteration reads it once.
+void add_balancing(int n) {
+  add("dggbal", "nuv", n, bytes_read(16.0 * n * n), [=] {
+    Problem<double> p{n};
+    for (int k = 0; k < 2 * n * n; ++k) p.numbers[std::size_t(k)] *= std::ldexp(1.0, 3 * (k % n % 10 - k / n % 10));
+    return [n, p, scale = std::vector<double>(8 * std::size_t(n))]() mutable {
+      int ilo = 0, ihi = 0, info = 0;
+      const auto [A, B] = p.pencil();
+      routine_call::ggbal('B', n, A, B, ilo, ihi, scale.data(), scale.data() + n, scale.data() + 2 * n, info);
+    };
+  });
+}
+
+/// Registers a driver of the real problem: drive(p, A, B, VL, VR, work, lwork).
+template <class Drive>
+void add_driver(const char* routine, int n, Drive drive) {
+  add(routine, "nuv", n, whole_problem<double>(n), [=] {
+    return [n, drive, p = Problem<double>{n}]() mutable {
+      const auto [A, B] = p.pencil();
+      const Matrix<double> VL{p.VL.data(), n}, VR{p.VR.data(), n};
+      with_workspace(p.work, [&, A = A, B = B](double* work, int lwork) { drive(p, A, B, VL, VR, work, lwork); });
+    };
+  });
+}
+
+void add_older_drivers(int n) {
+  add_driver("dgegvV", n, [=](auto& p, auto A, auto B, auto VL, auto VR, double* work, int lwork) {
+    int info = 0;
+    routine_call::gegv('N', 'V', n, A, B, p.alpha.data(), p.alphai.data(), p.beta.data(), VL, VR, work, lwork, info);
+  });
+  add_driver("dgegsV", n, [=](auto& p, auto A, auto B, auto VL, auto VR, double* work, int lwork) {
+    int info = 0;
+    routine_call::gegs('V', 'V', n, A, B, p.alpha.data(), p.alphai.data(), p.beta.data(), VL, VR, work, lwork, info);
+  });
+}
+
+/// With all condition numbers that there are, for ggesx those of the eigenvalues with alpha > 0.
+void add_conditions(int n) {
+  add_driver("dggevxB", n,
+             [=, iwork = std::vector<int>(std::size_t(n) + 6), bwork = std::vector<int>(std::size_t(n))](
+                 auto& p, auto A, auto B, auto VL, auto VR, double* work, int lwork) mutable {
+               int ilo = 0, ihi = 0, info = 0;
+               double abnrm, bbnrm;
+               double* const room = p.rwork.data();
+               routine_call::ggevx('B', 'V', 'V', 'B', n, A, B, p.alpha.data(), p.alphai.data(), p.beta.data(), VL, VR,
+                                   ilo, ihi, room, room + n, abnrm, bbnrm, room + 2 * n, room + 3 * n, work, lwork,
+                                   iwork.data(), bwork.data(), info);
+             });
+  add_driver("dggesxB", n,
+             [=, iwork = std::vector<int>(std::size_t(n) + 6), bwork = std::vector<int>(std::size_t(n))](
+                 auto& p, auto A, auto B, auto VL, auto VR, double* work, int lwork) mutable {
+               int sdim = 0, info = 0;
+               const auto is_right = [](const double* alphar, const double*, const double*) {
+                 return int(*alphar > 0);
+               };
+               routine_call::ggesx('V', 'V', 'S', is_right, 'B', n, A, B, sdim, p.alpha.data(), p.alphai.data(),
+                                   p.beta.data(), VL, VR, p.rwork.data(), p.rwork.data() + 2, work, lwork, iwork.data(),
+                                   int(iwork.size()), bwork.data(), info);
+             });
+}
+
 }  // namespace
 }  // namespace nuv::bench
 
@@ -99,6 +162,9 @@ int main(int argc, char** argv) {
     for (const char jobvr : {'N', 'V'}) add_eigen(jobvr, n);
     add_nuv_eigen<std::complex<double>>('V', n);
     add_schur_form(n);
+    add_balancing(n);
+    add_older_drivers(n);
+    add_conditions(n);
   }
   return run(argc, argv);
 }

@@ -107,6 +107,8 @@ void add_bands(int n, int ka, int kb, char vect) {
   });
 }
 
+/// The values of a random tridiagonal matrix, and with dstein the vectors that belong to them: a hundred multiply-adds
+/// for each element.
 void add_bisection(int n) {
   add("dstebz A", "nuv", n, multiply_adds<double>(50.0 * n * n), [=] {
     return [=, d = random_numbers<double>(n), e = random_numbers<double>(n), w = Numbers(n), work = Numbers(4 * n),
@@ -114,6 +116,19 @@ void add_bisection(int n) {
       int m, nsplit, info;
       routine_call::stebz('A', 'E', n, 0.0, 0.0, 0, 0, 0.0, d.data(), e.data(), m, nsplit, w.data(), iblock.data(),
                           isplit.data(), work.data(), iwork.data(), info);
+    };
+  });
+  add("dstein", "nuv", n, multiply_adds<double>(100.0 * n * n), [=] {
+    const Numbers d = random_numbers<double>(n), e = random_numbers<double>(n);
+    Numbers w(n), room(5 * n);
+    std::vector<int> iblock(n), isplit(n), integers(3 * n);
+    int m, nsplit, info;
+    routine_call::stebz('A', 'B', n, 0.0, 0.0, 0, 0, 0.0, d.data(), e.data(), m, nsplit, w.data(), iblock.data(),
+                        isplit.data(), room.data(), integers.data(), info);
+    return [=, z = Numbers(square(n)), work = room, iwork = integers, ifail = std::vector<int>(n)]() mutable {
+      int failed;
+      routine_call::stein(n, d.data(), e.data(), n, w.data(), iblock.data(), isplit.data(), {z.data(), n}, work.data(),
+                          iwork.data(), ifail.data(), failed);
     };
   });
 }

@@ -1,8 +1,10 @@
 // The generalised singular value decomposition, with and without its vectors. No peer has one: what it stands beside is
-// the decomposition of A (B^-1) that one would do instead for a B that can be inverted.
+// the decomposition of A (B^-1) that one would do instead for a B that can be inverted. And the factorisations of
+// pairs, with the least squares that stand on them.
 
 #include <Eigen/LU>
 #include <Eigen/SVD>
+#include <algorithm>
 
 #include "routines.hpp"
 #include "support/benchmarks.hpp"
@@ -75,14 +77,16 @@ void add_decomposition(const std::string& routine, int n) {
   add(routine + "_UVQ", "nuv", n, measure, [=] { return ByNuv<T>(n, true); });
 }
 
-/// The generalised QR factorisation beside two of single matrices.
+/// The generalised QR or RQ factorisation.
 template <class T>
 struct PairByNuv {
   int n;
+  bool by_rows;
   std::vector<T> a, b, wa, wb, taua, taub, work;
 
-  explicit PairByNuv(int n_)
+  PairByNuv(int n_, bool by_rows_)
       : n(n_),
+        by_rows(by_rows_),
         a(random_numbers<T>(std::size_t(n) * n)),
         b(random_numbers<T>(std::size_t(n) * n)),
         wa(a),
@@ -95,8 +99,12 @@ struct PairByNuv {
 
   T call(int lwork) {
     int info = 0;
-    routine_call::ggqrf(n, n, n, Matrix<T>{wa.data(), n}, taua.data(), Matrix<T>{wb.data(), n}, taub.data(),
-                        work.data(), lwork, info);
+    const Matrix<T> A{wa.data(), n}, B{wb.data(), n};
+    if (by_rows) {
+      routine_call::ggrqf(n, n, n, A, taua.data(), B, taub.data(), work.data(), lwork, info);
+    } else {
+      routine_call::ggqrf(n, n, n, A, taua.data(), B, taub.data(), work.data(), lwork, info);
+    }
     return work[0];
   }
 
@@ -108,8 +116,53 @@ struct PairByNuv {
 };
 
 template <class T>
-void add_factorisation(const std::string& routine, int n) {
-  add(routine, "nuv", n, multiply_adds<T>(2.0 / 3 * n * n * n * 2 + 1.0 * n * n * n), [=] { return PairByNuv<T>(n); });
+void add_factorisations(int n) {
+  for (const bool by_rows : {false, true}) {
+    add(std::string(1, letter<T>) + (by_rows ? "ggrqf" : "ggqrf"), "nuv", n,
+        multiply_adds<T>(2.0 / 3 * n * n * n * 2 + 1.0 * n * n * n), [=] { return PairByNuv<T>(n, by_rows); });
+  }
+}
+
+/// Multiply-adds of the QR factorisation of an m by n matrix, or of its product with that many columns.
+double factored(double m, double n) {
+  return n * n * (m - n / 3);
+}
+double multiplied(double m, double n, double columns) {
+  return columns * n * (2 * m - n);
+}
+
+/// 2 n equations in n unknowns under n / 4 constraints; and 2 n equations with as many weighted errors.
+void add_least_squares(int n) {
+  const int m = 2 * n, p = n / 4;
+  add("dgglse", "nuv", n, multiply_adds<double>(factored(n, p) + multiplied(n, p, m) + factored(m, n)), [=] {
+    return [=, a = random_numbers<double>(std::size_t(m) * n), b = random_numbers<double>(std::size_t(p) * n),
+            wa = std::vector<double>(), wb = std::vector<double>(), c = std::vector<double>(m),
+            d = std::vector<double>(p), x = std::vector<double>(n), work = std::vector<double>()]() mutable {
+      wa = a;
+      wb = b;
+      std::fill(c.begin(), c.end(), 1.0);
+      std::fill(d.begin(), d.end(), 1.0);
+      int info = 0;
+      with_workspace(work, [&](double* room, int lwork) {
+        routine_call::gglse(m, n, p, Matrix<double>{wa.data(), m}, Matrix<double>{wb.data(), p}, c.data(), d.data(),
+                            x.data(), room, lwork, info);
+      });
+    };
+  });
+  add("dggglm", "nuv", n, multiply_adds<double>(factored(m, n) + multiplied(m, n, m) + factored(m, m)), [=] {
+    return [=, a = random_numbers<double>(std::size_t(m) * n), b = random_numbers<double>(std::size_t(m) * m),
+            wa = std::vector<double>(), wb = std::vector<double>(), d = std::vector<double>(m),
+            x = std::vector<double>(n), y = std::vector<double>(m), work = std::vector<double>()]() mutable {
+      wa = a;
+      wb = b;
+      std::fill(d.begin(), d.end(), 1.0);
+      int info = 0;
+      with_workspace(work, [&](double* room, int lwork) {
+        routine_call::ggglm(m, n, m, Matrix<double>{wa.data(), m}, Matrix<double>{wb.data(), m}, d.data(), x.data(),
+                            y.data(), room, lwork, info);
+      });
+    };
+  });
 }
 
 }  // namespace
@@ -122,8 +175,9 @@ int main(int argc, char** argv) {
     if (n <= 100) add_decomposition<std::complex<double>>("zggsvd", n);
   }
   for (const int n : {100, 500, 1000}) {
-    add_factorisation<double>("dggqrf", n);
-    add_factorisation<std::complex<double>>("zggqrf", n);
+    add_factorisations<double>(n);
+    add_factorisations<std::complex<double>>(n);
+    add_least_squares(n);
   }
   return run(argc, argv);
 }

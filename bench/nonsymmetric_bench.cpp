@@ -1,6 +1,8 @@
-// General eigenproblems beside a peer's: the reduction to Hessenberg form, eigenvalues, eigenvectors, Schur forms.
+// General eigenproblems beside a peer's: balancing, the reduction to Hessenberg form, eigenvalues, eigenvectors, Schur
+// forms.
 
 #include <Eigen/Eigenvalues>
+#include <cmath>
 
 #include "routines.hpp"
 #include "support/benchmarks.hpp"
@@ -39,6 +41,20 @@ struct Problem {
   }
   Matrix<T> vectors() { return {Z.data(), n}; }
 };
+
+/// Of a matrix whose rows and columns have norms of many sizes; each pass reads it once.
+void add_balancing(int n) {
+  add("dgebal", "nuv", n, bytes_read(8.0 * n * n), [=] {
+    Problem<double> p{n};
+    for (int j = 0; j < n; ++j) {
+      for (int i = 0; i < n; ++i) p.a[std::size_t(j) * n + i] *= std::ldexp(1.0, 3 * (i % 10 - j % 10));
+    }
+    return [n, p]() mutable {
+      int ilo = 0, ihi = 0, info = 0;
+      routine_call::gebal('B', n, p.matrix(), ilo, ihi, p.rwork.data(), info);
+    };
+  });
+}
 
 void add_reduction(int n) {
   add("dgehrd", "nuv", n, reduction<double>(n), [=] {
@@ -112,6 +128,7 @@ void add_schur_form(int n) {
 int main(int argc, char** argv) {
   using namespace nuv::bench;
   for (const int n : {100, 500, 1000, 2000}) {
+    add_balancing(n);
     add_reduction(n);
     for (const char jobvr : {'N', 'V'}) add_eigen<double>(jobvr, n);
     add_schur_form(n);

@@ -1,5 +1,5 @@
 // Eigenvectors of a generalised Schur form; a block that is moved from one end of it to the other; and deflating
-// subspaces for every other eigenvalue.
+// subspaces for every other eigenvalue; and condition numbers.
 
 #include <cmath>
 
@@ -105,6 +105,30 @@ void add_subspace(int ijob, int n) {
   });
 }
 
+/// Of all eigenvalues ('E'), each of which takes products of both matrices with its vectors, or of all vectors ('V'):
+/// each block is moved in front and equations with the rest are solved, about 20 n^2 multiply-adds.
+void add_conditions(char job, int n) {
+  const double cubes = job == 'E' ? 2 : 20;
+  add(std::string("dtgsna") + job, "nuv", n, multiply_adds<double>(cubes * n * n * n), [=] {
+    const std::size_t size = std::size_t(n) * n;
+    const Form<double> form(n);
+    std::vector<double> vl(size), vr(size), scratch(6 * std::size_t(n));
+    int m = 0, info = 0;
+    routine_call::tgevc('B', 'A', nullptr, n, Matrix<const double>{form.s.data(), n},
+                        Matrix<const double>{form.p.data(), n}, Matrix<double>{vl.data(), n},
+                        Matrix<double>{vr.data(), n}, n, m, scratch.data(), info);
+    return [=, s = std::vector<double>(n), dif = std::vector<double>(n), work = std::vector<double>(),
+            iwork = std::vector<int>(std::size_t(n) + 6)]() mutable {
+      with_workspace(work, [&](double* room, int lwork) {
+        routine_call::tgsna(job, 'A', nullptr, n, Matrix<const double>{form.s.data(), n},
+                            Matrix<const double>{form.p.data(), n}, Matrix<const double>{vl.data(), n},
+                            Matrix<const double>{vr.data(), n}, s.data(), dif.data(), n, m, room, lwork, iwork.data(),
+                            info);
+      });
+    };
+  });
+}
+
 }  // namespace
 }  // namespace nuv::bench
 
@@ -119,6 +143,9 @@ int main(int argc, char** argv) {
     }
     add_move(n);
     for (const int ijob : {0, 4, 5}) add_subspace(ijob, n);
+    for (const char job : {'E', 'V'}) {
+      if (job == 'E' || n <= 300) add_conditions(job, n);
+    }
   }
   return run(argc, argv);
 }

@@ -1,4 +1,5 @@
-// Least squares at any rank, beside those of full rank: what it costs to look for the rank.
+// Least squares at any rank, beside those of full rank: what it costs to look for the rank; and the reduction of
+// trapezoids, on which they stand.
 
 #include <Eigen/QR>
 #include <algorithm>
@@ -49,6 +50,23 @@ struct ByGelsy {
   }
 };
 
+/// The older driver, which is unblocked.
+struct ByGelsx {
+  Fit<double> fit;
+  std::vector<double> w = fit.a, x = fit.b, work = std::vector<double>(4 * std::size_t(fit.n));
+  std::vector<int> jpvt = std::vector<int>(std::size_t(fit.n));
+
+  void operator()() {
+    w = fit.a;
+    x = fit.b;
+    std::fill(jpvt.begin(), jpvt.end(), 0);
+    int rank = 0, info = 0;
+    routine_call::gelsx(fit.m, fit.n, 1, Matrix<double>{w.data(), fit.m}, Matrix<double>{x.data(), fit.m}, jpvt.data(),
+                        1e-10, rank, work.data(), info);
+    if (rank != fit.rank) std::abort();
+  }
+};
+
 template <class T>
 struct ByGels {
   Fit<T> fit;
@@ -91,6 +109,38 @@ void add_fits(int n) {
   add(name + "gelsy_half_rank", "eigen", n, measure, [=] { return by_eigen(Fit<T>(n, n / 2)); });
 }
 
+/// An n / 2 by n trapezoid, which a reflector for each row makes a triangle, and the product of these with an n by n
+/// matrix.
+template <class T>
+void add_trapezoids(int n) {
+  const int rows = n / 2, behind = n - rows;
+  const std::string name(1, letter<T>);
+  const auto reduce = [=](std::vector<T>& a, std::vector<T>& tau, std::vector<T>& work) {
+    int info = 0;
+    with_workspace(work, [&](T* room, int lwork) {
+      routine_call::tzrzf(rows, n, Matrix<T>{a.data(), rows}, tau.data(), room, lwork, info);
+    });
+  };
+  add(name + "tzrzf", "nuv", n, multiply_adds<T>(double(rows) * rows * behind), [=] {
+    return [=, a = random_numbers<T>(std::size_t(rows) * n), w = std::vector<T>(), tau = std::vector<T>(rows),
+            work = std::vector<T>()]() mutable {
+      w = a;
+      reduce(w, tau, work);
+    };
+  });
+  add(name + (ComplexScalar<T> ? "unmrz" : "ormrz"), "nuv", n, multiply_adds<T>(2.0 * rows * behind * n), [=] {
+    std::vector<T> a = random_numbers<T>(std::size_t(rows) * n), tau(rows), scratch;
+    reduce(a, tau, scratch);
+    return [=, c = random_numbers<T>(std::size_t(n) * n), work = std::vector<T>()]() mutable {
+      int info = 0;
+      with_workspace(work, [&](T* room, int lwork) {
+        routine_call::ormrz('L', 'N', n, n, rows, behind, Matrix<T>{a.data(), rows}, tau.data(), Matrix<T>{c.data(), n},
+                            room, lwork, info);
+      });
+    };
+  });
+}
+
 }  // namespace
 }  // namespace nuv::bench
 
@@ -99,6 +149,12 @@ int main(int argc, char** argv) {
   for (const int n : {25, 50, 100, 250, 500}) {
     add_fits<double>(n);
     if (n <= 250) add_fits<std::complex<double>>(n);
+    add("dgelsx", "nuv", n, multiply_adds<double>(n * n * (4.0 * n - n / 3.0)),
+        [=] { return ByGelsx{Fit<double>(n, n)}; });
+  }
+  for (const int n : {100, 500, 1000}) {
+    add_trapezoids<double>(n);
+    add_trapezoids<std::complex<double>>(n);
   }
   return run(argc, argv);
 }

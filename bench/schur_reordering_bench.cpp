@@ -1,5 +1,5 @@
 // Sylvester equations with coefficients in Schur form, beside the inner products that they are made of; and a block
-// that is moved from one end of a Schur form to the other.
+// that is moved from one end of a Schur form to the other; and condition numbers.
 
 #include <cmath>
 
@@ -83,6 +83,45 @@ void add_move(int n) {
   });
 }
 
+/// Of all eigenvalues ('E'), each of which takes a few inner products of its vectors, or of all vectors ('V'): each
+/// block is moved in front and equations with the rest are solved, about 8 n^2 multiply-adds.
+void add_conditions(char job, int n) {
+  const Measure work_of_all = job == 'E' ? bytes_read(16.0 * n * n) : multiply_adds<double>(8.0 * n * n * n);
+  add(std::string("dtrsna") + job, "nuv", n, work_of_all, [=] {
+    const std::size_t size = std::size_t(n) * n;
+    const std::vector<double> t = schur_form<double>(n, 0);
+    std::vector<double> vl(size), vr(size), room(3 * std::size_t(n));
+    int m = 0, info = 0;
+    routine_call::trevc('B', 'A', nullptr, n, Matrix<const double>{t.data(), n}, Matrix<double>{vl.data(), n},
+                        Matrix<double>{vr.data(), n}, n, m, room.data(), info);
+    return [=, s = std::vector<double>(n), sep = std::vector<double>(n), work = std::vector<double>(size + 6 * n),
+            iwork = std::vector<int>(2 * std::size_t(n))]() mutable {
+      routine_call::trsna(job, 'A', nullptr, n, Matrix<const double>{t.data(), n}, Matrix<const double>{vl.data(), n},
+                          Matrix<const double>{vr.data(), n}, s.data(), sep.data(), n, m,
+                          Matrix<double>{work.data(), n}, iwork.data(), info);
+    };
+  });
+}
+
+/// Every other block goes up: n^2 / 8 swaps of eigenvalues, each of which changes three vectors of about n elements;
+/// with condition numbers ('B') or without ('N').
+void add_subspace(char job, int n) {
+  add(std::string("dtrsen") + job, "nuv", n, multiply_adds<double>(n * double(n) * n), [=] {
+    std::vector<int> select(std::size_t(n), 0);
+    for (int j = 0; j < n; ++j) select[std::size_t(j)] = j / 2 % 2;
+    return [=, t = schur_form<double>(n, 0), q = random_numbers<double>(std::size_t(n) * n), S = std::vector<double>(),
+            wr = std::vector<double>(n), wi = std::vector<double>(n), work = std::vector<double>(std::size_t(n) * n),
+            iwork = std::vector<int>(std::size_t(n) * n)]() mutable {
+      S = t;
+      int m = 0, info = 0;
+      double s = 0, sep = 0;
+      routine_call::trsen(job, 'V', select.data(), n, Matrix<double>{S.data(), n}, Matrix<double>{q.data(), n},
+                          wr.data(), wi.data(), m, s, sep, work.data(), int(work.size()), iwork.data(),
+                          int(iwork.size()), info);
+    };
+  });
+}
+
 }  // namespace
 }  // namespace nuv::bench
 
@@ -95,6 +134,10 @@ int main(int argc, char** argv) {
     add_equation<std::complex<double>>('N', 'N', n);
     add_products(n);
     add_move(n);
+    for (const char job : {'E', 'V'}) {
+      if (job == 'E' || n <= 500) add_conditions(job, n);
+    }
+    for (const char job : {'N', 'B'}) add_subspace(job, n);
   }
   return run(argc, argv);
 }

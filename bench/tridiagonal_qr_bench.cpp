@@ -1,6 +1,8 @@
-// Eigenvectors of tridiagonal matrices by QL and QR iteration, and the sweeps of rotations that they are made of.
+// Eigenvectors of tridiagonal matrices by QL and QR iteration, of definite ones by way of singular values, and the
+// sweeps of rotations that they are made of.
 
 #include <cmath>
+#include <cstdlib>
 
 #include "blas.hpp"
 #include "layer.hpp"
@@ -36,6 +38,21 @@ void add_iteration(const std::string& who, int n, Answer answer) {
       int info = 0;
       const nuv::test::MallocRequests memory(answer);
       routine_call::steqr('I', n, d.data(), e.data(), Matrix<double>{z.data(), n}, work.data(), info);
+    };
+  });
+}
+
+void add_definite(int n) {
+  add("dpteqr_vectors", "nuv", n, multiply_adds<double>(3.0 * n * rotations_of(n)), [=] {
+    std::vector<double> d0 = random_numbers<double>(n);
+    for (double& x : d0) x += 4;
+    return [=, e0 = random_numbers<double>(n), d = std::vector<double>(n), e = std::vector<double>(n),
+            work = std::vector<double>(4 * n), z = std::vector<double>(std::size_t(n) * n)]() mutable {
+      d = d0;
+      e = e0;
+      int info = 0;
+      routine_call::pteqr('I', n, d.data(), e.data(), Matrix<double>{z.data(), n}, work.data(), info);
+      if (info != 0) std::abort();
     };
   });
 }
@@ -94,6 +111,7 @@ int main(int argc, char** argv) {
   for (const int n : {100, 200, 300, 500, 1000, 2000}) {
     add_iteration("nuv", n, Answer::granted);
     add_iteration("nuv_without_memory", n, Answer::refused);
+    add_definite(n);
     add_values(n);
   }
   add_sweeps(2000, 140);

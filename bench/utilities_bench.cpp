@@ -55,6 +55,14 @@ void add_utilities() {
         up = !up;
       };
     });
+    // Rows first, then columns in their scale.
+    add(precision + "geequ", "nuv", n, bytes_read(2 * bytes<T>(n)), [=] {
+      return [=, a = square<T>(n), r = std::vector<Real<T>>(n), c = std::vector<Real<T>>(n)]() mutable {
+        Int info = 0;
+        Real<T> rowcnd, colcnd, amax;
+        routine_call::geequ(n, n, {a.data(), n}, r.data(), c.data(), rowcnd, colcnd, amax, info);
+      };
+    });
     add(precision + "laset_A", "nuv", n, bytes_written(bytes<T>(n)), [=] {
       return [=, a = square<T>(n)]() mutable { routine_call::laset('A', n, n, T(1), T(2), {a.data(), n}); };
     });

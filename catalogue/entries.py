@@ -117,14 +117,11 @@ class Published:
 class Catalogue:
     routines: list = field(default_factory=list)
     services: list = field(default_factory=list)
-    # Exported names of stubs whose routines no layer has yet. No header offers them.
-    bare_stubs: list = field(default_factory=list)
     published: list = field(default_factory=list)
 
     def add(self, other):
         self.routines += other.routines
         self.services += other.services
-        self.bare_stubs += other.bare_stubs
         self.published += other.published
 
 
@@ -213,12 +210,9 @@ def parse(text, file_name="catalogue"):
             if kind == "layer_family":
                 layer_family = rest
                 continue
-            if not meaning and kind not in ("layer_stub", *PUBLISHED_KINDS):
+            if kind in ROUTINE_KINDS + SERVICE_KINDS and not meaning:
                 raise CatalogueError("an entry needs a meaning")
-            if kind == "layer_stub":
-                new_names = parse_bare_stubs(rest)
-                catalogue.bare_stubs += new_names
-            elif kind in PUBLISHED_KINDS:
+            if kind in PUBLISHED_KINDS:
                 parsed = parse_published(kind, rest)
                 catalogue.published += parsed
                 new_names = [p.name for p in parsed]
@@ -267,14 +261,6 @@ def parse_routine(kind, rest, meaning, family, layer_family):
     routine = Routine(kind, precisions, pattern, parsed, result or "void", meaning, family, layer_family, alias or "")
     check_workspaces(routine)
     return routine
-
-
-def parse_bare_stubs(rest):
-    precisions, *patterns = rest.split()
-    for pattern in patterns:
-        if not re.fullmatch(r"\?\w+", pattern):
-            raise CatalogueError(f"not the name of a layer stub: '{pattern}'")
-    return [PREFIX["layer"] + pattern.replace("?", p) for pattern in patterns for p in parse_precisions(precisions)]
 
 
 def parse_published(kind, rest):

@@ -319,7 +319,6 @@ def emit_stubs(catalogue):
     for routine in catalogue.routines:
         if routine.kind in STUB_MACRO:
             out += [f"{STUB_MACRO[routine.kind]} {name}, {name}" for _, name in exported_names(routine)]
-    out += [f"{STUB_MACRO['layer']} {name}, {name}" for name in catalogue.bare_stubs]
     return "\n".join(out) + "\n"
 
 
@@ -333,7 +332,7 @@ def emit_isa_stubs(catalogue, *kinds):
 
 def exports(catalogue):
     """Library -> sorted exported names."""
-    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"] + catalogue.bare_stubs
+    lapack = [s.name for s in catalogue.services if s.kind != "layer_only"]
     kernel = [s.target for s in catalogue.services if s.kind == "kernel_service"]
     layer = [s.target for s in catalogue.services if s.kind in ("layer_service", "layer_only")]
     for routine in catalogue.routines:

@@ -51,13 +51,11 @@ void swap_columns(Int m, Matrix<T> X, Int i, Int j) {
   if (m > 0) std::swap_ranges(X.at(1, i), X.at(m + 1, i), X.at(1, j));
 }
 
-}  // namespace
-
-// A place of k is negative until its cycle has been walked.
-template <Scalar T>
-void lapmt(Logical forward, Int m, Int n, T* x, Int ldx, Int* k) {
+/// Carries out a permutation k of 1 ... n by exchanges of two places each; a place of k is negative until its cycle has
+/// been walked.
+template <class Exchange>
+void walk_cycles(Logical forward, Int n, Int* k, Exchange exchange) {
   if (n <= 1) return;
-  const Matrix X{x, ldx};
   const auto negate = [&](Int i) { return k[i - 1] = -k[i - 1]; };
   for (Int i = 1; i <= n; ++i) negate(i);
   for (Int i = 1; i <= n; ++i) {
@@ -65,17 +63,59 @@ void lapmt(Logical forward, Int m, Int n, T* x, Int ldx, Int* k) {
     Int next = negate(i);
     if (is_true(forward)) {
       for (Int place = i; k[next - 1] < 0;) {
-        swap_columns(m, X, place, next);
+        exchange(place, next);
         place = next;
         next = negate(place);
       }
     } else {
       while (next != i) {
-        swap_columns(m, X, i, next);
+        exchange(i, next);
         next = negate(next);
       }
     }
   }
+}
+
+/// The last of m elements that is not zero, counted from one, or 0.
+template <Scalar T>
+Int last_nonzero(Int m, const T* x) {
+  while (m > 0 && x[m - 1] == T(0)) --m;
+  return std::max(m, 0);
+}
+
+}  // namespace
+
+template <Scalar T>
+void lapmt(Logical forward, Int m, Int n, T* x, Int ldx, Int* k) {
+  const Matrix X{x, ldx};
+  walk_cycles(forward, n, k, [&](Int i, Int j) { swap_columns(m, X, i, j); });
+}
+
+// Column by column, since rows lie far apart.
+template <Scalar T>
+void lapmr(Logical forward, Int m, Int n, T* x, Int ldx, Int* k) {
+  const Matrix X{x, ldx};
+  for (Int column = 1; column <= n; ++column) {
+    walk_cycles(forward, m, k, [&](Int i, Int j) { std::swap(X(i, column), X(j, column)); });
+  }
+}
+
+template <Scalar T>
+Int ilalc(Int m, Int n, const T* a, Int lda) {
+  const Matrix A{a, lda};
+  while (n > 0 && last_nonzero(m, A.at(1, n)) == 0) --n;
+  return std::max(n, 0);
+}
+
+template <Scalar T>
+Int ilalr(Int m, Int n, const T* a, Int lda) {
+  const Matrix A{a, lda};
+  Int last = 0;
+  for (Int j = 1; j <= n; ++j) {
+    // Only what lies below the last row so far is of interest.
+    if (last < m) last += last_nonzero(m - last, A.at(last + 1, j));
+  }
+  return last;
 }
 
 template <ComplexScalar T>

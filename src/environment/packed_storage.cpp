@@ -4,6 +4,7 @@
 
 #include "base/matrix.hpp"
 #include "blas.hpp"
+#include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 
 namespace nuv {
@@ -38,6 +39,34 @@ void ppunpack(char uplo, const T* ap, Int n, Int i, Int j, Int rows, Int cols, T
                [&](Int count, const T* packed, Int row, Int column) {
                  blas::copy(count, {packed, 1}, Vector{block.at(row, column), 1});
                });
+}
+
+template <Scalar T>
+void trttp(char uplo, Int n, const T* a, Int lda, T* ap, Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) {
+    info = -1;
+  } else if (n < 0) {
+    info = -2;
+  } else if (lda < std::max(1, n)) {
+    info = -4;
+  }
+  if (info != 0) return report_bad_argument<T>("TRTTP", info);
+  pppack(uplo, ap, n, 1, 1, n, n, a, lda);
+}
+
+template <Scalar T>
+void tpttr(char uplo, Int n, const T* ap, T* a, Int lda, Int& info) {
+  info = 0;
+  if (!is_one_of(uplo, 'U', 'L')) {
+    info = -1;
+  } else if (n < 0) {
+    info = -2;
+  } else if (lda < std::max(1, n)) {
+    info = -5;
+  }
+  if (info != 0) return report_bad_argument<T>("TPTTR", info);
+  ppunpack(uplo, ap, n, 1, 1, n, n, a, lda);
 }
 
 }  // namespace nuv

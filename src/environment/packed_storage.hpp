@@ -38,4 +38,24 @@ void pppack(char uplo, T* ap, Int n, Int i, Int j, Int rows, Int cols, const T* 
 template <Scalar T>
 void ppunpack(char uplo, const T* ap, Int n, Int i, Int j, Int rows, Int cols, T* a, Int lda);
 
+/// Copies a triangle of a full matrix into packed storage.
+///
+/// uplo    'U': the upper triangle, 'L': the lower one
+/// n       order, >= 0
+/// a       n by n, lda >= max(1, n); the other triangle is not looked at
+/// ap      n (n + 1) / 2 elements out
+/// info    0, or -k: argument k was bad (reported)
+template <Scalar T>
+void trttp(char uplo, Int n, const T* a, Int lda, T* ap, Int& info);
+
+/// Copies a packed triangle into a full matrix.
+///
+/// uplo    'U': the upper triangle, 'L': the lower one
+/// n       order, >= 0
+/// ap      n (n + 1) / 2 elements
+/// a       n by n, lda >= max(1, n); the triangle out, the other one is not touched
+/// info    0, or -k: argument k was bad (reported)
+template <Scalar T>
+void tpttr(char uplo, Int n, const T* ap, T* a, Int lda, Int& info);
+
 }  // namespace nuv

@@ -99,6 +99,17 @@ void lartg(R f, R g, R& cs, R& sn, R& r) {
   }
 }
 
+/// The same rotation, or its opposite where r would be negative.
+template <RealScalar R>
+void lartgp(R f, R g, R& cs, R& sn, R& r) {
+  lartg(f, g, cs, sn, r);
+  if (r < 0) {
+    cs = negated(cs);
+    sn = negated(sn);
+    r = negated(r);
+  }
+}
+
 /// The complex rotation, with cs real:
 ///
 ///     [     cs    sn ] [ f ]   [ r ]

@@ -23,8 +23,7 @@ namespace nuv {
 /// a       m by n, lda >= max(1, m); out, the triangle of V^H A Q^H above, whose first n - p columns hold R11
 /// b       p by n, ldb >= max(1, p); out, T12 in the last p columns, and the reflectors of Q before it
 /// c       m elements; right-hand side in; out, elements n - p + 1 to m hold numbers whose sum of squares is that of
-/// the
-///         residual
+///         the residual
 /// d       p elements; right-hand side of the constraints in; destroyed
 /// x       n elements, the solution out
 /// work    lwork elements; work(1) returns the best lwork, also where an argument is bad

@@ -23,7 +23,13 @@ struct Pair {
   Matrix<T> A, B, U, V, Q;
   PairJobs jobs;
 
-  PairArguments arguments() const { return {jobs, m, p, n, A.ld, B.ld, U.ld, V.ld, Q.ld}; }
+  /// 0, or minus the position of the first bad argument.
+  Int check() const {
+    const PairArguments arguments{jobs, m, p, n, A.ld, B.ld, U.ld, V.ld, Q.ld};
+    return arguments.check(false, {m, n, p}, {.lda = 10, .ldb = 12, .ldu = 16});
+  }
+
+  std::int64_t least_lwork() const { return std::max<std::int64_t>({1, 3 * std::int64_t{n}, m, p}) + n; }
 };
 
 template <RealScalar T>
@@ -70,9 +76,6 @@ template <Scalar T>
 void decompose(const Pair<T>& pair, Int& k, Int& l, Real<T>* alpha, Real<T>* beta, T* work, Real<T>* rwork,
                Real<T>* sorted, Int* iwork, Int& info) {
   const auto& [m, n, p, A, B, U, V, Q, jobs] = pair;
-  info = pair.arguments().check(false, {m, n, p}, {.lda = 10, .ldb = 12, .ldu = 16});
-  if (info != 0) return report_bad_argument<T>("GGSVD", info);
-
   const Real<T> tola = tolerance(m, n, A), tolb = tolerance(p, n, B);
   reduce(pair, tola, tolb, k, l, iwork, work, work + n, rwork);
   Int ncycle;
@@ -83,20 +86,52 @@ void decompose(const Pair<T>& pair, Int& k, Int& l, Real<T>* alpha, Real<T>* bet
   sort_down(k + 1, std::min(k + l, m), sorted, iwork);
 }
 
+template <Scalar T>
+void decompose_checked(const Pair<T>& pair, Int& k, Int& l, Real<T>* alpha, Real<T>* beta, T* work, Real<T>* rwork,
+                       Real<T>* sorted, Int* iwork, Int& info) {
+  info = pair.check();
+  if (info != 0) return report_bad_argument<T>("GGSVD", info);
+  decompose(pair, k, l, alpha, beta, work, rwork, sorted, iwork, info);
+}
+
+template <Scalar T>
+void decompose_checked(const Pair<T>& pair, Int& k, Int& l, Real<T>* alpha, Real<T>* beta, T* work, Int lwork,
+                       Real<T>* rwork, Real<T>* sorted, Int* iwork, Int& info) {
+  info = pair.check();
+  if (info == 0 && lwork < pair.least_lwork() && lwork != -1) info = -22;
+  if (info != 0) return report_bad_argument<T>("GGSVD3", info);
+  if (lwork != -1) decompose(pair, k, l, alpha, beta, work, rwork, sorted, iwork, info);
+  work[0] = as_work_size<T>(pair.least_lwork());
+}
+
 }  // namespace
 
 template <RealScalar T>
 void ggsvd(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb, T* alpha,
            T* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Int* iwork, Int& info) {
-  decompose<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha, beta, work,
-               nullptr, work, iwork, info);
+  decompose_checked<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha,
+                       beta, work, nullptr, work, iwork, info);
 }
 template <ComplexScalar T>
 void ggsvd(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb,
            Real<T>* alpha, Real<T>* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Real<T>* rwork,
            Int* iwork, Int& info) {
-  decompose<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha, beta, work,
-               rwork, rwork, iwork, info);
+  decompose_checked<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha,
+                       beta, work, rwork, rwork, iwork, info);
+}
+
+template <RealScalar T>
+void ggsvd3(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb,
+            T* alpha, T* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Int lwork, Int* iwork, Int& info) {
+  decompose_checked<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha,
+                       beta, work, lwork, nullptr, work, iwork, info);
+}
+template <ComplexScalar T>
+void ggsvd3(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb,
+            Real<T>* alpha, Real<T>* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Int lwork,
+            Real<T>* rwork, Int* iwork, Int& info) {
+  decompose_checked<T>({m, n, p, {a, lda}, {b, ldb}, {u, ldu}, {v, ldv}, {q, ldq}, {jobu, jobv, jobq}}, k, l, alpha,
+                       beta, work, lwork, rwork, rwork, iwork, info);
 }
 
 }  // namespace nuv

@@ -50,4 +50,18 @@ void ggsvd(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l,
            Real<T>* alpha, Real<T>* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Real<T>* rwork,
            Int* iwork, Int& info);
 
+/// The same with workspace whose length is told.
+///
+/// work    lwork elements; work(1) returns the best lwork, which is the least
+/// lwork   at least max(1, 3 n, m, p) + n; -1 asks for the best and does nothing else
+template <RealScalar T>
+void ggsvd3(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb,
+            T* alpha, T* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Int lwork, Int* iwork, Int& info);
+
+/// rwork   2 n elements
+template <ComplexScalar T>
+void ggsvd3(char jobu, char jobv, char jobq, Int m, Int n, Int p, Int& k, Int& l, T* a, Int lda, T* b, Int ldb,
+            Real<T>* alpha, Real<T>* beta, T* u, Int ldu, T* v, Int ldv, T* q, Int ldq, T* work, Int lwork,
+            Real<T>* rwork, Int* iwork, Int& info);
+
 }  // namespace nuv

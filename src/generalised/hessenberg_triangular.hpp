@@ -13,8 +13,7 @@ namespace nuv {
 /// compq   'N': Q is not wanted, 'I': q := Q, 'V': q := q Q, for the q of a QR factorisation that made B triangular
 /// compz   'N': Z is not wanted, 'I': z := Z, 'V': z := z Z
 /// ilo, ihi  A is upper triangular already in rows and columns outside, as ggbal leaves it; 1 and n if nothing is
-/// known.
-///           1 <= ilo, ilo - 1 <= ihi <= n; 1 and 0 if n is zero
+///         known. 1 <= ilo, ilo - 1 <= ihi <= n; 1 and 0 if n is zero
 /// a       n by n, lda >= max(1, n); out H, with zeros below its subdiagonal
 /// b       n by n, ldb >= max(1, n), upper triangular: what stands below the diagonal is not read. Out T, with zeros
 ///         there

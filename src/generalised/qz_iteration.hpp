@@ -14,8 +14,7 @@ namespace nuv {
 /// compq   'N': Q is not wanted, 'I': q := Q, 'V': q := q Q
 /// compz   'N': Z is not wanted, 'I': z := Z, 'V': z := z Z
 /// ilo, ihi  H is upper triangular already in rows and columns outside, as ggbal leaves it; 1 and n if nothing is
-/// known.
-///           1 <= ilo, ilo - 1 <= ihi <= n; 1 and 0 if n is zero
+///         known. 1 <= ilo, ilo - 1 <= ihi <= n; 1 and 0 if n is zero
 /// h       n by n, ldh >= n, upper Hessenberg; out, with job 'S' and info = 0, the quasi-triangular S, whose 2 by 2
 ///         diagonal blocks belong to conjugate pairs; of no use with job 'E'
 /// t       n by n, ldt >= n, upper triangular; out, with job 'S' and info = 0, the triangular P, whose diagonal is not

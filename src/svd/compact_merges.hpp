@@ -46,8 +46,7 @@ namespace nuv {
 /// d       n elements: the values of the halves, with one place between them that is not looked at, in; those of the
 ///         whole out, in the order of idxq
 /// idxq    n places: the permutations that sort each half, with one place between them that is not looked at, in; the
-/// one
-///         that sorts the whole into increasing order out
+///         one that sorts the whole into increasing order out
 /// z       m elements
 /// work    4 m elements;  iwork  3 n places
 template <RealScalar T>

@@ -74,8 +74,7 @@ R negligible_in_merge(const MergedHalves& halves, const R* d, R alpha, R beta) {
 ///
 /// d       n elements by slots
 /// idxq    n places: first the permutation that sorts the first half, its places counted from one; behind one place
-/// that
-///         is not looked at that of the second half
+///         that is not looked at that of the second half
 /// sorted, merged   n places of scratch memory
 template <RealScalar R>
 void sort_slots(const MergedHalves& halves, const R* d, const Int* idxq, R* sorted, Int* merged, Int* order) {

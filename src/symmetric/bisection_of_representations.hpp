@@ -9,7 +9,7 @@
 // lld     n - 1 elements l(i)^2 d(i)
 // pivmin  least magnitude of a pivot of T; intervals narrower than twice of it are not halved
 // spdiam  diameter of the spectrum, for the limit of halvings
-// w, werr approximate values, and how far they may be off: value i stands at w(i - offset), werr(i - offset)
+// w, werr  approximate values, and how far they may be off: value i stands at w(i - offset), werr(i - offset)
 
 #include "base/types.hpp"
 
@@ -47,7 +47,7 @@ void larrj(Int n, const R* d, const R* e2, Int ifirst, Int ilast, R rtol, Int of
 ///
 /// gl, gu  an interval that holds the spectrum
 /// reltol  the interval is narrow enough if its width is below reltol times its larger end
-/// w, werr the value and how far it may be off
+/// w, werr  the value and how far it may be off
 /// info    0; -1: the interval did not become narrow enough
 template <RealScalar R>
 void larrk(Int n, Int iw, R gl, R gu, const R* d, const R* e2, R pivmin, R reltol, R& w, R& werr, Int& info);

@@ -13,8 +13,7 @@ namespace nuv {
 /// m, n    >= 0; n is not used for 'E'
 /// d       m or min(m, n) values, in ascending or descending order, singular values not negative
 /// sep     as many distances, at least eps max |d| and the smallest normal number; of a single value the largest
-/// number.
-///         Vectors for which there are more rows or columns than values have a value of zero beside them
+///         number. Vectors for which there are more rows or columns than values have a value of zero beside them
 /// info    0; -k: argument k was bad (reported), d if it is not in order
 template <RealScalar T>
 void disna(char job, Int m, Int n, const T* d, T* sep, Int& info);

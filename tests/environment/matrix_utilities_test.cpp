@@ -1,7 +1,11 @@
-// Setting, copying, permuting and conjugating: ?laset, ?lacpy, ?lapmt, ?lacgv.
+// Setting, copying, permuting and conjugating, and the last of what is not zero: ?laset, ?lacpy, ?lapmt, ?lapmr,
+// ?lacgv, ila?lc, ila?lr.
 
 #include <algorithm>
+#include <complex>
+#include <limits>
 #include <numeric>
+#include <utility>
 
 #include "routines.hpp"
 #include "support/options.hpp"
@@ -109,48 +113,105 @@ std::vector<Int> random_permutation(Random& random, Int n) {
   return k;
 }
 
-TYPED_TEST(MatrixUtilities, PermutesColumnsAndRestoresThePermutation) {
-  using T = TypeParam;
-  for (const Int m : {0, 1, 5}) {
-    for (const Int n : {0, 1, 2, 3, 4, 10, 31}) {
+/// lapmt or lapmr, and which element of the matrix that is given comes to place (i, j).
+struct Columns {
+  static Int places(Int, Int n) { return n; }
+  static void permute(Logical forward, Int m, Int n, auto X, Int* k) { routine_call::lapmt(forward, m, n, X, k); }
+  static std::pair<Int, Int> source(Int i, Int j, const GuardedVector<Int>& k) { return {i, k(j)}; }
+};
+struct Rows {
+  static Int places(Int m, Int) { return m; }
+  static void permute(Logical forward, Int m, Int n, auto X, Int* k) { routine_call::lapmr(forward, m, n, X, k); }
+  static std::pair<Int, Int> source(Int i, Int j, const GuardedVector<Int>& k) { return {k(i), j}; }
+};
+
+template <Scalar T, class Lines>
+void expect_permuted(Random& random, Int m, Int n) {
+  const std::vector<Int> permutation = random_permutation(random, Lines::places(m, n));
+  for (const Logical forward : {to_logical(true), to_logical(false), Logical{1}}) {
+    GuardedMatrix<T> X = random_matrix<T>(random, m, n, m + 2);
+    GuardedVector<Int> k(Lines::places(m, n));
+    for (Int i = 1; i <= k.size(); ++i) k(i) = permutation[std::size_t(i - 1)];
+    k.seal();
+    Lines::permute(forward, m, n, Matrix<T>(X), k.data());
+    EXPECT_TRUE(k.unchanged());
+    EXPECT_TRUE(X.guards_unchanged());
+    for (Int j = 1; j <= n; ++j) {
+      for (Int i = 1; i <= m; ++i) {
+        const auto [row, column] = Lines::source(i, j, k);
+        if (forward != 0) {
+          EXPECT_EQ(X(i, j), X.sealed(row, column));
+        } else {
+          EXPECT_EQ(X(row, column), X.sealed(i, j));
+        }
+      }
+    }
+    Lines::permute(forward != 0 ? 0 : 1, m, n, Matrix<T>(X), k.data());
+    EXPECT_TRUE(k.unchanged());
+    EXPECT_TRUE(X.unchanged());
+  }
+}
+
+TYPED_TEST(MatrixUtilities, PermutesAndRestoresThePermutation) {
+  for (const Int lines : {0, 1, 2, 3, 4, 10, 31}) {
+    for (const Int across : {0, 1, 5}) {
       for (int repetition = 0; repetition < 4; ++repetition) {
-        const std::vector<Int> permutation = random_permutation(this->random, n);
-        for (const Logical forward : {to_logical(true), to_logical(false), Logical{1}}) {
-          GuardedMatrix<T> X = random_matrix<T>(this->random, m, n, m + 2);
-          GuardedVector<Int> k(n);
-          for (Int i = 1; i <= n; ++i) k(i) = permutation[std::size_t(i - 1)];
-          k.seal();
-          routine_call::lapmt(forward, m, n, X, k.data());
-          EXPECT_TRUE(k.unchanged());
-          EXPECT_TRUE(X.guards_unchanged());
-          for (Int j = 1; j <= n; ++j) {
-            for (Int i = 1; i <= m; ++i) {
-              if (forward != 0) {
-                EXPECT_EQ(X(i, j), X.sealed(i, k(j)));
-              } else {
-                EXPECT_EQ(X(i, k(j)), X.sealed(i, j));
-              }
-            }
-          }
-          routine_call::lapmt(forward != 0 ? 0 : 1, m, n, X, k.data());
-          EXPECT_TRUE(k.unchanged());
-          EXPECT_TRUE(X.unchanged());
+        expect_permuted<TypeParam, Columns>(this->random, across, lines);
+        expect_permuted<TypeParam, Rows>(this->random, lines, across);
+      }
+    }
+  }
+}
+
+TYPED_TEST(MatrixUtilities, LeavesThePermutationOfOneLine) {
+  using T = TypeParam;
+  GuardedMatrix<T> X = random_matrix<T>(this->random, 3, 3, 3);
+  for (const Logical forward : {to_logical(true), to_logical(false)}) {
+    for (const Int lines : {-1, 0, 1}) {
+      Int k = -7;
+      routine_call::lapmt(forward, 3, lines, X, &k);
+      routine_call::lapmr(forward, lines, 3, X, &k);
+      EXPECT_EQ(k, -7);
+      EXPECT_TRUE(X.unchanged());
+    }
+  }
+}
+
+// -------------------------------------------------------------------------------------------- the last of what is not
+// zero
+
+TYPED_TEST(MatrixUtilities, FindsTheLastRowAndColumnThatAreNotZero) {
+  using T = TypeParam;
+  using R = Real<T>;
+  // A number without a real part, as well; signs of zeros do not count.
+  T some(1);
+  if constexpr (ComplexScalar<T>) some = T(0, 1);
+  for (const auto& [m, n] : {Shape{1, 1}, {1, 4}, {5, 1}, {4, 6}, {6, 3}}) {
+    for (const T value : {some, T(std::numeric_limits<R>::denorm_min()), T(std::numeric_limits<R>::quiet_NaN())}) {
+      for (Int row = 1; row <= m; ++row) {
+        for (Int column = 1; column <= n; ++column) {
+          GuardedMatrix<T> A(m, n, m + 2);
+          for (Int j = 1; j <= n; ++j) std::fill_n(&A(1, j), m, T(R(-0.0)));
+          A(row, column) = value;
+          EXPECT_EQ(routine_call::ilalc(m, n, A), column);
+          EXPECT_EQ(routine_call::ilalr(m, n, A), row);
+          A(m, 1) = some;  // the last of rows and of columns may be those of two elements
+          EXPECT_EQ(routine_call::ilalc(m, n, A), column);
+          EXPECT_EQ(routine_call::ilalr(m, n, A), m);
         }
       }
     }
   }
 }
 
-TYPED_TEST(MatrixUtilities, LeavesThePermutationOfOneColumn) {
+TYPED_TEST(MatrixUtilities, FindsNoLastRowOrColumnOfZeros) {
   using T = TypeParam;
-  GuardedMatrix<T> X = random_matrix<T>(this->random, 3, 1, 3);
-  for (const Logical forward : {to_logical(true), to_logical(false)}) {
-    for (const Int n : {-1, 0, 1}) {
-      Int k = -7;
-      routine_call::lapmt(forward, 3, n, X, &k);
-      EXPECT_EQ(k, -7);
-      EXPECT_TRUE(X.unchanged());
-    }
+  for (const Shape shape : shapes) {
+    const auto [m, n] = shape;
+    GuardedMatrix<T> A(m, n, m + 1);
+    for (Int j = 1; j <= n; ++j) std::fill_n(A.data() + std::ptrdiff_t(j - 1) * A.ld(), m, T(0));
+    EXPECT_EQ(routine_call::ilalc(m, n, A), 0);
+    EXPECT_EQ(routine_call::ilalr(m, n, A), 0);
   }
 }
 

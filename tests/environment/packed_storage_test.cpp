@@ -1,6 +1,7 @@
-// The bridge between packed and full storage: ?pppack, ?ppunpack.
+// The bridge between packed and full storage: ?pppack, ?ppunpack, ?trttp, ?tpttr.
 
 #include "routines.hpp"
+#include "support/argument_checks.hpp"
 #include "support/options.hpp"
 #include "support/packed.hpp"
 #include "support/precisions.hpp"
@@ -36,7 +37,7 @@ void for_each_block(Visit visit) {
 }
 
 template <class T>
-class PackedStorage : public testing::Test {
+class PackedStorage : public ReportingTest {
  protected:
   Random random{3};
 };
@@ -80,6 +81,79 @@ TYPED_TEST(PackedStorage, PacksWhatABlockHasInTheTriangle) {
     ASSERT_TRUE(ap.guards_unchanged());
     ASSERT_TRUE(unpacked(is_upper(uplo), n, ap).same_as(expected)) << uplo << n << ' ' << i << ' ' << j;
   });
+}
+
+// -------------------------------------------------------------------------------------------------------- whole
+// triangles
+
+/// Valid arguments of both routines for order 3.
+template <Scalar T>
+struct WholeTriangle {
+  char uplo = 'L';
+  Int n = 3, lda = 5, info = 99;
+  GuardedMatrix<T> A{3, 3, 5};
+  GuardedVector<T> ap{6};
+
+  Matrix<T> a() { return {A.data(), lda}; }
+  bool unchanged() const { return A.unchanged() && ap.unchanged(); }
+};
+
+template <Scalar T>
+struct TrttpCall : WholeTriangle<T> {
+  static constexpr int position_of_lda = 4;
+
+  Int run() {
+    routine_call::trttp(this->uplo, this->n, this->a(), this->ap.data(), this->info);
+    return this->info;
+  }
+};
+template <Scalar T>
+struct TpttrCall : WholeTriangle<T> {
+  static constexpr int position_of_lda = 5;
+
+  Int run() {
+    routine_call::tpttr(this->uplo, this->n, this->ap.data(), this->a(), this->info);
+    return this->info;
+  }
+};
+
+TYPED_TEST(PackedStorage, HoldsWholeTriangles) {
+  using T = TypeParam;
+  for (const Int n : {0, 1, 2, 7, 40}) {
+    for (const char uplo : {'U', 'u', 'L', 'l'}) {
+      const GuardedMatrix<T> A = random_matrix<T>(this->random, n, n, n + 2);
+      GuardedVector<T> ap(packed_size(n));
+      Int info = 99;
+      routine_call::trttp(uplo, n, A, ap.data(), info);
+      EXPECT_EQ(info, 0);
+      EXPECT_TRUE(A.unchanged());
+      EXPECT_TRUE(ap.same_as(packed(is_upper(uplo), A))) << uplo << n;
+
+      ap.seal();
+      GuardedMatrix<T> B(n, n, n + 1);
+      info = 99;
+      routine_call::tpttr(uplo, n, ap.data(), B, info);
+      EXPECT_EQ(info, 0);
+      EXPECT_TRUE(ap.unchanged());
+      EXPECT_TRUE(B.unchanged_except([&](Int i, Int j) { return is_in_triangle(uplo, i, j); })) << uplo << n;
+      for_each_packed(is_upper(uplo), n, [&](Int i, Int j, Int) { EXPECT_EQ(B(i, j), A(i, j)) << uplo << n; });
+    }
+  }
+}
+
+template <class Call>
+void expect_checks(const std::string& name) {
+  expect_argument_checks<Call>(name, {{1, [](Call& c) { c.uplo = 'A'; }},
+                                      {2, [](Call& c) { c.n = -1; }},
+                                      {Call::position_of_lda, [](Call& c) { c.lda = 2; }}});
+  Call empty;
+  empty.n = empty.lda = 0;
+  expect_report(empty, name, Call::position_of_lda);
+}
+
+TYPED_TEST(PackedStorage, ChecksArgumentsOfWholeTriangles) {
+  expect_checks<TrttpCall<TypeParam>>(reported_name<TypeParam>("TRTTP"));
+  expect_checks<TpttrCall<TypeParam>>(reported_name<TypeParam>("TPTTR"));
 }
 
 }  // namespace

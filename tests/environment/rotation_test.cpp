@@ -135,6 +135,34 @@ TYPED_TEST(RealRotation, IsNearTheExactOne) {
   EXPECT_TRUE(r_error.is_within(1));
 }
 
+/// Of the rotation and its opposite the one that leaves a number that is not negative.
+TYPED_TEST(RealRotation, WithoutNegativeResult) {
+  using R = TypeParam;
+  const auto found = [](R f, R g) {
+    Rotation<R> rotation(guard<R>(), guard<R>(), guard<R>());
+    routine_call::lartgp(f, g, rotation.cs, rotation.sn, rotation.r);
+    return rotation;
+  };
+  EXPECT_TRUE(same(found(-4, 3), Rotation<R>(R(-0.8), R(0.6), 5)));
+  EXPECT_TRUE(same(found(-4, -3), Rotation<R>(R(-0.8), R(-0.6), 5)));
+  EXPECT_TRUE(same(found(4, -3), Rotation<R>(R(0.8), R(-0.6), 5)));
+  EXPECT_TRUE(same(found(-3, 4), Rotation<R>(R(-0.6), R(0.8), 5)));
+  EXPECT_TRUE(same(found(-2, 0), Rotation<R>(-1, 0, 2)));
+  EXPECT_TRUE(same(found(2, 0), Rotation<R>(1, 0, 2)));
+  EXPECT_TRUE(same(found(0, -2), Rotation<R>(0, -1, 2)));
+  EXPECT_TRUE(same(found(0, 2), Rotation<R>(0, 1, 2)));
+  EXPECT_TRUE(same(found(0, 0), Rotation<R>(1, 0, 0)));
+  for (const R f : sizes<R>()) {
+    for (const R g : sizes<R>()) {
+      const Rotation<R> usual(f, g), rotation = found(f, g);
+      const R sign = usual.r < 0 ? R(-1) : R(1);
+      EXPECT_TRUE(rotation.cs == sign * usual.cs && rotation.sn == sign * usual.sn && rotation.r == sign * usual.r)
+          << f << ", " << g;
+      EXPECT_GT(rotation.r, 0);
+    }
+  }
+}
+
 TYPED_TEST(ComplexRotation, WithoutSecondComponentIsNone) {
   using T = TypeParam;
   using R = Real<T>;

@@ -1,4 +1,4 @@
-// The generalised singular value decomposition: ggsvd.
+// The generalised singular value decomposition: ggsvd, ggsvd3.
 
 #include <algorithm>
 #include <array>
@@ -386,6 +386,68 @@ TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
                                    {18, [](C& c) { c.ldv = 2; }},
                                    {20, [](C& c) { c.ldq = 4; }}});
   expect_room_for_vectors<C>(name, 16, 18, 20);
+}
+
+// ----------------------------------------------------------------------------------------- with a length of workspace
+
+/// What ggsvd finds, with the least workspace, whose length it returns.
+TYPED_TEST(GeneralisedSvd, WithALengthOfWorkspaceIsTheSame) {
+  using T = TypeParam;
+  for (const PairShape& shape : std::initializer_list<PairShape>{
+           {0, 0, 0, 0, 0}, {1, 1, 0, 0, 0}, {5, 4, 6, 2, 3}, {3, 20, 5, 1, 4}, {20, 2, 4, 2, 2}}) {
+    SCOPED_TRACE(shape.text());
+    const KnownPair<T> pair(this->random, shape);
+    const GgsvdCall<T> expected = solved("UVQ", pair.A, pair.B);
+    Ggsvd3Call<T> call("UVQ", pair.A, pair.B);
+    EXPECT_EQ(call.run(), 0);
+    EXPECT_TRUE(call.k == expected.k && call.l == expected.l);
+    EXPECT_TRUE(call.A.same_as(expected.A) && call.B.same_as(expected.B));
+    EXPECT_TRUE(call.U.same_as(expected.U) && call.V.same_as(expected.V) && call.Q.same_as(expected.Q));
+    EXPECT_TRUE(call.alpha.same_as(expected.alpha) && call.beta.same_as(expected.beta));
+    EXPECT_TRUE(call.iwork.same_as(expected.iwork));
+    EXPECT_EQ(call.room(1), T(Real<T>(call.room.size())));
+  }
+}
+
+TYPED_TEST(GeneralisedSvd, TellsItsWorkspace) {
+  using T = TypeParam;
+  const std::string name = precision_letter<T> + std::string("GGSVD3");
+  for (const auto& [m, p, n] : {std::array<Int, 3>{0, 0, 0}, {2, 1, 4}, {9, 3, 2}, {3, 9, 2}}) {
+    Ggsvd3Call<T> call("UVQ", random_matrix<T>(this->random, m, n, m + 1), random_matrix<T>(this->random, p, n, p + 1));
+    const Int least = call.lwork;
+    for (const Int lwork : {0, -2, least - 1}) {
+      call.lwork = lwork;
+      expect_report(call, name, 22);
+    }
+    call.lwork = -1;
+    EXPECT_EQ(call.run(), 0);
+    EXPECT_EQ(call.room(1), T(Real<T>(least)));
+    call.room(1) = guard<T>();
+    EXPECT_TRUE(call.unchanged());
+  }
+}
+
+template <Scalar T>
+struct ValidGgsvd3 : Ggsvd3Call<T> {
+  ValidGgsvd3() : Ggsvd3Call<T>("UVQ", matrix_of_five_columns<T>(4, 7), matrix_of_five_columns<T>(3, 4)) {}
+};
+
+TYPED_TEST(GeneralisedSvd, ChecksItsArgumentsWithALengthOfWorkspace) {
+  using T = TypeParam;
+  using C = ValidGgsvd3<T>;
+  const std::string name = precision_letter<T> + std::string("GGSVD3");
+  expect_argument_checks<C>(name, {{1, [](C& c) { c.jobu = 'I'; }},
+                                   {2, [](C& c) { c.jobv = 'U'; }},
+                                   {3, [](C& c) { c.jobq = 'V'; }},
+                                   {4, [](C& c) { c.m = -1; }},
+                                   {5, [](C& c) { c.n = -1; }},
+                                   {6, [](C& c) { c.p = -1; }},
+                                   {10, [](C& c) { c.lda = 3; }},
+                                   {12, [](C& c) { c.ldb = 2; }},
+                                   {16, [](C& c) { c.ldu = 3; }},
+                                   {18, [](C& c) { c.ldv = 2; }},
+                                   {20, [](C& c) { c.ldq = 4; }},
+                                   {22, [](C& c) { c.lwork = 19; }}});
 }
 
 }  // namespace

@@ -180,6 +180,35 @@ struct GgsvdCall : PairArrays<T> {
   }
 };
 
+template <Scalar T>
+struct Ggsvd3Call : GgsvdCall<T> {
+  using Arrays = PairArrays<T>;
+  using Arrays::jobu, Arrays::jobv, Arrays::jobq, Arrays::m, Arrays::p, Arrays::n, Arrays::k, Arrays::l, Arrays::info;
+  using GgsvdCall<T>::alpha, GgsvdCall<T>::beta, GgsvdCall<T>::rwork, GgsvdCall<T>::iwork;
+
+  GuardedVector<T> room;
+  Int lwork;
+
+  Ggsvd3Call(const char* jobs, const GuardedMatrix<T>& A, const GuardedMatrix<T>& B)
+      : GgsvdCall<T>(jobs, A, B), room(std::max(1, this->work_size()) + n), lwork(room.size()) {}
+
+  Int run() {
+    if constexpr (ComplexScalar<T>) {
+      routine_call::ggsvd3(jobu, jobv, jobq, m, n, p, k, l, this->a(), this->b(), alpha.data(), beta.data(), this->u(),
+                           this->v(), this->q(), room.data(), lwork, rwork.data(), iwork.data(), info);
+    } else {
+      routine_call::ggsvd3(jobu, jobv, jobq, m, n, p, k, l, this->a(), this->b(), alpha.data(), beta.data(), this->u(),
+                           this->v(), this->q(), room.data(), lwork, iwork.data(), info);
+    }
+    this->expect_guards();
+    EXPECT_TRUE(alpha.guards_unchanged() && beta.guards_unchanged() && rwork.guards_unchanged());
+    EXPECT_TRUE(room.guards_unchanged() && iwork.guards_unchanged());
+    return info;
+  }
+
+  bool unchanged() const { return GgsvdCall<T>::unchanged() && room.unchanged(); }
+};
+
 /// Ways to want U, V and Q, or not.
 inline constexpr const char* wanted_vectors[] = {"NNN", "nnn", "Unn", "nVN", "NnQ", "uvN", "uNq", "Nvq", "uvq"};
 

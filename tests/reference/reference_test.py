@@ -20,7 +20,7 @@ sys.path.insert(0, str(ROOT / "interfaces" / "reference"))
 import generate  # noqa: E402, which knows where the others are
 import calls  # noqa: E402
 from completion import bash_completion  # noqa: E402
-from descriptions import Descriptions, joined, papers, parse_comment  # noqa: E402
+from descriptions import FIRST_OF_ROW, Descriptions, joined, papers, parse_comment  # noqa: E402
 from entries import Catalogue  # noqa: E402
 from fortran_module import emit_module  # noqa: E402
 from man_pages import document_page, escape  # noqa: E402
@@ -66,7 +66,35 @@ def row(page, name):
     return next(r for v in pages()[page].variants for r in v.rows if r.name == name)
 
 
+def torn_rows(lines):
+    """Numbers of the lines of comments that go on with a row of a table, by what they begin with, and stand at the margin, where
+    pages lose them: formatters wrap what is too long so. A sentence behind a table begins with a capital."""
+    in_table = False
+    for number, line in enumerate(lines, 1):
+        text = re.sub("^///? ?", "", line)
+        if not line.startswith("//") or not text:
+            in_table = False
+        elif FIRST_OF_ROW.match(text):
+            in_table = True
+        elif not text.startswith("  "):
+            if in_table and re.match(r"[a-z(\d]", text) and "  " not in text:
+                yield number
+            in_table = False
+
+
 class Comments(unittest.TestCase):
+    def test_rows_are_not_torn(self):
+        torn = ["// a  which is", "// long", "/// a  which", "///    is", "/// (long)"]
+        whole = ["// a  which is", "//    long", "// b  more", "// Then text", "// goes on.", "/// a  one", "/// f(a)  two", "///",
+                 "/// behind", "int code;", "// a word", "// more"]
+        self.assertEqual((list(torn_rows(torn)), list(torn_rows(whole))), ([2, 5], []))
+
+    def test_no_row_is_torn_in_this_tree(self):
+        sources = [f for folder in ("src", "kernels", "threading") for f in sorted((ROOT / folder).rglob("*.[ch]pp"))]
+        self.assertGreater(len(sources), 300)
+        found = [f"{f.relative_to(ROOT)}:{number}" for f in sources for number in torn_rows(f.read_text().splitlines())]
+        self.assertEqual(found, [])
+
     def test_a_table_with_all_its_forms(self):
         comment = parse_comment(
             "Does things.\n\nm, n    sizes\na...    matrices, which\n        run on;  ipiv  pivots. Not;  this\nn1 ... n4  four\n\nMore.",
