@@ -223,6 +223,7 @@ void add_routines(int neighbours, int n) {
 
 int main(int argc, char** argv) {
   using namespace nuv::bench;
+  benchmark::AddCustomContext("threads", std::to_string(nuv_thread_get_num_threads()));
   for (const int neighbours : {0, 1, 4}) {
     for (const int n : {300, 700, 1500, 2000}) add_routines(neighbours, n);
   }

@@ -1,6 +1,7 @@
 # Runs the catalogue's generator whenever an entry or the generator changes. Every library depends on target `catalogue`.
 
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
+find_package(Python3 QUIET COMPONENTS Interpreter)
+nuv_need(Python3_FOUND "Python 3" build)
 
 file(GLOB NUV_CATALOGUE_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalogue/*.cat)
 file(GLOB NUV_GENERATOR_FILES CONFIGURE_DEPENDS

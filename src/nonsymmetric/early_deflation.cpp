@@ -5,6 +5,7 @@
 
 #include "blas.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/hermitian.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "environment/service_math.hpp"
@@ -14,7 +15,6 @@
 #include "nonsymmetric/hessenberg_reduction.hpp"
 #include "nonsymmetric/multishift_qr.hpp"
 #include "nonsymmetric/schur_reordering.hpp"
-#include "orthogonal/conjugated.hpp"
 #include "orthogonal/householder.hpp"
 #include "orthogonal/q_of_reductions.hpp"
 

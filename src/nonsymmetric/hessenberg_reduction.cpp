@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/matrix_utilities.hpp"
 #include "frame/error_report.hpp"
-#include "orthogonal/conjugated.hpp"
 #include "orthogonal/householder.hpp"
 
 namespace nuv {

@@ -62,7 +62,7 @@ void apply_one_by_one(const Application<T>& problem, T* work) {
   const StoredReflectors<T> V = problem.reflectors();
   problem.for_each_block(1, [&](Range one) {
     const Int i = one.first;
-    const AsVector<T> turned(V, i, V.tail(i));
+    const auto turned = as_vector(V, i, V.tail(i));
     // A row holds the conjugate of its reflector, so that Q takes the adjoints of the reflectors proper.
     const T factor = problem.tau[i - 1];
     const T tau = problem.plain() == V.columnwise() ? factor : conjugate(factor);

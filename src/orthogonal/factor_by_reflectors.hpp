@@ -26,7 +26,7 @@ void factor_unblocked(const StoredReflectors<T>& lines, T* tau, T* work) {
   for (Int step = 1; step <= k; ++step) {
     const Int i = lines.forward() ? step : k + 1 - step, line = lines.line(i, k);
     const Range reach = lines.reach(line), tail = lines.tail(line);
-    const AsVector<T> turned(lines, line, reach);
+    const auto turned = as_vector(lines, line, reach);
     const Vector<T> others = lines.along(tail.first, line);
     larfg(reach.count, lines(lines.unit(line), line), others.data, others.inc, tau[i - 1]);
     apply_reflector_beyond(lines, line, lines.columnwise() ? conjugate(tau[i - 1]) : tau[i - 1], work);

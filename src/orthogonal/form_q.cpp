@@ -29,7 +29,7 @@ void form_one_by_one(const StoredReflectors<T>& lines, Int k, const T* tau, T* w
     const Range tail = lines.tail(line);
     const T factor = lines.columnwise() ? tau[i - 1] : conjugate(tau[i - 1]);
     {
-      const AsVector<T> turned(lines, line, tail);
+      const auto turned = as_vector(lines, line, tail);
       apply_reflector_beyond(lines, line, factor, work);
       if (tail.count > 0) blas::scal(tail.count, negated(tau[i - 1]), lines.along(tail.first, line));
     }

@@ -5,12 +5,12 @@
 #include <utility>
 
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/machine_constants.hpp"
 #include "environment/magnitudes.hpp"
 #include "frame/error_report.hpp"
 #include "layer.hpp"
 #include "orthogonal/apply_q.hpp"
-#include "orthogonal/conjugated.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
 #include "orthogonal/qr.hpp"
 

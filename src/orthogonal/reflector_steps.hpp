@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "environment/conjugated.hpp"
 #include "orthogonal/householder.hpp"
 #include "orthogonal/stored_reflectors.hpp"
 
@@ -13,28 +14,12 @@ namespace nuv {
 
 // ------------------------------------------------------------------------------------------------------ one reflector
 
-/// Some elements of a reflector as those of a vector, while an instance lives: where they stand in a row, as
-/// conjugates, they are conjugated, and again on the way out.
+/// Some elements of a reflector as those of a vector, while the result lives: where they stand in a row, as conjugates,
+/// they are conjugated, and again on the way out.
 template <Scalar T>
-class AsVector {
- public:
-  AsVector(const StoredReflectors<T>& V, Int i, Range elements)
-      : is_row_(!V.columnwise()), count_(elements.count), elements_(V.along(elements.first, i)) {
-    turn();
-  }
-  AsVector(const AsVector&) = delete;
-  AsVector& operator=(const AsVector&) = delete;
-  ~AsVector() { turn(); }
-
- private:
-  void turn() const {
-    if (is_row_) conjugate_vector(count_, elements_);
-  }
-
-  bool is_row_;
-  Int count_;
-  Vector<T> elements_;
-};
+[[nodiscard]] Conjugated<T> as_vector(const StoredReflectors<T>& V, Int i, Range elements) {
+  return {elements.count, V.along(elements.first, i), !V.columnwise()};
+}
 
 /// C := H C (side 'L') or C H for reflector i, which stands as a vector, with this tau. Its unit element is put in
 /// place for so long.

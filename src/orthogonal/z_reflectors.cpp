@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "environment/conjugated.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
-#include "orthogonal/conjugated.hpp"
 
 namespace nuv {
 namespace {
@@ -38,9 +38,10 @@ template <Scalar T>
 void reflect_rows(Int n, Int l, Vector<const T> v, T tau, Vector<T> C1, Matrix<T> C2, Vector<T> w) {
   // The product is formed by the adjoint of C2, which leaves it conjugated.
   blas::copy(n, C1, w);
-  conjugate_vector(n, w);
-  blas::gemv(adjoint<T>, l, n, T(1), C2, v, T(1), w);
-  conjugate_vector(n, w);
+  {
+    const Conjugated<T> turned(n, w);
+    blas::gemv(adjoint<T>, l, n, T(1), C2, v, T(1), w);
+  }
   blas::axpy(n, negated(tau), w, C1);
   if constexpr (ComplexScalar<T>) {
     blas::geru(l, n, negated(tau), v, w, C2);

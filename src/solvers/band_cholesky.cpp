@@ -5,6 +5,7 @@
 
 #include "base/matrix.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
@@ -124,9 +125,8 @@ Int factor_by_columns(const BandCholesky<T>& F) {
     if (beyond == 0) continue;
     const Vector<T> factor = F.upper ? row(A, j, j + 1) : column(A, j + 1, j);
     blas::scal(beyond, Real<T>(1) / root, factor);
-    if (F.upper) conjugate_vector(beyond, factor);
+    const Conjugated<T> as_column(beyond, factor, F.upper);
     subtract_square<T>(F.upper ? 'U' : 'L', beyond, factor, block(A, j + 1, j + 1));
-    if (F.upper) conjugate_vector(beyond, factor);
   }
   return 0;
 }

@@ -6,6 +6,7 @@
 #include "base/quotient.hpp"
 #include "environment/abs1.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
@@ -361,10 +362,8 @@ void solve_narrow(const BandL<T>& L, char trans, Matrix<T> B) {
 /// B(j) -= l^T B or l^H B for the row j of B and the rows below it that a column l of L meets.
 template <Scalar T>
 void subtract_product(char trans, Int below, Int nrhs, Vector<const T> l, Matrix<T> B, Int j) {
-  const bool conjugated = same_letter(trans, 'C');
-  if (conjugated) conjugate_vector(nrhs, row(B, j, 1));
+  const Conjugated<T> turned(nrhs, row(B, j, 1), same_letter(trans, 'C'));
   blas::gemv(trans, below, nrhs, T(-1), block(B, j + 1, 1), l, T(1), row(B, j, 1));
-  if (conjugated) conjugate_vector(nrhs, row(B, j, 1));
 }
 
 template <Scalar T>

@@ -4,6 +4,7 @@
 
 #include "base/matrix.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
@@ -172,13 +173,11 @@ void lauu2(char uplo, Int n, T* a, Int lda, Int& info) {
       break;
     }
     if (upper) {
-      conjugate_vector(rest, beyond);
+      const Conjugated<T> as_column(rest, beyond);
       blas::gemv('N', i - 1, rest, T(1), block(A, 1, i + 1), beyond, T(aii), before);
-      conjugate_vector(rest, beyond);
     } else {
-      conjugate_vector(i - 1, before);
+      const Conjugated<T> as_column(i - 1, before);
       blas::gemv(adjoint<T>, rest, i - 1, T(1), block(A, i + 1, 1), beyond, T(aii), before);
-      conjugate_vector(i - 1, before);
     }
   }
 }

@@ -2,6 +2,7 @@
 
 #include "base/matrix.hpp"
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/hermitian.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
@@ -16,13 +17,9 @@ namespace {
 /// y^T := y^T - x^T A, or y^T - x^H A, for an m by n matrix A.
 template <Mirror mirror, Scalar T>
 void subtract_inner_products(Int m, Int n, Matrix<const T> A, Vector<const T> x, Vector<T> y) {
-  if constexpr (mirror == Mirror::conjugate) {
-    conjugate_vector(n, y);
-    blas::gemv('C', m, n, T(-1), A, x, T(1), y);
-    conjugate_vector(n, y);
-  } else {
-    blas::gemv('T', m, n, T(-1), A, x, T(1), y);
-  }
+  constexpr bool is_adjoint = mirror == Mirror::conjugate;
+  const Conjugated<T> turned(n, y, is_adjoint);
+  blas::gemv(is_adjoint ? 'C' : 'T', m, n, T(-1), A, x, T(1), y);
 }
 
 /// The rows of B that belong to a block of D, divided by it.

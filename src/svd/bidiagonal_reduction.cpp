@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "environment/block_plan.hpp"
+#include "environment/conjugated.hpp"
 #include "environment/hermitian.hpp"
-#include "orthogonal/conjugated.hpp"
 #include "orthogonal/factor_by_reflectors.hpp"
 
 namespace nuv {

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "base/matrix.hpp"
-#include "environment/hermitian.hpp"
+#include "environment/conjugated.hpp"
 #include "frame/error_report.hpp"
 #include "frame/option_matching.hpp"
 #include "solvers/band_storage.hpp"
@@ -27,9 +27,8 @@ bool factor_row(bool upper, Matrix<T> S, Int j, Int first, Int count) {
   const bool is_row = upper == (first > j);
   const Vector<T> s = is_row ? row(S, j, first) : column(S, first, j);
   blas::scal(count, R(1) / root, s);
-  if (is_row) conjugate_vector(count, s);
+  const Conjugated<T> as_column(count, s, is_row);
   subtract_square<T>(upper ? 'U' : 'L', count, s, block(S, first, first));
-  if (is_row) conjugate_vector(count, s);
   return true;
 }
 

@@ -11,6 +11,25 @@ namespace {
 
 constexpr Int nrhs = 3;
 
+/// Systems by factors in single precision; how many steps of refinement that took is a result.
+void add_mixed_precision(DriverList& drivers) {
+  drivers.add_in<double>("sgesv", 150, [](auto c, Int n) {
+    std::vector<float> swork(std::size_t(n * (n + nrhs)));
+    Int iter = 0;
+    routine_call::dsgesv(n, nrhs, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, nrhs), c.result("X", n, nrhs),
+                         c.scratch(n * nrhs), swork.data(), iter, c.info());
+    c.add_result(iter);
+  });
+  drivers.add_in<std::complex<double>>("cgesv", 150, [](auto c, Int n) {
+    std::vector<std::complex<float>> swork(std::size_t(n * (n + nrhs)));
+    std::vector<double> rwork(std::size_t(n), 0);
+    Int iter = 0;
+    routine_call::zcgesv(n, nrhs, c.matrix("A", n, n), c.pivots(n), c.matrix("B", n, nrhs), c.result("X", n, nrhs),
+                         c.scratch(n * nrhs), swork.data(), rwork.data(), iter, c.info());
+    c.add_result(iter);
+  });
+}
+
 void add_solvers(DriverList& drivers) {
   drivers.add("getrf", 150, [](auto c, Int n) { layer::getrf(n, n, c.matrix("A", n, n), c.pivots(n), c.info()); });
   drivers.add("getf2", unblocked_order,
@@ -193,6 +212,7 @@ const std::vector<Driver>& drivers() {
   static const std::vector<Driver> all = [] {
     DriverList drivers;
     add_solvers(drivers);
+    add_mixed_precision(drivers);
     add_bounds(drivers);
     add_packed_solvers(drivers);
     add_scaled_solvers(drivers);

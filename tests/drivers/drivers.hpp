@@ -47,15 +47,15 @@ class DriverList {
     add_in<std::complex<double>>(name, order, run);
   }
 
-  std::vector<Driver> list;
-
- private:
+  /// A routine that has a member in one precision alone; the name is still without that letter.
   template <Scalar T>
   void add_in(const std::string& name, Int order, auto run) {
     std::string member = precision_letter<T> + name;
     for (char& letter : member) letter = char(std::tolower(letter));
     list.push_back({member, order, [run](Call& call, Int n) { run(CallIn<T>(call), n); }});
   }
+
+  std::vector<Driver> list;
 };
 
 // Families with a file of their own.
@@ -75,7 +75,6 @@ void add_packed_solvers(DriverList& drivers);
 void add_pencil_equations(DriverList& drivers);  ///< generalised Sylvester equations, condition numbers
 void add_pencil_reduction(DriverList& drivers);
 void add_pencil_reordering(DriverList& drivers);  ///< eigenvectors of generalised Schur forms, deflating subspaces
-void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_pivoted(DriverList& drivers);            ///< QR with pivoting, trapezoidal matrices, bands to bidiagonal form
 void add_scaled_solvers(DriverList& drivers);
 void add_svd_drivers(DriverList& drivers);
