@@ -19,7 +19,7 @@ constexpr auto beyond_one = [](const PencilValue& x) { return x.alpha.real() > x
 
 /// Whether all eigenvalues were found.
 template <Scalar T>
-bool has_values(const PencilCall<T>& solved) {
+bool has_values(const PencilDriverCall<T>& solved) {
   return solved.info == 0 || (solved.info > solved.n + 1 && solved.info <= solved.n + 3);
 }
 
@@ -33,7 +33,7 @@ std::span<Real<T>> zeros(CallIn<T>& c, const char* name, Int n) {
 /// Sums over the eigenvalues alpha / beta: single ones may hang on roundings much more, and so may the common factor of
 /// alpha and beta.
 template <Scalar T>
-void add_sums(CallIn<T>& c, const PencilCall<T>& solved) {
+void add_sums(CallIn<T>& c, const PencilDriverCall<T>& solved) {
   const std::span<Real<T>> sums = zeros(c, "sums", 2);
   if (!has_values(solved)) return;
   for (const PencilValue& x : solved.values()) {
@@ -70,7 +70,7 @@ std::vector<double> numbers(const GuardedVector<T>& x) {
 
 /// The eigenvalues one by one.
 template <Scalar T>
-void add_values(CallIn<T>& c, const PencilCall<T>& solved) {
+void add_values(CallIn<T>& c, const PencilDriverCall<T>& solved) {
   const auto size = std::size_t(solved.n);
   std::vector<double> real(size), imaginary(size);
   if (has_values(solved)) {
@@ -163,7 +163,7 @@ void add_results(CallIn<T>& c, const Pencil<T>& pencil, const PencilSchurCall<T>
 
 /// Condition numbers of the expert drivers, and what balancing told.
 template <class Driver, Scalar T>
-void add_conditions(CallIn<T>& c, const PencilCall<T>& call) {
+void add_conditions(CallIn<T>& c, const PencilDriverCall<T>& call) {
   if constexpr (std::same_as<Driver, Ggevx<T>>) {
     const auto& solved = static_cast<const PencilEigenCall<T>&>(call);
     for (const double told : {double(solved.ilo), double(solved.ihi), double(solved.abnrm), double(solved.bbnrm)}) {

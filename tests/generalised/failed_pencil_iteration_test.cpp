@@ -98,7 +98,7 @@ Call with_numbers(Call call) {
 /// The eigenvalues behind are those of the pencil that was given; places in front of them, also of what was isolated,
 /// are as they were.
 template <Scalar T>
-void expect_values_behind(const PencilCall<T>& call, const Failure& failure) {
+void expect_values_behind(const PencilDriverCall<T>& call, const Failure& failure) {
   const Int first = failure.first_found;
   EXPECT_EQ(call.info, failure.info);
   for (const GuardedVector<T>* const values : {&call.alpha, &call.alphai, &call.beta}) {

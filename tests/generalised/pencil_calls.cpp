@@ -19,7 +19,7 @@ WorkSizes columns(std::int64_t n, Int real_columns, Int complex_columns, Int col
 
 /// Gives function(...) the arrays of eigenvalues as the member takes them.
 template <Scalar T, class Function>
-void with_values(PencilCall<T>& c, Function function) {
+void with_values(PencilDriverCall<T>& c, Function function) {
   if constexpr (ComplexScalar<T>) {
     function(c.alpha.data(), c.beta.data());
   } else {
@@ -29,7 +29,7 @@ void with_values(PencilCall<T>& c, Function function) {
 
 /// Gives function(...) the workspace, and behind it that which complex members have alone.
 template <Scalar T, class Function>
-void with_work(PencilCall<T>& c, Function function) {
+void with_work(PencilDriverCall<T>& c, Function function) {
   if constexpr (ComplexScalar<T>) {
     function(c.work.data(), c.lwork, c.rwork.data());
   } else {
@@ -40,7 +40,7 @@ void with_work(PencilCall<T>& c, Function function) {
 template <Scalar T>
 struct Views {
   Matrix<T> A, B, VL, VR;
-  explicit Views(PencilCall<T>& c)
+  explicit Views(PencilDriverCall<T>& c)
       : A(c.A.data(), c.lda), B(c.B.data(), c.ldb), VL(c.VL.data(), c.ldvl), VR(c.VR.data(), c.ldvr) {}
 };
 

@@ -12,7 +12,7 @@ namespace nuv::test {
 /// What the calls of all drivers have. alpha has the real parts where the members are real; vectors are eigenvectors or
 /// Schur vectors.
 template <Scalar T>
-struct PencilCall : Workspaces<T> {
+struct PencilDriverCall : Workspaces<T> {
   using R = Real<T>;
 
   char job_left, job_right;
@@ -21,7 +21,7 @@ struct PencilCall : Workspaces<T> {
   GuardedVector<T> alpha, alphai, beta;
   GuardedVector<Logical> bwork;
 
-  PencilCall(char job_left_, char job_right_, const Pencil<T>& pencil)
+  PencilDriverCall(char job_left_, char job_right_, const Pencil<T>& pencil)
       : job_left(job_left_),
         job_right(job_right_),
         n(pencil.A.rows()),
@@ -57,7 +57,7 @@ struct PencilCall : Workspaces<T> {
 
 /// Arguments of ggev, ggevx and gegv.
 template <Scalar T>
-struct PencilEigenCall : PencilCall<T> {
+struct PencilEigenCall : PencilDriverCall<T> {
   using R = Real<T>;
 
   char balanc = 'P', sense = 'N';
@@ -66,15 +66,15 @@ struct PencilEigenCall : PencilCall<T> {
   R abnrm = 99, bbnrm = 99;
 
   PencilEigenCall(char jobvl, char jobvr, const Pencil<T>& pencil)
-      : PencilCall<T>(jobvl, jobvr, pencil), lscale(this->n), rscale(this->n), rconde(this->n), rcondv(this->n) {}
+      : PencilDriverCall<T>(jobvl, jobvr, pencil), lscale(this->n), rscale(this->n), rconde(this->n), rcondv(this->n) {}
 
   bool unchanged() const {
-    return PencilCall<T>::unchanged() && lscale.unchanged() && rscale.unchanged() && ilo == 99 && ihi == 99 &&
+    return PencilDriverCall<T>::unchanged() && lscale.unchanged() && rscale.unchanged() && ilo == 99 && ihi == 99 &&
            abnrm == 99 && bbnrm == 99 && rconde.unchanged() && rcondv.unchanged();
   }
 
   testing::AssertionResult guards_unchanged() const {
-    return testing::AssertionResult(PencilCall<T>::guards_unchanged() && lscale.guards_unchanged() &&
+    return testing::AssertionResult(PencilDriverCall<T>::guards_unchanged() && lscale.guards_unchanged() &&
                                     rscale.guards_unchanged() && rconde.guards_unchanged() &&
                                     rcondv.guards_unchanged());
   }
@@ -101,7 +101,7 @@ PencilSelector<T> pencil_selector(Predicate) {
 
 /// Arguments of gges, ggesx and gegs.
 template <Scalar T>
-struct PencilSchurCall : PencilCall<T> {
+struct PencilSchurCall : PencilDriverCall<T> {
   using R = Real<T>;
 
   char sort = 'N', sense = 'N';
@@ -109,7 +109,7 @@ struct PencilSchurCall : PencilCall<T> {
   Int sdim = 99;
   GuardedVector<R> rconde{2}, rcondv{2};
 
-  PencilSchurCall(char jobvsl, char jobvsr, const Pencil<T>& pencil) : PencilCall<T>(jobvsl, jobvsr, pencil) {}
+  PencilSchurCall(char jobvsl, char jobvsr, const Pencil<T>& pencil) : PencilDriverCall<T>(jobvsl, jobvsr, pencil) {}
 
   /// With all vectors, and eigenvalues in front.
   PencilSchurCall(PencilSelector<T> selector, const Pencil<T>& pencil, char sense_ = 'N')
@@ -120,11 +120,11 @@ struct PencilSchurCall : PencilCall<T> {
   }
 
   bool unchanged() const {
-    return PencilCall<T>::unchanged() && sdim == 99 && rconde.unchanged() && rcondv.unchanged();
+    return PencilDriverCall<T>::unchanged() && sdim == 99 && rconde.unchanged() && rcondv.unchanged();
   }
 
   testing::AssertionResult guards_unchanged() const {
-    return testing::AssertionResult(PencilCall<T>::guards_unchanged() && rconde.guards_unchanged() &&
+    return testing::AssertionResult(PencilDriverCall<T>::guards_unchanged() && rconde.guards_unchanged() &&
                                     rcondv.guards_unchanged());
   }
 };
@@ -185,7 +185,7 @@ struct Gegv {
 
 /// The same eigenvalues, bit by bit.
 template <Scalar T>
-testing::AssertionResult same_values(const PencilCall<T>& call, const PencilCall<T>& other) {
+testing::AssertionResult same_values(const PencilDriverCall<T>& call, const PencilDriverCall<T>& other) {
   return testing::AssertionResult(call.alpha.same_as(other.alpha) && call.alphai.same_as(other.alphai) &&
                                   call.beta.same_as(other.beta));
 }
