@@ -27,7 +27,8 @@ LETTERS = {"uplo": "L", "trans": "N", "transa": "N", "transb": "T", "side": "L",
            "sort": "S", "sense": "B", "balanc": "B"}
 OPTIONS = {("gesdd", "jobz"): "A", ("larzb", "direct"): "B", ("larzb", "storev"): "R", ("ormbr", "vect"): "Q",
            ("orgbr", "vect"): "Q", ("trevc", "howmny"): "A", ("hseqr", "job"): "S", ("trexc", "compq"): "V",
-           ("trsen", "compq"): "V", ("hgeqz", "job"): "S", ("tgsna", "job"): "B", ("tgsna", "howmny"): "A"}
+           ("trsen", "compq"): "V", ("hgeqz", "job"): "S", ("tgsna", "job"): "B", ("tgsna", "howmny"): "A",
+           ("ggsvd", "jobu"): "U", ("ggsvd3", "jobu"): "U", ("ggsvp", "jobu"): "U"}
 REALS = {"abstol": "0", "vl": "0", "vu": "10", "anorm": "1"}
 # Steps of methods, whose arguments mean something only together: they are called for nothing to do.
 STEPS = ("lasd1", "lasd2", "lasd3", "lasd6", "lasd7", "lasd8", "laed1", "laed2", "laed3", "laed7", "laed8", "laed9", "laeda",
