@@ -41,30 +41,27 @@ void ppunpack(char uplo, const T* ap, Int n, Int i, Int j, Int rows, Int cols, T
                });
 }
 
+namespace {
+
+/// 0, or minus the position of the first bad argument of a copy between packed and full storage.
+Int check_triangle(char uplo, Int n, Int lda, Int position_of_lda) {
+  if (!is_one_of(uplo, 'U', 'L')) return -1;
+  if (n < 0) return -2;
+  return lda < std::max(1, n) ? -position_of_lda : 0;
+}
+
+}  // namespace
+
 template <Scalar T>
 void trttp(char uplo, Int n, const T* a, Int lda, T* ap, Int& info) {
-  info = 0;
-  if (!is_one_of(uplo, 'U', 'L')) {
-    info = -1;
-  } else if (n < 0) {
-    info = -2;
-  } else if (lda < std::max(1, n)) {
-    info = -4;
-  }
+  info = check_triangle(uplo, n, lda, 4);
   if (info != 0) return report_bad_argument<T>("TRTTP", info);
   pppack(uplo, ap, n, 1, 1, n, n, a, lda);
 }
 
 template <Scalar T>
 void tpttr(char uplo, Int n, const T* ap, T* a, Int lda, Int& info) {
-  info = 0;
-  if (!is_one_of(uplo, 'U', 'L')) {
-    info = -1;
-  } else if (n < 0) {
-    info = -2;
-  } else if (lda < std::max(1, n)) {
-    info = -5;
-  }
+  info = check_triangle(uplo, n, lda, 5);
   if (info != 0) return report_bad_argument<T>("TPTTR", info);
   ppunpack(uplo, ap, n, 1, 1, n, n, a, lda);
 }

@@ -42,26 +42,40 @@ void clear_below(Int first_row, Int m, Int n, Matrix<T> A) {
   }
 }
 
-void add_decompositions(DriverList& drivers) {
-  drivers.add("ggsvd", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
-    const PairOfList<T> pair(
-        c, n, c.template one_of<Way>({{0, 0, 'U', 'V', 'Q'}, {1, -2, 'N', 'V', 'Q'}, {-2, 2, 'U', 'N', 'N'}}));
-    Int k = 0, l = 0;
-    Real<T>*const alpha = c.real_result("alpha", n), *const beta = c.real_result("beta", n);
-    GuardedVector<Int> iwork(n);
-    T* const work = c.scratch(pair.work_size() + n);
-    const auto& [way, order, m, p, A, B, U, V, Q] = pair;
-    if constexpr (ComplexScalar<T>) {
-      GuardedVector<Real<T>> rwork(2 * n);
-      routine_call::ggsvd(way.jobu, way.jobv, way.jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, rwork.data(),
-                          iwork.data(), c.info());
+/// ggsvd, or ggsvd3, which is told the length of its workspace.
+template <Scalar T>
+void decompose(CallIn<T> c, Int n, bool tells_length) {
+  const PairOfList<T> pair(
+      c, n, c.template one_of<Way>({{0, 0, 'U', 'V', 'Q'}, {1, -2, 'N', 'V', 'Q'}, {-2, 2, 'U', 'N', 'N'}}));
+  Int k = 0, l = 0;
+  Real<T>*const alpha = c.real_result("alpha", n), *const beta = c.real_result("beta", n);
+  GuardedVector<Int> integers(n);
+  const Int lwork = pair.work_size() + n;
+  T* const work = c.scratch(lwork);
+  Int* const iwork = integers.data();
+  const auto& [way, order, m, p, A, B, U, V, Q] = pair;
+  const auto& [more_of_a, more_of_b, jobu, jobv, jobq] = way;
+  if constexpr (ComplexScalar<T>) {
+    GuardedVector<Real<T>> reals(2 * n);
+    Real<T>* const rwork = reals.data();
+    if (tells_length) {
+      routine_call::ggsvd3(jobu, jobv, jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, lwork, rwork, iwork,
+                           c.info());
     } else {
-      routine_call::ggsvd(way.jobu, way.jobv, way.jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, iwork.data(),
-                          c.info());
+      routine_call::ggsvd(jobu, jobv, jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, rwork, iwork, c.info());
     }
-    c.add_result(k);
-    c.add_result(l);
-  });
+  } else if (tells_length) {
+    routine_call::ggsvd3(jobu, jobv, jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, lwork, iwork, c.info());
+  } else {
+    routine_call::ggsvd(jobu, jobv, jobq, m, n, p, k, l, A, B, alpha, beta, U, V, Q, work, iwork, c.info());
+  }
+  c.add_result(k);
+  c.add_result(l);
+}
+
+void add_decompositions(DriverList& drivers) {
+  drivers.add("ggsvd", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) { decompose<T>(c, n, false); });
+  drivers.add("ggsvd3", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) { decompose<T>(c, n, true); });
   drivers.add("ggsvp", unblocked_order, []<Scalar T>(CallIn<T> c, Int n) {
     const PairOfList<T> pair(c, n, c.template one_of<Way>({{0, -2, 'U', 'V', 'Q'}, {-1, 1, 'N', 'N', 'N'}}));
     Int k = 0, l = 0;

@@ -365,15 +365,9 @@ TYPED_TEST(GeneralisedSvd, LeavesAnInfinityWithoutASecondMatrix) {
   EXPECT_FALSE(std::isfinite(std::abs(call.A(1, 2))));
 }
 
-template <Scalar T>
-struct ValidGgsvd : GgsvdCall<T> {
-  ValidGgsvd() : GgsvdCall<T>("UVQ", matrix_of_five_columns<T>(4, 7), matrix_of_five_columns<T>(3, 4)) {}
-};
-
-TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
-  using T = TypeParam;
-  using C = ValidGgsvd<T>;
-  const std::string name = reported_name<T>("GGSVD");
+/// What ggsvd checks, with and without a length of workspace.
+template <class C>
+void expect_common_checks(const std::string& name) {
   expect_argument_checks<C>(name, {{1, [](C& c) { c.jobu = 'I'; }},
                                    {2, [](C& c) { c.jobv = 'U'; }},
                                    {3, [](C& c) { c.jobq = 'V'; }},
@@ -385,6 +379,18 @@ TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
                                    {16, [](C& c) { c.ldu = 3; }},
                                    {18, [](C& c) { c.ldv = 2; }},
                                    {20, [](C& c) { c.ldq = 4; }}});
+}
+
+template <Scalar T>
+struct ValidGgsvd : GgsvdCall<T> {
+  ValidGgsvd() : GgsvdCall<T>("UVQ", matrix_of_five_columns<T>(4, 7), matrix_of_five_columns<T>(3, 4)) {}
+};
+
+TYPED_TEST(GeneralisedSvd, ChecksItsArguments) {
+  using T = TypeParam;
+  using C = ValidGgsvd<T>;
+  const std::string name = reported_name<T>("GGSVD");
+  expect_common_checks<C>(name);
   expect_room_for_vectors<C>(name, 16, 18, 20);
 }
 
@@ -436,18 +442,8 @@ TYPED_TEST(GeneralisedSvd, ChecksItsArgumentsWithALengthOfWorkspace) {
   using T = TypeParam;
   using C = ValidGgsvd3<T>;
   const std::string name = precision_letter<T> + std::string("GGSVD3");
-  expect_argument_checks<C>(name, {{1, [](C& c) { c.jobu = 'I'; }},
-                                   {2, [](C& c) { c.jobv = 'U'; }},
-                                   {3, [](C& c) { c.jobq = 'V'; }},
-                                   {4, [](C& c) { c.m = -1; }},
-                                   {5, [](C& c) { c.n = -1; }},
-                                   {6, [](C& c) { c.p = -1; }},
-                                   {10, [](C& c) { c.lda = 3; }},
-                                   {12, [](C& c) { c.ldb = 2; }},
-                                   {16, [](C& c) { c.ldu = 3; }},
-                                   {18, [](C& c) { c.ldv = 2; }},
-                                   {20, [](C& c) { c.ldq = 4; }},
-                                   {22, [](C& c) { c.lwork = 19; }}});
+  expect_common_checks<C>(name);
+  expect_argument_checks<C>(name, {{20, [](C& c) { c.ldq = 4; }}, {22, [](C& c) { c.lwork = 19; }}});
 }
 
 }  // namespace
