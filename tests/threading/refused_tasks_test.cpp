@@ -14,6 +14,7 @@
 #include "support/memory_requests.hpp"
 #include "support/precisions.hpp"
 #include "support/random.hpp"
+#include "support/real_precisions.hpp"
 #include "support/wide.hpp"
 
 namespace nuv::test {
@@ -81,31 +82,33 @@ TEST(RefusedStrips, LeaveTheFactorsAsTheyAre) {
   nuv_thread_set_num_threads(0);
 }
 
+template <class T>
+class RefusedParts : public RefusedTasks<T> {};
+TYPED_TEST_SUITE(RefusedParts, ComplexPrecisions, PrecisionLetter);
+
 /// Two threads have a block of columns each, and one that is refused its parts goes on with four real products for
 /// three. Further requests are those of the products.
-TYPED_TEST(RefusedTasks, LeavesThreeRealProductsToFour) {
+TYPED_TEST(RefusedParts, LeaveThreeRealProductsToFour) {
   using T = TypeParam;
-  if constexpr (ComplexScalar<T>) {
-    const Int m = 40, n = 300, k = 258;
-    const T alpha = factor_of<T>(2, -1), beta = factor_of<T>(0.5, 1);
-    Random random(25);
-    const GuardedMatrix<T> A = random_matrix<T>(random, m, k, m), B = random_matrix<T>(random, k, n, k),
-                           C = random_matrix<T>(random, m, n, m + 1);
-    Sum<T> expected(m, n);
-    expected.add(beta, wide(C)).add(alpha, wide(A), wide(B));
-    nuv_thread_set_num_threads(2);
-    int refused = 0;
-    for (bool was_refused = true; was_refused;) {
-      GuardedMatrix<T> found = C;
-      const MemoryRequests requests(++refused);
-      blas::gemm3m('N', 'N', m, n, k, alpha, A, B, beta, found);
-      was_refused = requests.count() >= refused;
-      EXPECT_EQ(requests.kept(), 0);
-      EXPECT_TRUE(found.guards_unchanged());
-      EXPECT_LT(expected.error_of(wide(found)), kernel_threshold) << "request " << refused;
-    }
-    EXPECT_GT(refused, 2);
+  const Int m = 40, n = 300, k = 258;
+  const T alpha = factor_of<T>(2, -1), beta = factor_of<T>(0.5, 1);
+  Random random(25);
+  const GuardedMatrix<T> A = random_matrix<T>(random, m, k, m), B = random_matrix<T>(random, k, n, k),
+                         C = random_matrix<T>(random, m, n, m + 1);
+  Sum<T> expected(m, n);
+  expected.add(beta, wide(C)).add(alpha, wide(A), wide(B));
+  nuv_thread_set_num_threads(2);
+  int refused = 0;
+  for (bool was_refused = true; was_refused;) {
+    GuardedMatrix<T> found = C;
+    const MemoryRequests requests(++refused);
+    blas::gemm3m('N', 'N', m, n, k, alpha, A, B, beta, found);
+    was_refused = requests.count() >= refused;
+    EXPECT_EQ(requests.kept(), 0);
+    EXPECT_TRUE(found.guards_unchanged());
+    EXPECT_LT(expected.error_of(wide(found)), kernel_threshold) << "request " << refused;
   }
+  EXPECT_GT(refused, 2);
 }
 
 }  // namespace
