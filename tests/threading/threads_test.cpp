@@ -455,7 +455,8 @@ TEST(ThreadLayers, GiveTheSameFactors) {
   const ChildResult alone = run_child({.arguments = {NUV_PRINT_FACTORS_SEQUENTIAL}});
   EXPECT_TRUE(alone.succeeded()) << to_string(alone);
   EXPECT_EQ(std::count(alone.output.begin(), alone.output.end(), '\n'), 4 * (6 * 6 + 4 * 4 + 3 * 2 + 3 * 2 + 2 * 3));
-  for (const char* threads : {"1", "2", "3", "8"}) {
+  const std::vector<const char*> numbers_of_threads = is_sanitized ? std::vector{"3"} : std::vector{"1", "2", "3", "8"};
+  for (const char* threads : numbers_of_threads) {
     const ChildResult together =
         run_child({.arguments = {"env", std::string("NUV_NUM_THREADS=") + threads, NUV_PRINT_FACTORS_THREADED}});
     EXPECT_TRUE(together.succeeded()) << to_string(together);
