@@ -4,6 +4,7 @@
 // defines these functions; in the sequential layer there is one thread and nothing to share.
 
 #include <algorithm>
+#include <limits>
 
 #include "base/types.hpp"
 
@@ -76,6 +77,7 @@ struct Cuts {
   Int grain;  ///< at multiples of it
   Int wide;   ///< a part of that many pays what it must do for itself, such as packing an operand; narrower ones are
               ///< only made to give each thread one
+  Int most = std::numeric_limits<Int>::max();  ///< parts, > 0
 };
 
 /// Cuts 0 ... n, n > 0, into contiguous parts and runs work(from, until) on each, on all threads, or on the whole where
@@ -88,7 +90,7 @@ void split(Int n, Cuts cuts, double multiply_adds, Work work) {
   if (multiply_adds < work_for_two_threads || n <= cuts.grain) return work(Int{0}, n);
   const Int grains = (n - 1) / cuts.grain + 1;
   const double most = multiply_adds / (work_for_two_threads / 4);
-  const Int most_pieces = most < grains ? static_cast<Int>(most) : grains;
+  const Int most_pieces = std::min(cuts.most, most < grains ? static_cast<Int>(most) : grains);
   const Int threads = std::min<Int>(available_threads(), most_pieces);
   if (threads <= 1) return work(Int{0}, n);
   struct Context {

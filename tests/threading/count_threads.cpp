@@ -31,6 +31,9 @@ void print_counts(const std::string& routine, Int n) {
   if (routine == "gemm") {
     GuardedMatrix<double> C(n, n, n);
     blas::gemm('N', 'N', n, n, n, 1.0, A, A, 0.0, C);
+  } else if (routine == "syrk") {
+    GuardedMatrix<double> C(n, n, n);
+    blas::syrk('L', 'N', n, n, 1.0, A, 0.0, C);
   } else if (routine == "trsm") {
     GuardedMatrix<double> B = random_matrix<double>(random, n, n, n);
     blas::trsm('L', 'L', 'N', 'N', n, n, 1.0, A, B);

@@ -489,7 +489,7 @@ TEST(ThreadedLayer, IsBoundAndListens) {
 }
 
 TEST(ThreadedLayer, SharesTheWorkOfEachRoutine) {
-  for (const char* routine : {"gemm", "getrf", "potrf", "geqrf", "ormQR", "ormLQ", "ormQL", "ormRQ"}) {
+  for (const char* routine : {"gemm", "syrk", "getrf", "potrf", "geqrf", "ormQR", "ormLQ", "ormQL", "ormRQ"}) {
     for (const char* order : {"300", "500"}) {
       const ChildResult counted = run_child({.arguments = {NUV_COUNT_THREADS, routine, order}});
       EXPECT_TRUE(counted.succeeded()) << to_string(counted);
@@ -531,8 +531,8 @@ TEST(ThreadedLayer, HasNoMoreThreadsThanPiecesOfWork) {
   const struct {
     const char* routine;
     int order, narrowest;
-  } cases[] = {{"gemm", 500, 2},   {"trsm", 500, 2},  {"getrf", 500, 8}, {"getrf", 600, 8},
-               {"potrf", 500, 16}, {"geqrf", 500, 8}, {"ormQR", 500, 2}};
+  } cases[] = {{"gemm", 500, 2},  {"syrk", 500, 4},   {"trsm", 500, 2},  {"getrf", 500, 8},
+               {"getrf", 600, 8}, {"potrf", 500, 16}, {"geqrf", 500, 8}, {"ormQR", 500, 2}};
   for (const auto& [routine, order, narrowest] : cases) {
     const ChildResult counted =
         run_child({.arguments = {"env", "NUV_NUM_THREADS=100000", NUV_COUNT_THREADS, routine, std::to_string(order)}});

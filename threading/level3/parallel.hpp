@@ -55,7 +55,9 @@ void split_triangle(Region region, Int n, double multiply_adds, Work work) {
     const double x = region == Region::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);
     return cell == cells ? n : static_cast<Int>(x * n) / grain * grain;
   };
-  split(cells, {1, std::max(1, cells / std::max(1, n / wide_part))}, multiply_adds, [&](Int from, Int until) {
+  // Where columns are longest, a part has half as many as it would have of a square: a tile at least.
+  const Cuts cuts{1, std::max(1, cells / std::max(1, n / wide_part)), std::max(1, n / (2 * grain))};
+  split(cells, cuts, multiply_adds, [&](Int from, Int until) {
     const Int first = column_at(from), last = column_at(until);
     if (first < last) work(first, last);
   });
