@@ -62,8 +62,8 @@ int threads_of_openmp() {
 }
 
 int processors() {
-  cpu_set_t usable;
-  return sched_getaffinity(0, sizeof usable, &usable) == 0 ? CPU_COUNT(&usable) : 1;
+  cpu_set_t usable[8];  // a kernel for more processors than a set holds refuses one alone
+  return sched_getaffinity(0, sizeof usable, usable) == 0 ? CPU_COUNT_S(sizeof usable, usable) : 1;
 }
 
 unsigned long long libraries_loaded() {
