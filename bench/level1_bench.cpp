@@ -1,13 +1,12 @@
 // Vector operations in the first-level cache, and as vectors grow until they come from memory.
 
+#include <Eigen/Core>
+
 #include "blas.hpp"
 #include "support/benchmarks.hpp"
-#include "support/peers.hpp"
 
 namespace nuv::bench {
 namespace {
-
-constexpr int one = 1;
 
 /// From a few numbers to vectors of 64 MiB.
 constexpr int lengths[] = {4, 8, 16, 32, 64, 128, 256, 512, 1024, 4096, 16384, 65536, 262144, 1048576, 8388608};
@@ -44,21 +43,19 @@ void add_nuv() {
 }
 
 void add_peer() {
-  add_lengths<double>("axpy", "blis", 3, true, [](int n, double* x, double* y) {
-    const double alpha = 0.5;
-    daxpy_(&n, &alpha, x, &one, y, &one);
+  using Line = Eigen::Map<Eigen::VectorXd>;
+  add_lengths<double>("axpy", "eigen", 3, true, [](int n, double* x, double* y) { Line(y, n) += 0.5 * Line(x, n); });
+  add_lengths<double>("copy", "eigen", 3, true, [](int n, double* x, double* y) { Line(y, n) = Line(x, n); });
+  add_lengths<double>("scal", "eigen", 2, true, [](int n, double* x, double*) { Line(x, n) *= -1; });
+  add_lengths<double>("nrm2", "eigen", 1, false,
+                      [](int n, double* x, double*) { benchmark::DoNotOptimize(Line(x, n).stableNorm()); });
+  add_lengths<double>("iamax", "eigen", 1, false, [](int n, double* x, double*) {
+    Eigen::Index index = 0;
+    Line(x, n).cwiseAbs().maxCoeff(&index);
+    benchmark::DoNotOptimize(index);
   });
-  add_lengths<double>("copy", "blis", 3, true, [](int n, double* x, double* y) { dcopy_(&n, x, &one, y, &one); });
-  add_lengths<double>("scal", "blis", 2, true, [](int n, double* x, double*) {
-    const double alpha = -1;
-    dscal_(&n, &alpha, x, &one);
-  });
-  add_lengths<double>("nrm2", "blis", 1, false,
-                      [](int n, double* x, double*) { benchmark::DoNotOptimize(dnrm2_(&n, x, &one)); });
-  add_lengths<double>("iamax", "blis", 1, false,
-                      [](int n, double* x, double*) { benchmark::DoNotOptimize(idamax_(&n, x, &one)); });
-  add_lengths<double>("dot", "blis", 2, false,
-                      [](int n, double* x, double* y) { benchmark::DoNotOptimize(ddot_(&n, x, &one, y, &one)); });
+  add_lengths<double>("dot", "eigen", 2, false,
+                      [](int n, double* x, double* y) { benchmark::DoNotOptimize(Line(x, n).dot(Line(y, n))); });
 }
 
 template <class T>

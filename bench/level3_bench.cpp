@@ -4,8 +4,41 @@
 #include "support/benchmarks.hpp"
 #include "support/peers.hpp"
 
+// A peer that is called by its Fortran names.
+extern "C" {
+#define NUV_PEER_PRODUCT(name, T)                                                                                   \
+  void name(const char*, const char*, const int*, const int*, const int*, const T*, const T*, const int*, const T*, \
+            const int*, const T*, T*, const int*);
+NUV_PEER_PRODUCT(sgemm_, float)
+NUV_PEER_PRODUCT(dgemm_, double)
+NUV_PEER_PRODUCT(cgemm_, std::complex<float>)
+NUV_PEER_PRODUCT(zgemm_, std::complex<double>)
+#undef NUV_PEER_PRODUCT
+}
+
 namespace nuv::bench {
 namespace {
+
+void peer_gemm(char ta, char tb, int m, int n, int k, const float* a, int lda, const float* b, int ldb, float* c,
+               int ldc) {
+  const float one = 1, zero = 0;
+  sgemm_(&ta, &tb, &m, &n, &k, &one, a, &lda, b, &ldb, &zero, c, &ldc);
+}
+void peer_gemm(char ta, char tb, int m, int n, int k, const double* a, int lda, const double* b, int ldb, double* c,
+               int ldc) {
+  const double one = 1, zero = 0;
+  dgemm_(&ta, &tb, &m, &n, &k, &one, a, &lda, b, &ldb, &zero, c, &ldc);
+}
+void peer_gemm(char ta, char tb, int m, int n, int k, const std::complex<float>* a, int lda,
+               const std::complex<float>* b, int ldb, std::complex<float>* c, int ldc) {
+  const std::complex<float> one = 1, zero = 0;
+  cgemm_(&ta, &tb, &m, &n, &k, &one, a, &lda, b, &ldb, &zero, c, &ldc);
+}
+void peer_gemm(char ta, char tb, int m, int n, int k, const std::complex<double>* a, int lda,
+               const std::complex<double>* b, int ldb, std::complex<double>* c, int ldc) {
+  const std::complex<double> one = 1, zero = 0;
+  zgemm_(&ta, &tb, &m, &n, &k, &one, a, &lda, b, &ldb, &zero, c, &ldc);
+}
 
 constexpr int square_sizes[] = {4, 8, 16, 32, 64, 100, 128, 200, 300, 500, 1000, 2000, 4000};
 

@@ -92,7 +92,7 @@ void add_comparison(const std::string& routine, int neighbours, int size, Prepar
     state.counters["together_ms"] = together.mean() * 1e3;
     state.counters["gain"] = alone.mean() / together.mean();
   });
-  benchmark->UseManualTime()->Iterations(10)->Unit(benchmark::kMillisecond);
+  benchmark->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 }
 
 /// Each routine of double numbers; those that destroy their matrix work on a copy, which is taken within.
