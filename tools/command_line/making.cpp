@@ -18,7 +18,7 @@ constexpr std::string_view about_make =
     "  mode 2  one NORM / COND, the others NORM        mode 5  at random between these, logarithms uniform\n"
     "  mode 3  in equal ratios from NORM to NORM/COND  mode 6  random numbers of the distribution\n"
     "  mode 0  those in the file of --spectrum         modes -1 to -6: the same in reverse order\n"
-    "In modes 1 to 5 half of the eigenvalues that may be negative are. What is smaller than the rounding errors\n"
+    "In modes 1 to 5 eigenvalues that may be negative have random signs. What is smaller than the rounding errors\n"
     "of the largest value is lost in them.\n"
     "\n"
     "The matrix is a diagonal one, multiplied by random orthogonal or unitary matrices. The same seed gives the\n"

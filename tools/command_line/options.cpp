@@ -39,7 +39,8 @@ void add_format_option(CLI::App& command, std::optional<FileFormat>& format) {
   command
       .add_option_function<std::string>(
           "--format", [&format](const std::string& name) { format = format_named(name); },
-          "mtx, npy, csv or table: of the output, and of files that nothing else tells (default: by suffix, or mtx)")
+          "mtx, npy, csv or table: of the output, and of files that nothing else tells (default: by suffix, else table "
+          "to read and mtx to write)")
       ->type_name("NAME")
       ->check(CLI::IsMember({"mtx", "npy", "csv", "table"}));
 }
@@ -58,7 +59,7 @@ void add_common_options(CLI::App& command) {
   command
       .add_option_function<Int>(
           "--threads", [](const Int& threads) { nuv_thread_set_num_threads(threads); },
-          "Threads to work with (default: NUV_NUM_THREADS, or one for each processor)")
+          "Threads to work with (default: NUV_NUM_THREADS, else OMP_NUM_THREADS, else one for each processor)")
       ->type_name("N")
       ->transform(whole_number<Int>(1, most_threads));
   command.add_flag_callback("--json", Report::take_json, "Give the report as JSON");

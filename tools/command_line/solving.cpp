@@ -26,7 +26,7 @@ constexpr std::string_view about_methods =
     "  band        LU factorisation of a band, with --spd Cholesky factorisation: for coordinate files of at least "
     "four\n"
     "              times as many rows as diagonals, which are never stored whole\n"
-    "  mixed       LU factorisation in single precision, refined to double precision\n"
+    "  mixed       LU factorisation in single precision, refined to double precision: for real systems\n"
     "A file need not say that its matrix is symmetric; elements that rounding errors have made differ from their\n"
     "mirror images, by up to 4 eps of the diagonal, are taken from the lower triangle.\n"
     "\n"
